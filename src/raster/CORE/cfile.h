@@ -1,0 +1,403 @@
+// The open raster file: the handle behind every public call, its two tables of functions, and what the core offers to
+// the format modules.
+//
+// How it is used. A public call tests the handle, takes its lock, clears the status, calls a slot, copies the status to
+// the library-wide one and gives the lock back (handle_enter() and handle_leave() do all of that). The format slots are
+// the format's own operations; the file slots are ten stream-like operations on the bytes, in four interchangeable sets.
+// A module never touches a file but through the file slots, and takes no lock.
+//
+// A module is one directory with one constant table of format slots and the functions in it. Its open function for
+// reading is called by detection and owns the handle from then on; its initialiser is called for a file being created.
+// Both end in install_slots(). A null slot in the table keeps the core's default, which refuses.
+//
+// Errors. Who finds a failure calls fail(), which sets the status and prints when the debug level asks for it; who passes
+// it on adds nothing.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/lock.h"
+#include "raster/rzl.h"
+
+// ---- slots -----------------------------------------------------------------------------------------------------------
+
+// A line's channel buffers: one plane each, null for one that is not wanted.
+using read_planes = uint8_t* const*;
+using write_planes = const uint8_t* const*;
+
+// Line slots give the pixels handled, normally `xsize`; 0 is failure with the reason in `status`. With no channels, or
+// all buffers null, the line is skipped.
+using read_line_slot = int (*)(CFILE* c, int channels, read_planes buffers);
+using write_line_slot = int (*)(CFILE* c, int channels, write_planes buffers);
+
+// Tile slots: the same, for the next tile. `size_word`, when not null, asks for a tile without data to be told there and
+// not filled.
+using read_tile_slot = int (*)(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
+using write_tile_slot = int (*)(CFILE* c, int channels, write_planes buffers, uint32_t* size_word);
+
+// The format's own operations. Results: 0 success and 1 failure where no other is told.
+struct format_slots {
+    read_line_slot Getline;         // a line, whatever the storage; modules use rzl_getline_generic
+    read_line_slot Get_line;        // a line, with no tile or squetch handling: the module's innermost read
+    read_line_slot Getline16;       // 16-bit samples
+    read_line_slot Get_line16;
+    read_line_slot Getlinefromtile; // a line out of tiled storage; modules use rzl_getline_from_tiles
+    read_line_slot Getrleline;      // the stored coding of a line; its size in `rle_size`; bytes used, 0 failure
+    read_line_slot Getrlestrip;
+    int (*Getinlv)(CFILE* c, uint8_t* buffer); // a line as interleaved pixels; pixels, 0 failure
+    write_line_slot Putline;        // modules use rzl_putline_generic
+    write_line_slot Put_line;       // the module's innermost write
+    write_line_slot Putline16;
+    write_line_slot Put_line16;
+    write_line_slot Putrleline;     // a line in the stored coding, `rle_size` bytes
+    int (*Putinlv)(CFILE* c, const uint8_t* buffer);
+    write_line_slot Putlinetotile;  // modules use rzl_putline_to_tiles
+    read_tile_slot Gettile;
+    write_tile_slot Puttile;
+    read_tile_slot Gettile16;
+    write_tile_slot Puttile16;
+    read_tile_slot Getrletile;
+    write_tile_slot Putrletile;
+    int (*Get_hdr_data)(CFILE* c, int32_t field, void* value); // writes `value` in every case
+    int (*Set_hdr_data)(CFILE* c, int32_t field, const void* value);
+    int (*Get_stat)(CFILE* c, rzl_stat* stat);
+    int (*Set_stat)(CFILE* c, const rzl_stat* stat);
+    int (*Get_vlt)(CFILE* c, rzl_vlt_entry* entries);
+    int (*Get_format)(CFILE* c); // the data format code
+    int (*Get_packet)(CFILE* c, void* buffer);
+    int (*Put_Packet)(CFILE* c, const void* buffer);
+    int (*copydata)(CFILE* from, CFILE* to);
+    int (*init_std_hdr)(CFILE* from, CFILE* to);
+    int (*init_ov)(CFILE* from, CFILE* to);
+    int (*setactiveov)(CFILE* c, int32_t overview);
+    int (*Wrt_hdr)(CFILE* c);
+    int (*Seek)(CFILE* c, int32_t line);
+    int (*Get_number_of_images)(CFILE* c); // the count; 0 or -1 failure
+    int (*Set_Number_of_Images)(CFILE* c, int32_t count);
+    int (*Set_Active_Image)(CFILE* c, int32_t image);
+    int (*Randomize)(CFILE* c);
+    void (*Rewind)(CFILE* c);
+    void (*ckJPEG)(CFILE* c, uint32_t mark);
+    void (*Close)(CFILE* c);      // finish the file; free what hangs from `spec`, not `spec` itself
+    void (*Free_specs)(CFILE* c); // free what hangs from `spec`; the core frees `spec` afterwards
+    int64_t (*Get_Image_Offset)(CFILE* c); // file offset of the first pixel data
+};
+
+// The operations on bytes, on the opaque word `file` of the handle. Offsets are 64-bit.
+struct file_slots {
+    void* (*file_open)(const char* name, const char* mode); // null on failure
+    int (*file_close)(void* file);                          // 0 on success
+    size_t (*file_read)(void* buffer, size_t size, size_t count, void* file);        // items moved
+    size_t (*file_write)(const void* buffer, size_t size, size_t count, void* file); // items moved
+    int (*file_getc)(void* file);                                                    // the byte, or -1
+    int (*file_putc)(int byte, void* file);                                          // the byte, or -1
+    int (*file_seek)(void* file, int64_t offset, int whence); // 0 on success; whence 0 start, 1 position, 2 end
+    void (*file_rewind)(void* file);
+    int64_t (*file_tell)(void* file);
+    int (*file_flush)(void* file); // 0 on success
+};
+
+// ---- records of a handle ---------------------------------------------------------------------------------------------
+
+// Tiles of a tiled file. Between line calls `row_buffer` holds the planes of a row of tiles, one after the other, each
+// `height` lines of line_bytes.
+struct tile_record {
+    uint32_t width, height;            // pixels
+    uint32_t tiles_across, tiles_down; // 0 while the image size is not known
+    uint64_t end_offset, end_size;     // of the native module, when it appends tiles
+    int32_t first_line;                // first image line in row_buffer
+    uint8_t* row_buffer;               // owned; null until first used
+    uint8_t* packet;                   // owned; the native tile packet
+    void* module_arrays[2];            // owned; per-tile arrays of a module
+};
+
+// Resampling while reading.
+struct squetch_record {
+    int32_t out_xsize, out_ysize;
+    int32_t out_line;       // output line that comes next
+    int32_t carry;          // 1/2048 of the source line that is partly used
+    int channels;           // arrays below
+    uint8_t** line_buffers; // one source line a channel
+    int32_t** accumulators; // one array of out_xsize sums a channel; see squetch.cpp for the second row
+    uint32_t flags;         // SQUETCH_ bits
+};
+constexpr uint32_t SQUETCH_FILTER = 1;
+constexpr uint32_t SQUETCH_RELOAD = 2; // accumulators must be loaded before the next line: set by a seek or rewind
+constexpr uint32_t SQUETCH_EACH_CHANNEL = 4;
+
+// State of the CCITT coders. Only the strip lines are used without the codec.
+struct ccitt_record {
+    int32_t strip_lines;
+};
+
+// State of a native JPEG file. The board that codes it is not reachable on this platform.
+struct jpeg_record {
+    int32_t quality;
+};
+
+// A file seen through a moving view of at most MAPPING_VIEW_SIZE bytes; fakefile.cpp and mapped.cpp.
+struct mapping_record;
+
+// ---- the handle ------------------------------------------------------------------------------------------------------
+
+constexpr uint32_t CFILE_MAGIC = 0xABCD;
+
+// Access modes.
+constexpr uint32_t MODE_READ = 1;       // rzl_open_r
+constexpr uint32_t MODE_UPDATE = 2;     // rzl_open_rw
+constexpr uint32_t MODE_WRITE = 4;      // rzl_open_w
+constexpr uint32_t MODE_WRITE_READ = 8; // rzl_open_wr
+constexpr uint32_t MODES_READABLE = 11;
+constexpr uint32_t MODES_WRITABLE = 14;
+
+// Bits of `flags`.
+enum cfile_flags : uint32_t {
+    FLAG_TILED = 1u << 0,              // `tile` is valid
+    FLAG_NO_RAW_COPY = 1u << 1,        // pixels can't be copied raw to another file
+    FLAG_FIELD_36 = 1u << 2,           // module-defined; copydata takes it as no plain file
+    FLAG_SIZE_FIXED = 1u << 3,         // xsize and ysize were fixed by the catalog that opened this file
+    FLAG_MULTI_IMAGE = 1u << 4,        // the file holds or is to hold several images
+    FLAG_JPEG_TABLES = 1u << 5,        // JPEG tables have been set up
+    FLAG_SCANNABLE = 1u << 6,          // each stored line is preceded by a line header
+    FLAG_HEADER_EXISTS = 1u << 7,      // read from an existing file, or written
+    FLAG_RAW = 1u << 8,                // no header of its own
+    FLAG_TILES_CHANGED = 1u << 9,      // the tile directory is to be rewritten at close
+    FLAG_OVERVIEWS_CHANGED = 1u << 10, // the overview directory is to be rewritten at close
+    FLAG_PACKET_OWNED = 1u << 11,      // the application packet buffer belongs to the library
+    FLAG_SQUETCH = 1u << 12,           // resampling is in force
+    FLAG_LINES_FROM_ZERO = 1u << 13,   // line headers count from 0
+    FLAG_LINE_PADDING = 1u << 14,      // lines of an odd byte count carry a pad byte
+    FLAG_RAW_SAMPLES = 1u << 15,       // field 701
+    FLAG_NATIVE = 1u << 16,
+    FLAG_MEMORY = 1u << 17,            // `file` is an rzl_memfile
+    FLAG_FIELD_404 = 1u << 18,         // set at creation
+    FLAG_MODULE = 1u << 19,            // module-defined
+    FLAG_PADDED_TILES = 1u << 20,      // a row of tiles is tiles_across x width pixels wide
+    FLAG_FOUR_BYTE_PIXELS = 1u << 22,  // interleaved lines have 4 bytes a pixel
+    FLAG_INTERLEAVED = 1u << 23,       // the caller's line buffer is pixel-interleaved
+    FLAG_16_BIT = 1u << 24,            // format 10 holds 16-bit values
+    FLAG_DAMAGED = 1u << 30,           // something missing from the file was made up; see rzl_is_damaged()
+};
+
+constexpr int32_t OVERVIEW_BASE = -1;  // the base image is active
+constexpr int32_t OVERVIEW_UNSET = -2; // so that the first activation of the base image is not taken as no change
+constexpr uint64_t LINE_OFFSET_UNKNOWN = ~uint64_t{0};
+
+struct CFILE {
+    uint32_t magic;          // CFILE_MAGIC
+    void* file;              // what the file slots work on
+    char* name;              // owned, or null: the file name, of modules that reopen companions
+    int32_t xsize, ysize;    // of the active image or overview, pixels and lines
+    int32_t samples, bits;   // samples a pixel, bits a sample
+    int32_t line;            // next line to read or write; next tile in tile calls
+    uint32_t status;         // of the last operation on this handle
+    int32_t format;          // data format code, refreshed after every open and header write
+    uint32_t mode;           // one of MODE_
+    int32_t standard;        // -1 until one is set
+    uint32_t flags;          // cfile_flags
+    uint32_t compression;    // class of the stored pixels: 0 none, 2 run-length, 3 LZW, 5 CCITT
+    uint32_t compression_variant;
+    int64_t base_offset;     // file offset of this image's data structures; every seek of a module adds it
+    int32_t active_image;
+    int32_t active_overview; // OVERVIEW_BASE, OVERVIEW_UNSET, or from 0
+    void* buffer_a;          // owned by the handle, used by the module; so are b to d
+    void* buffer_b;
+    bool buffer_b_owned;
+    void* buffer_c;
+    bool buffer_c_owned;
+    void* buffer_d;
+    struct lock* lock;
+    int32_t rle_size;        // run-coded calls: the caller's buffer size on entry, the size used or needed on return
+    uint32_t jpeg_flags;
+    void* spec;              // owned: the module's private record
+    jpeg_record* jpeg;       // owned
+    uint8_t* color_table;    // owned: 256 red, green, blue triples read from the file, or null
+    const rzl_vlt_entry* vlt; // borrowed: what the application gave with rzl_put_vlt()
+    squetch_record* squetch; // owned
+    tile_record* tile;       // owned
+    ccitt_record* ccitt;     // owned
+    void* parse_state;
+    uint32_t vlt_bits;       // significant bits of a color_table entry
+    int32_t line_offset_count;
+    uint64_t* line_offsets;  // owned: file offset of each line's start, LINE_OFFSET_UNKNOWN when not yet visited
+    mapping_record* mapping; // owned: while the file is read through a view
+    format_slots slots;
+    file_slots io;
+};
+
+// ---- small helpers ---------------------------------------------------------------------------------------------------
+
+inline bool has_flag(const CFILE* c, uint32_t flag) { return (c->flags & flag) != 0; }
+inline void set_flag(CFILE* c, uint32_t flag, bool on) { c->flags = on ? c->flags | flag : c->flags & ~flag; }
+inline bool is_readable(const CFILE* c) { return (c->mode & MODES_READABLE) != 0; }
+inline bool is_writable(const CFILE* c) { return (c->mode & MODES_WRITABLE) != 0; }
+
+// Classes of data formats.
+constexpr bool format_is_bilevel(int32_t f) { return f == 1 || f == 9 || f == 23 || f == 24; }
+constexpr bool format_is_color(int32_t f) { return f == 25 || f == 27 || f == 28 || f == 31; }
+constexpr bool format_is_four(int32_t f) { return f == 32 || f == 67 || f == 69; }
+constexpr bool format_is_byte(int32_t f) { return f == 2 || f == 10 || f == 29 || f == 30; }
+constexpr bool format_is_jpeg(int32_t f) { return f == 30 || f == 31 || f == 32; }
+
+// Samples and bits of a data format, as setting field 3 stores them. False for a number that is no data format, which
+// stores nothing. Format 26 keeps the `bits` it finds.
+bool format_layout(int32_t format, int32_t* samples, int32_t* bits);
+
+// Shorthands for the file slots. Offsets from the file's start.
+inline size_t io_read(CFILE* c, void* buffer, size_t bytes) { return c->io.file_read(buffer, 1, bytes, c->file); }
+inline size_t io_write(CFILE* c, const void* buffer, size_t bytes) {
+    return c->io.file_write(buffer, 1, bytes, c->file);
+}
+inline bool io_seek(CFILE* c, int64_t offset) { return c->io.file_seek(c->file, offset, 0) == 0; }
+inline int64_t io_tell(CFILE* c) { return c->io.file_tell(c->file); }
+
+// The size of the whole file in bytes, keeping the position; -1 when it can't be told.
+int64_t io_size(CFILE* c);
+
+// ---- errors: report.cpp ----------------------------------------------------------------------------------------------
+
+// Sets `status` on the handle (null: only library-wide) and prints its words when the debug level is not 0. `source` is
+// the module path, as "CORE/open"; `detail` the word that says what was being done, null for none. `line` is the caller's.
+void fail(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE());
+
+// Builds the words of `status` and prints them on standard error. Changes no state.
+void rzl_report(uint32_t status, const char* source, int line, const char* detail);
+
+// The words into a buffer; what rzl_report() prints.
+void rzl_report_text(uint32_t status, const char* source, int line, const char* detail, char* text, size_t size);
+
+// Prints the words of a board code when the debug level is not 0.
+void rzl_report_board(int code);
+
+// Prints a formatted warning on standard error when the debug level is not 0.
+void rzl_warn(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// 0 for a pointer that is not null; else 1, with the library-wide status RZL_NO_MEMORY, and `detail` printed when bit 4
+// of the debug level is set.
+int rzl_check_alloc(const void* pointer, const char* detail);
+
+uint32_t last_status();
+void set_last_status(uint32_t status);
+int32_t debug_level();
+void read_debug_level(); // from the environment variable RZL_DEBUG, when it is set
+
+// ---- entry of public calls: report.cpp -------------------------------------------------------------------------------
+
+// A handle that can be used. Otherwise false, with RZL_BAD_CFILE in the library-wide status and `word` reported.
+bool handle_is_valid(CFILE* c, const char* word);
+
+// handle_is_valid(), then takes the lock and clears both status words. False: nothing is held.
+bool handle_enter(CFILE* c, const char* word);
+
+// Copies the status to the library-wide one and gives the lock back. Returns `result`.
+int handle_leave(CFILE* c, int result);
+
+// ---- handles and slots: init.cpp, dummy.cpp, standard.cpp ------------------------------------------------------------
+
+// Every field to its initial value, a new lock, default slots. False when there is no memory.
+bool rzl_init_cfile(CFILE* c);
+
+// All format slots to the defaults, which refuse with RZL_UNSUPPORTED.
+void rzl_set_default_slots(CFILE* c);
+
+// Defaults first, then every slot of `table` that is not null.
+void install_slots(CFILE* c, const format_slots& table);
+
+// Gives up a handle whose open failed: closes the file and frees all that hangs from the handle, without calling the
+// module's Close. What hangs from `spec` must have been freed by the module; `spec` itself is freed here. The status
+// stays in the library-wide word.
+void abandon_cfile(CFILE* c);
+
+// Releases the parts that the core owns: buffers, tables, tile, squetch, ccitt and jpeg records.
+void free_cfile_parts(CFILE* c);
+void free_tile_record(CFILE* c);    // and clears FLAG_TILED
+void free_squetch_record(CFILE* c); // and clears FLAG_SQUETCH
+
+// A format module, as the core sees it: standard.cpp holds the list.
+struct format_module {
+    int32_t standard;
+    const char* name;
+    CFILE* (*open)(CFILE* c);  // for reading: owns the handle and frees it on failure, having set the status; or null
+    int (*initialise)(CFILE* c); // for a file being created; 0 on success; null: can't be created
+};
+
+// The module of a standard, or null.
+const format_module* find_module(int32_t standard);
+
+// ---- file sets -------------------------------------------------------------------------------------------------------
+
+void rzl_set_stream_slots(CFILE* c); // stream.cpp
+void rzl_set_handle_slots(CFILE* c); // handle.cpp
+void rzl_set_mapped_slots(CFILE* c); // mapped.cpp
+void rzl_set_memory_slots(CFILE* c); // fakefile.cpp
+
+// Switches reading through a view on or off. 0 on success.
+int rzl_set_mapped(CFILE* c, bool on);
+
+// Ends the view and gives `file` back to the handle set.
+void rzl_drop_mapping(CFILE* c);
+
+// The bytes that can be taken from the current position of the file without a call: *next up to *end. Empty when the
+// file is not read through a view or a block of memory, or at the end of the view; a read by file_read then brings the
+// next ones. After using n of them, call io_consume(c, n).
+void io_window(CFILE* c, const uint8_t** next, const uint8_t** end);
+void io_consume(CFILE* c, size_t bytes);
+
+// The record of a name "/INMEM/<decimal>", or null. *is_memory tells whether the name is of that form.
+rzl_memfile* memfile_of_name(const char* name, bool* is_memory);
+
+// ---- header calls: info.cpp ------------------------------------------------------------------------------------------
+
+// Fields 100 and 104 (0: not given) on the base image: see the rules of rzl_set_hdr_data. 0 on success.
+int rzl_setup_tiles(CFILE* c, int32_t width, int32_t height);
+
+// Recomputes tiles_across and tiles_down from the sizes that are known.
+void count_tiles(CFILE* c);
+
+// Field 403 for the handle's format.
+int32_t pixel_class(const CFILE* c);
+
+// ---- lines and tiles -------------------------------------------------------------------------------------------------
+
+// Bytes of one stored or delivered plane line of `pixels` pixels.
+size_t line_bytes(const CFILE* c, int64_t pixels);
+
+// Bytes a pixel of the interleaved buffer: 4 with field 35, else `samples`.
+int interleave_step(const CFILE* c);
+
+int rzl_getline_generic(CFILE* c, int channels, read_planes buffers);    // for Getline
+int rzl_getline_from_tiles(CFILE* c, int channels, read_planes buffers); // for Getlinefromtile
+int rzl_putline_generic(CFILE* c, int channels, write_planes buffers);   // for Putline
+int rzl_putline_to_tiles(CFILE* c, int channels, write_planes buffers);  // for Putlinetotile
+int rzl_getinlv_default(CFILE* c, uint8_t* buffer);                      // the default of Getinlv
+int rzl_putinlv_default(CFILE* c, const uint8_t* buffer);                // the default of Putinlv
+int rzl_seek_default(CFILE* c, int32_t line);                            // the default of Seek
+
+int rzl_fill_tile_row(CFILE* c, int channels);  // brings the tile row of `line` into row_buffer; 0 on failure
+int rzl_flush_tile_row(CFILE* c, int channels); // writes row_buffer out; pixels, 0 on failure
+
+// Move a block of tiles between the tile slots and line-organised planes of `pitch` bytes a line. Pixels, 0 on failure.
+int rzl_get_tiles(CFILE* c, int channels, read_planes buffers, size_t pitch, int32_t across, int32_t down);
+int rzl_put_tiles(CFILE* c, int channels, write_planes buffers, size_t pitch, int32_t across, int32_t down);
+
+// The tests at the head of reads and writes. They set the status; putline_error_check() also gives 1 for a refusal, and
+// writes the header when it has not been written.
+void rzl_getline_check(CFILE* c);
+int putline_error_check(CFILE* c);
+void rzl_gettile_check(CFILE* c);
+int rzl_puttile_check(CFILE* c);
+
+// Resample the next line: squetch.cpp. Called by rzl_getline_generic under FLAG_SQUETCH.
+int rzl_squetch(CFILE* c, int channels, read_planes buffers);
+
+// Turns `count` stored values in `red` into real colours in the three planes (green and blue may be null), by the
+// colour table or by widening.
+void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int32_t count);
+
+// Shifts values of fewer than 8 bits up to 8, where nothing else gives them meaning.
+void rzl_widen_samples(CFILE* c, uint8_t* buffer, int32_t count);
+
+// One byte a pixel to bilevel words, and back. Words are stored low byte first, the first pixel in bit 15.
+void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int threshold);
+void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uint8_t zero, uint8_t one);

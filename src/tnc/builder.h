@@ -1,0 +1,39 @@
+// Gathers the raw samples of one scan line at a time and packs each pen's layers when the line ends.
+//
+// The caller moves `x` (the current column) itself and adds samples in rising order; builder_next_line() and
+// builder_skip_lines() pack what has gathered, hand it to the line-done action, and move y.
+#pragma once
+
+#include <cstdint>
+
+#include "tnc/tnc.h"
+
+// Takes over a finished chain of packed lines of one pen on line y. The oldest layer is first.
+using line_done_action = void (*)(void* user, int pen, int has_uv, int32_t y, pline* chain);
+
+struct pen_builder;
+
+// A new builder at x 0, y 0, or null with a message.
+pen_builder* builder_new(line_done_action action, void* user);
+
+// Declares a pen; numbers of PEN_COUNT and above are ignored.
+void builder_set_pen(pen_builder* builder, int pen, int has_uv);
+
+// The current column and line.
+int32_t builder_x(const pen_builder* builder);
+int32_t builder_y(const pen_builder* builder);
+void builder_move_x(pen_builder* builder, int32_t columns);
+
+// Adds a sample at (x, y). A sample of a pen that was not declared is ignored; one for which there is no memory is
+// dropped with a message.
+void builder_add_sample(pen_builder* builder, int pen, uint8_t red, uint8_t green, uint8_t blue, uint16_t u, uint16_t v);
+
+// Pack the line, then y + 1, or y + count, with x 0.
+void builder_next_line(pen_builder* builder);
+void builder_skip_lines(pen_builder* builder, int32_t count);
+
+// True after the builder stopped the program for want of memory and a test let it come back: nothing more is packed.
+bool builder_has_failed(const pen_builder* builder);
+
+// Packs the line still open, and releases the builder.
+void builder_free(pen_builder* builder);
