@@ -35,6 +35,6 @@ int image_open(const char* path);
 // Releases everything. For the end of a program.
 void image_close();
 
-// Gives a pen a new colour or pattern. Takes ownership of the applique in every case. Returns 1 when the pen now carries
-// it (also when it did before), 0 after a message.
+// Gives a pen a new colour or pattern. Takes ownership of the applique in every case. Returns 1 when the pen now
+// carries it (also when it did before), 0 after a message.
 int apply_col_pat(int pen, applique* a);

@@ -1,7 +1,7 @@
 // The image pack: carries one finished picture from its planes through the output pipeline to a raster file.
 //
-// A pack is made by imp_alloc(), filled by the caller, written by imp_write() and released by imp_free(). A failing call
-// returns a code of imp_code and stores it in imp_error; code 1, stopped, is returned but not stored.
+// A pack is made by imp_alloc(), filled by the caller, written by imp_write() and released by imp_free(). A failing
+// call returns a code of imp_code and stores it in imp_error; code 1, stopped, is returned but not stored.
 #pragma once
 
 #include <cstdint>
@@ -27,16 +27,16 @@ enum imp_code : int {
 constexpr uint32_t IMP_MAGIC = 0x137F0732;
 
 struct Impack {
-    char* file_path;            // path of the file
-    char* file_name;            // the part of file_path behind its last backslash or slash
-    int32_t standard;           // -1 at first
-    int32_t format;             // data format code, -1 at first
-    int32_t xsize, ysize;       // pixels a line, lines
-    int32_t pixels;             // xsize x ysize; planes hold as many bytes
-    int32_t vlt_count;          // entries of vlt; above 0 the file gets a colour table
+    char* file_path;      // path of the file
+    char* file_name;      // the part of file_path behind its last backslash or slash
+    int32_t standard;     // -1 at first
+    int32_t format;       // data format code, -1 at first
+    int32_t xsize, ysize; // pixels a line, lines
+    int32_t pixels;       // xsize x ysize; planes hold as many bytes
+    int32_t vlt_count;    // entries of vlt; above 0 the file gets a colour table
     rzl_vlt_entry* vlt;
-    uint8_t* index_plane;       // not null: colour indices, or grey levels when vlt_count is 0
-    uint8_t* red_plane;         // line after line from the top
+    uint8_t* index_plane; // not null: colour indices, or grey levels when vlt_count is 0
+    uint8_t* red_plane;   // line after line from the top
     uint8_t* green_plane;
     uint8_t* blue_plane;
     int32_t app_value_1, app_value_2, app_value_3; // header fields 11 to 13
@@ -71,8 +71,8 @@ int imp_free(Impack** pack);
 int imp_format_ok(int32_t standard, int32_t format);
 
 // Writes the pack to `file` as its standard and format. `compression` is for header field 501. `stop_interval` and
-// `msg_interval` count lines. A failure leaves the process in the directory where it was; a partly written file stays, so
-// a caller that must not leave one writes under another name first.
+// `msg_interval` count lines. A failure leaves the process in the directory where it was; a partly written file stays,
+// so a caller that must not leave one writes under another name first.
 int imp_write(Impack* pack, const char* file, int32_t compression, uint32_t stop_mask, int32_t stop_interval,
               imp_stop_function stop_fn, uint32_t msg_mask, int32_t msg_interval, imp_log_function log_fn);
 

@@ -23,8 +23,8 @@ bool files_resolve(const char* path, char* real, size_t size);
 // The real path for a file that is to be created: see above. False when its directory does not exist.
 bool files_resolve_new(const char* path, char* real, size_t size);
 
-bool files_exists(const char* path);       // a file or directory of that name
-bool files_is_directory(const char* path); // a directory of that name
+bool files_exists(const char* path);              // a file or directory of that name
+bool files_is_directory(const char* path);        // a directory of that name
 bool files_is_same(const char* a, const char* b); // both exist and are one file, whatever their names
 
 // Size of a plain file in bytes, -1 when it can't be told.
@@ -65,8 +65,8 @@ void files_replace_abandon();
 
 // ---- handles -----------------------------------------------------------------------------------------------------
 
-using file_handle = intptr_t;
-constexpr file_handle FILE_HANDLE_NONE = -1;
+using os_file = intptr_t;
+constexpr os_file OS_FILE_NONE = -1;
 
 enum file_open_flags : unsigned {
     FILES_READ = 1,
@@ -80,23 +80,26 @@ constexpr int FILES_FROM_START = 0;
 constexpr int FILES_FROM_HERE = 1;
 constexpr int FILES_FROM_END = 2;
 
-// FILE_HANDLE_NONE on failure. A directory can't be opened.
-file_handle files_open(const char* path, unsigned flags);
+// OS_FILE_NONE on failure. A directory can't be opened.
+os_file files_open(const char* path, unsigned flags);
 
 // The standard input as a handle that can seek. A pipe is copied to a nameless temporary file first.
-file_handle files_standard_input();
+os_file files_standard_input();
 
 // True when this is the handle that files_standard_input() gave.
-bool files_is_standard_input(file_handle handle);
+bool files_is_standard_input(os_file handle);
 
-bool files_close(file_handle handle);
-int64_t files_read(file_handle handle, void* buffer, size_t bytes);        // bytes moved; -1 on error
-int64_t files_write(file_handle handle, const void* buffer, size_t bytes); // bytes moved; -1 on error
-int64_t files_read_at(file_handle handle, int64_t offset, void* buffer, size_t bytes);        // keeps the position
-int64_t files_write_at(file_handle handle, int64_t offset, const void* buffer, size_t bytes); // keeps the position
-int64_t files_seek(file_handle handle, int64_t offset, int whence); // the new position; -1 on failure
-int64_t files_size(file_handle handle);                             // -1 for what is no plain file
-bool files_flush(file_handle handle);
+bool files_close(os_file handle);
+int64_t files_read(os_file handle, void* buffer, size_t bytes);                           // bytes moved; -1 on error
+int64_t files_write(os_file handle, const void* buffer, size_t bytes);                    // bytes moved; -1 on error
+int64_t files_read_at(os_file handle, int64_t offset, void* buffer, size_t bytes);        // keeps the position
+int64_t files_write_at(os_file handle, int64_t offset, const void* buffer, size_t bytes); // keeps the position
+int64_t files_seek(os_file handle, int64_t offset, int whence); // the new position; -1 on failure
+int64_t files_size(os_file handle);                             // -1 for what is no plain file
+bool files_flush(os_file handle);
+
+// True when stream 0, 1 or 2 (standard input, output, error) is a terminal.
+bool files_is_terminal(int which);
 
 // ---- buffered streams ----------------------------------------------------------------------------------------------
 
@@ -108,17 +111,17 @@ file_stream* stream_standard_output(); // never closed; stream_close() only flus
 int stream_close(file_stream* stream); // 0 on success; a write that failed earlier or at the close gives -1
 size_t stream_read(void* buffer, size_t size, size_t count, file_stream* stream);
 size_t stream_write(const void* buffer, size_t size, size_t count, file_stream* stream);
-int stream_getc(file_stream* stream);              // the byte, or -1
-int stream_putc(int byte, file_stream* stream);    // the byte, or -1
+int stream_getc(file_stream* stream);                             // the byte, or -1
+int stream_putc(int byte, file_stream* stream);                   // the byte, or -1
 int stream_seek(file_stream* stream, int64_t offset, int whence); // 0 on success
-int64_t stream_tell(file_stream* stream);          // -1 on failure
-int stream_flush(file_stream* stream);             // 0 on success
+int64_t stream_tell(file_stream* stream);                         // -1 on failure
+int stream_flush(file_stream* stream);                            // 0 on success
 
 // ---- buffered reader ---------------------------------------------------------------------------------------------
 
 // Reads a file from its start, byte by byte or in blocks. The hot call is reader_getc(), one compare and one load.
 struct file_reader {
-    file_handle handle;
+    os_file handle;
     uint8_t* buffer;     // owned
     const uint8_t* next; // next byte in the buffer
     const uint8_t* end;  // one past the last byte in the buffer
@@ -146,8 +149,8 @@ inline int reader_getc(file_reader* reader) {
     return *reader->next++;
 }
 
-// The whole of a file as an owned block (mem_free()) with a zero byte behind it that `size` does not count. Null when it
-// can't be read, is larger than `limit` bytes, or there is no memory.
+// The whole of a file as an owned block (mem_free()) with a zero byte behind it that `size` does not count. Null when
+// it can't be read, is larger than `limit` bytes, or there is no memory.
 char* files_load(const char* path, size_t limit, size_t* size);
 
 // ---- planned failures, for tests -----------------------------------------------------------------------------------

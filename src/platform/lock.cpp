@@ -14,9 +14,13 @@ lock* lock_new() {
     return room != nullptr ? new (room) lock : nullptr;
 }
 
-void lock_enter(lock* l) { l->mutex.lock(); }
+void lock_enter(lock* l) {
+    l->mutex.lock();
+}
 
-void lock_leave(lock* l) { l->mutex.unlock(); }
+void lock_leave(lock* l) {
+    l->mutex.unlock();
+}
 
 void lock_free(lock* l) {
     if (l == nullptr) return;

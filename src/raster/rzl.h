@@ -4,8 +4,8 @@
  * rzl_getline3() once per line, rzl_close(). The format is found from the file.
  *
  * To write: rzl_open_w(), rzl_set_hdr_data() for field 500 (the standard) first, then field 3 (the data format), then
- * fields 1, 2 and others; rzl_put_vlt() for a colour table; rzl_write_header(); rzl_putline() or rzl_putline3() once per
- * line; rzl_close(). A put before rzl_write_header() writes the header by itself.
+ * fields 1, 2 and others; rzl_put_vlt() for a colour table; rzl_write_header(); rzl_putline() or rzl_putline3() once
+ * per line; rzl_close(). A put before rzl_write_header() writes the header by itself.
  *
  * Results are 0 for success and 1 for failure, unless told otherwise; the reason stands in the handle's status, field
  * RZL_FIELD_STATUS, and in rzl_get_global(RZL_GLOBAL_STATUS). Nothing is printed unless the environment variable
@@ -86,9 +86,9 @@ enum {
     RZL_FORMAT_JPEG_GREY = 30,
     RZL_FORMAT_JPEG_RGB = 31,
     RZL_FORMAT_JPEG_FOUR = 32,
-    RZL_FORMAT_TILED = 65,         /* stands in a tiled native header only */
+    RZL_FORMAT_TILED = 65, /* stands in a tiled native header only */
     RZL_FORMAT_FOUR_PLANE_RUNS = 67,
-    RZL_FORMAT_FOUR = 69           /* four bytes a pixel */
+    RZL_FORMAT_FOUR = 69 /* four bytes a pixel */
 };
 
 /* Header fields. `value` points at one int32_t unless told. */
@@ -96,21 +96,21 @@ enum {
     RZL_FIELD_XSIZE = 1,
     RZL_FIELD_YSIZE = 2,
     RZL_FIELD_FORMAT = 3,
-    RZL_FIELD_MATRIX = 4,        /* double[16], row by row */
-    RZL_FIELD_VLT_TYPE = 5,      /* 0 none, 1 byte table, 2 16-bit entries */
+    RZL_FIELD_MATRIX = 4,   /* double[16], row by row */
+    RZL_FIELD_VLT_TYPE = 5, /* 0 none, 1 byte table, 2 16-bit entries */
     RZL_FIELD_VLT_ENTRIES = 6,
-    RZL_FIELD_PACKET_WORDS = 7,  /* setting adds */
+    RZL_FIELD_PACKET_WORDS = 7, /* setting adds */
     RZL_FIELD_RESOLUTION = 8,
-    RZL_FIELD_ORIENTATION = 9,   /* 4 top-down, 6 bottom-up: value & 3 of 2 or more is bottom-up */
+    RZL_FIELD_ORIENTATION = 9, /* 4 top-down, 6 bottom-up: value & 3 of 2 or more is bottom-up */
     RZL_FIELD_APPLICATION = 10,
     RZL_FIELD_APP_VALUE_1 = 11,
     RZL_FIELD_APP_VALUE_2 = 12,
     RZL_FIELD_APP_VALUE_3 = 13,
-    RZL_FIELD_DESCRIPTION = 14,  /* char[80] */
-    RZL_FIELD_COMMENT = 15,      /* char[200] */
-    RZL_FIELD_NAME_1 = 16,       /* char[66] */
-    RZL_FIELD_NAME_2 = 17,       /* char[66] */
-    RZL_FIELD_NAME_3 = 18,       /* char[66] */
+    RZL_FIELD_DESCRIPTION = 14, /* char[80] */
+    RZL_FIELD_COMMENT = 15,     /* char[200] */
+    RZL_FIELD_NAME_1 = 16,      /* char[66] */
+    RZL_FIELD_NAME_2 = 17,      /* char[66] */
+    RZL_FIELD_NAME_3 = 18,      /* char[66] */
     RZL_FIELD_SCANNABLE = 19,
     RZL_FIELD_HEADER_WORDS = 20, /* read only */
     RZL_FIELD_VERSION = 21,
@@ -126,7 +126,7 @@ enum {
     RZL_FIELD_VLT_BITS = 31,
     RZL_FIELD_STRIP_LINES = 32,
     RZL_FIELD_TYPE_MODIFIER = 33,
-    RZL_FIELD_MAPPED = 34,        /* set only */
+    RZL_FIELD_MAPPED = 34, /* set only */
     RZL_FIELD_FOUR_BYTE_PIXELS = 35,
     RZL_FIELD_MARK_36 = 36,
     RZL_FIELD_TILE_WIDTH = 100,
@@ -167,52 +167,52 @@ enum {
 };
 
 /* Status words. 0 is success. */
-#define RZL_NO_SUCH_FIELD       0x0C2A800Eu
-#define RZL_RLE_BUFFER_SMALL    0x0C2A8016u
-#define RZL_MODIFY_COMPRESSED   0x0C2A801Eu
-#define RZL_JPEG_HARDWARE       0x0C2A8026u
-#define RZL_CANNOT_OPEN         0x0C2A802Eu
-#define RZL_READ_FAILED         0x0C2A8036u
-#define RZL_WRITE_FAILED        0x0C2A803Eu
-#define RZL_HEADER_FULL         0x0C2A8046u
-#define RZL_BAD_CFILE           0x0C2A804Eu
-#define RZL_LINES_OUT_OF_ORDER  0x0C2A8056u
-#define RZL_BAD_IMAGE_SIZE      0x0C2A805Eu
-#define RZL_BAD_FIELD_ID        0x0C2A8066u
-#define RZL_BAD_FIELD_VALUE     0x0C2A806Eu
-#define RZL_NOT_STANDARD        0x0C2A8076u
-#define RZL_NOT_STANDARD_2      0x0C2A807Eu
-#define RZL_NO_SUCH_IMAGE       0x0C2A8086u
-#define RZL_NO_SUCH_OVERVIEW    0x0C2A808Eu
-#define RZL_BAD_TILE_SIZE       0x0C2A8096u
-#define RZL_JPEG_HARDWARE_2     0x0C2A809Eu
-#define RZL_NO_MEMORY           0x0C2A80A6u
-#define RZL_JPEG_HARDWARE_3     0x0C2A80B6u
-#define RZL_NO_OUTPUT_BUFFER    0x0C2A80BEu
-#define RZL_NO_OVERVIEWS        0x0C2A80C6u
-#define RZL_NO_PACKETS          0x0C2A80CEu
-#define RZL_NEEDS_READ          0x0C2A80D6u
-#define RZL_NO_SUCH_TAG         0x0C2A80DEu
-#define RZL_NO_VLT              0x0C2A80E6u
-#define RZL_NEEDS_WRITE         0x0C2A80EEu
-#define RZL_NO_OUTPUT_BUFFER_2  0x0C2A80F6u
-#define RZL_CATALOG_COUNT       0x0C2A80FEu
-#define RZL_PAST_END            0x0C2A8106u
-#define RZL_ONLY_UNTILED        0x0C2A810Eu
-#define RZL_UNSUP_IR            0x0C2A811Eu
-#define RZL_UNSUP_BMP           0x0C2A8126u
-#define RZL_UNSUP_CALS          0x0C2A812Eu
-#define RZL_UNSUPPORTED         0x0C2A8136u
-#define RZL_UNSUP_ICO           0x0C2A813Eu
-#define RZL_UNSUP_KRVN          0x0C2A8146u
-#define RZL_UNSUP_JFIF          0x0C2A814Eu
-#define RZL_UNSUP_NITF          0x0C2A8156u
-#define RZL_UNSUP_PCX           0x0C2A815Eu
-#define RZL_UNSUP_COPY          0x0C2A8166u
-#define RZL_UNSUP_SYM           0x0C2A816Eu
-#define RZL_UNSUP_TGA           0x0C2A8176u
-#define RZL_UNSUP_TIFF          0x0C2A817Eu
-#define RZL_ONLY_TILED          0x0C2A8186u
+#define RZL_NO_SUCH_FIELD      0x0C2A800Eu
+#define RZL_RLE_BUFFER_SMALL   0x0C2A8016u
+#define RZL_MODIFY_COMPRESSED  0x0C2A801Eu
+#define RZL_JPEG_HARDWARE      0x0C2A8026u
+#define RZL_CANNOT_OPEN        0x0C2A802Eu
+#define RZL_READ_FAILED        0x0C2A8036u
+#define RZL_WRITE_FAILED       0x0C2A803Eu
+#define RZL_HEADER_FULL        0x0C2A8046u
+#define RZL_BAD_CFILE          0x0C2A804Eu
+#define RZL_LINES_OUT_OF_ORDER 0x0C2A8056u
+#define RZL_BAD_IMAGE_SIZE     0x0C2A805Eu
+#define RZL_BAD_FIELD_ID       0x0C2A8066u
+#define RZL_BAD_FIELD_VALUE    0x0C2A806Eu
+#define RZL_NOT_STANDARD       0x0C2A8076u
+#define RZL_NOT_STANDARD_2     0x0C2A807Eu
+#define RZL_NO_SUCH_IMAGE      0x0C2A8086u
+#define RZL_NO_SUCH_OVERVIEW   0x0C2A808Eu
+#define RZL_BAD_TILE_SIZE      0x0C2A8096u
+#define RZL_JPEG_HARDWARE_2    0x0C2A809Eu
+#define RZL_NO_MEMORY          0x0C2A80A6u
+#define RZL_JPEG_HARDWARE_3    0x0C2A80B6u
+#define RZL_NO_OUTPUT_BUFFER   0x0C2A80BEu
+#define RZL_NO_OVERVIEWS       0x0C2A80C6u
+#define RZL_NO_PACKETS         0x0C2A80CEu
+#define RZL_NEEDS_READ         0x0C2A80D6u
+#define RZL_NO_SUCH_TAG        0x0C2A80DEu
+#define RZL_NO_VLT             0x0C2A80E6u
+#define RZL_NEEDS_WRITE        0x0C2A80EEu
+#define RZL_NO_OUTPUT_BUFFER_2 0x0C2A80F6u
+#define RZL_CATALOG_COUNT      0x0C2A80FEu
+#define RZL_PAST_END           0x0C2A8106u
+#define RZL_ONLY_UNTILED       0x0C2A810Eu
+#define RZL_UNSUP_IR           0x0C2A811Eu
+#define RZL_UNSUP_BMP          0x0C2A8126u
+#define RZL_UNSUP_CALS         0x0C2A812Eu
+#define RZL_UNSUPPORTED        0x0C2A8136u
+#define RZL_UNSUP_ICO          0x0C2A813Eu
+#define RZL_UNSUP_KRVN         0x0C2A8146u
+#define RZL_UNSUP_JFIF         0x0C2A814Eu
+#define RZL_UNSUP_NITF         0x0C2A8156u
+#define RZL_UNSUP_PCX          0x0C2A815Eu
+#define RZL_UNSUP_COPY         0x0C2A8166u
+#define RZL_UNSUP_SYM          0x0C2A816Eu
+#define RZL_UNSUP_TGA          0x0C2A8176u
+#define RZL_UNSUP_TIFF         0x0C2A817Eu
+#define RZL_ONLY_TILED         0x0C2A8186u
 
 /* An entry of a colour table. A colour uses the full 16 bits: an 8-bit value stands in the high byte. */
 typedef struct rzl_vlt_entry {
@@ -224,9 +224,9 @@ typedef struct rzl_vlt_entry {
 
 /* A file in memory. The application owns the record and the bytes, and opens the name that rzl_memfile_name() gives. */
 typedef struct rzl_memfile {
-    uint8_t *data;
-    int32_t length;     /* size of the block; it never grows */
-    uint32_t owned;     /* bit 0: closing frees the record with free() */
+    uint8_t* data;
+    int32_t length; /* size of the block; it never grows */
+    uint32_t owned; /* bit 0: closing frees the record with free() */
     int32_t position;
     uint32_t reserved;
     int32_t data_start; /* position when rzl_write_header() finished */
@@ -244,11 +244,11 @@ typedef struct rzl_stat {
 /* A row of the table of known combinations of standard, sample layout and data format. */
 typedef struct rzl_format_row {
     int32_t standard;
-    const char *name;
-    uint32_t layout;     /* samples x 256 + bits */
+    const char* name;
+    uint32_t layout; /* samples x 256 + bits */
     int32_t format;
     int32_t compression; /* the value of field 501 that selects this row; -1: it plays no part */
-    const char *compression_name;
+    const char* compression_name;
     uint32_t masks[2];
     uint8_t capabilities[12];
 } rzl_format_row;
@@ -257,120 +257,123 @@ typedef struct rzl_format_row {
 
 /* Open an existing file: for reading, or for changing it in place. A null name is the standard input, read only.
  * The handle, or null. */
-RZL_API CFILE *rzl_open_r(const char *name);
-RZL_API CFILE *rzl_open_rw(const char *name);
+RZL_API CFILE* rzl_open_r(const char* name);
+RZL_API CFILE* rzl_open_rw(const char* name);
 
-/* Create a file: for writing, or for writing with reading back. A null name is the standard output. The handle or null. */
-RZL_API CFILE *rzl_open_w(const char *name);
-RZL_API CFILE *rzl_open_wr(const char *name);
+/* Create a file: for writing, or for writing with reading back. A null name is the standard output. The handle or null.
+ */
+RZL_API CFILE* rzl_open_w(const char* name);
+RZL_API CFILE* rzl_open_wr(const char* name);
 
 /* Finish the file and release the handle. The outcome is the library-wide status. */
-RZL_API void rzl_close(CFILE *cfile);
+RZL_API void rzl_close(CFILE* cfile);
 
 /* The same, giving the outcome: 0, or the status word. */
-RZL_API uint32_t rzl_finish(CFILE *cfile);
+RZL_API uint32_t rzl_finish(CFILE* cfile);
 
-/* The name under which a file in memory is opened. `name` should have room for 32 characters. 0, or 1 when it has not. */
-RZL_API int rzl_memfile_name(const rzl_memfile *record, char *name, size_t size);
+/* The name under which a file in memory is opened. `name` should have room for 32 characters. 0, or 1 when it has not.
+ */
+RZL_API int rzl_memfile_name(const rzl_memfile* record, char* name, size_t size);
 
 /* ---- header ---- */
 
-RZL_API int rzl_set_standard(CFILE *cfile, int32_t id);
-RZL_API int rzl_get_hdr_data(CFILE *cfile, int32_t field, void *value);
-RZL_API int rzl_set_hdr_data(CFILE *cfile, int32_t field, const void *value);
-RZL_API int rzl_write_header(CFILE *cfile);
+RZL_API int rzl_set_standard(CFILE* cfile, int32_t id);
+RZL_API int rzl_get_hdr_data(CFILE* cfile, int32_t field, void* value);
+RZL_API int rzl_set_hdr_data(CFILE* cfile, int32_t field, const void* value);
+RZL_API int rzl_write_header(CFILE* cfile);
 
-/* Give the colour table that rzl_write_header() is to write. It stays the caller's; count and type are fields 6 and 5. */
-RZL_API int rzl_put_vlt(CFILE *cfile, const rzl_vlt_entry *entries);
+/* Give the colour table that rzl_write_header() is to write. It stays the caller's; count and type are fields 6 and 5.
+ */
+RZL_API int rzl_put_vlt(CFILE* cfile, const rzl_vlt_entry* entries);
 
 /* Read the file's colour table into `entries`, which has room for as many entries as field 6 tells. */
-RZL_API int rzl_get_vlt(CFILE *cfile, rzl_vlt_entry *entries);
+RZL_API int rzl_get_vlt(CFILE* cfile, rzl_vlt_entry* entries);
 
 /* Application packets: blocks of 16-bit words, field 7 of them. A put buffer stays the caller's until the header is
  * written. */
-RZL_API int rzl_get_packet(CFILE *cfile, void *buffer);
-RZL_API int rzl_put_packet(CFILE *cfile, const void *buffer);
+RZL_API int rzl_get_packet(CFILE* cfile, void* buffer);
+RZL_API int rzl_put_packet(CFILE* cfile, const void* buffer);
 
-RZL_API int rzl_get_stat(CFILE *cfile, rzl_stat *stat);
-RZL_API int rzl_set_stat(CFILE *cfile, const rzl_stat *stat);
+RZL_API int rzl_get_stat(CFILE* cfile, rzl_stat* stat);
+RZL_API int rzl_set_stat(CFILE* cfile, const rzl_stat* stat);
 
 /* Make an overview (from 0; -1 is the base image) or a sub-image (from 0) the target of all operations. */
-RZL_API int rzl_set_active_overview(CFILE *cfile, int32_t overview);
-RZL_API int rzl_set_active_image(CFILE *cfile, int32_t image);
+RZL_API int rzl_set_active_overview(CFILE* cfile, int32_t overview);
+RZL_API int rzl_set_active_image(CFILE* cfile, int32_t image);
 
 /* Copy from one file to another: the header fields, the overview directory, the coded pixels. */
-RZL_API int rzl_init_header_from(CFILE *from, CFILE *to);
-RZL_API int rzl_init_overviews_from(CFILE *from, CFILE *to);
-RZL_API int rzl_copy_data(CFILE *from, CFILE *to);
+RZL_API int rzl_init_header_from(CFILE* from, CFILE* to);
+RZL_API int rzl_init_overviews_from(CFILE* from, CFILE* to);
+RZL_API int rzl_copy_data(CFILE* from, CFILE* to);
 
 /* ---- lines ---- */
 
-/* Read the next line: into one buffer, into three planes, or into `channels` planes. A plane that is not wanted is null.
- * A plane has field-1 samples: a byte each, or as the data format has it; a bilevel line is ((xsize + 15) / 16) x 2
- * bytes. On a file with three planes rzl_getline() gives the first. */
-RZL_API int rzl_getline(CFILE *cfile, void *buffer);
-RZL_API int rzl_getline3(CFILE *cfile, void *red, void *green, void *blue);
-RZL_API int rzl_getline_channels(CFILE *cfile, int channels, void *const *buffers);
-RZL_API int rzl_getline16(CFILE *cfile, uint16_t *buffer);
+/* Read the next line: into one buffer, into three planes, or into `channels` planes. A plane that is not wanted is
+ * null. A plane has field-1 samples: a byte each, or as the data format has it; a bilevel line is ((xsize + 15) / 16) x
+ * 2 bytes. On a file with three planes rzl_getline() gives the first. */
+RZL_API int rzl_getline(CFILE* cfile, void* buffer);
+RZL_API int rzl_getline3(CFILE* cfile, void* red, void* green, void* blue);
+RZL_API int rzl_getline_channels(CFILE* cfile, int channels, void* const* buffers);
+RZL_API int rzl_getline16(CFILE* cfile, uint16_t* buffer);
 
 /* Read the next line as one interleaved buffer of `samples` bytes a pixel: 3 for a file with a colour table, 4 when
  * field 35 is set. */
-RZL_API int rzl_getline_interleaved(CFILE *cfile, void *buffer);
+RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
 
 /* Read the next line in its stored coding. `*size` is the buffer's size on entry and the size used, or, with status
  * RZL_RLE_BUFFER_SMALL, the size needed, on return. */
-RZL_API int rzl_get_rle_line(CFILE *cfile, void *buffer, int32_t *size);
-RZL_API int rzl_get_rle_strip(CFILE *cfile, void *buffer, int32_t *size);
+RZL_API int rzl_get_rle_line(CFILE* cfile, void* buffer, int32_t* size);
+RZL_API int rzl_get_rle_strip(CFILE* cfile, void* buffer, int32_t* size);
 
 /* Write the next line: the same shapes. */
-RZL_API int rzl_putline(CFILE *cfile, const void *buffer);
-RZL_API int rzl_putline3(CFILE *cfile, const void *red, const void *green, const void *blue);
-RZL_API int rzl_putline_channels(CFILE *cfile, int channels, const void *const *buffers);
-RZL_API int rzl_putline16(CFILE *cfile, const uint16_t *buffer);
-RZL_API int rzl_putline_interleaved(CFILE *cfile, const void *buffer);
-RZL_API int rzl_put_rle_line(CFILE *cfile, const void *buffer, int32_t size);
+RZL_API int rzl_putline(CFILE* cfile, const void* buffer);
+RZL_API int rzl_putline3(CFILE* cfile, const void* red, const void* green, const void* blue);
+RZL_API int rzl_putline_channels(CFILE* cfile, int channels, const void* const* buffers);
+RZL_API int rzl_putline16(CFILE* cfile, const uint16_t* buffer);
+RZL_API int rzl_putline_interleaved(CFILE* cfile, const void* buffer);
+RZL_API int rzl_put_rle_line(CFILE* cfile, const void* buffer, int32_t size);
 
 /* Position at a line (a tile, for tile calls), or at the first. rzl_randomize() makes seeking cheap. */
-RZL_API int rzl_seek(CFILE *cfile, int32_t line);
-RZL_API int rzl_rewind(CFILE *cfile);
-RZL_API int rzl_randomize(CFILE *cfile);
+RZL_API int rzl_seek(CFILE* cfile, int32_t line);
+RZL_API int rzl_rewind(CFILE* cfile);
+RZL_API int rzl_randomize(CFILE* cfile);
 
 /* Resample while reading: lines come as out_xsize x out_ysize pixels. Flags: RZL_SQUETCH_FILTER interpolates and
- * averages, without it pixels are replicated and dropped; RZL_SQUETCH_EACH_CHANNEL resamples an image of one sample once
- * for each channel of a call. The handle is positioned at the first line. */
+ * averages, without it pixels are replicated and dropped; RZL_SQUETCH_EACH_CHANNEL resamples an image of one sample
+ * once for each channel of a call. The handle is positioned at the first line. */
 enum { RZL_SQUETCH_FILTER = 1, RZL_SQUETCH_EACH_CHANNEL = 4 };
-RZL_API int rzl_set_squetch(CFILE *cfile, int32_t out_xsize, int32_t out_ysize, uint32_t flags);
-RZL_API int rzl_clear_squetch(CFILE *cfile);
+RZL_API int rzl_set_squetch(CFILE* cfile, int32_t out_xsize, int32_t out_ysize, uint32_t flags);
+RZL_API int rzl_clear_squetch(CFILE* cfile);
 
 /* ---- tiles ---- */
 
 /* Read or write the next tile, planes as in lines. A non-null `uniform` asks for the colour of a tile without data
  * rather than its pixels; -1 there means that the buffers were filled. */
-RZL_API int rzl_gettile(CFILE *cfile, int channels, void *const *buffers, int32_t *uniform);
-RZL_API int rzl_puttile(CFILE *cfile, int channels, const void *const *buffers);
-RZL_API int rzl_gettile16(CFILE *cfile, int channels, void *const *buffers, int32_t *uniform);
-RZL_API int rzl_puttile16(CFILE *cfile, int channels, const void *const *buffers);
-RZL_API int rzl_get_rle_tile(CFILE *cfile, void *buffer, int32_t *size, int32_t *uniform);
-RZL_API int rzl_put_rle_tile(CFILE *cfile, const void *buffer, int32_t size);
+RZL_API int rzl_gettile(CFILE* cfile, int channels, void* const* buffers, int32_t* uniform);
+RZL_API int rzl_puttile(CFILE* cfile, int channels, const void* const* buffers);
+RZL_API int rzl_gettile16(CFILE* cfile, int channels, void* const* buffers, int32_t* uniform);
+RZL_API int rzl_puttile16(CFILE* cfile, int channels, const void* const* buffers);
+RZL_API int rzl_get_rle_tile(CFILE* cfile, void* buffer, int32_t* size, int32_t* uniform);
+RZL_API int rzl_put_rle_tile(CFILE* cfile, const void* buffer, int32_t size);
 
 /* ---- the rest ---- */
 
 /* A library-wide value. Always 0. */
-RZL_API int rzl_get_global(int32_t field, void *value);
+RZL_API int rzl_get_global(int32_t field, void* value);
 
 /* 1 when something that the file should hold was missing and had to be made up: lines of a cut scannable file that read
  * as zero, a colour table or packets that were dropped. 0 otherwise. */
-RZL_API int rzl_is_damaged(CFILE *cfile);
+RZL_API int rzl_is_damaged(CFILE* cfile);
 
 /* The symbolic name of a status word, such as "RZL_CANNOT_OPEN". Never null. */
-RZL_API const char *rzl_status_name(uint32_t status);
+RZL_API const char* rzl_status_name(uint32_t status);
 
 /* A short sentence for a status word, for a user to read. Never null. */
-RZL_API const char *rzl_status_text(uint32_t status);
+RZL_API const char* rzl_status_text(uint32_t status);
 
 /* The name of a standard, as "KRVN", or null; and whether this build can create and read it. */
-RZL_API const char *rzl_standard_name(int32_t id);
-RZL_API int rzl_standard_support(int32_t id, int *can_create, int *can_read);
+RZL_API const char* rzl_standard_name(int32_t id);
+RZL_API int rzl_standard_support(int32_t id, int* can_create, int* can_read);
 
 #ifdef __cplusplus
 }

@@ -1,13 +1,17 @@
-// Byte readers and writers: values of a given width and byte order at a place in memory, and a cursor over a block whose
-// error is sticky: take all the fields of a header, then ask once whether the block was long enough.
+// Byte readers and writers: values of a given width and byte order at a place in memory, and a cursor over a block
+// whose error is sticky: take all the fields of a header, then ask once whether the block was long enough.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-inline uint16_t load_u16le(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
-inline uint16_t load_u16be(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
+inline uint16_t load_u16le(const uint8_t* p) {
+    return static_cast<uint16_t>(p[0] | p[1] << 8);
+}
+inline uint16_t load_u16be(const uint8_t* p) {
+    return static_cast<uint16_t>(p[0] << 8 | p[1]);
+}
 
 inline uint32_t load_u32le(const uint8_t* p) {
     return load_u16le(p) | static_cast<uint32_t>(load_u16le(p + 2)) << 16;
@@ -63,7 +67,9 @@ inline byte_cursor cursor_over(const void* block, size_t size) {
     return {first, first + size, false};
 }
 
-inline size_t cursor_left(const byte_cursor* c) { return static_cast<size_t>(c->end - c->next); }
+inline size_t cursor_left(const byte_cursor* c) {
+    return static_cast<size_t>(c->end - c->next);
+}
 
 // The next `count` bytes, or null when fewer are left.
 inline const uint8_t* take_bytes(byte_cursor* c, size_t count) {

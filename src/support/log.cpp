@@ -16,7 +16,9 @@ struct log_state {
 
 log_state state = {};
 
-bool level_is_shown(int level) { return level >= LOG_ERROR && level <= LOG_INFO; }
+bool level_is_shown(int level) {
+    return level >= LOG_ERROR && level <= LOG_INFO;
+}
 
 } // namespace
 
@@ -25,7 +27,9 @@ void log_set_sink(log_sink sink, void* user) {
     state.sink_user = user;
 }
 
-void log_to_standard_error(void* /*user*/, int /*level*/, const char* text) { std::fprintf(stderr, "%s\n", text); }
+void log_to_standard_error(void* /*user*/, int /*level*/, const char* text) {
+    std::fprintf(stderr, "%s\n", text);
+}
 
 void log_message(int level, const char* format, ...) {
     if (state.sink == nullptr || !level_is_shown(level)) return;

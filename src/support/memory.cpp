@@ -67,7 +67,9 @@ char* mem_copy_text(const char* text) {
     return copy;
 }
 
-long mem_live() { return live_blocks.load(std::memory_order_relaxed); }
+long mem_live() {
+    return live_blocks.load(std::memory_order_relaxed);
+}
 
 void mem_fail_after(long count, mem_fail mode) {
     allocations_left = count;

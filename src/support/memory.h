@@ -38,10 +38,14 @@ void mem_fail_after(long count, mem_fail mode);
 bool mem_fail_stop();
 
 // A typed block, zero-filled, for plain records. Freed with mem_free().
-template <typename T> T* mem_new() { return static_cast<T*>(mem_alloc_zeroed(sizeof(T))); }
+template <typename T> T* mem_new() {
+    return static_cast<T*>(mem_alloc_zeroed(sizeof(T)));
+}
 
 // A typed array, not filled.
-template <typename T> T* mem_new_array(size_t count) { return static_cast<T*>(mem_alloc_array(count, sizeof(T))); }
+template <typename T> T* mem_new_array(size_t count) {
+    return static_cast<T*>(mem_alloc_array(count, sizeof(T)));
+}
 
 // Frees a block at the end of a scope, unless it is handed on with keep().
 template <typename T> struct mem_guard {

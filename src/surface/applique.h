@@ -4,12 +4,12 @@
 #include <cstdint>
 
 struct applique {
-    double a0, a1, a2;      // colour: red, green, blue, 0.0 to 1.0; pattern: origin u, origin v, m00
-    double a3, a4, a5;      // pattern: m01, m10, m11
-    double a6, a7;          // pattern: s0, t0
-    char* file;             // owned: the pattern's raster file; null for a colour
-    int32_t is_color;       // 1 colour, 0 pattern
-    applique* next_free;    // while the record waits for its next use
+    double a0, a1, a2;   // colour: red, green, blue, 0.0 to 1.0; pattern: origin u, origin v, m00
+    double a3, a4, a5;   // pattern: m01, m10, m11
+    double a6, a7;       // pattern: s0, t0
+    char* file;          // owned: the pattern's raster file; null for a colour
+    int32_t is_color;    // 1 colour, 0 pattern
+    applique* next_free; // while the record waits for its next use
 };
 
 // A record with `file` null and `is_color` 0, or null after a message.

@@ -3,8 +3,8 @@
 //   name {color = (r, g, b);}
 //   name {pattern = "file";}
 //
-// Entries stand in any order and may be spaced freely. A name has at most 79 characters without "{", a file name at most
-// 79 without a quote. An entry with neither body ends the file. Colours outside 0.0 to 1.0 are clamped.
+// Entries stand in any order and may be spaced freely. A name has at most 79 characters without "{", a file name at
+// most 79 without a quote. An entry with neither body ends the file. Colours outside 0.0 to 1.0 are clamped.
 #pragma once
 
 #include <cstddef>
@@ -46,8 +46,8 @@ int palette_save(const color_palette* colors, const pattern_palette* patterns, c
 // changed, 0 when it was so already, -1 after a message when there is no memory, with the table as it was.
 int palette_add(color_palette* colors, const char* name, double red, double green, double blue);
 
-// Puts a raster file at `index`, or at the end when index is at or past the count, under a name made of `path`'s text cut
-// at its first "." with a capital. Returns 0, non-zero after a message.
+// Puts a raster file at `index`, or at the end when index is at or past the count, under a name made of `path`'s text
+// cut at its first "." with a capital. Returns 0, non-zero after a message.
 int pattern_set(pattern_palette* patterns, int index, const char* path);
 
 // The first entry of that name, or -1.

@@ -1,13 +1,13 @@
 // Paths in clean form, the search-path variables, and finding a file along one of them.
 //
-// Clean form is lower case with "\" as separator, no "." or ".." where they can be removed, no doubled separators and no
-// trailing "\" except for a root.
+// Clean form is lower case with "\" as separator, no "." or ".." where they can be removed, no doubled separators and
+// no trailing "\" except for a root.
 #pragma once
 
 #include <cstddef>
 
-// Turns a path into clean form, in place; it never gets longer, but an empty path becomes "\", so there must be room for
-// two characters.
+// Turns a path into clean form, in place; it never gets longer, but an empty path becomes "\", so there must be room
+// for two characters.
 void path_clean(char* path);
 
 // Cleans the path and returns 1 if it begins with "\" or has ":" as its second character.

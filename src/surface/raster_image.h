@@ -5,9 +5,9 @@
 #include <cstdint>
 
 struct raster_image {
-    char* name;             // owned: the path from which it was loaded
-    int32_t width, height;  // of the stored picture, pixels and rows
-    uint8_t* red;           // owned planes: row y, from the top, starts at y x width
+    char* name;            // owned: the path from which it was loaded
+    int32_t width, height; // of the stored picture, pixels and rows
+    uint8_t* red;          // owned planes: row y, from the top, starts at y x width
     uint8_t* green;
     uint8_t* blue;
 };

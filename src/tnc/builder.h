@@ -26,7 +26,8 @@ void builder_move_x(pen_builder* builder, int32_t columns);
 
 // Adds a sample at (x, y). A sample of a pen that was not declared is ignored; one for which there is no memory is
 // dropped with a message.
-void builder_add_sample(pen_builder* builder, int pen, uint8_t red, uint8_t green, uint8_t blue, uint16_t u, uint16_t v);
+void builder_add_sample(pen_builder* builder, int pen, uint8_t red, uint8_t green, uint8_t blue, uint16_t u,
+                        uint16_t v);
 
 // Pack the line, then y + 1, or y + count, with x 0.
 void builder_next_line(pen_builder* builder);

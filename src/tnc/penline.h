@@ -8,9 +8,10 @@
 //                 s   the shade stands once, ahead of the pixels
 //                 g   a shade is one byte, for red, green and blue alike
 //
-// A run goes on with: the count byte; the one shade; for delta coding the high bytes of u, v of the first and the second
-// pixel; then per pixel its shade, and u low, u high, v low, v high (literal) or two bytes (delta): the low bytes of u and
-// v for the first two pixels, the signed second differences of u and v from the third on. u and v are 16-bit and wrap.
+// A run goes on with: the count byte; the one shade; for delta coding the high bytes of u, v of the first and the
+// second pixel; then per pixel its shade, and u low, u high, v low, v high (literal) or two bytes (delta): the low
+// bytes of u and v for the first two pixels, the signed second differences of u and v from the third on. u and v are
+// 16-bit and wrap.
 //
 // Code may come from a damaged file, so the decoder never reads past `length`: an item that isn't whole ends the line.
 //
@@ -36,13 +37,13 @@ constexpr int PENLINE_RUN_MAX = 256;
 
 // The samples of one run, decoded. Sample i stands at column x + i.
 struct penline_run {
-    int32_t x;                      // first column
-    int32_t count;                  // 1 to PENLINE_RUN_MAX
-    bool constant_shade;            // all samples have the shade of sample 0 (all are stored nevertheless)
+    int32_t x;           // first column
+    int32_t count;       // 1 to PENLINE_RUN_MAX
+    bool constant_shade; // all samples have the shade of sample 0 (all are stored nevertheless)
     uint8_t red[PENLINE_RUN_MAX];
     uint8_t green[PENLINE_RUN_MAX];
     uint8_t blue[PENLINE_RUN_MAX];
-    uint16_t u[PENLINE_RUN_MAX];    // 0 for a run without u,v
+    uint16_t u[PENLINE_RUN_MAX]; // 0 for a run without u,v
     uint16_t v[PENLINE_RUN_MAX];
 };
 
@@ -53,7 +54,9 @@ struct penline_position {
     int32_t x;
 };
 
-inline penline_position penline_begin(const pline* line) { return {line->code, line->code + line->length, 0}; }
+inline penline_position penline_begin(const pline* line) {
+    return {line->code, line->code + line->length, 0};
+}
 
 // Decodes the next pixel run into `run`, passing over skip items. False at the end of the line.
 // `run` may be reused from call to call.

@@ -1,8 +1,8 @@
 // The rendered image in memory: what each surface contributed to each pixel of a picture.
 //
-// A surface is called a pen. For each pen and scan line the image holds a chain of packed lines (`pline`), one per layer:
-// a layer exists because a surface can stand more than once at a column. tnc_read() brings a .tnc file in; the walks give
-// each pixel of a pen back; pens_at_pixel() tells which surfaces stand at a pixel.
+// A surface is called a pen. For each pen and scan line the image holds a chain of packed lines (`pline`), one per
+// layer: a layer exists because a surface can stand more than once at a column. tnc_read() brings a .tnc file in; the
+// walks give each pixel of a pen back; pens_at_pixel() tells which surfaces stand at a pixel.
 //
 // Columns x count from 0 at the left, scan lines y from 0 at the top. Nothing here checks x against the width of the
 // picture: whoever writes into rows of a picture does. An image does not change after it has been read.
@@ -37,16 +37,16 @@ struct tnc_image {
 };
 
 // Reads a .tnc file as `line_count` scan lines. Null on failure, after a message. A file that can't be opened, is no
-// .tnc file, or holds samples of an unknown pen stops the program with status 1; where a test replaces that stop, null is
-// given. Damage that leaves the rest usable is passed over: `complete` tells of a file that ended early.
+// .tnc file, or holds samples of an unknown pen stops the program with status 1; where a test replaces that stop, null
+// is given. Damage that leaves the rest usable is passed over: `complete` tells of a file that ended early.
 tnc_image* tnc_read(const char* path, int32_t line_count);
 
 // Releases an image and all that hangs from it. Null does nothing.
 void tnc_free(tnc_image* image);
 
 // One pixel of a pen: shade 0 to 255 each, u and v 0 to 65535 (0 for a pen without u,v).
-using pixel_callback = void (*)(void* context, int32_t x, int32_t y, int32_t red, int32_t green, int32_t blue, int32_t u,
-                                int32_t v);
+using pixel_callback = void (*)(void* context, int32_t x, int32_t y, int32_t red, int32_t green, int32_t blue,
+                                int32_t u, int32_t v);
 
 // One run of pixels, `count` of them from column x on. A non-zero result stops the walk.
 using run_callback = int (*)(void* context, int32_t x, int32_t y, int32_t count);
@@ -69,17 +69,17 @@ int pline_shade_at(const pline* line, int32_t x, int32_t* red, int32_t* green, i
 
 constexpr int PENS_AT_PIXEL_MAX = 20;
 
-// Fills `pens` with up to `max` (at most PENS_AT_PIXEL_MAX) pens at the pixel, the strongest shade first, and returns how
-// many there are.
+// Fills `pens` with up to `max` (at most PENS_AT_PIXEL_MAX) pens at the pixel, the strongest shade first, and returns
+// how many there are.
 int pens_at_pixel(const tnc_image* image, int32_t x, int32_t y, int32_t* pens, int max);
 
 // Totals of a pen over its lines, for reports. The box is inclusive; an empty pen has x1 > x2.
 struct pen_summary {
-    int64_t samples;         // pixels, layers counted separately
-    int64_t runs;            // pixel runs of the byte code
-    int64_t plines;          // packed lines
-    int64_t bytes;           // bytes of code, terminators included
-    int32_t x1, y1, x2, y2;  // bounding box
+    int64_t samples;        // pixels, layers counted separately
+    int64_t runs;           // pixel runs of the byte code
+    int64_t plines;         // packed lines
+    int64_t bytes;          // bytes of code, terminators included
+    int32_t x1, y1, x2, y2; // bounding box
 };
 
 // False for a pen that is not defined.

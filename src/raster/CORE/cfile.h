@@ -3,15 +3,15 @@
 //
 // How it is used. A public call tests the handle, takes its lock, clears the status, calls a slot, copies the status to
 // the library-wide one and gives the lock back (handle_enter() and handle_leave() do all of that). The format slots are
-// the format's own operations; the file slots are ten stream-like operations on the bytes, in four interchangeable sets.
-// A module never touches a file but through the file slots, and takes no lock.
+// the format's own operations; the file slots are ten stream-like operations on the bytes, in four interchangeable
+// sets. A module never touches a file but through the file slots, and takes no lock.
 //
 // A module is one directory with one constant table of format slots and the functions in it. Its open function for
 // reading is called by detection and owns the handle from then on; its initialiser is called for a file being created.
 // Both end in install_slots(). A null slot in the table keeps the core's default, which refuses.
 //
-// Errors. Who finds a failure calls fail(), which sets the status and prints when the debug level asks for it; who passes
-// it on adds nothing.
+// Errors. Who finds a failure calls fail(), which sets the status and prints when the debug level asks for it; who
+// passes it on adds nothing.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +20,8 @@
 #include "platform/lock.h"
 #include "raster/rzl.h"
 
-// ---- slots -----------------------------------------------------------------------------------------------------------
+// ---- slots
+// -----------------------------------------------------------------------------------------------------------
 
 // A line's channel buffers: one plane each, null for one that is not wanted.
 using read_planes = uint8_t* const*;
@@ -31,28 +32,28 @@ using write_planes = const uint8_t* const*;
 using read_line_slot = int (*)(CFILE* c, int channels, read_planes buffers);
 using write_line_slot = int (*)(CFILE* c, int channels, write_planes buffers);
 
-// Tile slots: the same, for the next tile. `size_word`, when not null, asks for a tile without data to be told there and
-// not filled.
+// Tile slots: the same, for the next tile. `size_word`, when not null, asks for a tile without data to be told there
+// and not filled.
 using read_tile_slot = int (*)(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
 using write_tile_slot = int (*)(CFILE* c, int channels, write_planes buffers, uint32_t* size_word);
 
 // The format's own operations. Results: 0 success and 1 failure where no other is told.
 struct format_slots {
-    read_line_slot Getline;         // a line, whatever the storage; modules use rzl_getline_generic
-    read_line_slot Get_line;        // a line, with no tile or squetch handling: the module's innermost read
-    read_line_slot Getline16;       // 16-bit samples
+    read_line_slot Getline;   // a line, whatever the storage; modules use rzl_getline_generic
+    read_line_slot Get_line;  // a line, with no tile or squetch handling: the module's innermost read
+    read_line_slot Getline16; // 16-bit samples
     read_line_slot Get_line16;
     read_line_slot Getlinefromtile; // a line out of tiled storage; modules use rzl_getline_from_tiles
     read_line_slot Getrleline;      // the stored coding of a line; its size in `rle_size`; bytes used, 0 failure
     read_line_slot Getrlestrip;
     int (*Getinlv)(CFILE* c, uint8_t* buffer); // a line as interleaved pixels; pixels, 0 failure
-    write_line_slot Putline;        // modules use rzl_putline_generic
-    write_line_slot Put_line;       // the module's innermost write
+    write_line_slot Putline;                   // modules use rzl_putline_generic
+    write_line_slot Put_line;                  // the module's innermost write
     write_line_slot Putline16;
     write_line_slot Put_line16;
-    write_line_slot Putrleline;     // a line in the stored coding, `rle_size` bytes
+    write_line_slot Putrleline; // a line in the stored coding, `rle_size` bytes
     int (*Putinlv)(CFILE* c, const uint8_t* buffer);
-    write_line_slot Putlinetotile;  // modules use rzl_putline_to_tiles
+    write_line_slot Putlinetotile; // modules use rzl_putline_to_tiles
     read_tile_slot Gettile;
     write_tile_slot Puttile;
     read_tile_slot Gettile16;
@@ -79,15 +80,15 @@ struct format_slots {
     int (*Randomize)(CFILE* c);
     void (*Rewind)(CFILE* c);
     void (*ckJPEG)(CFILE* c, uint32_t mark);
-    void (*Close)(CFILE* c);      // finish the file; free what hangs from `spec`, not `spec` itself
-    void (*Free_specs)(CFILE* c); // free what hangs from `spec`; the core frees `spec` afterwards
+    void (*Close)(CFILE* c);               // finish the file; free what hangs from `spec`, not `spec` itself
+    void (*Free_specs)(CFILE* c);          // free what hangs from `spec`; the core frees `spec` afterwards
     int64_t (*Get_Image_Offset)(CFILE* c); // file offset of the first pixel data
 };
 
 // The operations on bytes, on the opaque word `file` of the handle. Offsets are 64-bit.
 struct file_slots {
-    void* (*file_open)(const char* name, const char* mode); // null on failure
-    int (*file_close)(void* file);                          // 0 on success
+    void* (*file_open)(const char* name, const char* mode);                          // null on failure
+    int (*file_close)(void* file);                                                   // 0 on success
     size_t (*file_read)(void* buffer, size_t size, size_t count, void* file);        // items moved
     size_t (*file_write)(const void* buffer, size_t size, size_t count, void* file); // items moved
     int (*file_getc)(void* file);                                                    // the byte, or -1
@@ -98,7 +99,8 @@ struct file_slots {
     int (*file_flush)(void* file); // 0 on success
 };
 
-// ---- records of a handle ---------------------------------------------------------------------------------------------
+// ---- records of a handle
+// ---------------------------------------------------------------------------------------------
 
 // Tiles of a tiled file. Between line calls `row_buffer` holds the planes of a row of tiles, one after the other, each
 // `height` lines of line_bytes.
@@ -139,7 +141,8 @@ struct jpeg_record {
 // A file seen through a moving view of at most MAPPING_VIEW_SIZE bytes; fakefile.cpp and mapped.cpp.
 struct mapping_record;
 
-// ---- the handle ------------------------------------------------------------------------------------------------------
+// ---- the handle
+// ------------------------------------------------------------------------------------------------------
 
 constexpr uint32_t CFILE_MAGIC = 0xABCD;
 
@@ -170,14 +173,14 @@ enum cfile_flags : uint32_t {
     FLAG_LINE_PADDING = 1u << 14,      // lines of an odd byte count carry a pad byte
     FLAG_RAW_SAMPLES = 1u << 15,       // field 701
     FLAG_NATIVE = 1u << 16,
-    FLAG_MEMORY = 1u << 17,            // `file` is an rzl_memfile
-    FLAG_FIELD_404 = 1u << 18,         // set at creation
-    FLAG_MODULE = 1u << 19,            // module-defined
-    FLAG_PADDED_TILES = 1u << 20,      // a row of tiles is tiles_across x width pixels wide
-    FLAG_FOUR_BYTE_PIXELS = 1u << 22,  // interleaved lines have 4 bytes a pixel
-    FLAG_INTERLEAVED = 1u << 23,       // the caller's line buffer is pixel-interleaved
-    FLAG_16_BIT = 1u << 24,            // format 10 holds 16-bit values
-    FLAG_DAMAGED = 1u << 30,           // something missing from the file was made up; see rzl_is_damaged()
+    FLAG_MEMORY = 1u << 17,           // `file` is an rzl_memfile
+    FLAG_FIELD_404 = 1u << 18,        // set at creation
+    FLAG_MODULE = 1u << 19,           // module-defined
+    FLAG_PADDED_TILES = 1u << 20,     // a row of tiles is tiles_across x width pixels wide
+    FLAG_FOUR_BYTE_PIXELS = 1u << 22, // interleaved lines have 4 bytes a pixel
+    FLAG_INTERLEAVED = 1u << 23,      // the caller's line buffer is pixel-interleaved
+    FLAG_16_BIT = 1u << 24,           // format 10 holds 16-bit values
+    FLAG_DAMAGED = 1u << 30,          // something missing from the file was made up; see rzl_is_damaged()
 };
 
 constexpr int32_t OVERVIEW_BASE = -1;  // the base image is active
@@ -185,20 +188,20 @@ constexpr int32_t OVERVIEW_UNSET = -2; // so that the first activation of the ba
 constexpr uint64_t LINE_OFFSET_UNKNOWN = ~uint64_t{0};
 
 struct CFILE {
-    uint32_t magic;          // CFILE_MAGIC
-    void* file;              // what the file slots work on
-    char* name;              // owned, or null: the file name, of modules that reopen companions
-    int32_t xsize, ysize;    // of the active image or overview, pixels and lines
-    int32_t samples, bits;   // samples a pixel, bits a sample
-    int32_t line;            // next line to read or write; next tile in tile calls
-    uint32_t status;         // of the last operation on this handle
-    int32_t format;          // data format code, refreshed after every open and header write
-    uint32_t mode;           // one of MODE_
-    int32_t standard;        // -1 until one is set
-    uint32_t flags;          // cfile_flags
-    uint32_t compression;    // class of the stored pixels: 0 none, 2 run-length, 3 LZW, 5 CCITT
+    uint32_t magic;        // CFILE_MAGIC
+    void* file;            // what the file slots work on
+    char* name;            // owned, or null: the file name, of modules that reopen companions
+    int32_t xsize, ysize;  // of the active image or overview, pixels and lines
+    int32_t samples, bits; // samples a pixel, bits a sample
+    int32_t line;          // next line to read or write; next tile in tile calls
+    uint32_t status;       // of the last operation on this handle
+    int32_t format;        // data format code, refreshed after every open and header write
+    uint32_t mode;         // one of MODE_
+    int32_t standard;      // -1 until one is set
+    uint32_t flags;        // cfile_flags
+    uint32_t compression;  // class of the stored pixels: 0 none, 2 run-length, 3 LZW, 5 CCITT
     uint32_t compression_variant;
-    int64_t base_offset;     // file offset of this image's data structures; every seek of a module adds it
+    int64_t base_offset; // file offset of this image's data structures; every seek of a module adds it
     int32_t active_image;
     int32_t active_overview; // OVERVIEW_BASE, OVERVIEW_UNSET, or from 0
     void* buffer_a;          // owned by the handle, used by the module; so are b to d
@@ -208,17 +211,17 @@ struct CFILE {
     bool buffer_c_owned;
     void* buffer_d;
     struct lock* lock;
-    int32_t rle_size;        // run-coded calls: the caller's buffer size on entry, the size used or needed on return
+    int32_t rle_size; // run-coded calls: the caller's buffer size on entry, the size used or needed on return
     uint32_t jpeg_flags;
-    void* spec;              // owned: the module's private record
-    jpeg_record* jpeg;       // owned
-    uint8_t* color_table;    // owned: 256 red, green, blue triples read from the file, or null
+    void* spec;               // owned: the module's private record
+    jpeg_record* jpeg;        // owned
+    uint8_t* color_table;     // owned: 256 red, green, blue triples read from the file, or null
     const rzl_vlt_entry* vlt; // borrowed: what the application gave with rzl_put_vlt()
-    squetch_record* squetch; // owned
-    tile_record* tile;       // owned
-    ccitt_record* ccitt;     // owned
+    squetch_record* squetch;  // owned
+    tile_record* tile;        // owned
+    ccitt_record* ccitt;      // owned
     void* parse_state;
-    uint32_t vlt_bits;       // significant bits of a color_table entry
+    uint32_t vlt_bits; // significant bits of a color_table entry
     int32_t line_offset_count;
     uint64_t* line_offsets;  // owned: file offset of each line's start, LINE_OFFSET_UNKNOWN when not yet visited
     mapping_record* mapping; // owned: while the file is read through a view
@@ -226,39 +229,66 @@ struct CFILE {
     file_slots io;
 };
 
-// ---- small helpers ---------------------------------------------------------------------------------------------------
+// ---- small helpers
+// ---------------------------------------------------------------------------------------------------
 
-inline bool has_flag(const CFILE* c, uint32_t flag) { return (c->flags & flag) != 0; }
-inline void set_flag(CFILE* c, uint32_t flag, bool on) { c->flags = on ? c->flags | flag : c->flags & ~flag; }
-inline bool is_readable(const CFILE* c) { return (c->mode & MODES_READABLE) != 0; }
-inline bool is_writable(const CFILE* c) { return (c->mode & MODES_WRITABLE) != 0; }
+inline bool has_flag(const CFILE* c, uint32_t flag) {
+    return (c->flags & flag) != 0;
+}
+inline void set_flag(CFILE* c, uint32_t flag, bool on) {
+    c->flags = on ? c->flags | flag : c->flags & ~flag;
+}
+inline bool is_readable(const CFILE* c) {
+    return (c->mode & MODES_READABLE) != 0;
+}
+inline bool is_writable(const CFILE* c) {
+    return (c->mode & MODES_WRITABLE) != 0;
+}
 
 // Classes of data formats.
-constexpr bool format_is_bilevel(int32_t f) { return f == 1 || f == 9 || f == 23 || f == 24; }
-constexpr bool format_is_color(int32_t f) { return f == 25 || f == 27 || f == 28 || f == 31; }
-constexpr bool format_is_four(int32_t f) { return f == 32 || f == 67 || f == 69; }
-constexpr bool format_is_byte(int32_t f) { return f == 2 || f == 10 || f == 29 || f == 30; }
-constexpr bool format_is_jpeg(int32_t f) { return f == 30 || f == 31 || f == 32; }
+constexpr bool format_is_bilevel(int32_t f) {
+    return f == 1 || f == 9 || f == 23 || f == 24;
+}
+constexpr bool format_is_color(int32_t f) {
+    return f == 25 || f == 27 || f == 28 || f == 31;
+}
+constexpr bool format_is_four(int32_t f) {
+    return f == 32 || f == 67 || f == 69;
+}
+constexpr bool format_is_byte(int32_t f) {
+    return f == 2 || f == 10 || f == 29 || f == 30;
+}
+constexpr bool format_is_jpeg(int32_t f) {
+    return f == 30 || f == 31 || f == 32;
+}
 
 // Samples and bits of a data format, as setting field 3 stores them. False for a number that is no data format, which
 // stores nothing. Format 26 keeps the `bits` it finds.
 bool format_layout(int32_t format, int32_t* samples, int32_t* bits);
 
 // Shorthands for the file slots. Offsets from the file's start.
-inline size_t io_read(CFILE* c, void* buffer, size_t bytes) { return c->io.file_read(buffer, 1, bytes, c->file); }
+inline size_t io_read(CFILE* c, void* buffer, size_t bytes) {
+    return c->io.file_read(buffer, 1, bytes, c->file);
+}
 inline size_t io_write(CFILE* c, const void* buffer, size_t bytes) {
     return c->io.file_write(buffer, 1, bytes, c->file);
 }
-inline bool io_seek(CFILE* c, int64_t offset) { return c->io.file_seek(c->file, offset, 0) == 0; }
-inline int64_t io_tell(CFILE* c) { return c->io.file_tell(c->file); }
+inline bool io_seek(CFILE* c, int64_t offset) {
+    return c->io.file_seek(c->file, offset, 0) == 0;
+}
+inline int64_t io_tell(CFILE* c) {
+    return c->io.file_tell(c->file);
+}
 
 // The size of the whole file in bytes, keeping the position; -1 when it can't be told.
 int64_t io_size(CFILE* c);
 
-// ---- errors: report.cpp ----------------------------------------------------------------------------------------------
+// ---- errors: report.cpp
+// ----------------------------------------------------------------------------------------------
 
 // Sets `status` on the handle (null: only library-wide) and prints its words when the debug level is not 0. `source` is
-// the module path, as "CORE/open"; `detail` the word that says what was being done, null for none. `line` is the caller's.
+// the module path, as "CORE/open"; `detail` the word that says what was being done, null for none. `line` is the
+// caller's.
 void fail(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE());
 
 // Builds the words of `status` and prints them on standard error. Changes no state.
@@ -282,7 +312,8 @@ void set_last_status(uint32_t status);
 int32_t debug_level();
 void read_debug_level(); // from the environment variable RZL_DEBUG, when it is set
 
-// ---- entry of public calls: report.cpp -------------------------------------------------------------------------------
+// ---- entry of public calls: report.cpp
+// -------------------------------------------------------------------------------
 
 // A handle that can be used. Otherwise false, with RZL_BAD_CFILE in the library-wide status and `word` reported.
 bool handle_is_valid(CFILE* c, const char* word);
@@ -293,7 +324,8 @@ bool handle_enter(CFILE* c, const char* word);
 // Copies the status to the library-wide one and gives the lock back. Returns `result`.
 int handle_leave(CFILE* c, int result);
 
-// ---- handles and slots: init.cpp, dummy.cpp, standard.cpp ------------------------------------------------------------
+// ---- handles and slots: init.cpp, dummy.cpp, standard.cpp
+// ------------------------------------------------------------
 
 // Every field to its initial value, a new lock, default slots. False when there is no memory.
 bool rzl_init_cfile(CFILE* c);
@@ -318,14 +350,15 @@ void free_squetch_record(CFILE* c); // and clears FLAG_SQUETCH
 struct format_module {
     int32_t standard;
     const char* name;
-    CFILE* (*open)(CFILE* c);  // for reading: owns the handle and frees it on failure, having set the status; or null
+    CFILE* (*open)(CFILE* c);    // for reading: owns the handle and frees it on failure, having set the status; or null
     int (*initialise)(CFILE* c); // for a file being created; 0 on success; null: can't be created
 };
 
 // The module of a standard, or null.
 const format_module* find_module(int32_t standard);
 
-// ---- file sets -------------------------------------------------------------------------------------------------------
+// ---- file sets
+// -------------------------------------------------------------------------------------------------------
 
 void rzl_set_stream_slots(CFILE* c); // stream.cpp
 void rzl_set_handle_slots(CFILE* c); // handle.cpp
@@ -347,7 +380,8 @@ void io_consume(CFILE* c, size_t bytes);
 // The record of a name "/INMEM/<decimal>", or null. *is_memory tells whether the name is of that form.
 rzl_memfile* memfile_of_name(const char* name, bool* is_memory);
 
-// ---- header calls: info.cpp ------------------------------------------------------------------------------------------
+// ---- header calls: info.cpp
+// ------------------------------------------------------------------------------------------
 
 // Fields 100 and 104 (0: not given) on the base image: see the rules of rzl_set_hdr_data. 0 on success.
 int rzl_setup_tiles(CFILE* c, int32_t width, int32_t height);
@@ -358,7 +392,8 @@ void count_tiles(CFILE* c);
 // Field 403 for the handle's format.
 int32_t pixel_class(const CFILE* c);
 
-// ---- lines and tiles -------------------------------------------------------------------------------------------------
+// ---- lines and tiles
+// -------------------------------------------------------------------------------------------------
 
 // Bytes of one stored or delivered plane line of `pixels` pixels.
 size_t line_bytes(const CFILE* c, int64_t pixels);

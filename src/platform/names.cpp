@@ -1,0 +1,212 @@
+// Names of files: how a path in the application's form becomes a real one, the working directory, and the directory
+// operations. What moves bytes is in handles.cpp, streams.cpp and reader.cpp.
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <dirent.h>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/files.h"
+
+namespace {
+
+bool stands(const char* real) {
+    struct stat info;
+    return stat(real, &info) == 0;
+}
+
+bool copy_text(const char* text, char* out, size_t size) {
+    size_t length = std::strlen(text);
+    if (length >= size) return false;
+    std::memcpy(out, text, length + 1);
+    return true;
+}
+
+// The path without its drive and with "/" as separator.
+bool to_slashes(const char* path, char* out, size_t size) {
+    if (path[0] != '\0' && path[1] == ':') path += 2;
+    if (!copy_text(path, out, size)) return false;
+    for (char* p = out; *p != '\0'; ++p) {
+        if (*p == '\\') *p = '/';
+    }
+    return out[0] != '\0';
+}
+
+// A path that is being put together, component by component.
+struct path_text {
+    char text[FILES_PATH_SIZE];
+    size_t length;
+};
+
+bool append(path_text* path, const char* piece, size_t length) {
+    if (path->length + length + 1 > sizeof path->text) return false;
+    std::memcpy(path->text + path->length, piece, length);
+    path->length += length;
+    path->text[path->length] = '\0';
+    return true;
+}
+
+bool match_rest(path_text* done, const char* rest);
+
+// Tries one name for the next component, and goes on with what follows it. Takes the name off again when that fails.
+bool try_component(path_text* done, const char* name, size_t length, const char* rest) {
+    size_t before = done->length;
+    if (append(done, name, length) && stands(done->text) && match_rest(done, rest)) return true;
+    done->length = before;
+    done->text[before] = '\0';
+    return false;
+}
+
+// Looks for the component in the directory without regard to case. Each candidate is followed to the end, so that a
+// second directory that differs in case only is found as well.
+bool try_other_case(path_text* done, const char* name, size_t length, const char* rest) {
+    DIR* directory = opendir(done->length > 0 ? done->text : ".");
+    if (directory == nullptr) return false;
+    bool found = false;
+    for (const dirent* entry = readdir(directory); entry != nullptr && !found; entry = readdir(directory)) {
+        if (std::strlen(entry->d_name) != length || strncasecmp(entry->d_name, name, length) != 0) continue;
+        if (std::strncmp(entry->d_name, name, length) == 0) continue; // tried already
+        found = try_component(done, entry->d_name, length, rest);
+    }
+    closedir(directory);
+    return found;
+}
+
+bool match_rest(path_text* done, const char* rest) {
+    size_t separators = std::strspn(rest, "/");
+    if (separators > 0 && !append(done, "/", 1)) return false;
+    rest += separators;
+    if (*rest == '\0') return true;
+    size_t length = std::strcspn(rest, "/");
+    return try_component(done, rest, length, rest + length) || try_other_case(done, rest, length, rest + length);
+}
+
+} // namespace
+
+bool files_resolve(const char* path, char* real, size_t size) {
+    if (path == nullptr || path[0] == '\0') return false;
+    if (stands(path)) return copy_text(path, real, size);
+    char slashes[FILES_PATH_SIZE];
+    if (!to_slashes(path, slashes, sizeof slashes)) return false;
+    path_text done = {};
+    return match_rest(&done, slashes) && copy_text(done.text, real, size);
+}
+
+bool files_resolve_new(const char* path, char* real, size_t size) {
+    if (files_resolve(path, real, size)) return true;
+    char slashes[FILES_PATH_SIZE];
+    if (path == nullptr || !to_slashes(path, slashes, sizeof slashes)) return false;
+    char* last = std::strrchr(slashes, '/');
+    if (last == nullptr) return copy_text(slashes, real, size);
+    if (last[1] == '\0') return false;
+    const char* name = last + 1;
+    char directory[FILES_PATH_SIZE] = "/";
+    if (last != slashes) {
+        *last = '\0';
+        if (!files_resolve(slashes, directory, sizeof directory)) return false;
+    }
+    const char* joint = std::strcmp(directory, "/") == 0 ? "" : "/";
+    int written = std::snprintf(real, size, "%s%s%s", directory, joint, name);
+    return written > 0 && static_cast<size_t>(written) < size;
+}
+
+namespace {
+
+bool status_of(const char* path, struct stat* info) {
+    char real[FILES_PATH_SIZE];
+    return files_resolve(path, real, sizeof real) && stat(real, info) == 0;
+}
+
+} // namespace
+
+bool files_exists(const char* path) {
+    struct stat info;
+    return status_of(path, &info);
+}
+
+bool files_is_directory(const char* path) {
+    struct stat info;
+    return status_of(path, &info) && S_ISDIR(info.st_mode);
+}
+
+bool files_is_same(const char* a, const char* b) {
+    struct stat first;
+    struct stat second;
+    return status_of(a, &first) && status_of(b, &second) && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
+int64_t files_size_of(const char* path) {
+    struct stat info;
+    return status_of(path, &info) && S_ISREG(info.st_mode) ? int64_t{info.st_size} : -1;
+}
+
+int64_t files_changed_at(const char* path) {
+    struct stat info;
+    if (!status_of(path, &info)) return -1;
+    return int64_t{info.st_mtim.tv_sec} * 1000000000 + info.st_mtim.tv_nsec;
+}
+
+bool files_working_directory(char* path, size_t size) {
+    return getcwd(path, size) != nullptr;
+}
+
+bool files_change_directory(const char* path) {
+    char real[FILES_PATH_SIZE];
+    return files_resolve(path, real, sizeof real) && chdir(real) == 0;
+}
+
+bool files_full_path(const char* path, char* full, size_t size) {
+    bool absolute = path[0] == '/' || path[0] == '\\' || (path[0] != '\0' && path[1] == ':');
+    if (absolute) return copy_text(path, full, size);
+    char directory[FILES_PATH_SIZE];
+    if (!files_working_directory(directory, sizeof directory)) return false;
+    const char* joint = std::strcmp(directory, "/") == 0 ? "" : "/";
+    int written = std::snprintf(full, size, "%s%s%s", directory, joint, path);
+    return written > 0 && static_cast<size_t>(written) < size;
+}
+
+bool files_make_directory(const char* path) {
+    if (files_is_directory(path)) return true;
+    char parent[FILES_PATH_SIZE];
+    if (!to_slashes(path, parent, sizeof parent)) return false;
+    size_t length = std::strlen(parent);
+    while (length > 1 && parent[length - 1] == '/')
+        parent[--length] = '\0';
+    char real[FILES_PATH_SIZE];
+    char* last = std::strrchr(parent, '/');
+    if (last != nullptr && last != parent) {
+        *last = '\0';
+        if (!files_make_directory(parent)) return false;
+        *last = '/';
+    }
+    if (!files_resolve_new(parent, real, sizeof real)) return false;
+    return mkdir(real, 0777) == 0 || files_is_directory(real);
+}
+
+bool files_remove(const char* path) {
+    char real[FILES_PATH_SIZE];
+    return files_resolve(path, real, sizeof real) && unlink(real) == 0;
+}
+
+bool files_rename(const char* from, const char* to) {
+    char old_name[FILES_PATH_SIZE];
+    char new_name[FILES_PATH_SIZE];
+    return files_resolve(from, old_name, sizeof old_name) && files_resolve_new(to, new_name, sizeof new_name) &&
+           std::rename(old_name, new_name) == 0;
+}
+
+bool files_program_directory(char* path, size_t size) {
+    if (size == 0) return false;
+    ssize_t length = readlink("/proc/self/exe", path, size);
+    if (length <= 0 || static_cast<size_t>(length) >= size) return false;
+    path[length] = '\0';
+    char* last = std::strrchr(path, '/');
+    if (last == nullptr) return false;
+    last[last == path ? 1 : 0] = '\0';
+    return true;
+}

@@ -1,0 +1,291 @@
+// The native format: file layout, the module's private record, and what its files offer to each other.
+//
+// A file is a chain of images. Each is a header of 1024 bytes (768 when a byte colour table follows it at once), an
+// optional colour table, packets, reserved room, and the pixel data. Everything is little-endian, and a header is kept
+// as the bytes that stand in the file: it is read and written through the offsets below, never through a structure.
+//
+// Words kept apart: `words` are 16-bit words of the file; the data start is the first byte behind header, colour table
+// and packets of the active image; the first line is the data start, or, with an overview active, where the overview's
+// lines begin.
+//
+// The line slots stand in krvlines.h; this side calls them through the handle's slots, and needs from them only
+// krv_read_line_header().
+#pragma once
+
+#include "raster/CORE/cfile.h"
+#include "support/bytes.h"
+
+constexpr size_t KRV_HEADER_SIZE = 1024;
+constexpr size_t KRV_SHORT_HEADER_SIZE = 768; // a byte colour table follows at once
+constexpr size_t KRV_OLD_HEADER_SIZE = 512;
+constexpr size_t KRV_BYTE_VLT_SIZE = 768;
+constexpr size_t KRV_CODE_BUFFER_SIZE = 65530;
+constexpr uint16_t KRV_TYPE = 0x0908;
+constexpr uint16_t KRV_LINE_MARK = 0x5900;
+constexpr uint16_t KRV_NO_MORE_LINES = 65535; // held line number when the file has no further piece
+constexpr int KRV_PLAIN_WORDS = 510;          // words_to_follow of a plain header of 1024 bytes
+constexpr int KRV_OLD_WORDS = 254;            // and of the old header of 512 bytes
+constexpr int KRV_MAX_WORDS = 32767;          // words_to_follow is a signed 16-bit value
+
+// Offsets of header fields. u16, i16, u32 and doubles, little-endian.
+constexpr size_t KRV_AT_TYPE = 0;               // u16
+constexpr size_t KRV_AT_WORDS_TO_FOLLOW = 2;    // i16: words before the pixel data, less 2
+constexpr size_t KRV_AT_DATA_TYPE = 4;          // u16
+constexpr size_t KRV_AT_APPLICATION_TYPE = 6;   // u16
+constexpr size_t KRV_AT_VIEW_ORIGIN = 8;        // 3 doubles
+constexpr size_t KRV_AT_VIEW_EXTENT = 32;       // 3 doubles
+constexpr size_t KRV_AT_MATRIX = 56;            // 16 doubles
+constexpr size_t KRV_AT_PIXELS_PER_LINE = 184;  // u32
+constexpr size_t KRV_AT_LINES = 188;            // u32
+constexpr size_t KRV_AT_RESOLUTION = 192;       // i16
+constexpr size_t KRV_AT_SCAN_ORIENTATION = 194; // i8
+constexpr size_t KRV_AT_SCANNABLE = 195;        // bit 0
+constexpr size_t KRV_AT_ROTATION = 196;         // double
+constexpr size_t KRV_AT_SKEW = 204;             // double
+constexpr size_t KRV_AT_TYPE_MODIFIER = 212;    // u16
+constexpr size_t KRV_AT_NAME_1 = 214;           // 66 characters, and so are the next two
+constexpr size_t KRV_AT_NAME_2 = 280;
+constexpr size_t KRV_AT_NAME_3 = 346;
+constexpr size_t KRV_AT_DESCRIPTION = 412;   // 80 characters
+constexpr size_t KRV_AT_MINIMUM = 492;       // 8 bytes
+constexpr size_t KRV_AT_MAXIMUM = 500;       // 8 bytes
+constexpr size_t KRV_AT_VERSION = 511;       // u8
+constexpr size_t KRV_AT_ASPECT_RATIO = 520;  // double
+constexpr size_t KRV_AT_NEXT_IMAGE = 528;    // u32: file offset of the next header, 0 in the last
+constexpr size_t KRV_AT_VLT_TYPE = 532;      // u16
+constexpr size_t KRV_AT_VLT_ENTRIES = 536;   // u32
+constexpr size_t KRV_AT_PACKET_OFFSET = 540; // u32, from the image's start
+constexpr size_t KRV_AT_PACKET_WORDS = 544;  // u32, padding not counted
+constexpr size_t KRV_AT_APP_VALUES = 768;    // 3 u32
+constexpr size_t KRV_AT_COMMENT = 780;       // 200 characters
+
+constexpr size_t KRV_NAME_SIZE = 66;
+constexpr size_t KRV_DESCRIPTION_SIZE = 80;
+constexpr size_t KRV_COMMENT_SIZE = 200;
+constexpr int KRV_APPLICATION_9 = 9; // its app_values and comment are valid
+
+constexpr int KRV_VLT_NONE = 0;
+constexpr int KRV_VLT_BYTES = 1;
+constexpr int KRV_VLT_ENTRIES = 2;
+constexpr size_t KRV_VLT_ENTRY_SIZE = 8;
+
+// Packets: a head of type (u16), subtype (u16) and the words that follow (u32), then those words.
+constexpr size_t KRV_PACKET_HEAD_SIZE = 8;
+constexpr uint32_t KRV_PACKET_HEAD_WORDS = 4;
+
+// Overview directory: a packet of 32-bit words. Five words, n entries of four (ysize, xsize, info, zero), n entries of
+// three (offset from the data start, two sizes).
+constexpr size_t KRV_OVERVIEW_COUNT_AT = 16;
+constexpr size_t KRV_OVERVIEW_ENTRIES_AT = 20;
+constexpr size_t KRV_OVERVIEW_ENTRY_SIZE = 16;
+constexpr size_t KRV_OVERVIEW_EXTENT_SIZE = 12;
+constexpr uint32_t KRV_OVERVIEW_TILED = 1u << 16; // in `info`; its low half is field 201
+
+// A line header of a scannable file, as values.
+struct krv_line_header {
+    uint16_t mark;            // KRV_LINE_MARK
+    uint16_t words_to_follow; // words behind this one: a piece has two fewer data words
+    uint16_t line_number;     // with FLAG_LINES_FROM_ZERO as it stands in the file; otherwise one has been taken off
+    uint16_t pixel_offset;    // pixel of the line at which the piece begins
+};
+
+// The module's record, in CFILE's `spec`.
+struct krv_spec {
+    int32_t xsize, ysize;     // of the base image: what the header will get
+    int32_t data_type;        // data format code of the active image or overview
+    int32_t reserved_words;   // field 401: room behind the packets, a multiple of 256
+    const void* app_packet;   // the application's packets, borrowed; owned with FLAG_PACKET_OWNED
+    uint8_t* overview_packet; // owned: the overview directory, head included; null when there is none
+    uint8_t* jpeg_packet;     // owned: the JPEG packet, head included
+    uint8_t* other_packet;    // owned: a further library packet
+    uint8_t* code_buffer;     // owned: KRV_CODE_BUFFER_SIZE bytes of run-coding output, made at first use
+    uint8_t packet_head[KRV_PACKET_HEAD_SIZE]; // the last packet head read
+    krv_line_header line_header;               // of the piece that comes next, read ahead
+    bool lines_ended;                          // scannable: no further piece could be read; every later line is zero
+    int64_t overview_at;       // where the directory stands in the file, from the image's start; 0: not in the file
+    uint32_t stored_words;     // packet_words as the file has them, which the header in memory may be ahead of
+    int64_t link_from;         // file offset of the header that is to be linked to this image when it is written; or -1
+    uint8_t header[KRV_HEADER_SIZE];
+};
+
+inline krv_spec* krv_spec_of(const CFILE* c) {
+    return static_cast<krv_spec*>(c->spec);
+}
+
+// ---- header values
+// ---------------------------------------------------------------------------------------------------
+
+inline int krv_words_to_follow(const uint8_t* header) {
+    return static_cast<int16_t>(load_u16le(header + KRV_AT_WORDS_TO_FOLLOW));
+}
+inline uint32_t krv_next_image(const CFILE* c) {
+    return load_u32le(krv_spec_of(c)->header + KRV_AT_NEXT_IMAGE);
+}
+
+// Lines may be written to the last image of a file only.
+inline bool krv_is_last_image(const CFILE* c) {
+    return krv_next_image(c) == 0;
+}
+
+// File offset of the first byte behind header, colour table and packets of the active image.
+inline int64_t krv_data_start(const CFILE* c) {
+    return c->base_offset + int64_t{krv_words_to_follow(krv_spec_of(c)->header)} * 2 + 4;
+}
+
+// File offset of line 0 of what is active: the data start, or there the active overview's lines begin.
+int64_t krv_first_line(const CFILE* c); // krvpos.cpp
+
+// Bytes of a stored line of a format whose lines all have one size (1 to 8, 28, 69) in a file without line headers, the
+// pad byte of format 28 included. 0 for any other format.
+int64_t krv_fixed_line_bytes(const CFILE* c); // krvpos.cpp
+
+// Status RZL_BAD_FIELD_ID with the module's words; gives 1.
+int krv_refuse(CFILE* c); // krvinfo.cpp
+
+// ---- open, create, close: krvopen.cpp, krvorgb.cpp
+// -------------------------------------------------------------------
+
+// Open a native file, or one with the text header, that detection has found. The handle is the module's from here on:
+// on failure it is closed and freed, null is returned, and the library-wide status tells why.
+CFILE* krv_open(CFILE* c);
+CFILE* krv_open_text(CFILE* c);
+
+// Makes a handle being created a native one. 0 on success, else 1 with RZL_NO_MEMORY.
+int krv_initialise(CFILE* c);
+
+// A record for the handle with an initial header, which takes its size from the handle. False: RZL_NO_MEMORY is set.
+bool krv_new_spec(CFILE* c);
+
+// The record's header to its state at creation: all zero but type, words_to_follow, data_type 2, sizes, orientation 4
+// and version 3.
+void krv_init_spec(CFILE* c);
+
+void krv_install_slots(CFILE* c);
+void krv_install_text_slots(CFILE* c);
+CFILE* krv_abandon(CFILE* c); // gives up a handle whose open failed; always null
+void krv_close(CFILE* c);
+void krv_free_specs(CFILE* c);
+
+// Rewrites directories of the active image that have changed. False: the status is set.
+bool krv_flush_directories(CFILE* c);
+
+// Tests the header and puts the old forms into today's. False: no header of this format.
+bool krv_check_header(const CFILE* c, uint8_t* header);
+
+// Makes a header that has been read from `base` the active image's: checks it, reads colour table and packets,
+// activates the base image and rewinds. False: the status is set and the handle is as it was.
+bool krv_load_image(CFILE* c, int64_t base, const uint8_t* header);
+
+// Reads a header at an offset of the file: at least `minimum` bytes must be there, and those behind the file's end are
+// zero. False on a shorter read.
+bool krv_read_header(CFILE* c, int64_t offset, size_t minimum, uint8_t* header);
+
+// Whether the line length that the header claims can be held by a file of `bytes` bytes; and whether all lines can.
+bool krv_line_fits(const CFILE* c, int64_t bytes);
+bool krv_image_fits(const CFILE* c, int64_t bytes);
+
+// ---- colour tables: krvvlt.cpp
+// ---------------------------------------------------------------------------------------
+
+// The colour table of the image with that header at `base`, as an owned block in *table; null when it has none or it
+// had to be dropped (then *dropped is set). vlt_entries of the header becomes 256 with a byte table. False: no memory.
+bool krv_read_color_table(CFILE* c, int64_t base, uint8_t* header, uint8_t** table, bool* dropped);
+int krv_get_vlt(CFILE* c, rzl_vlt_entry* entries);
+
+// ---- packets: krvpackt.cpp
+// -------------------------------------------------------------------------------------------
+
+// Reads the library's packets of the active image, whose colour table has been read.
+void krv_read_packets(CFILE* c);
+void krv_free_packets(CFILE* c);
+
+// Words of the packets that the library holds, heads included; and of the application's.
+uint32_t krv_library_words(const krv_spec* spec);
+uint32_t krv_app_words(const krv_spec* spec);
+
+// Words of a held packet, head included; 0 for null.
+uint32_t krv_packet_total(const uint8_t* packet);
+
+// Brings the application's packets of the file into memory, so that the library's can change. 0 on success.
+int krv_save_packets(CFILE* c);
+int krv_get_packet(CFILE* c, void* buffer);
+int krv_put_packet(CFILE* c, const void* buffer);
+void krv_drop_app_packet(CFILE* c); // frees it when it is the library's
+
+// ---- header fields: krvinfo.cpp, krvdfloat.cpp
+// -----------------------------------------------------------------------
+
+int krv_get_hdr_data(CFILE* c, int32_t field, void* value);
+int krv_set_hdr_data(CFILE* c, int32_t field, const void* value);
+int krv_get_stat(CFILE* c, rzl_stat* stat);
+int krv_set_stat(CFILE* c, const rzl_stat* stat);
+int krv_get_format(CFILE* c);
+
+// Stores application type and version, and converts the doubles of fields 27 to 30 when they move into or out of the
+// old form, which is that of application types 1 and 2 with version 2.
+void krv_set_application(uint8_t* header, int type, int version);
+
+// One double at `at` (fields 27 to 30), in whichever form the header has.
+double krv_load_double(const uint8_t* header, size_t at);
+void krv_store_double(uint8_t* header, size_t at, double value);
+
+// The old 64-bit form: sign, 8 bits of exponent, 55 of fraction, its four 16-bit words most significant first. A value
+// below its range becomes 0, one above (or no number) the greatest it has.
+void krv_store_d_float(uint8_t* p, double value);
+double krv_load_d_float(const uint8_t* p);
+
+// ---- writing the header: krvwrthd.cpp
+// --------------------------------------------------------------------------------
+
+int krv_write_header(CFILE* c);
+
+// ---- copying: krvinit.cpp
+// --------------------------------------------------------------------------------------------
+
+int krv_copydata(CFILE* from, CFILE* to);
+int krv_init_std_hdr(CFILE* from, CFILE* to);
+int krv_init_ov(CFILE* from, CFILE* to);
+
+// ---- overviews: krvov.cpp
+// --------------------------------------------------------------------------------------------
+
+struct krv_overview {
+    uint32_t ysize, xsize, info;      // lines, pixels, KRV_OVERVIEW_TILED and field 201
+    uint32_t offset, size_1, size_2; // from the data start, 0: no data yet; bytes, twice
+};
+
+int32_t krv_overview_count(const krv_spec* spec);
+krv_overview krv_load_overview(const krv_spec* spec, int32_t index);
+void krv_store_overview(krv_spec* spec, int32_t index, const krv_overview& entry);
+
+// Adds the bytes of a line that was written to the active overview's two size words. Nothing when none is active.
+void krv_add_overview_bytes(CFILE* c, uint32_t bytes);
+
+// Whether a directory packet of that size in bytes holds what it claims.
+bool krv_overview_packet_is_whole(const uint8_t* packet, size_t bytes);
+
+int krv_set_overview_count(CFILE* c, int32_t count);
+int krv_set_active_overview(CFILE* c, int32_t overview);
+
+// Sets what a handle derives from the record's data_type: format, samples, bits, compression class, row padding. False:
+// no memory for the CCITT record.
+bool krv_apply_data_type(CFILE* c);
+bool krv_need_ccitt(CFILE* c, int32_t data_type); // creates the record when the format needs one
+void krv_detect_line_padding(CFILE* c);
+
+// ---- several images: krvmulti.cpp
+// ------------------------------------------------------------------------------------
+
+int krv_get_number_of_images(CFILE* c);
+int krv_set_number_of_images(CFILE* c, int32_t count);
+int krv_set_active_image(CFILE* c, int32_t image);
+
+// ---- positions: krvpos.cpp, krvrand.cpp
+// ------------------------------------------------------------------------------
+
+// An entry of `line_offsets` is where the file stands when the line comes next. In a scannable file that is behind the
+// line's first header, which has been read ahead.
+int krv_seek(CFILE* c, int32_t line);
+void krv_rewind(CFILE* c);
+int64_t krv_get_image_offset(CFILE* c);
+int krv_randomize(CFILE* c);
