@@ -201,12 +201,12 @@ bool files_rename(const char* from, const char* to) {
 }
 
 bool files_program_directory(char* path, size_t size) {
-    if (size == 0) return false;
-    ssize_t length = readlink("/proc/self/exe", path, size);
-    if (length <= 0 || static_cast<size_t>(length) >= size) return false;
-    path[length] = '\0';
-    char* last = std::strrchr(path, '/');
+    char program[FILES_PATH_SIZE];
+    ssize_t length = readlink("/proc/self/exe", program, sizeof program);
+    if (length <= 0 || static_cast<size_t>(length) >= sizeof program) return false;
+    program[length] = '\0';
+    char* last = std::strrchr(program, '/');
     if (last == nullptr) return false;
-    last[last == path ? 1 : 0] = '\0';
-    return true;
+    last[last == program ? 1 : 0] = '\0';
+    return copy_text(program, path, size);
 }

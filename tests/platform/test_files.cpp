@@ -1,0 +1,208 @@
+// Names in the application's form, transfers that come back short, and replacing a file as a whole.
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "platform/files.h"
+#include "support/memory.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Files : public testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/tinct-files-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        root = pattern;
+        fs::create_directories(root / "Renders" / "Night");
+        fs::create_directories(root / "renders" / "day");
+        write(root / "renders" / "day" / "Car.RGB", "picture");
+    }
+    void TearDown() override { fs::remove_all(root); }
+
+    static void write(const fs::path& path, const std::string& text) { std::ofstream(path) << text; }
+    static std::string read(const fs::path& path) {
+        std::ifstream in(path);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    std::string resolved(const std::string& path) const {
+        char real[FILES_PATH_SIZE];
+        return files_resolve(path.c_str(), real, sizeof real) ? real : "";
+    }
+    size_t entries() const {
+        return static_cast<size_t>(std::distance(fs::directory_iterator(root / "renders" / "day"), {}));
+    }
+
+    fs::path root;
+};
+
+} // namespace
+
+TEST_F(Files, CleanNamesFindFilesWhateverTheirCase) {
+    std::string wanted = root / "renders" / "day" / "Car.RGB";
+    EXPECT_EQ(resolved(wanted), wanted);
+    std::string clean = "c:" + root.string() + "\\renders\\day\\car.rgb";
+    EXPECT_EQ(resolved(clean), wanted);
+    // Two directories differ in case only; the one that leads to the file is taken.
+    EXPECT_EQ(resolved(root.string() + "\\RENDERS\\DAY\\car.rgb"), wanted);
+    EXPECT_EQ(resolved(root.string() + "\\renders\\day\\cart.rgb"), "");
+    EXPECT_EQ(resolved(""), "");
+}
+
+TEST_F(Files, ANameGivenAsItStandsComesFirst) {
+    write(root / "a\\b", "odd");
+    EXPECT_EQ(resolved(root.string() + "/a\\b"), root.string() + "/a\\b");
+}
+
+TEST_F(Files, ANewFileKeepsItsLastComponent) {
+    char real[FILES_PATH_SIZE];
+    std::string path = root.string() + "\\RENDERS\\night\\New.Rgb";
+    ASSERT_TRUE(files_resolve_new(path.c_str(), real, sizeof real));
+    EXPECT_EQ(std::string(real), (root / "Renders" / "Night" / "New.Rgb").string());
+    EXPECT_FALSE(files_resolve_new((root.string() + "/missing/new").c_str(), real, sizeof real));
+    char small[8];
+    EXPECT_FALSE(files_resolve_new(path.c_str(), small, sizeof small));
+}
+
+TEST_F(Files, MakesDirectoriesOnTheWay) {
+    std::string path = root.string() + "\\x\\y\\z\\";
+    EXPECT_TRUE(files_make_directory(path.c_str()));
+    EXPECT_TRUE(fs::is_directory(root / "x" / "y" / "z"));
+    EXPECT_TRUE(files_make_directory(path.c_str()));
+    EXPECT_FALSE(files_make_directory((root / "renders" / "day" / "Car.RGB" / "in").c_str()));
+}
+
+TEST_F(Files, TellsTheSameFileUnderOtherNames) {
+    fs::path file = root / "renders" / "day" / "Car.RGB";
+    fs::create_symlink(file, root / "link");
+    fs::create_hard_link(file, root / "hard");
+    EXPECT_TRUE(files_is_same((root / "link").c_str(), (root / "hard").c_str()));
+    EXPECT_FALSE(files_is_same(file.c_str(), root.c_str()));
+}
+
+TEST_F(Files, HandlesRefuseDirectoriesAndMoveWholeTransfers) {
+    EXPECT_EQ(files_open(root.c_str(), FILES_READ), OS_FILE_NONE);
+    std::string path = root / "numbers";
+    os_file handle = files_open(path.c_str(), FILES_READ | FILES_WRITE | FILES_CREATE | FILES_TRUNCATE);
+    ASSERT_NE(handle, OS_FILE_NONE);
+    EXPECT_EQ(files_write(handle, "0123456789", 10), 10);
+    char text[11] = {};
+    EXPECT_EQ(files_read_at(handle, 4, text, 10), 6);
+    EXPECT_STREQ(text, "456789");
+    EXPECT_EQ(files_seek(handle, -3, FILES_FROM_END), 7);
+    files_fail_after(0, files_fail::once);
+    EXPECT_EQ(files_read(handle, text, 3), 1);
+    EXPECT_TRUE(files_fail_stop());
+    EXPECT_EQ(files_read(handle, text, 3), 2);
+    EXPECT_TRUE(files_close(handle));
+}
+
+TEST_F(Files, AStreamTellsAtTheCloseThatAWriteWasCut) {
+    std::string path = root / "stream";
+    file_stream* stream = stream_open(path.c_str(), "wb");
+    ASSERT_NE(stream, nullptr);
+    files_fail_after(1, files_fail::once);
+    EXPECT_EQ(stream_write("good", 1, 4, stream), 4u);
+    EXPECT_LT(stream_write("lost", 1, 4, stream), 4u);
+    files_fail_stop();
+    EXPECT_EQ(stream_write("more", 1, 4, stream), 4u);
+    EXPECT_EQ(stream_close(stream), -1);
+    EXPECT_EQ(stream_open((root / "no" / "such").c_str(), "wb"), nullptr);
+    EXPECT_EQ(stream_open(root.c_str(), "rb"), nullptr);
+}
+
+TEST_F(Files, AFullDeviceIsAFailure) {
+    file_stream* stream = stream_open("/dev/full", "wb");
+    ASSERT_NE(stream, nullptr);
+    stream_write("text", 1, 4, stream);
+    EXPECT_EQ(stream_close(stream), -1);
+}
+
+TEST_F(Files, TheReaderCrossesItsBuffer) {
+    std::string text;
+    for (int i = 0; i < 50000; ++i)
+        text += std::to_string(i);
+    write(root / "long", text);
+    file_reader* reader = reader_open((root / "long").c_str());
+    ASSERT_NE(reader, nullptr);
+    std::string back(text.size() + 5, ' ');
+    EXPECT_EQ(reader_getc(reader), '0');
+    EXPECT_EQ(reader_left(reader), static_cast<int64_t>(text.size() - 1));
+    EXPECT_EQ(reader_read(reader, back.data(), back.size()), text.size() - 1);
+    EXPECT_EQ(back.substr(0, text.size() - 1), text.substr(1));
+    EXPECT_EQ(reader_getc(reader), -1);
+    EXPECT_EQ(reader_left(reader), 0);
+    EXPECT_FALSE(reader->failed);
+    reader_close(reader);
+}
+
+TEST_F(Files, LoadsAWholeFileWithinALimit) {
+    std::string text(10000, 'a');
+    write(root / "text", text);
+    size_t size = 0;
+    char* loaded = files_load((root / "text").c_str(), 10000, &size);
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_EQ(std::string(loaded), text);
+    EXPECT_EQ(size, text.size());
+    mem_free(loaded);
+    EXPECT_EQ(files_load((root / "text").c_str(), 9999, &size), nullptr);
+    for (long n = 0, failed = 1; failed != 0; ++n) {
+        long before = mem_live();
+        mem_fail_after(n, mem_fail::once);
+        char* again = files_load((root / "text").c_str(), 10000, &size);
+        failed = mem_fail_stop() ? 1 : 0;
+        EXPECT_EQ(again == nullptr, failed == 1);
+        mem_free(again);
+        EXPECT_EQ(mem_live(), before);
+    }
+}
+
+TEST_F(Files, AReplacedFileIsOldOrNewAsAWhole) {
+    fs::path target = root / "renders" / "day" / "Car.RGB";
+    fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
+    char fresh[FILES_PATH_SIZE];
+    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    EXPECT_FALSE(files_replace_begin(target.c_str(), fresh, sizeof fresh)); // one at a time
+    write(fresh, "half");
+    EXPECT_EQ(read(target), "picture");
+    files_replace_abandon();
+    EXPECT_EQ(entries(), 1u);
+
+    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    write(fresh, "whole");
+    EXPECT_TRUE(files_replace_commit());
+    EXPECT_EQ(read(target), "whole");
+    EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(entries(), 1u);
+}
+
+TEST_F(Files, ReplacingThroughALinkKeepsTheLink) {
+    fs::path target = root / "renders" / "day" / "Car.RGB";
+    fs::create_symlink(target, root / "link");
+    char fresh[FILES_PATH_SIZE];
+    ASSERT_TRUE(files_replace_begin((root / "link").c_str(), fresh, sizeof fresh));
+    write(fresh, "through");
+    EXPECT_TRUE(files_replace_commit());
+    EXPECT_TRUE(fs::is_symlink(root / "link"));
+    EXPECT_EQ(read(target), "through");
+}
+
+TEST_F(Files, AnInterruptedProcessLeavesNothingBehind) {
+    fs::path target = root / "renders" / "day" / "Car.RGB";
+    auto interrupted = [&target] {
+        char fresh[FILES_PATH_SIZE];
+        if (!files_replace_begin(target.c_str(), fresh, sizeof fresh)) return;
+        write(fresh, "half");
+        std::raise(SIGTERM);
+    };
+    EXPECT_EXIT(interrupted(), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_EQ(entries(), 1u);
+    EXPECT_EQ(read(target), "picture");
+}
