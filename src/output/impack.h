@@ -32,7 +32,7 @@ struct Impack {
     int32_t standard;     // -1 at first
     int32_t format;       // data format code, -1 at first
     int32_t xsize, ysize; // pixels a line, lines
-    int32_t pixels;       // xsize x ysize; planes hold as many bytes
+    int64_t pixels;       // xsize x ysize; planes hold as many bytes
     int32_t vlt_count;    // entries of vlt; above 0 the file gets a colour table
     rzl_vlt_entry* vlt;
     uint8_t* index_plane; // not null: colour indices, or grey levels when vlt_count is 0

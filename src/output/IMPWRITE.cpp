@@ -1,0 +1,266 @@
+// Pours a pack into a raster file through the raster library, and saves the picture's planes.
+//
+// The file is opened under its last component from inside its directory, so that a path longer than the library's limit
+// on names can still be written. The process is back in the directory where it was on every way out.
+#include <cstdio>
+#include <cstring>
+
+#include "output/imp.h"
+#include "platform/files.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr const char* SOURCE = "IMPWRITE.c";
+constexpr int32_t TOP_DOWN = 4;
+constexpr int32_t BOTTOM_UP = 6;
+constexpr int32_t VLT_TYPE_ENTRIES = 2;
+
+imp_pending_events pending_events = nullptr;
+
+// Progress and stop arguments of one call.
+struct progress {
+    uint32_t stop_mask;
+    int32_t stop_interval;
+    imp_stop_function stop_fn;
+    uint32_t msg_mask;
+    int32_t msg_interval;
+    imp_log_function log_fn;
+    int32_t since_message; // lines
+    int32_t since_look;    // lines
+};
+
+bool wants(const progress* p, uint32_t message) {
+    return p->log_fn != nullptr && (p->msg_mask & message) != 0;
+}
+
+uint32_t library_status() {
+    uint32_t status = 0;
+    rzl_get_global(RZL_GLOBAL_STATUS, &status);
+    return status;
+}
+
+// ---- directory ---------------------------------------------------------------------------------------------------
+
+// Where the process was, and the name to open from inside the file's directory.
+struct place {
+    char before[FILES_PATH_SIZE];
+    char full[FILES_PATH_SIZE];
+    const char* name;
+};
+
+bool enter_directory(const char* file, place* at) {
+    if (!files_working_directory(at->before, sizeof at->before)) return false;
+    if (!files_full_path(file, at->full, sizeof at->full)) return false;
+    at->name = imp_file_name(at->full);
+    if (at->name[0] == '\0') return false;
+    char directory[FILES_PATH_SIZE];
+    auto length = static_cast<size_t>(at->name - at->full);
+    std::memcpy(directory, at->full, length);
+    directory[length] = '\0';
+    return length == 0 || files_change_directory(directory);
+}
+
+bool leave_directory(const place* at) {
+    return files_change_directory(at->before);
+}
+
+// ---- header ------------------------------------------------------------------------------------------------------
+
+bool set_field(CFILE* file, int32_t field, int32_t value) {
+    return rzl_set_hdr_data(file, field, &value) == 0;
+}
+
+// The fields that only some standards know; a refusal is no failure.
+void set_optional_fields(CFILE* file, const Impack* pack) {
+    set_field(file, RZL_FIELD_APP_VALUE_1, pack->app_value_1);
+    set_field(file, RZL_FIELD_APP_VALUE_2, pack->app_value_2);
+    set_field(file, RZL_FIELD_APP_VALUE_3, pack->app_value_3);
+    set_field(file, RZL_FIELD_ORIENTATION, pack->standard == RZL_STANDARD_BMP ? BOTTOM_UP : TOP_DOWN);
+}
+
+bool set_header(CFILE* file, const Impack* pack, int32_t compression) {
+    if (!set_field(file, RZL_FIELD_STANDARD, pack->standard)) return false;
+    if (!set_field(file, RZL_FIELD_FORMAT, pack->format)) return false;
+    bool takes_compression = compression == 0 || compression == 1 || compression == 5;
+    if (pack->standard == RZL_STANDARD_TIFF && takes_compression) {
+        set_field(file, RZL_FIELD_COMPRESSION, compression);
+    }
+    if (!set_field(file, RZL_FIELD_XSIZE, pack->xsize)) return false;
+    if (!set_field(file, RZL_FIELD_YSIZE, pack->ysize)) return false;
+    set_optional_fields(file, pack);
+    return true;
+}
+
+bool set_table(CFILE* file, const Impack* pack) {
+    if (pack->vlt_count > 0) {
+        if (!set_field(file, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES)) return false;
+        if (!set_field(file, RZL_FIELD_VLT_ENTRIES, pack->vlt_count)) return false;
+    }
+    return pack->vlt == nullptr || rzl_put_vlt(file, pack->vlt) == 0;
+}
+
+// ---- lines -------------------------------------------------------------------------------------------------------
+
+bool write_line(CFILE* file, const Impack* pack, int64_t offset) {
+    if (pack->index_plane != nullptr) return rzl_putline(file, pack->index_plane + offset) == 0;
+    return rzl_putline3(file, pack->red_plane + offset, pack->green_plane + offset, pack->blue_plane + offset) == 0;
+}
+
+void tell_line(progress* p, const Impack* pack, int32_t line) {
+    bool is_last = line == pack->ysize;
+    ++p->since_message;
+    if (p->msg_interval > 0 && wants(p, IMP_MESSAGE_LINES)) {
+        char text[64];
+        bool due = p->since_message >= p->msg_interval || is_last;
+        if (due && wants(p, IMP_MESSAGE_BANNER)) {
+            std::snprintf(text, sizeof text, "Line %5d/%5d\r", line, pack->ysize);
+            p->log_fn(IMP_MESSAGE_LINES, text);
+            p->since_message = 0;
+        }
+        if (is_last) {
+            std::snprintf(text, sizeof text, "Line %5d/%5d\n", line, pack->ysize);
+            p->log_fn(IMP_MESSAGE_LINES, text);
+        }
+    }
+    if (is_last && wants(p, IMP_MESSAGE_FLUSH)) {
+        char text[FILES_PATH_SIZE + 64];
+        const char* name = pack->file_name != nullptr ? pack->file_name : "";
+        std::snprintf(text, sizeof text, "Flushing file : %s.   Standby.\n", name);
+        p->log_fn(IMP_MESSAGE_FLUSH, text);
+    }
+}
+
+// Looks at the events when it is time; true when the work is to stop.
+bool is_stopped(progress* p) {
+    if (p->stop_mask == 0 || p->stop_interval < 1) return false;
+    if (++p->since_look < p->stop_interval) return false;
+    p->since_look = 0;
+    uint32_t events = pending_events != nullptr ? pending_events() & p->stop_mask : 0;
+    return events != 0 && p->stop_fn != nullptr && p->stop_fn(events) != 0;
+}
+
+int write_lines(CFILE* file, const Impack* pack, progress* p) {
+    // A BMP file stores its last line first.
+    bool bottom_up = pack->standard == RZL_STANDARD_BMP;
+    int64_t step = bottom_up ? -int64_t{pack->xsize} : int64_t{pack->xsize};
+    int64_t offset = bottom_up ? pack->pixels - pack->xsize : 0;
+    for (int32_t line = 1; line <= pack->ysize; ++line) {
+        tell_line(p, pack, line);
+        if (!write_line(file, pack, offset)) return IMP_TRUNCATED;
+        offset += step;
+        if (is_stopped(p)) return IMP_STOPPED;
+    }
+    return IMP_OK;
+}
+
+// ---- the whole file ----------------------------------------------------------------------------------------------
+
+int say_write_failed(const char* file, int line) {
+    return imp_fail_saying(IMP_WRITE_FAILED, "Error writing file: %s. Line %d, File %s, rzlerr %d\n", file, line,
+                           SOURCE, static_cast<int>(library_status()));
+}
+
+int say_truncated(const char* file, int line) {
+    return imp_fail_saying(IMP_TRUNCATED, "File truncated: %s.  Line %d, File %s, rzlerr %d\n", file, line, SOURCE,
+                           static_cast<int>(library_status()));
+}
+
+int write_open_file(CFILE* file, const char* name, const Impack* pack, int32_t compression, progress* p) {
+    if (!set_header(file, pack, compression)) {
+        int code = say_write_failed(name, __LINE__);
+        rzl_close(file);
+        return code;
+    }
+    if (!set_table(file, pack) || rzl_write_header(file) != 0) {
+        int code = imp_fail_saying(IMP_WRITE_FAILED, "Error writing file: %s. Line %d, File %s, rzlerr %d, sts %d\n",
+                                   name, __LINE__, SOURCE, static_cast<int>(library_status()), 1);
+        rzl_close(file);
+        return code;
+    }
+    int code = write_lines(file, pack, p);
+    if (code == IMP_TRUNCATED) say_truncated(name, __LINE__);
+    // What the buffers still held may fail to reach the disk: that file is truncated as well.
+    uint32_t closing = rzl_finish(file);
+    if (code == IMP_OK && closing != 0) code = say_truncated(name, __LINE__);
+    return code;
+}
+
+int check_request(const Impack* pack, const char* file) {
+    if (file == nullptr) return imp_fail_saying(IMP_BAD_FILE, "Null file name. Line %d, file %s\n", __LINE__, SOURCE);
+    int code = imp_check_pack(pack, __LINE__, SOURCE);
+    if (code != IMP_OK) return code;
+    if (pack->standard < RZL_STANDARD_KRVN || pack->standard > RZL_STANDARD_PCX) {
+        return imp_fail_saying(IMP_BAD_STANDARD, "Unsupported standard: %d. Line %d, file %s\n", pack->standard,
+                               __LINE__, SOURCE);
+    }
+    if (imp_format_ok(pack->standard, pack->format) == 0) {
+        return imp_fail_saying(IMP_BAD_FORMAT, "Unsupported format: %d. Line %d, file %s\n", pack->format, __LINE__,
+                               SOURCE);
+    }
+    return IMP_OK;
+}
+
+void tell_banner(const progress* p, const Impack* pack) {
+    if (!wants(p, IMP_MESSAGE_BANNER)) return;
+    char text[FILES_PATH_SIZE + 16];
+    const char* name = pack != nullptr && pack->file_name != nullptr ? pack->file_name : "";
+    std::snprintf(text, sizeof text, "       %s", name);
+    p->log_fn(IMP_MESSAGE_BANNER, "Writing file : ");
+    p->log_fn(IMP_MESSAGE_BANNER, text);
+}
+
+} // namespace
+
+void imp_set_pending_events(imp_pending_events pending) {
+    pending_events = pending;
+}
+
+int imp_write(Impack* pack, const char* file, int32_t compression, uint32_t stop_mask, int32_t stop_interval,
+              imp_stop_function stop_fn, uint32_t msg_mask, int32_t msg_interval, imp_log_function log_fn) {
+    progress p = {stop_mask, stop_interval, stop_fn, msg_mask, msg_interval, log_fn, 0, 0};
+    tell_banner(&p, pack);
+    int code = check_request(pack, file);
+    if (code != IMP_OK) return code;
+    mem_guard<place> at(mem_new<place>());
+    if (!at) return imp_fail(IMP_NO_MEMORY);
+    if (!enter_directory(file, at.get())) return say_write_failed(file, __LINE__);
+    CFILE* opened = rzl_open_w(at->name);
+    if (opened == nullptr) {
+        code = imp_fail_saying(IMP_WRITE_FAILED, "Couldnt open file for writing: %s. Line %d, File %s, rzlerr %d\n",
+                               file, __LINE__, SOURCE, static_cast<int>(library_status()));
+    } else {
+        code = write_open_file(opened, at->name, pack, compression, &p);
+    }
+    if (!leave_directory(at.get()) && code == IMP_OK) code = say_write_failed(file, __LINE__);
+    return code;
+}
+
+int imp_save_planes(const char* path, int32_t width, int32_t height, uint8_t* red, uint8_t* green, uint8_t* blue,
+                    const output_settings* settings) {
+    imp_planes_shared = 1;
+    if (path == nullptr) return imp_fail(IMP_BAD_FILE);
+    Impack* pack = nullptr;
+    int code = imp_alloc(&pack);
+    if (code != IMP_OK) return code;
+    mem_guard<char> path_copy(mem_copy_text(path));
+    if (!path_copy) {
+        imp_free(&pack);
+        return imp_fail(IMP_NO_MEMORY);
+    }
+    pack->file_path = path_copy.get();
+    pack->file_name = path_copy.get() + (imp_file_name(path) - path);
+    pack->red_plane = red;
+    pack->green_plane = green;
+    pack->blue_plane = blue;
+    pack->xsize = width;
+    pack->ysize = height;
+    pack->pixels = int64_t{width} * height;
+    pack->standard = settings->standard;
+    pack->format = settings->format;
+    // One plane of indices or grey levels is made by a conversion of the pack; three planes go out as they stand.
+    bool three_planes = settings->format == RZL_FORMAT_PLANE_RUNS || settings->format == RZL_FORMAT_RGB;
+    code = three_planes ? imp_write(pack, path, 1, 0, 0, nullptr, 0, 0, nullptr) : imp_fail(IMP_BAD_FORMAT);
+    imp_free(&pack);
+    return code;
+}
