@@ -1,0 +1,231 @@
+// Loading a raster file into three planes.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/files.h"
+#include "raster/rzl.h"
+#include "support/checked.h"
+#include "support/log.h"
+#include "support/memory.h"
+#include "surface/paths.h"
+#include "surface/raster_image.h"
+
+namespace {
+
+constexpr const char* DEFAULT_ROOT = "c:\\vantor";
+constexpr int32_t ORIENTATION_ROWS = 3;      // low two bits of the scan order
+constexpr int32_t ORIENTATION_BOTTOM_UP = 2; // from this value on the last row comes first
+
+// The most pixels that a byte of a file can stand for, by data format. What a header claims beyond that can't be there,
+// and no memory is taken for it. Other standards report the nearest data format, so only native files are held to it.
+constexpr int64_t GREATEST_EXPANSION = 70000;
+constexpr int64_t BYTE_RUN_EXPANSION = 64; // 128 pixels in a control byte and a value
+
+// ---- finding the file --------------------------------------------------------------------------------------------
+
+const char* last_component(const char* path) {
+    const char* base = path;
+    for (const char* p = path; *p != '\0'; ++p) {
+        if (*p == '\\' || *p == '/') base = p + 1;
+    }
+    return base;
+}
+
+// The path under which the file is opened: see load_image(). What can't be found stays as it is.
+void find_raster(const char* path, char* found, size_t size) {
+    if (find_pattern_file(path, found, size)) return;
+    const char* base = last_component(path);
+    if (base != path && base[0] != '\0' && files_exists(base)) {
+        std::snprintf(found, size, "%s", base);
+        return;
+    }
+    const char* root = std::getenv(VARIABLE_ROOT);
+    char image[FILES_PATH_SIZE];
+    int written = std::snprintf(image, sizeof image, "%s\\images\\%s", root != nullptr ? root : DEFAULT_ROOT, base);
+    bool fits = written > 0 && static_cast<size_t>(written) < sizeof image;
+    std::snprintf(found, size, "%s", fits && files_exists(image) ? image : path);
+}
+
+// A name of the form "/INMEM/..." is an address to the raster library. A palette or header that holds one must not
+// reach it: with one more separator it names a file like any other.
+CFILE* open_raster(const char* path) {
+    if (std::strncmp(path, "/INMEM/", 7) != 0) return rzl_open_r(path);
+    char plain[FILES_PATH_SIZE + 1];
+    std::snprintf(plain, sizeof plain, "/%s", path);
+    return rzl_open_r(plain);
+}
+
+// ---- shape of the file -------------------------------------------------------------------------------------------
+
+struct raster_shape {
+    int32_t file_width, file_height;
+    int32_t width, height; // stored
+    int32_t format;
+    bool bottom_up;
+};
+
+bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape* shape) {
+    int32_t orientation = 0;
+    bool good = rzl_get_hdr_data(file, RZL_FIELD_XSIZE, &shape->file_width) == 0 &&
+                rzl_get_hdr_data(file, RZL_FIELD_YSIZE, &shape->file_height) == 0 &&
+                rzl_get_hdr_data(file, RZL_FIELD_FORMAT, &shape->format) == 0;
+    if (!good || shape->file_width < 1 || shape->file_height < 1) return false;
+    rzl_get_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
+    shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
+    // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up file is stored whole.
+    bool whole = shape->bottom_up;
+    shape->width = whole || shape->file_width < max_width ? shape->file_width : max_width;
+    shape->height = whole || shape->file_height < max_height ? shape->file_height : max_height;
+    return shape->width > 0 && shape->height > 0;
+}
+
+int64_t greatest_expansion(CFILE* file, int32_t format) {
+    int32_t standard = -1;
+    int32_t scannable = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_STANDARD, &standard);
+    rzl_get_hdr_data(file, RZL_FIELD_SCANNABLE, &scannable);
+    if (standard != RZL_STANDARD_KRVN || scannable != 0) return GREATEST_EXPANSION; // scannable: lines may be left out
+    switch (format) {
+    case RZL_FORMAT_BYTE:
+    case RZL_FORMAT_RGB:
+    case RZL_FORMAT_FOUR: return 1;
+    case RZL_FORMAT_PLANE_RUNS:
+    case RZL_FORMAT_BYTE_RUNS:
+    case RZL_FORMAT_FOUR_PLANE_RUNS: return BYTE_RUN_EXPANSION;
+    default: return GREATEST_EXPANSION;
+    }
+}
+
+bool file_can_hold(CFILE* file, const char* path, const raster_shape* shape) {
+    int64_t size = files_size_of(path);
+    if (size < 0) return true; // a device: reading tells
+    return int64_t{shape->width} * shape->height / greatest_expansion(file, shape->format) <= size;
+}
+
+// A line is read whole while rows stand the stored width apart, so that the last row needs room for the file's width.
+bool plane_size(const raster_shape* shape, size_t* bytes) {
+    size_t rows = 0;
+    return checked_mul(static_cast<size_t>(shape->height - 1), static_cast<size_t>(shape->width), &rows) &&
+           checked_add(rows, static_cast<size_t>(shape->file_width), bytes);
+}
+
+// ---- lines -------------------------------------------------------------------------------------------------------
+
+bool is_bilevel(int32_t format) {
+    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP3 ||
+           format == RZL_FORMAT_GROUP4;
+}
+
+bool is_four_channel(int32_t format) {
+    return format == RZL_FORMAT_JPEG_FOUR || format == RZL_FORMAT_FOUR_PLANE_RUNS || format == RZL_FORMAT_FOUR;
+}
+
+bool has_byte_samples(int32_t format) {
+    return !(format >= RZL_FORMAT_INT16 && format <= RZL_FORMAT_128);
+}
+
+// What reading one line needs besides the planes.
+struct line_reader {
+    CFILE* file;
+    const raster_shape* shape;
+    uint8_t* spare; // a packed bilevel line, or the fourth channel; null when neither is needed
+};
+
+bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
+    if (rzl_getline(r->file, r->spare) != 0) return false;
+    for (int32_t x = 0; x < r->shape->file_width; ++x) {
+        // 16-bit words, low byte first; the first pixel of a word stands in its top bit.
+        uint8_t byte = r->spare[((x >> 3) ^ 1)];
+        bool set = ((byte >> (7 - (x & 7))) & 1) != 0;
+        red[x] = green[x] = blue[x] = set ? uint8_t{255} : uint8_t{0};
+    }
+    return true;
+}
+
+bool read_line(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
+    if (is_bilevel(r->shape->format)) return read_bilevel(r, red, green, blue);
+    if (!is_four_channel(r->shape->format)) return rzl_getline3(r->file, red, green, blue) == 0;
+    void* buffers[4] = {red, green, blue, r->spare};
+    return rzl_getline_channels(r->file, 4, buffers) == 0;
+}
+
+bool needs_spare(int32_t format) {
+    return is_bilevel(format) || is_four_channel(format);
+}
+
+// Reads the lines in file order into the planes, from the last row up for a bottom-up file. Each line is overwritten at
+// its end by the row that follows it in memory, so for a file cut at the right the order is always downward.
+bool read_lines(const line_reader* r, raster_image* image) {
+    for (int32_t line = 0; line < image->height; ++line) {
+        int32_t row = r->shape->bottom_up ? image->height - 1 - line : line;
+        size_t offset = static_cast<size_t>(row) * static_cast<size_t>(image->width);
+        if (!read_line(r, image->red + offset, image->green + offset, image->blue + offset)) return false;
+    }
+    return true;
+}
+
+bool allocate(raster_image* image, const raster_shape* shape, const char* path) {
+    size_t bytes = 0;
+    if (!plane_size(shape, &bytes)) return false;
+    image->width = shape->width;
+    image->height = shape->height;
+    image->red = mem_new_array<uint8_t>(bytes);
+    image->green = mem_new_array<uint8_t>(bytes);
+    image->blue = mem_new_array<uint8_t>(bytes);
+    image->name = mem_copy_text(path);
+    return image->red != nullptr && image->green != nullptr && image->blue != nullptr && image->name != nullptr;
+}
+
+enum class outcome { loaded, unreadable, no_memory };
+
+outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t max_height, raster_image* image) {
+    raster_shape shape = {};
+    if (!read_shape(file, max_width, max_height, &shape)) return outcome::unreadable;
+    if (!has_byte_samples(shape.format) || !file_can_hold(file, path, &shape)) return outcome::unreadable;
+    if (!allocate(image, &shape, path)) return outcome::no_memory;
+    mem_guard<uint8_t> spare(nullptr);
+    if (needs_spare(shape.format)) {
+        spare.block = mem_new_array<uint8_t>(static_cast<size_t>(shape.file_width) + 2);
+        if (!spare) return outcome::no_memory;
+    }
+    line_reader reader = {file, &shape, spare.get()};
+    if (!read_lines(&reader, image)) return outcome::unreadable;
+    if (rzl_is_damaged(file) != 0) log_message(LOG_WARNING, "\"%s\" is damaged: parts of it are missing.\n", path);
+    return outcome::loaded;
+}
+
+} // namespace
+
+raster_image* load_image(const char* path, int32_t max_width, int32_t max_height) {
+    char found[FILES_PATH_SIZE];
+    find_raster(path, found, sizeof found);
+    auto* image = mem_new<raster_image>();
+    if (image == nullptr) {
+        log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");
+        return nullptr;
+    }
+    CFILE* file = open_raster(found);
+    outcome result = outcome::unreadable;
+    if (file != nullptr) {
+        result = load_open_file(file, found, max_width, max_height, image);
+        rzl_close(file);
+    }
+    if (result == outcome::loaded) return image;
+    if (result == outcome::no_memory) {
+        log_message(LOG_WARNING, "Failed to allocate memory for rgb image buffers.\n");
+    } else {
+        log_message(LOG_WARNING, "load_image : failed to open \"%s\" for read\n", path);
+    }
+    raster_image_free(image);
+    return nullptr;
+}
+
+void raster_image_free(raster_image* image) {
+    if (image == nullptr) return;
+    mem_free(image->name);
+    mem_free(image->red);
+    mem_free(image->green);
+    mem_free(image->blue);
+    mem_free(image);
+}

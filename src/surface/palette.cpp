@@ -1,0 +1,178 @@
+// The table of named colours, loading a palette file as a whole, and saving it.
+#include "surface/palette.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "platform/files.h"
+#include "support/checked.h"
+#include "support/log.h"
+#include "support/memory.h"
+#include "surface/palscan.h"
+
+namespace {
+
+named_color* color_new(const char* name, double red, double green, double blue) {
+    size_t length = std::strlen(name);
+    auto* color = static_cast<named_color*>(mem_alloc(sizeof(named_color) + length + 1));
+    if (color == nullptr) return nullptr;
+    color->red = red;
+    color->green = green;
+    color->blue = blue;
+    std::memcpy(color->name, name, length + 1);
+    return color;
+}
+
+struct entry_count {
+    size_t entries; // of either kind
+    size_t colors;
+};
+
+entry_count count_entries(const char* text) {
+    entry_count count = {0, 0};
+    palette_item item;
+    while (palette_next(&text, &item)) {
+        ++count.entries;
+        if (item.body == palette_body::color) ++count.colors;
+    }
+    return count;
+}
+
+// Stores the colours of the text in the table, which has room for them. False when there is no memory.
+bool fill_colors(color_palette* colors, const char* text) {
+    palette_item item;
+    while (palette_next(&text, &item)) {
+        if (item.body != palette_body::color) continue;
+        named_color* color = color_new(item.name, item.red, item.green, item.blue);
+        if (color == nullptr) return false;
+        colors->entries[colors->count++] = color;
+    }
+    return true;
+}
+
+void make_up_name(char* name, size_t size, double red, double green, double blue) {
+    std::snprintf(name, size, "%03d_%03d_%03d", static_cast<int>(red * 255.0), static_cast<int>(green * 255.0),
+                  static_cast<int>(blue * 255.0));
+}
+
+bool write_text(file_stream* out, const char* text) {
+    size_t length = std::strlen(text);
+    return stream_write(text, 1, length, out) == length;
+}
+
+bool write_entries(file_stream* out, const color_palette* colors, const pattern_palette* patterns) {
+    char line[512];
+    for (int i = 0; i < colors->count; ++i) {
+        const named_color* c = colors->entries[i];
+        std::snprintf(line, sizeof line, " {color = (%.6f, %.6f, %.6f);}\n", c->red, c->green, c->blue);
+        if (!write_text(out, c->name) || !write_text(out, line)) return false;
+    }
+    for (int i = 0; i < patterns->count; ++i) {
+        const pattern_entry* p = &patterns->entries[i];
+        bool good = write_text(out, p->name) && write_text(out, " {pattern = \"") && write_text(out, p->file) &&
+                    write_text(out, "\";}\n");
+        if (!good) return false;
+    }
+    return true;
+}
+
+int grow(color_palette* colors, const char* name, double red, double green, double blue) {
+    auto count = static_cast<size_t>(colors->count);
+    named_color* color = color_new(name, red, green, blue);
+    auto* entries = static_cast<named_color**>(
+        color != nullptr ? mem_realloc(colors->entries, (count + 1) * sizeof(named_color*)) : nullptr);
+    if (entries == nullptr) {
+        mem_free(color);
+        log_message(LOG_WARNING, "Failed to allocated memory for color pallete.\n");
+        return -1;
+    }
+    colors->entries = entries;
+    colors->entries[colors->count++] = color;
+    return 1;
+}
+
+} // namespace
+
+int palette_load(color_palette* colors, const char* path) {
+    palette_clear(colors);
+    mem_guard<char> text(palette_text(path));
+    if (!text) return 0;
+    entry_count count = count_entries(text.get());
+    if (count.colors > 0) {
+        colors->entries = mem_new_array<named_color*>(count.colors);
+        if (colors->entries == nullptr) {
+            log_message(LOG_WARNING, "Failed to allocated memory for color_pal.\n");
+            return 0;
+        }
+        if (!fill_colors(colors, text.get())) {
+            log_message(LOG_WARNING, "Failed to allocate memory for named color.\n");
+            palette_clear(colors);
+            return 0;
+        }
+    }
+    return count.entries > 0 ? 1 : 0;
+}
+
+int load_palette_file(color_palette* colors, pattern_palette* patterns, const char* path) {
+    if (palette_load(colors, path) != 0 && pattern_palette_load(patterns, path) != 0) return 1;
+    palette_clear(colors);
+    pattern_palette_clear(patterns);
+    log_message(LOG_WARNING, "Load Failure on Palette file.");
+    return 0;
+}
+
+int palette_save(const color_palette* colors, const pattern_palette* patterns, const char* path) {
+    char fresh[FILES_PATH_SIZE];
+    file_stream* out = nullptr;
+    if (files_replace_begin(path, fresh, sizeof fresh)) out = stream_open(fresh, "wb");
+    if (out != nullptr) {
+        bool good = write_entries(out, colors, patterns);
+        if (stream_close(out) != 0) good = false;
+        if (good && files_replace_commit()) return 0;
+    }
+    files_replace_abandon();
+    log_message(LOG_WARNING, "Error : Failed to open %s for write.\n", path);
+    return -1;
+}
+
+int palette_add(color_palette* colors, const char* name, double red, double green, double blue) {
+    red = clamped(red, 0.0, 1.0);
+    green = clamped(green, 0.0, 1.0);
+    blue = clamped(blue, 0.0, 1.0);
+    char made_up[PALETTE_NAME_SIZE];
+    if (name[0] == '\0') {
+        make_up_name(made_up, sizeof made_up, red, green, blue);
+        name = made_up;
+    }
+    int index = palette_find(colors, name);
+    if (index < 0) return grow(colors, name, red, green, blue);
+    named_color* c = colors->entries[index];
+    if (c->red == red && c->green == green && c->blue == blue) return 0;
+    c->red = red;
+    c->green = green;
+    c->blue = blue;
+    return 1;
+}
+
+int palette_find(const color_palette* colors, const char* name) {
+    for (int i = 0; i < colors->count; ++i) {
+        if (std::strcmp(colors->entries[i]->name, name) == 0) return i;
+    }
+    return -1;
+}
+
+int palette_name_is_made_up(const char* name) {
+    int numbers[3];
+    int count = std::sscanf(name, "%3d_%3d_%3d", &numbers[0], &numbers[1], &numbers[2]); // NOLINT(cert-err34-c)
+    if (count != 3) return 0;
+    char printed[64];
+    int length = std::snprintf(printed, sizeof printed, "%03d_%03d_%03d", numbers[0], numbers[1], numbers[2]);
+    return length == 11 && std::strcmp(printed, name) == 0 ? 1 : 0;
+}
+
+void palette_clear(color_palette* colors) {
+    for (int i = 0; i < colors->count; ++i)
+        mem_free(colors->entries[i]);
+    mem_free(colors->entries);
+    *colors = {nullptr, 0};
+}

@@ -1,0 +1,311 @@
+// The re-evaluation of a pen's pixels.
+//
+// Invariants:
+// 1. A pixel's new byte is its old byte, less the old contribution, plus the new one, clamped once at the end.
+// 2. Each contribution is exactly what surface_contribution() gives. What makes the pass fast (tables by shade, whole
+//    runs at a time, 32-bit conversion where the range allows it) changes no result.
+// 3. Samples are taken one by one in the order of the walk: a pen that stands twice at a pixel is clamped in between.
+//
+// A run's samples stand at different columns, so that within a run the order plays no part and its channels can be
+// worked through in plain loops.
+#include "surface/reevaluate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "support/log.h"
+#include "support/memory.h"
+#include "tnc/penline.h"
+
+namespace {
+
+constexpr int CHANNELS = 3;
+constexpr int SHADES = 256;
+constexpr double UV_MAX = 65535.0;
+constexpr double INT32_SAFE = 2147483000.0; // below the greatest 32-bit integer, with room for rounding
+constexpr double INT64_SAFE = 9.0e18;
+constexpr double COLOR_LIMIT = 1.0e6; // beyond what any clamped pixel can tell apart
+
+// ---- the formulas, plainly ----------------------------------------------------------------------------------------
+
+// The low 16 bits of the value truncated toward zero, as two's complement; a value that isn't finite counts as 0.
+uint32_t truncated_low_16(double value) {
+    if (!std::isfinite(value)) return 0;
+    double whole = std::fabs(value) < INT64_SAFE ? value : std::fmod(std::trunc(value), 65536.0);
+    return static_cast<uint32_t>(static_cast<uint64_t>(static_cast<int64_t>(whole)) & 0xFFFFu);
+}
+
+int32_t color_contribution(double value, int32_t shade) {
+    double product = shade * value;
+    if (!(product == product)) return 0;
+    return static_cast<int32_t>(std::clamp(product, -COLOR_LIMIT, COLOR_LIMIT));
+}
+
+double color_value(const applique* a, int channel) {
+    return channel == 0 ? a->a0 : (channel == 1 ? a->a1 : a->a2);
+}
+
+const uint8_t* plane_of(const raster_image* image, int channel) {
+    return channel == 0 ? image->red : (channel == 1 ? image->green : image->blue);
+}
+
+// ---- one side of a change ------------------------------------------------------------------------------------------
+
+// What a pen has, or is to have: a table by shade, or a pattern.
+struct side {
+    bool is_pattern;
+    const applique* placement; // of a pattern
+    const raster_image* pattern;
+    bool fits_int32;                 // S and T of every u,v do
+    int32_t table[CHANNELS][SHADES]; // of anything else
+};
+
+// Texels of a run: the offset in the pattern's planes.
+struct run_texels {
+    size_t offset[PENLINE_RUN_MAX];
+};
+
+// Contributions of a run.
+struct run_deltas {
+    int32_t value[CHANNELS][PENLINE_RUN_MAX];
+};
+
+// The greatest |S| or |T| over all u,v; infinite or NaN when a number of the placement is.
+double greatest_position(const applique* a) {
+    double du = std::max(std::fabs(0.0 - a->a0), std::fabs(UV_MAX - a->a0));
+    double dv = std::max(std::fabs(0.0 - a->a1), std::fabs(UV_MAX - a->a1));
+    double s = std::fabs(a->a2) * du + std::fabs(a->a6) + std::fabs(a->a3) * dv;
+    double t = std::fabs(a->a4) * du + std::fabs(a->a7) + std::fabs(a->a5) * dv;
+    return s > t || !(s == s) ? s : t;
+}
+
+void side_init(side* to, const applique* a, const raster_image* pattern) {
+    to->is_pattern = a != nullptr && a->is_color == 0;
+    to->placement = a;
+    to->pattern = pattern;
+    to->fits_int32 = to->is_pattern && greatest_position(a) < INT32_SAFE;
+    if (to->is_pattern) return;
+    for (int channel = 0; channel < CHANNELS; ++channel) {
+        for (int shade = 0; shade < SHADES; ++shade) {
+            to->table[channel][shade] = surface_contribution(a, nullptr, channel, shade, 0, 0);
+        }
+    }
+}
+
+const uint8_t* shades_of(const penline_run* run, int channel) {
+    return channel == 0 ? run->red : (channel == 1 ? run->green : run->blue);
+}
+
+// S and T of a run, low 16 bits. The sums are in the order of the formula: the results depend on it.
+void positions_int32(const applique* a, const penline_run* run, int count, uint32_t* s, uint32_t* t) {
+    const double origin_u = a->a0, origin_v = a->a1, m00 = a->a2, m01 = a->a3, m10 = a->a4, m11 = a->a5;
+    const double s0 = a->a6, t0 = a->a7;
+    for (int i = 0; i < count; ++i) {
+        double du = static_cast<double>(static_cast<int32_t>(run->u[i])) - origin_u;
+        double dv = static_cast<double>(static_cast<int32_t>(run->v[i])) - origin_v;
+        s[i] = static_cast<uint32_t>(static_cast<int32_t>(m00 * du + s0 + m01 * dv)) & 0xFFFFu;
+        t[i] = static_cast<uint32_t>(static_cast<int32_t>(m10 * du + t0 + m11 * dv)) & 0xFFFFu;
+    }
+}
+
+void positions_any(const applique* a, const penline_run* run, int count, uint32_t* s, uint32_t* t) {
+    for (int i = 0; i < count; ++i) {
+        double du = run->u[i] - a->a0;
+        double dv = run->v[i] - a->a1;
+        s[i] = truncated_low_16(a->a2 * du + a->a6 + a->a3 * dv);
+        t[i] = truncated_low_16(a->a4 * du + a->a7 + a->a5 * dv);
+    }
+}
+
+void find_texels(const side* from, const penline_run* run, int count, run_texels* texels) {
+    uint32_t s[PENLINE_RUN_MAX];
+    uint32_t t[PENLINE_RUN_MAX];
+    if (from->fits_int32) {
+        positions_int32(from->placement, run, count, s, t);
+    } else {
+        positions_any(from->placement, run, count, s, t);
+    }
+    const auto width = static_cast<uint64_t>(from->pattern->width);
+    const auto height = static_cast<uint64_t>(from->pattern->height);
+    for (int i = 0; i < count; ++i) {
+        uint64_t column = (s[i] * width) >> 16;
+        uint64_t line = (t[i] * height) >> 16;
+        texels->offset[i] = line * width + column;
+    }
+}
+
+// Stores the contributions of a run, or takes them off what stands there.
+template <bool Subtract> void put(int32_t* value, int32_t contribution) {
+    *value = Subtract ? *value - contribution : contribution;
+}
+
+template <bool Subtract> void contribute(const side* from, const penline_run* run, int count, run_deltas* deltas) {
+    run_texels texels;
+    if (from->is_pattern) find_texels(from, run, count, &texels);
+    for (int channel = 0; channel < CHANNELS; ++channel) {
+        const uint8_t* shades = shades_of(run, channel);
+        int32_t* values = deltas->value[channel];
+        if (from->is_pattern) {
+            const uint8_t* plane = plane_of(from->pattern, channel);
+            for (int i = 0; i < count; ++i)
+                put<Subtract>(&values[i], (plane[texels.offset[i]] * shades[i]) >> 8);
+        } else {
+            const int32_t* table = from->table[channel];
+            for (int i = 0; i < count; ++i)
+                put<Subtract>(&values[i], table[shades[i]]);
+        }
+    }
+}
+
+// ---- the pass ------------------------------------------------------------------------------------------------------
+
+struct reevaluation {
+    raster_image* picture;
+    side old_side;
+    side new_side;
+    bool by_table;                    // neither side is a pattern: one table of differences does
+    int32_t change[CHANNELS][SHADES]; // new less old
+    row_changed told;
+    int32_t first_changed, last_changed; // columns of the row at work; first above last: none
+};
+
+uint8_t byte_of(int32_t value) {
+    return static_cast<uint8_t>(value < 0 ? 0 : (value > 255 ? 255 : value));
+}
+
+void change_by_table(const reevaluation* r, const penline_run* run, int count, uint8_t* const rows[CHANNELS]) {
+    for (int channel = 0; channel < CHANNELS; ++channel) {
+        uint8_t* row = rows[channel];
+        const uint8_t* shades = shades_of(run, channel);
+        const int32_t* change = r->change[channel];
+        if (run->constant_shade) {
+            const int32_t difference = change[shades[0]];
+            for (int i = 0; i < count; ++i)
+                row[i] = byte_of(row[i] + difference);
+        } else {
+            for (int i = 0; i < count; ++i)
+                row[i] = byte_of(row[i] + change[shades[i]]);
+        }
+    }
+}
+
+void change_by_pattern(const reevaluation* r, const penline_run* run, int count, uint8_t* const rows[CHANNELS]) {
+    run_deltas deltas;
+    contribute<false>(&r->new_side, run, count, &deltas);
+    contribute<true>(&r->old_side, run, count, &deltas);
+    for (int channel = 0; channel < CHANNELS; ++channel) {
+        uint8_t* row = rows[channel];
+        const int32_t* values = deltas.value[channel];
+        for (int i = 0; i < count; ++i)
+            row[i] = byte_of(row[i] + values[i]);
+    }
+}
+
+void change_run(reevaluation* r, int32_t y, const penline_run* run) {
+    if (run->x >= r->picture->width) return;
+    int32_t count = std::min(run->count, r->picture->width - run->x);
+    size_t offset = static_cast<size_t>(y) * static_cast<size_t>(r->picture->width) + static_cast<size_t>(run->x);
+    uint8_t* const rows[CHANNELS] = {r->picture->red + offset, r->picture->green + offset, r->picture->blue + offset};
+    if (r->by_table) {
+        change_by_table(r, run, count, rows);
+    } else {
+        change_by_pattern(r, run, count, rows);
+    }
+    r->first_changed = std::min(r->first_changed, run->x);
+    r->last_changed = std::max(r->last_changed, run->x + count - 1);
+}
+
+void change_row(reevaluation* r, int32_t y, const pline* chain) {
+    penline_run run;
+    r->first_changed = INT32_MAX;
+    r->last_changed = -1;
+    for (const pline* line = chain; line != nullptr; line = line->next) {
+        penline_position at = penline_begin(line);
+        while (penline_next_run(&at, &run))
+            change_run(r, y, &run);
+    }
+    bool changed = r->first_changed <= r->last_changed;
+    if (changed && r->told.changed != nullptr) {
+        r->told.changed(r->told.user, y, r->first_changed, r->last_changed);
+    }
+}
+
+void change_pen(reevaluation* r, const compressed_pen* pen) {
+    r->by_table = !r->old_side.is_pattern && !r->new_side.is_pattern;
+    if (r->by_table) {
+        for (int channel = 0; channel < CHANNELS; ++channel) {
+            for (int shade = 0; shade < SHADES; ++shade) {
+                r->change[channel][shade] = r->new_side.table[channel][shade] - r->old_side.table[channel][shade];
+            }
+        }
+    }
+    int32_t rows = std::min(pen->line_count, r->picture->height);
+    for (int32_t y = 0; y < rows; ++y) {
+        if (pen->lines[y] != nullptr) change_row(r, y, pen->lines[y]);
+    }
+}
+
+bool is_pattern(const applique* a) {
+    return a != nullptr && a->is_color == 0;
+}
+
+raster_image* load_pattern(const applique* a) {
+    return load_image(a->file, LOAD_IMAGE_LIMIT, LOAD_IMAGE_LIMIT);
+}
+
+// Loads what the two appliques need; one image when both name one file.
+bool load_patterns(const applique* old_one, const applique* new_one, raster_image** old_image,
+                   raster_image** new_image) {
+    *old_image = *new_image = nullptr;
+    if (is_pattern(old_one)) {
+        *old_image = load_pattern(old_one);
+        if (*old_image == nullptr) return false;
+    }
+    if (!is_pattern(new_one)) return true;
+    bool same = *old_image != nullptr && std::strcmp(old_one->file, new_one->file) == 0;
+    *new_image = same ? *old_image : load_pattern(new_one);
+    if (*new_image != nullptr) return true;
+    raster_image_free(*old_image);
+    return false;
+}
+
+} // namespace
+
+int32_t surface_contribution(const applique* a, const raster_image* pattern, int channel, int32_t shade, int32_t u,
+                             int32_t v) {
+    if (a == nullptr) return shade >> 1;
+    if (a->is_color != 0) return color_contribution(color_value(a, channel), shade);
+    double du = u - a->a0;
+    double dv = v - a->a1;
+    uint64_t s = truncated_low_16(a->a2 * du + a->a6 + a->a3 * dv);
+    uint64_t t = truncated_low_16(a->a4 * du + a->a7 + a->a5 * dv);
+    uint64_t column = (s * static_cast<uint64_t>(pattern->width)) >> 16;
+    uint64_t line = (t * static_cast<uint64_t>(pattern->height)) >> 16;
+    uint64_t offset = line * static_cast<uint64_t>(pattern->width) + column;
+    return (plane_of(pattern, channel)[offset] * shade) >> 8;
+}
+
+int reevaluate_pen(raster_image* picture, const tnc_image* image, row_changed told, const applique* old_one,
+                   const applique* new_one, int pen) {
+    if (is_pattern(new_one) && pen_has_uv(image, pen) == 0) {
+        log_message(LOG_WARNING, "Patterns cannot be applied to this surface.");
+        return 0;
+    }
+    raster_image* old_image = nullptr;
+    raster_image* new_image = nullptr;
+    if (!load_patterns(old_one, new_one, &old_image, &new_image)) return 0;
+    mem_guard<reevaluation> r(mem_new<reevaluation>());
+    if (r) {
+        r->picture = picture;
+        r->told = told;
+        side_init(&r->old_side, old_one, old_image);
+        side_init(&r->new_side, new_one, new_image);
+        if (pen_defined(image, pen) != 0) change_pen(r.get(), image->pens[pen]);
+    } else {
+        log_message(LOG_WARNING, "Failed to allocate memory for the change of surface %d.\n", pen);
+    }
+    if (new_image != old_image) raster_image_free(new_image);
+    raster_image_free(old_image);
+    return r ? 1 : 0;
+}
