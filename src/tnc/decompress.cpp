@@ -2,7 +2,8 @@
 // codes at a time into a buffer, so that handing out a byte costs a compare and a load.
 //
 // What keeps it safe on any input:
-// 1. A table entry is made from an entry that exists, and only codes of existing entries are decoded. After a clear code
+// 1. A table entry is made from an entry that exists, and only codes of existing entries are decoded. After a clear
+// code
 //    all entries but the 256 bytes count as missing, although their records still stand.
 // 2. So the chain of a string ends, and takes as many steps as its length says, which is compared with the room first.
 #include "tnc/decompress.h"
@@ -103,12 +104,12 @@ void give_up(decompress_context* c) {
 
 // Decodes one code that is no clear code to `to`, and returns the end of its bytes.
 //
-// A code that is not defined yet names the string being defined. That is sound only for the very next one: a higher code
-// gives that string too, and ends the stream, as nothing that follows could be told apart from noise.
+// A code that is not defined yet names the string being defined. That is sound only for the very next one: a higher
+// code gives that string too, and ends the stream, as nothing that follows could be told apart from noise.
 uint8_t* decode_code(decompress_context* c, int32_t code, uint8_t* to) {
     bool defines_itself = code >= c->next_code;
     if (defines_itself) {
-        if (code > c->next_code || c->next_code == CLEAR_CODE + (c->block_mode ? 0 : -1)) give_up(c);
+        if (code > c->next_code) give_up(c);
         code = c->next_code;
         add_string(c, c->last_byte);
     }
@@ -228,8 +229,9 @@ bool decompress_fill(decompress_context* context) {
 
 size_t decompress_read(void* buffer, size_t size, size_t count, decompress_context* context) {
     size_t wanted = 0;
-    if (context == nullptr || __builtin_mul_overflow(size, count, &wanted)) return 0;
+    if (__builtin_mul_overflow(size, count, &wanted)) return 0;
     if (wanted == 0) return count;
+    if (context == nullptr) return 0;
     auto* to = static_cast<uint8_t*>(buffer);
     size_t got = 0;
     while (got < wanted) {

@@ -1,0 +1,395 @@
+// Reads a .tnc file: two bytes (250, then a version from 0 to 3) and a stream of records, each opened by one byte. From
+// record 242 on the bytes come out of a compressed stream. Multi-byte numbers are little-endian.
+//
+//   0 .. 239  sample of that pen: red, green, blue; with u,v then u (16 bits), v (16 bits)
+//   241       packed line: pen, line (16), length (16), code
+//   242       the rest is a compressed stream
+//   243       header: kind; for kind 1 a text ended by a zero byte
+//   249       pen definition: pen, flag (0: with u,v)
+//   251, 252  next column; skip columns: count (16)
+//   253, 254  next line; skip lines: count (16)
+//   255       end
+//
+// A byte that is missing at the end of the file reads as 255, so what is cut ends by itself; `complete` tells of it.
+#include <climits>
+#include <cstring>
+
+#include "platform/files.h"
+#include "support/bytes.h"
+#include "support/checked.h"
+#include "support/log.h"
+#include "support/memory.h"
+#include "tnc/builder.h"
+#include "tnc/decompress.h"
+#include "tnc/pline.h"
+#include "tnc/tnc.h"
+
+namespace {
+
+constexpr int MAGIC = 250;
+constexpr int LAST_VERSION = 3;
+
+enum record_code : int {
+    RECORD_PACKED_LINE = 241,
+    RECORD_COMPRESSED = 242,
+    RECORD_HEADER = 243,
+    RECORD_PEN = 249,
+    RECORD_NEXT_COLUMN = 251,
+    RECORD_SKIP_COLUMNS = 252,
+    RECORD_NEXT_LINE = 253,
+    RECORD_SKIP_LINES = 254,
+    RECORD_END = 255,
+};
+
+constexpr int HEADER_NAME = 1;
+constexpr size_t NAME_SIZE = 128;
+
+// The longest stretch of bytes that is taken at once.
+constexpr size_t TAKE_MAX = 8;
+
+// Where the bytes of records come from: the file, or the compressed stream in it. Both hold a window of bytes that are
+// ready; `next` and `end` point to its bounds.
+struct record_source {
+    const uint8_t** next;
+    const uint8_t* const* end;
+    file_reader* file;
+    decompress_context* stream; // null before record 242
+    bool ended;                 // a byte was asked for that was not there
+    uint8_t spare[TAKE_MAX];
+};
+
+// Lines of a pen that may hold something.
+struct line_range {
+    int32_t first, last;
+};
+
+constexpr line_range NO_LINES = {INT32_MAX, -1};
+
+struct tnc_reader {
+    record_source source;
+    tnc_image* image; // owned until the reading is done
+    pen_builder* builder;
+    line_range used[PEN_COUNT];
+};
+
+// What a record leads to.
+enum class reading {
+    goes_on,
+    ends,  // normally
+    cut,   // the image is given with what it holds
+    fails, // after a message: no image
+};
+
+int source_getc(record_source* s) {
+    int byte = s->stream != nullptr ? decompress_getc(s->stream) : reader_getc(s->file);
+    if (byte < 0) s->ended = true;
+    return byte;
+}
+
+const uint8_t* take_slowly(record_source* s, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        s->spare[i] = static_cast<uint8_t>(source_getc(s));
+    return s->spare;
+}
+
+// The next `count` bytes, at most TAKE_MAX, valid until the next call. Missing ones are 255.
+inline const uint8_t* source_take(record_source* s, size_t count) {
+    const uint8_t* at = *s->next;
+    if (static_cast<size_t>(*s->end - at) < count) return take_slowly(s, count);
+    *s->next = at + count;
+    return at;
+}
+
+size_t source_read(record_source* s, void* to, size_t bytes) {
+    size_t got = s->stream != nullptr ? decompress_read(to, 1, bytes, s->stream) : reader_read(s->file, to, bytes);
+    if (got < bytes) s->ended = true;
+    return got;
+}
+
+// Passes over bytes. False when there are fewer.
+bool source_skip(record_source* s, size_t bytes) {
+    uint8_t passed[1024];
+    while (bytes > 0) {
+        size_t step = bytes < sizeof passed ? bytes : sizeof passed;
+        if (source_read(s, passed, step) < step) return false;
+        bytes -= step;
+    }
+    return true;
+}
+
+// False when it is known that fewer bytes are left.
+bool source_may_hold(const record_source* s, size_t bytes) {
+    return s->stream != nullptr || reader_left(s->file) >= static_cast<int64_t>(bytes);
+}
+
+void source_use_file(record_source* s, file_reader* file) {
+    s->file = file;
+    s->next = &file->next;
+    s->end = &file->end;
+}
+
+void source_use_stream(record_source* s, decompress_context* stream) {
+    s->stream = stream;
+    s->next = &stream->next;
+    s->end = &stream->end;
+}
+
+// ---- the image -----------------------------------------------------------------------------------------------------
+
+// Releases the packed lines of a pen in a range of lines.
+void free_lines(compressed_pen* pen, int32_t first, int32_t last) {
+    for (int32_t y = first; y <= last; ++y) {
+        pline_free_chain(pen->lines[y]);
+        pen->lines[y] = nullptr;
+    }
+}
+
+tnc_image* image_new(int32_t line_count) {
+    auto* image = mem_new<tnc_image>();
+    if (image == nullptr) {
+        log_message(LOG_WARNING, "Failed to allocate memory for tnc image structure.\n");
+        return nullptr;
+    }
+    image->line_count = line_count > 0 ? line_count : 0;
+    return image;
+}
+
+compressed_pen* pen_new(int pen, int32_t line_count) {
+    size_t bytes = 0;
+    if (!checked_mul(static_cast<size_t>(line_count), sizeof(pline*), &bytes)) return nullptr;
+    if (!checked_add(bytes, sizeof(compressed_pen), &bytes)) return nullptr;
+    auto* made = static_cast<compressed_pen*>(mem_alloc_zeroed(bytes));
+    if (made == nullptr) return nullptr;
+    made->pen = pen;
+    made->line_count = line_count;
+    return made;
+}
+
+void note_line(tnc_reader* r, int pen, int32_t y) {
+    line_range* used = &r->used[pen];
+    if (y < used->first) used->first = y;
+    if (y > used->last) used->last = y;
+}
+
+// The line-done action of the builder: the chain takes the place of what stood there, which is released.
+void store_chain(void* user, int pen, int /*has_uv*/, int32_t y, pline* chain) {
+    auto* r = static_cast<tnc_reader*>(user);
+    compressed_pen* found = r->image->pens[pen];
+    if (found == nullptr || y < 0 || y >= found->line_count) {
+        pline_free_chain(chain);
+        return;
+    }
+    pline_free_chain(found->lines[y]);
+    found->lines[y] = chain;
+    note_line(r, pen, y);
+}
+
+// ---- records -------------------------------------------------------------------------------------------------------
+
+reading read_sample(tnc_reader* r, int pen) {
+    const uint8_t* p = source_take(&r->source, 3);
+    uint8_t red = p[0];
+    uint8_t green = p[1];
+    uint8_t blue = p[2];
+    const compressed_pen* found = pen < PEN_COUNT ? r->image->pens[pen] : nullptr;
+    if (found == nullptr) {
+        log_message(LOG_WARNING, "Pixel data found for unknown pen %d\n", pen);
+        stop_program(1);
+        return reading::fails;
+    }
+    uint16_t u = 0;
+    uint16_t v = 0;
+    if (found->has_uv != 0) {
+        p = source_take(&r->source, 4);
+        u = load_u16le(p);
+        v = load_u16le(p + 2);
+    }
+    builder_add_sample(r->builder, pen, red, green, blue, u, v);
+    return reading::goes_on;
+}
+
+reading no_bytes_for_line(int length) {
+    log_message(LOG_WARNING, "Failed to read %d bytes for pline.\n", length);
+    return reading::cut;
+}
+
+// A line of a pen that is not defined (yet), or past the last line, has no place: it is read and dropped.
+reading read_packed_line(tnc_reader* r) {
+    const uint8_t* p = source_take(&r->source, 5);
+    int pen = p[0];
+    int32_t y = load_u16le(p + 1);
+    uint16_t length = load_u16le(p + 3);
+    if (!source_may_hold(&r->source, length)) return no_bytes_for_line(length);
+    compressed_pen* found = pen < PEN_COUNT ? r->image->pens[pen] : nullptr;
+    if (found == nullptr || y >= found->line_count) {
+        return source_skip(&r->source, length) ? reading::goes_on : no_bytes_for_line(length);
+    }
+    pline* line = pline_new(length);
+    if (line == nullptr) {
+        log_message(LOG_WARNING, "Failed to allocated memory for pline.\n");
+        return reading::fails;
+    }
+    if (source_read(&r->source, line->code, length) < length) {
+        mem_free(line);
+        return no_bytes_for_line(length);
+    }
+    line->next = found->lines[y];
+    found->lines[y] = line;
+    note_line(r, pen, y);
+    return reading::goes_on;
+}
+
+// A compressed stream inside a compressed stream has no meaning: the reading ends there as at a cut.
+reading start_compressed(tnc_reader* r) {
+    if (r->source.stream != nullptr) return reading::cut;
+    decompress_context* stream = decompress_open(r->source.file);
+    if (stream == nullptr) {
+        log_message(LOG_WARNING, "failed to start decompression\n");
+        stop_program(1);
+        return reading::fails;
+    }
+    source_use_stream(&r->source, stream);
+    return reading::goes_on;
+}
+
+// An overlong text is cut; what is left of it is read as records.
+reading read_header(tnc_reader* r) {
+    if (source_take(&r->source, 1)[0] != HEADER_NAME) return reading::goes_on;
+    char text[NAME_SIZE];
+    size_t length = 0;
+    do {
+        text[length] = static_cast<char>(source_take(&r->source, 1)[0]);
+    } while (text[length] != '\0' && ++length < NAME_SIZE);
+    text[NAME_SIZE - 1] = '\0';
+    char* name = mem_copy_text(text);
+    if (name == nullptr) {
+        log_message(LOG_WARNING, "Failed to allocate memory for tnc image structure.\n");
+        return reading::fails;
+    }
+    mem_free(r->image->name);
+    r->image->name = name;
+    return reading::goes_on;
+}
+
+// A second definition takes the place of the first: the pen starts again with no lines. Its record is used again, so
+// that a file of definitions costs no more than one of each.
+reading read_pen(tnc_reader* r) {
+    const uint8_t* p = source_take(&r->source, 2);
+    int pen = p[0];
+    int has_uv = p[1] == 0 ? 1 : 0;
+    if (pen >= PEN_COUNT) return reading::goes_on;
+    compressed_pen* found = r->image->pens[pen];
+    if (found == nullptr) {
+        found = pen_new(pen, r->image->line_count);
+        if (found == nullptr) {
+            log_message(LOG_WARNING, "failed to allocate memory for compressed_pen\n");
+            return reading::fails;
+        }
+        r->image->pens[pen] = found;
+    }
+    free_lines(found, r->used[pen].first, r->used[pen].last);
+    r->used[pen] = NO_LINES;
+    found->has_uv = has_uv;
+    builder_set_pen(r->builder, pen, has_uv);
+    return reading::goes_on;
+}
+
+int32_t take_count(tnc_reader* r) {
+    return load_u16le(source_take(&r->source, 2));
+}
+
+reading read_record(tnc_reader* r, int code) {
+    switch (code) {
+    case RECORD_PACKED_LINE: return read_packed_line(r);
+    case RECORD_COMPRESSED: return start_compressed(r);
+    case RECORD_HEADER: return read_header(r);
+    case RECORD_PEN: return read_pen(r);
+    case RECORD_NEXT_COLUMN: builder_move_x(r->builder, 1); return reading::goes_on;
+    case RECORD_SKIP_COLUMNS: builder_move_x(r->builder, take_count(r)); return reading::goes_on;
+    case RECORD_NEXT_LINE: builder_next_line(r->builder); return reading::goes_on;
+    case RECORD_SKIP_LINES: builder_skip_lines(r->builder, take_count(r)); return reading::goes_on;
+    case RECORD_END: return reading::ends;
+    default: return read_sample(r, code);
+    }
+}
+
+reading read_records(tnc_reader* r) {
+    for (;;) {
+        int code = source_getc(&r->source);
+        if (code < 0) return reading::cut;
+        reading state = read_record(r, code);
+        if (builder_has_failed(r->builder)) return reading::fails;
+        if (state != reading::goes_on) return state;
+        if (builder_y(r->builder) >= r->image->line_count) return reading::ends;
+    }
+}
+
+// ---- the file ------------------------------------------------------------------------------------------------------
+
+// Checks the two bytes at the start of the file. False after a message and a stop that came back.
+bool read_start(tnc_reader* r, const char* path) {
+    int magic = source_getc(&r->source);
+    int version = source_getc(&r->source);
+    if (magic == MAGIC && version >= 0 && version <= LAST_VERSION) {
+        r->image->version = version;
+        return true;
+    }
+    log_message(LOG_WARNING, "expected \"%s\" to be version 0, 1, 2 or 3 tnc file\n", path);
+    stop_program(1);
+    return false;
+}
+
+// Reads all records with a builder. Without memory for one the image stays empty, and is no failure.
+reading read_with_builder(tnc_reader* r) {
+    r->builder = builder_new(store_chain, r);
+    if (r->builder == nullptr) return reading::cut;
+    reading state = read_records(r);
+    // The line still open is packed here, which may fail too.
+    builder_next_line(r->builder);
+    if (builder_has_failed(r->builder)) state = reading::fails;
+    builder_free(r->builder);
+    decompress_close(r->source.stream);
+    return state;
+}
+
+// Reads the opened file. False when there is to be no image.
+bool read_file(tnc_reader* r, const char* path) {
+    if (!read_start(r, path)) return false;
+    reading state = read_with_builder(r);
+    r->image->complete = state == reading::ends && !r->source.ended;
+    return state != reading::fails;
+}
+
+} // namespace
+
+tnc_image* tnc_read(const char* path, int32_t line_count) {
+    tnc_reader r = {};
+    for (line_range& used : r.used)
+        used = NO_LINES;
+    r.image = image_new(line_count);
+    if (r.image == nullptr) return nullptr;
+    file_reader* file = reader_open(path);
+    bool done = false;
+    if (file == nullptr) {
+        log_message(LOG_WARNING, "Failed to open %s for read\n", path);
+        stop_program(1);
+    } else {
+        source_use_file(&r.source, file);
+        done = read_file(&r, path);
+        reader_close(file);
+    }
+    if (done) return r.image;
+    tnc_free(r.image);
+    return nullptr;
+}
+
+void tnc_free(tnc_image* image) {
+    if (image == nullptr) return;
+    for (compressed_pen* pen : image->pens) {
+        if (pen == nullptr) continue;
+        free_lines(pen, 0, pen->line_count - 1);
+        mem_free(pen);
+    }
+    mem_free(image->name);
+    mem_free(image);
+}
