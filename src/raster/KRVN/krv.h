@@ -8,8 +8,7 @@
 // and packets of the active image; the first line is the data start, or, with an overview active, where the overview's
 // lines begin.
 //
-// The line slots stand in krvlines.h; this side calls them through the handle's slots, and needs from them only
-// krv_read_line_header().
+// The lines themselves stand in krvlines.h.
 #pragma once
 
 #include "raster/CORE/cfile.h"
@@ -21,11 +20,9 @@ constexpr size_t KRV_OLD_HEADER_SIZE = 512;
 constexpr size_t KRV_BYTE_VLT_SIZE = 768;
 constexpr size_t KRV_CODE_BUFFER_SIZE = 65530;
 constexpr uint16_t KRV_TYPE = 0x0908;
-constexpr uint16_t KRV_LINE_MARK = 0x5900;
-constexpr uint16_t KRV_NO_MORE_LINES = 65535; // held line number when the file has no further piece
-constexpr int KRV_PLAIN_WORDS = 510;          // words_to_follow of a plain header of 1024 bytes
-constexpr int KRV_OLD_WORDS = 254;            // and of the old header of 512 bytes
-constexpr int KRV_MAX_WORDS = 32767;          // words_to_follow is a signed 16-bit value
+constexpr int KRV_PLAIN_WORDS = 510; // words_to_follow of a plain header of 1024 bytes
+constexpr int KRV_OLD_WORDS = 254;   // and of the old header of 512 bytes
+constexpr int KRV_MAX_WORDS = 32767; // words_to_follow is a signed 16-bit value
 
 // Offsets of header fields. u16, i16, u32 and doubles, little-endian.
 constexpr size_t KRV_AT_TYPE = 0;               // u16
@@ -83,7 +80,7 @@ constexpr uint32_t KRV_OVERVIEW_TILED = 1u << 16; // in `info`; its low half is 
 
 // A line header of a scannable file, as values.
 struct krv_line_header {
-    uint16_t mark;            // KRV_LINE_MARK
+    uint16_t mark;            // 0x5900
     uint16_t words_to_follow; // words behind this one: a piece has two fewer data words
     uint16_t line_number;     // with FLAG_LINES_FROM_ZERO as it stands in the file; otherwise one has been taken off
     uint16_t pixel_offset;    // pixel of the line at which the piece begins
@@ -102,9 +99,9 @@ struct krv_spec {
     uint8_t packet_head[KRV_PACKET_HEAD_SIZE]; // the last packet head read
     krv_line_header line_header;               // of the piece that comes next, read ahead
     bool lines_ended;                          // scannable: no further piece could be read; every later line is zero
-    int64_t overview_at;       // where the directory stands in the file, from the image's start; 0: not in the file
-    uint32_t stored_words;     // packet_words as the file has them, which the header in memory may be ahead of
-    int64_t link_from;         // file offset of the header that is to be linked to this image when it is written; or -1
+    int64_t overview_at;   // where the directory stands in the file, from the image's start; 0: not in the file
+    uint32_t stored_words; // packet_words as the file has them, which the header in memory may be ahead of
+    int64_t link_from;     // file offset of the header that is to be linked to this image when it is written; or -1
     uint8_t header[KRV_HEADER_SIZE];
 };
 
@@ -132,12 +129,8 @@ inline int64_t krv_data_start(const CFILE* c) {
     return c->base_offset + int64_t{krv_words_to_follow(krv_spec_of(c)->header)} * 2 + 4;
 }
 
-// File offset of line 0 of what is active: the data start, or there the active overview's lines begin.
+// File offset of line 0 of what is active: the data start, or where the active overview's lines begin.
 int64_t krv_first_line(const CFILE* c); // krvpos.cpp
-
-// Bytes of a stored line of a format whose lines all have one size (1 to 8, 28, 69) in a file without line headers, the
-// pad byte of format 28 included. 0 for any other format.
-int64_t krv_fixed_line_bytes(const CFILE* c); // krvpos.cpp
 
 // Status RZL_BAD_FIELD_ID with the module's words; gives 1.
 int krv_refuse(CFILE* c); // krvinfo.cpp
@@ -250,7 +243,7 @@ int krv_init_ov(CFILE* from, CFILE* to);
 // --------------------------------------------------------------------------------------------
 
 struct krv_overview {
-    uint32_t ysize, xsize, info;      // lines, pixels, KRV_OVERVIEW_TILED and field 201
+    uint32_t ysize, xsize, info;     // lines, pixels, KRV_OVERVIEW_TILED and field 201
     uint32_t offset, size_1, size_2; // from the data start, 0: no data yet; bytes, twice
 };
 
