@@ -1,0 +1,211 @@
+// tinct-batch apply: gives surfaces colours and patterns, and saves the picture.
+//
+// Everything that can be judged is judged before the pair is opened; the output is written under another name beside
+// its place and put there when it is whole.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "commands.h"
+#include "core/open_image.h"
+#include "request.h"
+#include "support/log.h"
+#include "support/memory.h"
+#include "surface/palette.h"
+#include "surface/paths.h"
+
+namespace {
+
+struct palettes {
+    color_palette colors;
+    pattern_palette patterns;
+};
+
+// ---- palette
+// ---------------------------------------------------------------------------------------------------------
+
+bool uses_names(const apply_request* request) {
+    for (int i = 0; i < request->set_count; ++i) {
+        if (request->sets[i].kind == surface_kind::name) return true;
+    }
+    return false;
+}
+
+// The palette that was named, else the product's own where names are asked for.
+int load_palettes(const apply_request* request, palettes* p) {
+    char path[FILES_PATH_SIZE];
+    const char* root = std::getenv(VARIABLE_ROOT);
+    if (request->palette != nullptr) {
+        std::snprintf(path, sizeof path, "%s", request->palette);
+    } else {
+        if (!uses_names(request) || root == nullptr) return EXIT_DONE;
+        std::snprintf(path, sizeof path, "%s/palettes/tinct.tnp", root);
+        if (!files_exists(path)) return EXIT_DONE;
+    }
+    return load_palette_file(&p->colors, &p->patterns, path) != 0 ? EXIT_DONE : EXIT_FAILED;
+}
+
+void free_palettes(palettes* p) {
+    palette_clear(&p->colors);
+    pattern_palette_clear(&p->patterns);
+}
+
+// Replaces names by the colours and patterns that they stand for.
+int look_up_names(apply_request* request, const palettes* p) {
+    for (int i = 0; i < request->set_count; ++i) {
+        set_request* set = &request->sets[i];
+        if (set->kind != surface_kind::name) continue;
+        int index = palette_find(&p->colors, set->text);
+        const char* file = nullptr;
+        if (index >= 0) {
+            const named_color* c = p->colors.entries[index];
+            if (set->has_placement) return program_fail("\"%s\" is a colour, which has no placement.", set->text);
+            set->kind = surface_kind::color;
+            set->red = c->red;
+            set->green = c->green;
+            set->blue = c->blue;
+        } else if (pattern_lookup(&p->patterns, set->text, &file) != 0) {
+            set->kind = surface_kind::raster;
+            std::snprintf(set->text, sizeof set->text, "%s", file);
+        } else {
+            return program_fail("The palette has no colour or pattern \"%s\".", set->text);
+        }
+    }
+    return EXIT_DONE;
+}
+
+// ---- output
+// ----------------------------------------------------------------------------------------------------------
+
+int refuse_input(const char* path) {
+    return program_fail("Error : Attempt to overwrite input file \"%s\".", path);
+}
+
+bool is_output(const apply_request* request, const char* input) {
+    return input != nullptr && files_is_same(request->out, input);
+}
+
+int check_output(const apply_request* request) {
+    char companion[FILES_PATH_SIZE];
+    if (is_output(request, request->tnc)) return refuse_input(request->out);
+    if (files_exists(request->tnc) && find_companion(request->tnc, companion, sizeof companion) &&
+        is_output(request, companion)) {
+        return refuse_input(request->out);
+    }
+    if (is_output(request, request->palette)) return refuse_input(request->out);
+    for (int i = 0; i < request->set_count; ++i) {
+        char found[FILES_PATH_SIZE];
+        const set_request* set = &request->sets[i];
+        if (set->kind != surface_kind::raster) continue;
+        find_pattern_file(set->text, found, sizeof found);
+        if (is_output(request, found)) return refuse_input(request->out);
+    }
+    if (files_is_directory(request->out)) return program_fail("\"%s\" is a directory.", request->out);
+    if (!request->force && files_exists(request->out)) {
+        return program_fail("\"%s\" exists; --force overwrites it.", request->out);
+    }
+    return EXIT_DONE;
+}
+
+int save(const apply_request* request, const output_settings* settings) {
+    char fresh[FILES_PATH_SIZE];
+    if (!files_replace_begin(request->out, fresh, sizeof fresh)) {
+        return program_fail("\"%s\" can not be written: its directory does not exist.", request->out);
+    }
+    raster_image* picture = open_image.picture;
+    int code =
+        imp_save_planes(fresh, picture->width, picture->height, picture->red, picture->green, picture->blue, settings);
+    if (code != IMP_OK) {
+        files_replace_abandon();
+        return program_fail("%s: \"%s\"", imp_error_text[code], request->out);
+    }
+    if (!files_replace_commit()) return program_fail("%s: \"%s\"", imp_error_text[IMP_WRITE_FAILED], request->out);
+    return EXIT_DONE;
+}
+
+// ---- surfaces
+// --------------------------------------------------------------------------------------------------------
+
+applique* make_applique(const set_request* set) {
+    applique* a = applique_new();
+    if (a == nullptr) return nullptr;
+    if (set->kind == surface_kind::color) {
+        a->is_color = 1;
+        a->a0 = set->red;
+        a->a1 = set->green;
+        a->a2 = set->blue;
+        return a;
+    }
+    a->file = mem_copy_text(set->text);
+    if (a->file == nullptr) log_message(LOG_WARNING, "failed to malloc space for filename \"%s\".\n", set->text);
+    if (a->file != nullptr && applique_set_placement(a, set->rotation, set->mirror ? 1 : 0, set->size)) return a;
+    applique_free(a);
+    return nullptr;
+}
+
+// Where a pass is, for the progress bar.
+struct pass_progress {
+    int done_sets, sets;
+};
+
+void show_row(void* user, int32_t y, int32_t /*x1*/, int32_t /*x2*/) {
+    const auto* p = static_cast<const pass_progress*>(user);
+    int64_t height = open_image.picture->height;
+    progress_show("applying", p->done_sets * height + y, p->sets * height);
+}
+
+// All pens must be there before the first is changed.
+int check_pens(const apply_request* request) {
+    for (int i = 0; i < request->set_count; ++i) {
+        int pen = request->sets[i].pen;
+        if (pen_defined(open_image.tnc, pen) == 0) {
+            return program_fail("There is no pen %d in \"%s\".", pen, request->tnc);
+        }
+    }
+    return EXIT_DONE;
+}
+
+int apply_sets(const apply_request* request) {
+    pass_progress progress = {0, request->set_count};
+    open_image.rows_changed = {show_row, &progress};
+    int status = check_pens(request);
+    for (int i = 0; status == EXIT_DONE && i < request->set_count; ++i) {
+        progress.done_sets = i;
+        applique* a = make_applique(&request->sets[i]);
+        if (a == nullptr || apply_col_pat(request->sets[i].pen, a) == 0) status = EXIT_FAILED;
+    }
+    progress_end();
+    return status;
+}
+
+// Damaged input gives no output: a picture that is half right would be taken for a whole one.
+int open_pair(const apply_request* request) {
+    if (image_open(request->tnc) == 0) return EXIT_FAILED;
+    if (!open_image.tnc->complete) return program_fail("\"%s\" ends early: the file is cut.", request->tnc);
+    return program_end(EXIT_DONE);
+}
+
+int run(apply_request* request, palettes* p) {
+    output_settings settings = {};
+    int status = request_output(request, &settings);
+    if (status == EXIT_DONE) status = load_palettes(request, p);
+    if (status == EXIT_DONE) status = look_up_names(request, p);
+    if (status == EXIT_DONE) status = check_output(request);
+    if (status == EXIT_DONE) status = open_pair(request);
+    if (status == EXIT_DONE) status = apply_sets(request);
+    if (status == EXIT_DONE) status = save(request, &settings);
+    image_close();
+    return status;
+}
+
+} // namespace
+
+int command_apply(word_list* words) {
+    apply_request request;
+    palettes p = {};
+    int status = request_parse(words, &request);
+    if (status == EXIT_DONE) status = run(&request, &p);
+    free_palettes(&p);
+    request_free(&request);
+    return status;
+}

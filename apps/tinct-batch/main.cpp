@@ -1,0 +1,76 @@
+// tinct-batch: Tinct's work with no window. The commands stand in files of their own.
+#include <cstring>
+
+#include "commands.h"
+#include "surface/file_types.h"
+#include "surface/paths.h"
+
+namespace {
+
+constexpr const char* USAGE =
+    "usage: tinct-batch info FILE.tnc [--json]\n"
+    "       tinct-batch pick FILE.tnc X Y [--json]\n"
+    "       tinct-batch samples FILE.tnc PEN\n"
+    "       tinct-batch apply FILE.tnc [--palette FILE.tnp] --set PEN=SURFACE [--set ...] -o OUT [options]\n"
+    "\n"
+    "info lists the surfaces (pens) of a rendered image; pick those at a pixel, strongest first; samples every sample\n"
+    "of one as x y red green blue u v. apply gives surfaces colours and patterns and saves the picture.\n"
+    "\n"
+    "SURFACE is R,G,B (0.0 to 1.0), the name of a colour or pattern of the palette, or @RASTER. A pattern takes\n"
+    ":rotation=DEG, :mirror and :size=S behind it, as in --set 7=@brick.rgb:rotation=30:size=0.5\n"
+    "\n"
+    "  --palette FILE.tnp   the palette for names; without it the product's own\n"
+    "  --type T             rgb, tif, gif, tga, bmp or pcx; without it by the extension of OUT\n"
+    "  --bits N             8 or 24\n"
+    "  --uncompressed       store the pixels plainly\n"
+    "  --colors N           reduce to N colours\n"
+    "  --gamma G            apply a gamma; without it pixels go out as they stand\n"
+    "  --closest            the nearest colour, without dither\n"
+    "  --grey               grey levels\n"
+    "  --force              overwrite an existing OUT; the input files never\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
+
+struct command {
+    const char* name;
+    int (*run)(word_list* words);
+};
+constexpr command COMMANDS[] = {
+    {"info", command_info},
+    {"pick", command_pick},
+    {"samples", command_samples},
+    {"apply", command_apply},
+};
+
+bool is_word(const char* word, const char* a, const char* b) {
+    return std::strcmp(word, a) == 0 || std::strcmp(word, b) == 0;
+}
+
+int run(word_list* words) {
+    const char* name = take_word(words);
+    if (name == nullptr) return program_usage("a command is needed: info, pick, samples or apply");
+    if (is_word(name, "--help", "-h")) {
+        out_text(USAGE);
+        return EXIT_DONE;
+    }
+    if (is_word(name, "--version", "-V")) {
+        out_text("Korvane Tinct V3.4.0\n");
+        return EXIT_DONE;
+    }
+    for (const command& c : COMMANDS) {
+        if (std::strcmp(c.name, name) == 0) return c.run(words);
+    }
+    return program_usage("\"%s\" is no command", name);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    program_begin("tinct-batch");
+    product_root_init();
+    search_paths_init();
+    word_list words = {count, arguments, 1};
+    int status = run(&words);
+    file_types_free();
+    return program_end(status);
+}

@@ -1,0 +1,224 @@
+// Reading the words of an apply command.
+#include "request.h"
+
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+#include <strings.h>
+
+#include "raster/rzl.h"
+#include "support/memory.h"
+#include "tnc/tnc.h"
+
+namespace {
+
+// ---- surfaces ------------------------------------------------------------------------------------------------------
+
+bool starts_with(const char* text, const char* start) {
+    return std::strncmp(text, start, std::strlen(start)) == 0;
+}
+
+enum class placement { none, taken, wrong };
+
+// Takes one placement option, the text behind a ":".
+placement take_placement(const char* option, set_request* set) {
+    bool good = true;
+    if (std::strcmp(option, "mirror") == 0) {
+        set->mirror = true;
+    } else if (starts_with(option, "rotation=")) {
+        good = parse_number(option + 9, &set->rotation);
+    } else if (starts_with(option, "size=")) {
+        good = parse_number(option + 5, &set->size) && set->size > 0.0;
+    } else {
+        return placement::none;
+    }
+    set->has_placement = true;
+    return good ? placement::taken : placement::wrong;
+}
+
+// Takes the placement options off the end of the set's text. False for one that is wrong.
+bool take_placements(set_request* set) {
+    for (char* colon = std::strrchr(set->text, ':'); colon != nullptr; colon = std::strrchr(set->text, ':')) {
+        placement result = take_placement(colon + 1, set);
+        if (result == placement::wrong) return false;
+        if (result == placement::none) return true;
+        *colon = '\0';
+    }
+    return true;
+}
+
+// "R,G,B": three numbers and nothing else. A text with other than two commas is no colour.
+bool looks_like_color(const char* text) {
+    int commas = 0;
+    for (const char* p = text; *p != '\0'; ++p)
+        commas += *p == ',' ? 1 : 0;
+    return commas == 2 && text[std::strspn(text, "0123456789.,+-eE")] == '\0';
+}
+
+bool parse_color(char* text, set_request* set) {
+    char* second = std::strchr(text, ',');
+    char* third = std::strrchr(text, ',');
+    *second = *third = '\0';
+    bool numbers =
+        parse_number(text, &set->red) && parse_number(second + 1, &set->green) && parse_number(third + 1, &set->blue);
+    auto in_range = [](double value) { return value >= 0.0 && value <= 1.0; };
+    return numbers && in_range(set->red) && in_range(set->green) && in_range(set->blue);
+}
+
+int parse_surface(const char* word, const char* surface, set_request* set) {
+    set->kind = surface[0] == '@' ? surface_kind::raster : surface_kind::name;
+    const char* text = surface[0] == '@' ? surface + 1 : surface;
+    int length = std::snprintf(set->text, sizeof set->text, "%s", text);
+    if (static_cast<size_t>(length) >= sizeof set->text) return program_usage("a surface's name is too long");
+    if (!take_placements(set)) return program_usage("\"%s\" has a placement that is no number in range", word);
+    if (set->text[0] == '\0') return program_usage("\"%s\" names no surface", word);
+    if (set->kind != surface_kind::name || !looks_like_color(set->text)) return EXIT_DONE;
+    set->kind = surface_kind::color;
+    if (!parse_color(set->text, set)) return program_usage("\"%s\" is no colour of numbers from 0.0 to 1.0", word);
+    if (set->has_placement) return program_usage("\"%s\": a colour has no placement", word);
+    return EXIT_DONE;
+}
+
+int parse_set(const char* word, set_request* set) {
+    *set = {};
+    set->size = 1.0;
+    const char* equals = std::strchr(word, '=');
+    char pen_text[16];
+    size_t length = equals != nullptr ? static_cast<size_t>(equals - word) : sizeof pen_text;
+    if (length >= sizeof pen_text) return program_usage("\"%s\" is not PEN=SURFACE", word);
+    std::memcpy(pen_text, word, length);
+    pen_text[length] = '\0';
+    int64_t pen = 0;
+    if (!parse_integer(pen_text, INT32_MIN, INT32_MAX, &pen)) return program_usage("\"%s\" is no pen", pen_text);
+    set->pen = static_cast<int>(pen);
+    return parse_surface(word, equals + 1, set);
+}
+
+int add_set(const char* word, apply_request* request) {
+    size_t bytes = (static_cast<size_t>(request->set_count) + 1) * sizeof(set_request);
+    auto* sets = static_cast<set_request*>(mem_realloc(request->sets, bytes));
+    if (sets == nullptr) return program_fail("There is no memory for the sets.");
+    request->sets = sets;
+    return parse_set(word, &request->sets[request->set_count++]);
+}
+
+// ---- options -------------------------------------------------------------------------------------------------------
+
+int take_integer(const char* option, const char* word, int64_t low, int64_t high, int64_t* value) {
+    if (parse_integer(word, low, high, value)) return EXIT_DONE;
+    return program_usage("%s takes a whole number from %lld to %lld", option, static_cast<long long>(low),
+                         static_cast<long long>(high));
+}
+
+bool take_flag(const char* word, apply_request* request) {
+    const struct {
+        const char* word;
+        bool* flag;
+    } flags[] = {{"--uncompressed", &request->uncompressed},
+                 {"--closest", &request->closest},
+                 {"--grey", &request->grey},
+                 {"--force", &request->force}};
+    for (const auto& f : flags) {
+        if (std::strcmp(word, f.word) != 0) continue;
+        *f.flag = true;
+        return true;
+    }
+    return false;
+}
+
+int take_option(const char* option, const char* word, apply_request* request) {
+    if (word == nullptr) return program_usage("%s needs a value", option);
+    if (std::strcmp(option, "--set") == 0) return add_set(word, request);
+    if (std::strcmp(option, "--bits") == 0) {
+        int status = take_integer(option, word, 8, 24, &request->bits);
+        bool known = request->bits == 8 || request->bits == 24;
+        return status == EXIT_DONE && !known ? program_usage("--bits takes 8 or 24") : status;
+    }
+    if (std::strcmp(option, "--colors") == 0) return take_integer(option, word, 2, 256, &request->colors);
+    if (std::strcmp(option, "--gamma") == 0) {
+        bool good = parse_number(word, &request->gamma) && request->gamma > 0.0 && request->gamma < 10.0;
+        return good ? static_cast<int>(EXIT_DONE) : program_usage("--gamma takes a number above 0 and below 10");
+    }
+    const char** text = std::strcmp(option, "-o") == 0          ? &request->out
+                        : std::strcmp(option, "--palette") == 0 ? &request->palette
+                                                                : &request->type;
+    *text = word;
+    return EXIT_DONE;
+}
+
+bool takes_value(const char* word) {
+    for (const char* option : {"--set", "-o", "--palette", "--type", "--bits", "--colors", "--gamma"}) {
+        if (std::strcmp(word, option) == 0) return true;
+    }
+    return false;
+}
+
+// ---- output
+// ----------------------------------------------------------------------------------------------------------
+
+struct output_type {
+    const char* name;
+    int32_t standard;
+};
+constexpr output_type OUTPUT_TYPES[] = {
+    {"rgb", RZL_STANDARD_KRVN},  {"tif", RZL_STANDARD_TIFF}, {"gif", RZL_STANDARD_GIF},
+    {"tga", RZL_STANDARD_TARGA}, {"bmp", RZL_STANDARD_BMP},  {"pcx", RZL_STANDARD_PCX},
+};
+
+const output_type* find_type(const char* name) {
+    for (const output_type& type : OUTPUT_TYPES) {
+        if (strcasecmp(type.name, name) == 0) return &type;
+    }
+    return nullptr;
+}
+
+const char* extension_of(const char* path) {
+    const char* dot = std::strrchr(path, '.');
+    return dot != nullptr && std::strpbrk(dot, "/\\") == nullptr ? dot + 1 : "";
+}
+
+} // namespace
+
+int request_parse(word_list* words, apply_request* request) {
+    *request = {};
+    request->gamma = 1.0;
+    for (const char* word = take_word(words); word != nullptr; word = take_word(words)) {
+        int status = EXIT_DONE;
+        if (takes_value(word)) {
+            status = take_option(word, take_word(words), request);
+        } else if (!take_flag(word, request)) {
+            bool is_file = word[0] != '-' && word[0] != '\0' && request->tnc == nullptr;
+            if (!is_file) return program_usage("apply does not take \"%s\"", word);
+            request->tnc = word;
+        }
+        if (status != EXIT_DONE) return status;
+    }
+    if (request->tnc == nullptr) return program_usage("apply needs a .tnc file");
+    if (request->set_count == 0) return program_usage("apply needs at least one --set PEN=SURFACE");
+    if (request->out == nullptr) return program_usage("apply needs -o OUT");
+    return EXIT_DONE;
+}
+
+void request_free(apply_request* request) {
+    mem_free(request->sets);
+    request->sets = nullptr;
+}
+
+int request_output(const apply_request* request, output_settings* settings) {
+    const char* name = request->type != nullptr ? request->type : extension_of(request->out);
+    const output_type* type = find_type(name);
+    if (type == nullptr && request->type != nullptr) return program_usage("--type does not know \"%s\"", name);
+    if (type == nullptr) return program_usage("the extension of \"%s\" names no type; give --type", request->out);
+    if (type->standard == RZL_STANDARD_GIF && request->bits == 24) return program_usage("gif has 8 bits");
+    int can_create = 0;
+    if (rzl_standard_support(type->standard, &can_create, nullptr) != 0 || can_create == 0) {
+        return program_fail("This version can not write \"%s\" files yet.", type->name);
+    }
+    bool reduces = request->bits == 8 || request->colors != 0 || request->closest || request->grey;
+    if (reduces || request->gamma != 1.0) {
+        return program_fail("Colour reduction and gamma are not part of this version yet.");
+    }
+    settings->standard = type->standard;
+    settings->format = request->uncompressed ? RZL_FORMAT_RGB : RZL_FORMAT_PLANE_RUNS;
+    return EXIT_DONE;
+}
