@@ -1,0 +1,287 @@
+// rzl convert: one raster file into another standard or data format, pixel by pixel as it was.
+//
+// A picture goes into the target when the target can hold it as it is: bilevel into bilevel, grey or colour; grey into
+// grey or colour; a colour table into 8 bits with that table, or into colour; colour into colour; four channels into
+// four. Anything else would have to reduce the picture, and is refused. Lines are written in the order of the source.
+#include <cstring>
+#include <strings.h>
+
+#include "commands.h"
+#include "platform/files.h"
+#include "source.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr int CHANNELS = 4;
+constexpr int32_t VLT_TYPE_ENTRIES = 2;
+
+struct convert_request {
+    source_request in;
+    const char* out;
+    int32_t standard;
+    int64_t format;      // 0: the one nearest to the source
+    int64_t compression; // -1: not given
+    int64_t tile;
+    bool keep_vlt;
+};
+
+// ---- words
+// -----------------------------------------------------------------------------------------------------------
+
+int take_standard(const char* word, convert_request* request) {
+    if (word == nullptr) return program_usage("--standard needs a name or number");
+    int64_t id = -1;
+    if (!parse_integer(word, 0, INT32_MAX, &id)) {
+        for (int32_t i = 0; i < 64 && id < 0; ++i) {
+            const char* name = rzl_standard_name(i);
+            if (name != nullptr && strcasecmp(name, word) == 0) id = i;
+        }
+    }
+    if (id < 0 || rzl_standard_name(static_cast<int32_t>(id)) == nullptr) {
+        return program_usage("\"%s\" is no standard; see rzl formats", word);
+    }
+    request->standard = static_cast<int32_t>(id);
+    return EXIT_DONE;
+}
+
+int take_value(const char* option, const char* word, int64_t low, int64_t high, int64_t* value) {
+    if (word != nullptr && parse_integer(word, low, high, value)) return EXIT_DONE;
+    return program_usage("%s takes a number from %lld to %lld", option, static_cast<long long>(low),
+                         static_cast<long long>(high));
+}
+
+int take_convert_word(word_list* words, const char* word, convert_request* request) {
+    if (std::strcmp(word, "--standard") == 0) return take_standard(take_word(words), request);
+    if (std::strcmp(word, "--format") == 0) return take_value(word, take_word(words), 1, 255, &request->format);
+    if (std::strcmp(word, "--compression") == 0) {
+        return take_value(word, take_word(words), 0, 65535, &request->compression);
+    }
+    if (std::strcmp(word, "--tile") == 0) return take_value(word, take_word(words), 0, 65536, &request->tile);
+    if (std::strcmp(word, "--vlt") == 0) {
+        request->keep_vlt = true;
+        return EXIT_DONE;
+    }
+    bool taken = false;
+    int status = source_take_word(words, word, &request->in, &taken);
+    if (status != EXIT_DONE || taken) return status;
+    if (word[0] == '-' || word[0] == '\0' || request->out != nullptr) {
+        return program_usage("convert does not take \"%s\"", word);
+    }
+    request->out = word;
+    return EXIT_DONE;
+}
+
+int parse(word_list* words, convert_request* request) {
+    *request = {{nullptr, 0, -1}, nullptr, RZL_STANDARD_KRVN, 0, -1, 0, false};
+    for (const char* word = take_word(words); word != nullptr; word = take_word(words)) {
+        int status = take_convert_word(words, word, request);
+        if (status != EXIT_DONE) return status;
+    }
+    if (request->in.path == nullptr || request->out == nullptr) return program_usage("convert needs IN and OUT");
+    return EXIT_DONE;
+}
+
+// ---- the target
+// --------------------------------------------------------------------------------------------------------
+
+pixel_kind kind_of_format(int64_t format) {
+    switch (format) {
+    case RZL_FORMAT_BILEVEL:
+    case RZL_FORMAT_BILEVEL_RUNS: return pixel_kind::bilevel;
+    case RZL_FORMAT_BYTE:
+    case RZL_FORMAT_BYTE_PAIRS:
+    case RZL_FORMAT_BYTE_RUNS: return pixel_kind::grey;
+    case RZL_FORMAT_COLOR_RUNS:
+    case RZL_FORMAT_PLANE_RUNS:
+    case RZL_FORMAT_RGB: return pixel_kind::color;
+    case RZL_FORMAT_FOUR:
+    case RZL_FORMAT_FOUR_PLANE_RUNS: return pixel_kind::four;
+    default: return pixel_kind::deep;
+    }
+}
+
+int64_t nearest_format(pixel_kind kind) {
+    switch (kind) {
+    case pixel_kind::bilevel: return RZL_FORMAT_BILEVEL;
+    case pixel_kind::color: return RZL_FORMAT_PLANE_RUNS;
+    case pixel_kind::four: return RZL_FORMAT_FOUR;
+    default: return RZL_FORMAT_BYTE_RUNS;
+    }
+}
+
+bool can_hold(pixel_kind target, pixel_kind source) {
+    switch (source) {
+    case pixel_kind::bilevel:
+    case pixel_kind::grey: return target == source || target == pixel_kind::grey || target == pixel_kind::color;
+    case pixel_kind::mapped: return target == pixel_kind::grey || target == pixel_kind::color;
+    default: return target == source && source != pixel_kind::deep;
+    }
+}
+
+int check_target(const raster_source* source, convert_request* request) {
+    int can_create = 0;
+    if (rzl_standard_support(request->standard, &can_create, nullptr) != 0 || can_create == 0) {
+        return program_fail("This version can not write %s files yet.", rzl_standard_name(request->standard));
+    }
+    if (request->tile != 0) return program_fail("This version can not write tiled files yet.");
+    if (request->keep_vlt && source->kind != pixel_kind::mapped) {
+        return program_fail("\"%s\" has no colour table, and making one is not part of this version yet.",
+                            request->in.path);
+    }
+    if (request->format == 0) request->format = nearest_format(source->kind);
+    pixel_kind target = kind_of_format(request->format);
+    if (target == pixel_kind::deep) {
+        return program_fail("This version does not convert to data format %d.", static_cast<int>(request->format));
+    }
+    if (!can_hold(target, source->kind)) {
+        return program_fail("Data format %d can not hold the pixels of \"%s\" as they are.",
+                            static_cast<int>(request->format), request->in.path);
+    }
+    return EXIT_DONE;
+}
+
+// ---- writing
+// -----------------------------------------------------------------------------------------------------------
+
+struct conversion {
+    const raster_source* source;
+    const convert_request* request;
+    CFILE* out;
+    pixel_kind target;
+    mem_guard<uint8_t> planes[CHANNELS];
+    mem_guard<rzl_vlt_entry> vlt;
+};
+
+bool set_field(CFILE* file, int32_t field, int64_t value) {
+    auto narrow = static_cast<int32_t>(value);
+    return rzl_set_hdr_data(file, field, &narrow) == 0;
+}
+
+bool copy_vlt(conversion* c) {
+    bool keeps = c->source->kind == pixel_kind::mapped && c->target == pixel_kind::grey;
+    if (!keeps) return true;
+    // A table may announce fewer entries than the library reads for it.
+    size_t room = c->source->vlt_entries > 512 ? static_cast<size_t>(c->source->vlt_entries) : 512;
+    c->vlt.block = mem_new_array<rzl_vlt_entry>(room);
+    return c->vlt && rzl_get_vlt(c->source->file, c->vlt.get()) == 0 &&
+           set_field(c->out, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
+           set_field(c->out, RZL_FIELD_VLT_ENTRIES, c->source->vlt_entries) && rzl_put_vlt(c->out, c->vlt.get()) == 0;
+}
+
+bool write_header(conversion* c) {
+    const convert_request* r = c->request;
+    bool good = set_field(c->out, RZL_FIELD_STANDARD, r->standard) && set_field(c->out, RZL_FIELD_FORMAT, r->format);
+    if (r->compression >= 0) good = good && set_field(c->out, RZL_FIELD_COMPRESSION, r->compression);
+    good = good && set_field(c->out, RZL_FIELD_XSIZE, c->source->width) &&
+           set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
+    set_field(c->out, RZL_FIELD_ORIENTATION, c->source->orientation); // what a format does not keep is no failure
+    set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
+    return good && copy_vlt(c) && rzl_write_header(c->out) == 0;
+}
+
+bool read_line(conversion* c) {
+    auto& p = c->planes;
+    const raster_source* s = c->source;
+    if (s->kind == pixel_kind::color || (s->kind == pixel_kind::mapped && c->target == pixel_kind::color)) {
+        return rzl_getline3(s->file, p[0].get(), p[1].get(), p[2].get()) == 0;
+    }
+    if (s->kind == pixel_kind::four) {
+        void* buffers[CHANNELS] = {p[0].get(), p[1].get(), p[2].get(), p[3].get()};
+        return rzl_getline_channels(s->file, CHANNELS, buffers) == 0;
+    }
+    return rzl_getline(s->file, p[0].get()) == 0;
+}
+
+// A bilevel line into 0 and 255, through a spare plane.
+void widen_bits(conversion* c) {
+    uint8_t* bits = c->planes[0].get();
+    uint8_t* out = c->planes[3].get();
+    for (int32_t x = 0; x < c->source->width; ++x) {
+        out[x] = ((bits[(x >> 3) ^ 1] >> (7 - (x & 7))) & 1) != 0 ? 255 : 0;
+    }
+    std::memcpy(bits, out, static_cast<size_t>(c->source->width));
+}
+
+bool write_line(conversion* c) {
+    auto& p = c->planes;
+    bool one_plane = c->source->kind == pixel_kind::grey || c->source->kind == pixel_kind::bilevel;
+    if (c->source->kind == pixel_kind::bilevel && c->target != pixel_kind::bilevel) widen_bits(c);
+    if (c->target == pixel_kind::color) {
+        const uint8_t* green = one_plane ? p[0].get() : p[1].get();
+        const uint8_t* blue = one_plane ? p[0].get() : p[2].get();
+        return rzl_putline3(c->out, p[0].get(), green, blue) == 0;
+    }
+    if (c->target == pixel_kind::four) {
+        const void* buffers[CHANNELS] = {p[0].get(), p[1].get(), p[2].get(), p[3].get()};
+        return rzl_putline_channels(c->out, CHANNELS, buffers) == 0;
+    }
+    return rzl_putline(c->out, p[0].get()) == 0;
+}
+
+int copy_lines(conversion* c) {
+    // Stored values are wanted where the table goes along; the looked-up colours where it does not.
+    for (int32_t line = 0; line < c->source->height; ++line) {
+        if (!read_line(c)) {
+            uint32_t status = 0;
+            rzl_get_hdr_data(c->source->file, RZL_FIELD_STATUS, &status);
+            return program_fail("Line %d of %d can not be read: %s", line, c->source->height, rzl_status_text(status));
+        }
+        if (!write_line(c)) return program_fail("Line %d can not be written.", line);
+        progress_show("converting", line + 1, c->source->height);
+    }
+    return source_is_whole(c->source) ? EXIT_DONE : EXIT_FAILED;
+}
+
+int write_file(conversion* c, const char* fresh) {
+    for (auto& plane : c->planes) {
+        plane.block = mem_new_array<uint8_t>(source_plane_bytes(c->source));
+        if (!plane) return program_fail("There is no memory for a line of %d pixels.", c->source->width);
+    }
+    c->out = rzl_open_w(fresh);
+    if (c->out == nullptr) return program_fail("\"%s\" can not be written.", c->request->out);
+    int status =
+        write_header(c) ? copy_lines(c) : program_fail("The header of \"%s\" can not be written.", c->request->out);
+    if (rzl_finish(c->out) != 0 && status == EXIT_DONE) {
+        status = program_fail("\"%s\" could not be written to its end.", c->request->out);
+    }
+    return status;
+}
+
+int convert(const raster_source* source, convert_request* request) {
+    int status = check_target(source, request);
+    if (status != EXIT_DONE) return status;
+    char fresh[FILES_PATH_SIZE];
+    if (!files_replace_begin(request->out, fresh, sizeof fresh)) {
+        return program_fail("\"%s\" can not be written: it is a directory, or its directory does not exist.",
+                            request->out);
+    }
+    conversion c = {source,
+                    request,
+                    nullptr,
+                    kind_of_format(request->format),
+                    {mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr),
+                     mem_guard<uint8_t>(nullptr)},
+                    mem_guard<rzl_vlt_entry>(nullptr)};
+    status = write_file(&c, fresh);
+    progress_end();
+    if (status != EXIT_DONE) {
+        files_replace_abandon();
+        return status;
+    }
+    return files_replace_commit() ? EXIT_DONE : program_fail("\"%s\" can not be replaced.", request->out);
+}
+
+} // namespace
+
+int command_convert(word_list* words) {
+    convert_request request;
+    int status = parse(words, &request);
+    if (status != EXIT_DONE) return status;
+    if (files_is_same(request.in.path, request.out)) return program_fail("\"%s\" is the input file.", request.out);
+    raster_source source;
+    if (!source_open(&request.in, &source)) return EXIT_FAILED;
+    status = convert(&source, &request);
+    source_close(&source);
+    return status;
+}

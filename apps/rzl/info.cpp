@@ -1,0 +1,99 @@
+// rzl formats: the standards. rzl info: what a raster file holds.
+#include <cstring>
+
+#include <nlohmann/json.hpp>
+
+#include "commands.h"
+#include "source.h"
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+constexpr int32_t STANDARD_LIMIT = 64; // ids end well below
+
+json facts_of(const raster_source* s) {
+    int32_t standard = source_field(s, RZL_FIELD_STANDARD, 0);
+    const char* name = rzl_standard_name(standard);
+    return {
+        {"standard", standard},
+        {"standard_name", name != nullptr ? json(name) : json(nullptr)},
+        {"format", s->format},
+        {"width", s->width},
+        {"height", s->height},
+        {"samples", s->samples},
+        {"bits", s->bits},
+        {"orientation", s->orientation},
+        {"vlt_type", s->vlt_type},
+        {"vlt_entries", s->vlt_entries},
+        {"tile", source_field(s, RZL_FIELD_TILE_WIDTH, 0)},
+        {"overviews", source_field(s, RZL_FIELD_OVERVIEWS, 0)},
+        {"images", source_field(s, RZL_FIELD_IMAGES, 1)},
+        {"compression", source_field(s, RZL_FIELD_COMPRESSION, 0)},
+        {"resolution", source_field(s, RZL_FIELD_RESOLUTION, 0)},
+    };
+}
+
+void print_facts(const char* path, const json& facts) {
+    out_format("%s\n", path);
+    for (const auto& [key, value] : facts.items()) {
+        std::string text = value.is_string() ? value.get<std::string>() : value.dump();
+        out_format("  %-14s %s\n", key.c_str(), text.c_str());
+    }
+}
+
+// Passes over every line, so that a file that is cut is not reported as good.
+bool lines_are_there(const raster_source* s) {
+    void* nothing[1] = {nullptr};
+    for (int32_t line = 0; line < s->height; ++line) {
+        if (rzl_getline_channels(s->file, 1, nothing) == 0) continue;
+        uint32_t status = 0;
+        rzl_get_hdr_data(s->file, RZL_FIELD_STATUS, &status);
+        program_fail("Line %d of %d can not be read: %s", line, s->height, rzl_status_text(status));
+        return false;
+    }
+    return source_is_whole(s);
+}
+
+} // namespace
+
+int command_formats(word_list* words) {
+    if (words->next < words->count) return program_usage("formats takes no words");
+    out_text("  id  name        read  create\n");
+    for (int32_t id = 0; id < STANDARD_LIMIT; ++id) {
+        const char* name = rzl_standard_name(id);
+        int can_create = 0;
+        int can_read = 0;
+        if (name == nullptr || rzl_standard_support(id, &can_create, &can_read) != 0) continue;
+        out_format("%4d  %-10s  %-4s  %s\n", id, name, can_read != 0 ? "yes" : "no", can_create != 0 ? "yes" : "no");
+    }
+    return EXIT_DONE;
+}
+
+int command_info(word_list* words) {
+    source_request request = {nullptr, 0, -1};
+    bool as_json = false;
+    for (const char* word = take_word(words); word != nullptr; word = take_word(words)) {
+        if (std::strcmp(word, "--json") == 0) {
+            as_json = true;
+            continue;
+        }
+        bool taken = false;
+        int status = source_take_word(words, word, &request, &taken);
+        if (status != EXIT_DONE) return status;
+        if (!taken) return program_usage("info does not take \"%s\"", word);
+    }
+    if (request.path == nullptr) return program_usage("info needs a file");
+    raster_source source;
+    if (!source_open(&request, &source)) return EXIT_FAILED;
+    json facts = facts_of(&source);
+    if (as_json) {
+        out_text(facts.dump().c_str());
+        out_text("\n");
+    } else {
+        print_facts(request.path, facts);
+    }
+    int status = lines_are_there(&source) ? EXIT_DONE : EXIT_FAILED;
+    source_close(&source);
+    return status;
+}
