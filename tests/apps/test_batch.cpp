@@ -1,0 +1,188 @@
+// tinct-batch as a user runs it, on small pairs made by hand.
+
+#include <nlohmann/json.hpp>
+
+#include "app_fixture.h"
+
+namespace {
+
+using json = nlohmann::json;
+
+class Batch : public AppFixture {
+protected:
+    void SetUp() override {
+        AppFixture::SetUp();
+        write_pair();
+    }
+
+    // The pixels of a raster as "rzl cat" gives them.
+    std::string pixels(const std::string& name) const {
+        run_result result = run("rzl cat " + name);
+        EXPECT_EQ(result.status, 0) << result.err;
+        return result.out;
+    }
+};
+
+} // namespace
+
+TEST_F(Batch, InfoTellsTheSurfaces) {
+    run_result result = run("tinct-batch info still.tnc --json");
+    ASSERT_EQ(result.status, 0) << result.err;
+    json info = json::parse(result.out);
+    EXPECT_EQ(info["version"], 3);
+    EXPECT_EQ(info["name"], "still.rgb");
+    EXPECT_EQ(info["width"], 4);
+    EXPECT_EQ(info["height"], 3);
+    ASSERT_EQ(info["pens"].size(), 2u);
+    json one = {{"pen", 1},    {"uv", true},  {"samples", 4},        {"runs", 1},
+                {"plines", 1}, {"bytes", 16}, {"bbox", {0, 0, 3, 0}}};
+    EXPECT_EQ(info["pens"][0], one);
+    EXPECT_EQ(info["pens"][1]["bbox"], json({0, 0, 1, 1}));
+    EXPECT_EQ(run("tinct-batch info still.tnc").status, 0);
+}
+
+TEST_F(Batch, PickListsTheStrongestFirst) {
+    json picked = json::parse(run("tinct-batch pick still.tnc 1 0 --json").out);
+    EXPECT_EQ(picked, json({{"x", 1}, {"y", 0}, {"pens", {1, 2}}}));
+    EXPECT_EQ(run("tinct-batch pick still.tnc 0 1").out, "2\n");
+    for (const char* outside : {"4 0", "-1 0", "0 3", "2147483647 0"}) {
+        run_result result = run(std::string("tinct-batch pick still.tnc ") + outside + " --json");
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(json::parse(result.out)["pens"], json::array());
+    }
+    EXPECT_EQ(run("tinct-batch pick still.tnc 1 x").status, 2);
+    EXPECT_EQ(run("tinct-batch pick still.tnc 1").status, 2);
+}
+
+TEST_F(Batch, SamplesComeInTheOrderOfTheWalk) {
+    EXPECT_EQ(run("tinct-batch samples still.tnc 2").out, "1 0 200 10 10 0 0\n0 1 40 40 40 0 0\n");
+    run_result none = run("tinct-batch samples still.tnc 7");
+    EXPECT_EQ(none.status, 1);
+    EXPECT_NE(none.err.find("no pen 7"), std::string::npos);
+    EXPECT_EQ(run("tinct-batch samples still.tnc 999").status, 1);
+    EXPECT_EQ(run("tinct-batch samples still.tnc one").status, 2);
+    EXPECT_EQ(run("tinct-batch samples still.tnc 1 >/dev/full").status, 1);
+}
+
+TEST_F(Batch, AppliesAColourByNumbersAndByName) {
+    ASSERT_EQ(run("tinct-batch apply still.tnc --set 1=1,0.5,0 -o out.rgb").status, 0);
+    std::string before = pixels("still.rgb");
+    std::string after = pixels("out.rgb");
+    ASSERT_EQ(after.size(), 36u);
+    // Shade 100: half of it, 50, is taken out, and 100, 50 and 0 are put in.
+    EXPECT_EQ(static_cast<uint8_t>(after[3 * 3]), static_cast<uint8_t>(before[3 * 3]) + 50);
+    EXPECT_EQ(after[3 * 3 + 1], before[3 * 3 + 1]);
+    EXPECT_EQ(after[3 * 3 + 2], 0); // 3 - 50 is clamped
+    EXPECT_EQ(after.substr(12), before.substr(12));
+
+    write("my.tnp", "deep red {color = (1.0, 0.5, 0.0);}\nweave {pattern = \"weave.rgb\";}\n");
+    ASSERT_EQ(run("tinct-batch apply still.tnc --palette my.tnp --set '1=deep red' -o named.rgb").status, 0);
+    EXPECT_EQ(pixels("named.rgb"), after);
+    EXPECT_EQ(run("tinct-batch apply still.tnc --palette my.tnp --set '1=deep blue' -o n.rgb").status, 1);
+}
+
+TEST_F(Batch, AppliesPatternsWithPlacement) {
+    write_raster("weave.rgb", 8, 8, 28);
+    write("my.tnp", "weave {pattern = \"weave.rgb\";}\n");
+    ASSERT_EQ(run("tinct-batch apply still.tnc --set 1=@weave.rgb:rotation=90:mirror:size=0.5 -o a.rgb").status, 0);
+    ASSERT_EQ(
+        run("tinct-batch apply still.tnc --palette my.tnp --set 1=weave:size=0.5:rotation=90:mirror -o b.rgb").status,
+        0);
+    std::string after = pixels("a.rgb");
+    EXPECT_EQ(after, pixels("b.rgb"));
+    // u and v stand at the middle, where every placement leaves the texel at (4, 4): byte 44, so 100 x 44 / 256.
+    EXPECT_EQ(after[0], 0);
+    EXPECT_NE(after, pixels("still.rgb"));
+    run_result result = run("tinct-batch apply still.tnc --set 2=@weave.rgb -o c.rgb");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("Patterns cannot be applied to this surface."), std::string::npos);
+    EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=@missing.rgb -o c.rgb").status, 1);
+    EXPECT_FALSE(std::filesystem::exists(directory + "/c.rgb"));
+}
+
+TEST_F(Batch, RefusesWrongUsageBeforeAnyWork) {
+    for (const char* words :
+         {"", "paint", "info", "apply still.tnc -o o.rgb", "apply still.tnc --set 1=1,0,0",
+          "apply --set 1=1,0,0 -o o.rgb", "apply still.tnc --set 1 -o o.rgb", "apply still.tnc --set 1=2,0,0 -o o.rgb",
+          "apply still.tnc --set 1=nan,0,0 -o o.rgb", "apply still.tnc --set 1=@w.rgb:size=0 -o o.rgb",
+          "apply still.tnc --set 1=@w.rgb:rotation=x -o o.rgb", "apply still.tnc --set 1=1,0,0:mirror -o o.rgb",
+          "apply still.tnc --set 1=1,0,0 -o o.xyz", "apply still.tnc --set 1=1,0,0 -o o.rgb --type wav",
+          "apply still.tnc --set 1=1,0,0 -o o.rgb --bits 16", "apply still.tnc --set 1=1,0,0 -o o.rgb --gamma 0",
+          "info still.tnc --xml", "samples still.tnc 1 2"}) {
+        run_result result = run(std::string("tinct-batch ") + words);
+        EXPECT_EQ(result.status, 2) << words;
+        EXPECT_FALSE(result.err.empty()) << words;
+        EXPECT_TRUE(result.out.empty()) << words;
+    }
+    EXPECT_EQ(files().size(), 2u);
+    EXPECT_EQ(run("tinct-batch --help").status, 0);
+}
+
+TEST_F(Batch, KeepsExistingAndInputFiles) {
+    write("old.rgb", "precious");
+    EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o old.rgb").status, 1);
+    EXPECT_EQ(read(directory + "/old.rgb"), "precious");
+    EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o old.rgb --force").status, 0);
+    EXPECT_EQ(pixels("old.rgb").size(), 36u);
+
+    std::filesystem::create_symlink("still.rgb", directory + "/link.rgb");
+    std::string raster = read(directory + "/still.rgb");
+    std::string tnc = read(directory + "/still.tnc");
+    for (const char* out : {"still.rgb", "./still.rgb", "link.rgb", "STILL.RGB", "still.tnc --type rgb"}) {
+        run_result result = run(std::string("tinct-batch apply still.tnc --set 1=1,0,0 --force -o ") + out);
+        EXPECT_EQ(result.status, 1) << out;
+        EXPECT_NE(result.err.find("Attempt to overwrite input file"), std::string::npos) << out;
+    }
+    EXPECT_EQ(read(directory + "/still.rgb"), raster);
+    EXPECT_EQ(read(directory + "/still.tnc"), tnc);
+}
+
+TEST_F(Batch, FailuresNameTheReasonAndLeaveNothing) {
+    struct failing {
+        const char* words;
+        const char* reason;
+    };
+    const failing cases[] = {
+        {"apply still.tnc --set 9=1,0,0 -o o.rgb", "no pen 9"},
+        {"apply missing.tnc --set 1=1,0,0 -o o.rgb", "Failed to open \"missing.tnc\""},
+        {"apply still.rgb --set 1=1,0,0 -o o.rgb", "is not a tinct file"},
+        {"apply still.tnc --set 1=1,0,0 -o no/o.rgb", "directory does not exist"},
+        {"apply still.tnc --set 1=1,0,0 -o o.tif", "can not write"},
+        {"apply still.tnc --set 1=1,0,0 -o o.rgb --colors 16", "not part of this version"},
+        {"apply still.tnc --set 1=1,0,0 -o o.rgb --palette none.tnp", "Load Failure on Palette file."},
+    };
+    for (const failing& c : cases) {
+        run_result result = run(std::string("tinct-batch ") + c.words);
+        EXPECT_EQ(result.status, 1) << c.words;
+        EXPECT_NE(result.err.find(c.reason), std::string::npos) << c.words << "\n" << result.err;
+    }
+    EXPECT_EQ(files().size(), 2u);
+}
+
+TEST_F(Batch, DamagedFilesNeverGiveSuccess) {
+    std::string tnc = read(directory + "/still.tnc");
+    std::string raster = read(directory + "/still.rgb");
+    for (size_t length = 0; length < tnc.size(); ++length) {
+        write("still.tnc", tnc.substr(0, length));
+        EXPECT_NE(run("tinct-batch info still.tnc --json").status, 0) << length;
+    }
+    write("still.tnc", tnc.substr(0, tnc.size() - 1));
+    EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o o.rgb").status, 1);
+    write("still.tnc", tnc);
+    for (size_t cut = 1; cut < raster.size(); cut = cut * 3 + 1) {
+        write("still.rgb", raster.substr(0, raster.size() - cut));
+        EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o o.rgb").status, 1) << cut;
+    }
+    EXPECT_EQ(files().size(), 2u);
+    write("still.tnc", "MZ");
+    EXPECT_NE(run("tinct-batch info still.tnc").err.find("to be version 0, 1, 2 or 3 tnc file"), std::string::npos);
+}
+
+TEST_F(Batch, AnAddressInAHeaderIsOnlyAName) {
+    std::string bytes("\xFA\x03\xF3\x01", 4);
+    bytes += std::string("/INMEM/1234.rgb", 15) + std::string(1, '\0') + '\xFF';
+    write("evil.tnc", bytes);
+    EXPECT_EQ(run("tinct-batch info evil.tnc").status, 1);
+    EXPECT_EQ(run("rzl info /INMEM/1234").status, 1);
+    EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=@/INMEM/99 -o o.rgb").status, 1);
+}

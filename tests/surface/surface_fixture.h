@@ -1,0 +1,134 @@
+// What tests of surfaces share: a directory of their own, recorded messages, raster files made with the library, and
+// random rendered images.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "raster/rzl.h"
+#include "support/log.h"
+#include "support/memory.h"
+#include "surface/raster_image.h"
+#include "tnc/builder.h"
+#include "tnc/tnc.h"
+
+inline void take_chain(void* user, int pen, int /*has_uv*/, int32_t y, pline* chain) {
+    static_cast<tnc_image*>(user)->pens[pen]->lines[y] = chain;
+}
+
+inline compressed_pen* new_pen(int pen, int has_uv, int32_t lines) {
+    auto size = sizeof(compressed_pen) + static_cast<size_t>(lines) * sizeof(pline*);
+    auto* p = static_cast<compressed_pen*>(mem_alloc_zeroed(size));
+    p->pen = pen;
+    p->has_uv = has_uv;
+    p->line_count = lines;
+    return p;
+}
+
+// Pen 5 with u,v and pen 6 without, in stretches with gaps; some columns hold two samples of a pen.
+inline tnc_image* random_image(std::mt19937& random, int32_t width, int32_t lines) {
+    auto* image = mem_new<tnc_image>();
+    image->line_count = lines;
+    image->complete = true;
+    image->pens[5] = new_pen(5, 1, lines);
+    image->pens[6] = new_pen(6, 0, lines);
+    pen_builder* builder = builder_new(take_chain, image);
+    builder_set_pen(builder, 5, 1);
+    builder_set_pen(builder, 6, 0);
+    for (int32_t y = 0; y < lines; ++y) {
+        auto u = static_cast<uint32_t>(random() & 0xFFFF);
+        auto v = static_cast<uint32_t>(random() & 0xFFFF);
+        for (int32_t x = 0; x < width; ++x) {
+            u += 37 + static_cast<uint32_t>(random() % 3);
+            v -= 11;
+            bool grey = (x / 50) % 2 == 0;
+            auto shade = static_cast<uint8_t>((x / 100) % 2 == 0 ? random() : 200UL);
+            auto other = grey ? shade : static_cast<uint8_t>(random());
+            for (int pen = 5; pen <= 6; ++pen) {
+                if (random() % 10 == 0) continue;
+                int copies = random() % 16 == 0 ? 2 : 1;
+                for (int i = 0; i < copies; ++i) {
+                    builder_add_sample(builder, pen, shade, other, shade, static_cast<uint16_t>(u),
+                                       static_cast<uint16_t>(v));
+                }
+            }
+            builder_move_x(builder, 1);
+        }
+        builder_next_line(builder);
+    }
+    builder_free(builder);
+    return image;
+}
+
+class SurfaceFixture : public testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/tinct-surface-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        directory = pattern;
+        log_set_sink(record, this);
+        setenv("VANTORAMA", directory.c_str(), 1);
+        unsetenv("VT_PATTERN_PATH");
+        live_before = mem_live();
+    }
+    void TearDown() override {
+        log_set_sink(nullptr, nullptr);
+        std::filesystem::remove_all(directory);
+    }
+
+    static void record(void* user, int /*level*/, const char* text) {
+        static_cast<SurfaceFixture*>(user)->messages.emplace_back(text);
+    }
+
+    std::string write_text(const std::string& name, const std::string& text) const {
+        std::string path = directory + "/" + name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path;
+    }
+
+    // A byte of a raster of write_raster(): channel 0 red, 1 green, 2 blue.
+    static uint8_t raster_byte(int seed, int x, int y, int channel) {
+        return static_cast<uint8_t>(x * 7 + y * 13 + channel * 85 + seed * 31);
+    }
+
+    // A native file of format 27. Orientation 6 stores it bottom-up.
+    std::string write_raster(const std::string& name, int32_t width, int32_t height, int seed,
+                             int32_t orientation = 4) const {
+        std::string path = directory + "/" + name;
+        CFILE* file = rzl_open_w(path.c_str());
+        EXPECT_NE(file, nullptr);
+        int32_t standard = RZL_STANDARD_KRVN;
+        int32_t format = RZL_FORMAT_PLANE_RUNS;
+        rzl_set_hdr_data(file, RZL_FIELD_STANDARD, &standard);
+        rzl_set_hdr_data(file, RZL_FIELD_FORMAT, &format);
+        rzl_set_hdr_data(file, RZL_FIELD_XSIZE, &width);
+        rzl_set_hdr_data(file, RZL_FIELD_YSIZE, &height);
+        rzl_set_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
+        std::vector<uint8_t> planes[3];
+        for (auto& plane : planes)
+            plane.resize(static_cast<size_t>(width));
+        for (int32_t line = 0; line < height; ++line) {
+            int32_t y = orientation == 6 ? height - 1 - line : line;
+            for (int32_t x = 0; x < width; ++x) {
+                for (int c = 0; c < 3; ++c)
+                    planes[c][static_cast<size_t>(x)] = raster_byte(seed, x, y, c);
+            }
+            EXPECT_EQ(rzl_putline3(file, planes[0].data(), planes[1].data(), planes[2].data()), 0);
+        }
+        EXPECT_EQ(rzl_finish(file), 0u);
+        return path;
+    }
+
+    static raster_image* load(const char* path) { return load_image(path, LOAD_IMAGE_LIMIT, LOAD_IMAGE_LIMIT); }
+
+    std::string directory;
+    std::vector<std::string> messages;
+    long live_before = 0;
+};
