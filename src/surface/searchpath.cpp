@@ -67,10 +67,8 @@ bool try_directory(const char* directory, size_t length, const char* base, char*
     if (length == 0 || length + std::strlen(base) >= DIRECTORY_SIZE) return false;
     char last = directory[length - 1];
     const char* joint = last == '\\' || last == '/' ? "" : "\\";
-    char path[DIRECTORY_SIZE + 2];
-    std::snprintf(path, sizeof path, "%.*s%s%s", static_cast<int>(length), directory, joint, base);
-    if (!files_exists(path)) return false;
-    return static_cast<size_t>(std::snprintf(found, size, "%s", path)) < size;
+    int written = std::snprintf(found, size, "%.*s%s%s", static_cast<int>(length), directory, joint, base);
+    return written > 0 && static_cast<size_t>(written) < size && files_exists(found);
 }
 
 bool search_directories(const char* list, const char* base, char* found, size_t size) {

@@ -1,0 +1,134 @@
+// Palette files: the scanner, loading, saving, and what a failure leaves behind.
+#include <cmath>
+#include <iterator>
+
+#include "platform/files.h"
+#include "surface/palette.h"
+#include "surface_fixture.h"
+
+namespace {
+
+class Palette : public SurfaceFixture {
+protected:
+    void TearDown() override {
+        palette_clear(&colors);
+        pattern_palette_clear(&patterns);
+        EXPECT_EQ(mem_live(), live_before);
+        SurfaceFixture::TearDown();
+    }
+    int load(const std::string& text) {
+        return load_palette_file(&colors, &patterns, write_text("p.tnp", text).c_str());
+    }
+    color_palette colors = {nullptr, 0};
+    pattern_palette patterns = {nullptr, 0};
+};
+
+} // namespace
+
+TEST_F(Palette, ReadsBothKindsInAnyOrderAndSpacing) {
+    ASSERT_EQ(load("Sky blue \t{color=( 0.25,\n0.5 ,1 ) ;\n}Oak{pattern = \"oak.rgb\"  ; }\n"
+                   "  over {\n color = (1.5, -0.2, nan);}\nBrick {pattern = \"b r.rgb\";}"),
+              1);
+    ASSERT_EQ(colors.count, 2);
+    EXPECT_STREQ(colors.entries[0]->name, "Sky blue");
+    EXPECT_EQ(colors.entries[0]->red, 0.25);
+    EXPECT_EQ(colors.entries[0]->blue, 1.0);
+    EXPECT_EQ(colors.entries[1]->red, 1.0); // clamped
+    EXPECT_EQ(colors.entries[1]->green, 0.0);
+    EXPECT_EQ(colors.entries[1]->blue, 0.0); // no number
+    ASSERT_EQ(patterns.count, 2);
+    const char* file = nullptr;
+    EXPECT_EQ(pattern_lookup(&patterns, "Brick", &file), 1);
+    EXPECT_STREQ(file, "b r.rgb");
+    EXPECT_EQ(pattern_lookup(&patterns, "brick", &file), 0);
+    EXPECT_EQ(palette_find(&colors, "over"), 1);
+}
+
+TEST_F(Palette, AnEntryWithoutABodyEndsTheFile) {
+    std::string good = "a {color = (0, 0, 0);}\n";
+    for (const std::string& bad :
+         {std::string("b {colour = (0, 0, 0);}\n"), std::string("b {color = (0, 0);}\n"),
+          std::string("b {pattern = \"\";}\n"), std::string("b {pattern = \"x;}\n"),
+          std::string("b color = (0,0,0);}\n"), std::string(90, 'n') + " {color = (0, 0, 0);}\n",
+          std::string("b {pattern = \"") + std::string(80, 'f') + "\";}\n",
+          std::string("b {color = (0, 0, 0);", 21) + '\0' + "}\n"}) {
+        EXPECT_EQ(load(good + bad + "c {color = (1, 1, 1);}\n"), 1) << bad;
+        EXPECT_EQ(colors.count, 1) << bad;
+    }
+    EXPECT_EQ(load(good + std::string(79, 'n') + "{color = (0, 0, 0);}\n"), 1);
+    EXPECT_EQ(colors.count, 2);
+}
+
+TEST_F(Palette, AFileOfPatternsOnlyIsGoodAndAnEmptyOneIsNot) {
+    EXPECT_EQ(load("Oak {pattern = \"oak.rgb\";}"), 1);
+    EXPECT_EQ(colors.count, 0);
+    EXPECT_EQ(load("nothing here"), 0);
+    EXPECT_EQ(messages.back(), "Load Failure on Palette file.");
+    EXPECT_EQ(patterns.count, 0);
+    EXPECT_EQ(load_palette_file(&colors, &patterns, (directory + "/none.tnp").c_str()), 0);
+}
+
+TEST_F(Palette, SavesWhatItLoadsBack) {
+    EXPECT_EQ(palette_add(&colors, "Red", 2.0, 0.123456789, 0.0), 1);
+    EXPECT_EQ(palette_add(&colors, "", 0.5, 0.25, 1.0), 1);
+    EXPECT_EQ(palette_add(&colors, "Red", 1.0, 0.123456789, 0.0), 0);
+    EXPECT_EQ(palette_add(&colors, "Red", 1.0, 0.5, 0.0), 1);
+    std::string brick = write_raster("brick.old.rgb", 4, 4, 1);
+    ASSERT_TRUE(files_change_directory(directory.c_str()));
+    EXPECT_EQ(pattern_set(&patterns, 99, "brick.old.rgb"), 0);
+    EXPECT_NE(pattern_set(&patterns, 0, "p.tnp"), 0);
+    EXPECT_EQ(messages.back(), "File \"p.tnp\" is not a raster file.");
+    std::string path = directory + "/saved.tnp";
+    ASSERT_EQ(palette_save(&colors, &patterns, path.c_str()), 0);
+    std::ifstream in(path);
+    std::string text((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_EQ(text, "Red {color = (1.000000, 0.500000, 0.000000);}\n127_063_255 {color = (0.500000, 0.250000, "
+                    "1.000000);}\nBrick {pattern = \"" +
+                        brick + "\";}\n");
+    EXPECT_EQ(load_palette_file(&colors, &patterns, path.c_str()), 1);
+    EXPECT_EQ(colors.count, 2);
+    EXPECT_EQ(palette_save(&colors, &patterns, (directory + "/no/p.tnp").c_str()), -1);
+    EXPECT_EQ(messages.back(), "Error : Failed to open " + directory + "/no/p.tnp for write.");
+}
+
+TEST_F(Palette, ACutWriteKeepsTheOldFile) {
+    palette_add(&colors, "Red", 1, 0, 0);
+    std::string path = write_text("old.tnp", "old");
+    bool hit = true;
+    for (long n = 0; hit; ++n) {
+        files_fail_after(n, files_fail::once);
+        int result = palette_save(&colors, &patterns, path.c_str());
+        hit = files_fail_stop();
+        EXPECT_EQ(result, hit ? -1 : 0);
+        EXPECT_EQ(std::filesystem::file_size(path) == 3, hit);
+    }
+}
+
+TEST_F(Palette, KnowsMadeUpNames) {
+    EXPECT_EQ(palette_name_is_made_up("128_064_255"), 1);
+    EXPECT_EQ(palette_name_is_made_up("128_64_255"), 0);
+    EXPECT_EQ(palette_name_is_made_up("128_064_2555"), 0);
+    EXPECT_EQ(palette_name_is_made_up("Red"), 0);
+}
+
+TEST_F(Palette, AFailedAllocationLeavesAnEmptyTable) {
+    std::string path = write_text("p.tnp", "a {color = (0, 0, 0);}\nOak {pattern = \"o\";}\nb {color = (0, 0, 0);}\n");
+    bool hit = true;
+    for (long n = 0; hit; ++n) {
+        mem_fail_after(n, mem_fail::once);
+        int loaded = load_palette_file(&colors, &patterns, path.c_str());
+        hit = mem_fail_stop();
+        EXPECT_EQ(loaded, hit ? 0 : 1);
+        EXPECT_EQ(colors.count, hit ? 0 : 2);
+        palette_clear(&colors);
+        pattern_palette_clear(&patterns);
+        EXPECT_EQ(mem_live(), live_before);
+    }
+    palette_add(&colors, "Red", 1, 0, 0);
+    for (long n = 0; n < 2; ++n) {
+        mem_fail_after(n, mem_fail::once);
+        EXPECT_EQ(palette_add(&colors, "Blue", 0, 0, 1), -1);
+        mem_fail_stop();
+        EXPECT_EQ(colors.count, 1);
+    }
+}
