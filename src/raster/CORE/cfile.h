@@ -32,8 +32,9 @@ using write_planes = const uint8_t* const*;
 using read_line_slot = int (*)(CFILE* c, int channels, read_planes buffers);
 using write_line_slot = int (*)(CFILE* c, int channels, write_planes buffers);
 
-// Tile slots: the same, for the next tile. `size_word`, when not null, asks for a tile without data to be told there
-// and not filled.
+// Tile slots: the same, for the next tile; they move `line` on by one tile. A plane has room for `height` lines of
+// line_bytes(`width`), and tiles at the right edge keep that distance from line to line. `size_word`, when not null,
+// asks for a tile without data to be told there and not filled.
 using read_tile_slot = int (*)(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
 using write_tile_slot = int (*)(CFILE* c, int channels, write_planes buffers, uint32_t* size_word);
 
@@ -109,6 +110,10 @@ struct tile_record {
     uint32_t tiles_across, tiles_down; // 0 while the image size is not known
     uint64_t end_offset, end_size;     // of the native module, when it appends tiles
     int32_t first_line;                // first image line in row_buffer
+    size_t row_bytes;                  // size of row_buffer
+    uint32_t row_layout;               // the flags of the call that made row_buffer which decide its layout
+    bool row_read;                     // row_buffer holds the tiles of first_line as the file has them
+    bool row_dirty;                    // lines were put into row_buffer that the file has not got yet
     uint8_t* row_buffer;               // owned; null until first used
     uint8_t* packet;                   // owned; the native tile packet
     void* module_arrays[2];            // owned; per-tile arrays of a module
@@ -120,9 +125,11 @@ struct squetch_record {
     int32_t out_line;       // output line that comes next
     int32_t carry;          // 1/2048 of the source line that is partly used
     int channels;           // arrays below
-    uint8_t** line_buffers; // one source line a channel
-    int32_t** accumulators; // one array of out_xsize sums a channel; see squetch.cpp for the second row
+    uint8_t** line_buffers; // a channel each: a source line, and behind it the same line at the output's width
+    int64_t** accumulators; // a channel each: two rows of out_xsize sums
     uint32_t flags;         // SQUETCH_ bits
+    size_t source_bytes;    // of a source line in line_buffers
+    int loaded;             // channels that the accumulators were loaded for
 };
 constexpr uint32_t SQUETCH_FILTER = 1;
 constexpr uint32_t SQUETCH_RELOAD = 2; // accumulators must be loaded before the next line: set by a seek or rewind
@@ -182,6 +189,13 @@ enum cfile_flags : uint32_t {
     FLAG_16_BIT = 1u << 24,           // format 10 holds 16-bit values
     FLAG_DAMAGED = 1u << 30,          // something missing from the file was made up; see rzl_is_damaged()
 };
+
+// Bits of `jpeg_flags`.
+constexpr uint32_t JPEG_BOARD_OPEN = 1;
+constexpr uint32_t JPEG_TABLES_LOADED = 2;
+constexpr uint32_t JPEG_USE_BOARD = 8;    // field 405
+constexpr uint32_t JPEG_KEEP_TABLES = 16; // field 406
+constexpr uint32_t JPEG_NOT_407 = 32;     // field 407 cleared
 
 constexpr int32_t OVERVIEW_BASE = -1;  // the base image is active
 constexpr int32_t OVERVIEW_UNSET = -2; // so that the first activation of the base image is not taken as no change
@@ -409,6 +423,17 @@ int rzl_getinlv_default(CFILE* c, uint8_t* buffer);                      // the 
 int rzl_putinlv_default(CFILE* c, const uint8_t* buffer);                // the default of Putinlv
 int rzl_seek_default(CFILE* c, int32_t line);                            // the default of Seek
 
+// Planes of a row of tiles: 3 or 4 for the colour and four-channel formats, `samples` when that is 5 or more, else 1; 1
+// when the row is interleaved.
+int tile_row_planes(const CFILE* c);
+
+// Makes row_buffer fit the handle's size, format and flags. False without memory, with the status set.
+bool need_tile_row(CFILE* c);
+
+// Bytes of one line in row_buffer, and of one plane of it.
+size_t tile_row_pitch(const CFILE* c);
+size_t tile_row_plane_bytes(const CFILE* c);
+
 int rzl_fill_tile_row(CFILE* c, int channels);  // brings the tile row of `line` into row_buffer; 0 on failure
 int rzl_flush_tile_row(CFILE* c, int channels); // writes row_buffer out; pixels, 0 on failure
 
@@ -428,10 +453,10 @@ int rzl_squetch(CFILE* c, int channels, read_planes buffers);
 
 // Turns `count` stored values in `red` into real colours in the three planes (green and blue may be null), by the
 // colour table or by widening.
-void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int32_t count);
+void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count);
 
 // Shifts values of fewer than 8 bits up to 8, where nothing else gives them meaning.
-void rzl_widen_samples(CFILE* c, uint8_t* buffer, int32_t count);
+void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count);
 
 // One byte a pixel to bilevel words, and back. Words are stored low byte first, the first pixel in bit 15.
 void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int threshold);

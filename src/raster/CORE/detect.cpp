@@ -1,0 +1,332 @@
+// How the format of an existing file is found: an ordered table of tests on the file's first bytes and on its name. The
+// first test that holds decides, so the order is part of what a file means: names of companion files come before the
+// looser tests, the formats without a magic number last.
+//
+// A row whose standard has no module yet recognises its files and answers for them like for a file of no known format.
+#include "raster/CORE/detect.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+
+#include "raster/CORE/cfile.h"
+#include "raster/KRVN/krv.h"
+#include "support/bytes.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr char SOURCE[] = "CORE/open";
+constexpr size_t PROBE_SIZE = 512;
+
+// What the tests see. Bytes past the end of a short file are zero; a test that zeros could pass asks for `size`.
+struct probe {
+    CFILE* c;
+    const char* name; // null for the standard input
+    uint8_t b[PROBE_SIZE];
+    size_t size; // bytes of `b` that the file has
+};
+
+bool begins(const probe* p, const char* text) {
+    return std::memcmp(p->b, text, std::strlen(text)) == 0;
+}
+
+bool name_ends(const probe* p, const char* ending) {
+    if (p->name == nullptr) return false;
+    size_t length = std::strlen(p->name);
+    size_t wanted = std::strlen(ending);
+    return length >= wanted && std::strcmp(p->name + length - wanted, ending) == 0;
+}
+
+// Reads bytes from a place of the file. False when they are not all there.
+bool read_at(CFILE* c, int64_t offset, void* buffer, size_t bytes) {
+    return io_seek(c, offset) && io_read(c, buffer, bytes) == bytes;
+}
+
+// A number of `width` decimal digits. False when a character is none.
+bool digits_value(const uint8_t* text, size_t width, size_t* value) {
+    *value = 0;
+    for (size_t i = 0; i < width; ++i) {
+        if (std::isdigit(text[i]) == 0) return false;
+        *value = *value * 10 + static_cast<size_t>(text[i] - '0');
+    }
+    return true;
+}
+
+// ---- tests, in the order of the table
+// -------------------------------------------------------------------------------
+
+// A native header: its words before the pixel data, less 2, fill blocks of 512 bytes.
+bool is_native(const probe* p) {
+    int words = static_cast<int8_t>(p->b[3]) * 256 + p->b[2];
+    bool whole_blocks = words + 2 != 0 && (words + 2) % 256 == 0;
+    bool old_type = p->b[0] == 0 || p->b[0] == 8 || p->b[0] == 9;
+    return p->size >= 4 && whole_blocks && old_type && (p->b[1] == 0 || p->b[1] == 9);
+}
+
+bool is_tiff(const probe* p) {
+    return begins(p, "II*") || begins(p, "MM");
+}
+bool is_gif(const probe* p) {
+    return begins(p, "GIF87a") || begins(p, "GIF89a");
+}
+bool is_bmp(const probe* p) {
+    return begins(p, "BM");
+}
+bool is_text_native(const probe* p) {
+    return begins(p, "Raster!");
+}
+bool is_jfif(const probe* p) {
+    return std::memcmp(p->b + 6, "JFIF", 4) == 0;
+}
+bool is_eps(const probe* p) {
+    return load_u32be(p->b) == 0xC5D0D3C6u;
+}
+bool is_catalog(const probe* p) {
+    return begins(p, "SUPERT!");
+}
+
+// The red and the third layer's files of a set are opened through the set's head file only.
+bool is_mrg_companion(const probe* p) {
+    if (p->name == nullptr || std::strlen(p->name) <= 6) return false;
+    return name_ends(p, "r.mrg") || name_ends(p, "R.MRG") || name_ends(p, "3.mrg") || name_ends(p, "3.MRG");
+}
+bool is_mrg(const probe* p) {
+    return name_ends(p, "h.mrg") || name_ends(p, "p.mrg") || name_ends(p, "241.mrg") || name_ends(p, "H.MRG") ||
+           name_ends(p, "P.MRG") || name_ends(p, "241.MRG");
+}
+
+bool is_pnm(const probe* p) {
+    return p->b[0] == 'P' && p->b[1] >= '1' && p->b[1] <= '6';
+}
+bool is_sun(const probe* p) {
+    return load_u32be(p->b) == 0x59A66A95u || load_u32be(p->b) == 0x956AA659u;
+}
+
+// The leader of a data record file: lengths and addresses as decimal text lead to the name of the second record, which
+// tells what is stored. 1 and 2: ADRG; 3: ASRP; 0: neither.
+int record_file_kind(CFILE* c) {
+    constexpr size_t BLOCK = 1024;
+    uint8_t b[BLOCK];
+    size_t length = 0;
+    size_t ignored = 0;
+    size_t base = 0;
+    if (!read_at(c, 0, b, BLOCK) || !digits_value(b, 5, &length) || length + 12 + 5 > BLOCK) return 0;
+    if (!digits_value(b + length, 5, &ignored) || !digits_value(b + length + 12, 5, &base)) return 0;
+    if (length + base + 5 > BLOCK) return 0;
+    const uint8_t* name = b + length + base;
+    if (std::memcmp(name, "IMG01", 5) == 0) return 1;
+    if (std::memcmp(name, "LEG", 3) == 0) return 2;
+    return std::memcmp(name, "IMG", 3) == 0 ? 3 : 0;
+}
+
+bool is_record_file(const probe* p, int lowest, int highest) {
+    if (std::memcmp(p->b + 5, "2L   ", 5) != 0) return false;
+    int kind = record_file_kind(p->c);
+    return kind >= lowest && kind <= highest;
+}
+bool is_adrg(const probe* p) {
+    return is_record_file(p, 1, 2);
+}
+bool is_asrp(const probe* p) {
+    return is_record_file(p, 3, 3);
+}
+
+bool is_hrf(const probe* p) {
+    return begins(p, "CADC/KR RST");
+}
+
+bool is_pcx(const probe* p) {
+    bool version = p->b[1] == 0 || (p->b[1] >= 2 && p->b[1] <= 5);
+    bool bits = p->b[3] == 1 || p->b[3] == 2 || p->b[3] == 4 || p->b[3] == 8;
+    return p->b[0] == 10 && version && bits;
+}
+
+bool is_sym(const probe* p) {
+    return begins(p, "FONT");
+}
+
+bool is_ico(const probe* p) {
+    auto is_side = [](uint8_t v) { return v == 16 || v == 32 || v == 64; };
+    static constexpr uint8_t zeros[5] = {};
+    bool colors = p->b[8] == 2 || p->b[8] == 8 || p->b[8] == 16;
+    return p->size >= 14 && load_u32be(p->b) == 0x00000100u && is_side(p->b[6]) && is_side(p->b[7]) && colors &&
+           std::memcmp(p->b + 9, zeros, sizeof zeros) == 0;
+}
+
+bool is_cals(const probe* p) {
+    return begins(p, "srcdocid:") || begins(p, "specversion:") || p->b[0] == 160;
+}
+
+bool is_nitf(const probe* p) {
+    size_t ignored = 0;
+    return begins(p, "NITF") && digits_value(p->b + 4, 2, &ignored) && p->b[6] == '.' &&
+           digits_value(p->b + 7, 2, &ignored);
+}
+
+// The value of "#define <name><ending> <value>" in a text of C, or 0.
+long defined_value(const char* text, const char* ending) {
+    for (const char* at = std::strstr(text, "#define"); at != nullptr; at = std::strstr(at + 1, "#define")) {
+        const char* name = at + 7 + std::strspn(at + 7, " \t");
+        size_t length = std::strcspn(name, " \t\r\n");
+        size_t wanted = std::strlen(ending);
+        if (length < wanted || std::memcmp(name + length - wanted, ending, wanted) != 0) continue;
+        return std::strtol(name + length, nullptr, 10);
+    }
+    return 0;
+}
+
+// A bitmap as C source: its size is defined before the first brace.
+bool is_xbm(const probe* p) {
+    constexpr size_t TEXT_SIZE = 4096;
+    mem_guard<char> text(static_cast<char*>(mem_alloc_zeroed(TEXT_SIZE + 1)));
+    if (!text || !io_seek(p->c, 0)) return false;
+    (void)io_read(p->c, text.get(), TEXT_SIZE);
+    char* brace = std::strchr(text.get(), '{');
+    if (brace != nullptr) *brace = '\0';
+    return defined_value(text.get(), "_width") > 0 && defined_value(text.get(), "_height") > 0;
+}
+
+// A number field of the first record of a USGS file and the values that it can have.
+struct record_field {
+    size_t offset, width;
+    long lowest, highest;
+};
+
+constexpr record_field USGS_FIELDS[] = {
+    {141, 3, 1, 2}, {144, 6, 1, 999999}, {150, 6, 1, 999999}, {156, 3, 1, 9}, {159, 3, 0, 2}, {162, 3, 0, 4},
+    {165, 2, 0, 4}, {167, 2, 1, 6},      {169, 2, 1, 6},      {195, 3, 0, 2}, {204, 3, 0, 4},
+};
+
+bool field_holds(const uint8_t* record, const record_field& field) {
+    char text[8] = {};
+    std::memcpy(text, record + field.offset, field.width);
+    char* end = nullptr;
+    long value = std::strtol(text, &end, 10);
+    return end != text && value >= field.lowest && value <= field.highest;
+}
+
+// Four text records without a magic number: the fields have to make sense.
+bool is_usgs(const probe* p) {
+    constexpr size_t RECORD_SIZE = 400;
+    constexpr double FULL_CIRCLE = 6.283185307179586;
+    if (p->size < RECORD_SIZE) return false;
+    auto is_one_of = [](uint8_t v, const char* set) { return v != 0 && std::strchr(set, v) != nullptr; };
+    if (!is_one_of(p->b[38], "NnSs ") || !is_one_of(p->b[39], "EeWw ")) return false;
+    for (const record_field& field : USGS_FIELDS) {
+        if (!field_holds(p->b, field)) return false;
+    }
+    char angle_text[25] = {};
+    std::memcpy(angle_text, p->b + 171, 24);
+    double angle = std::strtod(angle_text, nullptr);
+    return angle > 0 && angle < FULL_CIRCLE;
+}
+
+// The mark at the start of the directory that ends the file.
+bool is_vrlc(const probe* p) {
+    constexpr int64_t DIRECTORY_SIZE = 344;
+    static constexpr uint8_t mark[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0x1A, 0x1A, 'U', 'd', 's', 0x82, 'C', 'J'};
+    uint8_t found[sizeof mark];
+    int64_t size = io_size(p->c);
+    return size >= DIRECTORY_SIZE && read_at(p->c, size - DIRECTORY_SIZE, found, sizeof found) &&
+           std::memcmp(found, mark, sizeof mark) == 0;
+}
+
+bool is_targa(const probe* p) {
+    constexpr size_t HEADER_SIZE = 18;
+    bool kind = (p->b[2] >= 1 && p->b[2] <= 3) || (p->b[2] >= 9 && p->b[2] <= 11);
+    return p->size >= HEADER_SIZE && p->b[1] <= 1 && kind;
+}
+
+// ---- the table
+// -------------------------------------------------------------------------------------------------------
+
+// Closes the file, frees the handle and tells that the file has no known format.
+CFILE* refuse_unknown(CFILE* c, const char* name) {
+    fail(c, RZL_READ_FAILED, SOURCE, name);
+    abandon_cfile(c);
+    return nullptr;
+}
+
+CFILE* refuse_companion(CFILE* c, const char*) {
+    c->status = 0;
+    set_last_status(0);
+    abandon_cfile(c);
+    return nullptr;
+}
+
+CFILE* open_with_module(CFILE* c, const char* name, int32_t standard) {
+    const format_module* module = find_module(standard);
+    if (module == nullptr || module->open == nullptr || !io_seek(c, 0)) return refuse_unknown(c, name);
+    return module->open(c);
+}
+
+CFILE* open_text_native(CFILE* c, const char* name) {
+    if (!io_seek(c, 0)) return refuse_unknown(c, name);
+    return krv_open_text(c);
+}
+
+// A binary head before the PostScript tells where a TIFF preview lies. The head's check word is the exclusive or of its
+// other words, or all ones for a head without a check.
+CFILE* open_eps_preview(CFILE* c, const char* name) {
+    uint8_t head[32];
+    if (!read_at(c, 0, head, sizeof head)) return refuse_unknown(c, name);
+    uint16_t sum = 0;
+    for (size_t i = 0; i < 28; i += 2)
+        sum = static_cast<uint16_t>(sum ^ load_u16le(head + i));
+    uint16_t check = load_u16le(head + 28);
+    uint32_t offset = load_u32le(head + 20);
+    uint32_t length = load_u32le(head + 24);
+    if (offset == 0 || length == 0 || (check != sum && check != 0xFFFF)) return refuse_unknown(c, name);
+    c->base_offset = offset;
+    return open_with_module(c, name, RZL_STANDARD_TIFF);
+}
+
+constexpr int32_t NO_STANDARD = -1; // no module of its own: `open` says what happens, or nothing opens it yet
+
+struct detection_row {
+    bool (*test)(const probe* p);
+    int32_t standard;
+    CFILE* (*open)(CFILE* c, const char* name); // null: the module of the standard
+};
+
+constexpr detection_row DETECTION[] = {
+    {is_native, RZL_STANDARD_KRVN, nullptr},
+    {is_tiff, RZL_STANDARD_TIFF, nullptr},
+    {is_gif, RZL_STANDARD_GIF, nullptr},
+    {is_bmp, RZL_STANDARD_BMP, nullptr},
+    {is_text_native, RZL_STANDARD_KRVN, open_text_native},
+    {is_jfif, RZL_STANDARD_JFIF, nullptr},
+    {is_eps, RZL_STANDARD_TIFF, open_eps_preview},
+    {is_catalog, NO_STANDARD, nullptr},
+    {is_mrg_companion, NO_STANDARD, refuse_companion},
+    {is_mrg, RZL_STANDARD_MRG, nullptr},
+    {is_pnm, RZL_STANDARD_PNM, nullptr},
+    {is_sun, RZL_STANDARD_SUN, nullptr},
+    {is_adrg, RZL_STANDARD_ADRG, nullptr},
+    {is_asrp, RZL_STANDARD_ASRP, nullptr},
+    {is_hrf, RZL_STANDARD_HRF, nullptr},
+    {is_pcx, RZL_STANDARD_PCX, nullptr},
+    {is_sym, RZL_STANDARD_SYM, nullptr},
+    {is_ico, RZL_STANDARD_ICO, nullptr},
+    {is_cals, RZL_STANDARD_CALS, nullptr},
+    {is_nitf, RZL_STANDARD_NITF, nullptr},
+    {is_xbm, RZL_STANDARD_XBM, nullptr},
+    {is_usgs, RZL_STANDARD_USGS, nullptr},
+    {is_vrlc, RZL_STANDARD_VRLC, nullptr},
+    {is_targa, RZL_STANDARD_TARGA, nullptr},
+};
+
+} // namespace
+
+CFILE* detect_and_open(CFILE* c, const char* name) {
+    probe p = {};
+    p.c = c;
+    p.name = name;
+    if (io_seek(c, 0)) p.size = io_read(c, p.b, PROBE_SIZE);
+    for (const detection_row& row : DETECTION) {
+        if (!row.test(&p)) continue;
+        return row.open != nullptr ? row.open(c, name) : open_with_module(c, name, row.standard);
+    }
+    return refuse_unknown(c, name);
+}
