@@ -1,0 +1,145 @@
+// Reading lines: the public calls, the generic body behind the Getline slot, and interleaved lines for formats that
+// have none of their own.
+#include "raster/CORE/lines.h"
+#include "support/checked.h"
+
+namespace {
+
+constexpr char SOURCE[] = "CORE/getline";
+
+// Runs a line slot between entry and leave of a public call.
+int read_planes_call(CFILE* c, const char* word, read_line_slot format_slots::*slot, int channels,
+                     void* const* buffers) {
+    if (!handle_enter(c, word)) return 1;
+    if (!planes_are_given(c, channels, buffers, SOURCE, word)) return handle_leave(c, 1);
+    read_plane_list planes(channels, buffers);
+    if (planes.all == nullptr) {
+        fail(c, RZL_NO_MEMORY, SOURCE, word);
+        return handle_leave(c, 1);
+    }
+    int pixels = (c->slots.*slot)(c, channels, planes.all);
+    return handle_leave(c, public_result(c, pixels));
+}
+
+// The stored coding of a line or strip into a buffer of *size bytes.
+int read_coding_call(CFILE* c, const char* word, read_line_slot format_slots::*slot, void* buffer, int32_t* size) {
+    if (!handle_enter(c, word)) return 1;
+    if (size == nullptr || *size < 0 || (buffer == nullptr && *size > 0)) {
+        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, word);
+        return handle_leave(c, 1);
+    }
+    c->rle_size = *size;
+    uint8_t* plane = static_cast<uint8_t*>(buffer);
+    int bytes = (c->slots.*slot)(c, 1, &plane);
+    *size = c->rle_size;
+    return handle_leave(c, public_result(c, bytes));
+}
+
+// Takes one plane after the other out of `block` and lays them into the interleaved buffer. Bytes of a pixel that
+// belong to no sample stay as they are.
+void interleave(uint8_t* buffer, const uint8_t* block, size_t pixels, size_t samples, size_t step) {
+    for (size_t s = 0; s < samples; ++s) {
+        const uint8_t* plane = block + s * pixels;
+        for (size_t i = 0; i < pixels; ++i)
+            buffer[i * step + s] = plane[i];
+    }
+}
+
+} // namespace
+
+int rzl_getline(CFILE* c, void* buffer) {
+    if (!handle_enter(c, "rzl_getline")) return 1;
+    uint8_t* planes[3] = {static_cast<uint8_t*>(buffer), nullptr, nullptr};
+    int pixels = c->slots.Getline(c, format_is_color(c->format) ? 3 : 1, planes);
+    return handle_leave(c, public_result(c, pixels));
+}
+
+int rzl_getline3(CFILE* c, void* red, void* green, void* blue) {
+    if (!handle_enter(c, "rzl_getline3")) return 1;
+    uint8_t* planes[3] = {static_cast<uint8_t*>(red), static_cast<uint8_t*>(green), static_cast<uint8_t*>(blue)};
+    int pixels = c->slots.Getline(c, 3, planes);
+    return handle_leave(c, public_result(c, pixels));
+}
+
+int rzl_getline_channels(CFILE* c, int channels, void* const* buffers) {
+    return read_planes_call(c, "rzl_getline_channels", &format_slots::Getline, channels, buffers);
+}
+
+int rzl_getline16(CFILE* c, uint16_t* buffer) {
+    void* planes[1] = {buffer};
+    return read_planes_call(c, "rzl_getline16", &format_slots::Getline16, 1, planes);
+}
+
+int rzl_getline_interleaved(CFILE* c, void* buffer) {
+    if (!handle_enter(c, "rzl_getline_interleaved")) return 1;
+    if (buffer == nullptr) {
+        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_getline_interleaved");
+        return handle_leave(c, 1);
+    }
+    int pixels = 0;
+    {
+        flag_guard interleaved(c, FLAG_INTERLEAVED, true);
+        pixels = c->slots.Getinlv(c, static_cast<uint8_t*>(buffer));
+    }
+    return handle_leave(c, public_result(c, pixels));
+}
+
+int rzl_get_rle_line(CFILE* c, void* buffer, int32_t* size) {
+    return read_coding_call(c, "rzl_get_rle_line", &format_slots::Getrleline, buffer, size);
+}
+
+int rzl_get_rle_strip(CFILE* c, void* buffer, int32_t* size) {
+    return read_coding_call(c, "rzl_get_rle_strip", &format_slots::Getrlestrip, buffer, size);
+}
+
+void rzl_getline_check(CFILE* c) {
+    if (!is_readable(c)) {
+        fail(c, RZL_NEEDS_READ, SOURCE, "getline");
+        return;
+    }
+    bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;
+    int32_t line = resampled ? c->squetch->out_line : c->line;
+    int32_t lines = resampled ? c->squetch->out_ysize : c->ysize;
+    if (line < 0 || line >= lines) fail(c, RZL_PAST_END, SOURCE, "getline");
+}
+
+int rzl_getline_generic(CFILE* c, int channels, read_planes buffers) {
+    rzl_getline_check(c);
+    if (c->status != 0) return 0;
+    int pixels = 0;
+    if (has_flag(c, FLAG_SQUETCH)) {
+        pixels = rzl_squetch(c, channels, buffers);
+    } else if (has_flag(c, FLAG_TILED)) {
+        pixels = rzl_getline_from_tiles(c, channels, buffers);
+    } else {
+        pixels = c->slots.Get_line(c, channels, buffers);
+    }
+    // `line` has moved on: the position is where the line that comes next begins.
+    if (pixels > 0 && c->line_offsets != nullptr && c->line < c->ysize && c->line < c->line_offset_count)
+        c->line_offsets[c->line] = static_cast<uint64_t>(io_tell(c));
+    return pixels;
+}
+
+int rzl_getinlv_default(CFILE* c, uint8_t* buffer) {
+    flag_guard planes_wanted(c, FLAG_INTERLEAVED, false);
+    int samples = interleaved_samples(c);
+    if (samples <= 1 || c->bits > 8) return c->slots.Getline(c, 1, &buffer);
+    bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;
+    auto pixels = static_cast<size_t>(resampled ? c->squetch->out_xsize : c->xsize);
+    auto n = static_cast<size_t>(samples);
+    size_t bytes = 0;
+    bool fits = checked_mul(pixels, n, &bytes);
+    // Zeros, for a plane that the format leaves alone.
+    mem_guard<uint8_t> block(fits ? static_cast<uint8_t*>(mem_alloc_zeroed(bytes)) : nullptr);
+    mem_guard<uint8_t*> planes(mem_new_array<uint8_t*>(n));
+    if (!block || !planes) {
+        fail(c, RZL_NO_MEMORY, SOURCE, "getinlv");
+        return 0;
+    }
+    for (size_t s = 0; s < n; ++s)
+        planes[s] = block.get() + s * pixels;
+    int result = c->slots.Getline(c, samples, planes.get());
+    size_t step = has_flag(c, FLAG_FOUR_BYTE_PIXELS) && samples < 4 ? 4 : n;
+    if (result > 0 && c->status == 0) interleave(buffer, block.get(), pixels, n, step);
+    return result;
+}

@@ -1,0 +1,69 @@
+// What the line and tile calls share among themselves: turning the public arguments into planes, and slot results into
+// public ones.
+#pragma once
+
+#include "raster/CORE/cfile.h"
+#include "support/memory.h"
+
+// The planes of a public call as the slots take them: a typed copy of the caller's array. `all` is null when there is
+// no memory for it.
+template <typename From, typename To> struct plane_list {
+    static constexpr int FEW = 8;
+    To* few[FEW] = {};
+    To** all = few;
+    plane_list(int channels, From* const* buffers) {
+        if (channels > FEW) all = mem_new_array<To*>(static_cast<size_t>(channels));
+        for (int i = 0; all != nullptr && i < channels; ++i)
+            all[i] = static_cast<To*>(buffers[i]);
+    }
+    ~plane_list() {
+        if (all != few) mem_free(all);
+    }
+    plane_list(const plane_list&) = delete;
+    plane_list& operator=(const plane_list&) = delete;
+};
+using read_plane_list = plane_list<void, uint8_t>;
+using write_plane_list = plane_list<const void, const uint8_t>;
+
+// Whether channel count and array go together; otherwise the status is set.
+inline bool planes_are_given(CFILE* c, int channels, const void* buffers, const char* source, const char* word) {
+    if (channels >= 0 && (channels == 0 || buffers != nullptr)) return true;
+    fail(c, RZL_NO_OUTPUT_BUFFER, source, word);
+    return false;
+}
+
+// A slot's result as a public one. A slot that refuses gives what its table says and sets the status.
+inline int public_result(const CFILE* c, int pixels) {
+    return pixels > 0 && c->status == 0 ? 0 : 1;
+}
+
+// What a put does to the line counter, whether or not the slot succeeded.
+inline void count_put(CFILE* c) {
+    if (c->line < INT32_MAX) ++c->line;
+}
+
+// Flags that decide how row_buffer of a tile record is laid out.
+constexpr uint32_t TILE_LAYOUT_FLAGS = FLAG_INTERLEAVED | FLAG_FOUR_BYTE_PIXELS | FLAG_16_BIT | FLAG_PADDED_TILES;
+
+// Samples that stand together in one plane: those of a pixel in an interleaved call, else one.
+inline size_t samples_together(const CFILE* c) {
+    return has_flag(c, FLAG_INTERLEAVED) ? static_cast<size_t>(interleave_step(c)) : 1;
+}
+
+// Samples of a pixel in the buffer of the default interleaved calls.
+inline int interleaved_samples(const CFILE* c) {
+    return c->color_table != nullptr && c->samples == 1 ? 3 : c->samples;
+}
+
+// A flag switched off, or on, until the end of a scope.
+struct flag_guard {
+    CFILE* handle;
+    uint32_t flag;
+    bool before;
+    flag_guard(CFILE* c, uint32_t bit, bool on) : handle(c), flag(bit), before(has_flag(c, bit)) {
+        set_flag(c, bit, on);
+    }
+    ~flag_guard() { set_flag(handle, flag, before); }
+    flag_guard(const flag_guard&) = delete;
+    flag_guard& operator=(const flag_guard&) = delete;
+};

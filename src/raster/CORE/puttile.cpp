@@ -1,0 +1,325 @@
+// Writing tiles: the public calls, a block of tiles out of line-organised planes, and lines into tiled storage.
+//
+// Lines of a tiled file are gathered in `row_buffer` of the tile record until a row of tiles is complete. A tile is
+// stored as its lines, in the coding that the format gives to lines, with its real width at the right edge.
+#include <algorithm>
+#include <cstring>
+
+#include "raster/CORE/lines.h"
+#include "support/bytes.h"
+#include "support/checked.h"
+
+namespace {
+
+constexpr char SOURCE[] = "CORE/puttile";
+
+// The table of the native tile packet: an entry a tile of three 32-bit words, offset from the data start and twice the
+// size.
+constexpr size_t NATIVE_TABLE_AT = 128;
+constexpr size_t NATIVE_ENTRY_SIZE = 12;
+
+int write_tile_call(CFILE* c, const char* word, write_tile_slot format_slots::*slot, int channels,
+                    const void* const* buffers) {
+    if (!handle_enter(c, word)) return 1;
+    if (!planes_are_given(c, channels, buffers, SOURCE, word)) return handle_leave(c, 1);
+    write_plane_list planes(channels, buffers);
+    if (planes.all == nullptr) {
+        fail(c, RZL_NO_MEMORY, SOURCE, word);
+        return handle_leave(c, 1);
+    }
+    int pixels = (c->slots.*slot)(c, channels, planes.all, nullptr);
+    return handle_leave(c, public_result(c, pixels));
+}
+
+// A block of tiles on its way out of the caller's planes.
+struct tile_block {
+    int channels;
+    write_planes in;
+    size_t pitch;          // bytes from line to line of the caller's planes
+    size_t tile_pitch;     // bytes of a full tile's line
+    int64_t columns, rows; // tiles
+    int64_t first_row, first_column;
+    int32_t image_xsize, image_ysize;
+    uint8_t* padded;      // owned: room for a tile of full size a channel; null when tiles go out as they are
+    size_t padded_bytes;  // of one channel
+    const uint8_t** tile; // owned: where the planes of the tile in hand begin
+};
+
+bool tiles_go_padded(const CFILE* c) {
+    return c->standard == RZL_STANDARD_NITF || has_flag(c, FLAG_PADDED_TILES | FLAG_FIELD_36);
+}
+
+bool make_block(CFILE* c, tile_block* b) {
+    b->tile_pitch = line_bytes(c, c->tile->width) * samples_together(c);
+    b->tile = mem_new_array<const uint8_t*>(static_cast<size_t>(b->channels));
+    size_t all = 0;
+    bool fits = checked_mul(b->tile_pitch, size_t{c->tile->height}, &b->padded_bytes) &&
+                checked_mul(b->padded_bytes, static_cast<size_t>(b->channels), &all);
+    bool padded = tiles_go_padded(c);
+    if (fits && padded) b->padded = static_cast<uint8_t*>(mem_alloc_zeroed(all));
+    if (b->tile != nullptr && fits && (!padded || b->padded != nullptr)) return true;
+    mem_free(b->tile);
+    mem_free(b->padded);
+    fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
+    return false;
+}
+
+// The handle poses as an untiled image of the tile's size, so that the line slots can write the tile.
+void pose_as_tile(CFILE* c, const tile_block& b, int64_t row, int64_t column) {
+    int64_t left = int64_t{b.image_xsize} - column * c->tile->width;
+    int64_t below = int64_t{b.image_ysize} - row * c->tile->height;
+    c->xsize = static_cast<int32_t>(clamped(left, int64_t{0}, int64_t{c->tile->width}));
+    c->ysize = static_cast<int32_t>(clamped(below, int64_t{0}, int64_t{c->tile->height}));
+}
+
+const uint8_t* line_of(const tile_block& b, int channel, size_t y) {
+    return b.tile[channel] == nullptr ? nullptr : b.tile[channel] + y * b.pitch;
+}
+
+// A tile through the Puttile slot, with zeros where it reaches over the image's edge.
+int write_padded_tile(CFILE* c, const tile_block& b, size_t left_of_it) {
+    size_t bytes = std::min(line_bytes(c, c->xsize) * samples_together(c), b.pitch - left_of_it);
+    mem_guard<const uint8_t*> planes(mem_new_array<const uint8_t*>(static_cast<size_t>(b.channels)));
+    if (!planes) {
+        fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
+        return 0;
+    }
+    for (int i = 0; i < b.channels; ++i) {
+        uint8_t* plane = b.padded + static_cast<size_t>(i) * b.padded_bytes;
+        std::memset(plane, 0, b.padded_bytes);
+        for (size_t y = 0; b.tile[i] != nullptr && y < static_cast<size_t>(c->ysize); ++y)
+            std::memcpy(plane + y * b.tile_pitch, line_of(b, i, y), bytes);
+        planes[static_cast<size_t>(i)] = b.tile[i] != nullptr ? plane : nullptr;
+    }
+    int32_t line = c->line;
+    int pixels = c->slots.Puttile(c, b.channels, planes.get(), nullptr);
+    c->line = line;
+    return pixels;
+}
+
+// A tile line by line, as the format writes lines.
+int write_tile_lines(CFILE* c, const tile_block& b) {
+    mem_guard<const uint8_t*> planes(mem_new_array<const uint8_t*>(static_cast<size_t>(b.channels)));
+    if (!planes) {
+        fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
+        return 0;
+    }
+    write_line_slot put = has_flag(c, FLAG_16_BIT) ? c->slots.Put_line16 : c->slots.Put_line;
+    int32_t tile = c->line;
+    int64_t sum = 0;
+    for (c->line = 0; c->line < c->ysize && c->status == 0; ++c->line) {
+        for (int i = 0; i < b.channels; ++i)
+            planes[static_cast<size_t>(i)] = line_of(b, i, static_cast<size_t>(c->line));
+        bool together = has_flag(c, FLAG_INTERLEAVED) && planes[0] != nullptr;
+        int pixels = together ? c->slots.Putinlv(c, planes[0]) : put(c, b.channels, planes.get());
+        if (pixels <= 0) {
+            if (c->status == 0) fail(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_tile");
+            break;
+        }
+        sum += pixels;
+    }
+    c->line = tile;
+    return static_cast<int>(std::min(sum, int64_t{INT32_MAX}));
+}
+
+// Notes where the tile in hand went.
+void note_native_tile(CFILE* c, int64_t begin, int64_t end, int64_t data_start) {
+    if (!has_flag(c, FLAG_NATIVE) || c->tile->packet == nullptr) return;
+    uint8_t* entry = c->tile->packet + NATIVE_TABLE_AT + static_cast<size_t>(c->line) * NATIVE_ENTRY_SIZE;
+    store_u32le(entry, static_cast<uint32_t>(begin - data_start));
+    store_u32le(entry + 4, static_cast<uint32_t>(end - begin));
+    store_u32le(entry + 8, static_cast<uint32_t>(end - begin));
+}
+
+int write_tile(CFILE* c, tile_block* b, int64_t row, int64_t column) {
+    size_t place = static_cast<size_t>(column) * b->tile_pitch;
+    size_t first = static_cast<size_t>(row) * c->tile->height * b->pitch + place;
+    if (place >= b->pitch) return 0;
+    for (int i = 0; i < b->channels; ++i)
+        b->tile[i] = b->in[i] != nullptr ? b->in[i] + first : nullptr;
+    pose_as_tile(c, *b, b->first_row + row, b->first_column + column);
+    int pixels = b->padded != nullptr ? write_padded_tile(c, *b, place) : write_tile_lines(c, *b);
+    c->xsize = b->image_xsize;
+    c->ysize = b->image_ysize;
+    return pixels;
+}
+
+// Writes the block; `line` ends at the tile that would come next. The pixels written, 0 on failure.
+int64_t write_block(CFILE* c, tile_block* b, int64_t data_start) {
+    int64_t sum = 0;
+    int64_t first = c->line;
+    for (int64_t row = 0; row < b->rows; ++row) {
+        for (int64_t column = 0; column < b->columns; ++column) {
+            c->line = static_cast<int32_t>(first + row * c->tile->tiles_across + column);
+            int64_t begin = io_tell(c);
+            int pixels = write_tile(c, b, row, column);
+            if (c->status != 0 || pixels <= 0) return 0;
+            (void)c->io.file_flush(c->file);
+            int64_t end = io_tell(c);
+            note_native_tile(c, begin, end, data_start);
+            c->tile->end_offset = static_cast<uint64_t>(end - data_start);
+            sum += pixels;
+        }
+    }
+    if (c->line < INT32_MAX) ++c->line;
+    return sum;
+}
+
+// Stands the file where tiles are appended: behind what the data have already.
+bool stand_at_end_of_tiles(CFILE* c, int64_t data_start) {
+    int64_t end = 0;
+    bool fits = checked_add(data_start, c->tile->end_offset, &end);
+    if (fits && (io_tell(c) >= end || io_seek(c, end))) return true;
+    fail(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_tile");
+    return false;
+}
+
+bool line_goes_into_row(CFILE* c) {
+    const tile_record* t = c->tile;
+    int64_t above = int64_t{c->line} - t->first_line;
+    bool fits = above >= 0 && above < int64_t{t->height} && c->line < c->ysize;
+    if (!fits) fail(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
+    return fits;
+}
+
+void copy_line_in(CFILE* c, int channels, write_planes buffers) {
+    tile_record* t = c->tile;
+    size_t pitch = tile_row_pitch(c);
+    size_t plane = tile_row_plane_bytes(c);
+    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
+    uint8_t* line = t->row_buffer + static_cast<size_t>(c->line - t->first_line) * pitch;
+    bool several = format_is_color(c->format) || format_is_four(c->format) || c->samples >= 5;
+    int planes = several ? tile_row_planes(c) : 1;
+    for (int i = 0; i < channels && i < planes; ++i)
+        if (buffers[i] != nullptr) std::memcpy(line + static_cast<size_t>(i) * plane, buffers[i], bytes);
+}
+
+} // namespace
+
+int rzl_puttile(CFILE* c, int channels, const void* const* buffers) {
+    return write_tile_call(c, "rzl_puttile", &format_slots::Puttile, channels, buffers);
+}
+
+int rzl_puttile16(CFILE* c, int channels, const void* const* buffers) {
+    return write_tile_call(c, "rzl_puttile16", &format_slots::Puttile16, channels, buffers);
+}
+
+int rzl_put_rle_tile(CFILE* c, const void* buffer, int32_t size) {
+    if (!handle_enter(c, "rzl_put_rle_tile")) return 1;
+    if (c->slots.Putrletile == nullptr) {
+        fail(c, RZL_UNSUPPORTED, SOURCE, "Putrletile");
+        return handle_leave(c, 1);
+    }
+    if (buffer == nullptr || size < 0) {
+        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_put_rle_tile");
+        return handle_leave(c, 1);
+    }
+    c->rle_size = size;
+    const auto* coding = static_cast<const uint8_t*>(buffer);
+    int pixels = c->slots.Putrletile(c, 1, &coding, nullptr);
+    return handle_leave(c, public_result(c, pixels));
+}
+
+int rzl_puttile_check(CFILE* c) {
+    if (!handle_is_valid(c, "rzl_put_tile")) return 1;
+    uint32_t refusal = 0;
+    const char* word = "rzl_put_tile";
+    if (!is_writable(c)) {
+        refusal = RZL_NEEDS_WRITE;
+    } else if (!has_flag(c, FLAG_TILED) || c->tile == nullptr) {
+        refusal = RZL_ONLY_TILED;
+    } else if (has_flag(c, FLAG_RAW)) {
+        refusal = RZL_NOT_STANDARD;
+        word = "raw file cannot be tiled";
+    } else if (c->tile->width == 0 || c->tile->height == 0) {
+        refusal = RZL_BAD_TILE_SIZE;
+    }
+    if (refusal != 0) {
+        fail(c, refusal, SOURCE, word);
+        return 1;
+    }
+    if (!has_flag(c, FLAG_HEADER_EXISTS) && c->slots.Wrt_hdr(c) != 0) return 1;
+    int64_t tiles = int64_t{c->tile->tiles_across} * c->tile->tiles_down;
+    if (c->line >= 0 && c->line < tiles) return 0;
+    fail(c, RZL_PAST_END, SOURCE, word);
+    return 1;
+}
+
+int rzl_put_tiles(CFILE* c, int channels, write_planes buffers, size_t pitch, int32_t across, int32_t down) {
+    if (rzl_puttile_check(c) != 0) return 0;
+    if (channels <= 0) {
+        fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
+        return 0;
+    }
+    if (format_is_jpeg(c->format)) {
+        // The board that codes these is not reachable from this platform.
+        fail(c, RZL_JPEG_HARDWARE_2, SOURCE, "rzl_put_tile");
+        return 0;
+    }
+    tile_block b = {};
+    b.channels = channels;
+    b.in = buffers;
+    b.pitch = pitch;
+    b.first_row = int64_t{c->line} / c->tile->tiles_across;
+    b.first_column = int64_t{c->line} % c->tile->tiles_across;
+    b.columns = std::min(int64_t{across}, int64_t{c->tile->tiles_across} - b.first_column);
+    b.rows = std::min(int64_t{down}, int64_t{c->tile->tiles_down} - b.first_row);
+    b.image_xsize = c->xsize;
+    b.image_ysize = c->ysize;
+    int64_t data_start = c->slots.Get_Image_Offset(c);
+    if (!stand_at_end_of_tiles(c, data_start) || !make_block(c, &b)) return 0;
+    int64_t pixels = 0;
+    {
+        flag_guard untiled(c, FLAG_TILED, b.padded != nullptr);
+        pixels = write_block(c, &b, data_start);
+    }
+    mem_free(b.padded);
+    mem_free(b.tile);
+    set_flag(c, FLAG_TILES_CHANGED, true);
+    if (c->active_overview >= 0) set_flag(c, FLAG_OVERVIEWS_CHANGED, true);
+    return static_cast<int>(std::min(pixels, int64_t{INT32_MAX}));
+}
+
+int rzl_flush_tile_row(CFILE* c, int) {
+    tile_record* t = c->tile;
+    int32_t line = c->line;
+    int64_t index = t->first_line / int64_t{t->height} * t->tiles_across;
+    auto planes = static_cast<size_t>(tile_row_planes(c));
+    mem_guard<const uint8_t*> buffers(mem_new_array<const uint8_t*>(planes));
+    if (!buffers || index > INT32_MAX) {
+        fail(c, buffers ? RZL_PAST_END : RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
+        return 0;
+    }
+    size_t plane = tile_row_plane_bytes(c);
+    for (size_t i = 0; i < planes; ++i)
+        buffers[i] = t->row_buffer + i * plane;
+    int pixels = 0;
+    if (c->slots.Seek(c, static_cast<int32_t>(index)) == 0)
+        pixels = rzl_put_tiles(c, static_cast<int>(planes), buffers.get(), tile_row_pitch(c),
+                               static_cast<int32_t>(t->tiles_across), 1);
+    c->line = line;
+    t->first_line = line < INT32_MAX ? line + 1 : line;
+    t->row_read = t->row_dirty = false;
+    // A plane that a later line leaves out must not show this row's.
+    std::memset(t->row_buffer, 0, t->row_bytes);
+    return pixels;
+}
+
+int rzl_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {
+    tile_record* t = c->tile;
+    if (t == nullptr || t->width == 0 || t->height == 0) {
+        fail(c, RZL_ONLY_TILED, SOURCE, "rzl_putline");
+        return 0;
+    }
+    // Lines that wait for the rest of their row were put in one layout; the row can't go on in another.
+    bool waiting = t->row_buffer != nullptr && t->row_dirty;
+    if (waiting && t->row_layout != (c->flags & TILE_LAYOUT_FLAGS)) {
+        fail(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
+        return 0;
+    }
+    if (!need_tile_row(c) || !line_goes_into_row(c)) return 0;
+    copy_line_in(c, channels, buffers);
+    t->row_dirty = true;
+    bool complete = int64_t{c->line} + 1 == int64_t{t->first_line} + t->height || c->line + 1 >= c->ysize;
+    return complete ? rzl_flush_tile_row(c, channels) : c->xsize;
+}
