@@ -122,8 +122,8 @@ double largest(vec3 v) {
 void set_profile_normals(std::vector<profile_point>* profile, size_t first, size_t last, bool smooth) {
     std::vector<profile_point>& p = *profile;
     for (size_t i = first; i <= last; i++) {
-        size_t a = smooth && i > first ? i - 1 : (i == last ? i - 1 : i);
-        size_t b = smooth && i < last ? i + 1 : (i == first ? i + 1 : (smooth ? i : a + 1));
+        size_t a = i > first && (smooth || i == last) ? i - 1 : i;
+        size_t b = i < last ? i + 1 : i;
         double dr = p[b].radius - p[a].radius, dh = p[b].height - p[a].height;
         double l = std::max(std::sqrt(dr * dr + dh * dh), 1e-12);
         p[i].normal_radius = dh / l;
@@ -195,8 +195,8 @@ shape* add_rounded_box(scene* s, int material, vec3 centre, vec3 half, double ra
 
 shape* add_cylinder(scene* s, int material, vec3 from, vec3 to, double radius) {
     double height = length(to - from) / 2;
-    shape* c = add_shape(s, shape_kind::cylinder, material, (from + to) * 0.5, along(to - from),
-                         {radius, height, radius});
+    shape* c =
+        add_shape(s, shape_kind::cylinder, material, (from + to) * 0.5, along(to - from), {radius, height, radius});
     set_uv(c, uv_kind::round, std::max(2 * PI * radius, 2 * height));
     c->uv_radius = radius;
     return c;
@@ -252,7 +252,8 @@ shape* add_lathe(scene* s, int material, vec3 foot, const std::vector<lathe_poin
     if (smooth) {
         set_profile_normals(&l->profile, 0, l->profile.size() - 1, true);
     } else {
-        for (size_t i = 0; i + 1 < l->profile.size(); i += 2) set_profile_normals(&l->profile, i, i + 1, false);
+        for (size_t i = 0; i + 1 < l->profile.size(); i += 2)
+            set_profile_normals(&l->profile, i, i + 1, false);
     }
     l->local = {{-widest, low, -widest}, {widest, high, widest}};
     set_uv(l, uv_kind::round, std::max(2 * PI * widest, along));

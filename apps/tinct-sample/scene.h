@@ -18,18 +18,18 @@ struct pen_info {
 };
 
 struct material {
-    int pen;            // -1: no pen, only `glow`
-    vec3 glow;          // with a pen: light given off, added to what falls on it; without: how it looks
-    double mirror;      // share reflected head on, 0 to 1; it rises towards grazing angles
-    double highlight;   // strength of the highlights of lights
-    double gloss;       // sharpness of the highlights, 10 to 2000
-    double opacity;     // share of light that the surface itself stops: 1 solid, below 1 seen through
-    double refraction;  // ratio of light bending of a clear solid, 1 for thin sheets
-    double backlight;   // share of light that comes through from behind, of leaves, cloth, lamp shades
-    double bump;        // depth of the unevenness, 0 none
-    double bump_size;   // size of its features
-    bool casts_shadow;  // stops light
-    bool seen_direct;   // seen by the camera, not only in reflections
+    int pen;           // -1: no pen, only `glow`
+    vec3 glow;         // with a pen: light given off, added to what falls on it; without: how it looks
+    double mirror;     // share reflected head on, 0 to 1; it rises towards grazing angles
+    double highlight;  // strength of the highlights of lights
+    double gloss;      // sharpness of the highlights, 10 to 2000
+    double opacity;    // share of light that the surface itself stops: 1 solid, below 1 seen through
+    double refraction; // ratio of light bending of a clear solid, 1 for thin sheets
+    double backlight;  // share of light that comes through from behind, of leaves, cloth, lamp shades
+    double bump;       // depth of the unevenness, 0 none
+    double bump_size;  // size of its features
+    bool casts_shadow; // stops light
+    bool seen_direct;  // seen by the camera, not only in reflections
 };
 
 // A rectangle that gives light to one side.
@@ -37,8 +37,8 @@ struct area_light {
     vec3 centre, half_a, half_b; // half_a x half_b points to where it shines
     vec3 color;                  // light that it gives a surface at `reach` that faces it
     double reach;
-    vec3 look;  // how it looks in a reflection, of strength 1; 0 not at all
-    bool seen;  // seen by the camera too
+    vec3 look; // how it looks in a reflection, of strength 1; 0 not at all
+    bool seen; // seen by the camera too
 };
 
 struct camera {
@@ -59,11 +59,11 @@ struct scene {
     std::vector<area_light> lights;
     camera view;
     surroundings_function surroundings;
-    vec3 sky;            // light from all around and above
-    vec3 ground;         // light from below
-    double sky_reach;    // how far a shape can be and still keep that light off
-    double bounce;       // share of that light which a shape in its way gives back
-    double exposure;     // brightness of the whole
+    vec3 sky;         // light from all around and above
+    vec3 ground;      // light from below
+    double sky_reach; // how far a shape can be and still keep that light off
+    double bounce;    // share of that light which a shape in its way gives back
+    double exposure;  // brightness of the whole
     int next_id;
 };
 

@@ -1,0 +1,119 @@
+#include "compress.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int FIRST_WIDTH = 9;
+constexpr int LAST_WIDTH = 16;
+constexpr uint32_t CLEAR_CODE = 256;
+constexpr uint32_t FIRST_CODE = 257;
+constexpr uint32_t CODE_LIMIT = 1u << LAST_WIDTH;
+constexpr int CODES_IN_BLOCK = 8;
+constexpr size_t HASH_SIZE = 1 << 18;
+
+void put_bits(compressor* c, uint32_t bits, int count) {
+    c->pending |= static_cast<uint64_t>(bits) << c->pending_bits;
+    c->pending_bits += count;
+    while (c->pending_bits >= 8) {
+        c->out->push_back(static_cast<uint8_t>(c->pending));
+        c->pending >>= 8;
+        c->pending_bits -= 8;
+    }
+}
+
+// A reader drops what is left of a block when the width changes, so the block is filled up.
+void fill_block(compressor* c) {
+    while (c->codes_in_block != 0) {
+        put_bits(c, 0, c->width);
+        c->codes_in_block = (c->codes_in_block + 1) % CODES_IN_BLOCK;
+    }
+}
+
+void put_code(compressor* c, uint32_t code) {
+    put_bits(c, code, c->width);
+    c->codes_in_block = (c->codes_in_block + 1) % CODES_IN_BLOCK;
+}
+
+// The reader makes its entry one code later, so that its table is one behind when it looks at the width.
+void widen_when_due(compressor* c) {
+    uint32_t reader_next = c->next_code - 1;
+    if (c->width < LAST_WIDTH && reader_next > (1u << c->width) - 1) {
+        fill_block(c);
+        ++c->width;
+    }
+}
+
+void clear_table(compressor* c) {
+    std::fill(c->keys.begin(), c->keys.end(), 0u);
+    c->next_code = FIRST_CODE;
+}
+
+size_t hash_of(uint32_t key) {
+    return (key * 0x9E3779B1u) >> 14;
+}
+
+// The place of a key, or of the empty slot where it belongs.
+size_t find(const compressor* c, uint32_t key) {
+    size_t at = hash_of(key) % HASH_SIZE;
+    while (c->keys[at] != 0 && c->keys[at] != key)
+        at = (at + 1) % HASH_SIZE;
+    return at;
+}
+
+void restart(compressor* c) {
+    put_code(c, CLEAR_CODE);
+    fill_block(c);
+    c->width = FIRST_WIDTH;
+    clear_table(c);
+}
+
+void put_byte(compressor* c, uint8_t byte) {
+    if (c->prefix < 0) {
+        c->prefix = byte;
+        return;
+    }
+    uint32_t key = (static_cast<uint32_t>(c->prefix) << 8 | byte) + 1;
+    size_t at = find(c, key);
+    if (c->keys[at] == key) {
+        c->prefix = c->codes[at];
+        return;
+    }
+    put_code(c, static_cast<uint32_t>(c->prefix));
+    c->prefix = byte;
+    if (c->next_code < CODE_LIMIT) {
+        c->keys[at] = key;
+        c->codes[at] = static_cast<uint16_t>(c->next_code++);
+        widen_when_due(c);
+    } else {
+        // A full table serves no further picture well: it starts anew.
+        restart(c);
+    }
+}
+
+} // namespace
+
+void compress_begin(compressor* c, std::vector<uint8_t>* out) {
+    c->out = out;
+    c->keys.assign(HASH_SIZE, 0);
+    c->codes.assign(HASH_SIZE, 0);
+    c->next_code = FIRST_CODE;
+    c->width = FIRST_WIDTH;
+    c->prefix = -1;
+    c->pending = 0;
+    c->pending_bits = 0;
+    c->codes_in_block = 0;
+    out->push_back(0x1F);
+    out->push_back(0x9D);
+    out->push_back(0x80 | LAST_WIDTH);
+}
+
+void compress_bytes(compressor* c, const uint8_t* bytes, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        put_byte(c, bytes[i]);
+}
+
+void compress_end(compressor* c) {
+    if (c->prefix >= 0) put_code(c, static_cast<uint32_t>(c->prefix));
+    if (c->pending_bits > 0) put_bits(c, 0, 8 - c->pending_bits);
+}

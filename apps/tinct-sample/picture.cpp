@@ -1,0 +1,190 @@
+// Rows are traced in groups, on all processors; then the light of each surface is smoothed within the surface, to take
+// out the grain of the few light rays of a pixel, and rounded to bytes. Edges, weights and reflections stay sharp.
+#include "picture.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <deque>
+#include <thread>
+
+#include "trace.h"
+
+namespace {
+
+constexpr int GROUP = 32; // rows traced together
+constexpr int REACH = 3;  // pixels to each side that smoothing takes in
+
+struct traced_row {
+    std::vector<uint32_t> first; // of each pixel's fragments, and one more
+    std::vector<fragment> fragments;
+    std::vector<vec3> plain;
+};
+
+struct finished_row {
+    std::vector<uint8_t> pixels;
+    std::vector<pen_sample> samples;
+};
+
+struct work {
+    const scene* of;
+    tracer t;
+    int32_t width, height;
+    std::deque<traced_row> rows; // from row `base` on
+    int32_t base;
+};
+
+// Runs job(i) for i from 0 to count - 1 on all processors.
+template <typename job_type> void in_parallel(int count, const job_type& job) {
+    std::atomic<int> next{0};
+    auto loop = [&] {
+        for (int i = next++; i < count; i = next++)
+            job(i);
+    };
+    unsigned processors = std::max(std::thread::hardware_concurrency(), 1u);
+    std::vector<std::thread> others;
+    for (unsigned i = 1; i < std::min(processors, static_cast<unsigned>(count)); i++)
+        others.emplace_back(loop);
+    loop();
+    for (std::thread& o : others)
+        o.join();
+}
+
+void trace_row(const work& w, int32_t y, traced_row* row) {
+    pixel_result result;
+    for (int32_t x = 0; x < w.width; x++) {
+        trace_pixel(w.t, x, y, &result);
+        std::sort(result.fragments.begin(), result.fragments.end(), [](const fragment& a, const fragment& b) {
+            return a.pen != b.pen ? a.pen < b.pen : a.layer < b.layer;
+        });
+        row->first.push_back(static_cast<uint32_t>(row->fragments.size()));
+        row->fragments.insert(row->fragments.end(), result.fragments.begin(), result.fragments.end());
+        row->plain.push_back(result.plain);
+    }
+    row->first.push_back(static_cast<uint32_t>(row->fragments.size()));
+}
+
+const fragment* same_surface(const traced_row& row, int32_t x, const fragment& f) {
+    for (uint32_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
+        const fragment& g = row.fragments[i];
+        if (g.pen == f.pen && g.layer == f.layer) return &g;
+    }
+    return nullptr;
+}
+
+// How far a neighbour tells of the light on f: little across bends, steps and the edges of shadows.
+double likeness(const fragment& f, const fragment& g, int distance_squared) {
+    double facing = f.normal[0] * g.normal[0] + f.normal[1] * g.normal[1] + f.normal[2] * g.normal[2];
+    if (facing < 0.8 || std::fabs(f.depth - g.depth) > 0.05F * f.depth) return 0;
+    double differ = 0, bright = 0.08;
+    for (int c = 0; c < 3; c++) {
+        differ = std::max(differ, static_cast<double>(std::fabs(f.light[c] - g.light[c])));
+        bright = std::max(bright, static_cast<double>(f.light[c]));
+    }
+    differ /= 0.30 * bright;
+    double power = distance_squared / 9.0 + differ * differ + (1 - facing) * 40;
+    return power > 12 ? 0 : std::exp(-power) * std::min(g.weight * 4.0F, 1.0F);
+}
+
+void smooth_light(const work& w, int32_t x, int32_t y, const fragment& f, double* light) {
+    double sum = 1e-6, total[3] = {f.light[0] * 1e-6, f.light[1] * 1e-6, f.light[2] * 1e-6};
+    for (int32_t j = std::max(y - REACH, 0); j <= std::min(y + REACH, w.height - 1); j++) {
+        const traced_row& row = w.rows[static_cast<size_t>(j - w.base)];
+        for (int32_t i = std::max(x - REACH, 0); i <= std::min(x + REACH, w.width - 1); i++) {
+            const fragment* g = same_surface(row, i, f);
+            if (g == nullptr) continue;
+            double weight = likeness(f, *g, (i - x) * (i - x) + (j - y) * (j - y));
+            sum += weight;
+            for (int c = 0; c < 3; c++)
+                total[c] += weight * static_cast<double>(g->light[c]);
+        }
+    }
+    for (int c = 0; c < 3; c++)
+        light[c] = total[c] / sum;
+}
+
+// Light to brightness, 0 to 1: shadows are lifted as the eye lifts them, and full light fades out softly.
+double toned(double light, double exposure) {
+    return std::pow(1 - std::exp(-1.35 * exposure * std::max(light, 0.0)), 1 / 1.8);
+}
+
+uint8_t to_byte(double x) {
+    return static_cast<uint8_t>(std::clamp(x + 0.5, 0.0, 255.0));
+}
+
+uint16_t to_uv(float x) {
+    return static_cast<uint16_t>(std::clamp(static_cast<int>(x * 65536.0F), 0, 65535));
+}
+
+pen_sample sample_of(const work& w, int32_t x, int32_t y, const fragment& f) {
+    double light[3];
+    smooth_light(w, x, y, f, light);
+    double full = 255.0 * static_cast<double>(std::min(f.weight, 1.0F)), exposure = w.of->exposure;
+    pen_sample s = {x,
+                    static_cast<uint8_t>(f.pen),
+                    to_byte(full * toned(light[0], exposure)),
+                    to_byte(full * toned(light[1], exposure)),
+                    to_byte(full * toned(light[2], exposure)),
+                    0,
+                    0};
+    if (w.of->pens[static_cast<size_t>(f.pen)].has_uv) {
+        s.u = to_uv(f.u);
+        s.v = to_uv(f.v);
+    }
+    return s;
+}
+
+void finish_row(const work& w, int32_t y, finished_row* out) {
+    const traced_row& row = w.rows[static_cast<size_t>(y - w.base)];
+    for (int32_t x = 0; x < w.width; x++) {
+        vec3 plain = row.plain[static_cast<size_t>(x)];
+        int pixel[3] = {to_byte(255 * plain.x), to_byte(255 * plain.y), to_byte(255 * plain.z)};
+        for (uint32_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
+            pen_sample s = sample_of(w, x, y, row.fragments[i]);
+            if (s.red == 0 && s.green == 0 && s.blue == 0) continue; // nothing to re-colour
+            // half of each shade, rounded down: exactly what is taken out again when the surface gets a colour
+            pixel[0] += s.red >> 1;
+            pixel[1] += s.green >> 1;
+            pixel[2] += s.blue >> 1;
+            out->samples.push_back(s);
+        }
+        for (int p : pixel)
+            out->pixels.push_back(static_cast<uint8_t>(std::min(p, 255)));
+    }
+}
+
+bool finish_group(const work& w, int32_t from, int32_t to, row_action action, void* user) {
+    std::vector<finished_row> done(static_cast<size_t>(to - from));
+    in_parallel(to - from, [&](int i) { finish_row(w, from + i, &done[static_cast<size_t>(i)]); });
+    for (int32_t y = from; y < to; y++) {
+        const finished_row& r = done[static_cast<size_t>(y - from)];
+        if (!action(user, y, r.pixels.data(), r.samples.data(), r.samples.size())) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool picture_render(const scene& s, int32_t width, int32_t height, uint32_t seed, row_action action, void* user) {
+    ray_tree tree;
+    tree_build(&tree, &s);
+    work w = {&s, {}, width, height, {}, 0};
+    tracer_init(&w.t, &s, &tree, width, height, seed);
+    int32_t finished = 0;
+    for (int32_t traced = 0; traced < height;) {
+        int32_t until = std::min(traced + GROUP, height);
+        w.rows.resize(static_cast<size_t>(until - w.base));
+        in_parallel(until - traced,
+                    [&](int i) { trace_row(w, traced + i, &w.rows[static_cast<size_t>(traced + i - w.base)]); });
+        traced = until;
+        // the last rows wait for those below them
+        int32_t ready = traced == height ? height : traced - REACH;
+        if (!finish_group(w, finished, ready, action, user)) return false;
+        finished = ready;
+        while (w.base < finished - REACH) {
+            w.rows.pop_front();
+            w.base++;
+        }
+    }
+    return true;
+}

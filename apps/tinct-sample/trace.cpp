@@ -1,0 +1,267 @@
+// Light on surfaces, reflections, and things seen through others.
+#include "trace.h"
+
+#include <algorithm>
+
+#include "noise.h"
+
+namespace {
+
+constexpr int SAMPLES = 16;    // of a pixel where surfaces meet
+constexpr int FEW_SAMPLES = 5; // of a pixel within one surface
+constexpr int DEEPEST = 7;
+constexpr double FAINT = 0.004; // a share of a pixel that can't be seen
+constexpr double START = 1e-3;  // rays start this far off a surface, times its distance from the camera
+
+// The places of the samples in the pixel: one in each cell of a 4x4 grid, ordered so that the first few are spread out.
+constexpr int CELLS[SAMPLES] = {5, 3, 12, 15, 0, 10, 6, 9, 1, 14, 7, 8, 2, 13, 4, 11};
+
+// The state of one camera ray and all rays that follow from it.
+struct path {
+    const tracer* t;
+    pixel_result* out;
+    uint32_t index; // of the sample, in the sequence of light points
+    uint32_t scramble;
+    double centre_gap;
+    uint32_t dice; // counts the pairs of numbers taken
+};
+
+struct seen {
+    int object; // -1: nothing
+    vec3 normal;
+    bool plain; // solid and dull: what it shows needs no more rays
+};
+
+point2 next_point(path* p) {
+    p->dice++;
+    return even_point(p->index, p->t->seed * 7919u + p->dice * 131u);
+}
+
+vec3 toward_sky(const scene& s, vec3 direction) {
+    return mix(s.ground, s.sky, smooth_step(-0.6, 0.6, direction.y));
+}
+
+// Light of one lamp on a point: how much of it, the direction to it, and whether it arrives.
+vec3 lamp_light(const path& p, const area_light& l, vec3 at, vec3 n, double off, point2 aim, const material& m,
+                vec3* direction, double* through) {
+    vec3 to = l.centre + l.half_a * (2 * aim.a - 1) + l.half_b * (2 * aim.b - 1) - at;
+    double distance = length(to);
+    *direction = to * (1 / distance);
+    *through = 0;
+    double facing = dot(n, *direction);
+    double lit = facing > 0 ? facing : -facing * m.backlight;
+    double shines = -dot(normalised(cross(l.half_a, l.half_b)), *direction);
+    if (shines <= 0 || lit <= 0) return {0, 0, 0};
+    // light from the other side starts there
+    ray r = {at + n * (facing > 0 ? off : -off), *direction};
+    *through = tree_light_through(*p.t->tree, r, 1e-6, distance - 2 * off);
+    if (facing <= 0) *through *= 1;
+    return l.color * (lit * shines * *through * (l.reach * l.reach) / (distance * distance));
+}
+
+vec3 sky_light(path* p, vec3 at, vec3 n, double off) {
+    const scene& s = *p->t->of;
+    point2 aim = next_point(p);
+    vec3 a, b;
+    tangents(n, &a, &b);
+    double radius = std::sqrt(aim.a), turn = 2 * PI * aim.b;
+    vec3 d = a * (radius * std::cos(turn)) + b * (radius * std::sin(turn)) + n * std::sqrt(1 - aim.a);
+    double open = tree_light_through(*p->t->tree, {at + n * off, d}, 1e-6, s.sky_reach);
+    return toward_sky(s, d) * mix(s.bounce, 1, open);
+}
+
+// The surface's unevenness tilts the normal.
+vec3 uneven(const material& m, const hit& h, vec3 n) {
+    vec3 p = h.local * (1 / m.bump_size);
+    constexpr double E = 0.02;
+    double here = layered_noise3(p, 3);
+    vec3 slope = {layered_noise3(p + vec3{E, 0, 0}, 3) - here, layered_noise3(p + vec3{0, E, 0}, 3) - here,
+                  layered_noise3(p + vec3{0, 0, E}, 3) - here};
+    slope = to_world(h.object->axes, slope) * (m.bump / E);
+    return normalised(n - (slope - n * dot(slope, n)));
+}
+
+fragment* fragment_of(pixel_result* out, int pen, int layer) {
+    for (fragment& f : out->fragments) {
+        if (f.pen == pen && f.layer == layer) return &f;
+    }
+    out->fragments.push_back({pen, layer, 0, {}, {}, 0, 0, 0, 1e30F});
+    return &out->fragments.back();
+}
+
+void add_to_fragment(path* p, const hit& h, int pen, bool indirect, double share, vec3 light, vec3 n, double way) {
+    fragment* f = fragment_of(p->out, pen, indirect ? 1 : 0);
+    f->weight += static_cast<float>(share);
+    f->light[0] += static_cast<float>(share * light.x);
+    f->light[1] += static_cast<float>(share * light.y);
+    f->light[2] += static_cast<float>(share * light.z);
+    if (static_cast<float>(p->centre_gap) >= f->centre_gap) return;
+    f->centre_gap = static_cast<float>(p->centre_gap);
+    f->normal[0] = static_cast<float>(n.x);
+    f->normal[1] = static_cast<float>(n.y);
+    f->normal[2] = static_cast<float>(n.z);
+    f->depth = static_cast<float>(way);
+    if (h.object->uv == uv_kind::none) return;
+    double u, v;
+    shape_uv(*h.object, h.local, h.local_normal, &u, &v);
+    f->u = static_cast<float>(fraction(u));
+    f->v = static_cast<float>(fraction(v));
+}
+
+void add_plain(path* p, vec3 look, double share) {
+    auto limited = [share](double x) { return std::clamp(x * share, 0.0, 1.0); };
+    p->out->plain = p->out->plain + vec3{limited(look.x), limited(look.y), limited(look.z)};
+}
+
+// Light on the surface; its highlights go to what carries no pen.
+vec3 light_on(path* p, const hit& h, const material& m, vec3 n, vec3 view, double off, double share) {
+    vec3 light = m.glow;
+    for (const area_light& l : p->t->of->lights) {
+        vec3 direction;
+        double through;
+        light = light + lamp_light(*p, l, h.point, n, off, next_point(p), m, &direction, &through);
+        if (m.highlight <= 0 || through <= 0 || dot(n, direction) <= 0) continue;
+        double close = std::max(dot(n, normalised(direction - view)), 0.0);
+        add_plain(p, l.color, share * m.highlight * through * std::pow(close, m.gloss));
+    }
+    return light + sky_light(p, h.point, n, off);
+}
+
+// The nearest lamp that a ray looks into; null for none before `distance`.
+const area_light* lamp_ahead(const scene& s, const ray& r, bool direct, double distance) {
+    const area_light* found = nullptr;
+    for (const area_light& l : s.lights) {
+        vec3 n = cross(l.half_a, l.half_b);
+        double slant = dot(n, r.direction);
+        if ((direct && !l.seen) || dot(l.look, l.look) <= 0 || slant >= 0) continue;
+        double t = dot(n, l.centre - r.origin) / slant;
+        vec3 p = r.origin + r.direction * t - l.centre;
+        bool within = std::fabs(dot(p, l.half_a)) <= dot(l.half_a, l.half_a) &&
+                      std::fabs(dot(p, l.half_b)) <= dot(l.half_b, l.half_b);
+        if (t <= 0 || t >= distance || !within) continue;
+        distance = t;
+        found = &l;
+    }
+    return found;
+}
+
+// The direction into or out of a clear solid; false when all light is thrown back.
+bool bent(vec3 direction, vec3 n, double ratio, vec3* out) {
+    double c = -dot(n, direction);
+    double k = 1 - ratio * ratio * (1 - c * c);
+    if (k < 0) return false;
+    *out = normalised(direction * ratio + n * (ratio * c - std::sqrt(k)));
+    return true;
+}
+
+seen follow(path* p, const ray& r, double share, int depth, bool indirect, double way);
+
+void go_on_through(path* p, const hit& h, const ray& r, const material& m, vec3 n, bool outside, double share,
+                   int depth, bool indirect, double way) {
+    vec3 direction = r.direction;
+    double off = START * 0.2 * way;
+    bool passes = m.refraction <= 1 || bent(r.direction, n, outside ? 1 / m.refraction : m.refraction, &direction);
+    if (!passes) direction = reflected(r.direction, n);
+    follow(p, {h.point + n * (passes ? -off : off), direction}, share, depth + 1, indirect, way);
+}
+
+seen follow(path* p, const ray& r, double share, int depth, bool indirect, double way) {
+    const scene& s = *p->t->of;
+    hit h;
+    bool met = tree_first_hit(*p->t->tree, r, 1e-6, !indirect, &h);
+    const area_light* lamp = lamp_ahead(s, r, !indirect, met ? h.distance : 1e30);
+    if (lamp != nullptr) {
+        add_plain(p, lamp->look, share);
+        return {-2, {}, true};
+    }
+    if (!met) {
+        add_plain(p, s.surroundings(s, r.direction, indirect), share);
+        return {-1, {}, true};
+    }
+    const material& m = s.materials[static_cast<size_t>(h.object->material)];
+    way += h.distance;
+    if (m.pen < 0) {
+        add_plain(p, m.glow, share * m.opacity);
+        if (m.opacity < 1 && depth < DEEPEST) {
+            double off = START * way;
+            follow(p, {h.point + r.direction * off, r.direction}, share * (1 - m.opacity), depth + 1, indirect, way);
+        }
+        return {h.object->id, h.normal, m.opacity >= 1};
+    }
+    bool outside = dot(h.normal, r.direction) < 0;
+    vec3 n = outside ? h.normal : -h.normal;
+    vec3 flat = n;
+    if (m.bump > 0) n = uneven(m, h, n);
+    double grazing = std::pow(1 - std::clamp(-dot(n, r.direction), 0.0, 1.0), 5);
+    double thrown_back = m.mirror > 0 ? m.mirror + (1 - m.mirror) * grazing * 0.9 : 0;
+    if (depth >= DEEPEST) thrown_back = 0;
+    double off = START * 0.3 * way;
+    double own = share * (1 - thrown_back) * m.opacity;
+    if (own > FAINT / 4) {
+        vec3 light = light_on(p, h, m, n, r.direction, off, share);
+        add_to_fragment(p, h, m.pen, indirect, own, light, flat, way);
+    }
+    if (share * thrown_back > FAINT) {
+        vec3 mirrored = reflected(r.direction, n);
+        if (dot(mirrored, flat) < 0) mirrored = reflected(mirrored, flat);
+        follow(p, {h.point + flat * off, mirrored}, share * thrown_back, depth + 1, true, way);
+    }
+    double passed = share * (1 - thrown_back) * (1 - m.opacity);
+    if (passed > FAINT && depth < DEEPEST) go_on_through(p, h, r, m, flat, outside, passed, depth, indirect, way);
+    return {h.object->id, flat, m.mirror <= 0 && m.opacity >= 1};
+}
+
+// Whether the first few samples saw the same smooth stretch of one dull surface.
+bool all_alike(const seen* s, int count) {
+    for (int i = 0; i < count; i++) {
+        if (!s[i].plain || s[i].object != s[0].object) return false;
+        if (s[0].object >= 0 && dot(s[i].normal, s[0].normal) < 0.95) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+void tracer_init(tracer* t, const scene* s, const ray_tree* tree, int width, int height, uint32_t seed) {
+    t->of = s;
+    t->tree = tree;
+    t->seed = seed;
+    t->width = width;
+    t->height = height;
+    double half = std::tan(s->view.view_angle * PI / 360);
+    double aspect = static_cast<double>(width) / height;
+    // the 4:3 frame is always in view; other shapes show more
+    double half_height = aspect >= 4.0 / 3 ? half * 3 / 4 : half / aspect;
+    t->forward = normalised(s->view.target - s->view.position);
+    t->right = normalised(cross(t->forward, {0, 1, 0}));
+    t->up = cross(t->right, t->forward) * half_height;
+    t->right = t->right * (half_height * aspect);
+}
+
+void trace_pixel(const tracer& t, int x, int y, pixel_result* out) {
+    out->fragments.clear();
+    out->plain = {};
+    seen first[FEW_SAMPLES];
+    // neighbouring pixels take different stretches of one sequence, so that together they aim at all parts of a lamp
+    uint32_t tile = static_cast<uint32_t>((x & 3) * 4 + (y & 3)) * 7 % 16;
+    int taken = 0;
+    while (taken < SAMPLES) {
+        uint32_t key = static_cast<uint32_t>(x) * 0x1F123BB5u ^ static_cast<uint32_t>(y) * 0x5F356495u ^
+                       t.seed * 0x9E3779B9u ^ static_cast<uint32_t>(taken) * 0x68BC21EBu;
+        double dx = (CELLS[taken] % 4 + hash01(key)) / 4 - 0.5;
+        double dy = (CELLS[taken] / 4 + hash01(key + 1)) / 4 - 0.5; // NOLINT(bugprone-integer-division): the row
+        double px = (x + 0.5 + dx) / t.width * 2 - 1, py = 1 - (y + 0.5 + dy) / t.height * 2;
+        path p = {&t, out, tile * SAMPLES + static_cast<uint32_t>(taken), 0, dx * dx + dy * dy, 0};
+        ray r = {t.of->view.position, normalised(t.forward + t.right * px + t.up * py)};
+        seen s = follow(&p, r, 1, 0, false, 0);
+        if (taken < FEW_SAMPLES) first[taken] = s;
+        taken++;
+        if (taken == FEW_SAMPLES && all_alike(first, FEW_SAMPLES)) break;
+    }
+    for (fragment& f : out->fragments) {
+        for (float& l : f.light)
+            l /= std::max(f.weight, 1e-9F);
+        f.weight /= static_cast<float>(taken);
+    }
+    out->plain = out->plain * (1.0 / taken);
+}
