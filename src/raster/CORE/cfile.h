@@ -446,6 +446,10 @@ int rzl_put_tiles(CFILE* c, int channels, write_planes buffers, size_t pitch, in
 void rzl_getline_check(CFILE* c);
 int putline_error_check(CFILE* c);
 void rzl_gettile_check(CFILE* c);
+
+// False, with RZL_MODIFY_COMPRESSED, when a file that can be read back would have a line of varying size changed
+// anywhere but at its end.
+bool rzl_append_check(CFILE* c);
 int rzl_puttile_check(CFILE* c);
 
 // Resample the next line: squetch.cpp. Called by rzl_getline_generic under FLAG_SQUETCH.

@@ -130,14 +130,18 @@ int putline_error_check(CFILE* c) {
     return 0;
 }
 
+bool rzl_append_check(CFILE* c) {
+    bool can_read_back = c->mode == MODE_UPDATE || c->mode == MODE_WRITE_READ;
+    return !can_read_back || !lines_vary(c) || is_at_end(c);
+}
+
 int rzl_putline_generic(CFILE* c, int channels, write_planes buffers) {
     if (!handle_is_valid(c, "rzl_putline")) return 0;
     if (!is_writable(c)) {
         fail(c, RZL_NEEDS_WRITE, SOURCE, "rzl_putline");
         return 0;
     }
-    bool can_read_back = c->mode == MODE_UPDATE || c->mode == MODE_WRITE_READ;
-    if (can_read_back && lines_vary(c) && !is_at_end(c)) return 0;
+    if (!rzl_append_check(c)) return 0;
     if (!header_is_there(c)) return 0;
     if (c->line < 0 || c->line >= c->ysize) {
         fail(c, RZL_PAST_END, SOURCE, "rzl_putline");

@@ -10,6 +10,12 @@
 
 #include "raster/KRVN/krv.h"
 
+// First word of every line header.
+constexpr uint16_t KRV_LINE_MARK = 0x5900;
+
+// Line number of the held header once the file has no further piece; `lines_ended` of the record tells it for certain.
+constexpr uint16_t KRV_NO_MORE_LINES = 65535;
+
 // Bytes of a line header in the file.
 constexpr size_t KRV_LINE_HEADER_SIZE = 8;
 
@@ -51,6 +57,10 @@ int krv_skip_line(CFILE* c, int32_t target);
 // whether the file counts its lines from 0. With no whole header left the held line number becomes
 // KRV_NO_MORE_LINES and the result is false; that is no failure of the caller's operation.
 bool krv_read_line_header(CFILE* c, bool first);
+
+// Bytes of one stored line where all lines of the format have one size in an ordinary file (1 to 8, 28 with its pad
+// byte, 69); 0 where they have not.
+int64_t krv_fixed_line_size(const CFILE* c);
 
 // The module's code buffer, KRV_CODE_BUFFER_SIZE bytes, made at first use. Null without memory, with the status set.
 uint8_t* krv_code_buffer(CFILE* c);
