@@ -14,6 +14,7 @@ namespace {
 
 constexpr int GROUP = 32; // rows traced together
 constexpr int REACH = 3;  // pixels to each side that smoothing takes in
+constexpr int GUIDE_REACH = 3;
 
 struct traced_row {
     std::vector<uint32_t> first; // of each pixel's fragments, and one more
@@ -72,40 +73,63 @@ const fragment* same_surface(const traced_row& row, int32_t x, const fragment& f
     return nullptr;
 }
 
-// How far a neighbour tells of the light on f: little across bends, steps and the edges of shadows.
-double likeness(const fragment& f, const fragment& g, int distance_squared) {
+// How far two neighbours belong to the same smooth stretch: little across bends and steps.
+double alike(const fragment& f, const fragment& g) {
     double facing = f.normal[0] * g.normal[0] + f.normal[1] * g.normal[1] + f.normal[2] * g.normal[2];
     if (facing < 0.8 || std::fabs(f.depth - g.depth) > 0.05F * f.depth) return 0;
-    double differ = 0, bright = 0.08;
-    for (int c = 0; c < 3; c++) {
-        differ = std::max(differ, static_cast<double>(std::fabs(f.light[c] - g.light[c])));
-        bright = std::max(bright, static_cast<double>(f.light[c]));
-    }
-    differ /= 0.30 * bright;
-    double power = distance_squared / 9.0 + differ * differ + (1 - facing) * 40;
-    return power > 12 ? 0 : std::exp(-power) * std::min(g.weight * 4.0F, 1.0F);
+    return std::min(static_cast<double>(g.weight) * 4, 1.0) * std::max(1 - (1 - facing) * 6, 0.0);
 }
 
-void smooth_light(const work& w, int32_t x, int32_t y, const fragment& f, double* light) {
+// Little across the edges of shadows.
+double lit_alike(const fragment& f, const fragment& g) {
+    double differ = 0, bright = 0.10;
+    for (int c = 0; c < 3; c++) {
+        differ = std::max(differ, static_cast<double>(std::fabs(f.guide[c] - g.guide[c])));
+        bright = std::max(bright, static_cast<double>(std::max(f.guide[c], g.guide[c])));
+    }
+    differ /= 0.25 * bright;
+    return differ > 3 ? 0 : std::exp(-differ * differ);
+}
+
+// The mean of the light on a surface around a pixel, weighted by `likeness`.
+template <typename likeness_function>
+void mean_light(const work& w, int32_t x, int32_t y, const fragment& f, int reach, likeness_function likeness,
+                float* light) {
     double sum = 1e-6, total[3] = {f.light[0] * 1e-6, f.light[1] * 1e-6, f.light[2] * 1e-6};
-    for (int32_t j = std::max(y - REACH, 0); j <= std::min(y + REACH, w.height - 1); j++) {
+    for (int32_t j = std::max(y - reach, 0); j <= std::min(y + reach, w.height - 1); j++) {
         const traced_row& row = w.rows[static_cast<size_t>(j - w.base)];
-        for (int32_t i = std::max(x - REACH, 0); i <= std::min(x + REACH, w.width - 1); i++) {
+        for (int32_t i = std::max(x - reach, 0); i <= std::min(x + reach, w.width - 1); i++) {
             const fragment* g = same_surface(row, i, f);
             if (g == nullptr) continue;
-            double weight = likeness(f, *g, (i - x) * (i - x) + (j - y) * (j - y));
+            double weight = likeness(f, *g);
             sum += weight;
-            for (int c = 0; c < 3; c++)
-                total[c] += weight * static_cast<double>(g->light[c]);
+            for (int c = 0; c < 3; c++) total[c] += weight * static_cast<double>(g->light[c]);
         }
     }
-    for (int c = 0; c < 3; c++)
-        light[c] = total[c] / sum;
+    for (int c = 0; c < 3; c++) light[c] = static_cast<float>(total[c] / sum);
+}
+
+void guide_row(work* w, int32_t y) {
+    traced_row& row = w->rows[static_cast<size_t>(y - w->base)];
+    for (int32_t x = 0; x < w->width; x++) {
+        for (uint32_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
+            fragment& f = row.fragments[i];
+            mean_light(*w, x, y, f, GUIDE_REACH, alike, f.guide);
+        }
+    }
+}
+
+void smooth_light(const work& w, int32_t x, int32_t y, const fragment& f, float* light) {
+    auto likeness = [](const fragment& a, const fragment& b) {
+        double same = alike(a, b);
+        return same > 0 ? same * lit_alike(a, b) : 0.0;
+    };
+    mean_light(w, x, y, f, REACH, likeness, light);
 }
 
 // Light to brightness, 0 to 1: shadows are lifted as the eye lifts them, and full light fades out softly.
 double toned(double light, double exposure) {
-    return std::pow(1 - std::exp(-1.35 * exposure * std::max(light, 0.0)), 1 / 1.8);
+    return std::pow(1 - std::exp(-1.35 * exposure * std::max(light, 0.0)), 1 / 1.45);
 }
 
 uint8_t to_byte(double x) {
@@ -117,14 +141,14 @@ uint16_t to_uv(float x) {
 }
 
 pen_sample sample_of(const work& w, int32_t x, int32_t y, const fragment& f) {
-    double light[3];
+    float light[3];
     smooth_light(w, x, y, f, light);
     double full = 255.0 * static_cast<double>(std::min(f.weight, 1.0F)), exposure = w.of->exposure;
     pen_sample s = {x,
                     static_cast<uint8_t>(f.pen),
-                    to_byte(full * toned(light[0], exposure)),
-                    to_byte(full * toned(light[1], exposure)),
-                    to_byte(full * toned(light[2], exposure)),
+                    to_byte(full * toned(static_cast<double>(light[0]), exposure)),
+                    to_byte(full * toned(static_cast<double>(light[1]), exposure)),
+                    to_byte(full * toned(static_cast<double>(light[2]), exposure)),
                     0,
                     0};
     if (w.of->pens[static_cast<size_t>(f.pen)].has_uv) {
@@ -170,15 +194,19 @@ bool picture_render(const scene& s, int32_t width, int32_t height, uint32_t seed
     tree_build(&tree, &s);
     work w = {&s, {}, width, height, {}, 0};
     tracer_init(&w.t, &s, &tree, width, height, seed);
-    int32_t finished = 0;
-    for (int32_t traced = 0; traced < height;) {
+    int32_t traced = 0, guided = 0, finished = 0;
+    while (finished < height) {
         int32_t until = std::min(traced + GROUP, height);
         w.rows.resize(static_cast<size_t>(until - w.base));
-        in_parallel(until - traced,
-                    [&](int i) { trace_row(w, traced + i, &w.rows[static_cast<size_t>(traced + i - w.base)]); });
+        in_parallel(until - traced, [&](int i) {
+            trace_row(w, traced + i, &w.rows[static_cast<size_t>(traced + i - w.base)]);
+        });
         traced = until;
         // the last rows wait for those below them
-        int32_t ready = traced == height ? height : traced - REACH;
+        int32_t guide_until = traced == height ? height : traced - GUIDE_REACH;
+        in_parallel(guide_until - guided, [&](int i) { guide_row(&w, guided + i); });
+        guided = guide_until;
+        int32_t ready = traced == height ? height : guided - REACH;
         if (!finish_group(w, finished, ready, action, user)) return false;
         finished = ready;
         while (w.base < finished - REACH) {

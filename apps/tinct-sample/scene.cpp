@@ -138,7 +138,7 @@ double curve(double p0, double p1, double p2, double p3, double t) {
 }
 
 std::vector<lathe_point> curve_through(const std::vector<lathe_point>& p) {
-    constexpr int PIECES = 6;
+    constexpr int PIECES = 4;
     std::vector<lathe_point> out;
     for (size_t i = 0; i + 1 < p.size(); i++) {
         const lathe_point& a = p[i > 0 ? i - 1 : 0];

@@ -138,9 +138,14 @@ bool meets_piece(const profile_point& p0, const profile_point& p1, vec3 o, vec3 
 bool meets_lathe(const shape& s, vec3 o, vec3 d, double nearest, double* distance, hit* h) {
     double enter = nearest, leave = *distance;
     if (!box_span(s.local, o, d, &enter, &leave)) return false;
+    // only pieces at heights that the ray passes within the box can be met
+    double y0 = o.y + d.y * enter, y1 = o.y + d.y * leave;
+    double low = std::min(y0, y1) - 1e-9, high = std::max(y0, y1) + 1e-9;
     bool met = false;
     for (size_t i = 0; i + 1 < s.profile.size(); i++) {
-        met |= meets_piece(s.profile[i], s.profile[i + 1], o, d, nearest, distance, h);
+        const profile_point &p0 = s.profile[i], &p1 = s.profile[i + 1];
+        if ((p0.height < low && p1.height < low) || (p0.height > high && p1.height > high)) continue;
+        met |= meets_piece(p0, p1, o, d, nearest, distance, h);
     }
     return met;
 }

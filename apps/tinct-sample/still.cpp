@@ -27,12 +27,17 @@ double thin_box(vec3 p, vec3 half, double round) {
 // z of the edge.
 double distance_cloth(const shape& s, vec3 p) {
     double half_width = s.params[0], depth = s.params[1], drop = s.params[2], edge = s.params[3];
-    double crease = 0.018 * std::sin(p.x * 1.9 + 0.6 * p.z) + 0.012 * std::sin(p.z * 2.3 - 1.1 * p.x);
-    double low = std::clamp(-p.y / drop, 0.0, 1.0);
-    double fold = low * (0.13 * std::sin(p.x * 2.6 + 0.7) + 0.06 * std::sin(p.x * 6.1));
-    double on_top = thin_box(p - vec3{0, 0.03 + crease, edge - depth / 2}, {half_width, 0.004, depth / 2}, 0.016);
-    double hanging =
-        thin_box(p - vec3{0, -drop / 2, edge + 0.05 + fold}, {half_width + 0.06 * low, drop / 2, 0.004}, 0.016);
+    double on_top = 1e9, hanging = 1e9;
+    if (p.z < edge + 0.3) {
+        double crease = 0.018 * std::sin(p.x * 1.9 + 0.6 * p.z) + 0.012 * std::sin(p.z * 2.3 - 1.1 * p.x);
+        on_top = thin_box(p - vec3{0, 0.03 + crease, edge - depth / 2}, {half_width, 0.004, depth / 2}, 0.016);
+    }
+    if (p.z > edge - 0.6) {
+        double low = std::clamp(-p.y / drop, 0.0, 1.0);
+        double fold = low * (0.13 * std::sin(p.x * 2.6 + 0.7) + 0.06 * std::sin(p.x * 6.1));
+        vec3 half = {half_width + 0.06 * low, drop / 2, 0.004};
+        hanging = thin_box(p - vec3{0, -drop / 2, edge + 0.05 + fold}, half, 0.016);
+    }
     return smallest_smooth(on_top, hanging, 0.12);
 }
 
@@ -244,10 +249,10 @@ void build_flowers(scene* s) {
 } // namespace
 
 void build_still(scene* s) {
-    s->view = {{0.7, 4.6, 15.5}, {0.15, 2.15, 0}, 43};
+    s->view = {{0.9, 5.6, 18.0}, {0.25, 2.35, 0}, 44};
     s->surroundings = dark_room;
-    s->sky = {0.42, 0.45, 0.50};
-    s->ground = {0.26, 0.23, 0.20};
+    s->sky = {0.30, 0.34, 0.40};
+    s->ground = {0.20, 0.17, 0.14};
     s->sky_reach = 6;
     s->bounce = 0.28;
     s->exposure = 1.0;
@@ -258,5 +263,5 @@ void build_still(scene* s) {
     build_candle(s);
     build_bread_and_cheese(s);
     build_flowers(s);
-    add_light(s, {-13, 10.5, 7.5}, {0, 1, 0}, 2.6, 3.4, {1.18, 1.08, 0.94}, {6, 6.2, 6.4});
+    add_light(s, {-12, 11.5, 9}, {0, 1, 0}, 2.0, 2.6, {2.1, 1.92, 1.66}, {6, 6.2, 6.4});
 }

@@ -8,9 +8,10 @@
 namespace {
 
 constexpr int SAMPLES = 16;    // of a pixel where surfaces meet
-constexpr int FEW_SAMPLES = 5; // of a pixel within one surface
+constexpr int FEW_SAMPLES = 4; // of a pixel within one surface
 constexpr int DEEPEST = 7;
-constexpr double FAINT = 0.004; // a share of a pixel that can't be seen
+constexpr double FAINT = 0.008; // a share of a pixel that can't be seen
+constexpr double WEAK_MIRROR = 0.05; // what is seen in it needs no soft edges
 constexpr double START = 1e-3;  // rays start this far off a surface, times its distance from the camera
 
 // The places of the samples in the pixel: one in each cell of a 4x4 grid, ordered so that the first few are spread out.
@@ -21,7 +22,7 @@ struct path {
     const tracer* t;
     pixel_result* out;
     uint32_t index; // of the sample, in the sequence of light points
-    uint32_t scramble;
+    point2 shift;   // of the pixel's points, so that neighbouring pixels together aim at all parts of a lamp
     double centre_gap;
     uint32_t dice; // counts the pairs of numbers taken
 };
@@ -34,7 +35,8 @@ struct seen {
 
 point2 next_point(path* p) {
     p->dice++;
-    return even_point(p->index, p->t->seed * 7919u + p->dice * 131u);
+    point2 e = even_point(p->index, p->t->seed * 7919u + p->dice * 131u);
+    return {fraction(e.a + p->shift.a), fraction(e.b + p->shift.b)};
 }
 
 vec3 toward_sky(const scene& s, vec3 direction) {
@@ -52,11 +54,12 @@ vec3 lamp_light(const path& p, const area_light& l, vec3 at, vec3 n, double off,
     double lit = facing > 0 ? facing : -facing * m.backlight;
     double shines = -dot(normalised(cross(l.half_a, l.half_b)), *direction);
     if (shines <= 0 || lit <= 0) return {0, 0, 0};
+    double strength = lit * shines * (l.reach * l.reach) / (distance * distance);
+    if (strength * std::max({l.color.x, l.color.y, l.color.z}) < 0.003) return {0, 0, 0};
     // light from the other side starts there
     ray r = {at + n * (facing > 0 ? off : -off), *direction};
     *through = tree_light_through(*p.t->tree, r, 1e-6, distance - 2 * off);
-    if (facing <= 0) *through *= 1;
-    return l.color * (lit * shines * *through * (l.reach * l.reach) / (distance * distance));
+    return l.color * (strength * *through);
 }
 
 vec3 sky_light(path* p, vec3 at, vec3 n, double off) {
@@ -74,9 +77,9 @@ vec3 sky_light(path* p, vec3 at, vec3 n, double off) {
 vec3 uneven(const material& m, const hit& h, vec3 n) {
     vec3 p = h.local * (1 / m.bump_size);
     constexpr double E = 0.02;
-    double here = layered_noise3(p, 3);
-    vec3 slope = {layered_noise3(p + vec3{E, 0, 0}, 3) - here, layered_noise3(p + vec3{0, E, 0}, 3) - here,
-                  layered_noise3(p + vec3{0, 0, E}, 3) - here};
+    double here = layered_noise3(p, 2);
+    vec3 slope = {layered_noise3(p + vec3{E, 0, 0}, 2) - here, layered_noise3(p + vec3{0, E, 0}, 2) - here,
+                  layered_noise3(p + vec3{0, 0, E}, 2) - here};
     slope = to_world(h.object->axes, slope) * (m.bump / E);
     return normalised(n - (slope - n * dot(slope, n)));
 }
@@ -85,7 +88,7 @@ fragment* fragment_of(pixel_result* out, int pen, int layer) {
     for (fragment& f : out->fragments) {
         if (f.pen == pen && f.layer == layer) return &f;
     }
-    out->fragments.push_back({pen, layer, 0, {}, {}, 0, 0, 0, 1e30F});
+    out->fragments.push_back({pen, layer, 0, {}, {}, {}, 0, 0, 0, 1e30F});
     return &out->fragments.back();
 }
 
@@ -156,13 +159,13 @@ bool bent(vec3 direction, vec3 n, double ratio, vec3* out) {
 
 seen follow(path* p, const ray& r, double share, int depth, bool indirect, double way);
 
-void go_on_through(path* p, const hit& h, const ray& r, const material& m, vec3 n, bool outside, double share,
+seen go_on_through(path* p, const hit& h, const ray& r, const material& m, vec3 n, bool outside, double share,
                    int depth, bool indirect, double way) {
     vec3 direction = r.direction;
     double off = START * 0.2 * way;
     bool passes = m.refraction <= 1 || bent(r.direction, n, outside ? 1 / m.refraction : m.refraction, &direction);
     if (!passes) direction = reflected(r.direction, n);
-    follow(p, {h.point + n * (passes ? -off : off), direction}, share, depth + 1, indirect, way);
+    return follow(p, {h.point + n * (passes ? -off : off), direction}, share, depth + 1, indirect, way);
 }
 
 seen follow(path* p, const ray& r, double share, int depth, bool indirect, double way) {
@@ -197,7 +200,7 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
     if (depth >= DEEPEST) thrown_back = 0;
     double off = START * 0.3 * way;
     double own = share * (1 - thrown_back) * m.opacity;
-    if (own > FAINT / 4) {
+    if (own > FAINT / 8) {
         vec3 light = light_on(p, h, m, n, r.direction, off, share);
         add_to_fragment(p, h, m.pen, indirect, own, light, flat, way);
     }
@@ -207,8 +210,13 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
         follow(p, {h.point + flat * off, mirrored}, share * thrown_back, depth + 1, true, way);
     }
     double passed = share * (1 - thrown_back) * (1 - m.opacity);
-    if (passed > FAINT && depth < DEEPEST) go_on_through(p, h, r, m, flat, outside, passed, depth, indirect, way);
-    return {h.object->id, flat, m.mirror <= 0 && m.opacity >= 1};
+    seen result = {h.object->id, flat, m.mirror <= WEAK_MIRROR};
+    if (passed > FAINT && depth < DEEPEST) {
+        seen behind = go_on_through(p, h, r, m, flat, outside, passed, depth, indirect, way);
+        result.object = static_cast<int>(hash32(static_cast<uint32_t>(result.object * 977 + behind.object)) >> 1);
+        result.plain = result.plain && behind.plain;
+    }
+    return result;
 }
 
 // Whether the first few samples saw the same smooth stretch of one dull surface.
@@ -242,8 +250,8 @@ void trace_pixel(const tracer& t, int x, int y, pixel_result* out) {
     out->fragments.clear();
     out->plain = {};
     seen first[FEW_SAMPLES];
-    // neighbouring pixels take different stretches of one sequence, so that together they aim at all parts of a lamp
-    uint32_t tile = static_cast<uint32_t>((x & 3) * 4 + (y & 3)) * 7 % 16;
+    point2 shift = {fraction(0.7548776662466927 * x + 0.5698402909980532 * y),
+                    hash01(static_cast<uint32_t>(x) * 0x2545F491u ^ static_cast<uint32_t>(y) * 0x9E3779B1u)};
     int taken = 0;
     while (taken < SAMPLES) {
         uint32_t key = static_cast<uint32_t>(x) * 0x1F123BB5u ^ static_cast<uint32_t>(y) * 0x5F356495u ^
@@ -251,7 +259,7 @@ void trace_pixel(const tracer& t, int x, int y, pixel_result* out) {
         double dx = (CELLS[taken] % 4 + hash01(key)) / 4 - 0.5;
         double dy = (CELLS[taken] / 4 + hash01(key + 1)) / 4 - 0.5; // NOLINT(bugprone-integer-division): the row
         double px = (x + 0.5 + dx) / t.width * 2 - 1, py = 1 - (y + 0.5 + dy) / t.height * 2;
-        path p = {&t, out, tile * SAMPLES + static_cast<uint32_t>(taken), 0, dx * dx + dy * dy, 0};
+        path p = {&t, out, static_cast<uint32_t>(taken), shift, dx * dx + dy * dy, 0};
         ray r = {t.of->view.position, normalised(t.forward + t.right * px + t.up * py)};
         seen s = follow(&p, r, 1, 0, false, 0);
         if (taken < FEW_SAMPLES) first[taken] = s;

@@ -1,0 +1,322 @@
+// Detection in its order, creating and closing, the choice of a standard, and sweeps over planned failures.
+#include <cstring>
+
+#include "platform/files.h"
+#include "raster/CORE/detect.h"
+#include "raster/core_fixture.h"
+
+namespace {
+
+class Open : public CoreTest {
+protected:
+    // What detection says of a file of these bytes under this name.
+    int32_t detected(bytes_of_file bytes, const char* name = "/x/picture") {
+        rzl_memfile record = {bytes.data(), static_cast<int32_t>(bytes.size()), 0, 0, 0, 0};
+        CFILE* c = noting_handle(MODE_READ, &record);
+        int32_t standard = detected_standard(c, name);
+        rzl_close(c);
+        return standard;
+    }
+    int32_t detected(const std::string& text, const char* name = "/x/picture") {
+        return detected(bytes_of(text), name);
+    }
+};
+
+std::string with_zeros(std::string text, size_t size = 600) {
+    text.resize(size, '\0');
+    return text;
+}
+
+// A data record file whose second record bears the name.
+std::string record_file(const char* name, size_t size = 1024) {
+    std::string text(size, ' ');
+    text.replace(0, 10, "001002L   ");
+    text.replace(100, 5, "00500");
+    text.replace(112, 5, "00050");
+    text.replace(150, 5, name);
+    return text;
+}
+
+std::string usgs_file() {
+    std::string text(1200, ' ');
+    auto put = [&](size_t at, const char* value) { text.replace(at, std::strlen(value), value); };
+    put(141, "  1");
+    put(144, "   100");
+    put(150, "   300");
+    put(156, "  1");
+    put(159, "  0");
+    put(162, "  0");
+    put(165, " 0");
+    put(167, " 1");
+    put(169, " 1");
+    put(171, "                 1.5    ");
+    put(195, "  0");
+    put(204, "  0");
+    return text;
+}
+
+TEST_F(Open, FormatsAreFoundFromTheirFirstBytes) {
+    using namespace std::string_literals;
+    struct row {
+        std::string bytes;
+        int32_t standard;
+    };
+    const row rows[] = {
+        {with_zeros("\x08\x09\xFE\x01"s), RZL_STANDARD_KRVN},
+        {with_zeros("\x08\x09\xFE\x02"s), RZL_STANDARD_KRVN},
+        {"\0\0\xFE\0\x02\0\x01\0"s, RZL_STANDARD_KRVN},
+        {with_zeros("\x08\x09\xFF\x01"s), DETECTED_NOTHING},
+        {with_zeros("\x08\x09\xFE\xFF"s), DETECTED_NOTHING}, // the word count plus 2 is 0
+        {with_zeros("\x07\x09\xFE\x01"s), DETECTED_NOTHING},
+        {"\0\0\xFE"s, DETECTED_NOTHING}, // only with a zero that is not there
+        {"II*\0"s, RZL_STANDARD_TIFF},
+        {"MM"s, RZL_STANDARD_TIFF},
+        {"GIF87a"s, RZL_STANDARD_GIF},
+        {"GIF89a"s, RZL_STANDARD_GIF},
+        {"GIF88a"s, DETECTED_NOTHING},
+        {"BM"s, RZL_STANDARD_BMP},
+        {"Raster!"s, RZL_STANDARD_KRVN},
+        {"\xFF\xD8\xFF\xE0\0\x10JFIF"s, RZL_STANDARD_JFIF},
+        {"\xC5\xD0\xD3\xC6"s, RZL_STANDARD_TIFF},
+        {"SUPERT!"s, DETECTED_CATALOG},
+        {"P6 1 1 255"s, RZL_STANDARD_PNM},
+        {"P7"s, DETECTED_NOTHING},
+        {"\x59\xA6\x6A\x95"s, RZL_STANDARD_SUN},
+        {"\x95\x6A\xA6\x59"s, RZL_STANDARD_SUN},
+        {record_file("IMG01"), RZL_STANDARD_ADRG},
+        {record_file("LEG  "), RZL_STANDARD_ADRG},
+        {record_file("IMG02"), RZL_STANDARD_ASRP},
+        {record_file("XYZ  "), DETECTED_NOTHING},
+        {record_file("IMG01", 1023), DETECTED_NOTHING},
+        {"CADC/KR RST"s, RZL_STANDARD_HRF},
+        {"\x0A\x05\x01\x08"s, RZL_STANDARD_PCX},
+        {"\x0A\x01\x01\x08"s, DETECTED_NOTHING},
+        {"FONT"s, RZL_STANDARD_SYM},
+        {"\0\0\x01\0\x01\0\x20\x20\x10\0\0\0\0\0"s, RZL_STANDARD_ICO},
+        {"\0\0\x01\0\x01\0\x20\x20\x10\0\0\0"s, DETECTED_NOTHING}, // the zeros at the end are not there
+        {"srcdocid:"s, RZL_STANDARD_CALS},
+        {"specversion:"s, RZL_STANDARD_CALS},
+        {"\xA0"s, RZL_STANDARD_CALS},
+        {"NITF02.00"s, RZL_STANDARD_NITF},
+        {"NITF02-00"s, DETECTED_NOTHING},
+        {"/* a */\n#define a_width 8\n#define a_height 4\nstatic char a_bits[] = {"s, RZL_STANDARD_XBM},
+        {"#define a_width 8\nint x[] = {\n#define a_height 4\n"s, DETECTED_NOTHING},
+        {std::string(4096, ' ') + "#define a_width 8\n#define a_height 4\n", DETECTED_NOTHING},
+        {usgs_file(), RZL_STANDARD_USGS},
+        {usgs_file().substr(0, 399), DETECTED_NOTHING},
+        {usgs_file().replace(144, 6, "     0"), DETECTED_NOTHING},
+        {"????"s + "\0\0\0\0\0\0\0\0\x1A\x1AUds\x82\x43J"s + std::string(328, '\0'), RZL_STANDARD_VRLC},
+        {with_zeros("\0\0\x02"s, 18), RZL_STANDARD_TARGA},
+        {with_zeros("\0\0\x02"s, 17), DETECTED_NOTHING},
+        {with_zeros("\0\0\x04"s, 18), DETECTED_NOTHING},
+        {""s, DETECTED_NOTHING},
+        {with_zeros(""s), DETECTED_NOTHING},
+    };
+    for (const row& r : rows)
+        EXPECT_EQ(detected(r.bytes), r.standard) << testing::PrintToString(r.bytes.substr(0, 20));
+}
+
+TEST_F(Open, NamesOfASetComeBeforeLooserTests) {
+    EXPECT_EQ(detected("P5", "/x/ar.mrg"), DETECTED_COMPANION);
+    EXPECT_EQ(detected("P5", "a3.MRG"), RZL_STANDARD_PNM) << "6 characters";
+    EXPECT_EQ(detected("P5", "ab3.MRG"), DETECTED_COMPANION);
+    EXPECT_EQ(detected("P5", "ar.mrg"), RZL_STANDARD_PNM);
+    EXPECT_EQ(detected("P5", "maph.mrg"), RZL_STANDARD_MRG);
+    EXPECT_EQ(detected("P5", "map241.MRG"), RZL_STANDARD_MRG);
+    EXPECT_EQ(detected("BM", "map241.MRG"), RZL_STANDARD_BMP) << "first bytes come first";
+    EXPECT_EQ(detected("??", nullptr), DETECTED_NOTHING);
+}
+
+TEST_F(Open, WhatNoModuleReadsIsAnsweredAsUnknown) {
+    for (const char* text : {"", "?", "II*", "BM", "SUPERT!", "P6 1 1 255 abc"}) {
+        write_bytes(path("unknown"), bytes_of(text));
+        EXPECT_EQ(rzl_open_r(path("unknown").c_str()), nullptr) << text;
+        EXPECT_EQ(library_status(), RZL_READ_FAILED) << text;
+        EXPECT_EQ(rzl_open_rw(path("unknown").c_str()), nullptr) << text;
+        EXPECT_EQ(library_status(), RZL_READ_FAILED) << text;
+        EXPECT_EQ(read_bytes(path("unknown")), bytes_of(text));
+    }
+    write_bytes(path("set_r.mrg"), bytes_of("P6"));
+    EXPECT_EQ(rzl_open_r(path("set_r.mrg").c_str()), nullptr);
+    EXPECT_EQ(library_status(), 0u) << "a companion is refused without a word";
+    EXPECT_EQ(rzl_open_r(path("missing").c_str()), nullptr);
+    EXPECT_EQ(library_status(), RZL_CANNOT_OPEN);
+    EXPECT_EQ(rzl_open_rw(path("missing").c_str()), nullptr);
+    EXPECT_FALSE(std::filesystem::exists(path("missing")));
+    EXPECT_EQ(rzl_open_r(directory.c_str()), nullptr);
+    EXPECT_EQ(library_status(), RZL_CANNOT_OPEN);
+}
+
+TEST_F(Open, CatalogIsNotTruncated) {
+    bytes_of_file catalog = bytes_of("SUPERT! and all its members");
+    write_bytes(path("catalog"), catalog);
+    for (auto open : {rzl_open_w, rzl_open_wr}) {
+        EXPECT_EQ(open(path("catalog").c_str()), nullptr);
+        EXPECT_EQ(library_status(), RZL_CANNOT_OPEN);
+    }
+    EXPECT_EQ(read_bytes(path("catalog")), catalog);
+}
+
+TEST_F(Open, ModesOfCreatedAndOpenedFiles) {
+    CFILE* c = rzl_open_wr(path("new").c_str());
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(c->mode, MODE_WRITE_READ);
+    EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_KRVN);
+    EXPECT_EQ(field_of(c, RZL_FIELD_FLAG_404), 1);
+    rzl_close(c);
+    EXPECT_EQ(rzl_open_w(path("no/such/directory").c_str()), nullptr);
+    EXPECT_EQ(library_status(), RZL_CANNOT_OPEN);
+
+    ASSERT_EQ(write_picture(path("p").c_str(), RZL_FORMAT_BYTE, 20, 5, 1), 0u);
+    c = rzl_open_rw(path("p").c_str());
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(c->mode, MODE_UPDATE);
+    EXPECT_TRUE(has_flag(c, FLAG_HEADER_EXISTS));
+    EXPECT_EQ(c->mapping, nullptr);
+    rzl_close(c);
+    c = rzl_open_r(path("p").c_str());
+    ASSERT_NE(c, nullptr);
+    EXPECT_NE(c->mapping, nullptr);
+    EXPECT_EQ(c->format, RZL_FORMAT_BYTE);
+    rzl_close(c);
+    EXPECT_EQ(library_status(), 0u);
+}
+
+TEST_F(Open, StandardIsFreeUntilTheHeaderStands) {
+    CFILE* c = rzl_open_wr(path("std").c_str());
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(set_field_to(c, RZL_FIELD_XSIZE, 8), 0);
+    void* spec = c->spec;
+    EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, RZL_STANDARD_KRVN), 0);
+    EXPECT_EQ(c->spec, spec) << "the one in force changes nothing";
+    for (int32_t id : {int32_t{RZL_STANDARD_TIFF}, 7, 23, INT32_MAX}) {
+        EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, id), 0) << id;
+        EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_KRVN) << id;
+    }
+    ::setenv("RZL_STANDARD", "1", 1);
+    EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, -1), 0);
+    ::unsetenv("RZL_STANDARD");
+    EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_KRVN);
+    EXPECT_EQ(set_field_to(c, RZL_FIELD_YSIZE, 2), 0);
+    EXPECT_EQ(rzl_write_header(c), 0);
+    spec = c->spec;
+    EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, RZL_STANDARD_TIFF), 0);
+    EXPECT_EQ(set_field_to(c, RZL_FIELD_XSIZE, 4000), 0);
+    EXPECT_EQ(c->spec, spec);
+    EXPECT_EQ(field_of(c, RZL_FIELD_XSIZE), 8) << "passed over: the header tells 8";
+    rzl_close(c);
+
+    int create = -1;
+    int read = -1;
+    EXPECT_EQ(rzl_standard_support(RZL_STANDARD_KRVN, &create, &read), 0);
+    EXPECT_TRUE(create == 1 && read == 1);
+    EXPECT_EQ(rzl_standard_support(RZL_STANDARD_MRG, &create, &read), 0);
+    EXPECT_TRUE(create == 0 && read == 0);
+    EXPECT_EQ(rzl_standard_support(7, &create, &read), 1);
+    EXPECT_STREQ(rzl_standard_name(RZL_STANDARD_VRLC), "IGS");
+    EXPECT_STREQ(rzl_standard_name(RZL_STANDARD_USRP), "USRP");
+    EXPECT_EQ(rzl_standard_name(7), nullptr);
+    EXPECT_EQ(rzl_standard_name(-1), nullptr);
+    EXPECT_EQ(rzl_standard_name(23), nullptr);
+}
+
+TEST_F(Open, MemoryFilesNeedNoDisk) {
+    bytes_of_file block(20000);
+    auto* record = static_cast<rzl_memfile*>(std::calloc(1, sizeof(rzl_memfile)));
+    record->data = block.data();
+    record->length = static_cast<int32_t>(block.size());
+    char name[40];
+    ASSERT_EQ(rzl_memfile_name(record, name, sizeof name), 0);
+    ASSERT_EQ(write_picture(name, RZL_FORMAT_BYTE, 100, 50, 3), 0u);
+    EXPECT_EQ(record->data_start, 1024);
+    uint32_t status = 0;
+    EXPECT_TRUE(has_picture(name, 100, 50, 3, &status)) << status;
+    EXPECT_NE(write_picture(name, RZL_FORMAT_BYTE, 1000, 50, 3), 0u) << "what does not fit is told";
+    record->owned = 1; // the next close frees the record
+    CFILE* c = rzl_open_w(name);
+    ASSERT_NE(c, nullptr);
+    rzl_close(c);
+}
+
+TEST_F(Open, BadHandlesAreRefused) {
+    alignas(CFILE) static unsigned char garbage[sizeof(CFILE)];
+    auto* c = reinterpret_cast<CFILE*>(garbage);
+    int32_t value = 5;
+    for (CFILE* bad : {static_cast<CFILE*>(nullptr), c}) {
+        set_last_status(0);
+        EXPECT_EQ(rzl_finish(bad), RZL_BAD_CFILE);
+        EXPECT_EQ(library_status(), RZL_BAD_CFILE);
+        EXPECT_EQ(rzl_get_hdr_data(bad, RZL_FIELD_XSIZE, &value), 1);
+        EXPECT_EQ(rzl_set_hdr_data(bad, RZL_FIELD_XSIZE, &value), 1);
+        EXPECT_EQ(rzl_set_standard(bad, 0), 1);
+        EXPECT_EQ(rzl_write_header(bad), 1);
+        EXPECT_EQ(rzl_copy_data(bad, bad), 1);
+        EXPECT_EQ(rzl_set_active_image(bad, 0), 1);
+    }
+    EXPECT_EQ(value, 5);
+}
+
+// ---- sweeps
+// ---------------------------------------------------------------------------------------------------------
+
+bool is_memory_or_open(uint32_t status) {
+    return status == RZL_NO_MEMORY || status == RZL_CANNOT_OPEN;
+}
+
+TEST_F(Open, EveryFailingAllocationIsANamedFailure) {
+    std::string name = path("swept");
+    ASSERT_EQ(write_picture(name.c_str(), RZL_FORMAT_BYTE_RUNS, 70, 9, 5), 0u);
+    const bytes_of_file good = read_bytes(name);
+    for (mem_fail mode : {mem_fail::once, mem_fail::onward}) {
+        bool hit = true;
+        for (int n = 0; hit; ++n) {
+            write_bytes(name, good);
+            mem_fail_after(n, mode);
+            uint32_t status = 0;
+            bool read = has_picture(name.c_str(), 70, 9, 5, &status);
+            hit = mem_fail_stop();
+            EXPECT_TRUE(read || (hit && is_memory_or_open(status))) << n << " " << rzl_status_name(status);
+            EXPECT_EQ(mem_live(), live_before) << n;
+        }
+        hit = true;
+        for (int n = 0; hit; ++n) {
+            mem_fail_after(n, mode);
+            uint32_t status = write_picture(name.c_str(), RZL_FORMAT_BYTE_RUNS, 70, 9, 5);
+            hit = mem_fail_stop();
+            EXPECT_TRUE(status == 0 || (hit && is_memory_or_open(status))) << n << " " << rzl_status_name(status);
+            EXPECT_TRUE(status != 0 || read_bytes(name) == good) << n;
+            EXPECT_EQ(mem_live(), live_before) << n;
+        }
+    }
+}
+
+TEST_F(Open, EveryFailingTransferIsToldAtLatestByTheClose) {
+    std::string name = path("swept");
+    // Larger than a stream's buffer, so that some writes fail in the middle and some only at the close.
+    ASSERT_EQ(write_picture(name.c_str(), RZL_FORMAT_BYTE, 900, 30, 5), 0u);
+    const bytes_of_file good = read_bytes(name);
+    for (files_fail mode : {files_fail::once, files_fail::onward}) {
+        bool hit = true;
+        for (int n = 0; hit; ++n) {
+            files_fail_after(n, mode);
+            uint32_t status = write_picture(name.c_str(), RZL_FORMAT_BYTE, 900, 30, 5);
+            hit = files_fail_stop();
+            if (hit) {
+                EXPECT_NE(status, 0u) << n << ": a file with something missing must never pass for whole";
+            } else {
+                EXPECT_EQ(read_bytes(name), good);
+            }
+        }
+        hit = true;
+        for (int n = 0; hit; ++n) {
+            write_bytes(name, good);
+            files_fail_after(n, mode);
+            uint32_t status = 0;
+            bool read = has_picture(name.c_str(), 900, 30, 5, &status);
+            hit = files_fail_stop();
+            EXPECT_TRUE(read || (hit && status != 0)) << n << ": wrong pixels must come with a status";
+        }
+    }
+}
+
+} // namespace
