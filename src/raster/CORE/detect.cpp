@@ -282,8 +282,6 @@ CFILE* open_eps_preview(CFILE* c, const char* name) {
     return open_with_module(c, name, RZL_STANDARD_TIFF);
 }
 
-constexpr int32_t NO_STANDARD = -1; // no module of its own: `open` says what happens, or nothing opens it yet
-
 struct detection_row {
     bool (*test)(const probe* p);
     int32_t standard;
@@ -298,8 +296,8 @@ constexpr detection_row DETECTION[] = {
     {is_text_native, RZL_STANDARD_KRVN, open_text_native},
     {is_jfif, RZL_STANDARD_JFIF, nullptr},
     {is_eps, RZL_STANDARD_TIFF, open_eps_preview},
-    {is_catalog, NO_STANDARD, nullptr},
-    {is_mrg_companion, NO_STANDARD, refuse_companion},
+    {is_catalog, DETECTED_CATALOG, nullptr},
+    {is_mrg_companion, DETECTED_COMPANION, refuse_companion},
     {is_mrg, RZL_STANDARD_MRG, nullptr},
     {is_pnm, RZL_STANDARD_PNM, nullptr},
     {is_sun, RZL_STANDARD_SUN, nullptr},
@@ -317,16 +315,27 @@ constexpr detection_row DETECTION[] = {
     {is_targa, RZL_STANDARD_TARGA, nullptr},
 };
 
-} // namespace
-
-CFILE* detect_and_open(CFILE* c, const char* name) {
+// The row that recognises the file, or null.
+const detection_row* find_row(CFILE* c, const char* name) {
     probe p = {};
     p.c = c;
     p.name = name;
     if (io_seek(c, 0)) p.size = io_read(c, p.b, PROBE_SIZE);
     for (const detection_row& row : DETECTION) {
-        if (!row.test(&p)) continue;
-        return row.open != nullptr ? row.open(c, name) : open_with_module(c, name, row.standard);
+        if (row.test(&p)) return &row;
     }
-    return refuse_unknown(c, name);
+    return nullptr;
+}
+
+} // namespace
+
+CFILE* detect_and_open(CFILE* c, const char* name) {
+    const detection_row* row = find_row(c, name);
+    if (row == nullptr) return refuse_unknown(c, name);
+    return row->open != nullptr ? row->open(c, name) : open_with_module(c, name, row->standard);
+}
+
+int32_t detected_standard(CFILE* c, const char* name) {
+    const detection_row* row = find_row(c, name);
+    return row != nullptr ? row->standard : DETECTED_NOTHING;
 }

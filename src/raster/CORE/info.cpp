@@ -190,6 +190,14 @@ int set_samples_or_bits(CFILE* c, int32_t v, int32_t limit, int32_t* target) {
     return 0;
 }
 
+// A table entry is a byte, and a colour of the application has 16 bits.
+int set_vlt_bits(CFILE* c, const void* value) {
+    int32_t bits = take_i32(value);
+    if (bits < 0 || bits > 16) return refuse_field(c, RZL_BAD_FIELD_VALUE, "rzl_set_hdr_data");
+    c->vlt_bits = static_cast<uint32_t>(bits);
+    return call_module(c, RZL_FIELD_VLT_BITS, value);
+}
+
 int set_image_count(CFILE* c, int32_t count) {
     uint32_t before = c->flags;
     if (count > 1) set_flag(c, FLAG_MULTI_IMAGE, true);
@@ -234,7 +242,7 @@ int set_base_field(CFILE* c, int32_t field, const void* value) {
     case RZL_FIELD_YSIZE: return set_size(c, field, value, &c->ysize);
     case RZL_FIELD_TILE_WIDTH:
     case RZL_FIELD_TILE_HEIGHT: return set_tile_size(c, field, value);
-    case RZL_FIELD_VLT_BITS: c->vlt_bits = static_cast<uint32_t>(take_i32(value)); return call_module(c, field, value);
+    case RZL_FIELD_VLT_BITS: return set_vlt_bits(c, value);
     case RZL_FIELD_IMAGES: return set_image_count(c, take_i32(value));
     case RZL_FIELD_BOARD: return set_use_board(c, take_i32(value) != 0);
     case RZL_FIELD_BOARD_KEEP: return set_keep_tables(c, take_i32(value) != 0);

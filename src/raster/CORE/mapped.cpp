@@ -81,10 +81,9 @@ size_t bytes_in_view(const mapping_record* m) {
     return at < m->view_length ? m->view_length - at : 0;
 }
 
-void* close_and_free(mapping_record* m) {
+void free_mapping(mapping_record* m) {
     mem_free(m->view);
     mem_free(m);
-    return nullptr;
 }
 
 // A record for a handle of a file of `size` bytes. Null when there is no memory.
@@ -99,8 +98,9 @@ mapping_record* new_mapping(os_file file, int64_t size, bool writable) {
     m->file_size = size;
     m->writable = writable;
     m->file = file;
-    if (m->view == nullptr) close_and_free(m);
-    return m->view != nullptr ? m : nullptr;
+    if (m->view != nullptr) return m;
+    free_mapping(m);
+    return nullptr;
 }
 
 void* open_mapped(const char* name, const char* mode) {
@@ -129,7 +129,7 @@ int close_mapped(void* file) {
     mapping_record* m = mapping_of(file);
     bool kept = write_back(m) && !m->write_failed;
     bool closed = files_close(m->file);
-    close_and_free(m);
+    free_mapping(m);
     return kept && closed ? 0 : -1;
 }
 
@@ -279,7 +279,7 @@ void rzl_drop_mapping(CFILE* c) {
     c->mapping = nullptr;
     rzl_set_handle_slots(c);
     (void)files_seek(m->file, m->position, FILES_FROM_START);
-    close_and_free(m);
+    free_mapping(m);
     if (!kept) fail(c, RZL_WRITE_FAILED, SOURCE, "mmap failed");
 }
 

@@ -81,17 +81,18 @@ CFILE* open_with_format(const char* name, bool update) {
 }
 
 // A catalog of several files takes a new member at its end. Nothing here can write one yet, and truncating it would
-// lose the others. Only a plain file is looked into: to read from a device could wait for ever.
-bool is_existing_catalog(const char* name) {
+// lose the others, so a file that is a catalog, or can't be told from one, is not created anew. Only a plain file is
+// looked into: to read from a device could wait for ever.
+bool may_be_replaced(const char* name) {
     constexpr char MARK[] = "SUPERT!";
     constexpr size_t MARK_LENGTH = sizeof MARK - 1;
-    char head[16] = {};
-    if (files_size_of(name) < static_cast<int64_t>(MARK_LENGTH)) return false;
+    char head[MARK_LENGTH] = {};
+    if (files_size_of(name) < static_cast<int64_t>(MARK_LENGTH)) return true;
     file_stream* stream = stream_open(name, "rb");
-    if (stream == nullptr) return false;
-    (void)stream_read(head, 1, sizeof head, stream);
+    if (stream == nullptr) return true; // it may be writable all the same
+    size_t read = stream_read(head, 1, sizeof head, stream);
     (void)stream_close(stream);
-    return std::memcmp(head, MARK, MARK_LENGTH) == 0;
+    return read == MARK_LENGTH && std::memcmp(head, MARK, MARK_LENGTH) != 0;
 }
 
 // The file of a handle being created. False, with the status set, when it can't be had.
@@ -110,7 +111,7 @@ bool create_file(CFILE* c, const char* name) {
     rzl_set_stream_slots(c);
     if (name == nullptr) {
         c->file = stream_standard_output();
-    } else if (!is_existing_catalog(name)) {
+    } else if (may_be_replaced(name)) {
         c->file = stream_open(name, c->mode == MODE_WRITE_READ ? "w+b" : "wb");
     }
     if (c->file != nullptr) return true;
