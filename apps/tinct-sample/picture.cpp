@@ -103,10 +103,12 @@ void mean_light(const work& w, int32_t x, int32_t y, const fragment& f, int reac
             if (g == nullptr) continue;
             double weight = likeness(f, *g);
             sum += weight;
-            for (int c = 0; c < 3; c++) total[c] += weight * static_cast<double>(g->light[c]);
+            for (int c = 0; c < 3; c++)
+                total[c] += weight * static_cast<double>(g->light[c]);
         }
     }
-    for (int c = 0; c < 3; c++) light[c] = static_cast<float>(total[c] / sum);
+    for (int c = 0; c < 3; c++)
+        light[c] = static_cast<float>(total[c] / sum);
 }
 
 void guide_row(work* w, int32_t y) {
@@ -198,9 +200,8 @@ bool picture_render(const scene& s, int32_t width, int32_t height, uint32_t seed
     while (finished < height) {
         int32_t until = std::min(traced + GROUP, height);
         w.rows.resize(static_cast<size_t>(until - w.base));
-        in_parallel(until - traced, [&](int i) {
-            trace_row(w, traced + i, &w.rows[static_cast<size_t>(traced + i - w.base)]);
-        });
+        in_parallel(until - traced,
+                    [&](int i) { trace_row(w, traced + i, &w.rows[static_cast<size_t>(traced + i - w.base)]); });
         traced = until;
         // the last rows wait for those below them
         int32_t guide_until = traced == height ? height : traced - GUIDE_REACH;

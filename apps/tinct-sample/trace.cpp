@@ -10,9 +10,9 @@ namespace {
 constexpr int SAMPLES = 16;    // of a pixel where surfaces meet
 constexpr int FEW_SAMPLES = 4; // of a pixel within one surface
 constexpr int DEEPEST = 7;
-constexpr double FAINT = 0.008; // a share of a pixel that can't be seen
+constexpr double FAINT = 0.008;      // a share of a pixel that can't be seen
 constexpr double WEAK_MIRROR = 0.05; // what is seen in it needs no soft edges
-constexpr double START = 1e-3;  // rays start this far off a surface, times its distance from the camera
+constexpr double START = 1e-3;       // rays start this far off a surface, times its distance from the camera
 
 // The places of the samples in the pixel: one in each cell of a 4x4 grid, ordered so that the first few are spread out.
 constexpr int CELLS[SAMPLES] = {5, 3, 12, 15, 0, 10, 6, 9, 1, 14, 7, 8, 2, 13, 4, 11};

@@ -12,8 +12,8 @@ struct fragment {
     int pen;
     int layer;
     float weight;     // share of the pixel, 0 to 1
-    float light[3]; // light on the surface, mean
-    float guide[3]; // the same, roughly smoothed: tells edges of shadows from grain
+    float light[3];   // light on the surface, mean
+    float guide[3];   // the same, roughly smoothed: tells edges of shadows from grain
     float normal[3];  // of the nearest sample to the pixel's centre
     float depth;      // length of the way to it
     float u, v;       // of the same sample
