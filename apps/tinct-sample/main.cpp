@@ -13,11 +13,12 @@
 
 namespace {
 
-constexpr const char* USAGE =
+constexpr const char* SYNOPSIS =
     "usage: tinct-sample SCENE DIRECTORY [--size WxH] [--compress none|plines|stream|both] [--seed N]\n"
     "       tinct-sample --list\n"
-    "       tinct-sample --pens SCENE\n"
-    "\n"
+    "       tinct-sample --pens SCENE\n";
+
+constexpr const char* HELP =
     "Renders a scene and writes the pair SCENE.rgb and SCENE.tnc into the directory, which is made when it is "
     "missing.\n"
     "In the picture every surface stands at half of its shade, as it does before it is given a colour.\n"
@@ -100,7 +101,7 @@ int parse(word_list* words, sample_request* request) {
     return EXIT_DONE;
 }
 
-int list_scenes() {
+int list_scenes(word_list* /*words*/) {
     for (const scene_entry* entry = SCENES; entry->name != nullptr; ++entry) {
         out_format("%-8s %s\n", entry->name, entry->description);
     }
@@ -209,24 +210,15 @@ int render(word_list* words) {
     return write_pair(s, request);
 }
 
-int run(word_list* words) {
-    const char* first = words->count > 1 ? words->words[1] : nullptr;
-    if (first != nullptr && (std::strcmp(first, "--help") == 0 || std::strcmp(first, "-h") == 0)) {
-        out_text(USAGE);
-        return EXIT_DONE;
-    }
-    if (first != nullptr && std::strcmp(first, "--list") == 0) return list_scenes();
-    if (first != nullptr && std::strcmp(first, "--pens") == 0) {
-        words->next = 2;
-        return list_pens(words);
-    }
-    return render(words);
-}
+constexpr program_command COMMANDS[] = {
+    {"--list", list_scenes},
+    {"--pens", list_pens},
+};
+
+constexpr program_definition PROGRAM = {"tinct-sample", "Korvane Tinct V3.4.0", SYNOPSIS, HELP, COMMANDS, 2, render};
 
 } // namespace
 
 int main(int count, char** arguments) {
-    program_begin("tinct-sample");
-    word_list words = {count, arguments, 1};
-    return program_end(run(&words));
+    return program_run(&PROGRAM, count, arguments);
 }

@@ -85,17 +85,26 @@ double lit_alike(const fragment& f, const fragment& g) {
     double differ = 0, bright = 0.10;
     for (int c = 0; c < 3; c++) {
         differ = std::max(differ, static_cast<double>(std::fabs(f.guide[c] - g.guide[c])));
+        differ = std::max(differ, 2 * static_cast<double>(std::fabs(f.shine[c] - g.shine[c])) - 0.05);
         bright = std::max(bright, static_cast<double>(std::max(f.guide[c], g.guide[c])));
     }
     differ /= 0.25 * bright;
     return differ > 3 ? 0 : std::exp(-differ * differ);
 }
 
+struct smooth_result {
+    float light[3], shine[3];
+};
+
 // The mean of the light on a surface around a pixel, weighted by `likeness`.
 template <typename likeness_function>
-void mean_light(const work& w, int32_t x, int32_t y, const fragment& f, int reach, likeness_function likeness,
-                float* light) {
-    double sum = 1e-6, total[3] = {f.light[0] * 1e-6, f.light[1] * 1e-6, f.light[2] * 1e-6};
+smooth_result mean_light(const work& w, int32_t x, int32_t y, const fragment& f, int reach,
+                         likeness_function likeness) {
+    double sum = 1e-6, light[3], shine[3];
+    for (int c = 0; c < 3; c++) {
+        light[c] = sum * static_cast<double>(f.light[c]);
+        shine[c] = sum * static_cast<double>(f.shine[c]);
+    }
     for (int32_t j = std::max(y - reach, 0); j <= std::min(y + reach, w.height - 1); j++) {
         const traced_row& row = w.rows[static_cast<size_t>(j - w.base)];
         for (int32_t i = std::max(x - reach, 0); i <= std::min(x + reach, w.width - 1); i++) {
@@ -103,12 +112,18 @@ void mean_light(const work& w, int32_t x, int32_t y, const fragment& f, int reac
             if (g == nullptr) continue;
             double weight = likeness(f, *g);
             sum += weight;
-            for (int c = 0; c < 3; c++)
-                total[c] += weight * static_cast<double>(g->light[c]);
+            for (int c = 0; c < 3; c++) {
+                light[c] += weight * static_cast<double>(g->light[c]);
+                shine[c] += weight * static_cast<double>(g->shine[c]);
+            }
         }
     }
-    for (int c = 0; c < 3; c++)
-        light[c] = static_cast<float>(total[c] / sum);
+    smooth_result out;
+    for (int c = 0; c < 3; c++) {
+        out.light[c] = static_cast<float>(light[c] / sum);
+        out.shine[c] = static_cast<float>(shine[c] / sum);
+    }
+    return out;
 }
 
 void guide_row(work* w, int32_t y) {
@@ -116,17 +131,18 @@ void guide_row(work* w, int32_t y) {
     for (int32_t x = 0; x < w->width; x++) {
         for (uint32_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
             fragment& f = row.fragments[i];
-            mean_light(*w, x, y, f, GUIDE_REACH, alike, f.guide);
+            smooth_result rough = mean_light(*w, x, y, f, GUIDE_REACH, alike);
+            std::copy(rough.light, rough.light + 3, f.guide);
         }
     }
 }
 
-void smooth_light(const work& w, int32_t x, int32_t y, const fragment& f, float* light) {
+smooth_result smooth_light(const work& w, int32_t x, int32_t y, const fragment& f) {
     auto likeness = [](const fragment& a, const fragment& b) {
         double same = alike(a, b);
         return same > 0 ? same * lit_alike(a, b) : 0.0;
     };
-    mean_light(w, x, y, f, REACH, likeness, light);
+    return mean_light(w, x, y, f, REACH, likeness);
 }
 
 // Light to brightness, 0 to 1: shadows are lifted as the eye lifts them, and full light fades out softly.
@@ -142,9 +158,7 @@ uint16_t to_uv(float x) {
     return static_cast<uint16_t>(std::clamp(static_cast<int>(x * 65536.0F), 0, 65535));
 }
 
-pen_sample sample_of(const work& w, int32_t x, int32_t y, const fragment& f) {
-    float light[3];
-    smooth_light(w, x, y, f, light);
+pen_sample sample_of(const work& w, int32_t x, const fragment& f, const float* light) {
     double full = 255.0 * static_cast<double>(std::min(f.weight, 1.0F)), exposure = w.of->exposure;
     pen_sample s = {x,
                     static_cast<uint8_t>(f.pen),
@@ -164,9 +178,12 @@ void finish_row(const work& w, int32_t y, finished_row* out) {
     const traced_row& row = w.rows[static_cast<size_t>(y - w.base)];
     for (int32_t x = 0; x < w.width; x++) {
         vec3 plain = row.plain[static_cast<size_t>(x)];
-        int pixel[3] = {to_byte(255 * plain.x), to_byte(255 * plain.y), to_byte(255 * plain.z)};
+        int pixel[3] = {};
         for (uint32_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
-            pen_sample s = sample_of(w, x, y, row.fragments[i]);
+            const fragment& f = row.fragments[i];
+            smooth_result smooth = smooth_light(w, x, y, f);
+            plain = plain + vec3{smooth.shine[0], smooth.shine[1], smooth.shine[2]} * static_cast<double>(f.weight);
+            pen_sample s = sample_of(w, x, f, smooth.light);
             if (s.red == 0 && s.green == 0 && s.blue == 0) continue; // nothing to re-colour
             // half of each shade, rounded down: exactly what is taken out again when the surface gets a colour
             pixel[0] += s.red >> 1;
@@ -174,8 +191,9 @@ void finish_row(const work& w, int32_t y, finished_row* out) {
             pixel[2] += s.blue >> 1;
             out->samples.push_back(s);
         }
-        for (int p : pixel)
-            out->pixels.push_back(static_cast<uint8_t>(std::min(p, 255)));
+        const double rest[3] = {plain.x, plain.y, plain.z};
+        for (int c = 0; c < 3; c++)
+            out->pixels.push_back(static_cast<uint8_t>(std::min(pixel[c] + to_byte(255 * rest[c]), 255)));
     }
 }
 

@@ -124,8 +124,8 @@ void build_fruit(scene* s) {
         add_capsule(s, stalks, at[i] + up * 1.2, at[i] + up * 1.68 + vec3{0.08, 0, 0.03}, 0.035, 0.05);
     }
     int pears = add_surface(s, "Pears", true, satin);
-    shape* lying = add_lathe(s, pears, {3.0, 0.82, 2.05}, PEAR, true);
-    lying->axes = turned(about_y(35), about_z(-78));
+    shape* lying = add_lathe(s, pears, {2.2, 0.82, 2.3}, PEAR, true);
+    lying->axes = turned(about_y(-28), about_z(-80));
     shape_set_bounds(lying);
     add_lathe(s, pears, {2.75, 0.05, 0.55}, PEAR, true);
     add_capsule(s, stalks, {2.75, 2.15, 0.55}, {2.88, 2.62, 0.52}, 0.04, 0.055);
@@ -213,8 +213,7 @@ void build_bread_and_cheese(scene* s) {
 
 void build_flowers(scene* s) {
     vec3 foot = {-3.6, 0, -3.1};
-    shape* vase = add_lathe(s, add_surface(s, "Vase", true, polished), foot, VASE, true);
-    (void)vase;
+    add_lathe(s, add_surface(s, "Vase", true, polished), foot, VASE, true);
     int stems = add_surface(s, "Stems and leaves", true, satin);
     material petal = satin(add_pen(s, "Tulips", true));
     petal.backlight = 0.3;

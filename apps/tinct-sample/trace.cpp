@@ -88,16 +88,25 @@ fragment* fragment_of(pixel_result* out, int pen, int layer) {
     for (fragment& f : out->fragments) {
         if (f.pen == pen && f.layer == layer) return &f;
     }
-    out->fragments.push_back({pen, layer, 0, {}, {}, {}, 0, 0, 0, 1e30F});
+    out->fragments.push_back({pen, layer, 0, {}, {}, {}, {}, 0, 0, 0, 1e30F});
     return &out->fragments.back();
 }
 
-void add_to_fragment(path* p, const hit& h, int pen, bool indirect, double share, vec3 light, vec3 n, double way) {
+// The light that a surface takes, and what it throws back by itself as highlights.
+struct surface_light {
+    vec3 light, shine;
+};
+
+void add_to_fragment(path* p, const hit& h, int pen, bool indirect, double own, const surface_light& light, vec3 n,
+                     double way) {
     fragment* f = fragment_of(p->out, pen, indirect ? 1 : 0);
-    f->weight += static_cast<float>(share);
-    f->light[0] += static_cast<float>(share * light.x);
-    f->light[1] += static_cast<float>(share * light.y);
-    f->light[2] += static_cast<float>(share * light.z);
+    const double lights[3] = {light.light.x, light.light.y, light.light.z};
+    const double shines[3] = {light.shine.x, light.shine.y, light.shine.z};
+    f->weight += static_cast<float>(own);
+    for (int c = 0; c < 3; c++) {
+        f->light[c] += static_cast<float>(own * lights[c]);
+        f->shine[c] += static_cast<float>(shines[c]);
+    }
     if (static_cast<float>(p->centre_gap) >= f->centre_gap) return;
     f->centre_gap = static_cast<float>(p->centre_gap);
     f->normal[0] = static_cast<float>(n.x);
@@ -116,18 +125,19 @@ void add_plain(path* p, vec3 look, double share) {
     p->out->plain = p->out->plain + vec3{limited(look.x), limited(look.y), limited(look.z)};
 }
 
-// Light on the surface; its highlights go to what carries no pen.
-vec3 light_on(path* p, const hit& h, const material& m, vec3 n, vec3 view, double off, double share) {
-    vec3 light = m.glow;
+surface_light light_on(path* p, const hit& h, const material& m, vec3 n, vec3 view, double off, double share) {
+    surface_light sum = {m.glow, {}};
     for (const area_light& l : p->t->of->lights) {
         vec3 direction;
         double through;
-        light = light + lamp_light(*p, l, h.point, n, off, next_point(p), m, &direction, &through);
+        sum.light = sum.light + lamp_light(*p, l, h.point, n, off, next_point(p), m, &direction, &through);
         if (m.highlight <= 0 || through <= 0 || dot(n, direction) <= 0) continue;
-        double close = std::max(dot(n, normalised(direction - view)), 0.0);
-        add_plain(p, l.color, share * m.highlight * through * std::pow(close, m.gloss));
+        // seen from the lamp's centre, so that the highlight is round however few points are aimed at
+        double close = std::max(dot(n, normalised(normalised(l.centre - h.point) - view)), 0.0);
+        sum.shine = sum.shine + l.color * (share * m.highlight * through * std::pow(close, m.gloss));
     }
-    return light + sky_light(p, h.point, n, off);
+    sum.light = sum.light + sky_light(p, h.point, n, off);
+    return sum;
 }
 
 // The nearest lamp that a ray looks into; null for none before `distance`.
@@ -201,7 +211,7 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
     double off = START * 0.3 * way;
     double own = share * (1 - thrown_back) * m.opacity;
     if (own > FAINT / 8) {
-        vec3 light = light_on(p, h, m, n, r.direction, off, share);
+        surface_light light = light_on(p, h, m, n, r.direction, off, share);
         add_to_fragment(p, h, m.pen, indirect, own, light, flat, way);
     }
     if (share * thrown_back > FAINT) {
@@ -268,6 +278,8 @@ void trace_pixel(const tracer& t, int x, int y, pixel_result* out) {
     }
     for (fragment& f : out->fragments) {
         for (float& l : f.light)
+            l /= std::max(f.weight, 1e-9F);
+        for (float& l : f.shine)
             l /= std::max(f.weight, 1e-9F);
         f.weight /= static_cast<float>(taken);
     }

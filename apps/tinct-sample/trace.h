@@ -14,6 +14,7 @@ struct fragment {
     float weight;     // share of the pixel, 0 to 1
     float light[3];   // light on the surface, mean
     float guide[3];   // the same, roughly smoothed: tells edges of shadows from grain
+    float shine[3];   // highlights on it, mean; they carry no pen
     float normal[3];  // of the nearest sample to the pixel's centre
     float depth;      // length of the way to it
     float u, v;       // of the same sample
