@@ -1,49 +1,79 @@
+// Commands, messages and words of the command line.
 #include "common/program.h"
 
-#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
-#include "platform/files.h"
 #include "support/log.h"
 
 namespace {
 
-constexpr int STANDARD_ERROR = 2;
-constexpr int BAR_WIDTH = 40;
+constexpr const char* IN_MEMORY = "/INMEM/";
 
 struct program_state {
-    const char* name;
+    const program_definition* definition;
     bool has_reported; // an error or a warning
-    bool bar_is_shown;
-    int bar_percent;
 };
-program_state state = {"program", false, false, -1};
+program_state state = {nullptr, false};
 
 void report(void* /*user*/, int level, const char* text) {
     progress_end();
-    std::fprintf(stderr, "%s: %s\n", state.name, text);
+    std::fprintf(stderr, "%s: %s\n", state.definition->name, text);
     if (level == LOG_ERROR || level == LOG_WARNING) state.has_reported = true;
+}
+
+bool is_word(const char* word, const char* a, const char* b) {
+    return word != nullptr && (std::strcmp(word, a) == 0 || std::strcmp(word, b) == 0);
+}
+
+int show_help() {
+    out_text(state.definition->synopsis);
+    out_text("\n");
+    out_text(state.definition->help);
+    return EXIT_DONE;
+}
+
+int show_version() {
+    out_text(state.definition->version);
+    out_text("\n");
+    return EXIT_DONE;
+}
+
+int run_command(const program_definition* d, word_list* words) {
+    const char* name = take_word(words);
+    if (name == nullptr) return program_usage("a command is needed");
+    const char* second = words->next < words->count ? words->words[words->next] : nullptr;
+    if (is_word(name, "--help", "-h") || is_word(second, "--help", "-h")) return show_help();
+    if (is_word(name, "--version", "-V")) return show_version();
+    for (int i = 0; i < d->command_count; ++i) {
+        if (std::strcmp(d->commands[i].name, name) == 0) return d->commands[i].run(words);
+    }
+    if (d->otherwise == nullptr) return program_usage("\"%s\" is no command", name);
+    --words->next;
+    return d->otherwise(words);
 }
 
 } // namespace
 
-void program_begin(const char* name) {
-    state.name = name;
+int program_run(const program_definition* definition, int count, char** arguments) {
+    state = {definition, false};
     log_set_sink(report, nullptr);
+    // A reader of our output that goes away makes a write fail, which is told like any other failure.
+    std::signal(SIGPIPE, SIG_IGN);
+    word_list words = {count, arguments, 1};
+    int status = run_command(definition, &words);
+    progress_end();
+    out_bytes(nullptr, 0);
+    if (out_failed()) program_fail("standard output could not be written");
+    return status == EXIT_DONE && state.has_reported ? static_cast<int>(EXIT_FAILED) : status;
 }
 
-int program_end(int status) {
-    progress_end();
-    if (std::fflush(stdout) != 0 || out_failed()) {
-        std::fprintf(stderr, "%s: standard output could not be written\n", state.name);
-        if (status == EXIT_DONE) status = EXIT_FAILED;
-    }
-    return status == EXIT_DONE && state.has_reported ? static_cast<int>(EXIT_FAILED) : status;
+bool program_has_reported() {
+    return state.has_reported;
 }
 
 int program_fail(const char* format, ...) {
@@ -62,7 +92,7 @@ int program_usage(const char* format, ...) {
     va_start(arguments, format);
     std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    std::fprintf(stderr, "%s: %s\n%s: try --help\n", state.name, text, state.name);
+    std::fprintf(stderr, "%s: %s\n%s", state.definition->name, text, state.definition->synopsis);
     return EXIT_USAGE;
 }
 
@@ -83,47 +113,7 @@ bool parse_number(const char* text, double* value) {
 }
 
 const char* plain_name(const char* path, char out[PLAIN_NAME_SIZE]) {
-    if (std::strncmp(path, "/INMEM/", 7) != 0) return path;
+    if (std::strncmp(path, IN_MEMORY, std::strlen(IN_MEMORY)) != 0) return path;
     std::snprintf(out, PLAIN_NAME_SIZE, "/%s", path);
     return out;
-}
-
-void out_text(const char* text) {
-    std::fputs(text, stdout);
-}
-
-void out_format(const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    std::vfprintf(stdout, format, arguments);
-    va_end(arguments);
-}
-
-void out_bytes(const void* bytes, size_t size) {
-    std::fwrite(bytes, 1, size, stdout);
-}
-
-bool out_failed() {
-    return std::ferror(stdout) != 0;
-}
-
-void progress_show(const char* what, int64_t done, int64_t total) {
-    if (total <= 0 || !files_is_terminal(STANDARD_ERROR)) return;
-    int percent = static_cast<int>(done * 100 / total);
-    if (state.bar_is_shown && percent == state.bar_percent) return;
-    state.bar_is_shown = true;
-    state.bar_percent = percent;
-    char bar[BAR_WIDTH + 1];
-    int filled = percent * BAR_WIDTH / 100;
-    for (int i = 0; i < BAR_WIDTH; ++i)
-        bar[i] = i < filled ? '#' : '.';
-    bar[BAR_WIDTH] = '\0';
-    std::fprintf(stderr, "\r%-12.12s [%s] %3d%%", what, bar, percent);
-    std::fflush(stderr);
-}
-
-void progress_end() {
-    if (!state.bar_is_shown) return;
-    std::fprintf(stderr, "\r%*s\r", BAR_WIDTH + 22, "");
-    state.bar_is_shown = false;
 }

@@ -1,9 +1,8 @@
-// What the command-line programs share: exit statuses, messages on standard error, option words, and the text that goes
-// to standard output.
+// What the command-line programs share: choosing the command, exit statuses, messages on standard error, option words,
+// and the text that goes to standard output.
 //
-// A program calls program_begin() first and returns program_end(). Every error or warning that a layer below reports
-// goes to standard error with the program's name in front and makes the run a failed one: input that is cut or damaged
-// never gives success, even where what could be read has been shown.
+// Every error or warning that a layer below reports goes to standard error with the program's name in front and makes
+// the run a failed one: input that is cut or damaged never gives success, even where what could be read has been shown.
 #pragma once
 
 #include <cstddef>
@@ -15,24 +14,41 @@ enum exit_status : int {
     EXIT_USAGE = 2,
 };
 
-// Names the program for its messages, and shows messages on standard error.
-void program_begin(const char* name);
-
-// The exit status of the run: `status`, or EXIT_FAILED when that is EXIT_DONE but something was reported or standard
-// output could not be written.
-int program_end(int status);
-
-// Reports a reason on standard error. Gives EXIT_FAILED, or EXIT_USAGE, so that a command can return it.
-int program_fail(const char* format, ...) __attribute__((format(printf, 1, 2)));
-int program_usage(const char* format, ...) __attribute__((format(printf, 1, 2)));
-
-// ---- words of the command line -------------------------------------------------------------------------------------
-
+// The words behind a command's name.
 struct word_list {
     int count;
     char** words;
     int next;
 };
+
+struct program_command {
+    const char* name;
+    int (*run)(word_list* words); // an exit_status
+};
+
+struct program_definition {
+    const char* name;
+    const char* version;  // what --version prints
+    const char* synopsis; // the command lines, shown after a wrong one
+    const char* help;     // what --help shows behind them
+    const program_command* commands;
+    int command_count;
+    int (*otherwise)(word_list* words); // for words that begin with no command; null: that is wrong usage
+};
+
+// Runs the command that the arguments name, and gives the exit status of the process. A command that gives EXIT_DONE
+// has failed all the same when something was reported or standard output could not be written.
+int program_run(const program_definition* definition, int count, char** arguments);
+
+// True when an error or a warning has been reported.
+bool program_has_reported();
+
+// Reports a reason on standard error. Gives EXIT_FAILED, or EXIT_USAGE after the command lines, so that a command can
+// return it.
+int program_fail(const char* format, ...) __attribute__((format(printf, 1, 2)));
+int program_usage(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// ---- words of the command line -------------------------------------------------------------------------------------
 
 // The next word, or null at the end.
 const char* take_word(word_list* list);
@@ -51,17 +67,20 @@ constexpr size_t PLAIN_NAME_SIZE = 4097;
 // library; with one more separator in front it names a file like any other.
 const char* plain_name(const char* path, char out[PLAIN_NAME_SIZE]);
 
-// ---- standard output
-// -------------------------------------------------------------------------------------------------
+// ---- standard output -----------------------------------------------------------------------------------------------
 
-// Buffered text for commands that print millions of lines. A failed write is remembered for program_end().
+// Buffered. A failed write is remembered and makes the run a failed one; what comes after it is dropped.
 void out_text(const char* text);
 void out_format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void out_bytes(const void* bytes, size_t size);
 bool out_failed();
 
-// ---- progress
-// --------------------------------------------------------------------------------------------------------
+// Room for `size` bytes, at most OUT_ROOM_MAX, to be filled in place; out_taken() tells how many were.
+constexpr size_t OUT_ROOM_MAX = 4096;
+char* out_room(size_t size);
+void out_taken(size_t size);
+
+// ---- progress ------------------------------------------------------------------------------------------------------
 
 // Shows done out of total as a bar on standard error when that is a terminal, and nothing elsewhere. progress_end()
 // takes the bar away.

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "commands.h"
+#include "common/raster.h"
 #include "source.h"
 #include "support/memory.h"
 
@@ -38,49 +39,49 @@ bool read_line(const raster_source* s, line_buffers* b) {
     }
 }
 
-// A bit of a packed line: 16-bit words, low byte first, the first pixel in the top bit.
-bool bit_at(const uint8_t* line, int32_t x) {
-    return ((line[(x >> 3) ^ 1] >> (7 - (x & 7))) & 1) != 0;
+// Turns the pixels of a row around.
+void reverse_pixels(uint8_t* row, size_t width, size_t pixel) {
+    std::reverse(row, row + width * pixel);
+    for (size_t x = 0; pixel > 1 && x < width; ++x)
+        std::reverse(row + x * pixel, row + (x + 1) * pixel);
 }
 
-size_t bytes_per_pixel(const raster_source* s) {
-    bool one = s->kind == pixel_kind::bilevel || s->kind == pixel_kind::grey || s->kind == pixel_kind::deep;
-    return one ? 1 : 3;
-}
-
+// The line in the buffers as it is printed; gives the bytes.
 size_t make_row(const raster_source* s, line_buffers* b) {
     auto width = static_cast<size_t>(s->width);
     uint8_t* out = b->out.get();
-    const auto& p = b->planes;
-    for (size_t x = 0; x < width; ++x) {
-        size_t from = source_is_right_to_left(s) ? width - 1 - x : x;
-        switch (s->kind) {
-        case pixel_kind::bilevel: out[x] = bit_at(p[0].get(), static_cast<int32_t>(from)) ? 255 : 0; break;
-        case pixel_kind::grey: out[x] = p[0][from]; break;
-        case pixel_kind::deep: out[x] = p[0][from * 2 + 1]; break; // the high byte of 16 bits
-        default:
-            for (size_t c = 0; c < 3; ++c)
-                out[x * 3 + c] = p[c][from];
+    const uint8_t* plane = b->planes[0].get();
+    size_t pixel = 1;
+    switch (s->kind) {
+    case pixel_kind::bilevel: source_widen_bits(plane, width, out); break;
+    case pixel_kind::grey: std::memcpy(out, plane, width); break;
+    case pixel_kind::deep:
+        for (size_t x = 0; x < width; ++x)
+            out[x] = plane[x * 2 + 1]; // the high byte of 16 bits
+        break;
+    default:
+        pixel = 3;
+        for (size_t x = 0; x < width; ++x) {
+            out[x * 3] = plane[x];
+            out[x * 3 + 1] = b->planes[1][x];
+            out[x * 3 + 2] = b->planes[2][x];
         }
     }
-    return width * bytes_per_pixel(s);
+    if (source_is_right_to_left(s)) reverse_pixels(out, width, pixel);
+    return width * pixel;
 }
 
-int print_rows(const raster_source* s, line_buffers* b) {
+int print_rows(const raster_source* s, const char* path, line_buffers* b) {
     bool jumps = source_is_bottom_up(s);
-    if (jumps && rzl_randomize(s->file) != 0)
-        return program_fail("The lines of this file can not be reached in order.");
+    // Remembered line offsets only make the way up quick; a format without them finds its lines all the same.
+    if (jumps) rzl_randomize(s->file);
     for (int32_t row = 0; row < s->height; ++row) {
         int32_t line = source_line_of_row(s, row);
-        if ((jumps && rzl_seek(s->file, line) != 0) || !read_line(s, b)) {
-            uint32_t status = 0;
-            rzl_get_hdr_data(s->file, RZL_FIELD_STATUS, &status);
-            return program_fail("Line %d of %d can not be read: %s", line, s->height, rzl_status_text(status));
-        }
+        if ((jumps && rzl_seek(s->file, line) != 0) || !read_line(s, b)) return raster_line_failed(s->file, path, line);
         out_bytes(b->out.get(), make_row(s, b));
         if (out_failed()) return EXIT_FAILED;
     }
-    return source_is_whole(s) ? EXIT_DONE : EXIT_FAILED;
+    return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
 }
 
 } // namespace
@@ -106,7 +107,7 @@ int command_cat(word_list* words) {
     } else if (!allocate(&source, &buffers)) {
         program_fail("There is no memory for a line of %d pixels.", source.width);
     } else {
-        status = print_rows(&source, &buffers);
+        status = print_rows(&source, request.path, &buffers);
     }
     source_close(&source);
     return status;

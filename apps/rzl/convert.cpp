@@ -7,6 +7,7 @@
 #include <strings.h>
 
 #include "commands.h"
+#include "common/raster.h"
 #include "platform/files.h"
 #include "source.h"
 #include "support/memory.h"
@@ -15,6 +16,7 @@ namespace {
 
 constexpr int CHANNELS = 4;
 constexpr int32_t VLT_TYPE_ENTRIES = 2;
+constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
 struct convert_request {
     source_request in;
@@ -33,7 +35,7 @@ int take_standard(const char* word, convert_request* request) {
     if (word == nullptr) return program_usage("--standard needs a name or number");
     int64_t id = -1;
     if (!parse_integer(word, 0, INT32_MAX, &id)) {
-        for (int32_t i = 0; i < 64 && id < 0; ++i) {
+        for (int32_t i = 0; i < STANDARD_LIMIT && id < 0; ++i) {
             const char* name = rzl_standard_name(i);
             if (name != nullptr && strcasecmp(name, word) == 0) id = i;
         }
@@ -83,7 +85,7 @@ int parse(word_list* words, convert_request* request) {
 }
 
 // ---- the target
-// --------------------------------------------------------------------------------------------------------
+// ------------------------------------------------------------------------------------------------------
 
 pixel_kind kind_of_format(int64_t format) {
     switch (format) {
@@ -134,6 +136,9 @@ int check_target(const raster_source* source, convert_request* request) {
     if (target == pixel_kind::deep) {
         return program_fail("This version does not convert to data format %d.", static_cast<int>(request->format));
     }
+    if (request->keep_vlt && target != pixel_kind::grey) {
+        return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
+    }
     if (!can_hold(target, source->kind)) {
         return program_fail("Data format %d can not hold the pixels of \"%s\" as they are.",
                             static_cast<int>(request->format), request->in.path);
@@ -142,7 +147,7 @@ int check_target(const raster_source* source, convert_request* request) {
 }
 
 // ---- writing
-// -----------------------------------------------------------------------------------------------------------
+// ---------------------------------------------------------------------------------------------------------
 
 struct conversion {
     const raster_source* source;
@@ -161,9 +166,8 @@ bool set_field(CFILE* file, int32_t field, int64_t value) {
 bool copy_vlt(conversion* c) {
     bool keeps = c->source->kind == pixel_kind::mapped && c->target == pixel_kind::grey;
     if (!keeps) return true;
-    // A table may announce fewer entries than the library reads for it.
-    size_t room = c->source->vlt_entries > 512 ? static_cast<size_t>(c->source->vlt_entries) : 512;
-    c->vlt.block = mem_new_array<rzl_vlt_entry>(room);
+    if (c->source->vlt_entries > VLT_ENTRIES_MAX) return false;
+    c->vlt.block = mem_new_array<rzl_vlt_entry>(VLT_ENTRIES_MAX);
     return c->vlt && rzl_get_vlt(c->source->file, c->vlt.get()) == 0 &&
            set_field(c->out, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
            set_field(c->out, RZL_FIELD_VLT_ENTRIES, c->source->vlt_entries) && rzl_put_vlt(c->out, c->vlt.get()) == 0;
@@ -193,14 +197,11 @@ bool read_line(conversion* c) {
     return rzl_getline(s->file, p[0].get()) == 0;
 }
 
-// A bilevel line into 0 and 255, through a spare plane.
+// A bilevel line into bytes, through a spare plane.
 void widen_bits(conversion* c) {
-    uint8_t* bits = c->planes[0].get();
-    uint8_t* out = c->planes[3].get();
-    for (int32_t x = 0; x < c->source->width; ++x) {
-        out[x] = ((bits[(x >> 3) ^ 1] >> (7 - (x & 7))) & 1) != 0 ? 255 : 0;
-    }
-    std::memcpy(bits, out, static_cast<size_t>(c->source->width));
+    auto width = static_cast<size_t>(c->source->width);
+    source_widen_bits(c->planes[0].get(), width, c->planes[3].get());
+    std::memcpy(c->planes[0].get(), c->planes[3].get(), width);
 }
 
 bool write_line(conversion* c) {
@@ -220,17 +221,15 @@ bool write_line(conversion* c) {
 }
 
 int copy_lines(conversion* c) {
-    // Stored values are wanted where the table goes along; the looked-up colours where it does not.
-    for (int32_t line = 0; line < c->source->height; ++line) {
-        if (!read_line(c)) {
-            uint32_t status = 0;
-            rzl_get_hdr_data(c->source->file, RZL_FIELD_STATUS, &status);
-            return program_fail("Line %d of %d can not be read: %s", line, c->source->height, rzl_status_text(status));
-        }
-        if (!write_line(c)) return program_fail("Line %d can not be written.", line);
-        progress_show("converting", line + 1, c->source->height);
+    const raster_source* s = c->source;
+    const char* path = c->request->in.path;
+    for (int32_t line = 0; line < s->height; ++line) {
+        if (!read_line(c)) return raster_line_failed(s->file, path, line);
+        if (rzl_is_damaged(s->file) != 0) break;
+        if (!write_line(c)) return program_fail("Line %d of \"%s\" can not be written.", line, c->request->out);
+        progress_show("converting", line + 1, s->height);
     }
-    return source_is_whole(c->source) ? EXIT_DONE : EXIT_FAILED;
+    return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
 }
 
 int write_file(conversion* c, const char* fresh) {
@@ -238,7 +237,8 @@ int write_file(conversion* c, const char* fresh) {
         plane.block = mem_new_array<uint8_t>(source_plane_bytes(c->source));
         if (!plane) return program_fail("There is no memory for a line of %d pixels.", c->source->width);
     }
-    c->out = rzl_open_w(fresh);
+    char name[PLAIN_NAME_SIZE];
+    c->out = rzl_open_w(plain_name(fresh, name));
     if (c->out == nullptr) return program_fail("\"%s\" can not be written.", c->request->out);
     int status =
         write_header(c) ? copy_lines(c) : program_fail("The header of \"%s\" can not be written.", c->request->out);

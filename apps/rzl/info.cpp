@@ -4,13 +4,12 @@
 #include <nlohmann/json.hpp>
 
 #include "commands.h"
+#include "common/raster.h"
 #include "source.h"
 
 namespace {
 
 using json = nlohmann::ordered_json;
-
-constexpr int32_t STANDARD_LIMIT = 64; // ids end well below
 
 json facts_of(const raster_source* s) {
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, 0);
@@ -40,19 +39,6 @@ void print_facts(const char* path, const json& facts) {
         std::string text = value.is_string() ? value.get<std::string>() : value.dump();
         out_format("  %-14s %s\n", key.c_str(), text.c_str());
     }
-}
-
-// Passes over every line, so that a file that is cut is not reported as good.
-bool lines_are_there(const raster_source* s) {
-    void* nothing[1] = {nullptr};
-    for (int32_t line = 0; line < s->height; ++line) {
-        if (rzl_getline_channels(s->file, 1, nothing) == 0) continue;
-        uint32_t status = 0;
-        rzl_get_hdr_data(s->file, RZL_FIELD_STATUS, &status);
-        program_fail("Line %d of %d can not be read: %s", line, s->height, rzl_status_text(status));
-        return false;
-    }
-    return source_is_whole(s);
 }
 
 } // namespace
@@ -93,7 +79,7 @@ int command_info(word_list* words) {
     } else {
         print_facts(request.path, facts);
     }
-    int status = lines_are_there(&source) ? EXIT_DONE : EXIT_FAILED;
+    int status = raster_is_whole(source.file, request.path) ? EXIT_DONE : EXIT_FAILED;
     source_close(&source);
     return status;
 }

@@ -8,6 +8,8 @@ namespace {
 constexpr int32_t ORIENTATION_FROM_BOTTOM = 2;
 constexpr int32_t ORIENTATION_FROM_RIGHT = 1;
 
+constexpr int32_t VLT_TYPE_BYTES = 1;
+
 pixel_kind kind_of(const raster_source* s) {
     switch (s->format) {
     case RZL_FORMAT_BILEVEL:
@@ -30,7 +32,9 @@ pixel_kind kind_of(const raster_source* s) {
     default: break;
     }
     if (s->bits > 8) return pixel_kind::deep;
-    return s->vlt_type != 0 && s->vlt_entries != 0 ? pixel_kind::mapped : pixel_kind::grey;
+    // A byte table always has its 256 colours, whatever count stands beside it.
+    bool has_table = s->vlt_type == VLT_TYPE_BYTES || (s->vlt_type != 0 && s->vlt_entries != 0);
+    return has_table ? pixel_kind::mapped : pixel_kind::grey;
 }
 
 void read_shape(raster_source* s) {
@@ -110,10 +114,9 @@ size_t source_plane_bytes(const raster_source* source) {
     return static_cast<size_t>(source->width) * pixel + 16;
 }
 
-bool source_is_whole(const raster_source* source) {
-    if (rzl_is_damaged(source->file) == 0) return true;
-    program_fail("The file is damaged: something that it should hold is missing.");
-    return false;
+void source_widen_bits(const uint8_t* bits, size_t width, uint8_t* bytes) {
+    for (size_t x = 0; x < width; ++x)
+        bytes[x] = ((bits[(x >> 3) ^ 1] >> (7 - (x & 7))) & 1) != 0 ? 255 : 0;
 }
 
 bool source_is_bottom_up(const raster_source* source) {

@@ -6,6 +6,8 @@
 #include "common/program.h"
 #include "raster/rzl.h"
 
+constexpr int32_t STANDARD_LIMIT = 64; // ids of standards end well below
+
 // What a command's words ask for.
 struct source_request {
     const char* path;
@@ -20,7 +22,7 @@ struct raster_source {
     int32_t width, height, format, orientation;
     int32_t samples, bits;
     int32_t vlt_type, vlt_entries;
-    pixel_kind kind; // mapped: one byte a pixel with a colour table; deep: more than 16 bits a sample
+    pixel_kind kind; // mapped: one byte a pixel with a colour table; deep: more than 8 bits a sample
 };
 
 // Takes one of the words "--image N", "--overview N" or a file name. EXIT_DONE when it was one of them, EXIT_USAGE
@@ -37,8 +39,8 @@ int32_t source_field(const raster_source* source, int32_t field, int32_t fallbac
 // Bytes of a line buffer that any call for one plane of this file can need.
 size_t source_plane_bytes(const raster_source* source);
 
-// Whether what the file held was whole. False after a message.
-bool source_is_whole(const raster_source* source);
+// Packed pixels of a bilevel line (16-bit words, low byte first, the first pixel in the top bit) as bytes of 0 and 255.
+void source_widen_bits(const uint8_t* bits, size_t width, uint8_t* bytes);
 
 // The line of the file that holds a row counted from the top.
 int32_t source_line_of_row(const raster_source* source, int32_t row);

@@ -17,12 +17,12 @@
 namespace {
 
 struct palettes {
+    char path[FILES_PATH_SIZE]; // of the palette in use; empty for none
     color_palette colors;
     pattern_palette patterns;
 };
 
-// ---- palette
-// ---------------------------------------------------------------------------------------------------------
+// ---- palette -------------------------------------------------------------------------------------------------------
 
 bool uses_names(const apply_request* request) {
     for (int i = 0; i < request->set_count; ++i) {
@@ -33,16 +33,15 @@ bool uses_names(const apply_request* request) {
 
 // The palette that was named, else the product's own where names are asked for.
 int load_palettes(const apply_request* request, palettes* p) {
-    char path[FILES_PATH_SIZE];
     const char* root = std::getenv(VARIABLE_ROOT);
     if (request->palette != nullptr) {
-        std::snprintf(path, sizeof path, "%s", request->palette);
-    } else {
-        if (!uses_names(request) || root == nullptr) return EXIT_DONE;
-        std::snprintf(path, sizeof path, "%s/palettes/tinct.tnp", root);
-        if (!files_exists(path)) return EXIT_DONE;
+        std::snprintf(p->path, sizeof p->path, "%s", request->palette);
+    } else if (uses_names(request) && root != nullptr) {
+        std::snprintf(p->path, sizeof p->path, "%s/palettes/tinct.tnp", root);
+        if (!files_exists(p->path)) p->path[0] = '\0';
     }
-    return load_palette_file(&p->colors, &p->patterns, path) != 0 ? EXIT_DONE : EXIT_FAILED;
+    if (p->path[0] == '\0') return EXIT_DONE;
+    return load_palette_file(&p->colors, &p->patterns, p->path) != 0 ? EXIT_DONE : EXIT_FAILED;
 }
 
 void free_palettes(palettes* p) {
@@ -74,35 +73,50 @@ int look_up_names(apply_request* request, const palettes* p) {
     return EXIT_DONE;
 }
 
-// ---- output
-// ----------------------------------------------------------------------------------------------------------
+// ---- output --------------------------------------------------------------------------------------------------------
 
-int refuse_input(const char* path) {
-    return program_fail("Error : Attempt to overwrite input file \"%s\".", path);
+// False after a message when the output is the input file of that name, under whatever name.
+bool is_not_output(const apply_request* request, const char* input) {
+    if (!files_is_same(request->out, input)) return true;
+    program_fail("Error : Attempt to overwrite input file \"%s\".\n", request->out);
+    return false;
 }
 
-bool is_output(const apply_request* request, const char* input) {
-    return input != nullptr && files_is_same(request->out, input);
-}
-
-int check_output(const apply_request* request) {
-    char companion[FILES_PATH_SIZE];
-    if (is_output(request, request->tnc)) return refuse_input(request->out);
-    if (files_exists(request->tnc) && find_companion(request->tnc, companion, sizeof companion) &&
-        is_output(request, companion)) {
-        return refuse_input(request->out);
+bool spares_inputs(const apply_request* request, const palettes* p) {
+    char found[FILES_PATH_SIZE];
+    if (!is_not_output(request, request->tnc) || !is_not_output(request, p->path)) return false;
+    if (files_exists(request->tnc) && find_companion(request->tnc, found, sizeof found) &&
+        !is_not_output(request, found)) {
+        return false;
     }
-    if (is_output(request, request->palette)) return refuse_input(request->out);
     for (int i = 0; i < request->set_count; ++i) {
-        char found[FILES_PATH_SIZE];
-        const set_request* set = &request->sets[i];
-        if (set->kind != surface_kind::raster) continue;
-        find_pattern_file(set->text, found, sizeof found);
-        if (is_output(request, found)) return refuse_input(request->out);
+        if (request->sets[i].kind != surface_kind::raster) continue;
+        find_raster_file(request->sets[i].text, found, sizeof found);
+        if (!is_not_output(request, found)) return false;
     }
-    if (files_is_directory(request->out)) return program_fail("\"%s\" is a directory.", request->out);
-    if (!request->force && files_exists(request->out)) {
-        return program_fail("\"%s\" exists; --force overwrites it.", request->out);
+    return true;
+}
+
+int check_output(const apply_request* request, const palettes* p) {
+    char real[FILES_PATH_SIZE];
+    if (!spares_inputs(request, p)) return EXIT_FAILED;
+    if (files_exists(request->out)) {
+        if (files_size_of(request->out) < 0) return program_fail("\"%s\" is no plain file.", request->out);
+        if (!request->force) return program_fail("\"%s\" exists; --force overwrites it.", request->out);
+    }
+    if (!files_resolve_new(request->out, real, sizeof real)) {
+        return program_fail("\"%s\" can not be written: its directory does not exist.", request->out);
+    }
+    return EXIT_DONE;
+}
+
+int check_patterns(const apply_request* request) {
+    char found[FILES_PATH_SIZE];
+    for (int i = 0; i < request->set_count; ++i) {
+        const set_request* set = &request->sets[i];
+        if (set->kind == surface_kind::raster && !find_raster_file(set->text, found, sizeof found)) {
+            return program_fail("There is no pattern file \"%s\".", set->text);
+        }
     }
     return EXIT_DONE;
 }
@@ -110,7 +124,7 @@ int check_output(const apply_request* request) {
 int save(const apply_request* request, const output_settings* settings) {
     char fresh[FILES_PATH_SIZE];
     if (!files_replace_begin(request->out, fresh, sizeof fresh)) {
-        return program_fail("\"%s\" can not be written: its directory does not exist.", request->out);
+        return program_fail("\"%s\" can not be written.", request->out);
     }
     raster_image* picture = open_image.picture;
     int code =
@@ -123,8 +137,7 @@ int save(const apply_request* request, const output_settings* settings) {
     return EXIT_DONE;
 }
 
-// ---- surfaces
-// --------------------------------------------------------------------------------------------------------
+// ---- surfaces ------------------------------------------------------------------------------------------------------
 
 applique* make_applique(const set_request* set) {
     applique* a = applique_new();
@@ -154,12 +167,15 @@ void show_row(void* user, int32_t y, int32_t /*x1*/, int32_t /*x2*/) {
     progress_show("applying", p->done_sets * height + y, p->sets * height);
 }
 
-// All pens must be there before the first is changed.
+// All pens must be there, and take what they are given, before the first is changed.
 int check_pens(const apply_request* request) {
     for (int i = 0; i < request->set_count; ++i) {
-        int pen = request->sets[i].pen;
-        if (pen_defined(open_image.tnc, pen) == 0) {
-            return program_fail("There is no pen %d in \"%s\".", pen, request->tnc);
+        const set_request* set = &request->sets[i];
+        if (pen_defined(open_image.tnc, set->pen) == 0) {
+            return program_fail("There is no pen %d in \"%s\".", set->pen, request->tnc);
+        }
+        if (set->kind == surface_kind::raster && pen_has_uv(open_image.tnc, set->pen) == 0) {
+            return program_fail("Pen %d: Patterns cannot be applied to this surface.", set->pen);
         }
     }
     return EXIT_DONE;
@@ -182,7 +198,7 @@ int apply_sets(const apply_request* request) {
 int open_pair(const apply_request* request) {
     if (image_open(request->tnc) == 0) return EXIT_FAILED;
     if (!open_image.tnc->complete) return program_fail("\"%s\" ends early: the file is cut.", request->tnc);
-    return program_end(EXIT_DONE);
+    return program_has_reported() ? EXIT_FAILED : EXIT_DONE;
 }
 
 int run(apply_request* request, palettes* p) {
@@ -190,7 +206,8 @@ int run(apply_request* request, palettes* p) {
     int status = request_output(request, &settings);
     if (status == EXIT_DONE) status = load_palettes(request, p);
     if (status == EXIT_DONE) status = look_up_names(request, p);
-    if (status == EXIT_DONE) status = check_output(request);
+    if (status == EXIT_DONE) status = check_output(request, p);
+    if (status == EXIT_DONE) status = check_patterns(request);
     if (status == EXIT_DONE) status = open_pair(request);
     if (status == EXIT_DONE) status = apply_sets(request);
     if (status == EXIT_DONE) status = save(request, &settings);

@@ -1,5 +1,5 @@
 // tinct-batch: Tinct's work with no window. The commands stand in files of their own.
-#include <cstring>
+#include <iterator>
 
 #include "commands.h"
 #include "surface/file_types.h"
@@ -7,12 +7,13 @@
 
 namespace {
 
-constexpr const char* USAGE =
+constexpr const char* SYNOPSIS =
     "usage: tinct-batch info FILE.tnc [--json]\n"
     "       tinct-batch pick FILE.tnc X Y [--json]\n"
     "       tinct-batch samples FILE.tnc PEN\n"
-    "       tinct-batch apply FILE.tnc [--palette FILE.tnp] --set PEN=SURFACE [--set ...] -o OUT [options]\n"
-    "\n"
+    "       tinct-batch apply FILE.tnc [--palette FILE.tnp] --set PEN=SURFACE [--set ...] -o OUT [options]\n";
+
+constexpr const char* HELP =
     "info lists the surfaces (pens) of a rendered image; pick those at a pixel, strongest first; samples every sample\n"
     "of one as x y red green blue u v. apply gives surfaces colours and patterns and saves the picture.\n"
     "\n"
@@ -31,46 +32,22 @@ constexpr const char* USAGE =
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
-struct command {
-    const char* name;
-    int (*run)(word_list* words);
-};
-constexpr command COMMANDS[] = {
+constexpr program_command COMMANDS[] = {
     {"info", command_info},
     {"pick", command_pick},
     {"samples", command_samples},
     {"apply", command_apply},
 };
 
-bool is_word(const char* word, const char* a, const char* b) {
-    return std::strcmp(word, a) == 0 || std::strcmp(word, b) == 0;
-}
-
-int run(word_list* words) {
-    const char* name = take_word(words);
-    if (name == nullptr) return program_usage("a command is needed: info, pick, samples or apply");
-    if (is_word(name, "--help", "-h")) {
-        out_text(USAGE);
-        return EXIT_DONE;
-    }
-    if (is_word(name, "--version", "-V")) {
-        out_text("Korvane Tinct V3.4.0\n");
-        return EXIT_DONE;
-    }
-    for (const command& c : COMMANDS) {
-        if (std::strcmp(c.name, name) == 0) return c.run(words);
-    }
-    return program_usage("\"%s\" is no command", name);
-}
+constexpr program_definition PROGRAM = {
+    "tinct-batch", "Korvane Tinct V3.4.0", SYNOPSIS, HELP, COMMANDS, static_cast<int>(std::size(COMMANDS)), nullptr};
 
 } // namespace
 
 int main(int count, char** arguments) {
-    program_begin("tinct-batch");
     product_root_init();
     search_paths_init();
-    word_list words = {count, arguments, 1};
-    int status = run(&words);
+    int status = program_run(&PROGRAM, count, arguments);
     file_types_free();
-    return program_end(status);
+    return status;
 }

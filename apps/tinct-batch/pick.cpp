@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr size_t LINE_SIZE = 96; // seven numbers of at most 11 characters, each with its blank
+
 void print_pick(int32_t x, int32_t y, const int32_t* pens, int count, bool as_json) {
     if (as_json) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
@@ -26,14 +28,15 @@ void print_pick(int32_t x, int32_t y, const int32_t* pens, int count, bool as_js
 void print_sample(void* /*context*/, int32_t x, int32_t y, int32_t red, int32_t green, int32_t blue, int32_t u,
                   int32_t v) {
     const int32_t values[] = {x, y, red, green, blue, u, v};
-    char line[96];
+    if (out_failed()) return;
+    char* line = out_room(LINE_SIZE);
     char* to = line;
     for (int32_t value : values) {
-        to = std::to_chars(to, line + sizeof line, value).ptr;
+        to = std::to_chars(to, line + LINE_SIZE, value).ptr;
         *to++ = ' ';
     }
     to[-1] = '\n';
-    out_bytes(line, static_cast<size_t>(to - line));
+    out_taken(static_cast<size_t>(to - line));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Reading the words of an apply command.
 #include "request.h"
 
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -20,6 +21,12 @@ bool starts_with(const char* text, const char* start) {
 
 enum class placement { none, taken, wrong };
 
+// A misspelt option, such as "rotatoin=3": letters and perhaps a value, as no directory or extension has them.
+bool looks_like_option(const char* text) {
+    size_t letters = std::strspn(text, "abcdefghijklmnopqrstuvwxyz");
+    return letters > 0 && (text[letters] == '=' || text[letters] == '\0');
+}
+
 // Takes one placement option, the text behind a ":".
 placement take_placement(const char* option, set_request* set) {
     bool good = true;
@@ -30,7 +37,8 @@ placement take_placement(const char* option, set_request* set) {
     } else if (starts_with(option, "size=")) {
         good = parse_number(option + 5, &set->size) && set->size > 0.0;
     } else {
-        return placement::none;
+        bool misspelt = set->kind == surface_kind::raster && looks_like_option(option) && !files_exists(set->text);
+        return misspelt ? placement::wrong : placement::none;
     }
     set->has_placement = true;
     return good ? placement::taken : placement::wrong;
@@ -47,22 +55,29 @@ bool take_placements(set_request* set) {
     return true;
 }
 
-// "R,G,B": three numbers and nothing else. A text with other than two commas is no colour.
+// What begins with a number and a comma is meant as "R,G,B", also with numbers that are none of a colour ("nan,0,0").
 bool looks_like_color(const char* text) {
-    int commas = 0;
-    for (const char* p = text; *p != '\0'; ++p)
-        commas += *p == ',' ? 1 : 0;
-    return commas == 2 && text[std::strspn(text, "0123456789.,+-eE")] == '\0';
+    const char* comma = std::strchr(text, ',');
+    if (comma == nullptr) return false;
+    double value = 0.0;
+    auto result = std::from_chars(text, comma, value);
+    return result.ptr == comma;
 }
 
-bool parse_color(char* text, set_request* set) {
-    char* second = std::strchr(text, ',');
-    char* third = std::strrchr(text, ',');
-    *second = *third = '\0';
-    bool numbers =
-        parse_number(text, &set->red) && parse_number(second + 1, &set->green) && parse_number(third + 1, &set->blue);
-    auto in_range = [](double value) { return value >= 0.0 && value <= 1.0; };
-    return numbers && in_range(set->red) && in_range(set->green) && in_range(set->blue);
+// Exactly three numbers from 0 to 1.
+bool parse_color(const char* text, set_request* set) {
+    double* const parts[] = {&set->red, &set->green, &set->blue};
+    const char* end = text + std::strlen(text);
+    for (double* part : parts) {
+        auto result = std::from_chars(text, end, *part);
+        bool in_range = result.ec == std::errc() && *part >= 0.0 && *part <= 1.0;
+        if (!in_range) return false;
+        bool is_last = part == &set->blue;
+        if (is_last) return result.ptr == end;
+        if (result.ptr == end || *result.ptr != ',') return false;
+        text = result.ptr + 1;
+    }
+    return false;
 }
 
 int parse_surface(const char* word, const char* surface, set_request* set) {
@@ -70,7 +85,7 @@ int parse_surface(const char* word, const char* surface, set_request* set) {
     const char* text = surface[0] == '@' ? surface + 1 : surface;
     int length = std::snprintf(set->text, sizeof set->text, "%s", text);
     if (static_cast<size_t>(length) >= sizeof set->text) return program_usage("a surface's name is too long");
-    if (!take_placements(set)) return program_usage("\"%s\" has a placement that is no number in range", word);
+    if (!take_placements(set)) return program_usage("\"%s\" has an unknown placement, or a number out of range", word);
     if (set->text[0] == '\0') return program_usage("\"%s\" names no surface", word);
     if (set->kind != surface_kind::name || !looks_like_color(set->text)) return EXIT_DONE;
     set->kind = surface_kind::color;
@@ -153,8 +168,7 @@ bool takes_value(const char* word) {
     return false;
 }
 
-// ---- output
-// ----------------------------------------------------------------------------------------------------------
+// ---- output --------------------------------------------------------------------------------------------------------
 
 struct output_type {
     const char* name;

@@ -81,6 +81,9 @@ void set_optional_fields(CFILE* file, const Impack* pack) {
 
 bool set_header(CFILE* file, const Impack* pack, int32_t compression) {
     if (!set_field(file, RZL_FIELD_STANDARD, pack->standard)) return false;
+    // A standard that this build has no module for leaves the file a native one, which is not what was asked for.
+    int32_t standard = -1;
+    if (rzl_get_hdr_data(file, RZL_FIELD_STANDARD, &standard) != 0 || standard != pack->standard) return false;
     if (!set_field(file, RZL_FIELD_FORMAT, pack->format)) return false;
     bool takes_compression = compression == 0 || compression == 1 || compression == 5;
     if (pack->standard == RZL_STANDARD_TIFF && takes_compression) {
@@ -92,19 +95,23 @@ bool set_header(CFILE* file, const Impack* pack, int32_t compression) {
     return true;
 }
 
-bool set_table(CFILE* file, const Impack* pack) {
-    if (pack->vlt_count > 0) {
-        if (!set_field(file, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES)) return false;
-        if (!set_field(file, RZL_FIELD_VLT_ENTRIES, pack->vlt_count)) return false;
-    }
-    return pack->vlt == nullptr || rzl_put_vlt(file, pack->vlt) == 0;
+bool announce_table(CFILE* file, const Impack* pack) {
+    if (pack->vlt_count <= 0) return true;
+    return set_field(file, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
+           set_field(file, RZL_FIELD_VLT_ENTRIES, pack->vlt_count);
 }
 
 // ---- lines -------------------------------------------------------------------------------------------------------
 
+// A plane that the pack has not got stays null, and is zero in the file.
+const uint8_t* plane_line(const uint8_t* plane, int64_t offset) {
+    return plane != nullptr ? plane + offset : nullptr;
+}
+
 bool write_line(CFILE* file, const Impack* pack, int64_t offset) {
     if (pack->index_plane != nullptr) return rzl_putline(file, pack->index_plane + offset) == 0;
-    return rzl_putline3(file, pack->red_plane + offset, pack->green_plane + offset, pack->blue_plane + offset) == 0;
+    return rzl_putline3(file, plane_line(pack->red_plane, offset), plane_line(pack->green_plane, offset),
+                        plane_line(pack->blue_plane, offset)) == 0;
 }
 
 void tell_line(progress* p, const Impack* pack, int32_t line) {
@@ -166,19 +173,24 @@ int say_truncated(const char* file, int line) {
                            static_cast<int>(library_status()));
 }
 
+// The header with its table. IMP_OK, or the code after its message.
+int write_header(CFILE* file, const char* name, const Impack* pack, int32_t compression) {
+    if (!set_header(file, pack, compression)) return say_write_failed(name, __LINE__);
+    if (!announce_table(file, pack)) {
+        return imp_fail_saying(IMP_WRITE_FAILED, "Error writing file: %s. Line %d, File %s, rzlerr %d, sts %d\n", name,
+                               __LINE__, SOURCE, static_cast<int>(library_status()), 1);
+    }
+    bool has_table = pack->vlt == nullptr || rzl_put_vlt(file, pack->vlt) == 0;
+    return has_table && rzl_write_header(file) == 0 ? static_cast<int>(IMP_OK) : say_write_failed(name, __LINE__);
+}
+
 int write_open_file(CFILE* file, const char* name, const Impack* pack, int32_t compression, progress* p) {
-    if (!set_header(file, pack, compression)) {
-        int code = say_write_failed(name, __LINE__);
+    int code = write_header(file, name, pack, compression);
+    if (code != IMP_OK) {
         rzl_close(file);
         return code;
     }
-    if (!set_table(file, pack) || rzl_write_header(file) != 0) {
-        int code = imp_fail_saying(IMP_WRITE_FAILED, "Error writing file: %s. Line %d, File %s, rzlerr %d, sts %d\n",
-                                   name, __LINE__, SOURCE, static_cast<int>(library_status()), 1);
-        rzl_close(file);
-        return code;
-    }
-    int code = write_lines(file, pack, p);
+    code = write_lines(file, pack, p);
     if (code == IMP_TRUNCATED) say_truncated(name, __LINE__);
     // What the buffers still held may fail to reach the disk: that file is truncated as well.
     uint32_t closing = rzl_finish(file);
@@ -236,12 +248,22 @@ int imp_write(Impack* pack, const char* file, int32_t compression, uint32_t stop
     return code;
 }
 
+// What can be written from three planes as they are: the native formats of three planes. Other standards and 8-bit
+// formats need the pack to be converted first.
+static int check_settings(const output_settings* settings) {
+    if (settings->standard != RZL_STANDARD_KRVN) return imp_fail(IMP_BAD_STANDARD);
+    bool three_planes = settings->format == RZL_FORMAT_PLANE_RUNS || settings->format == RZL_FORMAT_RGB;
+    return three_planes ? static_cast<int>(IMP_OK) : imp_fail(IMP_BAD_FORMAT);
+}
+
 int imp_save_planes(const char* path, int32_t width, int32_t height, uint8_t* red, uint8_t* green, uint8_t* blue,
                     const output_settings* settings) {
     imp_planes_shared = 1;
     if (path == nullptr) return imp_fail(IMP_BAD_FILE);
+    int code = check_settings(settings);
+    if (code != IMP_OK) return code;
     Impack* pack = nullptr;
-    int code = imp_alloc(&pack);
+    code = imp_alloc(&pack);
     if (code != IMP_OK) return code;
     mem_guard<char> path_copy(mem_copy_text(path));
     if (!path_copy) {
@@ -258,9 +280,7 @@ int imp_save_planes(const char* path, int32_t width, int32_t height, uint8_t* re
     pack->pixels = int64_t{width} * height;
     pack->standard = settings->standard;
     pack->format = settings->format;
-    // One plane of indices or grey levels is made by a conversion of the pack; three planes go out as they stand.
-    bool three_planes = settings->format == RZL_FORMAT_PLANE_RUNS || settings->format == RZL_FORMAT_RGB;
-    code = three_planes ? imp_write(pack, path, 1, 0, 0, nullptr, 0, 0, nullptr) : imp_fail(IMP_BAD_FORMAT);
+    code = imp_write(pack, path, 1, 0, 0, nullptr, 0, 0, nullptr);
     imp_free(&pack);
     return code;
 }

@@ -53,7 +53,7 @@ bool files_program_directory(char* path, size_t size);
 
 // Writes a name for the new content of `target` into `fresh`, in the same directory, and sees to it that such a file is
 // removed if the process is interrupted or stops. One replacement may be under way at a time. False when the name does
-// not fit, the directory doesn't exist, or one is under way.
+// not fit, the directory doesn't exist, `target` exists and is no plain file, or one is under way.
 bool files_replace_begin(const char* target, char* fresh, size_t size);
 
 // Puts the new content in the place of `target`, which is old or new as a whole at every moment. False, with the new

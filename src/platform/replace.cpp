@@ -89,7 +89,8 @@ void keep_permissions() {
 } // namespace
 
 bool files_replace_begin(const char* target, char* fresh, size_t size) {
-    if (current.active || files_is_directory(target)) return false;
+    // A device or a pipe is not replaced: the name would then be a plain file's.
+    if (current.active || (files_exists(target) && files_size_of(target) < 0)) return false;
     if (!name_target(target) || !name_fresh()) return false;
     if (std::strlen(current.fresh) >= size) return false;
     std::memcpy(fresh, current.fresh, std::strlen(current.fresh) + 1);

@@ -32,21 +32,6 @@ const char* last_component(const char* path) {
     return base;
 }
 
-// The path under which the file is opened: see load_image(). What can't be found stays as it is.
-void find_raster(const char* path, char* found, size_t size) {
-    if (find_pattern_file(path, found, size)) return;
-    const char* base = last_component(path);
-    if (base != path && base[0] != '\0' && files_exists(base)) {
-        std::snprintf(found, size, "%s", base);
-        return;
-    }
-    const char* root = std::getenv(VARIABLE_ROOT);
-    char image[FILES_PATH_SIZE];
-    int written = std::snprintf(image, sizeof image, "%s\\images\\%s", root != nullptr ? root : DEFAULT_ROOT, base);
-    bool fits = written > 0 && static_cast<size_t>(written) < sizeof image;
-    std::snprintf(found, size, "%s", fits && files_exists(image) ? image : path);
-}
-
 // A name of the form "/INMEM/..." is an address to the raster library. A palette or header that holds one must not
 // reach it: with one more separator it names a file like any other.
 CFILE* open_raster(const char* path) {
@@ -197,9 +182,24 @@ outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t
 
 } // namespace
 
+bool find_raster_file(const char* path, char* found, size_t size) {
+    if (find_pattern_file(path, found, size)) return true;
+    const char* base = last_component(path);
+    if (base != path && base[0] != '\0' && files_exists(base)) {
+        std::snprintf(found, size, "%s", base);
+        return true;
+    }
+    const char* root = std::getenv(VARIABLE_ROOT);
+    char image[FILES_PATH_SIZE];
+    int written = std::snprintf(image, sizeof image, "%s\\images\\%s", root != nullptr ? root : DEFAULT_ROOT, base);
+    bool exists = base[0] != '\0' && written > 0 && static_cast<size_t>(written) < sizeof image && files_exists(image);
+    std::snprintf(found, size, "%s", exists ? image : path);
+    return exists;
+}
+
 raster_image* load_image(const char* path, int32_t max_width, int32_t max_height) {
     char found[FILES_PATH_SIZE];
-    find_raster(path, found, sizeof found);
+    find_raster_file(path, found, sizeof found);
     auto* image = mem_new<raster_image>();
     if (image == nullptr) {
         log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");

@@ -2,6 +2,7 @@
 // picture and every pattern come through here.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 struct raster_image {
@@ -14,9 +15,13 @@ struct raster_image {
 
 constexpr int32_t LOAD_IMAGE_LIMIT = 8192; // the limit on width and height of a whole picture
 
+// Writes the path under which load_image() opens `path`: along the pattern search path, then its last component in the
+// current directory, then that among the product's images. False, with the path as it is, when none of them exists.
+bool find_raster_file(const char* path, char* found, size_t size);
+
 // Loads the file, or its top left corner of at most max_width x max_height pixels; a file stored bottom-up comes whole.
-// The path is looked for along the pattern search path, in the current directory and among the product's images. Null
-// after a message on failure: no memory, a file that can't be opened, or a line that can't be read.
+// The path is looked for as find_raster_file() tells. Null after a message on failure: no memory, a file that can't be
+// opened, or a line that can't be read.
 raster_image* load_image(const char* path, int32_t max_width, int32_t max_height);
 
 // Releases an image; null does nothing.

@@ -1,6 +1,8 @@
 // tinct-batch as a user runs it, on small pairs made by hand.
+#include <csignal>
 
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 #include "app_fixture.h"
 
@@ -35,7 +37,7 @@ TEST_F(Batch, InfoTellsTheSurfaces) {
     EXPECT_EQ(info["height"], 3);
     ASSERT_EQ(info["pens"].size(), 2u);
     json one = {{"pen", 1},    {"uv", true},  {"samples", 4},        {"runs", 1},
-                {"plines", 1}, {"bytes", 16}, {"bbox", {0, 0, 3, 0}}};
+                {"plines", 1}, {"bytes", 15}, {"bbox", {0, 0, 3, 0}}};
     EXPECT_EQ(info["pens"][0], one);
     EXPECT_EQ(info["pens"][1]["bbox"], json({0, 0, 1, 1}));
     EXPECT_EQ(run("tinct-batch info still.tnc").status, 0);
@@ -62,6 +64,11 @@ TEST_F(Batch, SamplesComeInTheOrderOfTheWalk) {
     EXPECT_EQ(run("tinct-batch samples still.tnc 999").status, 1);
     EXPECT_EQ(run("tinct-batch samples still.tnc one").status, 2);
     EXPECT_EQ(run("tinct-batch samples still.tnc 1 >/dev/full").status, 1);
+    EXPECT_EQ(run("tinct-batch samples still.tnc 1 >&-").status, 1);
+    // The reader is gone when the first line comes.
+    run("rzl formats >/dev/null; (sleep 0.3; " TINCT_BIN_DIR
+        "/tinct-batch samples still.tnc 1; echo $? >code) 2>/dev/null | true");
+    EXPECT_EQ(read(directory + "/code"), "1\n");
 }
 
 TEST_F(Batch, AppliesAColourByNumbersAndByName) {
@@ -101,21 +108,40 @@ TEST_F(Batch, AppliesPatternsWithPlacement) {
 }
 
 TEST_F(Batch, RefusesWrongUsageBeforeAnyWork) {
-    for (const char* words :
-         {"", "paint", "info", "apply still.tnc -o o.rgb", "apply still.tnc --set 1=1,0,0",
-          "apply --set 1=1,0,0 -o o.rgb", "apply still.tnc --set 1 -o o.rgb", "apply still.tnc --set 1=2,0,0 -o o.rgb",
-          "apply still.tnc --set 1=nan,0,0 -o o.rgb", "apply still.tnc --set 1=@w.rgb:size=0 -o o.rgb",
-          "apply still.tnc --set 1=@w.rgb:rotation=x -o o.rgb", "apply still.tnc --set 1=1,0,0:mirror -o o.rgb",
-          "apply still.tnc --set 1=1,0,0 -o o.xyz", "apply still.tnc --set 1=1,0,0 -o o.rgb --type wav",
-          "apply still.tnc --set 1=1,0,0 -o o.rgb --bits 16", "apply still.tnc --set 1=1,0,0 -o o.rgb --gamma 0",
-          "info still.tnc --xml", "samples still.tnc 1 2"}) {
+    for (const char* words : {"",
+                              "paint",
+                              "info",
+                              "apply still.tnc -o o.rgb",
+                              "apply still.tnc --set 1=1,0,0",
+                              "apply --set 1=1,0,0 -o o.rgb",
+                              "apply still.tnc --set 1 -o o.rgb",
+                              "apply still.tnc --set 1=2,0,0 -o o.rgb",
+                              "apply still.tnc --set 1=nan,0,0 -o o.rgb",
+                              "apply still.tnc --set 1=1,0 -o o.rgb",
+                              "apply still.tnc --set 1=1,0,0,0 -o o.rgb",
+                              "apply still.tnc --set 1=@w.rgb:rotation=inf -o o.rgb",
+                              "apply still.tnc --set 1=@w.rgb:rotatoin=3 -o o.rgb",
+                              "apply still.tnc --set 1=@w.rgb:size=-1 -o o.rgb",
+                              "apply still.tnc --set 1=@w.rgb:size=0 -o o.rgb",
+                              "apply still.tnc --set 1=@w.rgb:rotation=x -o o.rgb",
+                              "apply still.tnc --set 1=1,0,0:mirror -o o.rgb",
+                              "apply still.tnc --set 1=1,0,0 -o o.xyz",
+                              "apply still.tnc --set 1=1,0,0 -o o.rgb --type wav",
+                              "apply still.tnc --set 1=1,0,0 -o o.rgb --bits 16",
+                              "apply still.tnc --set 1=1,0,0 -o o.rgb --gamma 0",
+                              "info still.tnc --xml",
+                              "samples still.tnc 1 2"}) {
         run_result result = run(std::string("tinct-batch ") + words);
         EXPECT_EQ(result.status, 2) << words;
-        EXPECT_FALSE(result.err.empty()) << words;
+        EXPECT_NE(result.err.find("usage: tinct-batch info"), std::string::npos) << words;
         EXPECT_TRUE(result.out.empty()) << words;
     }
     EXPECT_EQ(files().size(), 2u);
-    EXPECT_EQ(run("tinct-batch --help").status, 0);
+    for (const char* words : {"--help", "apply --help", "--version"}) {
+        run_result result = run(std::string("tinct-batch ") + words);
+        EXPECT_EQ(result.status, 0) << words;
+        EXPECT_FALSE(result.out.empty()) << words;
+    }
 }
 
 TEST_F(Batch, KeepsExistingAndInputFiles) {
@@ -125,13 +151,22 @@ TEST_F(Batch, KeepsExistingAndInputFiles) {
     EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o old.rgb --force").status, 0);
     EXPECT_EQ(pixels("old.rgb").size(), 36u);
 
+    // The name of a device stays a device.
+    std::filesystem::create_symlink("/dev/null", directory + "/null.rgb");
+    EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 --force -o null.rgb").status, 1);
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+
+    write_raster("weave.rgb", 8, 8, 28);
     std::filesystem::create_symlink("still.rgb", directory + "/link.rgb");
+    std::filesystem::create_hard_link(directory + "/still.tnc", directory + "/hard.rgb");
     std::string raster = read(directory + "/still.rgb");
     std::string tnc = read(directory + "/still.tnc");
-    for (const char* out : {"still.rgb", "./still.rgb", "link.rgb", "STILL.RGB", "still.tnc --type rgb"}) {
+    for (const char* out : {"still.rgb", "./still.rgb", "link.rgb", "hard.rgb", "STILL.RGB", "still.tnc --type rgb",
+                            "weave.rgb --set 1=@weave.rgb", "weave.rgb --set 1=@elsewhere/weave.rgb"}) {
         run_result result = run(std::string("tinct-batch apply still.tnc --set 1=1,0,0 --force -o ") + out);
         EXPECT_EQ(result.status, 1) << out;
-        EXPECT_NE(result.err.find("Attempt to overwrite input file"), std::string::npos) << out;
+        std::string name = std::string(out).substr(0, std::string(out).find(' '));
+        EXPECT_EQ(result.err, "tinct-batch: Error : Attempt to overwrite input file \"" + name + "\".\n");
     }
     EXPECT_EQ(read(directory + "/still.rgb"), raster);
     EXPECT_EQ(read(directory + "/still.tnc"), tnc);
@@ -144,6 +179,7 @@ TEST_F(Batch, FailuresNameTheReasonAndLeaveNothing) {
     };
     const failing cases[] = {
         {"apply still.tnc --set 9=1,0,0 -o o.rgb", "no pen 9"},
+        {"apply still.tnc --set 1=@gone.rgb -o o.rgb", "no pattern file \"gone.rgb\""},
         {"apply missing.tnc --set 1=1,0,0 -o o.rgb", "Failed to open \"missing.tnc\""},
         {"apply still.rgb --set 1=1,0,0 -o o.rgb", "is not a tinct file"},
         {"apply still.tnc --set 1=1,0,0 -o no/o.rgb", "directory does not exist"},
@@ -159,6 +195,63 @@ TEST_F(Batch, FailuresNameTheReasonAndLeaveNothing) {
     EXPECT_EQ(files().size(), 2u);
 }
 
+TEST_F(Batch, NamesComeFromTheProductsPaletteByDefault) {
+    std::filesystem::create_directories(directory + "/product/palettes");
+    write("product/palettes/tinct.tnp", "mine {color = (1.0, 0.5, 0.0);}");
+    std::string command = "tinct-batch apply still.tnc -o o.rgb --force --set 1=";
+    setenv("VANTORAMA", (directory + "/product").c_str(), 1);
+    EXPECT_EQ(run(command + "mine").status, 0);
+    std::string named = pixels("o.rgb");
+    EXPECT_EQ(run(command + "1,0.5,0").status, 0);
+    EXPECT_EQ(pixels("o.rgb"), named);
+    EXPECT_EQ(run(command + "yours").status, 1);
+    std::filesystem::remove_all(directory + "/product/palettes");
+    EXPECT_NE(run(command + "mine").err.find("no colour or pattern \"mine\""), std::string::npos);
+}
+
+TEST_F(Batch, SetsAreAppliedInOrderAndOptionsChooseTheForm) {
+    ASSERT_EQ(run("tinct-batch apply still.tnc --set 2=0,0,0 --set 2=0,1,0 -o a.rgb --uncompressed").status, 0);
+    ASSERT_EQ(run("tinct-batch apply still.tnc --set 2=0,1,0 -o b.dat --type RGB --bits 24 --gamma 1").status, 0);
+    EXPECT_EQ(json::parse(run("rzl info a.rgb --json").out)["format"], 28);
+    EXPECT_EQ(json::parse(run("rzl info b.dat --json").out)["format"], 27);
+    // Pen 2 stands alone at (0, 1) with shade 40: of the picture's 10 each, 20 are taken out and the colour's 40 put
+    // in; in two steps, the first ends at 0.
+    EXPECT_EQ(pixels("a.rgb").substr(12, 3), std::string("\0\x28\0", 3));
+    EXPECT_EQ(pixels("b.dat").substr(12, 3), std::string("\0\x1E\0", 3));
+}
+
+TEST_F(Batch, AnInterruptedRunLeavesNothingBehind) {
+    // Large enough for the signal to come while the file is being written.
+    write_raster("big.rgb", 6000, 3000, 28);
+    write("big.tnc", std::string("\xFA\x00\xF9\x01\x01\x01\x64\x64\x64\xFF", 10));
+    write("out.rgb", "precious");
+    size_t before = files().size();
+    auto waiting_for_part = [&] {
+        for (const std::string& name : files()) {
+            if (name.find(".part") != std::string::npos) return true;
+        }
+        return false;
+    };
+    for (int signal : {SIGTERM, SIGINT}) {
+        pid_t child = fork();
+        if (child == 0) {
+            if (chdir(directory.c_str()) != 0) _exit(99);
+            execl(TINCT_BIN_DIR "/tinct-batch", "tinct-batch", "apply", "big.tnc", "--set", "1=1,0,0", "-o", "out.rgb",
+                  "--force", nullptr);
+            _exit(99);
+        }
+        int status = 0;
+        while (waitpid(child, &status, WNOHANG) == 0 && !waiting_for_part())
+            usleep(200);
+        kill(child, signal);
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status)) << "it was done before the signal came";
+        EXPECT_EQ(WTERMSIG(status), signal);
+        EXPECT_EQ(files().size(), before);
+        EXPECT_EQ(read(directory + "/out.rgb"), "precious");
+    }
+}
+
 TEST_F(Batch, DamagedFilesNeverGiveSuccess) {
     std::string tnc = read(directory + "/still.tnc");
     std::string raster = read(directory + "/still.rgb");
@@ -171,6 +264,7 @@ TEST_F(Batch, DamagedFilesNeverGiveSuccess) {
     write("still.tnc", tnc);
     for (size_t cut = 1; cut < raster.size(); cut = cut * 3 + 1) {
         write("still.rgb", raster.substr(0, raster.size() - cut));
+        EXPECT_EQ(run("tinct-batch info still.tnc --json").status, 1) << cut;
         EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o o.rgb").status, 1) << cut;
     }
     EXPECT_EQ(files().size(), 2u);

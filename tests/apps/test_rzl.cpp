@@ -7,7 +7,20 @@ namespace {
 
 using json = nlohmann::json;
 
-class Rzl : public AppFixture {};
+class Rzl : public AppFixture {
+protected:
+    CFILE* create(const std::string& name, int32_t width, int32_t height, int32_t format, int32_t orientation) const {
+        CFILE* file = rzl_open_w((directory + "/" + name).c_str());
+        const int32_t fields[][2] = {{RZL_FIELD_STANDARD, 0},
+                                     {RZL_FIELD_FORMAT, format},
+                                     {RZL_FIELD_XSIZE, width},
+                                     {RZL_FIELD_YSIZE, height},
+                                     {RZL_FIELD_ORIENTATION, orientation}};
+        for (const auto& field : fields)
+            EXPECT_EQ(rzl_set_hdr_data(file, field[0], &field[1]), 0);
+        return file;
+    }
+};
 
 } // namespace
 
@@ -60,6 +73,46 @@ TEST_F(Rzl, ConvertKeepsEveryPixel) {
     EXPECT_EQ(run("rzl cat c.rgb").out.size(), wanted.size() * 3);
 }
 
+TEST_F(Rzl, CatWidensBitsLooksColoursUpAndTurnsLinesAround) {
+    // 11 pixels, each line 5 on, 6 off: bytes of a 16-bit word, low byte first.
+    auto bits = [&](const char* name, int32_t format, int32_t orientation) {
+        CFILE* file = create(name, 11, 2, format, orientation);
+        const uint8_t line[2] = {0x00, 0xF8};
+        for (int y = 0; y < 2; ++y)
+            EXPECT_EQ(rzl_putline(file, line), 0);
+        EXPECT_EQ(rzl_finish(file), 0u);
+    };
+    std::string row = std::string(5, '\xFF') + std::string(6, '\0');
+    std::string turned = std::string(6, '\0') + std::string(5, '\xFF');
+    bits("bits.rgb", 1, 4);
+    EXPECT_EQ(run("rzl cat bits.rgb").out, row + row);
+    bits("left.rgb", 9, 5);
+    EXPECT_EQ(run("rzl cat left.rgb").out, turned + turned);
+    ASSERT_EQ(run("rzl convert bits.rgb runs.rgb --format 9").status, 0);
+    EXPECT_EQ(run("rzl cat runs.rgb").out, row + row);
+    ASSERT_EQ(run("rzl convert bits.rgb grey.rgb --format 2").status, 0);
+    EXPECT_EQ(run("rzl cat grey.rgb").out, row + row);
+
+    CFILE* file = create("mapped.rgb", 3, 1, 29, 5);
+    const rzl_vlt_entry entries[3] = {
+        {0, 0x0100, 0x0200, 0x0300}, {1, 0x0400, 0x0500, 0x0600}, {2, 0x700, 0x800, 0x900}};
+    int32_t value = 2;
+    EXPECT_EQ(rzl_set_hdr_data(file, RZL_FIELD_VLT_TYPE, &value), 0);
+    value = 3;
+    EXPECT_EQ(rzl_set_hdr_data(file, RZL_FIELD_VLT_ENTRIES, &value), 0);
+    EXPECT_EQ(rzl_put_vlt(file, entries), 0);
+    const uint8_t indices[3] = {0, 1, 2};
+    EXPECT_EQ(rzl_putline(file, indices), 0);
+    EXPECT_EQ(rzl_finish(file), 0u);
+    std::string colors = "\7\x08\x09\4\5\6\1\2\3";
+    EXPECT_EQ(run("rzl cat mapped.rgb").out, colors);
+    for (const char* format : {"2 --vlt", "29", "28"}) {
+        ASSERT_EQ(run(std::string("rzl convert mapped.rgb m.rgb --format ") + format).status, 0) << format;
+        EXPECT_EQ(run("rzl cat m.rgb").out, colors) << format;
+    }
+    EXPECT_EQ(run("rzl convert mapped.rgb m.rgb --format 28 --vlt").status, 1);
+}
+
 TEST_F(Rzl, ConvertRefusesWhatItCanNotKeep) {
     write_raster("a.rgb", 8, 8);
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --format 2").status, 1);
@@ -68,6 +121,8 @@ TEST_F(Rzl, ConvertRefusesWhatItCanNotKeep) {
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --standard ADRG").status, 1);
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --standard nonsense").status, 2);
     EXPECT_EQ(run("rzl convert a.rgb a.rgb").status, 1);
+    EXPECT_EQ(run("rzl convert a.rgb /dev/null").status, 1);
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
     EXPECT_EQ(run("rzl convert a.rgb").status, 2);
     EXPECT_EQ(run("rzl convert a.rgb no/b.rgb").status, 1);
     EXPECT_EQ(files().size(), 1u);

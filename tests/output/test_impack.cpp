@@ -99,6 +99,15 @@ TEST_F(Pack, WritesEveryNativeFormatAndReturnsToItsDirectory) {
         EXPECT_EQ(value, 77);
         rzl_close(file);
     }
+    std::filesystem::create_directories(directory + "/sub");
+    Impack* p = pack(27, false);
+    EXPECT_EQ(write(p, directory + "\\Sub\\back.rgb"), IMP_OK);
+    expect_planes(directory + "/sub/back.rgb", false);
+    EXPECT_EQ(write(p, directory + "/no/x.rgb"), IMP_WRITE_FAILED);
+    p->ysize = 0;
+    EXPECT_EQ(write(p, directory + "/none.rgb"), IMP_OK);
+    EXPECT_EQ(files_size_of((directory + "/none.rgb").c_str()), 1024);
+    imp_free(&p);
     ASSERT_TRUE(files_working_directory(after, sizeof after));
     EXPECT_STREQ(before, after);
 }
@@ -190,7 +199,11 @@ TEST_F(Pack, EveryFailedAllocationOrWriteIsToldAndNothingLeaks) {
         }
         expect_planes(path, false);
     }
-    settings.format = RZL_FORMAT_BYTE;
+    settings.standard = RZL_STANDARD_TIFF; // never a native file under another name
+    EXPECT_EQ(
+        imp_save_planes(path.c_str(), WIDTH, HEIGHT, planes[0].data(), planes[1].data(), planes[2].data(), &settings),
+        IMP_BAD_STANDARD);
+    settings = {RZL_STANDARD_KRVN, RZL_FORMAT_BYTE};
     EXPECT_EQ(
         imp_save_planes(path.c_str(), WIDTH, HEIGHT, planes[0].data(), planes[1].data(), planes[2].data(), &settings),
         IMP_BAD_FORMAT);

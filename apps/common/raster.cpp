@@ -1,0 +1,30 @@
+#include "common/raster.h"
+
+#include "common/program.h"
+
+int raster_line_failed(CFILE* file, const char* path, int32_t line) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_STATUS, &status);
+    return program_fail("Line %d of \"%s\" can not be read: %s", line, path, rzl_status_text(status));
+}
+
+bool raster_is_undamaged(CFILE* file, const char* path) {
+    if (rzl_is_damaged(file) == 0) return true;
+    program_fail("\"%s\" is damaged: something that it should hold is missing.", path);
+    return false;
+}
+
+bool raster_is_whole(CFILE* file, const char* path) {
+    void* nothing[1] = {nullptr};
+    int32_t height = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_YSIZE, &height);
+    for (int32_t line = 0; line < height; ++line) {
+        if (rzl_getline_channels(file, 1, nothing) != 0) {
+            raster_line_failed(file, path, line);
+            return false;
+        }
+        // A header may claim any number of lines; behind the first that was made up there is nothing to pass over.
+        if (rzl_is_damaged(file) != 0) break;
+    }
+    return raster_is_undamaged(file, path);
+}

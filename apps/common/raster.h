@@ -1,0 +1,16 @@
+// Checks of a raster file that the programs share.
+#pragma once
+
+#include <cstdint>
+
+#include "raster/rzl.h"
+
+// Passes over every line of the active image, from the current one on, without taking its pixels. False after a message
+// when one is not there, or the file is damaged: this is how a file that was cut is told from a whole one.
+bool raster_is_whole(CFILE* file, const char* path);
+
+// The message that a line can't be read, with the reason that the handle holds. Gives EXIT_FAILED.
+int raster_line_failed(CFILE* file, const char* path, int32_t line);
+
+// Looks at whether the library had to make something up. False after a message.
+bool raster_is_undamaged(CFILE* file, const char* path);
