@@ -84,11 +84,27 @@ void read_lines(CFILE* c, int way) {
         case 2: result = rzl_getline_channels(c, 4, four.data()); break;
         case 3: result = rzl_getline_interleaved(c, interleaved.data()); break;
         case 4: result = rzl_get_rle_line(c, interleaved.data(), &size); break;
-        case 5: result = rzl_getline16(c, reinterpret_cast<uint16_t*>(interleaved.data())); break;
-        default: result = rzl_gettile(c, 3, four.data(), nullptr); break;
+        default: result = rzl_getline16(c, reinterpret_cast<uint16_t*>(interleaved.data())); break;
         }
         if (result != 0) break;
         use(planes[0].data(), 1);
+    }
+}
+
+void read_tiles(CFILE* c) {
+    int64_t bytes = (int64_t{field(c, RZL_FIELD_TILE_WIDTH)} + 16) * field(c, RZL_FIELD_TILE_HEIGHT) * 16;
+    int64_t tiles = int64_t{field(c, RZL_FIELD_TILES_ACROSS)} * field(c, RZL_FIELD_TILES_DOWN);
+    if (bytes <= 0 || bytes > MAX_LINE_BYTES) return;
+    std::vector<std::vector<uint8_t>> planes(4, std::vector<uint8_t>(static_cast<size_t>(bytes)));
+    std::vector<void*> four = {planes[0].data(), planes[1].data(), planes[2].data(), planes[3].data()};
+    for (int channels : {1, 3, 4}) {
+        (void)rzl_seek(c, 0);
+        for (int64_t tile = 0; tile < std::min(tiles, int64_t{MAX_LINES}); ++tile) {
+            int32_t uniform = -1;
+            auto size = static_cast<int32_t>(bytes);
+            if (rzl_gettile(c, channels, four.data(), tile % 2 == 0 ? nullptr : &uniform) != 0) break;
+            if (rzl_get_rle_tile(c, planes[0].data(), &size, &uniform) != 0) break;
+        }
     }
 }
 
@@ -125,8 +141,9 @@ bool is_small(CFILE* c) {
 void read_target(CFILE* c) {
     read_fields(c);
     read_tables(c);
-    for (int way = 0; way <= 6; ++way)
+    for (int way = 0; way <= 5; ++way)
         read_lines(c, way);
+    read_tiles(c);
     if (!is_small(c)) return;
     seek_about(c);
     resample(c);

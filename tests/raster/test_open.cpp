@@ -246,6 +246,36 @@ TEST_F(Open, MemoryFilesNeedNoDisk) {
     rzl_close(c);
 }
 
+TEST_F(Open, OffsetsGoPastFourGigabytes) {
+    constexpr int32_t WIDTH = 100000;
+    constexpr int32_t HEIGHT = 50000;
+    std::string name = path("huge");
+    ASSERT_EQ(write_picture(name.c_str(), RZL_FORMAT_BYTE, WIDTH, 1, 0), 0u);
+    bytes_of_file head = read_bytes(name);
+    head.resize(1024);
+    std::memcpy(head.data() + 188, &HEIGHT, 4); // lines
+    write_bytes(name, head);
+    std::filesystem::resize_file(name, 1024 + uintmax_t{WIDTH} * HEIGHT); // sparse
+    CFILE* c = rzl_open_rw(name.c_str());
+    ASSERT_NE(c, nullptr);
+    std::vector<uint8_t> line(WIDTH, 200);
+    EXPECT_EQ(rzl_randomize(c), 0);
+    EXPECT_EQ(rzl_seek(c, HEIGHT - 1), 0);
+    EXPECT_EQ(rzl_putline(c, line.data()), 0);
+    EXPECT_EQ(rzl_finish(c), 0u);
+    EXPECT_EQ(std::filesystem::file_size(name), 1024 + uintmax_t{WIDTH} * HEIGHT);
+
+    c = rzl_open_r(name.c_str());
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(rzl_randomize(c), 0);
+    for (int32_t y : {HEIGHT - 2, HEIGHT - 1, 7050}) {
+        EXPECT_EQ(rzl_seek(c, y), 0);
+        EXPECT_EQ(rzl_getline(c, line.data()), 0);
+        EXPECT_EQ(line[WIDTH - 1], y == HEIGHT - 1 ? 200 : 0) << y;
+    }
+    rzl_close(c);
+}
+
 TEST_F(Open, BadHandlesAreRefused) {
     alignas(CFILE) static unsigned char garbage[sizeof(CFILE)];
     auto* c = reinterpret_cast<CFILE*>(garbage);

@@ -353,7 +353,7 @@ int rzl_get_global(int32_t field, void* value) {
     case RZL_GLOBAL_STATUS: std::memcpy(value, &status, sizeof status); break;
     case RZL_GLOBAL_DEBUG_LEVEL: put_i32(value, debug_level()); break;
     case RZL_GLOBAL_FORMAT_ROWS: put_i32(value, FORMAT_ROW_COUNT); break;
-    case RZL_GLOBAL_FORMAT_TABLE: std::memcpy(value, static_cast<const void*>(&rows), sizeof rows); break;
+    case RZL_GLOBAL_FORMAT_TABLE: *static_cast<const rzl_format_row**>(value) = rows; break;
     default: break;
     }
     return 0;
