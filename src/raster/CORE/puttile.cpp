@@ -43,23 +43,31 @@ struct tile_block {
     uint8_t* padded;      // owned: room for a tile of full size a channel; null when tiles go out as they are
     size_t padded_bytes;  // of one channel
     const uint8_t** tile; // owned: where the planes of the tile in hand begin
+    const uint8_t** slot; // owned: the planes of one call of a slot
 };
 
 bool tiles_go_padded(const CFILE* c) {
     return c->standard == RZL_STANDARD_NITF || has_flag(c, FLAG_PADDED_TILES | FLAG_FIELD_36);
 }
 
+void free_block(tile_block* b) {
+    mem_free(b->tile);
+    mem_free(b->slot);
+    mem_free(b->padded);
+}
+
 bool make_block(CFILE* c, tile_block* b) {
+    auto channels = static_cast<size_t>(b->channels);
     b->tile_pitch = line_bytes(c, c->tile->width) * samples_together(c);
-    b->tile = mem_new_array<const uint8_t*>(static_cast<size_t>(b->channels));
+    b->tile = mem_new_array<const uint8_t*>(channels);
+    b->slot = mem_new_array<const uint8_t*>(channels);
     size_t all = 0;
     bool fits = checked_mul(b->tile_pitch, size_t{c->tile->height}, &b->padded_bytes) &&
-                checked_mul(b->padded_bytes, static_cast<size_t>(b->channels), &all);
+                checked_mul(b->padded_bytes, channels, &all);
     bool padded = tiles_go_padded(c);
     if (fits && padded) b->padded = static_cast<uint8_t*>(mem_alloc_zeroed(all));
-    if (b->tile != nullptr && fits && (!padded || b->padded != nullptr)) return true;
-    mem_free(b->tile);
-    mem_free(b->padded);
+    if (b->tile != nullptr && b->slot != nullptr && fits && (!padded || b->padded != nullptr)) return true;
+    free_block(b);
     fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
     return false;
 }
@@ -79,39 +87,29 @@ const uint8_t* line_of(const tile_block& b, int channel, size_t y) {
 // A tile through the Puttile slot, with zeros where it reaches over the image's edge.
 int write_padded_tile(CFILE* c, const tile_block& b, size_t left_of_it) {
     size_t bytes = std::min(line_bytes(c, c->xsize) * samples_together(c), b.pitch - left_of_it);
-    mem_guard<const uint8_t*> planes(mem_new_array<const uint8_t*>(static_cast<size_t>(b.channels)));
-    if (!planes) {
-        fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
-        return 0;
-    }
     for (int i = 0; i < b.channels; ++i) {
         uint8_t* plane = b.padded + static_cast<size_t>(i) * b.padded_bytes;
         std::memset(plane, 0, b.padded_bytes);
         for (size_t y = 0; b.tile[i] != nullptr && y < static_cast<size_t>(c->ysize); ++y)
             std::memcpy(plane + y * b.tile_pitch, line_of(b, i, y), bytes);
-        planes[static_cast<size_t>(i)] = b.tile[i] != nullptr ? plane : nullptr;
+        b.slot[i] = b.tile[i] != nullptr ? plane : nullptr;
     }
     int32_t line = c->line;
-    int pixels = c->slots.Puttile(c, b.channels, planes.get(), nullptr);
+    int pixels = c->slots.Puttile(c, b.channels, b.slot, nullptr);
     c->line = line;
     return pixels;
 }
 
 // A tile line by line, as the format writes lines.
 int write_tile_lines(CFILE* c, const tile_block& b) {
-    mem_guard<const uint8_t*> planes(mem_new_array<const uint8_t*>(static_cast<size_t>(b.channels)));
-    if (!planes) {
-        fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
-        return 0;
-    }
     write_line_slot put = has_flag(c, FLAG_16_BIT) ? c->slots.Put_line16 : c->slots.Put_line;
     int32_t tile = c->line;
     int64_t sum = 0;
     for (c->line = 0; c->line < c->ysize && c->status == 0; ++c->line) {
         for (int i = 0; i < b.channels; ++i)
-            planes[static_cast<size_t>(i)] = line_of(b, i, static_cast<size_t>(c->line));
-        bool together = has_flag(c, FLAG_INTERLEAVED) && planes[0] != nullptr;
-        int pixels = together ? c->slots.Putinlv(c, planes[0]) : put(c, b.channels, planes.get());
+            b.slot[i] = line_of(b, i, static_cast<size_t>(c->line));
+        bool together = has_flag(c, FLAG_INTERLEAVED) && b.slot[0] != nullptr;
+        int pixels = together ? c->slots.Putinlv(c, b.slot[0]) : put(c, b.channels, b.slot);
         if (pixels <= 0) {
             if (c->status == 0) fail(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_tile");
             break;
@@ -273,8 +271,7 @@ int rzl_put_tiles(CFILE* c, int channels, write_planes buffers, size_t pitch, in
         flag_guard untiled(c, FLAG_TILED, b.padded != nullptr);
         pixels = write_block(c, &b, data_start);
     }
-    mem_free(b.padded);
-    mem_free(b.tile);
+    free_block(&b);
     set_flag(c, FLAG_TILES_CHANGED, true);
     if (c->active_overview >= 0) set_flag(c, FLAG_OVERVIEWS_CHANGED, true);
     return static_cast<int>(std::min(pixels, int64_t{INT32_MAX}));
@@ -298,6 +295,8 @@ int rzl_flush_tile_row(CFILE* c, int) {
         pixels = rzl_put_tiles(c, static_cast<int>(planes), buffers.get(), tile_row_pitch(c),
                                static_cast<int32_t>(t->tiles_across), 1);
     c->line = line;
+    // A row that could not be written waits on, so that its last line can be put again.
+    if (pixels <= 0 || c->status != 0) return 0;
     t->first_line = line < INT32_MAX ? line + 1 : line;
     t->row_read = t->row_dirty = false;
     // A plane that a later line leaves out must not show this row's.
