@@ -6,6 +6,7 @@
 #include "support/log.h"
 #include "support/memory.h"
 #include "surface/file_types.h"
+#include "tnc/penpack.h"
 
 namespace {
 
@@ -21,6 +22,7 @@ protected:
     void TearDown() override {
         image_close();
         file_types_free();
+        penpack_release_scratch();
         EXPECT_EQ(mem_live(), live_before);
         log_set_sink(nullptr, nullptr);
         stop_set_action(nullptr, nullptr);
@@ -37,6 +39,7 @@ protected:
     static std::string head(const std::string& name) { return std::string("\xFA\x03\xF3\x01", 4) + name; }
     static applique* color(double red, double green, double blue) {
         applique* a = applique_new();
+        if (a == nullptr) return nullptr;
         a->is_color = 1;
         a->a0 = red;
         a->a1 = green;
@@ -135,7 +138,8 @@ TEST_F(OpenImage, EveryFailedAllocationOrReadLeavesASoundState) {
                 files_fail_after(n, files_fail::onward);
             }
             bool opened = image_open("still.tnc") != 0;
-            bool applied = opened && apply_col_pat(1, color(0, 1, 0)) != 0;
+            applique* green = opened ? color(0, 1, 0) : nullptr;
+            bool applied = green != nullptr && apply_col_pat(1, green) != 0;
             hit = kind == 0 ? mem_fail_stop() : files_fail_stop();
             EXPECT_TRUE(hit || applied);
             if (!opened) {

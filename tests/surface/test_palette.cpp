@@ -48,8 +48,7 @@ TEST_F(Palette, AnEntryWithoutABodyEndsTheFile) {
     std::string good = "a {color = (0, 0, 0);}\n";
     for (const std::string& bad :
          {std::string("b {colour = (0, 0, 0);}\n"), std::string("b {color = (0, 0);}\n"),
-          std::string("b {pattern = \"\";}\n"), std::string("b {pattern = \"x;}\n"),
-          std::string("b color = (0,0,0);}\n"), std::string(90, 'n') + " {color = (0, 0, 0);}\n",
+          std::string("b {pattern = \"\";}\n"), std::string("b {pattern = \"x;}\n"), std::string(90, 'n') + " {color = (0, 0, 0);}\n",
           std::string("b {pattern = \"") + std::string(80, 'f') + "\";}\n",
           std::string("b {color = (0, 0, 0);", 21) + '\0' + "}\n"}) {
         EXPECT_EQ(load(good + bad + "c {color = (1, 1, 1);}\n"), 1) << bad;

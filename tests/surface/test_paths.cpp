@@ -47,7 +47,7 @@ TEST_F(Paths, CleanForm) {
     EXPECT_EQ(cleaned("c:\\"), "c:\\");
     EXPECT_EQ(cleaned(""), "\\");
     EXPECT_EQ(cleaned("a\\\\b\\"), "a\\b");
-    EXPECT_EQ(cleaned("a/b/../../../c"), "c");
+    EXPECT_EQ(cleaned("a/b/../../../c"), "..\\c"); // above where it began
     EXPECT_EQ(cleaned("/.."), "\\");
     EXPECT_EQ(cleaned("/a/."), "\\a");
     EXPECT_EQ(cleaned("a/..b/.c"), "a\\..b\\.c");

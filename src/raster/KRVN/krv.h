@@ -99,7 +99,9 @@ struct krv_spec {
     uint8_t packet_head[KRV_PACKET_HEAD_SIZE]; // the last packet head read
     krv_line_header line_header;               // of the piece that comes next, read ahead
     bool lines_ended;                          // scannable: no further piece could be read; every later line is zero
-    int64_t overview_at;   // where the directory stands in the file, from the image's start; 0: not in the file
+    int64_t overview_at;      // where the directory stands in the file, from the image's start; 0: not in the file
+    uint16_t stored_vlt_type; // of the colour table as it stands in the file, which the header may be ahead of
+    uint32_t stored_vlt_entries;
     uint32_t stored_words; // packet_words as the file has them, which the header in memory may be ahead of
     int64_t link_from;     // file offset of the header that is to be linked to this image when it is written; or -1
     uint8_t header[KRV_HEADER_SIZE];
@@ -173,9 +175,14 @@ bool krv_load_image(CFILE* c, int64_t base, const uint8_t* header);
 // zero. False on a shorter read.
 bool krv_read_header(CFILE* c, int64_t offset, size_t minimum, uint8_t* header);
 
-// Whether the line length that the header claims can be held by a file of `bytes` bytes; and whether all lines can.
-bool krv_line_fits(const CFILE* c, int64_t bytes);
-bool krv_image_fits(const CFILE* c, int64_t bytes);
+// Whether a line of that many pixels can come out of `bytes` bytes of file, the size of the file from the image's
+// start. A line of an uncompressed format is not larger than the file, and one of a run-coded format not longer than
+// the greatest expansion of its coding. Pieces of a scannable file may be missing, so there any line of up to 64 KiB
+// passes.
+bool krv_line_fits(int32_t data_type, uint32_t xsize, bool scannable, int64_t bytes);
+
+// The same for `ysize` lines of data.
+bool krv_lines_fit(int32_t data_type, uint32_t xsize, uint32_t ysize, int64_t bytes);
 
 // ---- colour tables: krvvlt.cpp
 // ---------------------------------------------------------------------------------------

@@ -1,0 +1,354 @@
+// Native files: opening for reading and update, the initial state of a file being created, and closing.
+//
+// What is believed of a header. The sizes are 32-bit numbers that a file can fill as it likes, so a file is refused
+// when its lines are longer than the whole file could hold (krv_line_fits): nothing that reads it then takes memory out
+// of proportion. Missing lines are no ground for refusal, since a file that was cut is still worth reading as far as it
+// goes: its handle is marked as damaged, and the lines that are not there fail when they are read. A file under update
+// may still get its lines, so it is not measured. A size of 0 is an image without pixels: reading a line fails.
+#include <cinttypes>
+
+#include "raster/KRVN/krv.h"
+#include "raster/KRVN/krvlines.h"
+#include "support/checked.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr const char* SOURCE = "KRVN/krvopen";
+
+// How a data type stores its pixels, for the question of what a file can hold at most.
+struct storage_row {
+    int32_t data_type;
+    uint32_t bits;      // stored bits a pixel of an uncompressed type, else 0
+    uint32_t expansion; // most pixels that a stored byte of a run-coded type stands for
+};
+
+constexpr storage_row STORAGE[] = {
+    {1, 1, 0},   {2, 8, 0},     {3, 16, 0},     {4, 32, 0},  {5, 32, 0},     {6, 64, 0},     {7, 64, 0},
+    {8, 128, 0}, {9, 0, 32768}, {10, 0, 16384}, {25, 0, 64}, {26, 0, 32768}, {23, 0, 65536}, {24, 0, 65536},
+    {27, 0, 64}, {28, 24, 0},   {29, 0, 64},    {67, 0, 64}, {69, 32, 0},
+};
+
+// A line of a scannable file may be missing from it; up to so many bytes are taken on trust.
+constexpr int64_t TRUSTED_LINE_BYTES = 65536;
+
+const storage_row* find_storage(int32_t data_type) {
+    for (const storage_row& row : STORAGE) {
+        if (row.data_type == data_type) return &row;
+    }
+    return nullptr;
+}
+
+// Bytes of an uncompressed line. Bilevel lines are whole 16-bit words.
+uint64_t stored_line_bytes(const storage_row* row, uint32_t xsize) {
+    if (row->bits == 1) return (uint64_t{xsize} + 15) / 16 * 2;
+    return uint64_t{xsize} * (row->bits / 8);
+}
+
+bool is_data_type(int code) {
+    return (code >= 1 && code <= 10) || (code >= 23 && code <= 32) || code == RZL_FORMAT_TILED ||
+           code == RZL_FORMAT_FOUR_PLANE_RUNS || code == RZL_FORMAT_FOUR;
+}
+
+bool is_old_form(const uint8_t* header) {
+    int data_type = load_u16le(header + KRV_AT_DATA_TYPE);
+    int application = load_u16le(header + KRV_AT_APPLICATION_TYPE);
+    return load_u16le(header + KRV_AT_TYPE) == 0 && data_type >= 2 && data_type <= 4 && application >= 1 &&
+           application <= 2 && krv_words_to_follow(header) == KRV_OLD_WORDS;
+}
+
+// Content that needs what this build has not: tiled storage, and the board that codes JPEG data. The tiled reader takes
+// its place here.
+uint32_t unsupported_status(int data_type) {
+    if (data_type == RZL_FORMAT_TILED) return RZL_UNSUP_KRVN;
+    return format_is_jpeg(data_type) ? RZL_JPEG_HARDWARE_3 : 0;
+}
+
+// The tests that a header must pass before anything of it is used. The status, 0 for a good one.
+uint32_t judge_header(CFILE* c, int64_t base, uint8_t* header) {
+    if (!krv_check_header(c, header)) return RZL_READ_FAILED;
+    if (krv_words_to_follow(header) < KRV_OLD_WORDS) return RZL_READ_FAILED; // pixel data inside the header
+    int data_type = load_u16le(header + KRV_AT_DATA_TYPE);
+    uint32_t unsupported = unsupported_status(data_type);
+    if (unsupported != 0) return unsupported;
+    uint32_t xsize = load_u32le(header + KRV_AT_PIXELS_PER_LINE);
+    if (xsize > INT32_MAX || load_u32le(header + KRV_AT_LINES) > INT32_MAX) return RZL_BAD_IMAGE_SIZE;
+    if (c->mode != MODE_READ) return 0;
+    bool scannable = (header[KRV_AT_SCANNABLE] & 1) != 0;
+    return krv_line_fits(data_type, xsize, scannable, io_size(c) - base) ? 0 : RZL_BAD_IMAGE_SIZE;
+}
+
+// Everything that belongs to the image that was active.
+void drop_image_parts(CFILE* c) {
+    krv_free_packets(c);
+    mem_free(c->color_table);
+    c->color_table = nullptr;
+    mem_free(c->line_offsets);
+    c->line_offsets = nullptr;
+    c->line_offset_count = 0;
+    set_flag(c, FLAG_TILES_CHANGED | FLAG_OVERVIEWS_CHANGED | FLAG_LINES_FROM_ZERO | FLAG_LINE_PADDING, false);
+}
+
+// Takes a header that passed its tests, and all that the handle derives from it.
+void take_header(CFILE* c, int64_t base, const uint8_t* header) {
+    krv_spec* spec = krv_spec_of(c);
+    std::memcpy(spec->header, header, KRV_HEADER_SIZE);
+    c->base_offset = base;
+    spec->xsize = static_cast<int32_t>(load_u32le(header + KRV_AT_PIXELS_PER_LINE));
+    spec->ysize = static_cast<int32_t>(load_u32le(header + KRV_AT_LINES));
+    spec->data_type = load_u16le(header + KRV_AT_DATA_TYPE);
+    spec->reserved_words = 0;
+    spec->link_from = -1;
+    spec->stored_vlt_type = load_u16le(header + KRV_AT_VLT_TYPE);
+    spec->stored_vlt_entries = load_u32le(header + KRV_AT_VLT_ENTRIES);
+    bool chained = krv_next_image(c) != 0 && krv_words_to_follow(header) >= KRV_PLAIN_WORDS;
+    set_flag(c, FLAG_MULTI_IMAGE, chained || base != 0);
+    set_flag(c, FLAG_SCANNABLE, (header[KRV_AT_SCANNABLE] & 1) != 0);
+    set_flag(c, FLAG_HEADER_EXISTS, true);
+}
+
+// A plain file that can't hold all its lines has been cut. Where lines may be missing by right nothing can be told.
+void mark_cut_file(CFILE* c) {
+    const krv_spec* spec = krv_spec_of(c);
+    if (c->mode != MODE_READ || has_flag(c, FLAG_SCANNABLE) || spec->overview_packet != nullptr) return;
+    int64_t bytes = io_size(c) - krv_data_start(c);
+    auto xsize = static_cast<uint32_t>(spec->xsize);
+    auto ysize = static_cast<uint32_t>(spec->ysize);
+    // A file that ends inside its header has lost what that said as well, sizes included.
+    if (bytes < 0 || !krv_lines_fit(spec->data_type, xsize, ysize, bytes)) set_flag(c, FLAG_DAMAGED, true);
+}
+
+bool refuse_open(CFILE* c, uint32_t status, const char* detail) {
+    fail(c, status, SOURCE, detail);
+    return false;
+}
+
+format_slots native_slots() {
+    format_slots slots{};
+    slots.Getline = krv_getline;
+    slots.Get_line = krv_get_line;
+    slots.Getline16 = krv_getline16;
+    slots.Get_line16 = krv_get_line16;
+    slots.Getlinefromtile = rzl_getline_from_tiles;
+    slots.Getrleline = krv_getrleline;
+    slots.Getrlestrip = krv_getrlestrip;
+    slots.Getinlv = krv_getinlv;
+    slots.Putline = krv_putline;
+    slots.Put_line = krv_put_line;
+    slots.Putline16 = krv_putline16;
+    slots.Put_line16 = krv_put_line16;
+    slots.Putrleline = krv_putrleline;
+    slots.Putinlv = krv_putinlv;
+    slots.Putlinetotile = rzl_putline_to_tiles;
+    slots.Get_hdr_data = krv_get_hdr_data;
+    slots.Set_hdr_data = krv_set_hdr_data;
+    slots.Get_stat = krv_get_stat;
+    slots.Set_stat = krv_set_stat;
+    slots.Get_vlt = krv_get_vlt;
+    slots.Get_format = krv_get_format;
+    slots.Get_packet = krv_get_packet;
+    slots.Put_Packet = krv_put_packet;
+    slots.copydata = krv_copydata;
+    slots.init_std_hdr = krv_init_std_hdr;
+    slots.init_ov = krv_init_ov;
+    slots.setactiveov = krv_set_active_overview;
+    slots.Wrt_hdr = krv_write_header;
+    slots.Seek = krv_seek;
+    slots.Get_number_of_images = krv_get_number_of_images;
+    slots.Set_Number_of_Images = krv_set_number_of_images;
+    slots.Set_Active_Image = krv_set_active_image;
+    slots.Randomize = krv_randomize;
+    slots.Rewind = krv_rewind;
+    slots.Close = krv_close;
+    slots.Free_specs = krv_free_specs;
+    slots.Get_Image_Offset = krv_get_image_offset;
+    return slots;
+}
+
+} // namespace
+
+bool krv_line_fits(int32_t data_type, uint32_t xsize, bool scannable, int64_t bytes) {
+    const storage_row* row = find_storage(data_type);
+    if (row == nullptr) return false;
+    int64_t held = bytes < 0 ? 0 : bytes;
+    if (scannable && held < TRUSTED_LINE_BYTES) held = TRUSTED_LINE_BYTES;
+    auto room = static_cast<uint64_t>(held);
+    if (row->bits != 0) return stored_line_bytes(row, xsize) <= room;
+    return xsize / row->expansion <= room;
+}
+
+bool krv_lines_fit(int32_t data_type, uint32_t xsize, uint32_t ysize, int64_t bytes) {
+    const storage_row* row = find_storage(data_type);
+    if (row == nullptr) return false;
+    auto room = static_cast<uint64_t>(bytes < 0 ? 0 : bytes);
+    uint64_t total;
+    if (row->bits != 0) return checked_mul(stored_line_bytes(row, xsize), ysize, &total) && total <= room;
+    return uint64_t{xsize} * ysize / row->expansion <= room;
+}
+
+bool krv_check_header(const CFILE* c, uint8_t* header) {
+    int data_type = load_u16le(header + KRV_AT_DATA_TYPE);
+    if (is_old_form(header)) {
+        store_u16le(header + KRV_AT_TYPE, KRV_TYPE);
+    } else if (header[KRV_AT_TYPE + 1] != KRV_TYPE >> 8 || !is_data_type(data_type)) {
+        rzl_warn("rzl_open_r: Failure in header format of file %s\n            type            0x%04x\n"
+                 "            data_type_code  %d\n            version         %d\n",
+                 c->name != nullptr ? c->name : "", static_cast<unsigned>(load_u16le(header + KRV_AT_TYPE)), data_type,
+                 header[KRV_AT_VERSION]);
+        return false;
+    }
+    if (krv_words_to_follow(header) <= KRV_OLD_WORDS) {
+        // What stands behind the 512 bytes are pixels.
+        std::memset(header + KRV_OLD_HEADER_SIZE, 0, KRV_HEADER_SIZE - KRV_OLD_HEADER_SIZE);
+        store_f64le(header + KRV_AT_ASPECT_RATIO, 1.0);
+    } else if (load_u16le(header + KRV_AT_VLT_TYPE) == KRV_VLT_BYTES) {
+        // And here they are colours: such a header has no application values and no comment.
+        std::memset(header + KRV_SHORT_HEADER_SIZE, 0, KRV_HEADER_SIZE - KRV_SHORT_HEADER_SIZE);
+    }
+    return true;
+}
+
+bool krv_read_header(CFILE* c, int64_t offset, size_t minimum, uint8_t* header) {
+    std::memset(header, 0, KRV_HEADER_SIZE);
+    return io_seek(c, offset) && io_read(c, header, KRV_HEADER_SIZE) >= minimum;
+}
+
+bool krv_load_image(CFILE* c, int64_t base, const uint8_t* header) {
+    uint8_t fresh[KRV_HEADER_SIZE];
+    std::memcpy(fresh, header, KRV_HEADER_SIZE);
+    uint32_t status = judge_header(c, base, fresh);
+    if (status != 0) return refuse_open(c, status, "header");
+    if (!krv_need_ccitt(c, load_u16le(fresh + KRV_AT_DATA_TYPE))) return false;
+    uint8_t* table = nullptr;
+    bool dropped = false;
+    if (!krv_read_color_table(c, base, fresh, &table, &dropped)) return refuse_open(c, RZL_NO_MEMORY, "color table");
+    drop_image_parts(c);
+    if (dropped) set_flag(c, FLAG_DAMAGED, true);
+    c->color_table = table;
+    if (table != nullptr) c->vlt_bits = 8;
+    take_header(c, base, fresh);
+    krv_read_packets(c);
+    mark_cut_file(c);
+    c->active_overview = OVERVIEW_UNSET;
+    return krv_set_active_overview(c, OVERVIEW_BASE) == 0;
+}
+
+void krv_init_spec(CFILE* c) {
+    krv_spec* spec = krv_spec_of(c);
+    std::memset(spec->header, 0, KRV_HEADER_SIZE);
+    store_u16le(spec->header + KRV_AT_TYPE, KRV_TYPE);
+    store_u16le(spec->header + KRV_AT_WORDS_TO_FOLLOW, KRV_PLAIN_WORDS);
+    store_u16le(spec->header + KRV_AT_DATA_TYPE, RZL_FORMAT_BYTE);
+    store_u32le(spec->header + KRV_AT_PIXELS_PER_LINE, static_cast<uint32_t>(c->xsize));
+    store_u32le(spec->header + KRV_AT_LINES, static_cast<uint32_t>(c->ysize));
+    spec->header[KRV_AT_SCAN_ORIENTATION] = 4;
+    spec->header[KRV_AT_VERSION] = 3;
+    spec->xsize = c->xsize;
+    spec->ysize = c->ysize;
+    spec->data_type = RZL_FORMAT_BYTE;
+    spec->reserved_words = 0;
+    spec->line_header = {KRV_LINE_MARK, 0, 0, 0};
+    spec->lines_ended = false;
+    spec->overview_at = 0;
+    spec->stored_words = 0;
+    spec->stored_vlt_type = 0;
+    spec->stored_vlt_entries = 0;
+    spec->link_from = -1;
+}
+
+bool krv_new_spec(CFILE* c) {
+    c->spec = mem_new<krv_spec>();
+    if (c->spec == nullptr) return refuse_open(c, RZL_NO_MEMORY, "krv_spec");
+    krv_init_spec(c);
+    return true;
+}
+
+void krv_install_slots(CFILE* c) {
+    install_slots(c, native_slots());
+}
+
+// No overviews, no further images and no random access there.
+void krv_install_text_slots(CFILE* c) {
+    format_slots slots = native_slots();
+    slots.Getline16 = nullptr;
+    slots.Get_line16 = nullptr;
+    slots.Getlinefromtile = nullptr;
+    slots.Getrlestrip = nullptr;
+    slots.Getinlv = nullptr;
+    slots.Putline16 = nullptr;
+    slots.Put_line16 = nullptr;
+    slots.Putinlv = nullptr;
+    slots.Putlinetotile = nullptr;
+    slots.Put_Packet = nullptr;
+    slots.init_ov = nullptr;
+    slots.setactiveov = nullptr;
+    slots.Get_number_of_images = nullptr;
+    slots.Set_Number_of_Images = nullptr;
+    slots.Set_Active_Image = nullptr;
+    slots.Randomize = nullptr;
+    slots.Get_Image_Offset = nullptr;
+    install_slots(c, slots);
+}
+
+CFILE* krv_abandon(CFILE* c) {
+    krv_free_specs(c);
+    abandon_cfile(c);
+    return nullptr;
+}
+
+CFILE* krv_open(CFILE* c) {
+    if (!krv_new_spec(c)) return krv_abandon(c);
+    uint8_t header[KRV_HEADER_SIZE];
+    if (!krv_read_header(c, 0, 1, header)) {
+        fail(c, RZL_READ_FAILED, SOURCE, "header");
+        return krv_abandon(c);
+    }
+    c->standard = RZL_STANDARD_KRVN;
+    set_flag(c, FLAG_NATIVE, true);
+    krv_install_slots(c);
+    return krv_load_image(c, 0, header) ? c : krv_abandon(c);
+}
+
+int krv_initialise(CFILE* c) {
+    if (!krv_new_spec(c)) return 1;
+    c->standard = RZL_STANDARD_KRVN;
+    c->format = RZL_FORMAT_BYTE;
+    c->compression = 0;
+    c->compression_variant = 0;
+    set_flag(c, FLAG_NATIVE, true);
+    krv_install_slots(c);
+    return 0;
+}
+
+// A directory that has grown out of its place in the file gets there with the header, which finds room for it or fails.
+bool krv_flush_directories(CFILE* c) {
+    krv_spec* spec = krv_spec_of(c);
+    if (!is_writable(c) || !has_flag(c, FLAG_OVERVIEWS_CHANGED) || !has_flag(c, FLAG_HEADER_EXISTS)) return true;
+    if (spec->overview_packet == nullptr) return true;
+    if (spec->overview_at == 0) return krv_write_header(c) == 0;
+    size_t bytes = size_t{krv_packet_total(spec->overview_packet)} * 2;
+    if (!io_seek(c, c->base_offset + spec->overview_at) || io_write(c, spec->overview_packet, bytes) != bytes) {
+        return refuse_open(c, RZL_WRITE_FAILED, "overviews");
+    }
+    set_flag(c, FLAG_OVERVIEWS_CHANGED, false);
+    return true;
+}
+
+void krv_close(CFILE* c) {
+    if (c->spec == nullptr) return;
+    krv_flush_directories(c); // its status stays on the handle
+    krv_free_packets(c);
+    mem_free(krv_spec_of(c)->code_buffer);
+    krv_spec_of(c)->code_buffer = nullptr;
+    mem_free(c->line_offsets);
+    c->line_offsets = nullptr;
+    c->line_offset_count = 0;
+}
+
+void krv_free_specs(CFILE* c) {
+    set_flag(c, FLAG_NATIVE, false);
+    if (c->spec == nullptr) return;
+    krv_free_packets(c);
+    mem_free(krv_spec_of(c)->code_buffer);
+    krv_spec_of(c)->code_buffer = nullptr;
+}

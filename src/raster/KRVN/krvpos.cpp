@@ -1,0 +1,136 @@
+// Native files: where lines are, and moving to one of them.
+#include "raster/KRVN/krv.h"
+#include "raster/KRVN/krvlines.h"
+
+namespace {
+
+constexpr const char* SOURCE = "KRVN/krvpos";
+constexpr uint32_t CLASS_CCITT = 5;
+
+int refuse_seek(CFILE* c, const char* detail) {
+    fail(c, RZL_PAST_END, SOURCE, detail);
+    return 1;
+}
+
+int read_failed(CFILE* c) {
+    fail(c, RZL_READ_FAILED, SOURCE, "Krvn seek");
+    return 1;
+}
+
+// Takes the file to a line whose place is known. In a scannable file that place is behind the line's first header,
+// which is taken again. At the end of the file there is none: the bytes in front of it are the last piece's.
+int go_to_known(CFILE* c, int32_t line) {
+    krv_spec* spec = krv_spec_of(c);
+    auto at = static_cast<int64_t>(c->line_offsets[line]);
+    c->line = line;
+    if (!has_flag(c, FLAG_SCANNABLE)) return io_seek(c, at) ? 0 : read_failed(c);
+    if (line == 0) {
+        krv_rewind(c);
+        return 0;
+    }
+    if (at >= io_size(c)) {
+        spec->lines_ended = true;
+        spec->line_header.line_number = KRV_NO_MORE_LINES;
+        return io_seek(c, at) ? 0 : read_failed(c);
+    }
+    if (!io_seek(c, at - int64_t{KRV_LINE_HEADER_SIZE})) return read_failed(c);
+    krv_read_line_header(c, false);
+    return 0;
+}
+
+// The last line up to `line` whose place is known, or -1.
+int32_t last_known(const CFILE* c, int32_t line) {
+    int32_t at = line < c->line_offset_count ? line : c->line_offset_count - 1;
+    while (at >= 0 && c->line_offsets[at] == LINE_OFFSET_UNKNOWN)
+        --at;
+    return at;
+}
+
+// Starts at the nearest line before the target whose place is known, unless the file already stands between the two.
+int start_before(CFILE* c, int32_t line) {
+    bool behind = c->line > line;
+    if (c->line_offsets != nullptr) {
+        int32_t known = last_known(c, line);
+        if (known >= 0 && (behind || known > c->line)) return go_to_known(c, known);
+    }
+    if (behind) krv_rewind(c);
+    return 0;
+}
+
+int seek_by_reading(CFILE* c, int32_t line) {
+    if (c->line_offsets != nullptr && last_known(c, line) == line) return go_to_known(c, line);
+    if (start_before(c, line) != 0) return 1;
+    return krv_skip_line(c, line) != 0 ? 0 : 1;
+}
+
+int seek_line(CFILE* c, int32_t line) {
+    if (line < 0 || line >= c->ysize) return refuse_seek(c, "Krvn seek");
+    if (line == 0) {
+        krv_rewind(c);
+        return c->status == 0 ? 0 : 1;
+    }
+    int64_t size = has_flag(c, FLAG_SCANNABLE) ? 0 : krv_fixed_line_size(c);
+    if (size == 0) return seek_by_reading(c, line);
+    if (!io_seek(c, krv_first_line(c) + size * line)) return read_failed(c);
+    c->line = line;
+    return 0;
+}
+
+// CCITT data: the coder finds its own place, by strips where they are set.
+int seek_coded(CFILE* c, int32_t line) {
+    int32_t strip_lines = c->ccitt != nullptr ? c->ccitt->strip_lines : 0;
+    if (strip_lines > 0 && (line < 0 || line >= c->ysize / strip_lines + 1)) return refuse_seek(c, "Krvn Seek");
+    if (line == 0) krv_rewind(c);
+    c->line = line;
+    return 0;
+}
+
+// An output line of a handle that resamples, as the source line that it begins with.
+int seek_squetch(CFILE* c, int32_t line) {
+    squetch_record* squetch = c->squetch;
+    if (line < 0 || line >= squetch->out_ysize) return refuse_seek(c, "Krvn seek");
+    double ratio = static_cast<double>(c->ysize) / squetch->out_ysize;
+    if (seek_line(c, static_cast<int32_t>(ratio * line)) != 0) return 1;
+    squetch->out_line = line;
+    squetch->carry = 0;
+    squetch->flags |= SQUETCH_RELOAD;
+    return 0;
+}
+
+} // namespace
+
+int64_t krv_first_line(const CFILE* c) {
+    int64_t start = krv_data_start(c);
+    if (c->active_overview < 0) return start;
+    return start + krv_load_overview(krv_spec_of(c), c->active_overview).offset;
+}
+
+int64_t krv_get_image_offset(CFILE* c) {
+    c->io.file_flush(c->file);
+    return krv_data_start(c);
+}
+
+void krv_rewind(CFILE* c) {
+    krv_spec* spec = krv_spec_of(c);
+    c->line = 0;
+    spec->lines_ended = false;
+    if (has_flag(c, FLAG_TILED)) return;
+    int64_t at = krv_first_line(c);
+    if (!io_seek(c, at)) {
+        // A file being created through a pipe stands where it is: it can only go forward.
+        if (is_readable(c)) fail(c, RZL_READ_FAILED, SOURCE, "rewind");
+        return;
+    }
+    if (!has_flag(c, FLAG_SCANNABLE) || !is_readable(c)) return;
+    if (!krv_read_line_header(c, true)) io_seek(c, at); // no line yet: the first may be written here
+}
+
+int krv_seek(CFILE* c, int32_t line) {
+    if (has_flag(c, FLAG_TILED)) {
+        c->line = line;
+        return 0;
+    }
+    if (c->compression == CLASS_CCITT) return seek_coded(c, line);
+    if (has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr) return seek_squetch(c, line);
+    return seek_line(c, line);
+}
