@@ -153,8 +153,7 @@ bytes slow_byte_runs(const bytes& in) {
             continue;
         }
         size_t first = i++;
-        while (i < in.size() && i - first < 127 &&
-               !(i + 1 < in.size() && in[i] == in[i + 1] && in[i] == in[i - 1]))
+        while (i < in.size() && i - first < 127 && !(i + 1 < in.size() && in[i] == in[i + 1] && in[i] == in[i - 1]))
             ++i;
         out.push_back(static_cast<uint8_t>(i - first));
         out.insert(out.end(), in.begin() + static_cast<long>(first), in.begin() + static_cast<long>(i));
@@ -238,7 +237,8 @@ TEST_F(Coding, ByteRunsAreThoseOfTheSlowCoder) {
     std::mt19937 random(7);
     for (int i = 0; i < 1500; ++i) {
         size_t size = i < 300 ? static_cast<size_t>(i + 1) : random() % 3000 + 1;
-        bytes line = random_line(random, size, static_cast<unsigned>(random() % 7) + (i % 5 == 0 ? 300 : 1), i % 3 == 0 ? 2 : 200);
+        bytes line = random_line(random, size, static_cast<unsigned>(random() % 7) + (i % 5 == 0 ? 300 : 1),
+                                 i % 3 == 0 ? 2 : 200);
         ASSERT_EQ(coded(29, static_cast<int32_t>(size), {line}), slow_byte_runs(line)) << "line " << i;
     }
 }
@@ -385,13 +385,13 @@ TEST_F(Coding, DamagedOrdinaryLinesFail) {
         int format;
         bytes data;
     } cases[] = {
-        {29, {0xF0, 1}},                            // a run past the end
+        {29, {0xF0, 1}},                               // a run past the end
         {29, {11, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}}, // literals past the end
-        {29, {5, 1, 2}},                            // cut literals
-        {29, {0xFB}},                               // a run without its byte
-        {27, {0xF6, 1, 0xF6, 2}},                   // two planes of three
-        {9, to_bytes({4, 7, 0})},                   // an on run past the end
-        {9, to_bytes({4, 6})},                      // no closing off run
+        {29, {5, 1, 2}},                               // cut literals
+        {29, {0xFB}},                                  // a run without its byte
+        {27, {0xF6, 1, 0xF6, 2}},                      // two planes of three
+        {9, to_bytes({4, 7, 0})},                      // an on run past the end
+        {9, to_bytes({4, 6})},                         // no closing off run
         {25, {1, 2, 3, 11}},
         {25, {1, 2, 3}},
         {26, to_bytes({0, 11})},
@@ -532,7 +532,8 @@ TEST_F(Coding, LinesInTheirStoredCoding) {
             EXPECT_EQ(c->status, RZL_RLE_BUFFER_SMALL);
             EXPECT_EQ(size, static_cast<int32_t>(each));
             EXPECT_EQ(rzl_get_rle_line(c, coding.data(), &size), 0) << rzl_status_name(c->status);
-            EXPECT_EQ(coding, (bytes{file.block.begin() + HEADER, file.block.begin() + HEADER + static_cast<long>(each)}));
+            EXPECT_EQ(coding,
+                      (bytes{file.block.begin() + HEADER, file.block.begin() + HEADER + static_cast<long>(each)}));
             planes got(line.size(), bytes(plane_size(format, 200)));
             EXPECT_EQ(get(c, &got), 0);
             EXPECT_EQ(got, line);

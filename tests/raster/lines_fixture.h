@@ -164,8 +164,8 @@ protected:
         // An output line of a resampled image is sought as its source line.
         slots.Seek = [](CFILE* c, int32_t line) {
             bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;
-            c->line = resampled ? static_cast<int32_t>(static_cast<double>(c->ysize) / c->squetch->out_ysize * line)
-                                : line;
+            c->line =
+                resampled ? static_cast<int32_t>(static_cast<double>(c->ysize) / c->squetch->out_ysize * line) : line;
             return 0;
         };
         return handle;

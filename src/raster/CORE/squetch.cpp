@@ -14,6 +14,7 @@
 namespace {
 
 constexpr char SOURCE[] = "CORE/squetch";
+constexpr int LINES_LOST = -1;    // `loaded` after a failure: neither the accumulators nor the source line are known
 constexpr int CHANNELS_LIMIT = 4; // of one call that is resampled channel by channel
 
 bool has_filter(const squetch_record* s) {
@@ -332,7 +333,8 @@ void spread(CFILE* c, int channels, read_planes buffers) {
 // Goes back to the source line of the output line that comes next, so that it can be read for other channels.
 bool load_again(CFILE* c, int channels) {
     squetch_record* s = c->squetch;
-    if (!must_reload(s) && s->loaded != channels) {
+    bool elsewhere = s->loaded == LINES_LOST || (!must_reload(s) && s->loaded != channels);
+    if (elsewhere) {
         if (c->slots.Seek(c, s->out_line) != 0) return false;
         s->flags |= SQUETCH_RELOAD;
     }
@@ -355,8 +357,7 @@ int rzl_squetch(CFILE* c, int channels, read_planes buffers) {
     squetch_record* s = c->squetch;
     if (!make_buffers(c, s, out.channels) || !load_again(c, out.channels)) return 0;
     if (!resample_line(c, out)) {
-        // What the accumulators hold is not known any more.
-        s->loaded = 0;
+        s->loaded = LINES_LOST;
         return 0;
     }
     ++s->out_line;
