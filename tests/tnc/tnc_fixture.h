@@ -14,6 +14,7 @@
 
 #include "support/log.h"
 #include "support/memory.h"
+#include "tnc/penpack.h"
 #include "tnc/tnc.h"
 
 using bytes = std::vector<uint8_t>;
@@ -68,7 +69,8 @@ inline bytes compressed(const bytes& data, int max_bits, bool block_mode, int cl
     int since_clear = 0;
     auto reset = [&] {
         table.clear();
-        for (int i = 0; i < 256; ++i) table[std::string(1, static_cast<char>(i))] = i;
+        for (int i = 0; i < 256; ++i)
+            table[std::string(1, static_cast<char>(i))] = i;
         next = block_mode ? 257 : 256;
     };
     reset();
@@ -103,14 +105,24 @@ struct tnc_test : ::testing::Test {
 
     void SetUp() override {
         const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        path = (std::filesystem::temp_directory_path() / (std::string("tnc_") + info->test_suite_name() + "_" + info->name() + ".tnc")).string();
+        path = (std::filesystem::temp_directory_path() /
+                (std::string("tnc_") + info->test_suite_name() + "_" + info->name() + ".tnc"))
+                   .string();
         live = mem_live();
-        log_set_sink([](void* user, int level, const char* text) {
-            static_cast<tnc_test*>(user)->messages += std::to_string(level) + ":" + text + "\n";
-        }, this);
+        log_set_sink(
+            [](void* user, int level, const char* text) {
+                static_cast<tnc_test*>(user)->messages += std::to_string(level) + ":" + text + "\n";
+            },
+            this);
         stop_set_action([](void* user, int status) { static_cast<tnc_test*>(user)->stops += status; }, this);
     }
-    void TearDown() override;
+    void TearDown() override {
+        log_set_sink(nullptr, nullptr);
+        stop_set_action(nullptr, nullptr);
+        std::filesystem::remove(path);
+        penpack_release_scratch();
+        EXPECT_EQ(mem_live(), live);
+    }
 
     void write(const bytes& content) const {
         std::ofstream file(path, std::ios::binary);
@@ -150,11 +162,12 @@ inline std::string pixels_of(const tnc_image* image) {
     for (int pen = 0; pen < PEN_COUNT; ++pen) {
         if (pen_defined(image, pen) == 0) continue;
         text += std::to_string(pen) + ":";
-        pen_for_each_pixel(image, pen, &text, [](void* user, int32_t x, int32_t y, int32_t r, int32_t g, int32_t b, int32_t u, int32_t v) {
-            char one[96];
-            std::snprintf(one, sizeof one, "%d,%d=%d/%d/%d/%d/%d ", x, y, r, g, b, u, v);
-            *static_cast<std::string*>(user) += one;
-        });
+        pen_for_each_pixel(image, pen, &text,
+                           [](void* user, int32_t x, int32_t y, int32_t r, int32_t g, int32_t b, int32_t u, int32_t v) {
+                               char one[96];
+                               std::snprintf(one, sizeof one, "%d,%d=%d/%d/%d/%d/%d ", x, y, r, g, b, u, v);
+                               *static_cast<std::string*>(user) += one;
+                           });
     }
     return text;
 }

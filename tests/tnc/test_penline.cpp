@@ -1,0 +1,185 @@
+// Packing and decoding of pen lines: the bytes of known lines, random lines against the samples that went in, and code
+// that no builder makes.
+#include <random>
+#include <tuple>
+
+#include "tnc/builder.h"
+#include "tnc/penline.h"
+#include "tnc_fixture.h"
+
+namespace {
+
+using pixel = std::tuple<int, int, int, int, int, int>; // x, red, green, blue, u, v
+
+struct penline_test : tnc_test {
+    static void take(void* user, int, int, int32_t, pline* chain) {
+        auto* to = static_cast<pline**>(user);
+        *to = chain;
+    }
+    static void free_chain(pline* chain) {
+        while (chain != nullptr) {
+            pline* next = chain->next;
+            mem_free(chain);
+            chain = next;
+        }
+    }
+    // The packed line of one pen's samples.
+    static pline* packed(const std::vector<pixel>& samples, bool uv) {
+        pline* chain = nullptr;
+        pen_builder* builder = builder_new(take, &chain);
+        builder_set_pen(builder, 1, uv ? 1 : 0);
+        for (const auto& [x, r, g, b, u, v] : samples) {
+            builder_move_x(builder, x - builder_x(builder));
+            builder_add_sample(builder, 1, low(r), low(g), low(b), static_cast<uint16_t>(u), static_cast<uint16_t>(v));
+        }
+        builder_free(builder);
+        return chain;
+    }
+    static bytes code_of(const std::vector<pixel>& samples, bool uv) {
+        pline* chain = packed(samples, uv);
+        bytes code(chain->code, chain->code + chain->length);
+        free_chain(chain);
+        return code;
+    }
+    static std::vector<pixel> decoded(const pline* line) {
+        std::vector<pixel> samples;
+        pline_decode(line, 0, &samples,
+                     [](void* to, int32_t x, int32_t, int32_t r, int32_t g, int32_t b, int32_t u, int32_t v) {
+                         static_cast<std::vector<pixel>*>(to)->emplace_back(x, r, g, b, u, v);
+                     });
+        return samples;
+    }
+    static pline* line_of(const bytes& code) {
+        auto* line = static_cast<pline*>(mem_alloc(sizeof(pline) + code.size()));
+        line->next = nullptr;
+        line->length = static_cast<uint32_t>(code.size());
+        std::copy(code.begin(), code.end(), line->code);
+        return line;
+    }
+};
+
+std::vector<pixel> grey_run(int x, int count, int shade) {
+    std::vector<pixel> run;
+    for (int i = 0; i < count; ++i)
+        run.emplace_back(x + i, shade, shade, shade, 0, 0);
+    return run;
+}
+
+} // namespace
+
+TEST_F(penline_test, gaps_take_the_shortest_skips) {
+    EXPECT_EQ(code_of({{0, 1, 2, 3, 0x1234, 0x5678}}, true), (bytes{0x17, 1, 2, 3, 0x34, 0x12, 0x78, 0x56, 0}));
+    EXPECT_EQ(code_of({{0, 5, 5, 5, 0, 0}}, true), (bytes{0x1F, 5, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(code_of(grey_run(127, 1, 5), false), (bytes{0xFF, 0x1D, 5, 0}));
+    EXPECT_EQ(code_of(grey_run(128, 1, 5), false), (bytes{0x80, 0x7F, 0x1D, 5, 0}));
+    EXPECT_EQ(code_of(grey_run(256, 1, 5), false), (bytes{0x80, 0xFF, 0x1D, 5, 0}));
+    EXPECT_EQ(code_of(grey_run(300, 1, 5), false), (bytes{0x80, 0xFF, 0xAC, 0x1D, 5, 0}));
+}
+
+TEST_F(penline_test, counts_move_behind_the_header_from_eight_on) {
+    EXPECT_EQ(code_of(grey_run(0, 7, 5), false), (bytes{0x7D, 5, 0}));
+    EXPECT_EQ(code_of(grey_run(0, 8, 5), false), (bytes{0x0D, 7, 5, 0}));
+    EXPECT_EQ(code_of(grey_run(0, 256, 5), false), (bytes{0x0D, 255, 5, 0}));
+    bytes longer = code_of(grey_run(0, 257, 5), false);
+    EXPECT_EQ(longer.size(), 6u); // a second run, of 256 and 1 in some order
+}
+
+TEST_F(penline_test, second_differences_take_two_bytes) {
+    std::vector<pixel> three = {{0, 9, 9, 9, 100, 65000}, {1, 9, 9, 9, 200, 300}, {2, 9, 9, 9, 427, 1263}};
+    // u: 100, 100, then +127; v wraps: the difference is taken on the full values, and does not fit.
+    EXPECT_EQ(code_of(three, true).front(), 0x3F);
+    std::vector<pixel> fits = {{0, 9, 9, 9, 100, 1000}, {1, 9, 9, 9, 200, 900}, {2, 9, 9, 9, 427, 672}};
+    EXPECT_EQ(code_of(fits, true), (bytes{0x3E, 9, 0, 3, 0, 3, 100, 0xE8, 200, 0x84, 127, 0x80, 0}));
+    std::vector<pixel> two = {{0, 9, 9, 9, 1, 1}, {1, 9, 9, 9, 2, 2}};
+    EXPECT_EQ(code_of(two, true).front(), 0x2F);
+}
+
+TEST_F(penline_test, random_lines_decode_to_what_went_in) {
+    std::mt19937 random(5);
+    auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    for (int round = 0; round < 400; ++round) {
+        bool uv = round % 3 != 0;
+        std::vector<pixel> samples;
+        int u = below(65536);
+        int v = below(65536);
+        int step = below(300);
+        for (int x = below(300); x < 1500; ++x) {
+            if (below(40) == 0) x += below(400);
+            if (below(50) == 0) step = below(3000);
+            u = (u + step + below(3)) & 0xFFFF;
+            v = (v - 7) & 0xFFFF;
+            int shade = below(4) == 0 ? below(256) : 200;
+            bool grey = below(10) != 0;
+            samples.emplace_back(x, shade, grey ? shade : below(256), grey ? shade : 3, uv ? u : 0, uv ? v : 0);
+        }
+        pline* chain = packed(samples, uv);
+        ASSERT_NE(chain, nullptr);
+        EXPECT_EQ(chain->next, nullptr);
+        EXPECT_EQ(decoded(chain), samples) << round;
+        for (int i = 0; i < 20; ++i) {
+            const auto& [x, r, g, b, pu, pv] = samples[static_cast<size_t>(below(static_cast<int>(samples.size())))];
+            int32_t red = 0, green = 0, blue = 0;
+            ASSERT_EQ(pline_shade_at(chain, x, &red, &green, &blue), 1);
+            EXPECT_EQ(std::make_tuple(red, green, blue), std::make_tuple(r, g, b));
+        }
+        int32_t unused = 0;
+        EXPECT_EQ(pline_shade_at(chain, std::get<0>(samples.back()) + 1, &unused, &unused, &unused), 0);
+        free_chain(chain);
+    }
+}
+
+TEST_F(penline_test, broken_code_ends_the_line) {
+    std::mt19937 random(6);
+    for (int round = 0; round < 20000; ++round) {
+        bytes code(random() % 24);
+        for (auto& byte : code)
+            byte = static_cast<uint8_t>(random());
+        pline* line = line_of(code);
+        std::vector<pixel> samples = decoded(line);
+        int32_t shade[3];
+        for (const auto& p : samples)
+            pline_shade_at(line, std::get<0>(p), &shade[0], &shade[1], &shade[2]);
+        penline_position at = penline_begin(line);
+        int32_t x = 0, count = 0;
+        int64_t total = 0;
+        while (penline_skip_run(&at, &x, &count))
+            total += count;
+        EXPECT_EQ(total, static_cast<int64_t>(samples.size()));
+        mem_free(line);
+    }
+}
+
+TEST_F(penline_test, a_run_without_a_uv_code_is_told_and_read) {
+    pline* line = line_of({0x1C, 9, 0});
+    EXPECT_EQ(decoded(line), (std::vector<pixel>{{0, 9, 9, 9, 0, 0}}));
+    EXPECT_EQ(messages, "2:Error - uv_code = 0\n");
+    mem_free(line);
+}
+
+TEST_F(penline_test, walks_stop_and_pens_are_picked_by_strength) {
+    bytes content = START;
+    for (int pen = 0; pen < 30; ++pen)
+        content = content + pen_record(pen, false);
+    for (int pen = 0; pen < 30; ++pen)
+        content = content + shade_record(pen, pen * 7 % 31 * 8);
+    tnc_image* image = read(content + END, 1);
+    ASSERT_NE(image, nullptr);
+    int32_t pens[30];
+    EXPECT_EQ(pens_at_pixel(image, 0, 0, pens, 30), PENS_AT_PIXEL_MAX);
+    // The limit is on the pens looked at, from 0 up: of the first twenty the strongest comes first.
+    for (int i = 1; i < PENS_AT_PIXEL_MAX; ++i)
+        EXPECT_GE(pens[i - 1] * 7 % 31, pens[i] * 7 % 31);
+    EXPECT_EQ(pens_at_pixel(image, 1, 0, pens, 30), 0);
+    EXPECT_EQ(pens_at_pixel(image, 0, 1, pens, 30), 0);
+    EXPECT_EQ(pens_at_pixel(image, 0, -1, pens, 30), 0);
+    int calls = 0;
+    auto stop = [](void* user, int32_t, int32_t, int32_t) { return ++*static_cast<int*>(user); };
+    EXPECT_EQ(pen_for_each_run(image, 3, &calls, stop), 1);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(pen_for_each_run(image, 239, &calls, stop), 0);
+    pen_summary summary;
+    ASSERT_TRUE(pen_summarise(image, 3, &summary));
+    EXPECT_EQ(summary.samples, 1);
+    EXPECT_FALSE(pen_summarise(image, 200, &summary));
+    tnc_free(image);
+}

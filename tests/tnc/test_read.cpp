@@ -1,0 +1,164 @@
+// The reader of .tnc files: every record, damage of every kind, and failures at every allocation and read.
+#include <cstring>
+
+#include "platform/files.h"
+#include "tnc_fixture.h"
+
+namespace {
+
+struct read_test : tnc_test {
+    // Reads, lists the pixels, frees.
+    std::string pixels(const bytes& content, int32_t line_count) {
+        tnc_image* image = read(content, line_count);
+        std::string text = image != nullptr ? pixels_of(image) : "none";
+        complete = image != nullptr && image->complete;
+        tnc_free(image);
+        return text;
+    }
+    bool complete = false;
+};
+
+bytes uv_sample(int pen, int shade, int u, int v) {
+    return shade_record(pen, shade) + bytes{low(u), high(u), low(v), high(v)};
+}
+
+} // namespace
+
+TEST_F(read_test, records_move_and_place_samples) {
+    bytes content = START + pen_record(3, true) + pen_record(9, false) + shade_record(9, 50) + COLUMN +
+                    uv_sample(3, 60, 0x1234, 0xFFFF) + skip_record(252, 300) + shade_record(9, 70) +
+                    skip_record(252, 0) + uv_sample(3, 80, 1, 2) + LINE + skip_record(254, 2) + shade_record(9, 90) +
+                    END + shade_record(9, 1);
+    EXPECT_EQ(pixels(content, 5), "3:1,0=60/60/60/4660/65535 301,0=80/80/80/1/2 9:0,0=50/50/50/0/0 301,0=70/70/70/0/0 "
+                                  "0,3=90/90/90/0/0 ");
+    EXPECT_TRUE(complete);
+    EXPECT_EQ(messages, "");
+}
+
+TEST_F(read_test, the_last_line_ends_the_reading) {
+    bytes content =
+        START + pen_record(1, false) + shade_record(1, 10) + LINE + shade_record(1, 20) + LINE + bytes{240, 1, 2, 3};
+    EXPECT_EQ(pixels(content, 2), "1:0,0=10/10/10/0/0 0,1=20/20/20/0/0 ");
+    EXPECT_TRUE(complete);
+    EXPECT_EQ(
+        pixels(START + pen_record(1, false) + shade_record(1, 10) + skip_record(254, 500) + bytes{240, 1, 2, 3}, 2),
+        "1:0,0=10/10/10/0/0 ");
+    EXPECT_EQ(pixels(content, 0), "1:");
+    EXPECT_EQ(pixels(content, -5), "1:");
+}
+
+TEST_F(read_test, versions_read_alike_and_others_stop) {
+    bytes records = pen_record(1, false) + shade_record(1, 10) + END;
+    for (int version = 0; version < 4; ++version) {
+        EXPECT_EQ(pixels(bytes{250, low(version)} + records, 1), "1:0,0=10/10/10/0/0 ");
+    }
+    for (const bytes& opening : {bytes{250, 4}, bytes{251, 3}, bytes{250}, bytes{}}) {
+        EXPECT_EQ(pixels(opening.size() == 2 ? opening + records : opening, 1), "none");
+        EXPECT_EQ(messages, "2:expected \"" + path + "\" to be version 0, 1, 2 or 3 tnc file\n");
+        EXPECT_EQ(stops, 1);
+    }
+    EXPECT_EQ(tnc_read("/nonexistent.tnc", 1), nullptr);
+    EXPECT_EQ(stops, 2);
+}
+
+TEST_F(read_test, headers_keep_their_name) {
+    bytes name(200, 'n');
+    tnc_image* image = read(START + bytes{243, 7} + bytes{243, 1, 'a', 0} + bytes{243, 1, 'b', 'c', 0} + END, 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_STREQ(image->name, "bc");
+    tnc_free(image);
+    // 127 characters fill the field; the rest of an overlong text is read as records.
+    image = read(START + bytes{243, 1} + bytes(128, 'n') + END, 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(std::strlen(image->name), 127u);
+    EXPECT_TRUE(image->complete);
+    tnc_free(image);
+}
+
+TEST_F(read_test, unknown_pens_stop_and_out_of_range_ones_are_passed_over) {
+    EXPECT_EQ(pixels(START + pen_record(1, false) + shade_record(2, 5) + END, 1), "none");
+    EXPECT_EQ(messages, "2:Pixel data found for unknown pen 2\n");
+    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(pixels(START + pen_record(240, false) + shade_record(240, 5) + END, 1), "none");
+    EXPECT_EQ(messages, "2:Pixel data found for unknown pen 240\n");
+    EXPECT_EQ(pixels(START + pen_record(250, true) + END, 1), "");
+}
+
+TEST_F(read_test, packed_lines_go_to_the_front_of_their_chain) {
+    bytes one = {0x1D, 7, 0};       // one pixel, grey 7
+    bytes two = {0x81, 0x1D, 8, 0}; // one column on, grey 8
+    bytes content = START + pen_record(4, false) + packed_record(4, 1, one) + packed_record(4, 1, two) +
+                    packed_record(5, 0, one) + packed_record(4, 2, one) + packed_record(250, 0, one) +
+                    packed_record(4, 0, {}) + packed_record(4, 0, {0x7D}) + END;
+    EXPECT_EQ(pixels(content, 2), "4:1,1=8/8/8/0/0 0,1=7/7/7/0/0 ");
+    EXPECT_TRUE(complete);
+}
+
+TEST_F(read_test, a_cut_file_is_told_apart_wherever_it_ends) {
+    bytes content = START + bytes{243, 1, 'x', 0} + pen_record(4, true) + uv_sample(4, 9, 1, 2) + COLUMN +
+                    packed_record(4, 1, {0x1F, 7, 1, 0, 2, 0, 0}) + skip_record(252, 3) + END;
+    for (size_t length = 2; length < content.size(); ++length) {
+        pixels(bytes(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(length)), 3);
+        EXPECT_FALSE(complete) << length;
+        EXPECT_EQ(stops, 0) << length;
+    }
+    pixels(START + pen_record(4, true) + bytes{241, 4, 0, 0, 0x10, 0x27, 1, 2, 3}, 3);
+    EXPECT_EQ(messages, "2:Failed to read 10000 bytes for pline.\n");
+}
+
+TEST_F(read_test, a_compressed_stream_holds_any_records) {
+    bytes records = pen_record(1, true) + uv_sample(1, 10, 3, 4) + COLUMN + uv_sample(1, 11, 5, 6) + LINE + END;
+    bytes plain = START + records;
+    std::string wanted = pixels(plain, 3);
+    EXPECT_EQ(pixels(START + bytes{242} + compressed(records, 12, true, 0), 3), wanted);
+    EXPECT_TRUE(complete);
+    EXPECT_EQ(pixels(START + bytes{242, 0x1F, 0x9D, 0x80 | 17}, 3), "none");
+    EXPECT_EQ(stops, 1);
+    EXPECT_NE(messages.find("2:failed to start decompression\n"), std::string::npos);
+}
+
+TEST_F(read_test, a_sample_twice_at_a_column_makes_layers) {
+    bytes content = START + pen_record(1, false) + shade_record(1, 10) + shade_record(1, 20) + COLUMN +
+                    shade_record(1, 30) + COLUMN + shade_record(1, 40) + shade_record(1, 50) + shade_record(1, 60) +
+                    END;
+    tnc_image* image = read(content, 1);
+    ASSERT_NE(image, nullptr);
+    int layers = 0;
+    for (const pline* line = image->pens[1]->lines[0]; line != nullptr; line = line->next)
+        ++layers;
+    EXPECT_EQ(layers, 3);
+    int32_t pens[4] = {};
+    EXPECT_EQ(pens_at_pixel(image, 2, 0, pens, 4), 1); // once, whatever its layers
+    tnc_free(image);
+}
+
+TEST_F(read_test, every_failed_allocation_or_read_is_named_and_leaks_nothing) {
+    bytes content = START + bytes{243, 1, 'x', 0} + pen_record(4, true) + pen_record(5, false);
+    for (int i = 0; i < 40; ++i)
+        content = content + uv_sample(4, i, i * i, 9) + shade_record(5, i) + shade_record(5, 9) + COLUMN;
+    content = content + LINE + packed_record(4, 1, {0x1F, 7, 1, 0, 2, 0, 0}) + END;
+    std::string wanted = pixels(content, 3);
+    for (mem_fail mode : {mem_fail::once, mem_fail::onward}) {
+        bool hit = true;
+        for (long n = 0; hit; ++n) {
+            penpack_release_scratch();
+            mem_fail_after(n, mode);
+            tnc_image* image = read(content, 3);
+            hit = mem_fail_stop();
+            EXPECT_EQ(messages.empty(), !hit && stops == 0) << n << messages;
+            tnc_free(image);
+            penpack_release_scratch();
+            EXPECT_EQ(mem_live(), live) << n;
+        }
+    }
+    bool hit = true;
+    for (long n = 0; hit; ++n) {
+        write(content);
+        files_fail_after(n, files_fail::onward);
+        tnc_image* image = tnc_read(path.c_str(), 3);
+        hit = files_fail_stop();
+        EXPECT_TRUE(hit || (image != nullptr && image->complete)); // a cut at the very end takes nothing
+        tnc_free(image);
+    }
+    EXPECT_EQ(pixels(content, 3), wanted);
+}
