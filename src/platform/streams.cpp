@@ -15,6 +15,8 @@ namespace {
 
 file_stream standard_output = {};
 
+constexpr size_t WRITE_ROOM = 0x20000; // bytes
+
 // Moves whole transfers: a planned failure cuts the count of bytes.
 size_t items(size_t moved_bytes, size_t size) {
     return size > 0 ? moved_bytes / size : 0;
@@ -31,10 +33,16 @@ file_stream* stream_open(const char* path, const char* mode) {
     bool existing = mode[0] == 'r';
     bool named = existing ? files_resolve(path, real, sizeof real) : files_resolve_new(path, real, sizeof real);
     if (!named || files_is_directory(real)) return nullptr;
-    auto* stream = mem_new<file_stream>();
+    // The room for writing stands behind the record. Lines of pixels are longer than the C library's own buffer, which
+    // would pass each on in two pieces.
+    auto* stream = static_cast<file_stream*>(mem_alloc(sizeof(file_stream) + (existing ? 0 : WRITE_ROOM)));
     if (stream == nullptr) return nullptr;
+    *stream = {};
     stream->file = std::fopen(real, mode);
-    if (stream->file != nullptr) return stream;
+    if (stream->file != nullptr) {
+        if (!existing) (void)std::setvbuf(stream->file, reinterpret_cast<char*>(stream + 1), _IOFBF, WRITE_ROOM);
+        return stream;
+    }
     mem_free(stream);
     return nullptr;
 }
