@@ -11,7 +11,6 @@ constexpr const char* SOURCE = "KRVN/krvwrthd";
 constexpr uint32_t ENTRIES_STEP = 64; // an entry table is padded to a multiple of so many
 constexpr uint32_t PACKET_STEP = 256; // and the packet area to a multiple of so many words
 constexpr uint32_t ENTRY_WORDS = 4;   // words of a table entry
-constexpr uint32_t BYTE_VLT_WORDS = KRV_BYTE_VLT_SIZE / 2;
 constexpr int BUILT_ENTRIES_MAX = 512; // of a table that is made from the file's colours
 
 // What stands before the pixel data.
