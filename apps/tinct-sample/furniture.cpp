@@ -46,8 +46,7 @@ double distance_pillow(const shape& s, vec3 p) {
 // params: half width, half height, folds
 double distance_curtain(const shape& s, vec3 p) {
     double turns = p.z / s.params[0] * s.params[2] * PI;
-    double depth = 0.035 * (1 + 0.25 * std::sin(turns * 0.37 + p.y));
-    double fold = depth * std::sin(turns + 0.3 * std::sin(p.y * 2.1));
+    double fold = 0.035 * std::sin(turns + 0.25 * p.y);
     vec3 q = {std::fabs(p.x - fold) - 0.002, std::fabs(p.y) - s.params[1], std::fabs(p.z) - s.params[0]};
     return std::max({q.x, q.y, q.z});
 }
@@ -79,7 +78,7 @@ shape* add_pillow(scene* s, int material, vec3 centre, vec3 half, const frame& f
 }
 
 shape* add_curtain(scene* s, int material, vec3 centre, double half_wide, double half_high, int folds) {
-    shape* c = add_field(s, material, centre, {0.055, half_high, half_wide}, distance_curtain, UPRIGHT, 0.33);
+    shape* c = add_field(s, material, centre, {0.055, half_high, half_wide}, distance_curtain, UPRIGHT, 0.42);
     const double params[3] = {half_wide, half_high, static_cast<double>(folds)};
     std::copy(params, params + 3, c->params);
     set_uv(c, uv_kind::flat_x, 2 * std::max(half_wide, half_high));

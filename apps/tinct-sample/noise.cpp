@@ -58,3 +58,12 @@ double layered_noise3(vec3 p, int octaves) {
     }
     return sum;
 }
+
+point2 even_point(int x, int y, uint32_t number, uint32_t set) {
+    // each quarter has its own order of the pixels, or the points of a pixel would lie in a line
+    uint32_t quarter = number & 3, order = hash32(set * 64 + number);
+    uint32_t cell_a = (static_cast<uint32_t>(x) + order) & 3, cell_b = (static_cast<uint32_t>(y) + (order >> 8)) & 3;
+    if (order & 0x10000) cell_a ^= cell_b & 1 ? 3u : 0u;
+    uint32_t jitter = hash32(static_cast<uint32_t>(x) * 0x1F123BB5u ^ static_cast<uint32_t>(y) * 0x5F356495u) ^ order;
+    return {((quarter & 1) * 4 + cell_a + hash01(jitter)) / 8, ((quarter >> 1) * 4 + cell_b + hash01(jitter + 1)) / 8};
+}

@@ -30,13 +30,11 @@ double noise3(vec3 p);
 // Sum of `octaves` noises, each of half the size and strength of the one before.
 double layered_noise3(vec3 p, int octaves);
 
-// A sequence of points in the unit square that fills it evenly, however many are taken.
+// A point of the unit square.
 struct point2 {
     double a, b;
 };
 
-inline point2 even_point(uint32_t index, uint32_t scramble) {
-    // multiples of the inverses of the plastic number and its square, shifted as a whole by the scramble
-    return {fraction(0.5 + 0.7548776662466927 * index + hash01(scramble)),
-            fraction(0.5 + 0.5698402909980532 * index + hash01(scramble + 0x9E3779B9u))};
-}
+// Points that fill the square evenly: over any 4x4 pixels, the points 0 to 3 of all of them (and 4 to 7, and so on)
+// take one cell each of an 8x8 grid; those of one pixel lie in different quarters. `set` numbers independent sets.
+point2 even_point(int x, int y, uint32_t number, uint32_t set);

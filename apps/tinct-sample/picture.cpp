@@ -77,7 +77,7 @@ const fragment* same_surface(const traced_row& row, int32_t x, const fragment& f
 double alike(const fragment& f, const fragment& g) {
     double facing = f.normal[0] * g.normal[0] + f.normal[1] * g.normal[1] + f.normal[2] * g.normal[2];
     if (facing < 0.8 || std::fabs(f.depth - g.depth) > 0.05F * f.depth) return 0;
-    return std::min(static_cast<double>(g.weight) * 4, 1.0) * std::max(1 - (1 - facing) * 6, 0.0);
+    return std::min(static_cast<double>(g.weight) * 4, 1.0) * std::max(1 - (1 - facing) * 30, 0.0);
 }
 
 // Little across the edges of shadows.
@@ -110,7 +110,8 @@ smooth_result mean_light(const work& w, int32_t x, int32_t y, const fragment& f,
         for (int32_t i = std::max(x - reach, 0); i <= std::min(x + reach, w.width - 1); i++) {
             const fragment* g = same_surface(row, i, f);
             if (g == nullptr) continue;
-            double weight = likeness(f, *g);
+            // this slope takes out what repeats every four pixels, as the light points do
+            double weight = likeness(f, *g) * (reach + 1 - std::abs(i - x)) * (reach + 1 - std::abs(j - y));
             sum += weight;
             for (int c = 0; c < 3; c++) {
                 light[c] += weight * static_cast<double>(g->light[c]);

@@ -94,6 +94,8 @@ void build_table(scene* s) {
     material top = polished(add_pen(s, "Table", true));
     top.mirror = 0.03;
     set_uv(add_rounded_box(s, add_material(s, top), {0, -0.3, -0.3}, {8.4, 0.3, 4.0}, 0.08, UPRIGHT), uv_kind::box, 8);
+    int board = static_cast<int>(s->materials.size()) - 1;
+    set_uv(add_box(s, board, {0, -2.2, -0.4}, {8.1, 1.7, 3.75}, UPRIGHT), uv_kind::box, 8);
     material linen = cloth(add_pen(s, "Table cloth", true), 0.01, 0.08);
     shape* c = add_field(s, add_material(s, linen), {-1.2, 0, 0}, {4.9, 2.6, 4.2}, distance_cloth, UPRIGHT, 0.75);
     const double params[4] = {4.7, 6.4, 2.4, 3.72};

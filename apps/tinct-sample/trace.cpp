@@ -12,6 +12,7 @@ constexpr int FEW_SAMPLES = 4; // of a pixel within one surface
 constexpr int DEEPEST = 7;
 constexpr double FAINT = 0.008;      // a share of a pixel that can't be seen
 constexpr double WEAK_MIRROR = 0.05; // what is seen in it needs no soft edges
+constexpr double BRIGHTEST = 6;      // times the light at a lamp's reach
 constexpr double START = 1e-3;       // rays start this far off a surface, times its distance from the camera
 
 // The places of the samples in the pixel: one in each cell of a 4x4 grid, ordered so that the first few are spread out.
@@ -21,8 +22,9 @@ constexpr int CELLS[SAMPLES] = {5, 3, 12, 15, 0, 10, 6, 9, 1, 14, 7, 8, 2, 13, 4
 struct path {
     const tracer* t;
     pixel_result* out;
-    uint32_t index; // of the sample, in the sequence of light points
-    point2 shift;   // of the pixel's points, so that neighbouring pixels together aim at all parts of a lamp
+    int x, y;       // the pixel
+    uint32_t index; // of the sample in it
+    double lit;     // brightness of the lamps' light on the first surface
     double centre_gap;
     uint32_t dice; // counts the pairs of numbers taken
 };
@@ -31,12 +33,12 @@ struct seen {
     int object; // -1: nothing
     vec3 normal;
     bool plain; // solid and dull: what it shows needs no more rays
+    double lit; // brightness of the lamps' light on it
 };
 
 point2 next_point(path* p) {
     p->dice++;
-    point2 e = even_point(p->index, p->t->seed * 7919u + p->dice * 131u);
-    return {fraction(e.a + p->shift.a), fraction(e.b + p->shift.b)};
+    return even_point(p->x, p->y, p->index, p->t->seed * 7919u + p->dice);
 }
 
 vec3 toward_sky(const scene& s, vec3 direction) {
@@ -54,7 +56,9 @@ vec3 lamp_light(const path& p, const area_light& l, vec3 at, vec3 n, double off,
     double lit = facing > 0 ? facing : -facing * m.backlight;
     double shines = -dot(normalised(cross(l.half_a, l.half_b)), *direction);
     if (shines <= 0 || lit <= 0) return {0, 0, 0};
-    double strength = lit * shines * (l.reach * l.reach) / (distance * distance);
+    // what almost touches a lamp is not lit without end
+    double near = std::min((l.reach * l.reach) / (distance * distance), BRIGHTEST);
+    double strength = lit * shines * near;
     if (strength * std::max({l.color.x, l.color.y, l.color.z}) < 0.003) return {0, 0, 0};
     // light from the other side starts there
     ray r = {at + n * (facing > 0 ? off : -off), *direction};
@@ -136,6 +140,7 @@ surface_light light_on(path* p, const hit& h, const material& m, vec3 n, vec3 vi
         double close = std::max(dot(n, normalised(normalised(l.centre - h.point) - view)), 0.0);
         sum.shine = sum.shine + l.color * (share * m.highlight * through * std::pow(close, m.gloss));
     }
+    if (p->dice <= p->t->of->lights.size()) p->lit = sum.light.x + sum.light.y + sum.light.z;
     sum.light = sum.light + sky_light(p, h.point, n, off);
     return sum;
 }
@@ -185,11 +190,11 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
     const area_light* lamp = lamp_ahead(s, r, !indirect, met ? h.distance : 1e30);
     if (lamp != nullptr) {
         add_plain(p, lamp->look, share);
-        return {-2, {}, true};
+        return {-2, {}, true, 0};
     }
     if (!met) {
         add_plain(p, s.surroundings(s, r.direction, indirect), share);
-        return {-1, {}, true};
+        return {-1, {}, true, 0};
     }
     const material& m = s.materials[static_cast<size_t>(h.object->material)];
     way += h.distance;
@@ -199,7 +204,7 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
             double off = START * way;
             follow(p, {h.point + r.direction * off, r.direction}, share * (1 - m.opacity), depth + 1, indirect, way);
         }
-        return {h.object->id, h.normal, m.opacity >= 1};
+        return {h.object->id, h.normal, m.opacity >= 1, 0};
     }
     bool outside = dot(h.normal, r.direction) < 0;
     vec3 n = outside ? h.normal : -h.normal;
@@ -212,7 +217,7 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
     double own = share * (1 - thrown_back) * m.opacity;
     if (own > FAINT / 8) {
         surface_light light = light_on(p, h, m, n, r.direction, off, share);
-        add_to_fragment(p, h, m.pen, indirect, own, light, flat, way);
+        add_to_fragment(p, h, m.pen, indirect, own, light, n, way);
     }
     if (share * thrown_back > FAINT) {
         vec3 mirrored = reflected(r.direction, n);
@@ -220,7 +225,7 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
         follow(p, {h.point + flat * off, mirrored}, share * thrown_back, depth + 1, true, way);
     }
     double passed = share * (1 - thrown_back) * (1 - m.opacity);
-    seen result = {h.object->id, flat, m.mirror <= WEAK_MIRROR};
+    seen result = {h.object->id, flat, m.mirror <= WEAK_MIRROR, 0};
     if (passed > FAINT && depth < DEEPEST) {
         seen behind = go_on_through(p, h, r, m, flat, outside, passed, depth, indirect, way);
         result.object = static_cast<int>(hash32(static_cast<uint32_t>(result.object * 977 + behind.object)) >> 1);
@@ -236,6 +241,14 @@ bool all_alike(const seen* s, int count) {
         if (s[0].object >= 0 && dot(s[i].normal, s[0].normal) < 0.95) return false;
     }
     return true;
+}
+
+// Whether the first few samples lie across the edge of a shadow.
+bool half_lit(const seen* s, int count) {
+    for (int i = 1; i < count; i++) {
+        if (std::fabs(s[i].lit - s[0].lit) > 0.6 + 0.25 * s[0].lit) return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -260,21 +273,22 @@ void trace_pixel(const tracer& t, int x, int y, pixel_result* out) {
     out->fragments.clear();
     out->plain = {};
     seen first[FEW_SAMPLES];
-    point2 shift = {fraction(0.7548776662466927 * x + 0.5698402909980532 * y),
-                    hash01(static_cast<uint32_t>(x) * 0x2545F491u ^ static_cast<uint32_t>(y) * 0x9E3779B1u)};
     int taken = 0;
-    while (taken < SAMPLES) {
+    int enough = SAMPLES;
+    while (taken < enough) {
         uint32_t key = static_cast<uint32_t>(x) * 0x1F123BB5u ^ static_cast<uint32_t>(y) * 0x5F356495u ^
                        t.seed * 0x9E3779B9u ^ static_cast<uint32_t>(taken) * 0x68BC21EBu;
         double dx = (CELLS[taken] % 4 + hash01(key)) / 4 - 0.5;
         double dy = (CELLS[taken] / 4 + hash01(key + 1)) / 4 - 0.5; // NOLINT(bugprone-integer-division): the row
         double px = (x + 0.5 + dx) / t.width * 2 - 1, py = 1 - (y + 0.5 + dy) / t.height * 2;
-        path p = {&t, out, static_cast<uint32_t>(taken), shift, dx * dx + dy * dy, 0};
+        path p = {&t, out, x, y, static_cast<uint32_t>(taken), 0, dx * dx + dy * dy, 0};
         ray r = {t.of->view.position, normalised(t.forward + t.right * px + t.up * py)};
         seen s = follow(&p, r, 1, 0, false, 0);
+        s.lit = p.lit;
         if (taken < FEW_SAMPLES) first[taken] = s;
         taken++;
-        if (taken == FEW_SAMPLES && all_alike(first, FEW_SAMPLES)) break;
+        if (taken == FEW_SAMPLES && all_alike(first, FEW_SAMPLES))
+            enough = half_lit(first, FEW_SAMPLES) ? 2 * FEW_SAMPLES : taken;
     }
     for (fragment& f : out->fragments) {
         for (float& l : f.light)
