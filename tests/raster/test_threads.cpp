@@ -26,6 +26,7 @@ TEST_F(Threads, DifferentHandlesDoNotDisturbEachOther) {
         }
     };
     std::vector<std::thread> threads;
+    threads.reserve(THREADS);
     for (int i = 0; i < THREADS; ++i)
         threads.emplace_back(work, i);
     for (std::thread& thread : threads)
