@@ -57,6 +57,10 @@ int run_command(const program_definition* d, word_list* words) {
     return d->otherwise(words);
 }
 
+void format_text(char text[LOG_TEXT_SIZE], const char* format, va_list arguments) {
+    std::vsnprintf(text, LOG_TEXT_SIZE, format, arguments);
+}
+
 } // namespace
 
 int program_run(const program_definition* definition, int count, char** arguments) {
@@ -80,7 +84,7 @@ int program_fail(const char* format, ...) {
     char text[LOG_TEXT_SIZE];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    format_text(text, format, arguments);
     va_end(arguments);
     log_message(LOG_ERROR, "%s", text);
     return EXIT_FAILED;
@@ -90,7 +94,7 @@ int program_usage(const char* format, ...) {
     char text[LOG_TEXT_SIZE];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    format_text(text, format, arguments);
     va_end(arguments);
     std::fprintf(stderr, "%s: %s\n%s", state.definition->name, text, state.definition->synopsis);
     return EXIT_USAGE;

@@ -8,6 +8,7 @@
 
 #include "commands.h"
 #include "core/open_image.h"
+#include "pair.h"
 #include "request.h"
 #include "support/log.h"
 #include "support/memory.h"
@@ -56,8 +57,8 @@ int look_up_names(apply_request* request, const palettes* p) {
         if (set->kind != surface_kind::name) continue;
         int index = palette_find(&p->colors, set->text);
         const char* file = nullptr;
-        if (index >= 0) {
-            const named_color* c = p->colors.entries[index];
+        const named_color* c = index >= 0 && p->colors.entries != nullptr ? p->colors.entries[index] : nullptr;
+        if (c != nullptr) {
             if (set->has_placement) return program_fail("\"%s\" is a colour, which has no placement.", set->text);
             set->kind = surface_kind::color;
             set->red = c->red;
@@ -196,6 +197,8 @@ int apply_sets(const apply_request* request) {
 
 // Damaged input gives no output: a picture that is half right would be taken for a whole one.
 int open_pair(const apply_request* request) {
+    pair checked;
+    if (!pair_check(request->tnc, &checked)) return EXIT_FAILED;
     if (image_open(request->tnc) == 0) return EXIT_FAILED;
     if (!open_image.tnc->complete) return program_fail("\"%s\" ends early: the file is cut.", request->tnc);
     return program_has_reported() ? EXIT_FAILED : EXIT_DONE;

@@ -8,31 +8,36 @@
 
 namespace {
 
-// The raster's size. Its lines are passed over without being kept, since a raster that was cut must not go unnoticed.
-bool look_at_raster(const char* path, int32_t* width, int32_t* height) {
+bool companion_of(const char* tnc_path, pair* p) {
+    if (find_companion(tnc_path, p->raster, sizeof p->raster)) return check_pair(tnc_path, p->raster) != 0;
+    program_fail("The path \"%.200s\" is too long.", tnc_path);
+    return false;
+}
+
+// The raster's size. Its lines are passed over without being kept: a raster that was cut must not go unnoticed, and the
+// lines that it claims decide how much memory the .tnc file's data takes.
+bool look_at_raster(pair* p) {
     char name[PLAIN_NAME_SIZE];
-    CFILE* file = rzl_open_r(plain_name(path, name));
+    CFILE* file = rzl_open_r(plain_name(p->raster, name));
     if (file == nullptr) {
-        program_fail("Failed to open \"%s\" for read as RGB file.", path);
+        program_fail("Failed to open \"%s\" for read as RGB file.", p->raster);
         return false;
     }
-    bool good =
-        rzl_get_hdr_data(file, RZL_FIELD_XSIZE, width) == 0 && rzl_get_hdr_data(file, RZL_FIELD_YSIZE, height) == 0;
-    if (good) raster_is_whole(file, path); // what is there can be looked at all the same
+    bool good = rzl_get_hdr_data(file, RZL_FIELD_XSIZE, &p->width) == 0 &&
+                rzl_get_hdr_data(file, RZL_FIELD_YSIZE, &p->height) == 0 && raster_is_whole(file, p->raster);
     rzl_close(file);
     return good;
 }
 
 } // namespace
 
-bool pair_open(const char* tnc_path, pair* p) {
+bool pair_check(const char* tnc_path, pair* p) {
     *p = {};
-    if (!find_companion(tnc_path, p->raster, sizeof p->raster)) {
-        program_fail("The path \"%.200s\" is too long.", tnc_path);
-        return false;
-    }
-    if (check_pair(tnc_path, p->raster) == 0) return false;
-    if (!look_at_raster(p->raster, &p->width, &p->height)) return false;
+    return companion_of(tnc_path, p) && look_at_raster(p);
+}
+
+bool pair_open(const char* tnc_path, pair* p) {
+    if (!pair_check(tnc_path, p)) return false;
     p->image = tnc_read(tnc_path, p->height);
     if (p->image == nullptr) return false;
     if (!p->image->complete) log_message(LOG_WARNING, "\"%s\" ends early: the file is cut.", tnc_path);
