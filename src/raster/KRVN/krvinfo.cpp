@@ -24,8 +24,9 @@ int32_t integer_at(const void* value) {
     return number;
 }
 
+// A count of a file that no 32-bit integer holds is given as the greatest that does.
 void give(void* value, int64_t number) {
-    auto narrow = static_cast<int32_t>(number);
+    auto narrow = static_cast<int32_t>(number < INT32_MAX ? number : int64_t{INT32_MAX});
     std::memcpy(value, &narrow, sizeof narrow);
 }
 
@@ -76,6 +77,8 @@ void get_byte_field(const CFILE* c, const byte_field& row, void* value) {
     const uint8_t* header = header_of(c);
     if (row.of != kind::doubles) {
         std::memcpy(value, header + row.at, row.size);
+        // A file may hold a text without an end.
+        if (row.of == kind::text && row.size != KRV_NAME_SIZE) static_cast<uint8_t*>(value)[row.size - 1] = 0;
         return;
     }
     for (size_t at = 0; at < row.size; at += sizeof(double)) {
@@ -131,6 +134,17 @@ int32_t overview_value(const CFILE* c) {
     return static_cast<int32_t>(krv_load_overview(krv_spec_of(c), c->active_overview).info & 0xFFFF);
 }
 
+int64_t tile_value(const CFILE* c, int32_t field) {
+    if (!has_flag(c, FLAG_TILED) || c->tile == nullptr) return 0;
+    switch (field) {
+    case RZL_FIELD_TILE_WIDTH: return c->tile->width;
+    case RZL_FIELD_TILE_HEIGHT: return c->tile->height;
+    case RZL_FIELD_TILES_ACROSS: return c->tile->tiles_across;
+    case RZL_FIELD_TILES_DOWN: return c->tile->tiles_down;
+    default: return 0; // the directory belongs to the tile packet
+    }
+}
+
 int64_t get_integer(const CFILE* c, int32_t field) {
     const uint8_t* header = header_of(c);
     switch (field) {
@@ -143,13 +157,19 @@ int64_t get_integer(const CFILE* c, int32_t field) {
     case RZL_FIELD_APP_VALUE_1:
     case RZL_FIELD_APP_VALUE_2:
     case RZL_FIELD_APP_VALUE_3:
-        return load_u32le(header + KRV_AT_APP_VALUES + static_cast<size_t>(field - RZL_FIELD_APP_VALUE_1) * 4);
+        return static_cast<int32_t>(
+            load_u32le(header + KRV_AT_APP_VALUES + static_cast<size_t>(field - RZL_FIELD_APP_VALUE_1) * 4));
     case RZL_FIELD_SCANNABLE: return has_flag(c, FLAG_SCANNABLE) ? 1 : 0;
     case RZL_FIELD_HEADER_WORDS: return krv_words_to_follow(header);
     case RZL_FIELD_VERSION: return header[KRV_AT_VERSION];
-    case RZL_FIELD_MINIMUM: return load_u32le(header + KRV_AT_MINIMUM);
-    case RZL_FIELD_MAXIMUM: return load_u32le(header + KRV_AT_MAXIMUM);
+    case RZL_FIELD_MINIMUM: return static_cast<int32_t>(load_u32le(header + KRV_AT_MINIMUM));
+    case RZL_FIELD_MAXIMUM: return static_cast<int32_t>(load_u32le(header + KRV_AT_MAXIMUM));
     case RZL_FIELD_TYPE_MODIFIER: return load_u16le(header + KRV_AT_TYPE_MODIFIER);
+    case RZL_FIELD_TILE_WIDTH:
+    case RZL_FIELD_TILE_HEIGHT:
+    case RZL_FIELD_TILES_ACROSS:
+    case RZL_FIELD_TILES_DOWN:
+    case RZL_FIELD_TILE_DIRECTORY: return tile_value(c, field);
     case RZL_FIELD_OVERVIEWS: return krv_overview_count(krv_spec_of(c));
     case RZL_FIELD_OVERVIEW_VALUE: return overview_value(c);
     case RZL_FIELD_VLT_ROOM: return free_words(c);
@@ -202,16 +222,26 @@ int set_size(CFILE* c, int32_t field, int32_t size) {
     return 0;
 }
 
+// The record of a JPEG file, which holds its quality, and of no other. (Its header can't be written: the board that
+// codes it is not there.)
+bool choose_jpeg_record(CFILE* c, int32_t data_type) {
+    if (!format_is_jpeg(data_type)) {
+        mem_free(c->jpeg);
+        c->jpeg = nullptr;
+    } else if (c->jpeg == nullptr) {
+        c->jpeg = mem_new<jpeg_record>();
+        if (c->jpeg == nullptr) fail(c, RZL_NO_MEMORY, SOURCE, "JPEG record");
+        return c->jpeg != nullptr;
+    }
+    return true;
+}
+
 int set_data_type(CFILE* c, int32_t data_type) {
     if (is_raw_or_existing(c)) return krv_refuse(c);
     int32_t samples = 0;
     int32_t bits = c->bits;
     if (data_type == RZL_FORMAT_TILED || !format_layout(data_type, &samples, &bits)) return refuse_value(c);
-    if (format_is_jpeg(data_type)) {
-        fail(c, RZL_JPEG_HARDWARE_3, SOURCE, "JPEG"); // the board that codes it can't be reached from here
-        return 1;
-    }
-    if (!krv_need_ccitt(c, data_type)) return 1;
+    if (!krv_need_ccitt(c, data_type) || !choose_jpeg_record(c, data_type)) return 1;
     krv_spec_of(c)->data_type = data_type;
     return krv_apply_data_type(c) ? 0 : 1;
 }
@@ -223,17 +253,24 @@ int add_packet_words(CFILE* c, int32_t words) {
     return 0;
 }
 
+// Whether the file's data can be tiled so, or, with 0, do without tiles.
+bool is_tile_size(const CFILE* c, int32_t size) {
+    const krv_spec* spec = krv_spec_of(c);
+    bool coded = spec->data_type == RZL_FORMAT_GROUP3 || spec->data_type == RZL_FORMAT_GROUP4;
+    if (size == 0) return !format_is_jpeg(spec->data_type) || (spec->xsize % 4 == 0 && spec->ysize % 4 == 0);
+    return size > 0 && size % TILE_STEP == 0 && (!coded || size == CCITT_TILE);
+}
+
 // Tiled files have no writer here yet, so that none is begun; the tile writer takes its place here. What the core has
 // set up for tiles is taken back.
 int set_tile_size(CFILE* c, int32_t size) {
-    bool coded = krv_spec_of(c)->data_type == RZL_FORMAT_GROUP3 || krv_spec_of(c)->data_type == RZL_FORMAT_GROUP4;
     if (size != 0) free_tile_record(c);
     if (is_raw_or_existing(c)) return krv_refuse(c);
-    if (size == 0) return 0;
-    if (size < 0 || size % TILE_STEP != 0 || (coded && size != CCITT_TILE)) {
+    if (!is_tile_size(c, size)) {
         fail(c, RZL_BAD_TILE_SIZE, SOURCE, "tile size");
         return 1;
     }
+    if (size == 0) return 0;
     fail(c, RZL_UNSUP_KRVN, SOURCE, "tiles");
     return 1;
 }
@@ -250,8 +287,8 @@ int set_strip_lines(CFILE* c, int32_t lines) {
 }
 
 int set_scannable(CFILE* c, int32_t value) {
-    if (has_flag(c, FLAG_RAW) || is_existing_readable(c)) return krv_refuse(c);
-    if (value != 0) set_flag(c, FLAG_SCANNABLE, true);
+    if (is_raw_or_existing(c)) return krv_refuse(c); // lines may have been written
+    set_flag(c, FLAG_SCANNABLE, value != 0);
     return 0;
 }
 
@@ -281,7 +318,25 @@ int set_vlt(CFILE* c, int32_t field, int32_t value) {
     return 0;
 }
 
+// Fields that the header holds in less than 32 bits, with what fits.
+struct narrow_field {
+    int32_t field, low, high;
+};
+constexpr narrow_field NARROW_FIELDS[] = {
+    {RZL_FIELD_RESOLUTION, INT16_MIN, INT16_MAX}, {RZL_FIELD_ORIENTATION, INT8_MIN, INT8_MAX},
+    {RZL_FIELD_APPLICATION, 0, UINT16_MAX},       {RZL_FIELD_VERSION, 0, UINT8_MAX},
+    {RZL_FIELD_TYPE_MODIFIER, 0, UINT16_MAX},     {RZL_FIELD_OVERVIEW_VALUE, INT16_MIN, UINT16_MAX},
+};
+
+bool is_in_range(int32_t field, int32_t value) {
+    for (const narrow_field& row : NARROW_FIELDS) {
+        if (row.field == field) return value >= row.low && value <= row.high;
+    }
+    return true;
+}
+
 int set_integer(CFILE* c, int32_t field, int32_t value) {
+    if (!is_in_range(field, value)) return refuse_value(c);
     uint8_t* header = header_of(c);
     auto low = static_cast<uint16_t>(value);
     switch (field) {
@@ -355,7 +410,11 @@ int krv_set_hdr_data(CFILE* c, int32_t field, const void* value) {
 
 int krv_get_stat(CFILE* c, rzl_stat* stat) {
     *stat = {};
-    auto number = [&](int32_t field) { return static_cast<int32_t>(get_integer(c, field)); };
+    auto number = [&](int32_t field) {
+        int32_t value;
+        give(&value, get_integer(c, field));
+        return value;
+    };
     stat->xsize = c->xsize;
     stat->ysize = c->ysize;
     stat->format = krv_get_format(c);
@@ -364,6 +423,10 @@ int krv_get_stat(CFILE* c, rzl_stat* stat) {
     stat->scannable = number(RZL_FIELD_SCANNABLE);
     stat->version = number(RZL_FIELD_VERSION);
     stat->application_type = number(RZL_FIELD_APPLICATION);
+    stat->tile_size = number(RZL_FIELD_TILE_WIDTH);
+    stat->tiles_across = number(RZL_FIELD_TILES_ACROSS);
+    stat->tiles_down = number(RZL_FIELD_TILES_DOWN);
+    if (c->jpeg != nullptr) stat->jpeg_quality = c->jpeg->quality;
     stat->overview_count = number(RZL_FIELD_OVERVIEWS);
     stat->overview_value = number(RZL_FIELD_OVERVIEW_VALUE);
     stat->vlt_type = number(RZL_FIELD_VLT_TYPE);
@@ -376,27 +439,34 @@ int krv_get_stat(CFILE* c, rzl_stat* stat) {
     return 0;
 }
 
-// What a record can carry from one file to another: sizes and format as their fields, the rest straight.
+// The fields of the record that a file can take, in the order in which they have to be set. Only what differs is set,
+// so that the record of an existing file can be given back to it. The rest of the record follows from other fields.
 int krv_set_stat(CFILE* c, const rzl_stat* stat) {
-    if (!is_writable(c)) {
-        fail(c, RZL_NEEDS_WRITE, SOURCE, "Set_stat");
-        return 1;
-    }
-    const int32_t fields[][2] = {
-        {RZL_FIELD_FORMAT, stat->format},
-        {RZL_FIELD_XSIZE, stat->xsize},
-        {RZL_FIELD_YSIZE, stat->ysize},
-        {RZL_FIELD_RESOLUTION, stat->device_resolution},
-        {RZL_FIELD_ORIENTATION, stat->scan_orientation},
-        {RZL_FIELD_APPLICATION, stat->application_type},
-        {RZL_FIELD_SCANNABLE, stat->scannable},
-        {RZL_FIELD_VLT_TYPE, stat->vlt_type},
-        {RZL_FIELD_VLT_ENTRIES, stat->vlt_entries},
+    rzl_stat now;
+    krv_get_stat(c, &now);
+    int32_t packet_growth = 0;
+    if (__builtin_sub_overflow(stat->packet_words, now.packet_words, &packet_growth)) return refuse_value(c);
+    const int32_t fields[][3] = {
+        {RZL_FIELD_FORMAT, now.format, stat->format},
+        {RZL_FIELD_XSIZE, now.xsize, stat->xsize},
+        {RZL_FIELD_YSIZE, now.ysize, stat->ysize},
+        {RZL_FIELD_RESOLUTION, now.device_resolution, stat->device_resolution},
+        {RZL_FIELD_ORIENTATION, now.scan_orientation, stat->scan_orientation},
+        {RZL_FIELD_SCANNABLE, now.scannable, stat->scannable},
+        {RZL_FIELD_APPLICATION, now.application_type, stat->application_type},
+        {RZL_FIELD_VERSION, now.version, stat->version},
+        {RZL_FIELD_TILE_WIDTH, now.tile_size, stat->tile_size},
+        {RZL_FIELD_OVERVIEWS, now.overview_count, stat->overview_count},
+        {RZL_FIELD_VLT_TYPE, now.vlt_type, stat->vlt_type},
+        {RZL_FIELD_VLT_ENTRIES, now.vlt_entries, stat->vlt_entries},
+        {RZL_FIELD_PACKET_WORDS, 0, packet_growth},
     };
     for (const auto& field : fields) {
-        if (set_integer(c, field[0], field[1]) != 0) return 1;
+        if (field[1] != field[2] && set_integer(c, field[0], field[2]) != 0) return 1;
     }
-    std::memcpy(header_of(c) + KRV_AT_MATRIX, stat->matrix, sizeof stat->matrix);
-    std::memcpy(header_of(c) + KRV_AT_ASPECT_RATIO, &stat->aspect_ratio, sizeof stat->aspect_ratio);
+    if (c->jpeg != nullptr) c->jpeg->quality = stat->jpeg_quality;
+    for (size_t i = 0; i < 16; ++i)
+        store_f64le(header_of(c) + KRV_AT_MATRIX + 8 * i, stat->matrix[i]);
+    store_f64le(header_of(c) + KRV_AT_ASPECT_RATIO, stat->aspect_ratio);
     return 0;
 }

@@ -1,25 +1,30 @@
 // Native files: writing the header with its colour table and packets.
 //
-// The total of header, colour table, packets and reserved room is what stands before the pixel data. Once there may be
-// pixel data that total can't grow, and a smaller one keeps its room.
+// Header, colour table, packets and reserved room are put together in memory, then go to the file in one piece; of a
+// file whose pixel data may stand already, only the parts that are given, since the layout of such a file can't change.
+// The header in memory takes the new values when all has been written.
 #include "raster/KRVN/krv.h"
 #include "support/memory.h"
 
 namespace {
 
 constexpr const char* SOURCE = "KRVN/krvwrthd";
-constexpr uint32_t ENTRIES_STEP = 64; // an entry table is padded to a multiple of so many
-constexpr uint32_t PACKET_STEP = 256; // and the packet area to a multiple of so many words
-constexpr uint32_t ENTRY_WORDS = 4;   // words of a table entry
-constexpr int BUILT_ENTRIES_MAX = 512; // of a table that is made from the file's colours
+constexpr int64_t PACKET_STEP = 256; // words that the packet area is padded to
+constexpr int64_t VLT_STEP = 64;     // entries that an entry table is padded to
+constexpr int32_t JPEG_STEP = 4;     // pixels and lines of a JPEG image
+constexpr int64_t BYTE_VLT_WORDS = KRV_BYTE_VLT_SIZE / 2;
 
-// What stands before the pixel data.
-struct layout {
-    int vlt_type;
-    uint32_t vlt_entries;  // as the application counts them
-    int64_t packet_words;  // 0: none
-    int64_t packet_offset; // bytes from the image's start
+// A header that is being put together.
+struct header_plan {
+    uint8_t header[KRV_HEADER_SIZE];
+    bool existed;          // the file has a header already
+    bool writes_vlt;       // a colour table goes out with it
+    uint32_t entries;      // of that table, as the application counts them
+    int64_t vlt_at;        // bytes from the image's start
     int64_t total;         // words_to_follow
+    int64_t packets_at;    // bytes from the image's start; 0: no packets
+    int64_t library_words; // of the packets that are the library's
+    int64_t app_words;     // and of the application's
 };
 
 int refuse(CFILE* c, uint32_t status, const char* detail) {
@@ -31,170 +36,188 @@ int64_t rounded_up(int64_t value, int64_t step) {
     return (value + step - 1) / step * step;
 }
 
-bool has_colors(const CFILE* c) {
-    return c->vlt != nullptr || c->color_table != nullptr;
+// Whether the table that stands in the file is the one that the header tells of, so that it can stay.
+bool vlt_stays(const CFILE* c, const header_plan& plan) {
+    const krv_spec* spec = krv_spec_of(c);
+    return plan.existed && c->vlt == nullptr && load_u16le(plan.header + KRV_AT_VLT_TYPE) == spec->stored_vlt_type &&
+           load_u32le(plan.header + KRV_AT_VLT_ENTRIES) == spec->stored_vlt_entries;
 }
 
-void plan_vlt(CFILE* c, layout* plan) {
-    const uint8_t* header = krv_spec_of(c)->header;
-    plan->vlt_type = load_u16le(header + KRV_AT_VLT_TYPE);
-    plan->vlt_entries = load_u32le(header + KRV_AT_VLT_ENTRIES);
-    bool known = plan->vlt_type == KRV_VLT_BYTES || plan->vlt_type == KRV_VLT_ENTRIES;
-    if (!known) c->vlt = nullptr;
-    if (!known || !has_colors(c) || (plan->vlt_type == KRV_VLT_ENTRIES && plan->vlt_entries == 0)) {
-        plan->vlt_type = KRV_VLT_NONE;
-        plan->vlt_entries = 0;
+// Room for the colour table. A table that is announced and not given keeps its room, for a later header to fill.
+void plan_vlt(const CFILE* c, header_plan* plan) {
+    int type = load_u16le(plan->header + KRV_AT_VLT_TYPE);
+    plan->entries = load_u32le(plan->header + KRV_AT_VLT_ENTRIES);
+    plan->vlt_at = static_cast<int64_t>(type == KRV_VLT_BYTES ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE);
+    plan->total = KRV_PLAIN_WORDS;
+    if (type == KRV_VLT_ENTRIES) plan->total += rounded_up(plan->entries, VLT_STEP) * int64_t{KRV_VLT_ENTRY_SIZE / 2};
+    if (type == KRV_VLT_BYTES) {
+        plan->total = KRV_PLAIN_WORDS - int64_t{KRV_HEADER_SIZE - KRV_SHORT_HEADER_SIZE} / 2 + BYTE_VLT_WORDS;
+        store_u32le(plan->header + KRV_AT_VLT_ENTRIES, 256);
+    }
+    bool known = type == KRV_VLT_BYTES || type == KRV_VLT_ENTRIES;
+    plan->writes_vlt = known && !vlt_stays(c, *plan) && (c->vlt != nullptr || c->color_table != nullptr);
+    if (plan->writes_vlt || (known && vlt_stays(c, *plan))) return;
+    store_u16le(plan->header + KRV_AT_VLT_TYPE, 0);
+    store_u32le(plan->header + KRV_AT_VLT_ENTRIES, 0);
+}
+
+// Packets that were announced but never given don't exist: nothing could be read back as one.
+void plan_packets(const CFILE* c, header_plan* plan) {
+    const krv_spec* spec = krv_spec_of(c);
+    plan->library_words = krv_library_words(spec);
+    plan->app_words = krv_app_words(spec);
+    if (!plan->existed && spec->app_packet == nullptr) plan->app_words = 0;
+    int64_t words = plan->library_words + plan->app_words;
+    plan->packets_at = words != 0 ? plan->total * 2 + 4 : 0;
+    store_u32le(plan->header + KRV_AT_PACKET_WORDS, static_cast<uint32_t>(words));
+    if (words == 0) {
+        store_u32le(plan->header + KRV_AT_PACKET_OFFSET, 0);
         return;
     }
-    if (plan->vlt_type == KRV_VLT_BYTES) {
-        plan->total = KRV_PLAIN_WORDS + 256; // a header of 768 bytes and 768 bytes of table
-    } else {
-        plan->total += rounded_up(plan->vlt_entries, ENTRIES_STEP) * ENTRY_WORDS;
-    }
+    krv_set_application(plan->header, load_u16le(plan->header + KRV_AT_APPLICATION_TYPE), 3);
+    plan->total += rounded_up(words, PACKET_STEP);
 }
 
-layout plan_layout(CFILE* c) {
+// Whether pixel data can stand behind the header of the file. A block of memory always goes on behind it.
+bool data_may_follow(CFILE* c, const header_plan& plan) {
+    if (!plan.existed) return false;
+    return c->mode == MODE_UPDATE || has_flag(c, FLAG_MEMORY) || io_size(c) != krv_data_start(c);
+}
+
+// Fits the layout into what there is, and tests that the file can keep it. 0, or 1 with the status set.
+int fit_layout(CFILE* c, header_plan* plan) {
     const krv_spec* spec = krv_spec_of(c);
-    layout plan = {KRV_VLT_NONE, 0, 0, 0, KRV_PLAIN_WORDS};
-    plan_vlt(c, &plan);
-    plan.packet_words = load_u32le(spec->header + KRV_AT_PACKET_WORDS);
-    if (plan.packet_words != 0) {
-        plan.packet_offset = plan.total * 2 + 4;
-        plan.total += rounded_up(plan.packet_words, PACKET_STEP);
+    plan->total += spec->reserved_words;
+    if (data_may_follow(c, *plan)) {
+        int64_t present = krv_words_to_follow(spec->header);
+        if (plan->total > present) return refuse(c, RZL_HEADER_FULL, "header");
+        plan->total = present;
     }
-    plan.total += spec->reserved_words;
-    return plan;
+    if (plan->total > KRV_MAX_WORDS) return refuse(c, RZL_HEADER_FULL, "header");
+    // The application's packets stay where they are when they are not at hand.
+    bool moved = plan->packets_at != load_u32le(spec->header + KRV_AT_PACKET_OFFSET);
+    bool missing = plan->existed && plan->app_words > 0 && spec->app_packet == nullptr;
+    if (missing && moved) return refuse(c, RZL_HEADER_FULL, "packets");
+    if (plan->packets_at != 0) {
+        store_u32le(plan->header + KRV_AT_PACKET_OFFSET, static_cast<uint32_t>(plan->packets_at));
+    }
+    store_u16le(plan->header + KRV_AT_WORDS_TO_FOLLOW, static_cast<uint16_t>(plan->total));
+    return 0;
 }
 
-// Makes the plan fit what is there already. 0, or 1 with the status set.
-int fit_layout(CFILE* c, layout* plan) {
-    int64_t present = krv_words_to_follow(krv_spec_of(c)->header);
-    bool data_may_follow = has_flag(c, FLAG_HEADER_EXISTS) && (c->mode == MODE_UPDATE || c->line > 0);
-    if (data_may_follow && plan->total > present) return refuse(c, RZL_HEADER_FULL, "header");
-    if (data_may_follow) plan->total = present;
-    return plan->total > KRV_MAX_WORDS ? refuse(c, RZL_HEADER_FULL, "header") : 0;
-}
-
-void store_layout(CFILE* c, const layout& plan) {
-    krv_spec* spec = krv_spec_of(c);
-    uint8_t* header = spec->header;
-    // A byte table always has 256 entries in the file.
-    uint32_t entries = plan.vlt_type == KRV_VLT_BYTES ? 256 : plan.vlt_entries;
+void store_image_values(const CFILE* c, header_plan* plan) {
+    const krv_spec* spec = krv_spec_of(c);
+    uint8_t* header = plan->header;
     store_u16le(header + KRV_AT_DATA_TYPE, static_cast<uint16_t>(spec->data_type));
-    store_u16le(header + KRV_AT_VLT_TYPE, static_cast<uint16_t>(plan.vlt_type));
-    store_u32le(header + KRV_AT_VLT_ENTRIES, entries);
-    store_u32le(header + KRV_AT_PACKET_OFFSET, static_cast<uint32_t>(plan.packet_offset));
-    if (plan.packet_words != 0) header[KRV_AT_VERSION] = 3;
-    bool scannable = has_flag(c, FLAG_SCANNABLE);
-    header[KRV_AT_SCANNABLE] = static_cast<uint8_t>((header[KRV_AT_SCANNABLE] & ~1) | (scannable ? 1 : 0));
-    // With an overview active the handle has the overview's size; the header is the base image's.
+    int scannable = (header[KRV_AT_SCANNABLE] & ~1) | (has_flag(c, FLAG_SCANNABLE) ? 1 : 0);
+    header[KRV_AT_SCANNABLE] = static_cast<uint8_t>(scannable);
+    // With an overview active the handle has the overview's size.
     store_u32le(header + KRV_AT_PIXELS_PER_LINE, static_cast<uint32_t>(spec->xsize));
     store_u32le(header + KRV_AT_LINES, static_cast<uint32_t>(spec->ysize));
-    store_u16le(header + KRV_AT_WORDS_TO_FOLLOW, static_cast<uint16_t>(plan.total));
 }
 
-bool write_zeros(CFILE* c, int64_t count) {
-    static constexpr uint8_t zeros[512] = {};
-    while (count > 0) {
-        size_t part = count < 512 ? static_cast<size_t>(count) : sizeof zeros;
-        if (io_write(c, zeros, part) != part) return false;
-        count -= static_cast<int64_t>(part);
-    }
-    return true;
+// Content that no build here can go on to write. The words speak of 8, though 4 is enough.
+int refuse_content(CFILE* c) {
+    const krv_spec* spec = krv_spec_of(c);
+    if (has_flag(c, FLAG_TILED)) return refuse(c, RZL_UNSUP_KRVN, "tiles");
+    if (!format_is_jpeg(spec->data_type)) return 0;
+    if (spec->xsize % JPEG_STEP != 0) return refuse(c, RZL_BAD_FIELD_ID, "JPEG xsize must be multiple of 8\n");
+    if (spec->ysize % JPEG_STEP != 0) return refuse(c, RZL_BAD_FIELD_ID, "JPEG ysize must be multiple of 8\n");
+    return refuse(c, RZL_JPEG_HARDWARE_3, "header");
 }
 
-// ---- colour table
-// ----------------------------------------------------------------------------------------------------
+// ---- the bytes
+// -------------------------------------------------------------------------------------------------------
 
-bool write_byte_vlt(CFILE* c, uint32_t entries) {
-    uint8_t table[KRV_BYTE_VLT_SIZE] = {};
+uint8_t high_byte(uint16_t value) {
+    return static_cast<uint8_t>(value >> 8);
+}
+
+// Slots past the table have no place in it.
+void fill_byte_vlt(const CFILE* c, const header_plan& plan, uint8_t* table) {
     if (c->vlt == nullptr) {
-        std::memcpy(table, c->color_table, sizeof table);
-    } else {
-        for (uint32_t i = 0; i < entries && i < 256; ++i) {
-            uint8_t* color = table + size_t{c->vlt[i].slot % 256u} * 3;
-            color[0] = static_cast<uint8_t>(c->vlt[i].red >> 8);
-            color[1] = static_cast<uint8_t>(c->vlt[i].green >> 8);
-            color[2] = static_cast<uint8_t>(c->vlt[i].blue >> 8);
-        }
+        std::memcpy(table, c->color_table, KRV_BYTE_VLT_SIZE);
+        return;
     }
-    return io_write(c, table, sizeof table) == sizeof table;
+    for (uint32_t i = 0; i < plan.entries; ++i) {
+        const rzl_vlt_entry& entry = c->vlt[i];
+        if (entry.slot > 255) continue;
+        uint8_t* color = table + size_t{entry.slot} * 3;
+        color[0] = high_byte(entry.red);
+        color[1] = high_byte(entry.green);
+        color[2] = high_byte(entry.blue);
+    }
 }
 
-// An entry of a table that is made from the file's colours; those past the colours hold their number alone.
+// An entry of a table made from the file's colours; those past the colours hold their number alone.
 rzl_vlt_entry built_entry(const CFILE* c, uint32_t i) {
     rzl_vlt_entry entry = {static_cast<uint16_t>(i), 0, 0, 0};
     if (i >= 256) return entry;
     const uint8_t* color = c->color_table + size_t{i} * 3;
-    entry.red = static_cast<uint16_t>(color[0] * 256);
-    entry.green = static_cast<uint16_t>(color[1] * 256);
-    entry.blue = static_cast<uint16_t>(color[2] * 256);
+    entry.red = static_cast<uint16_t>(color[0] << 8);
+    entry.green = static_cast<uint16_t>(color[1] << 8);
+    entry.blue = static_cast<uint16_t>(color[2] << 8);
     return entry;
 }
 
-bool write_entry_vlt(CFILE* c, uint32_t entries) {
-    if (c->vlt == nullptr && entries > BUILT_ENTRIES_MAX) return false;
-    for (uint32_t i = 0; i < entries; ++i) {
+void fill_entry_vlt(const CFILE* c, const header_plan& plan, uint8_t* table) {
+    for (uint32_t i = 0; i < plan.entries; ++i, table += KRV_VLT_ENTRY_SIZE) {
         rzl_vlt_entry entry = c->vlt != nullptr ? c->vlt[i] : built_entry(c, i);
-        uint8_t bytes[KRV_VLT_ENTRY_SIZE];
-        store_u16le(bytes, entry.slot);
-        store_u16le(bytes + 2, entry.red);
-        store_u16le(bytes + 4, entry.green);
-        store_u16le(bytes + 6, entry.blue);
-        if (io_write(c, bytes, sizeof bytes) != sizeof bytes) return false;
+        store_u16le(table, entry.slot);
+        store_u16le(table + 2, entry.red);
+        store_u16le(table + 4, entry.green);
+        store_u16le(table + 6, entry.blue);
     }
-    int64_t padding = rounded_up(entries, ENTRIES_STEP) - entries;
-    return write_zeros(c, padding * int64_t{KRV_VLT_ENTRY_SIZE});
 }
 
-// ---- packets
-// ---------------------------------------------------------------------------------------------------------
-
-bool write_packet(CFILE* c, const uint8_t* packet, int64_t* words_left) {
-    int64_t words = krv_packet_total(packet);
-    if (words == 0) return true;
-    if (words > *words_left) return false;
-    *words_left -= words;
-    auto bytes = static_cast<size_t>(words) * 2;
-    return io_write(c, packet, bytes) == bytes;
+uint8_t* append_packet(uint8_t* at, const uint8_t* packet) {
+    size_t bytes = size_t{krv_packet_total(packet)} * 2;
+    if (bytes != 0) std::memcpy(at, packet, bytes);
+    return at + bytes;
 }
 
-bool write_packets(CFILE* c, const layout& plan) {
-    krv_spec* spec = krv_spec_of(c);
-    int64_t left = plan.packet_words;
-    if (!io_seek(c, c->base_offset + plan.packet_offset)) return false;
-    if (spec->overview_packet != nullptr) spec->overview_at = plan.packet_offset;
-    if (!write_packet(c, spec->overview_packet, &left)) return false;
-    if (format_is_jpeg(spec->data_type) && !write_packet(c, spec->jpeg_packet, &left)) return false;
-    int64_t padding = (rounded_up(plan.packet_words, PACKET_STEP) - plan.packet_words) * 2;
-    auto bytes = static_cast<size_t>(left) * 2;
-    if (spec->app_packet != nullptr) {
-        if (io_write(c, spec->app_packet, bytes) != bytes) return false;
-        return write_zeros(c, padding);
+// Everything that stands before the pixel data, in a block of zeros of that size.
+void fill_block(const CFILE* c, const header_plan& plan, uint8_t* block) {
+    const krv_spec* spec = krv_spec_of(c);
+    bool bytes_only = load_u16le(plan.header + KRV_AT_VLT_TYPE) == KRV_VLT_BYTES;
+    std::memcpy(block, plan.header, bytes_only ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE);
+    if (plan.writes_vlt && bytes_only) fill_byte_vlt(c, plan, block + plan.vlt_at);
+    if (plan.writes_vlt && !bytes_only) fill_entry_vlt(c, plan, block + plan.vlt_at);
+    uint8_t* at = append_packet(block + plan.packets_at, spec->overview_packet);
+    at = append_packet(at, spec->jpeg_packet);
+    at = append_packet(at, spec->other_packet);
+    bool given = plan.app_words != 0 && spec->app_packet != nullptr;
+    if (given) std::memcpy(at, spec->app_packet, static_cast<size_t>(plan.app_words) * 2);
+}
+
+bool write_part(CFILE* c, const uint8_t* block, int64_t from, int64_t to) {
+    auto bytes = static_cast<size_t>(to - from);
+    return io_seek(c, c->base_offset + from) && io_write(c, block + from, bytes) == bytes;
+}
+
+// The parts of a header that exists. What is not given is left alone: a colour table that stays, the application's
+// packets, reserved room.
+bool rewrite_parts(CFILE* c, const header_plan& plan, const uint8_t* block) {
+    const krv_spec* spec = krv_spec_of(c);
+    bool bytes_only = load_u16le(plan.header + KRV_AT_VLT_TYPE) == KRV_VLT_BYTES;
+    auto end = static_cast<int64_t>(bytes_only ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE);
+    if (plan.writes_vlt) {
+        int64_t entries = rounded_up(plan.entries, VLT_STEP);
+        end = plan.vlt_at + (bytes_only ? BYTE_VLT_WORDS * 2 : entries * int64_t{KRV_VLT_ENTRY_SIZE});
     }
-    // The packets of a file under update stay as they are in it.
-    return has_flag(c, FLAG_HEADER_EXISTS) || write_zeros(c, static_cast<int64_t>(bytes) + padding);
+    if (!write_part(c, block, 0, end)) return false;
+    if (plan.packets_at == 0) return true;
+    bool whole = plan.app_words == 0 || spec->app_packet != nullptr;
+    int64_t words = plan.library_words + (whole ? plan.app_words : 0);
+    int64_t packets_end = plan.packets_at + (whole ? rounded_up(words, PACKET_STEP) : words) * 2;
+    return write_part(c, block, plan.packets_at, packets_end);
 }
 
-// ---- the whole
-// -------------------------------------------------------------------------------------------------------
-
-bool write_parts(CFILE* c, const layout& plan) {
-    const uint8_t* header = krv_spec_of(c)->header;
-    size_t size = plan.vlt_type == KRV_VLT_BYTES ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE;
-    if (io_write(c, header, size) != size) return false;
-    if (plan.vlt_type == KRV_VLT_BYTES && !write_byte_vlt(c, plan.vlt_entries)) return false;
-    if (plan.vlt_type == KRV_VLT_ENTRIES && !write_entry_vlt(c, plan.vlt_entries)) return false;
-    return plan.packet_words == 0 || write_packets(c, plan);
-}
-
-// The position is the data start afterwards. Where that lies behind what has been written, room is left in between.
-bool go_to_data(CFILE* c) {
-    int64_t start = krv_data_start(c);
-    int64_t at = io_tell(c);
-    if (at == start) return true;
-    if (has_flag(c, FLAG_HEADER_EXISTS) || at > start) return io_seek(c, start);
-    return write_zeros(c, start - at);
+// A new file on a pipe can't seek, and stands at its start anyway.
+bool write_block(CFILE* c, const header_plan& plan, const uint8_t* block, size_t bytes) {
+    if (plan.existed) return rewrite_parts(c, plan, block);
+    bool at_start = io_seek(c, c->base_offset) || (!is_readable(c) && c->base_offset == 0);
+    return at_start && io_write(c, block, bytes) == bytes;
 }
 
 // The header before this image's in the chain learns where this one is, now that it stands there.
@@ -203,38 +226,57 @@ bool link_image(CFILE* c) {
     if (spec->link_from < 0) return true;
     uint8_t place[4];
     store_u32le(place, static_cast<uint32_t>(c->base_offset));
-    int64_t back = io_tell(c);
-    bool good =
-        io_seek(c, spec->link_from + int64_t{KRV_AT_NEXT_IMAGE}) && io_write(c, place, 4) == 4 && io_seek(c, back);
-    if (good) spec->link_from = -1;
-    return good;
+    if (!io_seek(c, spec->link_from + int64_t{KRV_AT_NEXT_IMAGE})) return false;
+    if (io_write(c, place, sizeof place) != sizeof place) return false;
+    spec->link_from = -1;
+    return true;
 }
 
-void note_written(CFILE* c, const layout& plan) {
+// What has been written is what the record tells from now on. Borrowed tables and packets go back to their owner.
+void note_written(CFILE* c, const header_plan& plan) {
     krv_spec* spec = krv_spec_of(c);
-    spec->stored_vlt_type = load_u16le(spec->header + KRV_AT_VLT_TYPE);
-    spec->stored_vlt_entries = load_u32le(spec->header + KRV_AT_VLT_ENTRIES);
-    spec->stored_words = static_cast<uint32_t>(plan.packet_words);
-    if (has_flag(c, FLAG_PACKET_OWNED)) krv_drop_app_packet(c);
+    std::memcpy(spec->header, plan.header, KRV_HEADER_SIZE);
+    spec->stored_vlt_type = load_u16le(plan.header + KRV_AT_VLT_TYPE);
+    spec->stored_vlt_entries = load_u32le(plan.header + KRV_AT_VLT_ENTRIES);
+    spec->stored_words = load_u32le(plan.header + KRV_AT_PACKET_WORDS);
+    spec->overview_at = spec->overview_packet != nullptr ? plan.packets_at : 0;
+    krv_drop_app_packet(c);
+    c->vlt = nullptr;
+    set_flag(c, FLAG_HEADER_EXISTS, true);
     set_flag(c, FLAG_OVERVIEWS_CHANGED, false);
+}
+
+int write_planned(CFILE* c, const header_plan& plan) {
+    auto bytes = static_cast<size_t>(plan.total * 2 + 4);
+    mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc_zeroed(bytes)));
+    if (!block) return refuse(c, RZL_NO_MEMORY, "header");
+    fill_block(c, plan, block.get());
+    bool linked = krv_spec_of(c)->link_from < 0;
+    if (!write_block(c, plan, block.get(), bytes) || !link_image(c)) return refuse(c, RZL_WRITE_FAILED, "header");
+    note_written(c, plan);
+    bool stands_there = !plan.existed && linked && c->active_overview < 0;
+    if (!stands_there && !io_seek(c, krv_first_line(c))) return refuse(c, RZL_WRITE_FAILED, "header");
+    return 0;
 }
 
 } // namespace
 
+// The packets of an existing file are brought into memory when they might have to move.
 int krv_write_header(CFILE* c) {
-    if (!is_writable(c)) return refuse(c, RZL_NEEDS_WRITE, "write header");
-    if (krv_spec_of(c)->data_type == RZL_FORMAT_BYTE_PAIRS && !has_flag(c, FLAG_TILED))
-        set_flag(c, FLAG_SCANNABLE, true);
+    const krv_spec* spec = krv_spec_of(c);
+    if (!is_writable(c)) return refuse(c, RZL_NEEDS_WRITE, "header");
+    bool untiled = !has_flag(c, FLAG_TILED);
+    if (spec->data_type == RZL_FORMAT_BYTE_PAIRS && untiled) set_flag(c, FLAG_SCANNABLE, true);
     if (!has_flag(c, FLAG_RAW)) {
-        layout plan = plan_layout(c);
-        if (fit_layout(c, &plan) != 0) return 1;
-        store_layout(c, plan);
-        // A new file on a pipe can't seek, and stands at its start anyway.
-        bool at_start = io_tell(c) == c->base_offset || io_seek(c, c->base_offset) || !is_readable(c);
-        if (!at_start || !write_parts(c, plan) || !go_to_data(c) || !link_image(c)) {
-            return refuse(c, RZL_WRITE_FAILED, "header");
-        }
-        note_written(c, plan);
+        if (refuse_content(c) != 0) return 1;
+        header_plan plan = {};
+        std::memcpy(plan.header, spec->header, KRV_HEADER_SIZE);
+        plan.existed = has_flag(c, FLAG_HEADER_EXISTS);
+        if (plan.existed && is_readable(c) && krv_save_packets(c) != 0) return 1;
+        store_image_values(c, &plan);
+        plan_vlt(c, &plan);
+        plan_packets(c, &plan);
+        if (fit_layout(c, &plan) != 0 || write_planned(c, plan) != 0) return 1;
     }
     set_flag(c, FLAG_HEADER_EXISTS, true);
     c->line = 0;
