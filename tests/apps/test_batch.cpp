@@ -268,6 +268,7 @@ TEST_F(Batch, DamagedFilesNeverGiveSuccess) {
         EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o o.rgb").status, 1) << cut;
     }
     EXPECT_EQ(files().size(), 2u);
+    write("still.rgb", raster);
     write("still.tnc", "MZ");
     EXPECT_NE(run("tinct-batch info still.tnc").err.find("to be version 0, 1, 2 or 3 tnc file"), std::string::npos);
 }
