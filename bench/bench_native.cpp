@@ -126,7 +126,7 @@ void set_rate(benchmark::State& state) {
 void put_lines(benchmark::State& state) {
     const picture& p = picture_of(state.range(1) != 0);
     std::string name = temporary_name();
-    for (auto _ : state)
+    while (state.KeepRunning())
         write_picture(name.c_str(), static_cast<int32_t>(state.range(0)), p);
     set_rate(state);
     std::remove(name.c_str());
@@ -136,7 +136,7 @@ void get_lines(benchmark::State& state) {
     std::string name = temporary_name();
     write_picture(name.c_str(), static_cast<int32_t>(state.range(0)), picture_of(state.range(1) != 0));
     bytes line[3] = {bytes(LINE), bytes(LINE), bytes(LINE)};
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         read_picture(name.c_str(), line);
         benchmark::DoNotOptimize(line[0].data());
     }
@@ -148,7 +148,7 @@ void get_lines(benchmark::State& state) {
 void floor_memory(benchmark::State& state) {
     const picture& p = picture_of(true);
     bytes line(LINE * 3);
-    for (auto _ : state)
+    while (state.KeepRunning())
         for (int32_t y = 0; y < HEIGHT; ++y) {
             for (int plane = 0; plane < 3; ++plane)
                 std::memcpy(line.data() + static_cast<size_t>(plane) * LINE, p.line(plane, y), LINE);
@@ -160,7 +160,7 @@ void floor_memory(benchmark::State& state) {
 void floor_file(benchmark::State& state) {
     const picture& p = picture_of(true);
     std::string name = temporary_name();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::ofstream out(name, std::ios::binary);
         for (int32_t y = 0; y < HEIGHT; ++y)
             for (int plane = 0; plane < 3; ++plane)

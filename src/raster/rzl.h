@@ -340,7 +340,8 @@ RZL_API int rzl_randomize(CFILE* cfile);
 
 /* Resample while reading: lines come as out_xsize x out_ysize pixels. Flags: RZL_SQUETCH_FILTER interpolates and
  * averages, without it pixels are replicated and dropped; RZL_SQUETCH_EACH_CHANNEL resamples an image of one sample
- * once for each channel of a call. The handle is positioned at the first line. */
+ * once for each channel of a call. Both calls position the handle at the first line, and so does making another image
+ * or overview the target. Samples of more than 8 bits are refused with RZL_UNSUPPORTED. */
 enum { RZL_SQUETCH_FILTER = 1, RZL_SQUETCH_EACH_CHANNEL = 4 };
 RZL_API int rzl_set_squetch(CFILE* cfile, int32_t out_xsize, int32_t out_ysize, uint32_t flags);
 RZL_API int rzl_clear_squetch(CFILE* cfile);

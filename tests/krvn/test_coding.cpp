@@ -250,9 +250,9 @@ void round_trip(int format, bool scannable, int32_t xsize, unsigned run) {
                                     << " run " << run);
     constexpr int32_t LINES = 5;
     std::mt19937 random(static_cast<unsigned>(format * 1000) + run);
-    std::vector<planes> lines;
-    for (int i = 0; i < LINES; ++i)
-        lines.push_back(random_planes(random, format, xsize, run));
+    std::vector<planes> lines(LINES);
+    for (planes& line : lines)
+        line = random_planes(random, format, xsize, run);
     native_file file(HEADER + static_cast<size_t>(xsize) * 16 * LINES + 100000);
     CFILE* c = file.create(format, xsize, LINES, scannable);
     for (const planes& line : lines)

@@ -216,6 +216,19 @@ TEST_F(Squetch, TiledImages) {
                   numbered_planes(1, 100, y * 2).bytes[0]);
 }
 
+TEST_F(Squetch, AnotherImageBeginsAtItsFirstLine) {
+    CFILE* c = random_image(2, 10, 10, 4);
+    c->slots.setactiveov = [](CFILE* file, int32_t overview) {
+        file->active_overview = overview;
+        file->line = 0;
+        return 0;
+    };
+    ASSERT_EQ(rzl_set_squetch(c, 5, 7, SQUETCH_FILTER), 0);
+    bytes_of_file all = read_all(c, 5, 7);
+    ASSERT_EQ(rzl_set_active_overview(c, 0), 0);
+    EXPECT_EQ(read_all(c, 5, 7), all);
+}
+
 TEST_F(Squetch, ArgumentsAndFailures) {
     CFILE* c = random_image(2, 10, 10, 2);
     for (auto [x, y, flags] : {std::tuple{0, 5, 0u}, {5, 0, 0u}, {-1, 5, 0u}, {5, 5, 2u}, {5, 5, 64u}}) {

@@ -455,6 +455,9 @@ int rzl_puttile_check(CFILE* c);
 // Resample the next line: squetch.cpp. Called by rzl_getline_generic under FLAG_SQUETCH.
 int rzl_squetch(CFILE* c, int channels, read_planes buffers);
 
+// Resampling begins anew at an output line, whose source line has been sought. Nothing when it is not in force.
+void rzl_restart_squetch(CFILE* c, int32_t out_line);
+
 // Turns `count` stored values in `red` into real colours in the three planes (green and blue may be null), by the
 // colour table or by widening.
 void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count);

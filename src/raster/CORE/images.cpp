@@ -43,12 +43,17 @@ int call_pair(CFILE* from, CFILE* to, int (*format_slots::*slot)(CFILE*, CFILE*)
 int rzl_set_active_overview(CFILE* c, int32_t overview) {
     if (!handle_enter(c, "rzl_set_active_overview")) return 1;
     if (overview == c->active_overview) return handle_leave(c, 0);
-    return handle_leave(c, c->slots.setactiveov(c, overview));
+    int result = c->slots.setactiveov(c, overview);
+    if (result == 0) rzl_restart_squetch(c, 0);
+    return handle_leave(c, result);
 }
 
 int rzl_set_active_image(CFILE* c, int32_t image) {
     if (!handle_enter(c, "rzl_set_active_image")) return 1;
-    return handle_leave(c, c->slots.Set_Active_Image(c, image));
+    int32_t before = c->active_image;
+    int result = c->slots.Set_Active_Image(c, image);
+    if (c->active_image != before) rzl_restart_squetch(c, 0);
+    return handle_leave(c, result);
 }
 
 int rzl_get_packet(CFILE* c, void* buffer) {

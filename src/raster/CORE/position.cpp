@@ -5,14 +5,14 @@ namespace {
 
 constexpr char SOURCE[] = "CORE/position";
 
-// The resampler begins anew at an output line.
-void restart_squetch(CFILE* c, int32_t out_line) {
+} // namespace
+
+void rzl_restart_squetch(CFILE* c, int32_t out_line) {
     if (!has_flag(c, FLAG_SQUETCH) || c->squetch == nullptr) return;
     c->squetch->flags |= SQUETCH_RELOAD;
     c->squetch->out_line = out_line;
+    c->squetch->carry = 0;
 }
-
-} // namespace
 
 // Under squetch `line` is an output line, which the format's Seek turns into the source line.
 int rzl_seek(CFILE* c, int32_t line) {
@@ -23,7 +23,7 @@ int rzl_seek(CFILE* c, int32_t line) {
         return handle_leave(c, 1);
     }
     int result = c->slots.Seek(c, line);
-    if (result == 0) restart_squetch(c, line);
+    if (result == 0) rzl_restart_squetch(c, line);
     return handle_leave(c, result);
 }
 
@@ -33,7 +33,7 @@ int rzl_rewind(CFILE* c) {
     c->status = 0;
     c->slots.Rewind(c);
     set_last_status(c->status);
-    restart_squetch(c, 0);
+    rzl_restart_squetch(c, 0);
     return c->status == 0 ? 0 : 1;
 }
 
