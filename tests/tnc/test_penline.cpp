@@ -1,5 +1,4 @@
-// Packing and decoding of pen lines: the bytes of known lines, random lines against the samples that went in, and code
-// that no builder makes.
+// Pen lines: the bytes of known lines, code that no builder makes, and the questions that walk over lines.
 #include <random>
 #include <tuple>
 
@@ -94,40 +93,6 @@ TEST_F(penline_test, second_differences_take_two_bytes) {
     EXPECT_EQ(code_of(two, true).front(), 0x2F);
 }
 
-TEST_F(penline_test, random_lines_decode_to_what_went_in) {
-    std::mt19937 random(5);
-    auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
-    for (int round = 0; round < 400; ++round) {
-        bool uv = round % 3 != 0;
-        std::vector<pixel> samples;
-        int u = below(65536);
-        int v = below(65536);
-        int step = below(300);
-        for (int x = below(300); x < 1500; ++x) {
-            if (below(40) == 0) x += below(400);
-            if (below(50) == 0) step = below(3000);
-            u = (u + step + below(3)) & 0xFFFF;
-            v = (v - 7) & 0xFFFF;
-            int shade = below(4) == 0 ? below(256) : 200;
-            bool grey = below(10) != 0;
-            samples.emplace_back(x, shade, grey ? shade : below(256), grey ? shade : 3, uv ? u : 0, uv ? v : 0);
-        }
-        pline* chain = packed(samples, uv);
-        ASSERT_NE(chain, nullptr);
-        EXPECT_EQ(chain->next, nullptr);
-        EXPECT_EQ(decoded(chain), samples) << round;
-        for (int i = 0; i < 20; ++i) {
-            const auto& [x, r, g, b, pu, pv] = samples[static_cast<size_t>(below(static_cast<int>(samples.size())))];
-            int32_t red = 0, green = 0, blue = 0;
-            ASSERT_EQ(pline_shade_at(chain, x, &red, &green, &blue), 1);
-            EXPECT_EQ(std::make_tuple(red, green, blue), std::make_tuple(r, g, b));
-        }
-        int32_t unused = 0;
-        EXPECT_EQ(pline_shade_at(chain, std::get<0>(samples.back()) + 1, &unused, &unused, &unused), 0);
-        free_chain(chain);
-    }
-}
-
 TEST_F(penline_test, broken_code_ends_the_line) {
     std::mt19937 random(6);
     for (int round = 0; round < 20000; ++round) {
@@ -168,7 +133,7 @@ TEST_F(penline_test, walks_stop_and_pens_are_picked_by_strength) {
     EXPECT_EQ(pens_at_pixel(image, 0, 0, pens, 30), PENS_AT_PIXEL_MAX);
     // The limit is on the pens looked at, from 0 up: of the first twenty the strongest comes first.
     for (int i = 1; i < PENS_AT_PIXEL_MAX; ++i)
-        EXPECT_GE(pens[i - 1] * 7 % 31, pens[i] * 7 % 31);
+        EXPECT_GT(pens[i - 1] * 7 % 31, pens[i] * 7 % 31);
     EXPECT_EQ(pens_at_pixel(image, 1, 0, pens, 30), 0);
     EXPECT_EQ(pens_at_pixel(image, 0, 1, pens, 30), 0);
     EXPECT_EQ(pens_at_pixel(image, 0, -1, pens, 30), 0);

@@ -137,6 +137,7 @@ TEST_F(read_test, every_failed_allocation_or_read_is_named_and_leaks_nothing) {
     for (int i = 0; i < 40; ++i)
         content = content + uv_sample(4, i, i * i, 9) + shade_record(5, i) + shade_record(5, 9) + COLUMN;
     content = content + LINE + packed_record(4, 1, {0x1F, 7, 1, 0, 2, 0, 0}) + END;
+    content = START + bytes{242} + compressed(bytes(content.begin() + 2, content.end()), 12, true, 0);
     std::string wanted = pixels(content, 3);
     for (mem_fail mode : {mem_fail::once, mem_fail::onward}) {
         bool hit = true;
@@ -161,4 +162,67 @@ TEST_F(read_test, every_failed_allocation_or_read_is_named_and_leaks_nothing) {
         tnc_free(image);
     }
     EXPECT_EQ(pixels(content, 3), wanted);
+}
+
+TEST_F(read_test, what_has_no_meaning_is_read_safely) {
+    bytes pen = START + pen_record(1, false);
+    bytes nine = packed_record(1, 0, {0x1D, 9, 0});
+    // Samples of a line that has a packed line already take its place.
+    EXPECT_EQ(pixels(pen + nine + shade_record(1, 5) + END, 5), "1:0,0=5/5/5/0/0 ");
+    // A second definition starts the pen again.
+    EXPECT_EQ(pixels(pen + packed_record(1, 3, {0x1D, 9, 0}) + shade_record(1, 5) + LINE + pen_record(1, true) +
+                         uv_sample(1, 6, 1, 2) + END,
+                     5),
+              "1:0,1=6/6/6/1/2 ");
+    EXPECT_TRUE(complete);
+    // A stream in a stream ends the reading.
+    bytes nested = pen_record(1, false) + shade_record(1, 5) + bytes{242, 255};
+    EXPECT_EQ(pixels(START + bytes{242} + compressed(nested, 9, true, 0), 5), "1:0,0=5/5/5/0/0 ");
+    EXPECT_FALSE(complete);
+    EXPECT_EQ(messages, "");
+    // A packed line that the file is too short for, in the stream, and for a pen that isn't there.
+    nine.pop_back();
+    bytes of_none = nine;
+    of_none[1] = 9;
+    for (const bytes& content :
+         {START + bytes{242} + compressed(pen_record(1, false) + nine, 12, true, 0), pen + of_none}) {
+        EXPECT_EQ(pixels(content, 5), "1:");
+        EXPECT_FALSE(complete);
+        EXPECT_EQ(messages, "2:Failed to read 3 bytes for pline.\n");
+    }
+}
+
+// Reads that come back short are gone on with, wherever in a large file that is.
+TEST_F(read_test, short_reads_lose_nothing) {
+    bytes body = pen_record(5, true);
+    for (int y = 0; y < 200; ++y) {
+        for (int i = 0; i < 100; ++i)
+            body = body + uv_sample(5, i * y, i * i * y, 77 * i) + COLUMN;
+        body = body + packed_record(5, (y + 7) % 200, {0x1D, low(y), 0}) + LINE;
+    }
+    for (const bytes& content : {START + body, START + bytes{242} + compressed(body, 14, true, 9000)}) {
+        std::string wanted = pixels(content, 200);
+        EXPECT_TRUE(complete);
+        bool hit = true;
+        for (long n = 0; hit; ++n) {
+            files_fail_after(n, n % 2 == 0 ? files_fail::once : files_fail::onward);
+            EXPECT_EQ(pixels(content, 200), wanted) << n;
+            hit = files_fail_stop();
+        }
+    }
+}
+
+// Equal pens stand by their number, and a pen counts by its strongest layer.
+TEST_F(read_test, pens_of_a_pixel_in_order) {
+    bytes content = START;
+    for (int pen = 0; pen < 8; ++pen)
+        content = content + pen_record(pen, false) + packed_record(pen, 1, {0x82, 0x1D, low(100 + pen / 2), 0});
+    content = content + packed_record(5, 1, {0x81, 0x2D, 250, 0});
+    tnc_image* image = read(content + END, 3);
+    int32_t pens[8];
+    ASSERT_EQ(pens_at_pixel(image, 2, 1, pens, 8), 8);
+    EXPECT_EQ(std::vector<int32_t>(pens, pens + 8), (std::vector<int32_t>{5, 6, 7, 4, 2, 3, 0, 1}));
+    EXPECT_EQ(pens_at_pixel(image, 1, 1, pens, 8), 1);
+    EXPECT_EQ(pens_at_pixel(image, 0, 1, pens, 8) + pens_at_pixel(image, 3, 1, pens, 8), 0);
+    tnc_free(image);
 }
