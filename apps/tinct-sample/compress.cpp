@@ -1,3 +1,4 @@
+// The LZW coder: a hash table of the strings met, and codes in blocks as readers of the format take them.
 #include "compress.h"
 
 #include <algorithm>
@@ -10,6 +11,7 @@ constexpr uint32_t CLEAR_CODE = 256;
 constexpr uint32_t FIRST_CODE = 257;
 constexpr uint32_t CODE_LIMIT = 1u << LAST_WIDTH;
 constexpr int CODES_IN_BLOCK = 8;
+constexpr int LONGEST_STRING = 8000; // readers refuse longer ones
 constexpr size_t HASH_SIZE = 1 << 18;
 
 void put_bits(compressor* c, uint32_t bits, int count) {
@@ -68,27 +70,39 @@ void restart(compressor* c) {
     clear_table(c);
 }
 
+// Ends the gathered string; `byte` begins the next. The reader makes an entry for the two whether it is of use or not.
+void end_string(compressor* c, uint8_t byte) {
+    put_code(c, static_cast<uint32_t>(c->prefix));
+    c->prefix = byte;
+    c->length = 1;
+}
+
 void put_byte(compressor* c, uint8_t byte) {
     if (c->prefix < 0) {
         c->prefix = byte;
+        c->length = 1;
         return;
     }
     uint32_t key = (static_cast<uint32_t>(c->prefix) << 8 | byte) + 1;
     size_t at = find(c, key);
-    if (c->keys[at] == key) {
+    bool known = c->keys[at] == key;
+    if (known && c->length < LONGEST_STRING) {
         c->prefix = c->codes[at];
+        c->length++;
         return;
     }
-    put_code(c, static_cast<uint32_t>(c->prefix));
-    c->prefix = byte;
-    if (c->next_code < CODE_LIMIT) {
-        c->keys[at] = key;
-        c->codes[at] = static_cast<uint16_t>(c->next_code++);
-        widen_when_due(c);
-    } else {
+    end_string(c, byte);
+    if (c->next_code >= CODE_LIMIT) {
         // A full table serves no further picture well: it starts anew.
         restart(c);
+        return;
     }
+    if (!known) {
+        c->keys[at] = key;
+        c->codes[at] = static_cast<uint16_t>(c->next_code);
+    }
+    ++c->next_code;
+    widen_when_due(c);
 }
 
 } // namespace

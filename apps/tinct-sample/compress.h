@@ -14,6 +14,7 @@ struct compressor {
     uint32_t next_code;
     int width;        // of the codes written now
     int32_t prefix;   // code of the string gathered so far; -1 none
+    int length;       // bytes of that string
     uint64_t pending; // bits not yet written
     int pending_bits;
     int codes_in_block;

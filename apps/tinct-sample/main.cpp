@@ -31,7 +31,8 @@ constexpr const char* HELP =
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
-constexpr int32_t SIZE_MAX_SIDE = 65535;
+// What a picture may have to be opened again; a packed line of this width always fits its 16-bit length.
+constexpr int32_t SIZE_MAX_SIDE = 8192;
 
 struct sample_request {
     const scene_entry* entry;
@@ -41,8 +42,7 @@ struct sample_request {
     int64_t seed;
 };
 
-// ---- words
-// -----------------------------------------------------------------------------------------------------------
+// ---- words ----------------------------------------------------------------------------------------------------------
 
 int take_size(const char* word, sample_request* request) {
     char text[32] = "";
@@ -193,7 +193,11 @@ int write_pair(const scene& s, const sample_request& request) {
     }
 
     if (!files_replace_commit()) return program_fail("\"%s.rgb\" could not be put in its place.", stem.c_str());
-    if (!write_file(stem + ".tnc", r.tnc.file)) return program_fail("\"%s.tnc\" could not be written.", stem.c_str());
+    if (!write_file(stem + ".tnc", r.tnc.file)) {
+        // the new picture must not stand beside the samples of an older one
+        files_remove((stem + ".rgb").c_str());
+        return program_fail("\"%s.tnc\" could not be written.", stem.c_str());
+    }
     out_format("%s.rgb\n%s.tnc\n", stem.c_str(), stem.c_str());
     return EXIT_DONE;
 }
