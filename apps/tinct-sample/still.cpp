@@ -126,13 +126,15 @@ void build_fruit(scene* s) {
         add_capsule(s, stalks, at[i] + up * 1.2, at[i] + up * 1.68 + vec3{0.08, 0, 0.03}, 0.035, 0.05);
     }
     int pears = add_surface(s, "Pears", true, satin);
-    shape* lying = add_lathe(s, pears, {2.2, 0.82, 2.3}, PEAR, true);
-    lying->axes = turned(about_y(-28), about_z(-80));
-    shape_set_bounds(lying);
+    vec3 lying_at = {2.2, 0.82, 2.3};
+    frame lying = turned(about_y(-28), about_z(-80));
+    shape* pear = add_lathe(s, pears, lying_at, PEAR, true);
+    pear->axes = lying;
+    shape_set_bounds(pear);
     add_lathe(s, pears, {2.75, 0.05, 0.55}, PEAR, true);
     add_capsule(s, stalks, {2.75, 2.15, 0.55}, {2.88, 2.62, 0.52}, 0.04, 0.055);
-    vec3 tip = lying->origin + lying->axes.y * 2.14;
-    add_capsule(s, stalks, tip, tip + lying->axes.y * 0.45 + vec3{0, 0.1, 0}, 0.04, 0.055);
+    vec3 tip = lying_at + lying.y * 2.14;
+    add_capsule(s, stalks, tip, tip + lying.y * 0.45 + vec3{0, 0.1, 0}, 0.04, 0.055);
     int lemon = add_surface(s, "Lemons", true, satin);
     add_ellipsoid(s, lemon, {-0.35, 0.62, 2.45}, {0.56, 0.74, 0.56}, turned(about_y(-30), about_z(84)));
     add_ellipsoid(s, lemon, {-3.1, 1.72, -1.15}, {0.55, 0.72, 0.55}, turned(about_y(40), about_z(60)));
