@@ -86,6 +86,8 @@ int append_image(CFILE* c) {
     if (at < krv_data_start(c)) at = krv_data_start(c);
     if (at > int64_t{UINT32_MAX}) return refuse(c, RZL_BAD_IMAGE_SIZE, "append image");
     int32_t data_type = spec->data_type;
+    c->xsize = spec->xsize; // with an overview active the handle has the overview's
+    c->ysize = spec->ysize;
     int64_t previous = c->base_offset;
     clear_image(c);
     krv_init_spec(c);
@@ -142,7 +144,11 @@ int krv_set_active_image(CFILE* c, int32_t image) {
     if (!has_flag(c, FLAG_MULTI_IMAGE) && !is_writable(c)) {
         return target == 0 ? 0 : refuse(c, RZL_NO_SUCH_IMAGE, "Invalid image number");
     }
+    int64_t image_at = c->base_offset;
+    int64_t position = io_tell(c);
     if (!krv_flush_directories(c)) return 1;
-    if (c->active_overview != OVERVIEW_BASE && krv_set_active_overview(c, OVERVIEW_BASE) != 0) return 1;
-    return go_to_image(c, target);
+    int result = go_to_image(c, target);
+    // The image that stays active after a refusal is read on where it was.
+    if (result != 0 && c->base_offset == image_at) io_seek(c, position);
+    return result;
 }

@@ -29,8 +29,9 @@ constexpr storage_row STORAGE[] = {
     {27, 0, 64}, {28, 24, 0},   {29, 0, 64},    {67, 0, 64}, {69, 32, 0},
 };
 
-// A line of a scannable file may be missing from it; up to so many bytes are taken on trust.
-constexpr int64_t TRUSTED_LINE_BYTES = 65536;
+// A line of a scannable file may be missing from it; so many pixels are taken on trust, as many as a piece can begin
+// at.
+constexpr uint32_t TRUSTED_PIXELS = 65536;
 
 const storage_row* find_storage(int32_t data_type) {
     for (const storage_row& row : STORAGE) {
@@ -170,9 +171,8 @@ format_slots native_slots() {
 bool krv_line_fits(int32_t data_type, uint32_t xsize, bool scannable, int64_t bytes) {
     const storage_row* row = find_storage(data_type);
     if (row == nullptr) return false;
-    int64_t held = bytes < 0 ? 0 : bytes;
-    if (scannable && held < TRUSTED_LINE_BYTES) held = TRUSTED_LINE_BYTES;
-    auto room = static_cast<uint64_t>(held);
+    if (scannable && xsize <= TRUSTED_PIXELS) return true;
+    auto room = static_cast<uint64_t>(bytes < 0 ? 0 : bytes);
     if (row->bits != 0) return stored_line_bytes(row, xsize) <= room;
     return xsize / row->expansion <= room;
 }

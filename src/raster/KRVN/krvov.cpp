@@ -186,15 +186,15 @@ krv_overview krv_load_overview(const krv_spec* spec, int32_t index) {
             load_u32le(extent), load_u32le(extent + 4), load_u32le(extent + 8)};
 }
 
-void krv_store_overview(krv_spec* spec, int32_t index, const krv_overview& value) {
-    uint8_t* entry = entry_of(spec, index);
+void krv_store_overview(krv_spec* spec, int32_t index, const krv_overview& entry) {
+    uint8_t* sizes = entry_of(spec, index);
     uint8_t* extent = extent_of(spec, index);
-    store_u32le(entry, value.ysize);
-    store_u32le(entry + 4, value.xsize);
-    store_u32le(entry + 8, value.info);
-    store_u32le(extent, value.offset);
-    store_u32le(extent + 4, value.size_1);
-    store_u32le(extent + 8, value.size_2);
+    store_u32le(sizes, entry.ysize);
+    store_u32le(sizes + 4, entry.xsize);
+    store_u32le(sizes + 8, entry.info);
+    store_u32le(extent, entry.offset);
+    store_u32le(extent + 4, entry.size_1);
+    store_u32le(extent + 8, entry.size_2);
 }
 
 void krv_add_overview_bytes(CFILE* c, uint32_t bytes) {

@@ -130,8 +130,9 @@ int64_t image_limit(CFILE* c) {
 }
 
 // Copies the packets of the file that are not the library's behind each other. The private packet is the library's for
-// an application, but has to survive a rewrite. False: the area is broken or does not fit `capacity` bytes.
-bool collect_packets(CFILE* c, uint8_t* out, size_t capacity, bool with_private) {
+// an application, but has to survive a rewrite. *taken is what they take. False: the area is broken or they do not fit
+// `capacity` bytes.
+bool collect_packets(CFILE* c, uint8_t* out, size_t capacity, bool with_private, size_t* taken) {
     packet_walk walk = start_walk(c, krv_spec_of(c)->stored_words);
     size_t used = 0;
     step outcome = next_packet(c, &walk);
@@ -146,6 +147,7 @@ bool collect_packets(CFILE* c, uint8_t* out, size_t capacity, bool with_private)
         if (!io_seek(c, walk.content_at) || io_read(c, out + used, content) != content) return false;
         used += content;
     }
+    *taken = used;
     return outcome == step::ended && walk.left == 0;
 }
 
@@ -217,7 +219,8 @@ int krv_save_packets(CFILE* c) {
     size_t bytes = size_t{words} * 2;
     mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc_zeroed(bytes)));
     if (!block) return refuse(c, RZL_NO_MEMORY, "packets");
-    if (!collect_packets(c, block.get(), bytes, true)) return refuse(c, RZL_READ_FAILED, "packets");
+    size_t taken = 0;
+    if (!collect_packets(c, block.get(), bytes, true, &taken)) return refuse(c, RZL_READ_FAILED, "packets");
     spec->app_packet = block.keep();
     set_flag(c, FLAG_PACKET_OWNED, true);
     return 0;
@@ -229,9 +232,11 @@ int krv_get_packet(CFILE* c, void* buffer) {
     if (packet_offset(c) == 0 || words == 0) return refuse(c, RZL_NO_PACKETS, "No application packet data found");
     if (!is_readable(c)) return refuse(c, RZL_NEEDS_READ, "packets");
     int64_t position = io_tell(c);
-    bool whole = collect_packets(c, static_cast<uint8_t*>(buffer), size_t{words} * 2, false);
+    size_t taken = 0;
+    bool whole = collect_packets(c, static_cast<uint8_t*>(buffer), size_t{words} * 2, false, &taken);
     io_seek(c, position);
-    return whole ? 0 : refuse(c, RZL_READ_FAILED, "packets");
+    if (!whole) return refuse(c, RZL_READ_FAILED, "packets");
+    return taken != 0 ? 0 : refuse(c, RZL_NO_PACKETS, "No application packet data found");
 }
 
 int krv_put_packet(CFILE* c, const void* buffer) {
