@@ -24,13 +24,19 @@ constexpr int FIRST_BITS = 9;
 constexpr int LIMIT_BITS = 16;
 constexpr int CLEAR_CODE = 256;
 constexpr int BYTE_CODES = 256;
+constexpr int32_t NO_CODE = -1;
+
+// The fields of a string: see decompress_string.
+constexpr uint32_t CHUNK = 4;
+constexpr int BEFORE_SHIFT = 32;
+constexpr int LENGTH_SHIFT = 48;
 
 // A legal stream can hold longer strings only after 32 million equal bytes; they are refused.
 constexpr int LONGEST_STRING = 8000;
 
 // Codes are decoded until this many bytes wait; the last string may go beyond.
 constexpr int BATCH_SIZE = 16384;
-constexpr int OUT_SIZE = BATCH_SIZE + LONGEST_STRING + static_cast<int>(DECOMPRESS_CHUNK);
+constexpr int OUT_SIZE = BATCH_SIZE + LONGEST_STRING + static_cast<int>(CHUNK);
 
 int32_t max_code_of(const decompress_context* c) {
     return c->code_bits == c->max_bits ? c->code_limit : (1 << c->code_bits) - 1;
@@ -64,36 +70,36 @@ bool block_is_used_up(const decompress_context* c) {
     return c->bit_offset >= c->bit_limit || c->next_code > c->max_code || c->clear_pending;
 }
 
-// The next code of the block, which holds one.
-int32_t take_code(decompress_context* c) {
-    uint32_t bits = load_u32le(c->block + (c->bit_offset >> 3)) >> (c->bit_offset & 7);
-    c->bit_offset += c->code_bits;
-    return static_cast<int32_t>(bits & ((1U << c->code_bits) - 1));
+// The code at `bit_offset` of the block.
+inline int32_t code_at(const decompress_context* c, int32_t bit_offset, int32_t code_bits) {
+    uint32_t bits = load_u32le(c->block + (bit_offset >> 3)) >> (bit_offset & 7);
+    return static_cast<int32_t>(bits & ((1U << code_bits) - 1));
 }
 
-// Enters the string of the previous code with `last` behind it at next_code, when the table has room.
-void add_string(decompress_context* c, uint8_t last) {
-    if (c->next_code >= c->code_limit) return;
-    const decompress_string* old = &c->strings[c->old_code];
-    decompress_string made = *old;
-    uint32_t used = old->length % DECOMPRESS_CHUNK;
-    if (used == 0) {
-        std::memset(made.chunk, 0, sizeof made.chunk);
-        made.before = static_cast<uint16_t>(c->old_code);
-    }
-    made.chunk[used] = last;
-    ++made.length;
-    c->strings[c->next_code++] = made;
+inline uint32_t length_of(decompress_string string) {
+    return static_cast<uint32_t>(string >> LENGTH_SHIFT);
+}
+
+inline uint32_t code_before(decompress_string string) {
+    return static_cast<uint32_t>(string >> BEFORE_SHIFT) & 0xFFFF;
+}
+
+// The string `old`, which has the code `old_code`, with `last` behind it.
+inline decompress_string longer_string(decompress_string old, int32_t old_code, uint8_t last) {
+    uint64_t length = length_of(old);
+    uint64_t used = length % CHUNK;
+    uint64_t fresh = length << LENGTH_SHIFT | static_cast<uint64_t>(old_code) << BEFORE_SHIFT;
+    return (used != 0 ? old : fresh) + (uint64_t{1} << LENGTH_SHIFT) + (uint64_t{last} << (used * 8));
 }
 
 // Lays a string down at `to`, which has room for its length rounded up to a whole chunk.
-void lay_string(const decompress_context* c, const decompress_string* string, uint8_t* to) {
-    uint32_t at = (string->length - 1U) & ~(DECOMPRESS_CHUNK - 1);
-    std::memcpy(to + at, string->chunk, DECOMPRESS_CHUNK);
+inline void lay_string(const decompress_string* strings, decompress_string string, uint8_t* to) {
+    uint32_t at = (length_of(string) - 1) & ~(CHUNK - 1);
+    store_u32le(to + at, static_cast<uint32_t>(string));
     while (at > 0) {
-        at -= DECOMPRESS_CHUNK;
-        string = &c->strings[string->before];
-        std::memcpy(to + at, string->chunk, DECOMPRESS_CHUNK);
+        at -= CHUNK;
+        string = strings[code_before(string)];
+        store_u32le(to + at, static_cast<uint32_t>(string));
     }
 }
 
@@ -102,41 +108,89 @@ void give_up(decompress_context* c) {
     c->ended = true;
 }
 
-// Decodes one code that is no clear code to `to`, and returns the end of its bytes.
-//
-// A code that is not defined yet names the string being defined. That is sound only for the very next one: a higher
-// code gives that string too, and ends the stream, as nothing that follows could be told apart from noise.
+// A code that is not defined yet names the string being defined: enters that string and returns its code. That is sound
+// only for the very next code: a higher one gives that string too, and ends the stream, as nothing that follows could
+// be told apart from noise.
+int32_t define_ahead(decompress_context* c, int32_t code) {
+    if (code > c->next_code) give_up(c);
+    c->strings[c->next_code] = longer_string(c->strings[c->old_code], c->old_code, c->last_byte);
+    return c->next_code++;
+}
+
+void clear_table(decompress_context* c) {
+    c->clear_pending = true;
+    // The entry that the next code makes is number 256, which no code can name.
+    c->next_code = CLEAR_CODE;
+}
+
+// Decodes one code of any kind to `to` and returns the end of its bytes.
 uint8_t* decode_code(decompress_context* c, int32_t code, uint8_t* to) {
-    bool defines_itself = code >= c->next_code;
-    if (defines_itself) {
-        if (code > c->next_code) give_up(c);
-        code = c->next_code;
-        add_string(c, c->last_byte);
+    if (code == CLEAR_CODE && c->block_mode) {
+        clear_table(c);
+        return to;
     }
-    const decompress_string* string = &c->strings[code];
-    if (string->length > c->longest) {
+    bool is_ahead = code >= c->next_code;
+    if (is_ahead) code = define_ahead(c, code);
+    decompress_string string = c->strings[code];
+    if (length_of(string) > static_cast<uint32_t>(c->longest)) {
         give_up(c);
         return to;
     }
-    lay_string(c, string, to);
+    lay_string(c->strings, string, to);
     c->last_byte = *to;
-    if (!defines_itself) add_string(c, c->last_byte);
+    if (!is_ahead && c->next_code < c->code_limit) {
+        c->strings[c->next_code++] = longer_string(c->strings[c->old_code], c->old_code, c->last_byte);
+    }
     c->old_code = code;
-    return to + string->length;
+    return to + length_of(string);
+}
+
+// Decodes codes of the block as long as they are ordinary: none that clears, comes ahead of its definition, or is too
+// long. What changes from code to code is kept in registers.
+uint8_t* decode_plain_codes(decompress_context* c, uint8_t* to) {
+    const uint8_t* const full = c->out + BATCH_SIZE;
+    const int32_t clear = c->block_mode ? CLEAR_CODE : NO_CODE;
+    const int32_t code_limit = c->code_limit;
+    const int32_t max_code = c->max_code;
+    const int32_t code_bits = c->code_bits;
+    const int32_t bit_limit = c->bit_limit;
+    const auto longest = static_cast<uint32_t>(c->longest);
+    decompress_string* const strings = c->strings;
+    int32_t bit_offset = c->bit_offset;
+    int32_t next_code = c->next_code;
+    int32_t old_code = c->old_code;
+    decompress_string old_string = strings[old_code];
+    uint8_t first = c->last_byte;
+
+    while (to < full && bit_offset < bit_limit && next_code <= max_code) {
+        int32_t code = code_at(c, bit_offset, code_bits);
+        if (code >= next_code || code == clear) break;
+        decompress_string string = strings[code];
+        if (length_of(string) > longest) break;
+        lay_string(strings, string, to);
+        first = *to;
+        if (next_code < code_limit) strings[next_code++] = longer_string(old_string, old_code, first);
+        old_code = code;
+        old_string = string;
+        to += length_of(string);
+        bit_offset += code_bits;
+    }
+    c->bit_offset = bit_offset;
+    c->next_code = next_code;
+    c->old_code = old_code;
+    c->last_byte = first;
+    return to;
 }
 
 // Decodes the codes of the current block until it is used up or the batch is full.
 uint8_t* decode_block(decompress_context* c, uint8_t* to) {
     const uint8_t* full = c->out + BATCH_SIZE;
     while (to < full && !c->ended && !block_is_used_up(c)) {
-        int32_t code = take_code(c);
-        if (code == CLEAR_CODE && c->block_mode) {
-            c->clear_pending = true;
-            // The entry that the next code makes is number 256, which no code can name.
-            c->next_code = CLEAR_CODE;
-        } else {
-            to = decode_code(c, code, to);
-        }
+        to = decode_plain_codes(c, to);
+        if (to >= full || block_is_used_up(c)) break;
+        int32_t code = code_at(c, c->bit_offset, c->code_bits);
+        c->bit_offset += c->code_bits;
+        to = decode_code(c, code, to);
     }
     return to;
 }
@@ -169,7 +223,7 @@ bool make_buffers(decompress_context* c) {
         return false;
     }
     for (int i = 0; i < BYTE_CODES; ++i) {
-        c->strings[i] = {{static_cast<uint8_t>(i)}, 0, 1};
+        c->strings[i] = uint64_t{1} << LENGTH_SHIFT | static_cast<uint64_t>(i);
     }
     return true;
 }
@@ -177,8 +231,9 @@ bool make_buffers(decompress_context* c) {
 // The first code stands for itself, and must be a byte.
 bool start_codes(decompress_context* c) {
     if (!next_block(c)) return false;
-    int32_t code = take_code(c);
+    int32_t code = code_at(c, 0, c->code_bits);
     if (code >= BYTE_CODES) return false;
+    c->bit_offset = c->code_bits;
     c->old_code = code;
     c->last_byte = static_cast<uint8_t>(code);
     c->out[0] = c->last_byte;

@@ -10,14 +10,14 @@
 
 #include "platform/files.h"
 
-// A string of the code table: its last bytes, up to where its length is a multiple of the chunk, and the code of the
-// string before them. So a string is laid down four bytes at a step, and its length is known before the first.
-constexpr uint32_t DECOMPRESS_CHUNK = 4;
-struct decompress_string {
-    uint8_t chunk[DECOMPRESS_CHUNK];
-    uint16_t before; // the string without the chunk; of no meaning when the chunk is all
-    uint16_t length; // bytes of the whole string
-};
+// A string of the code table in one word: its last bytes, up to where its length is a multiple of four; the code of the
+// string before them; its length. So a string is laid down four bytes at a step, and its length is known before the
+// first.
+//
+//   bits 0 to 31   the last 1 to 4 bytes, first one lowest
+//   bits 32 to 47  the code of the string without them; of no meaning when they are all
+//   bits 48 to 63  bytes of the whole string
+using decompress_string = uint64_t;
 
 constexpr size_t DECOMPRESS_BLOCK_SIZE = 20; // a block of eight codes of 16 bits, and what a 32-bit load may overhang
 

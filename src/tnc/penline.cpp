@@ -147,7 +147,7 @@ void decode_delta_uv(const uint8_t* high, const uint8_t* __restrict p, penline_r
     }
 }
 
-template <int KIND> void decode_run(const uint8_t* p, penline_run* run) {
+template <int KIND, bool WITH_UV> void decode_run(const uint8_t* p, penline_run* run) {
     constexpr bool grey = (KIND & PENLINE_GREY) != 0;
     constexpr bool constant = (KIND & PENLINE_CONSTANT) != 0;
     constexpr int uv = KIND & PENLINE_UV;
@@ -161,6 +161,7 @@ template <int KIND> void decode_run(const uint8_t* p, penline_run* run) {
     } else {
         decode_shades<grey>(pixels, stride, run);
     }
+    if (!WITH_UV) return;
     if (uv == PENLINE_UV_DELTA) {
         decode_delta_uv<stride>(p + shade_ahead, uv_bytes, run);
     } else if (uv == PENLINE_UV_LITERAL) {
@@ -173,23 +174,35 @@ template <int KIND> void decode_run(const uint8_t* p, penline_run* run) {
 
 using run_decoder = void (*)(const uint8_t* p, penline_run* run);
 
-constexpr run_decoder DECODERS[KINDS] = {
-    decode_run<0>,  decode_run<1>,  decode_run<2>,  decode_run<3>,  decode_run<4>,  decode_run<5>,
-    decode_run<6>,  decode_run<7>,  decode_run<8>,  decode_run<9>,  decode_run<10>, decode_run<11>,
-    decode_run<12>, decode_run<13>, decode_run<14>, decode_run<15>,
+// Indexed by the low four bits of a header.
+template <bool WITH_UV> struct run_decoders {
+    static constexpr run_decoder OF[KINDS] = {
+        decode_run<0, WITH_UV>,  decode_run<1, WITH_UV>,  decode_run<2, WITH_UV>,  decode_run<3, WITH_UV>,
+        decode_run<4, WITH_UV>,  decode_run<5, WITH_UV>,  decode_run<6, WITH_UV>,  decode_run<7, WITH_UV>,
+        decode_run<8, WITH_UV>,  decode_run<9, WITH_UV>,  decode_run<10, WITH_UV>, decode_run<11, WITH_UV>,
+        decode_run<12, WITH_UV>, decode_run<13, WITH_UV>, decode_run<14, WITH_UV>, decode_run<15, WITH_UV>,
+    };
 };
 
-} // namespace
-
-bool penline_next_run(penline_position* at, penline_run* run) {
+template <bool WITH_UV> bool take_run(penline_position* at, penline_run* run) {
     run_item item;
     if (!next_item(at, &item)) return false;
     if ((item.kind & PENLINE_UV) == 0) log_message(LOG_WARNING, "Error - uv_code = 0\n");
     run->x = item.x;
     run->count = item.count;
     run->constant_shade = (item.kind & PENLINE_CONSTANT) != 0;
-    DECODERS[item.kind](item.bytes, run);
+    run_decoders<WITH_UV>::OF[item.kind](item.bytes, run);
     return true;
+}
+
+} // namespace
+
+bool penline_next_run(penline_position* at, penline_run* run) {
+    return take_run<true>(at, run);
+}
+
+bool penline_next_shades(penline_position* at, penline_run* run) {
+    return take_run<false>(at, run);
 }
 
 bool penline_skip_run(penline_position* at, int32_t* x, int32_t* count) {

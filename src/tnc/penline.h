@@ -15,8 +15,8 @@
 //
 // Code may come from a damaged file, so the decoder never reads past `length`: an item that isn't whole ends the line.
 //
-// penline_walk() is a template so that the loop over the samples of a run can be laid open in the caller: the
-// re-evaluation of pixels is limited by it.
+// Samples come a run at a time, in arrays, so that a caller's loop over them is a plain one: the re-evaluation of
+// pixels is limited by it.
 #pragma once
 
 #include <cstdint>
@@ -61,6 +61,9 @@ inline penline_position penline_begin(const pline* line) {
 // Decodes the next pixel run into `run`, passing over skip items. False at the end of the line.
 // `run` may be reused from call to call.
 bool penline_next_run(penline_position* at, penline_run* run);
+
+// The same without u and v, which keep what they held: half of the work, for a pass that places no pattern.
+bool penline_next_shades(penline_position* at, penline_run* run);
 
 // The same without decoding: the run's first column and count only.
 bool penline_skip_run(penline_position* at, int32_t* x, int32_t* count);

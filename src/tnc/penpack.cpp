@@ -283,7 +283,7 @@ pack_result compressed_pen_line0(const line_nodes* nodes, const autoreflex* laye
     *skip_allowance -= size.skip_bytes;
     if (!make_scratch(&size)) return pack_result::stopped;
     int64_t length = write_layer(nodes, layer, has_uv) - scratch.line;
-    pline* line = length <= INT32_MAX ? pline_new(static_cast<uint32_t>(length)) : nullptr;
+    pline* line = length <= PLINE_LENGTH_MAX ? pline_new(static_cast<uint32_t>(length)) : nullptr;
     if (line == nullptr) return no_memory_for_line();
     std::memcpy(line->code, scratch.line, static_cast<size_t>(length));
     *packed = line;

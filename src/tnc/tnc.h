@@ -15,9 +15,10 @@ constexpr int PEN_COUNT = 240; // pen numbers run from 0 to 239
 
 // One packed line of one layer. The code is described in penline.h.
 struct pline {
-    pline* next;     // next layer of the same pen and scan line, or null
-    uint32_t length; // bytes of code, the terminator included
-    uint8_t code[];  // `length` bytes
+    pline* next;           // next layer of the same pen and scan line, or null
+    uint32_t length : 31;  // bytes of code, the terminator included
+    uint32_t in_store : 1; // the line stands in memory that it shares with others: see pline.h
+    uint8_t code[];        // `length` bytes
 };
 
 // One surface. A single allocation: `lines` follows the record.
@@ -34,6 +35,7 @@ struct tnc_image {
     int32_t version;                 // the file's version byte, 0 to 3
     bool complete;                   // false: the file ended before its end record and before the last line
     compressed_pen* pens[PEN_COUNT]; // owned; null for a pen that the file never defined
+    struct pline_chunk* chunks;      // owned; where the lines stand that came packed, null for none
 };
 
 // Reads a .tnc file as `line_count` scan lines. Null on failure, after a message. A file that can't be opened, is no

@@ -69,6 +69,7 @@ struct tnc_reader {
     record_source source;
     tnc_image* image; // owned until the reading is done
     pen_builder* builder;
+    pline_store store; // of the lines that come packed; its chunks go to the image
     line_range used[PEN_COUNT];
 };
 
@@ -100,10 +101,18 @@ inline const uint8_t* source_take(record_source* s, size_t count) {
     return at;
 }
 
-size_t source_read(record_source* s, void* to, size_t bytes) {
+size_t source_read_slowly(record_source* s, void* to, size_t bytes) {
     size_t got = s->stream != nullptr ? decompress_read(to, 1, bytes, s->stream) : reader_read(s->file, to, bytes);
     if (got < bytes) s->ended = true;
     return got;
+}
+
+inline size_t source_read(record_source* s, void* to, size_t bytes) {
+    const uint8_t* at = *s->next;
+    if (static_cast<size_t>(*s->end - at) < bytes) return source_read_slowly(s, to, bytes);
+    std::memcpy(to, at, bytes);
+    *s->next = at + bytes;
+    return bytes;
 }
 
 // Passes over bytes. False when there are fewer.
@@ -117,9 +126,10 @@ bool source_skip(record_source* s, size_t bytes) {
     return true;
 }
 
-// False when it is known that fewer bytes are left.
-bool source_may_hold(const record_source* s, size_t bytes) {
-    return s->stream != nullptr || reader_left(s->file) >= static_cast<int64_t>(bytes);
+// Bytes that are known to be left, -1 when that can't be told.
+int64_t source_left(const record_source* s) {
+    if (s->stream != nullptr || s->file->size < 0) return -1;
+    return reader_left(s->file);
 }
 
 void source_use_file(record_source* s, file_reader* file) {
@@ -219,20 +229,19 @@ reading read_packed_line(tnc_reader* r) {
     int pen = p[0];
     int32_t y = load_u16le(p + 1);
     uint16_t length = load_u16le(p + 3);
-    if (!source_may_hold(&r->source, length)) return no_bytes_for_line(length);
+    int64_t left = source_left(&r->source);
+    if (left >= 0 && left < length) return no_bytes_for_line(length);
     compressed_pen* found = pen < PEN_COUNT ? r->image->pens[pen] : nullptr;
     if (found == nullptr || y >= found->line_count) {
         return source_skip(&r->source, length) ? reading::goes_on : no_bytes_for_line(length);
     }
-    pline* line = pline_new(length);
+    pline* line = pline_store_new(&r->store, length, left);
+    r->image->chunks = r->store.chunks;
     if (line == nullptr) {
         log_message(LOG_WARNING, "Failed to allocated memory for pline.\n");
         return reading::fails;
     }
-    if (source_read(&r->source, line->code, length) < length) {
-        mem_free(line);
-        return no_bytes_for_line(length);
-    }
+    if (source_read(&r->source, line->code, length) < length) return no_bytes_for_line(length);
     line->next = found->lines[y];
     found->lines[y] = line;
     note_line(r, pen, y);
@@ -390,6 +399,7 @@ void tnc_free(tnc_image* image) {
         free_lines(pen, 0, pen->line_count - 1);
         mem_free(pen);
     }
+    pline_store_free(image->chunks);
     mem_free(image->name);
     mem_free(image);
 }

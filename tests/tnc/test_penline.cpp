@@ -4,6 +4,7 @@
 
 #include "tnc/builder.h"
 #include "tnc/penline.h"
+#include "tnc/pline.h"
 #include "tnc_fixture.h"
 
 namespace {
@@ -14,13 +15,6 @@ struct penline_test : tnc_test {
     static void take(void* user, int, int, int32_t, pline* chain) {
         auto* to = static_cast<pline**>(user);
         *to = chain;
-    }
-    static void free_chain(pline* chain) {
-        while (chain != nullptr) {
-            pline* next = chain->next;
-            mem_free(chain);
-            chain = next;
-        }
     }
     // The packed line of one pen's samples.
     static pline* packed(const std::vector<pixel>& samples, bool uv) {
@@ -37,7 +31,7 @@ struct penline_test : tnc_test {
     static bytes code_of(const std::vector<pixel>& samples, bool uv) {
         pline* chain = packed(samples, uv);
         bytes code(chain->code, chain->code + chain->length);
-        free_chain(chain);
+        pline_free_chain(chain);
         return code;
     }
     static std::vector<pixel> decoded(const pline* line) {
@@ -49,9 +43,7 @@ struct penline_test : tnc_test {
         return samples;
     }
     static pline* line_of(const bytes& code) {
-        auto* line = static_cast<pline*>(mem_alloc(sizeof(pline) + code.size()));
-        line->next = nullptr;
-        line->length = static_cast<uint32_t>(code.size());
+        pline* line = pline_new(static_cast<uint32_t>(code.size()));
         std::copy(code.begin(), code.end(), line->code);
         return line;
     }

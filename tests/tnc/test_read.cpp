@@ -195,18 +195,18 @@ TEST_F(read_test, what_has_no_meaning_is_read_safely) {
 // Reads that come back short are gone on with, wherever in a large file that is.
 TEST_F(read_test, short_reads_lose_nothing) {
     bytes body = pen_record(5, true);
-    for (int y = 0; y < 200; ++y) {
+    for (int y = 0; y < 120; ++y) {
         for (int i = 0; i < 100; ++i)
             body = body + uv_sample(5, i * y, i * i * y, 77 * i) + COLUMN;
-        body = body + packed_record(5, (y + 7) % 200, {0x1D, low(y), 0}) + LINE;
+        body = body + packed_record(5, (y + 7) % 120, {0x1D, low(y), 0}) + LINE;
     }
     for (const bytes& content : {START + body, START + bytes{242} + compressed(body, 14, true, 9000)}) {
-        std::string wanted = pixels(content, 200);
+        std::string wanted = pixels(content, 120);
         EXPECT_TRUE(complete);
         bool hit = true;
         for (long n = 0; hit; ++n) {
             files_fail_after(n, n % 2 == 0 ? files_fail::once : files_fail::onward);
-            EXPECT_EQ(pixels(content, 200), wanted) << n;
+            EXPECT_EQ(pixels(content, 120), wanted) << n;
             hit = files_fail_stop();
         }
     }

@@ -1,0 +1,8 @@
+// Advice to the system about memory that is about to be filled.
+#pragma once
+
+#include <cstddef>
+
+// Asks for large pages behind a block of many megabytes, so that touching it first costs a fault for each of them and
+// not for each small page. Advice only: nothing changes where it can't be followed.
+void pages_prefer_large(void* block, size_t bytes);
