@@ -166,7 +166,7 @@ tnc_image* image_new(int32_t line_count) {
 
 compressed_pen* pen_new(int pen, int32_t line_count) {
     size_t bytes = 0;
-    if (!checked_mul(static_cast<size_t>(line_count), sizeof(pline*), &bytes)) return nullptr;
+    if (!checked_mul(static_cast<size_t>(line_count), sizeof(void*), &bytes)) return nullptr;
     if (!checked_add(bytes, sizeof(compressed_pen), &bytes)) return nullptr;
     auto* made = static_cast<compressed_pen*>(mem_alloc_zeroed(bytes));
     if (made == nullptr) return nullptr;

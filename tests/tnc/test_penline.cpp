@@ -51,6 +51,7 @@ struct penline_test : tnc_test {
 
 std::vector<pixel> grey_run(int x, int count, int shade) {
     std::vector<pixel> run;
+    run.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i)
         run.emplace_back(x + i, shade, shade, shade, 0, 0);
     return run;
