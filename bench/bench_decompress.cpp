@@ -51,7 +51,7 @@ bool make_stream() {
 
 void decompress_getc_of_a_stream(benchmark::State& state) {
     int64_t bytes = 0;
-    for (auto round : state) {
+    while (state.KeepRunning()) {
         file_reader* file = reader_open(stream_path().c_str());
         decompress_context* context = decompress_open(file);
         unsigned sum = 0;
@@ -67,7 +67,7 @@ void decompress_getc_of_a_stream(benchmark::State& state) {
 }
 
 void run_command(benchmark::State& state, const std::string& command) {
-    for (auto round : state) {
+    while (state.KeepRunning()) {
         if (std::system(command.c_str()) != 0) state.SkipWithError("the command failed");
     }
     state.SetBytesProcessed(state.iterations() * files_size_of(plain_path().c_str()));

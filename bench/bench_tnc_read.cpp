@@ -95,7 +95,7 @@ std::string small_packed_file() {
 void read_file_in_blocks(benchmark::State& state) {
     std::string path = small_packed_file();
     std::vector<char> buffer(1 << 16);
-    for (auto round : state) {
+    while (state.KeepRunning()) {
         auto file = files_open(path.c_str(), FILES_READ);
         while (files_read(file, buffer.data(), buffer.size()) > 0)
             benchmark::ClobberMemory();
@@ -107,7 +107,7 @@ void read_file_in_blocks(benchmark::State& state) {
 // The release of the image is not part of the time.
 void tnc_read_of_packed_lines(benchmark::State& state) {
     std::string path = small_packed_file();
-    for (auto round : state) {
+    while (state.KeepRunning()) {
         tnc_image* image = tnc_read(path.c_str(), lines_of(1000000));
         state.PauseTiming();
         if (image == nullptr || !image->complete) state.SkipWithError("not read");
@@ -120,7 +120,7 @@ void tnc_read_of_packed_lines(benchmark::State& state) {
 void tnc_read_of_raw_samples(benchmark::State& state) {
     int64_t samples = state.range(0);
     std::string path = raw_file(samples);
-    for (auto round : state) {
+    while (state.KeepRunning()) {
         tnc_image* image = tnc_read(path.c_str(), lines_of(samples));
         state.PauseTiming();
         tnc_free(image);
@@ -134,7 +134,7 @@ void decode_lines(benchmark::State& state) {
     tnc_image* image = tnc_read(raw_file(1000000).c_str(), lines_of(1000000));
     int64_t samples = 0;
     penline_run run;
-    for (auto round : state) {
+    while (state.KeepRunning()) {
         for (int32_t y = 0; y < image->line_count; ++y) {
             penline_position at = penline_begin(image->pens[0]->lines[y]);
             while (penline_next_run(&at, &run)) {
@@ -156,7 +156,7 @@ void pens_at_a_pixel(benchmark::State& state) {
     int32_t pens[PENS_AT_PIXEL_MAX];
     int32_t column = static_cast<int32_t>(state.range(0));
     int found = 0;
-    for (auto round : state) {
+    while (state.KeepRunning()) {
         found = pens_at_pixel(image, column, 7, pens, PENS_AT_PIXEL_MAX);
         benchmark::DoNotOptimize(pens);
     }
@@ -173,4 +173,10 @@ BENCHMARK(pens_at_a_pixel)->Arg(COLUMNS - 1)->Arg(COLUMNS + 5)->Unit(benchmark::
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    files_remove(bench_path("raw").c_str());
+    files_remove(bench_path("packed").c_str());
+    return 0;
+}
