@@ -97,7 +97,8 @@ int parse(word_list* words, sample_request* request) {
         }
         if (status != EXIT_DONE) return status;
     }
-    if (request->directory == nullptr) return program_usage("a scene and a directory are needed");
+    if (request->entry == nullptr || request->directory == nullptr)
+        return program_usage("a scene and a directory are needed");
     return EXIT_DONE;
 }
 
@@ -111,7 +112,7 @@ int list_scenes(word_list* /*words*/) {
 int list_pens(word_list* words) {
     const scene_entry* entry = nullptr;
     int status = take_scene(take_word(words), &entry);
-    if (status != EXIT_DONE) return status;
+    if (entry == nullptr) return status;
     scene s = {};
     entry->build(&s);
     for (size_t pen = 0; pen < s.pens.size(); ++pen) {
@@ -205,7 +206,7 @@ int write_pair(const scene& s, const sample_request& request) {
 int render(word_list* words) {
     sample_request request;
     int status = parse(words, &request);
-    if (status != EXIT_DONE) return status;
+    if (status != EXIT_DONE || request.entry == nullptr || request.directory == nullptr) return status;
     if (!files_make_directory(request.directory)) {
         return program_fail("The directory \"%s\" can not be made.", request.directory);
     }

@@ -75,7 +75,7 @@ bool shape_meets(const shape& s, const ray& r, double nearest, double* distance,
 void shape_finish_hit(const ray& r, hit* h);
 
 // u and v, 0 to 1 over the surface's range. Not for uv_kind::none.
-void shape_uv(const shape& s, vec3 local, vec3 local_normal, double* u, double* v);
+void shape_uv(const shape& s, vec3 local, vec3 n, double* u, double* v);
 
 // Sets `bounds` from `local` and the frame.
 void shape_set_bounds(shape* s);

@@ -30,10 +30,10 @@ struct path {
 };
 
 struct seen {
-    int object; // -1: nothing
     vec3 normal;
-    bool plain; // solid and dull: what it shows needs no more rays
     double lit; // brightness of the lamps' light on it
+    int object; // -1: nothing
+    bool plain; // solid and dull: what it shows needs no more rays
 };
 
 point2 next_point(path* p) {
@@ -190,11 +190,11 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
     const area_light* lamp = lamp_ahead(s, r, !indirect, met ? h.distance : 1e30);
     if (lamp != nullptr) {
         add_plain(p, lamp->look, share);
-        return {-2, {}, true, 0};
+        return {.normal = {}, .lit = 0, .object = -2, .plain = true};
     }
     if (!met) {
         add_plain(p, s.surroundings(s, r.direction, indirect), share);
-        return {-1, {}, true, 0};
+        return {.normal = {}, .lit = 0, .object = -1, .plain = true};
     }
     const material& m = s.materials[static_cast<size_t>(h.object->material)];
     way += h.distance;
@@ -204,7 +204,7 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
             double off = START * way;
             follow(p, {h.point + r.direction * off, r.direction}, share * (1 - m.opacity), depth + 1, indirect, way);
         }
-        return {h.object->id, h.normal, m.opacity >= 1, 0};
+        return {.normal = h.normal, .lit = 0, .object = h.object->id, .plain = m.opacity >= 1};
     }
     bool outside = dot(h.normal, r.direction) < 0;
     vec3 n = outside ? h.normal : -h.normal;
@@ -225,7 +225,7 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
         follow(p, {h.point + flat * off, mirrored}, share * thrown_back, depth + 1, true, way);
     }
     double passed = share * (1 - thrown_back) * (1 - m.opacity);
-    seen result = {h.object->id, flat, m.mirror <= WEAK_MIRROR, 0};
+    seen result = {.normal = flat, .lit = 0, .object = h.object->id, .plain = m.mirror <= WEAK_MIRROR};
     if (passed > FAINT && depth < DEEPEST) {
         seen behind = go_on_through(p, h, r, m, flat, outside, passed, depth, indirect, way);
         result.object = static_cast<int>(hash32(static_cast<uint32_t>(result.object * 977 + behind.object)) >> 1);

@@ -30,9 +30,11 @@ double surface(const box3& b) {
 int best_cut(const ray_tree& tree, int first, int count, double* cost) {
     const std::vector<shape>& shapes = tree.of->shapes;
     std::vector<double> right(static_cast<size_t>(count));
-    box3 box = shapes[static_cast<size_t>(tree.order[static_cast<size_t>(first + count - 1)])].bounds;
+    box3 box =
+        shapes[static_cast<size_t>(tree.order[static_cast<size_t>(first) + static_cast<size_t>(count) - 1])].bounds;
     for (int i = count - 1; i > 0; i--) {
-        box = around(box, shapes[static_cast<size_t>(tree.order[static_cast<size_t>(first + i)])].bounds);
+        box = around(
+            box, shapes[static_cast<size_t>(tree.order[static_cast<size_t>(first) + static_cast<size_t>(i)])].bounds);
         right[static_cast<size_t>(i)] = surface(box) * (count - i);
     }
     int best = 1;
@@ -60,8 +62,9 @@ int build_node(ray_tree* tree, int first, int count) {
     const std::vector<shape>& shapes = tree->of->shapes;
     tree_node node = {{{1e30, 1e30, 1e30}, {-1e30, -1e30, -1e30}}, first, count, -1, -1};
     for (int i = 0; i < count; i++) {
-        node.bounds =
-            around(node.bounds, shapes[static_cast<size_t>(tree->order[static_cast<size_t>(first + i)])].bounds);
+        node.bounds = around(
+            node.bounds,
+            shapes[static_cast<size_t>(tree->order[static_cast<size_t>(first) + static_cast<size_t>(i)])].bounds);
     }
     int number = static_cast<int>(tree->nodes.size());
     tree->nodes.push_back(node);

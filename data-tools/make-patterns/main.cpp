@@ -180,8 +180,10 @@ uint8_t byte_of(double value) {
 rgb pixel(const pattern& p, int32_t px, int32_t py) {
     rgb sum = {0.0, 0.0, 0.0};
     for (int i = 0; i < SUPER * SUPER; ++i) {
-        double x = (px + (i % SUPER + 0.5) / SUPER) / SIDE;
-        double y = (py + (i / SUPER + 0.5) / SUPER) / SIDE;
+        int column = i % SUPER;
+        int row = i / SUPER;
+        double x = (px + (column + 0.5) / SUPER) / SIDE;
+        double y = (py + (row + 0.5) / SUPER) / SIDE;
         rgb c = p.color(x, y);
         sum = {sum.red + c.red, sum.green + c.green, sum.blue + c.blue};
     }
