@@ -9,7 +9,7 @@ namespace {
 
 std::atomic<bool> armed{false}; // the only thing looked at on the ordinary path
 long transfers_left = 0;
-bool fails_onward = false;
+files_fail mode = files_fail::once;
 bool has_failed = false;
 
 } // namespace
@@ -20,14 +20,14 @@ size_t transfer_limit(size_t bytes) {
         --transfers_left;
         return bytes;
     }
-    if (has_failed && !fails_onward) return bytes;
+    if (has_failed && mode == files_fail::once) return bytes;
     has_failed = true;
-    return bytes / 2;
+    return mode == files_fail::nothing ? 0 : bytes / 2;
 }
 
-void files_fail_after(long count, files_fail mode) {
+void files_fail_after(long count, files_fail how) {
     transfers_left = count;
-    fails_onward = mode == files_fail::onward;
+    mode = how;
     has_failed = false;
     armed.store(true, std::memory_order_relaxed);
 }

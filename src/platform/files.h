@@ -155,10 +155,12 @@ char* files_load(const char* path, size_t limit, size_t* size);
 
 // ---- planned failures, for tests -----------------------------------------------------------------------------------
 
-enum class files_fail { once, onward };
+// `once` and `onward` move half of the bytes asked for, at that transfer or at all from it on; `nothing` moves none
+// from it on, which to a reader is the end of the file.
+enum class files_fail { once, onward, nothing };
 
 // Lets `count` more reads and writes through and makes the next one come back short by a byte or more.
-void files_fail_after(long count, files_fail mode);
+void files_fail_after(long count, files_fail how);
 
 // Takes the plan back. Returns whether a transfer was cut by it.
 bool files_fail_stop();

@@ -67,14 +67,14 @@ TEST_F(Load, ACutFileOrAWildHeaderGivesNothing) {
 TEST_F(Load, EveryFailedAllocationOrReadIsNamed) {
     std::string path = write_raster("a.rgb", 40, 30, 3);
     long live = mem_live();
-    for (int kind = 0; kind < 2; ++kind) {
+    for (int kind = 0; kind < 3; ++kind) {
         bool hit = true;
         for (long n = 0; hit; ++n) {
             size_t said = messages.size();
             if (kind == 0) {
                 mem_fail_after(n, mem_fail::once);
             } else {
-                files_fail_after(n, files_fail::onward);
+                files_fail_after(n, kind == 1 ? files_fail::onward : files_fail::nothing);
             }
             raster_image* image = load_image(path.c_str(), 100, 100);
             hit = kind == 0 ? mem_fail_stop() : files_fail_stop();
