@@ -53,7 +53,7 @@ size_t make_row(const raster_source* s, line_buffers* b) {
     const uint8_t* plane = b->planes[0].get();
     size_t pixel = 1;
     switch (s->kind) {
-    case pixel_kind::bilevel: source_widen_bits(plane, width, out); break;
+    case pixel_kind::bilevel: rzl_unpack_bits(plane, out, s->width, 0, 255); break;
     case pixel_kind::grey: std::memcpy(out, plane, width); break;
     case pixel_kind::deep:
         for (size_t x = 0; x < width; ++x)

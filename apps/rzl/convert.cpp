@@ -200,7 +200,7 @@ bool read_line(conversion* c) {
 // A bilevel line into bytes, through a spare plane.
 void widen_bits(conversion* c) {
     auto width = static_cast<size_t>(c->source->width);
-    source_widen_bits(c->planes[0].get(), width, c->planes[3].get());
+    rzl_unpack_bits(c->planes[0].get(), c->planes[3].get(), c->source->width, 0, 255);
     std::memcpy(c->planes[0].get(), c->planes[3].get(), width);
 }
 

@@ -114,11 +114,6 @@ size_t source_plane_bytes(const raster_source* source) {
     return static_cast<size_t>(source->width) * pixel + 16;
 }
 
-void source_widen_bits(const uint8_t* bits, size_t width, uint8_t* bytes) {
-    for (size_t x = 0; x < width; ++x)
-        bytes[x] = ((bits[(x >> 3) ^ 1] >> (7 - (x & 7))) & 1) != 0 ? 255 : 0;
-}
-
 bool source_is_bottom_up(const raster_source* source) {
     return (source->orientation & ORIENTATION_FROM_BOTTOM) != 0;
 }

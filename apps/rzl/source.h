@@ -39,9 +39,6 @@ int32_t source_field(const raster_source* source, int32_t field, int32_t fallbac
 // Bytes of a line buffer that any call for one plane of this file can need.
 size_t source_plane_bytes(const raster_source* source);
 
-// Packed pixels of a bilevel line (16-bit words, low byte first, the first pixel in the top bit) as bytes of 0 and 255.
-void source_widen_bits(const uint8_t* bits, size_t width, uint8_t* bytes);
-
 // The line of the file that holds a row counted from the top.
 int32_t source_line_of_row(const raster_source* source, int32_t row);
 bool source_is_bottom_up(const raster_source* source);

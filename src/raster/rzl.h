@@ -359,6 +359,10 @@ RZL_API int rzl_put_rle_tile(CFILE* cfile, const void* buffer, int32_t size);
 
 /* ---- the rest ---- */
 
+/* Turn `count` pixels of a bilevel line (16-bit words, low byte first, the first pixel in the top bit) into one byte a
+ * pixel: `zero` or `one`. `in` and `out` must not overlap. */
+RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uint8_t zero, uint8_t one);
+
 /* A library-wide value. Always 0. */
 RZL_API int rzl_get_global(int32_t field, void* value);
 

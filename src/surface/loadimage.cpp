@@ -85,7 +85,10 @@ int64_t greatest_expansion(CFILE* file, int32_t format) {
 bool file_can_hold(CFILE* file, const char* path, const raster_shape* shape) {
     int64_t size = files_size_of(path);
     if (size < 0) return true; // a device: reading tells
-    return int64_t{shape->width} * shape->height / greatest_expansion(file, shape->format) <= size;
+    // The last row is as wide as the file's, whatever is stored of it.
+    int64_t pixels = int64_t{shape->width} * shape->height;
+    if (pixels < shape->file_width) pixels = shape->file_width;
+    return pixels / greatest_expansion(file, shape->format) <= size;
 }
 
 // A line is read whole while rows stand the stored width apart, so that the last row needs room for the file's width.
@@ -119,12 +122,10 @@ struct line_reader {
 
 bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
     if (rzl_getline(r->file, r->spare) != 0) return false;
-    for (int32_t x = 0; x < r->shape->file_width; ++x) {
-        // 16-bit words, low byte first; the first pixel of a word stands in its top bit.
-        uint8_t byte = r->spare[((x >> 3) ^ 1)];
-        bool set = ((byte >> (7 - (x & 7))) & 1) != 0;
-        red[x] = green[x] = blue[x] = set ? uint8_t{255} : uint8_t{0};
-    }
+    auto width = static_cast<size_t>(r->shape->file_width);
+    rzl_unpack_bits(r->spare, red, r->shape->file_width, 0, 255);
+    std::memcpy(green, red, width);
+    std::memcpy(blue, red, width);
     return true;
 }
 

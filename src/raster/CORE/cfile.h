@@ -465,6 +465,6 @@ void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue
 // Shifts values of fewer than 8 bits up to 8, where nothing else gives them meaning.
 void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count);
 
-// One byte a pixel to bilevel words, and back. Words are stored low byte first, the first pixel in bit 15.
+// One byte a pixel to bilevel words; back is rzl_unpack_bits(). Words are stored low byte first, the first pixel in
+// bit 15.
 void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int threshold);
-void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uint8_t zero, uint8_t one);
