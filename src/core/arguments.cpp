@@ -12,6 +12,7 @@ namespace {
 
 constexpr size_t TOKEN_LIMIT = 511;          // at this length the token and the rest of its file are given up
 constexpr size_t RESPONSE_LIMIT = 64 << 20;  // bytes of a response file
+constexpr int FILES_LIMIT = 4096;            // files without words could name others twice each without end
 constexpr int NESTING_LIMIT = 32;            // a response file that names itself would never end
 constexpr int64_t ARGUMENTS_LIMIT = 1 << 20; // and files that name others twice each would double without end
 
@@ -20,6 +21,7 @@ struct text_list {
     char** values;
     int count;
     int room;
+    int files; // response files opened for it
 };
 
 bool list_add_owned(text_list* list, char* text) {
@@ -47,7 +49,7 @@ void list_free(text_list* list) {
     for (int i = 0; i < list->count; ++i)
         mem_free(list->values[i]);
     mem_free(list->values);
-    *list = {nullptr, 0, 0};
+    *list = {nullptr, 0, 0, 0};
 }
 
 bool no_memory() {
@@ -92,6 +94,10 @@ bool expand_one(text_list* list, const char* argument, int depth);
 bool expand_response_file(text_list* list, const char* path, int depth) {
     if (depth >= NESTING_LIMIT) {
         log_message(LOG_ERROR, "Response file \"%s\" holds itself.\n", path);
+        return false;
+    }
+    if (++list->files > FILES_LIMIT) {
+        log_message(LOG_ERROR, "There are too many response files.\n");
         return false;
     }
     size_t size = 0;
@@ -168,8 +174,8 @@ bool list_append(text_list* to, text_list* from) {
 }
 
 bool build(int count, const char* const* arguments, const char* options, text_list* result) {
-    text_list words = {nullptr, 0, 0};
-    text_list others = {nullptr, 0, 0};
+    text_list words = {nullptr, 0, 0, 0};
+    text_list others = {nullptr, 0, 0, 0};
     bool good = true;
     for (int i = 1; good && i < count; ++i)
         good = expand_one(&words, arguments[i], 0);
@@ -196,7 +202,7 @@ option_place place = {1, nullptr};
 
 bool expand_arguments(int count, const char* const* arguments, const char* options, argument_list* list) {
     *list = {nullptr, 0};
-    text_list result = {nullptr, 0, 0};
+    text_list result = {nullptr, 0, 0, 0};
     if (!build(count, arguments, options, &result)) {
         list_free(&result);
         return false;
@@ -206,7 +212,7 @@ bool expand_arguments(int count, const char* const* arguments, const char* optio
 }
 
 void argument_list_free(argument_list* list) {
-    text_list owned = {list->values, list->count, 0};
+    text_list owned = {list->values, list->count, 0, 0};
     list_free(&owned);
     *list = {nullptr, 0};
 }

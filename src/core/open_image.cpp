@@ -122,6 +122,7 @@ int apply_col_pat(int pen, applique* a) {
         applique_free(a);
         return 0;
     }
+    if (a == nullptr) return 0; // there is no way back to the rendered state but to open the image again
     applique* present = open_image.appliques[pen];
     if (applique_equal(present, a) != 0) {
         applique_free(a);

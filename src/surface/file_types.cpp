@@ -40,16 +40,29 @@ bool comes_before(const extension_class& a, const extension_class& b) {
     return std::strcmp(a.extension, b.extension) < 0;
 }
 
-// Pairs "%3s %d" until something else stands there.
+bool is_space(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+char lowered(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// Pairs of up to three characters and a number, until something else stands there.
 size_t scan_pairs(const char* text, extension_class* rows, size_t room) {
     size_t count = 0;
-    extension_class row = {};
-    for (int used = 0; count < room && std::sscanf(text, "%3s %d%n", row.extension, &row.number, &used) == 2; // NOLINT
-         text += used) {
-        for (char* p = row.extension; *p != '\0'; ++p) {
-            if (*p >= 'A' && *p <= 'Z') *p = static_cast<char>(*p - 'A' + 'a');
-        }
+    while (count < room) {
+        extension_class row = {};
+        while (is_space(*text))
+            ++text;
+        for (size_t i = 0; i + 1 < EXTENSION_SIZE && *text != '\0' && !is_space(*text); ++i)
+            row.extension[i] = lowered(*text++);
+        char* end = nullptr;
+        long number = std::strtol(text, &end, 10);
+        if (row.extension[0] == '\0' || end == text) break;
+        row.number = number > 0 && number < 32 ? static_cast<int32_t>(number) : 0; // a class is a bit of the type
         rows[count++] = row;
+        text = end;
     }
     return count;
 }
@@ -102,7 +115,7 @@ void extension_of(const char* path, char extension[EXTENSION_SIZE]) {
     if (dot == nullptr || std::strlen(dot + 1) >= EXTENSION_SIZE) return;
     size_t i = 0;
     for (const char* p = dot + 1; *p != '\0'; ++p) {
-        extension[i++] = *p >= 'A' && *p <= 'Z' ? static_cast<char>(*p - 'A' + 'a') : *p;
+        extension[i++] = lowered(*p);
     }
     extension[i] = '\0';
 }

@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr size_t POINTER_SIZE = sizeof(void*); // of the table's entries
+
 named_color* color_new(const char* name, double red, double green, double blue) {
     size_t length = std::strlen(name);
     auto* color = static_cast<named_color*>(mem_alloc(sizeof(named_color) + length + 1));
@@ -26,15 +28,17 @@ named_color* color_new(const char* name, double red, double green, double blue) 
 struct entry_count {
     size_t entries; // of either kind
     size_t colors;
+    const char* end; // where the scan ended
 };
 
 entry_count count_entries(const char* text) {
-    entry_count count = {0, 0};
+    entry_count count = {0, 0, nullptr};
     palette_item item;
     while (palette_next(&text, &item)) {
         ++count.entries;
         if (item.body == palette_body::color) ++count.colors;
     }
+    count.end = text;
     return count;
 }
 
@@ -80,7 +84,7 @@ int grow(color_palette* colors, const char* name, double red, double green, doub
     auto count = static_cast<size_t>(colors->count);
     named_color* color = color_new(name, red, green, blue);
     auto* entries = static_cast<named_color**>(
-        color != nullptr ? mem_realloc(colors->entries, (count + 1) * sizeof(named_color*)) : nullptr);
+        color != nullptr ? mem_realloc(colors->entries, (count + 1) * POINTER_SIZE) : nullptr);
     if (entries == nullptr) {
         mem_free(color);
         log_message(LOG_WARNING, "Failed to allocated memory for color pallete.\n");
@@ -95,11 +99,16 @@ int grow(color_palette* colors, const char* name, double red, double green, doub
 
 int palette_load(color_palette* colors, const char* path) {
     palette_clear(colors);
-    mem_guard<char> text(palette_text(path));
+    size_t size = 0;
+    mem_guard<char> text(palette_text(path, &size));
     if (!text) return 0;
     entry_count count = count_entries(text.get());
+    // A file that was cut keeps its good entries, but is not taken for a whole one.
+    if (count.entries > 0 && !palette_is_whole(count.end, text.get() + size)) {
+        log_message(LOG_WARNING, "Palette file \"%s\" is read up to its entry %zu only.\n", path, count.entries);
+    }
     if (count.colors > 0) {
-        colors->entries = mem_new_array<named_color*>(count.colors);
+        colors->entries = static_cast<named_color**>(mem_alloc_array(count.colors, POINTER_SIZE));
         if (colors->entries == nullptr) {
             log_message(LOG_WARNING, "Failed to allocated memory for color_pal.\n");
             return 0;

@@ -100,7 +100,10 @@ bool palette_next(const char** at, palette_item* item) {
     return true;
 }
 
-char* palette_text(const char* path) {
-    size_t size = 0;
-    return files_load(path, PALETTE_LIMIT, &size);
+bool palette_is_whole(const char* at, const char* end) {
+    return skip_space(at) == end;
+}
+
+char* palette_text(const char* path, size_t* size) {
+    return files_load(path, PALETTE_LIMIT, size);
 }

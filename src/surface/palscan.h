@@ -19,8 +19,11 @@ struct palette_item {
 // ends the file.
 bool palette_next(const char** at, palette_item* item);
 
-// The whole of a palette file as an owned text, or null.
-char* palette_text(const char* path);
+// The whole of a palette file as an owned text of `size` bytes, or null.
+char* palette_text(const char* path, size_t* size);
+
+// True when nothing but white space stands from `at`, where the scan ended, to the end of the file's text.
+bool palette_is_whole(const char* at, const char* end);
 
 // Takes blanks (white space) off the end of a text, in place.
 void strip_trailing_blanks(char* text);

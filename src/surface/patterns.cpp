@@ -79,7 +79,8 @@ bool add_entry(pattern_palette* patterns) {
 
 int pattern_palette_load(pattern_palette* patterns, const char* path) {
     pattern_palette_clear(patterns);
-    mem_guard<char> text(palette_text(path));
+    size_t size = 0;
+    mem_guard<char> text(palette_text(path, &size));
     if (!text) return 0;
     size_t count = count_patterns(text.get());
     if (count == 0) return 1;

@@ -222,7 +222,8 @@ void change_row(reevaluation* r, int32_t y, const pline* chain) {
     r->last_changed = -1;
     for (const pline* line = chain; line != nullptr; line = line->next) {
         penline_position at = penline_begin(line);
-        while (penline_next_run(&at, &run))
+        // Only a pattern looks at u and v.
+        while (r->by_table ? penline_next_shades(&at, &run) : penline_next_run(&at, &run))
             change_run(r, y, &run);
     }
     bool changed = r->first_changed <= r->last_changed;

@@ -77,11 +77,19 @@ TEST_F(Arguments, AMissingOrEndlessResponseFileIsRefused) {
     file("self", "a @" + self);
     EXPECT_TRUE(expanded({"@" + self}).empty());
     EXPECT_EQ(message, "Response file \"" + self + "\" holds itself.");
-    std::string twice = file("twice0", "word word");
+    std::string many;
+    for (int i = 0; i < 600; ++i)
+        many += "word ";
+    std::string twice = file("twice0", many);
     for (int i = 1; i < 30; ++i)
         twice = file("twice" + std::to_string(i), "@" + twice + " @" + twice);
     EXPECT_TRUE(expanded({"@" + twice}).empty());
     EXPECT_EQ(message, "There are too many arguments.");
+    std::string empty = file("empty0", " ");
+    for (int i = 1; i < 30; ++i)
+        empty = file("empty" + std::to_string(i), "@" + empty + " @" + empty);
+    EXPECT_TRUE(expanded({"@" + empty}).empty());
+    EXPECT_EQ(message, "There are too many response files.");
     log_set_sink(nullptr, nullptr);
 }
 

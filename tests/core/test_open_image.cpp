@@ -95,6 +95,8 @@ TEST_F(OpenImage, OpensAppliesAndKeepsWhatASurfaceCarries) {
     open_image.image_changed = false;
     EXPECT_EQ(apply_col_pat(1, color(1, 0, 0)), 1); // the same again
     EXPECT_FALSE(open_image.image_changed);
+    EXPECT_EQ(apply_col_pat(1, nullptr), 0);
+    EXPECT_NE(open_image.appliques[1], nullptr);
     EXPECT_EQ(apply_col_pat(240, color(1, 0, 0)), 0);
     EXPECT_EQ(messages.back(), "apply_col_pat : pen = 240");
 
@@ -128,14 +130,14 @@ TEST_F(OpenImage, TwentyBrokenPairsInARow) {
 
 TEST_F(OpenImage, EveryFailedAllocationOrReadLeavesASoundState) {
     write_pair();
-    for (int kind = 0; kind < 2; ++kind) {
+    for (int kind = 0; kind < 3; ++kind) {
         bool hit = true;
         for (long n = 0; hit; ++n) {
             image_close();
             if (kind == 0) {
                 mem_fail_after(n, mem_fail::once);
             } else {
-                files_fail_after(n, files_fail::onward);
+                files_fail_after(n, kind == 1 ? files_fail::onward : files_fail::nothing);
             }
             bool opened = image_open("still.tnc") != 0;
             applique* green = opened ? color(0, 1, 0) : nullptr;

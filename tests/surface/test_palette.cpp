@@ -46,16 +46,19 @@ TEST_F(Palette, ReadsBothKindsInAnyOrderAndSpacing) {
 
 TEST_F(Palette, AnEntryWithoutABodyEndsTheFile) {
     std::string good = "a {color = (0, 0, 0);}\n";
-    for (const std::string& bad :
-         {std::string("b {colour = (0, 0, 0);}\n"), std::string("b {color = (0, 0);}\n"),
-          std::string("b {pattern = \"\";}\n"), std::string("b {pattern = \"x;}\n"), std::string(90, 'n') + " {color = (0, 0, 0);}\n",
-          std::string("b {pattern = \"") + std::string(80, 'f') + "\";}\n",
-          std::string("b {color = (0, 0, 0);", 21) + '\0' + "}\n"}) {
+    for (const std::string& bad : {std::string("b {colour = (0, 0, 0);}\n"), std::string("b {color = (0, 0);}\n"),
+                                   std::string("b {pattern = \"\";}\n"), std::string("b {pattern = \"x;}\n"),
+                                   std::string(90, 'n') + " {color = (0, 0, 0);}\n",
+                                   std::string("b {pattern = \"") + std::string(80, 'f') + "\";}\n",
+                                   std::string("b {color = (0, 0, 0);", 21) + '\0' + "}\n"}) {
         EXPECT_EQ(load(good + bad + "c {color = (1, 1, 1);}\n"), 1) << bad;
         EXPECT_EQ(colors.count, 1) << bad;
     }
+    EXPECT_EQ(messages.back(), "Palette file \"" + directory + "/p.tnp\" is read up to its entry 1 only.");
+    messages.clear();
     EXPECT_EQ(load(good + std::string(79, 'n') + "{color = (0, 0, 0);}\n"), 1);
     EXPECT_EQ(colors.count, 2);
+    EXPECT_TRUE(messages.empty()); // a whole file
 }
 
 TEST_F(Palette, AFileOfPatternsOnlyIsGoodAndAnEmptyOneIsNot) {
