@@ -16,6 +16,7 @@
 namespace {
 
 constexpr int COLUMNS = 2000;
+constexpr int SHORT_COLUMNS = 100;
 constexpr int PENS = PEN_COUNT;
 
 std::string bench_path(const char* what) {
@@ -47,16 +48,16 @@ std::vector<uint8_t> file_start(int pens) {
 }
 
 // Raw samples of one pen with u,v: a grey slope and a curved texture.
-std::string raw_file(int64_t samples) {
+std::string raw_file(int64_t samples, int columns = COLUMNS) {
     std::vector<uint8_t> content = file_start(1);
     for (int64_t i = 0; i < samples; ++i) {
-        auto x = static_cast<int>(i % COLUMNS);
-        auto y = static_cast<int>(i / COLUMNS);
+        auto x = static_cast<int>(i % columns);
+        auto y = static_cast<int>(i / columns);
         int shade = (x / 3 + y) & 255;
         put(&content, {0, shade, shade, shade});
         put_u16(&content, 20 * x + y);
         put_u16(&content, x * x / 200 + y);
-        put(&content, {x == COLUMNS - 1 ? 253 : 251});
+        put(&content, {x == columns - 1 ? 253 : 251});
     }
     std::string path = bench_path("raw");
     write_file(path, content);
@@ -81,19 +82,21 @@ std::string packed_file(const tnc_image* image, int pens) {
     return path;
 }
 
-int32_t lines_of(int64_t samples) {
-    return static_cast<int32_t>((samples + COLUMNS - 1) / COLUMNS);
+int32_t lines_of(int64_t samples, int columns = COLUMNS) {
+    return static_cast<int32_t>((samples + columns - 1) / columns);
 }
 
-std::string small_packed_file() {
-    tnc_image* image = tnc_read(raw_file(1000000).c_str(), lines_of(1000000));
+// Lines of `columns` columns, about three bytes each.
+std::string packed_file_of(int columns) {
+    tnc_image* image = tnc_read(raw_file(1000000, columns).c_str(), lines_of(1000000, columns));
     std::string path = packed_file(image, 60);
     tnc_free(image);
     return path;
 }
 
 void read_file_in_blocks(benchmark::State& state) {
-    std::string path = small_packed_file();
+    auto columns = static_cast<int>(state.range(0));
+    std::string path = packed_file_of(columns);
     std::vector<char> buffer(1 << 16);
     while (state.KeepRunning()) {
         auto file = files_open(path.c_str(), FILES_READ);
@@ -106,9 +109,10 @@ void read_file_in_blocks(benchmark::State& state) {
 
 // The release of the image is not part of the time.
 void tnc_read_of_packed_lines(benchmark::State& state) {
-    std::string path = small_packed_file();
+    auto columns = static_cast<int>(state.range(0));
+    std::string path = packed_file_of(columns);
     while (state.KeepRunning()) {
-        tnc_image* image = tnc_read(path.c_str(), lines_of(1000000));
+        tnc_image* image = tnc_read(path.c_str(), lines_of(1000000, columns));
         state.PauseTiming();
         if (image == nullptr || !image->complete) state.SkipWithError("not read");
         tnc_free(image);
@@ -164,8 +168,8 @@ void pens_at_a_pixel(benchmark::State& state) {
     tnc_free(image);
 }
 
-BENCHMARK(read_file_in_blocks)->Unit(benchmark::kMillisecond);
-BENCHMARK(tnc_read_of_packed_lines)->Unit(benchmark::kMillisecond);
+BENCHMARK(read_file_in_blocks)->Arg(COLUMNS)->Arg(SHORT_COLUMNS)->Unit(benchmark::kMillisecond);
+BENCHMARK(tnc_read_of_packed_lines)->Arg(COLUMNS)->Arg(SHORT_COLUMNS)->Unit(benchmark::kMillisecond);
 BENCHMARK(tnc_read_of_raw_samples)->Arg(1000000)->Arg(10000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(decode_lines);
 // Within the lines, and past their end, where all 240 pens are walked to no avail.

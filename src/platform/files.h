@@ -123,8 +123,8 @@ int stream_flush(file_stream* stream);                            // 0 on succes
 struct file_reader {
     os_file handle;
     uint8_t* buffer;     // owned
-    const uint8_t* next; // next byte in the buffer
-    const uint8_t* end;  // one past the last byte in the buffer
+    const uint8_t* next; // next byte that is ready, in the buffer or in memory of the caller
+    const uint8_t* end;  // one past the last byte that is ready
     int64_t size;        // bytes of the whole file when opened; -1 when it can't be told
     int64_t taken;       // bytes brought into the buffer so far
     bool failed;         // a read failed, which is not the end of the file
@@ -136,6 +136,10 @@ void reader_close(file_reader* reader); // null does nothing
 
 // Brings more bytes into the buffer. False at the end of the file or on failure.
 bool reader_fill(file_reader* reader);
+
+// Moves the bytes that are ready to `to`, and reads more behind them, up to `room` bytes in all (at least as many as
+// are ready). They are handed out from there. Returns how many are ready.
+size_t reader_fill_at(file_reader* reader, uint8_t* to, size_t room);
 
 // Moves up to `bytes` bytes; returns how many.
 size_t reader_read(file_reader* reader, void* out, size_t bytes);

@@ -33,13 +33,19 @@ void reader_close(file_reader* reader) {
 }
 
 bool reader_fill(file_reader* reader) {
-    int64_t count = files_read(reader->handle, reader->buffer, READER_BUFFER_SIZE);
+    reader->next = reader->end;
+    return reader_fill_at(reader, reader->buffer, READER_BUFFER_SIZE) > 0;
+}
+
+size_t reader_fill_at(file_reader* reader, uint8_t* to, size_t room) {
+    auto held = static_cast<size_t>(reader->end - reader->next);
+    std::memmove(to, reader->next, held);
+    int64_t count = files_read(reader->handle, to + held, room - held);
     if (count < 0) reader->failed = true;
-    if (count <= 0) return false;
-    reader->taken += count;
-    reader->next = reader->buffer;
-    reader->end = reader->buffer + count;
-    return true;
+    if (count > 0) reader->taken += count;
+    reader->next = to;
+    reader->end = to + held + (count > 0 ? count : 0);
+    return static_cast<size_t>(reader->end - reader->next);
 }
 
 size_t reader_read(file_reader* reader, void* out, size_t bytes) {

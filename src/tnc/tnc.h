@@ -18,7 +18,7 @@ struct pline {
     pline* next;           // next layer of the same pen and scan line, or null
     uint32_t length : 31;  // bytes of code, the terminator included
     uint32_t in_store : 1; // the line stands in memory that it shares with others: see pline.h
-    uint8_t code[];        // `length` bytes
+    uint8_t* code;         // `length` bytes, behind the line or in memory that the image owns
 };
 
 // One surface. A single allocation: `lines` follows the record.

@@ -47,6 +47,9 @@ constexpr size_t NAME_SIZE = 128;
 // The longest stretch of bytes that is taken at once.
 constexpr size_t TAKE_MAX = 8;
 
+// Bytes of a file that are read at once where lines come packed: more than the longest line.
+constexpr size_t READ_AHEAD = size_t{1} << 17;
+
 // Where the bytes of records come from: the file, or the compressed stream in it. Both hold a window of bytes that are
 // ready; `next` and `end` point to its bounds.
 struct record_source {
@@ -223,6 +226,44 @@ reading no_bytes_for_line(int length) {
     return reading::cut;
 }
 
+reading no_memory_for_line() {
+    log_message(LOG_WARNING, "Failed to allocated memory for pline.\n");
+    return reading::fails;
+}
+
+reading line_of_stream(tnc_reader* r, uint16_t length, pline** line) {
+    *line = pline_store_new(&r->store, length, 0);
+    if (*line == nullptr) return no_memory_for_line();
+    return source_read(&r->source, (*line)->code, length) == length ? reading::goes_on : no_bytes_for_line(length);
+}
+
+// Whether the next bytes of the file stand in the store, where a line of `length` of them can be kept.
+bool stands_in_store(const tnc_reader* r, size_t length) {
+    const file_reader* file = r->source.file;
+    auto next = reinterpret_cast<uintptr_t>(file->next);
+    if (next < reinterpret_cast<uintptr_t>(r->store.next) || next >= reinterpret_cast<uintptr_t>(r->store.end))
+        return false;
+    return static_cast<size_t>(file->end - file->next) >= length && pline_store_has_record(&r->store, file->end);
+}
+
+// The bytes of the line are read into the store, with many of those that follow.
+reading line_of_file(tnc_reader* r, uint16_t length, pline** line) {
+    file_reader* file = r->source.file;
+    if (!stands_in_store(r, length)) {
+        auto held = static_cast<size_t>(file->end - file->next);
+        size_t room = held < length ? READ_AHEAD : held;
+        if (!pline_store_reserve(&r->store, room, source_left(&r->source))) return no_memory_for_line();
+        if (reader_fill_at(file, r->store.next, room) < length) {
+            r->source.ended = true;
+            return no_bytes_for_line(length);
+        }
+    }
+    uint8_t* code = r->store.next + (file->next - r->store.next);
+    file->next += length;
+    *line = pline_store_keep(&r->store, code, length);
+    return reading::goes_on;
+}
+
 // A line of a pen that is not defined (yet), or past the last line, has no place: it is read and dropped.
 reading read_packed_line(tnc_reader* r) {
     const uint8_t* p = source_take(&r->source, 5);
@@ -235,13 +276,10 @@ reading read_packed_line(tnc_reader* r) {
     if (found == nullptr || y >= found->line_count) {
         return source_skip(&r->source, length) ? reading::goes_on : no_bytes_for_line(length);
     }
-    pline* line = pline_store_new(&r->store, length, left);
+    pline* line = nullptr;
+    reading state = r->source.stream != nullptr ? line_of_stream(r, length, &line) : line_of_file(r, length, &line);
     r->image->chunks = r->store.chunks;
-    if (line == nullptr) {
-        log_message(LOG_WARNING, "Failed to allocated memory for pline.\n");
-        return reading::fails;
-    }
-    if (source_read(&r->source, line->code, length) < length) return no_bytes_for_line(length);
+    if (state != reading::goes_on) return state;
     line->next = found->lines[y];
     found->lines[y] = line;
     note_line(r, pen, y);

@@ -213,6 +213,34 @@ TEST_F(read_test, short_reads_lose_nothing) {
     }
 }
 
+// Lines of all lengths, among them many of a few bytes, with samples between: each keeps its own bytes wherever it came
+// to lie, in a file larger than any buffer.
+TEST_F(read_test, packed_lines_of_every_length_keep_their_bytes) {
+    constexpr int LINES = 6000;
+    bytes content = START + pen_record(5, false) + pen_record(6, false);
+    std::vector<bytes> codes(LINES);
+    uint32_t seed = 7;
+    for (int y = 0; y < LINES; ++y) {
+        seed = seed * 1664525 + 1013904223;
+        size_t most = y % 3000 < 2000 ? 20 : y % 100 == 0 ? 65536 : 700;
+        bytes& code = codes[static_cast<size_t>(y)];
+        code.resize((seed >> 8) % most);
+        for (size_t i = 0; i < code.size(); ++i)
+            code[i] = static_cast<uint8_t>(seed >> (i % 24) ^ i);
+        bytes record = packed_record(5, y, code) + (y % 7 == 0 ? shade_record(6, y) : bytes{}) + LINE;
+        content.insert(content.end(), record.begin(), record.end());
+    }
+    tnc_image* image = read(content, LINES + 1);
+    ASSERT_NE(image, nullptr);
+    for (int y = 0; y < LINES; ++y) {
+        const pline* line = image->pens[5]->lines[y];
+        ASSERT_NE(line, nullptr) << y;
+        EXPECT_EQ(bytes(line->code, line->code + line->length), codes[static_cast<size_t>(y)]) << y;
+        EXPECT_EQ(image->pens[6]->lines[y] != nullptr, y % 7 == 0) << y;
+    }
+    tnc_free(image);
+}
+
 // Equal pens stand by their number, and a pen counts by its strongest layer.
 TEST_F(read_test, pens_of_a_pixel_in_order) {
     bytes content = START;
