@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "raster/GIF/gif.h"
 #include "raster/KRVN/krv.h"
 #include "support/memory.h"
 
@@ -14,6 +15,7 @@ constexpr char SOURCE[] = "CORE/standard";
 // A new format is one row here, and one row of the detection table for reading.
 constexpr format_module MODULES[] = {
     {RZL_STANDARD_KRVN, "KRVN", krv_open, krv_initialise},
+    {RZL_STANDARD_GIF, "GIF", gif_open, gif_initialise},
 };
 
 // By id. Id 7 is no format.

@@ -1,0 +1,164 @@
+// GIF files: the coder, and the file as it is written.
+//
+// The table of strings is a hash table that fits the processor's nearest cache: an entry is 32 bits, the code before
+// and the next pixel (20 bits) above the code of both (12 bits), looked for from its hash on. Clearing it costs little
+// beside the pixels between two clear codes.
+#include <cstring>
+
+#include "raster/GIF/gif.h"
+#include "support/bytes.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr char SOURCE[] = "GIF/gifencod";
+constexpr uint8_t CODE_SIZE = 8; // bits of a pixel
+constexpr uint32_t CLEAR = 1u << CODE_SIZE;
+constexpr uint32_t END = CLEAR + 1;
+constexpr uint32_t FIRST_FREE = CLEAR + 2;
+constexpr int FIRST_WIDTH = CODE_SIZE + 1;
+constexpr int PADDING_CODES = 4; // of value 0, behind the end code
+
+// ---- blocks --------------------------------------------------------------------------------------------------------
+
+constexpr size_t BLOCKS_AT_ONCE = 128;
+constexpr size_t GATHERED_MOST = BLOCKS_AT_ONCE * GIF_BLOCK_MOST;
+
+// Codes become bytes, least significant bit first, and bytes become blocks.
+struct code_output {
+    CFILE* c;
+    uint64_t buffer; // bits that are no whole byte yet
+    int bits;
+    size_t fill; // bytes gathered
+    bool failed; // a write came back short
+    uint8_t gathered[GATHERED_MOST + 8];
+    uint8_t blocks[BLOCKS_AT_ONCE * (GIF_BLOCK_MOST + 1)];
+};
+
+// Writes the first `bytes` gathered bytes as blocks.
+void write_blocks(code_output* o, size_t bytes) {
+    size_t used = 0;
+    for (size_t at = 0; at < bytes; at += GIF_BLOCK_MOST) {
+        size_t size = bytes - at < GIF_BLOCK_MOST ? bytes - at : GIF_BLOCK_MOST;
+        o->blocks[used] = static_cast<uint8_t>(size);
+        std::memcpy(o->blocks + used + 1, o->gathered + at, size);
+        used += size + 1;
+    }
+    if (io_write(o->c, o->blocks, used) != used) o->failed = true;
+    o->fill -= bytes;
+    std::memmove(o->gathered, o->gathered + bytes, o->fill);
+}
+
+inline void put_code(code_output* o, uint32_t code, int width) {
+    o->buffer |= uint64_t{code} << o->bits;
+    o->bits += width;
+    store_u64le(o->gathered + o->fill, o->buffer);
+    auto bytes = static_cast<size_t>(o->bits) / 8;
+    o->fill += bytes;
+    o->buffer >>= bytes * 8;
+    o->bits &= 7;
+    if (o->fill >= GATHERED_MOST) write_blocks(o, GATHERED_MOST);
+}
+
+// The codes of value 0 push out what is left of the end code, so that the bits that no byte has taken are theirs.
+void finish_codes(code_output* o, int width) {
+    put_code(o, END, width);
+    for (int i = 0; i < PADDING_CODES; ++i)
+        put_code(o, 0, width);
+    if (o->fill > 0) write_blocks(o, o->fill);
+}
+
+// ---- strings -------------------------------------------------------------------------------------------------------
+
+constexpr int HASH_BITS = 14;
+constexpr size_t HASH_SIZE = size_t{1} << HASH_BITS;
+constexpr uint32_t NO_ENTRY = ~0u;
+
+struct encoder {
+    uint32_t next_code;
+    int code_width;
+    uint32_t width_limit; // codes up to this have code_width bits
+    code_output out;
+    uint32_t strings[HASH_SIZE];
+};
+
+void start_table(encoder* e) {
+    e->code_width = FIRST_WIDTH;
+    e->width_limit = 1u << FIRST_WIDTH;
+    e->next_code = FIRST_FREE;
+    std::memset(e->strings, 0xFF, sizeof e->strings);
+}
+
+// Where the string is, or is to be: an entry that begins with `key`, or none.
+inline size_t find_string(const encoder* e, uint32_t key) {
+    size_t at = (key * 0x9E3779B1u) >> (32 - HASH_BITS);
+    while (e->strings[at] != NO_ENTRY && e->strings[at] >> GIF_MOST_WIDTH != key)
+        at = (at + 1) & (HASH_SIZE - 1);
+    return at;
+}
+
+// Puts the next code at `at`. The code after the last of 12 bits comes just before a new table, which needs no place.
+inline void enter_string(encoder* e, size_t at, uint32_t key) {
+    if (e->next_code < GIF_CODES) e->strings[at] = key << GIF_MOST_WIDTH | e->next_code;
+    ++e->next_code;
+    if (e->next_code <= e->width_limit) return;
+    ++e->code_width;
+    if (e->code_width <= GIF_MOST_WIDTH) {
+        e->width_limit = 1u << e->code_width;
+        return;
+    }
+    put_code(&e->out, CLEAR, GIF_MOST_WIDTH);
+    start_table(e);
+}
+
+void encode_pixels(encoder* e, const uint8_t* pixels, size_t count) {
+    put_code(&e->out, CLEAR, FIRST_WIDTH);
+    start_table(e);
+    uint32_t prefix = pixels[0];
+    for (size_t i = 1; i < count; ++i) {
+        uint32_t key = prefix << CODE_SIZE | pixels[i];
+        size_t at = find_string(e, key);
+        if (e->strings[at] != NO_ENTRY) {
+            prefix = e->strings[at] & (GIF_CODES - 1);
+            continue;
+        }
+        put_code(&e->out, prefix, e->code_width);
+        enter_string(e, at, key);
+        prefix = pixels[i];
+    }
+    put_code(&e->out, prefix, e->code_width);
+    finish_codes(&e->out, e->code_width);
+}
+
+bool write_start(CFILE* c, const gif_spec* spec) {
+    return io_write(c, spec->header, GIF_HEADER_SIZE) == GIF_HEADER_SIZE &&
+           io_write(c, spec->colour_table, GIF_TABLE_SIZE) == GIF_TABLE_SIZE &&
+           io_write(c, spec->descriptor, GIF_DESCRIPTOR_SIZE) == GIF_DESCRIPTOR_SIZE && io_write(c, &CODE_SIZE, 1) == 1;
+}
+
+} // namespace
+
+// Memory is taken before the first byte goes out, so that a failure leaves the lines to be put again.
+bool gif_encode(CFILE* c) {
+    gif_spec* spec = gif_spec_of(c);
+    mem_guard<encoder> e(static_cast<encoder*>(mem_alloc(sizeof(encoder))));
+    if (!e) {
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return false;
+    }
+    e->out.c = c;
+    e->out.buffer = 0;
+    e->out.bits = 0;
+    e->out.fill = 0;
+    e->out.failed = false;
+    spec->output = gif_output::begun;
+    bool started = write_start(c, spec);
+    auto pixels = static_cast<size_t>(spec->width) * static_cast<size_t>(spec->height);
+    if (started) encode_pixels(e.get(), spec->pixels, pixels);
+    if (!started || e->out.failed) {
+        fail(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+        return false;
+    }
+    spec->output = gif_output::whole;
+    return true;
+}
