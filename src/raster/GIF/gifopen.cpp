@@ -20,23 +20,25 @@ constexpr int LABEL_CONTROL = 249;
 constexpr int LABEL_COMMENT = 254;
 constexpr int LABEL_APPLICATION = 255;
 
-constexpr format_slots GIF_SLOTS = {
-    .Getline = rzl_getline_generic,
-    .Get_line = gif_get_line,
-    .Putline = gif_putline,
-    .Get_hdr_data = gif_get_hdr_data,
-    .Set_hdr_data = gif_set_hdr_data,
-    .Get_stat = gif_get_stat,
-    .Set_stat = gif_set_stat,
-    .Get_vlt = gif_get_vlt,
-    .Get_format = gif_get_format,
-    .Wrt_hdr = gif_write_header,
-    .Seek = gif_seek,
-    .Randomize = gif_randomize,
-    .Rewind = gif_rewind,
-    .Close = gif_close,
-    .Free_specs = gif_free_specs,
-};
+format_slots make_slots() {
+    format_slots slots = {};
+    slots.Getline = rzl_getline_generic;
+    slots.Get_line = gif_get_line;
+    slots.Putline = gif_putline;
+    slots.Get_hdr_data = gif_get_hdr_data;
+    slots.Set_hdr_data = gif_set_hdr_data;
+    slots.Get_stat = gif_get_stat;
+    slots.Set_stat = gif_set_stat;
+    slots.Get_vlt = gif_get_vlt;
+    slots.Get_format = gif_get_format;
+    slots.Wrt_hdr = gif_write_header;
+    slots.Seek = gif_seek;
+    slots.Randomize = gif_randomize;
+    slots.Rewind = gif_rewind;
+    slots.Close = gif_close;
+    slots.Free_specs = gif_free_specs;
+    return slots;
+}
 
 int next_byte(CFILE* c) {
     return c->io.file_getc(c->file);
@@ -166,7 +168,7 @@ void take_image(CFILE* c, const gif_spec* spec) {
     c->active_overview = OVERVIEW_UNSET;
     c->line = 0;
     set_flag(c, FLAG_HEADER_EXISTS, true);
-    install_slots(c, GIF_SLOTS);
+    install_slots(c, make_slots());
 }
 
 // A file that is whole ends in an empty block and the trailer.
@@ -218,7 +220,7 @@ int gif_initialise(CFILE* c) {
         return 1;
     }
     c->compression = CLASS_LZW;
-    install_slots(c, GIF_SLOTS);
+    install_slots(c, make_slots());
     return 0;
 }
 
