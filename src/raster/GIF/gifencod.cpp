@@ -1,8 +1,7 @@
 // GIF files: the coder, and the file as it is written.
 //
-// The table of strings is a hash table that fits the processor's nearest cache: an entry is 32 bits, the code before
-// and the next pixel (20 bits) above the code of both (12 bits), looked for from its hash on. Clearing it costs little
-// beside the pixels between two clear codes.
+// The table of strings is addressed by the code before and the next pixel, so that a step is a single load. It has 2
+// MB, of which a table uses less than 4096 places: those are noted, and cleared one by one when a new table starts.
 #include <cstring>
 
 #include "raster/GIF/gif.h"
@@ -70,36 +69,33 @@ void finish_codes(code_output* o, int width) {
 
 // ---- strings -------------------------------------------------------------------------------------------------------
 
-constexpr int HASH_BITS = 14;
-constexpr size_t HASH_SIZE = size_t{1} << HASH_BITS;
-constexpr uint32_t NO_ENTRY = ~0u;
+constexpr size_t TABLE_PLACES = size_t{GIF_CODES} << CODE_SIZE;
+constexpr uint16_t NO_CODE = 0xFFFF;
 
 struct encoder {
     uint32_t next_code;
     int code_width;
     uint32_t width_limit; // codes up to this have code_width bits
+    size_t entries;
     code_output out;
-    uint32_t strings[HASH_SIZE];
+    uint32_t entered[GIF_CODES];       // places that are in use
+    uint16_t code_table[TABLE_PLACES]; // by code and pixel
 };
 
 void start_table(encoder* e) {
+    for (size_t i = 0; i < e->entries; ++i)
+        e->code_table[e->entered[i]] = NO_CODE;
+    e->entries = 0;
     e->code_width = FIRST_WIDTH;
     e->width_limit = 1u << FIRST_WIDTH;
     e->next_code = FIRST_FREE;
-    std::memset(e->strings, 0xFF, sizeof e->strings);
 }
 
-// Where the string is, or is to be: an entry that begins with `key`, or none.
-inline size_t find_string(const encoder* e, uint32_t key) {
-    size_t at = (key * 0x9E3779B1u) >> (32 - HASH_BITS);
-    while (e->strings[at] != NO_ENTRY && e->strings[at] >> GIF_MOST_WIDTH != key)
-        at = (at + 1) & (HASH_SIZE - 1);
-    return at;
-}
-
-// Puts the next code at `at`. The code after the last of 12 bits comes just before a new table, which needs no place.
-inline void enter_string(encoder* e, size_t at, uint32_t key) {
-    if (e->next_code < GIF_CODES) e->strings[at] = key << GIF_MOST_WIDTH | e->next_code;
+// Gives the next code to the string at `place`.
+inline void enter_string(encoder* e, uint32_t place) {
+    e->code_table[place] = static_cast<uint16_t>(e->next_code);
+    e->entered[e->entries] = place;
+    ++e->entries;
     ++e->next_code;
     if (e->next_code <= e->width_limit) return;
     ++e->code_width;
@@ -113,21 +109,35 @@ inline void enter_string(encoder* e, size_t at, uint32_t key) {
 
 void encode_pixels(encoder* e, const uint8_t* pixels, size_t count) {
     put_code(&e->out, CLEAR, FIRST_WIDTH);
-    start_table(e);
     uint32_t prefix = pixels[0];
     for (size_t i = 1; i < count; ++i) {
-        uint32_t key = prefix << CODE_SIZE | pixels[i];
-        size_t at = find_string(e, key);
-        if (e->strings[at] != NO_ENTRY) {
-            prefix = e->strings[at] & (GIF_CODES - 1);
+        uint32_t place = prefix << CODE_SIZE | pixels[i];
+        uint32_t code = e->code_table[place];
+        if (code != NO_CODE) {
+            prefix = code;
             continue;
         }
         put_code(&e->out, prefix, e->code_width);
-        enter_string(e, at, key);
+        enter_string(e, place);
         prefix = pixels[i];
     }
     put_code(&e->out, prefix, e->code_width);
     finish_codes(&e->out, e->code_width);
+}
+
+// An encoder with an empty table. Null without memory.
+encoder* new_encoder(CFILE* c) {
+    auto* e = static_cast<encoder*>(mem_alloc(sizeof(encoder)));
+    if (e == nullptr) return nullptr;
+    e->out.c = c;
+    e->out.buffer = 0;
+    e->out.bits = 0;
+    e->out.fill = 0;
+    e->out.failed = false;
+    std::memset(e->code_table, 0xFF, sizeof e->code_table);
+    e->entries = 0;
+    start_table(e);
+    return e;
 }
 
 bool write_start(CFILE* c, const gif_spec* spec) {
@@ -141,16 +151,11 @@ bool write_start(CFILE* c, const gif_spec* spec) {
 // Memory is taken before the first byte goes out, so that a failure leaves the lines to be put again.
 bool gif_encode(CFILE* c) {
     gif_spec* spec = gif_spec_of(c);
-    mem_guard<encoder> e(static_cast<encoder*>(mem_alloc(sizeof(encoder))));
+    mem_guard<encoder> e(new_encoder(c));
     if (!e) {
         fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
         return false;
     }
-    e->out.c = c;
-    e->out.buffer = 0;
-    e->out.bits = 0;
-    e->out.fill = 0;
-    e->out.failed = false;
     spec->output = gif_output::begun;
     bool started = write_start(c, spec);
     auto pixels = static_cast<size_t>(spec->width) * static_cast<size_t>(spec->height);
