@@ -67,6 +67,8 @@ int look_up_names(apply_request* request, const palettes* p) {
         } else if (pattern_lookup(&p->patterns, set->text, &file) != 0) {
             set->kind = surface_kind::raster;
             std::snprintf(set->text, sizeof set->text, "%s", file);
+        } else if (p->path[0] == '\0') {
+            return program_fail("There is no palette to look \"%s\" up in; --palette names one.", set->text);
         } else {
             return program_fail("The palette has no colour or pattern \"%s\".", set->text);
         }

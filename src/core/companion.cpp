@@ -19,6 +19,10 @@ const char* last_component(const char* path) {
     return slash != nullptr ? slash + 1 : path;
 }
 
+bool is_file(const char* path) {
+    return files_exists(path) && !files_is_directory(path);
+}
+
 bool copy(char* out, size_t size, const char* first, size_t first_length, const char* rest) {
     int written = std::snprintf(out, size, "%.*s%s", static_cast<int>(first_length), first, rest);
     return written >= 0 && static_cast<size_t>(written) < size;
@@ -54,10 +58,10 @@ bool replace_extension(const char* tnc_path, char* raster_path, size_t size) {
 bool find_companion(const char* tnc_path, char* raster_path, size_t size) {
     char name[NAME_SIZE];
     if (!read_name(tnc_path, name)) return replace_extension(tnc_path, raster_path, size);
-    if (files_exists(name)) return copy(raster_path, size, name, std::strlen(name), "");
+    if (is_file(name)) return copy(raster_path, size, name, std::strlen(name), "");
     const char* base = last_component(name);
     auto directory_length = static_cast<size_t>(last_component(tnc_path) - tnc_path);
-    if (copy(raster_path, size, tnc_path, directory_length, base) && files_exists(raster_path)) return true;
+    if (copy(raster_path, size, tnc_path, directory_length, base) && is_file(raster_path)) return true;
     return copy(raster_path, size, base, std::strlen(base), "");
 }
 

@@ -51,10 +51,9 @@ void clear_appliques() {
 
 // Replaces the rendered-image data. The raster path is remembered with it: it alone tells whether the same image comes
 // again.
-bool read_tnc(const char* tnc_path, const char* raster_path) {
-    int32_t height = raster_height(raster_path);
+bool read_tnc(const char* tnc_path, int32_t line_count) {
     drop_tnc();
-    open_image.tnc = tnc_read(tnc_path, height);
+    open_image.tnc = tnc_read(tnc_path, line_count);
     open_image.tnc_path = mem_copy_text(tnc_path);
     return open_image.tnc != nullptr && open_image.tnc_path != nullptr;
 }
@@ -94,11 +93,15 @@ int image_open(const char* path) {
     }
     bool keeps_tnc = open_image.picture != nullptr && same_raster(raster_path);
     drop_picture();
-    bool good = keeps_tnc || read_tnc(path, raster_path);
+    // The picture comes first: a raster that holds fewer lines than it claims is to cost no memory for their samples.
+    int32_t height = keeps_tnc ? 0 : raster_height(raster_path);
+    bool loaded = load_picture(raster_path);
+    bool good = keeps_tnc || read_tnc(path, loaded ? height : 0);
     clear_appliques();
     mem_free(open_image.raster_path);
     open_image.raster_path = remembered.keep();
-    return good && load_picture(raster_path) ? 1 : 0;
+    if (!good) drop_picture();
+    return good && loaded ? 1 : 0;
 }
 
 void image_close() {

@@ -1,6 +1,8 @@
 // The table of named colours, loading a palette file as a whole, and saving it.
 #include "surface/palette.h"
 
+#include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -64,16 +66,21 @@ bool write_text(file_stream* out, const char* text) {
     return stream_write(text, 1, length, out) == length;
 }
 
+// A reader takes a name with the blank behind it: after the longest names there is none.
+bool write_name(file_stream* out, const char* name) {
+    return write_text(out, name) && (std::strlen(name) >= PALETTE_NAME_SIZE - 1 || write_text(out, " "));
+}
+
 bool write_entries(file_stream* out, const color_palette* colors, const pattern_palette* patterns) {
     char line[512];
     for (int i = 0; i < colors->count; ++i) {
         const named_color* c = colors->entries[i];
-        std::snprintf(line, sizeof line, " {color = (%.6f, %.6f, %.6f);}\n", c->red, c->green, c->blue);
-        if (!write_text(out, c->name) || !write_text(out, line)) return false;
+        std::snprintf(line, sizeof line, "{color = (%.6f, %.6f, %.6f);}\n", c->red, c->green, c->blue);
+        if (!write_name(out, c->name) || !write_text(out, line)) return false;
     }
     for (int i = 0; i < patterns->count; ++i) {
         const pattern_entry* p = &patterns->entries[i];
-        bool good = write_text(out, p->name) && write_text(out, " {pattern = \"") && write_text(out, p->file) &&
+        bool good = write_name(out, p->name) && write_text(out, "{pattern = \"") && write_text(out, p->file) &&
                     write_text(out, "\";}\n");
         if (!good) return false;
     }
@@ -93,6 +100,24 @@ int grow(color_palette* colors, const char* name, double red, double green, doub
     colors->entries = entries;
     colors->entries[colors->count++] = color;
     return 1;
+}
+
+// A number of a colour, 0 to 1. What is no number counts as 0: the file could not hold it.
+double channel(double value) {
+    return std::isnan(value) ? 0.0 : clamped(value, 0.0, 1.0);
+}
+
+// The name as it comes back out of a palette file: without blanks around it, without "{", which ends a name there, and
+// of at most PALETTE_NAME_SIZE - 1 characters.
+void storable_name(char name[PALETTE_NAME_SIZE], const char* wanted) {
+    while (std::isspace(static_cast<unsigned char>(*wanted)) != 0)
+        ++wanted;
+    size_t length = 0;
+    for (; wanted[length] != '\0' && length < PALETTE_NAME_SIZE - 1; ++length)
+        name[length] = wanted[length] == '{' ? '_' : wanted[length];
+    while (length > 0 && std::isspace(static_cast<unsigned char>(name[length - 1])) != 0)
+        --length;
+    name[length] = '\0';
 }
 
 } // namespace
@@ -144,15 +169,13 @@ int palette_save(const color_palette* colors, const pattern_palette* patterns, c
     return -1;
 }
 
-int palette_add(color_palette* colors, const char* name, double red, double green, double blue) {
-    red = clamped(red, 0.0, 1.0);
-    green = clamped(green, 0.0, 1.0);
-    blue = clamped(blue, 0.0, 1.0);
-    char made_up[PALETTE_NAME_SIZE];
-    if (name[0] == '\0') {
-        make_up_name(made_up, sizeof made_up, red, green, blue);
-        name = made_up;
-    }
+int palette_add(color_palette* colors, const char* wanted, double red, double green, double blue) {
+    red = channel(red);
+    green = channel(green);
+    blue = channel(blue);
+    char name[PALETTE_NAME_SIZE];
+    storable_name(name, wanted);
+    if (name[0] == '\0') make_up_name(name, sizeof name, red, green, blue);
     int index = palette_find(colors, name);
     if (index < 0) return grow(colors, name, red, green, blue);
     named_color* c = colors->entries[index];

@@ -42,7 +42,8 @@ int load_palette_file(color_palette* colors, pattern_palette* patterns, const ch
 // Writes all colours, then all patterns. The file is old or new as a whole. Returns 0, or -1 after a message.
 int palette_save(const color_palette* colors, const pattern_palette* patterns, const char* path);
 
-// Adds an entry or changes the one of that name; an empty name is made from the numbers. Returns 1 when the palette
+// Adds an entry or changes the one of that name; an empty name is made from the numbers. Numbers are brought to 0.0 to
+// 1.0, and the name to one that a file can hold: "{" becomes "_", and 79 characters are kept. Returns 1 when the palette
 // changed, 0 when it was so already, -1 after a message when there is no memory, with the table as it was.
 int palette_add(color_palette* colors, const char* name, double red, double green, double blue);
 

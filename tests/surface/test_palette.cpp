@@ -70,6 +70,20 @@ TEST_F(Palette, AFileOfPatternsOnlyIsGoodAndAnEmptyOneIsNot) {
     EXPECT_EQ(load_palette_file(&colors, &patterns, (directory + "/none.tnp").c_str()), 0);
 }
 
+TEST_F(Palette, AddsOnlyWhatAFileCanHold) {
+    EXPECT_EQ(palette_add(&colors, " Sea {deep}  ", std::nan(""), -1.0, 0.5), 1);
+    EXPECT_EQ(palette_add(&colors, std::string(90, 'n').c_str(), 0.5, 0.5, 0.5), 1);
+    EXPECT_EQ(palette_add(&colors, "  ", 0.5, 0.25, 1.0), 1);
+    std::string path = directory + "/saved.tnp";
+    ASSERT_EQ(palette_save(&colors, &patterns, path.c_str()), 0);
+    EXPECT_EQ(load_palette_file(&colors, &patterns, path.c_str()), 1);
+    ASSERT_EQ(colors.count, 3);
+    EXPECT_EQ(palette_find(&colors, "Sea _deep}"), 0);
+    EXPECT_EQ(colors.entries[0]->red, 0.0);
+    EXPECT_EQ(palette_find(&colors, std::string(79, 'n').c_str()), 1);
+    EXPECT_EQ(palette_find(&colors, "127_063_255"), 2);
+}
+
 TEST_F(Palette, SavesWhatItLoadsBack) {
     EXPECT_EQ(palette_add(&colors, "Red", 2.0, 0.123456789, 0.0), 1);
     EXPECT_EQ(palette_add(&colors, "", 0.5, 0.25, 1.0), 1);
