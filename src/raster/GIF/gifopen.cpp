@@ -171,29 +171,25 @@ void take_image(CFILE* c, const gif_spec* spec) {
     install_slots(c, make_slots());
 }
 
-// A file that is whole ends in an empty block and the trailer.
-bool ends_whole(CFILE* c) {
-    int64_t size = io_size(c);
-    uint8_t last[2];
-    return size >= 2 && io_seek(c, size - 2) && io_read(c, last, 2) == 2 && last[0] == 0 && last[1] == GIF_TRAILER;
-}
-
 bool append_end(CFILE* c) {
     static constexpr uint8_t END[2] = {0, GIF_TRAILER};
     return io_write(c, END, sizeof END) == sizeof END;
 }
 
-// What has been written here is known; a file that was there before is looked at.
-void finish_file(CFILE* c, const gif_spec* spec) {
-    bool written = true;
-    if (c->mode == MODE_UPDATE) {
-        if (!ends_whole(c)) written = io_seek(c, io_size(c)) && append_end(c);
-    } else if (spec->output == gif_output::whole) {
-        written = append_end(c);
-    } else if (spec->pixels != nullptr) {
-        written = false; // lines are missing, or could not be written
-    }
-    if (!written) fail(c, RZL_WRITE_FAILED, SOURCE, "Gif close");
+// A file that is whole ends in an empty block and the trailer; another one gets them. A file whose end can't be read
+// stays as it is. The status, 0 for good.
+uint32_t finish_existing(CFILE* c) {
+    int64_t size = io_size(c);
+    uint8_t last[2];
+    if (size < 2 || !io_seek(c, size - 2) || io_read(c, last, 2) != 2) return RZL_READ_FAILED;
+    if (last[0] == 0 && last[1] == GIF_TRAILER) return 0;
+    return io_seek(c, size) && append_end(c) ? 0 : RZL_WRITE_FAILED;
+}
+
+// What has been written here is known and need not be looked at. Without all its lines there is no image to end.
+uint32_t finish_new(CFILE* c, const gif_spec* spec) {
+    if (spec->output == gif_output::whole) return append_end(c) ? 0 : RZL_WRITE_FAILED;
+    return spec->pixels != nullptr ? RZL_WRITE_FAILED : 0;
 }
 
 } // namespace
@@ -236,6 +232,8 @@ void gif_free_specs(CFILE* c) {
 void gif_close(CFILE* c) {
     gif_spec* spec = gif_spec_of(c);
     if (spec == nullptr) return;
-    if (is_writable(c)) finish_file(c, spec);
+    uint32_t status = 0;
+    if (is_writable(c)) status = c->mode == MODE_UPDATE ? finish_existing(c) : finish_new(c, spec);
+    if (status != 0) fail(c, status, SOURCE, "Gif close");
     gif_free_specs(c);
 }

@@ -90,7 +90,13 @@ void reset(decoder* d) {
     d->width = d->first_width;
 }
 
-// What comes first, or behind a clear code: a single pixel. False: decoding is at its end.
+// Codes get longer one code before that is needed.
+inline void grow_width(decoder* d) {
+    if (d->last == (1u << d->width) - 1 && d->width < GIF_MOST_WIDTH) ++d->width;
+}
+
+// What comes first, or behind a clear code: a single pixel. False: decoding is at its end. (With a code size of 1 the
+// codes that have a meaning from the start fill the first width.)
 bool start_string(decoder* d, uint32_t code) {
     while (code == d->clear) {
         reset(d);
@@ -103,6 +109,7 @@ bool start_string(decoder* d, uint32_t code) {
         return false;
     }
     d->before = {static_cast<uint32_t>(d->fill), 1};
+    grow_width(d);
     return append_byte(d, code);
 }
 
@@ -112,7 +119,7 @@ inline void add_entry(decoder* d) {
     if (d->last + 1 >= GIF_CODES) return;
     ++d->last;
     d->table[d->last] = {d->before.place, d->before.length + 1};
-    if (d->last == (1u << d->width) - 1 && d->width < GIF_MOST_WIDTH) ++d->width;
+    grow_width(d);
 }
 
 // Any other code. False: decoding is at its end.
