@@ -51,7 +51,7 @@ void read_fields(CFILE* c) {
 void read_tables(CFILE* c) {
     int32_t entries = field(c, RZL_FIELD_VLT_ENTRIES);
     if (entries > 0 && entries <= 1 << 16) {
-        std::vector<rzl_vlt_entry> vlt(static_cast<size_t>(entries));
+        std::vector<rzl_vlt_entry> vlt(static_cast<size_t>(std::max(entries, 256)));
         if (rzl_get_vlt(c, vlt.data()) == 0) use(vlt.data(), vlt.size() * sizeof vlt[0]);
     }
     int32_t words = field(c, RZL_FIELD_PACKET_WORDS);

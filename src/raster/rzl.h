@@ -286,7 +286,8 @@ RZL_API int rzl_write_header(CFILE* cfile);
  */
 RZL_API int rzl_put_vlt(CFILE* cfile, const rzl_vlt_entry* entries);
 
-/* Read the file's colour table into `entries`, which has room for as many entries as field 6 tells. */
+/* Read the file's colour table into `entries`, which has room for as many entries as field 6 tells, and for 256 at
+ * least: a GIF file with fewer colours numbers the slots behind them, too. */
 RZL_API int rzl_get_vlt(CFILE* cfile, rzl_vlt_entry* entries);
 
 /* Application packets: blocks of 16-bit words, field 7 of them. A put buffer stays the caller's until the header is

@@ -17,6 +17,7 @@ constexpr size_t GIF_COLORS = 256;
 constexpr size_t GIF_TABLE_SIZE = GIF_COLORS * 3;
 constexpr int32_t GIF_MOST_PIXELS = 65535; // of a line, and lines: sizes are 16-bit numbers
 constexpr size_t GIF_BLOCK_MOST = 255;     // data bytes of a block
+constexpr uint32_t GIF_COMPRESSION = 3;    // LZW, among the classes of the handle
 
 // Offsets, and bits of the packed bytes there.
 constexpr size_t GIF_AT_SCREEN_WIDTH = 6;       // u16, and so is the height behind it

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr char SOURCE[] = "GIF/gifopen";
-constexpr uint32_t CLASS_LZW = 3;
 
 // Labels of extensions.
 constexpr int LABEL_TEXT = 1;
@@ -164,7 +163,7 @@ void take_image(CFILE* c, const gif_spec* spec) {
     c->samples = 1;
     c->vlt_bits = 8;
     c->standard = RZL_STANDARD_GIF;
-    c->compression = CLASS_LZW;
+    c->compression = GIF_COMPRESSION;
     c->active_overview = OVERVIEW_UNSET;
     c->line = 0;
     set_flag(c, FLAG_HEADER_EXISTS, true);
@@ -215,7 +214,6 @@ int gif_initialise(CFILE* c) {
         fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
         return 1;
     }
-    c->compression = CLASS_LZW;
     install_slots(c, make_slots());
     return 0;
 }

@@ -125,6 +125,7 @@ int gif_write_header(CFILE* c) {
     }
     spec->colour_count = MOST_ENTRIES;
     spec->has_table = true;
+    c->compression = GIF_COMPRESSION;
     c->line = 0;
     set_flag(c, FLAG_HEADER_EXISTS, true);
     return 0;
