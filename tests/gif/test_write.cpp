@@ -32,28 +32,18 @@ TEST_F(GifWrite, TheBytesOfAFile) {
     EXPECT_EQ(data_of(b), bytes_of_file({0x00, 0x03, 0x08, 0x14, 0x28, 0x20, 0x20, 0, 0, 0, 0}));
 }
 
-// All that a decoder can tell: the coding is that of a coder which follows the rules, up to the end code.
-TEST_F(GifWrite, LongCodings) {
-    for (int values : {1, 2, 40, 256}) {
-        bytes_of_file pixels = some_pixels(301, 211, values, 3);
-        if (values == 256) pixels = random_bytes(301 * 211, 256, 4);
-        ASSERT_EQ(write_gif(path("a.gif"), 301, 211, pixels), 0u);
+// The bits behind the last whole byte are dropped, so that of four codes of 0 three bytes are certain.
+TEST_F(GifWrite, WhatIsWrittenIsRead) {
+    for (auto [width, height, values] :
+         {std::tuple(1, 1, 256), {2, 1, 256}, {3, 1, 256}, {301, 211, 2}, {301, 211, 256}}) {
+        bytes_of_file pixels = random_bytes(static_cast<size_t>(width) * static_cast<size_t>(height), values, 4);
+        ASSERT_EQ(write_gif(path("a.gif"), width, height, pixels), 0u);
         bytes_of_file data = data_of(read_bytes(path("a.gif")));
-        ASSERT_FALSE(data.empty());
+        ASSERT_GT(data.size(), 4u) << width;
+        EXPECT_EQ(bytes_of_file(data.end() - 3, data.end()), bytes_of_file(3));
         picture_read p = read_gif(path("a.gif"));
-        EXPECT_EQ(p.pixels, pixels) << values;
+        EXPECT_EQ(p.pixels, pixels) << width << " " << values;
         EXPECT_FALSE(p.damaged);
-        bytes_of_file end(data.end() - 4, data.end());
-        EXPECT_EQ(end, bytes_of_file(4)) << "four codes of 0 end the data";
-    }
-}
-
-TEST_F(GifWrite, SmallImages) {
-    for (int width = 1; width <= 3; ++width) {
-        bytes_of_file pixels(static_cast<size_t>(width), 200);
-        ASSERT_EQ(write_gif(path("a.gif"), width, 1, pixels), 0u);
-        EXPECT_EQ(read_gif(path("a.gif")).pixels, pixels);
-        EXPECT_FALSE(data_of(read_bytes(path("a.gif"))).empty());
     }
 }
 
@@ -74,57 +64,43 @@ TEST_F(GifWrite, BilevelLines) {
 }
 
 TEST_F(GifWrite, Colours) {
-    const std::vector<rzl_vlt_entry> table = {{5, 0xFF00, 0x8000, 0x0100}, {255, 0x1000, 0, 0}, {256, 1, 1, 1}};
+    const color_table table = {{5, 0xFF00, 0x8000, 0x0100}, {256, 1, 1, 1}, {5, 0, 0, 0}};
     struct {
         int bits, red, green;
     } cases[] = {{0, 0xFF, 0x80}, {8, 0xFF, 0x80}, {6, 0x3F, 0x20}, {16, 0xFF, 0x80}};
     for (auto expected : cases) {
         CFILE* c = new_gif(path("a.gif"), 29, 1, 1, table);
-        ASSERT_NE(c, nullptr);
         set_field_to(c, 31, expected.bits);
-        set_field_to(c, 6, 2);
-        EXPECT_EQ(rzl_putline(c, "\5"), 0);
-        EXPECT_EQ(rzl_finish(c), 0u);
+        set_field_to(c, 6, 2); // the third entry is not announced
+        EXPECT_TRUE(rzl_putline(c, "\5") == 0 && rzl_finish(c) == 0);
         bytes_of_file b = read_bytes(path("a.gif"));
-        EXPECT_EQ(b[13 + 15], expected.red) << expected.bits;
-        EXPECT_EQ(b[13 + 16], expected.green) << expected.bits;
+        EXPECT_TRUE(b[28] == expected.red && b[29] == expected.green) << expected.bits;
     }
-    // A count of more entries than there can be: 256 are read. The sanitizer sees more than these.
-    std::vector<rzl_vlt_entry> full = some_table();
+    // A count of more entries than there can be: the sanitizer sees it when more than 256 are read.
+    const color_table full = some_table();
     CFILE* c = new_gif(path("a.gif"), 29, 1, 1, full);
     set_field_to(c, 6, 70000);
-    EXPECT_EQ(rzl_putline(c, "\7"), 0);
-    EXPECT_EQ(rzl_finish(c), 0u);
+    EXPECT_TRUE(rzl_putline(c, "\7") == 0 && rzl_finish(c) == 0);
     EXPECT_EQ(read_gif(path("a.gif")).colors, bytes_of_file({7 * 77 % 256, 77, 248}));
     // No table: grey over the values of the file's bits.
     c = new_gif(path("a.gif"), 29, 4, 1);
     set_field_to(c, 507, 2);
-    EXPECT_EQ(rzl_putline(c, "\0\1\2\3"), 0);
-    EXPECT_EQ(rzl_finish(c), 0u);
+    EXPECT_TRUE(rzl_putline(c, "\0\1\2\3") == 0 && rzl_finish(c) == 0);
     EXPECT_EQ(read_gif(path("a.gif")).colors, bytes_of_file({0, 0, 0, 85, 85, 85, 170, 170, 170, 255, 255, 255}));
 }
 
 TEST_F(GifWrite, LinesInAnyOrderAndReadBack) {
-    CFILE* c = new_gif(path("a.gif"), 2, 3, 3, {}, true);
+    CFILE* c = new_gif(path("a.gif"), 2, 3, 3, {}, rzl_open_wr);
     ASSERT_NE(c, nullptr);
     EXPECT_EQ(rzl_write_header(c), 0);
-    for (const char* line : {"222", "111", "000"}) {
-        EXPECT_EQ(rzl_seek(c, line[0] - '0'), 0);
-        EXPECT_EQ(rzl_putline(c, line), 0);
-        EXPECT_EQ(rzl_seek(c, line[0] - '0'), 0);
-        if (line[0] == '1') {
-            EXPECT_EQ(rzl_putline(c, line), 0) << "a line that comes again";
-        }
-    }
+    for (const char* line : {"222", "1xx", "111", "000"})
+        EXPECT_TRUE(rzl_seek(c, line[0] - '0') == 0 && rzl_putline(c, line) == 0) << line;
     uint8_t line[3];
-    EXPECT_EQ(rzl_rewind(c), 0);
-    for (char y : {'0', '1', '2'}) {
-        EXPECT_EQ(rzl_getline(c, line), 0);
+    for (char y : {'2', '0', '1'}) {
+        EXPECT_TRUE(rzl_seek(c, y - '0') == 0 && rzl_getline(c, line) == 0);
         EXPECT_EQ(line[2], y);
     }
-    EXPECT_EQ(rzl_rewind(c), 0);
-    EXPECT_EQ(rzl_putline(c, line), 1) << "the image is written";
-    EXPECT_EQ(status_of(c), RZL_MODIFY_COMPRESSED);
+    EXPECT_TRUE(rzl_rewind(c) == 0 && rzl_putline(c, line) == 1 && c->status == RZL_MODIFY_COMPRESSED);
     set_field_to(c, 2, 9);
     EXPECT_EQ(field_of(c, 2), 3);
     EXPECT_EQ(rzl_finish(c), 0u);
@@ -134,22 +110,17 @@ TEST_F(GifWrite, LinesInAnyOrderAndReadBack) {
 TEST_F(GifWrite, WhatIsRefused) {
     CFILE* c = new_gif(path("a.gif"), 29, 2, 2);
     ASSERT_NE(c, nullptr);
-    EXPECT_EQ(set_field_to(c, 3, 28), 1);
-    EXPECT_EQ(status_of(c), RZL_NOT_STANDARD);
-    EXPECT_EQ(set_field_to(c, 100, 16), 0);
-    EXPECT_EQ(field_of(c, 100), 0) << "there are no tiles";
+    EXPECT_TRUE(set_field_to(c, 3, 28) == 1 && c->status == RZL_NOT_STANDARD);
+    EXPECT_TRUE(set_field_to(c, 100, 16) == 0 && field_of(c, 100) == 0) << "there are no tiles";
     testing::internal::CaptureStderr();
-    EXPECT_EQ(rzl_putline3(c, "aa", "bb", "cc"), 1);
+    EXPECT_TRUE(rzl_putline3(c, "aa", "bb", "cc") == 1 && c->status == RZL_UNSUPPORTED);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "Can't write 3-bands to gif file\nGif is 8-bit w/color_table format\n");
-    EXPECT_EQ(status_of(c), RZL_UNSUPPORTED);
-    rzl_rewind(c);
-    EXPECT_EQ(rzl_putline(c, "ab"), 0);
+    EXPECT_TRUE(rzl_rewind(c) == 0 && rzl_putline(c, "ab") == 0);
     EXPECT_EQ(rzl_finish(c), RZL_WRITE_FAILED) << "a line is missing";
     for (auto [width, height] : {std::pair(0, 5), {65536, 1}, {1, 65536}}) {
         c = new_gif(path("a.gif"), 29, width, height);
-        EXPECT_EQ(rzl_write_header(c), 1);
-        EXPECT_EQ(status_of(c), RZL_BAD_IMAGE_SIZE);
+        EXPECT_TRUE(rzl_write_header(c) == 1 && c->status == RZL_BAD_IMAGE_SIZE);
         EXPECT_EQ(rzl_finish(c), 0u);
     }
 }
@@ -157,18 +128,13 @@ TEST_F(GifWrite, WhatIsRefused) {
 TEST_F(GifWrite, TheEndOfTheFile) {
     ASSERT_EQ(write_gif(path("a.gif"), 2, 1, {1, 2}), 0u);
     const bytes_of_file whole = read_bytes(path("a.gif"));
-    auto updated = [&](bytes_of_file b) {
-        write_bytes(path("a.gif"), b);
+    for (long missing : {0, 2}) {
+        write_bytes(path("a.gif"), bytes_of_file(whole.begin(), whole.end() - missing));
         CFILE* c = rzl_open_rw(path("a.gif").c_str());
-        EXPECT_NE(c, nullptr);
-        EXPECT_EQ(rzl_putline(c, "xx"), 1);
-        EXPECT_EQ(status_of(c), RZL_MODIFY_COMPRESSED);
+        EXPECT_TRUE(c != nullptr && rzl_putline(c, "xx") == 1 && c->status == RZL_MODIFY_COMPRESSED);
         EXPECT_EQ(rzl_finish(c), 0u);
-        return read_bytes(path("a.gif"));
-    };
-    EXPECT_EQ(updated(whole), whole);
-    EXPECT_EQ(updated(bytes_of_file(whole.begin(), whole.end() - 2)), whole);
-
+        EXPECT_EQ(read_bytes(path("a.gif")), whole) << missing;
+    }
     bytes_of_file block(2000);
     rzl_memfile record = {block.data(), 2000, 0, 0, 0, 0};
     char name[40];
