@@ -1,7 +1,8 @@
 // GIF files: the coder, and the file as it is written.
 //
 // The table of strings is addressed by the code before and the next pixel, so that a step is a single load. It has 2
-// MB, of which a table uses less than 4096 places: those are noted, and cleared one by one when a new table starts.
+// MB, and a pass over them at every new table would cost more than half of the time. So the four bits of an entry that
+// no code needs tell which table it belongs to, and the pass comes once in fifteen tables.
 #include <cstring>
 
 #include "raster/GIF/gif.h"
@@ -70,50 +71,58 @@ void finish_codes(code_output* o, int width) {
 // ---- strings -------------------------------------------------------------------------------------------------------
 
 constexpr size_t TABLE_PLACES = size_t{GIF_CODES} << CODE_SIZE;
-constexpr uint16_t NO_CODE = 0xFFFF;
+constexpr uint32_t STAMP_STEP = GIF_CODES;
+constexpr uint32_t STAMP_LAST = 15 * STAMP_STEP;
 
 struct encoder {
     uint32_t next_code;
     int code_width;
     uint32_t width_limit; // codes up to this have code_width bits
-    size_t entries;
+    uint32_t stamp;       // of the table in use, above the bits of a code; that of no table is 0
     code_output out;
-    uint32_t entered[GIF_CODES];       // places that are in use
-    uint16_t code_table[TABLE_PLACES]; // by code and pixel
+    uint16_t code_table[TABLE_PLACES]; // by code and pixel: code and stamp
 };
 
 void start_table(encoder* e) {
-    for (size_t i = 0; i < e->entries; ++i)
-        e->code_table[e->entered[i]] = NO_CODE;
-    e->entries = 0;
+    if (e->stamp == STAMP_LAST) {
+        std::memset(e->code_table, 0, sizeof e->code_table);
+        e->stamp = 0;
+    }
+    e->stamp += STAMP_STEP;
     e->code_width = FIRST_WIDTH;
     e->width_limit = 1u << FIRST_WIDTH;
     e->next_code = FIRST_FREE;
 }
 
-// Gives the next code to the string at `place`.
+// The code of the string at `place`: GIF_CODES or more when the table in use has none there.
+inline uint32_t find_string(const encoder* e, uint32_t place) {
+    return e->code_table[place] ^ e->stamp;
+}
+
+// Gives the next code to the string at `place`. The one after the last of 12 bits is no code any more: a new table
+// starts.
 inline void enter_string(encoder* e, uint32_t place) {
-    e->code_table[place] = static_cast<uint16_t>(e->next_code);
-    e->entered[e->entries] = place;
-    ++e->entries;
-    ++e->next_code;
-    if (e->next_code <= e->width_limit) return;
-    ++e->code_width;
-    if (e->code_width <= GIF_MOST_WIDTH) {
-        e->width_limit = 1u << e->code_width;
-        return;
+    uint32_t code = e->next_code++;
+    if (code == e->width_limit) {
+        if (code == GIF_CODES) {
+            put_code(&e->out, CLEAR, GIF_MOST_WIDTH);
+            start_table(e);
+            return;
+        }
+        ++e->code_width;
+        e->width_limit *= 2;
     }
-    put_code(&e->out, CLEAR, GIF_MOST_WIDTH);
-    start_table(e);
+    e->code_table[place] = static_cast<uint16_t>(code ^ e->stamp);
 }
 
 void encode_pixels(encoder* e, const uint8_t* pixels, size_t count) {
     put_code(&e->out, CLEAR, FIRST_WIDTH);
+    start_table(e);
     uint32_t prefix = pixels[0];
     for (size_t i = 1; i < count; ++i) {
         uint32_t place = prefix << CODE_SIZE | pixels[i];
-        uint32_t code = e->code_table[place];
-        if (code != NO_CODE) {
+        uint32_t code = find_string(e, place);
+        if (code < GIF_CODES) {
             prefix = code;
             continue;
         }
@@ -123,21 +132,6 @@ void encode_pixels(encoder* e, const uint8_t* pixels, size_t count) {
     }
     put_code(&e->out, prefix, e->code_width);
     finish_codes(&e->out, e->code_width);
-}
-
-// An encoder with an empty table. Null without memory.
-encoder* new_encoder(CFILE* c) {
-    auto* e = static_cast<encoder*>(mem_alloc(sizeof(encoder)));
-    if (e == nullptr) return nullptr;
-    e->out.c = c;
-    e->out.buffer = 0;
-    e->out.bits = 0;
-    e->out.fill = 0;
-    e->out.failed = false;
-    std::memset(e->code_table, 0xFF, sizeof e->code_table);
-    e->entries = 0;
-    start_table(e);
-    return e;
 }
 
 bool write_start(CFILE* c, const gif_spec* spec) {
@@ -151,11 +145,12 @@ bool write_start(CFILE* c, const gif_spec* spec) {
 // Memory is taken before the first byte goes out, so that a failure leaves the lines to be put again.
 bool gif_encode(CFILE* c) {
     gif_spec* spec = gif_spec_of(c);
-    mem_guard<encoder> e(new_encoder(c));
+    mem_guard<encoder> e(mem_new<encoder>());
     if (!e) {
         fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
         return false;
     }
+    e->out.c = c;
     spec->output = gif_output::begun;
     bool started = write_start(c, spec);
     auto pixels = static_cast<size_t>(spec->width) * static_cast<size_t>(spec->height);
