@@ -1,7 +1,7 @@
 // GIF files: the coder, and the file as it is written.
 //
 // The table of strings is addressed by the code before and the next pixel, so that a step is a single load. It has 2
-// MB, and a pass over them at every new table would cost more than half of the time. So the four bits of an entry that
+// MB, and a pass over them at every new table would take nearly as long as coding. So the four bits of an entry that
 // no code needs tell which table it belongs to, and the pass comes once in fifteen tables.
 #include <cstring>
 
