@@ -53,6 +53,10 @@ picture read_picture(const char* name) {
     picture p;
     CFILE* c = rzl_open_r(name);
     if (c == nullptr) return p;
+    if (field(c, RZL_FIELD_STANDARD) != RZL_STANDARD_GIF) {
+        rzl_close(c);
+        return p;
+    }
     p.width = field(c, RZL_FIELD_XSIZE);
     p.height = field(c, RZL_FIELD_YSIZE);
     auto width = static_cast<size_t>(p.width);
