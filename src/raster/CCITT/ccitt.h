@@ -57,7 +57,7 @@ void cit_changes_free(cit_changes* line);
 // Makes room for `count` positions and the guards. False: no memory, and the line is as it was.
 bool cit_changes_need(cit_changes* line, size_t count);
 
-// The most runs that cit_changes_to_runs() makes of the line, and that any line of the width can have.
+// The runs that cit_changes_to_runs() makes of the line; and the most that any line of the width can have.
 size_t cit_runs_of_changes(const cit_changes* line, uint32_t width);
 size_t cit_max_runs(uint32_t width);
 
@@ -132,7 +132,7 @@ uint32_t cit_decode_1d(cit_params* params, cit_sink* sink, cit_sink_call sink_li
 
 // Decodes one group 4 line from the bit `*place` of the data into `current`, against `reference`, and moves *place
 // behind it. CIT_OK: *ended tells whether it was the end of the block instead of a line, and `current` is then
-// undefined.
+// white. CIT_BAD_DATA, with the line in part and white from there; CIT_NO_MEMORY.
 uint32_t cit_decode_g4_line(const cit_params* params, const cit_changes* reference, cit_changes* current,
                             uint64_t* place, bool* ended);
 
@@ -207,8 +207,10 @@ void cit_reader_free(cit_reader* reader);
 uint32_t cit_reader_bits(cit_reader* reader, uint32_t line, uint8_t* words);
 uint32_t cit_reader_runs(cit_reader* reader, uint32_t line, uint16_t* runs, size_t room, size_t* count);
 
-// Whether any line so far was damaged or missing.
+// Whether any line so far was damaged or missing; and whether the last line has been read and the codes that end the
+// image were not behind it.
 bool cit_reader_damaged(const cit_reader* reader);
+bool cit_reader_unended(const cit_reader* reader);
 
 // ---- coded bytes of lines: citwrite.cpp
 // ------------------------------------------------------------------------------
