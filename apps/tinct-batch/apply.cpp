@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "core/open_image.h"
 #include "pair.h"
+#include "platform/interrupt.h"
 #include "request.h"
 #include "support/log.h"
 #include "support/memory.h"
@@ -124,16 +125,46 @@ int check_patterns(const apply_request* request) {
     return EXIT_DONE;
 }
 
+// An interrupt stops the save between two lines, so that what was written can be taken away.
+constexpr uint32_t INTERRUPTED = 1;
+
+uint32_t pending_interrupt() {
+    return interrupt_pending() ? INTERRUPTED : 0;
+}
+
+// The counters of the pipeline ("Line 12/900", "COLOR 3/256", "Percent: 6.25") as a bar.
+void show_counter(int level, const char* text) {
+    const char* digits = level == IMP_MESSAGE_LINES ? std::strpbrk(text, "0123456789") : nullptr;
+    if (digits == nullptr) return;
+    char* behind = nullptr;
+    double done = std::strtod(digits, &behind);
+    double total = *behind == '/' ? std::strtod(behind + 1, nullptr) : 100.0;
+    progress_show("saving", static_cast<int64_t>(done), static_cast<int64_t>(total));
+}
+
+constexpr uint32_t COUNTERS = IMP_MESSAGE_BANNER | IMP_MESSAGE_LINES | IMP_MESSAGE_TABLE | IMP_MESSAGE_STAGES;
+constexpr output_watch WATCH = {INTERRUPTED, 1, [](uint32_t) { return 1; }, COUNTERS, 16, show_counter};
+
+int save_planes(const char* path, const output_settings* settings) {
+    const raster_image* picture = open_image.picture;
+    imp_set_pending_events(pending_interrupt);
+    interrupt_watch();
+    int code = imp_save_planes(path, picture->width, picture->height, picture->red, picture->green, picture->blue,
+                               settings, &WATCH);
+    interrupt_end();
+    progress_end();
+    return code;
+}
+
 int save(const apply_request* request, const output_settings* settings) {
     char fresh[FILES_PATH_SIZE];
     if (!files_replace_begin(request->out, fresh, sizeof fresh)) {
         return program_fail("\"%s\" can not be written.", request->out);
     }
-    raster_image* picture = open_image.picture;
-    int code =
-        imp_save_planes(fresh, picture->width, picture->height, picture->red, picture->green, picture->blue, settings);
+    int code = save_planes(fresh, settings);
     if (code != IMP_OK) {
         files_replace_abandon();
+        if (code == IMP_STOPPED) interrupt_deliver();
         return program_fail("%s: \"%s\"", imp_error_text[code], request->out);
     }
     if (!files_replace_commit()) return program_fail("%s: \"%s\"", imp_error_text[IMP_WRITE_FAILED], request->out);

@@ -191,6 +191,23 @@ const char* extension_of(const char* path) {
     return dot != nullptr && std::strpbrk(dot, "/\\") == nullptr ? dot + 1 : "";
 }
 
+// Options that ask for a colour table or grey levels mean 8 bits.
+int settle_format(const apply_request* request, const output_type* type, output_settings* settings) {
+    bool reduces = request->colors != 0 || request->closest || request->grey;
+    if (reduces && request->bits == 24) return program_usage("--colors, --closest and --grey go with 8 bits");
+    int32_t depth = request->bits == 8 || reduces ? 8 : 24;
+    int32_t compressed = request->uncompressed ? 0 : 1;
+    int32_t gray = request->grey ? 1 : 0;
+    auto colors = static_cast<int32_t>(request->colors);
+    settings->standard = type->standard;
+    settings->format = imp_format_code(depth, compressed);
+    imp_normalise(type->standard, &settings->format, &compressed, &depth, &gray, &colors);
+    settings->flags = (request->grey ? OUTPUT_GREY : 0U) | (request->closest ? OUTPUT_CLOSEST : 0U);
+    settings->colors = colors;
+    settings->gamma = request->gamma;
+    return EXIT_DONE;
+}
+
 } // namespace
 
 int request_parse(word_list* words, apply_request* request) {
@@ -223,16 +240,12 @@ int request_output(const apply_request* request, output_settings* settings) {
     const output_type* type = find_type(name);
     if (type == nullptr && request->type != nullptr) return program_usage("--type does not know \"%s\"", name);
     if (type == nullptr) return program_usage("the extension of \"%s\" names no type; give --type", request->out);
-    if (type->standard == RZL_STANDARD_GIF && request->bits == 24) return program_usage("gif has 8 bits");
+    bool is_gif = type->standard == RZL_STANDARD_GIF;
+    if (is_gif && request->bits == 24) return program_usage("gif has 8 bits");
+    if (is_gif && request->uncompressed) return program_usage("gif is always compressed");
     int can_create = 0;
     if (rzl_standard_support(type->standard, &can_create, nullptr) != 0 || can_create == 0) {
         return program_fail("This version can not write \"%s\" files yet.", type->name);
     }
-    bool reduces = request->bits == 8 || request->colors != 0 || request->closest || request->grey;
-    if (reduces || request->gamma != 1.0) {
-        return program_fail("Colour reduction and gamma are not part of this version yet.");
-    }
-    settings->standard = type->standard;
-    settings->format = request->uncompressed ? RZL_FORMAT_RGB : RZL_FORMAT_PLANE_RUNS;
-    return EXIT_DONE;
+    return settle_format(request, type, settings);
 }

@@ -1,7 +1,9 @@
 // The image pack's record: making and releasing it, the pipeline's globals, and the words of its codes.
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "output/imp.h"
 #include "support/log.h"
@@ -68,6 +70,37 @@ const char* imp_file_name(const char* path) {
     return name;
 }
 
+const char* imp_name_of(const Impack* pack) {
+    return pack != nullptr && pack->file_name != nullptr ? pack->file_name : "";
+}
+
+int imp_printed(size_t bytes) {
+    return bytes <= INT_MAX ? static_cast<int>(bytes) : INT_MAX;
+}
+
+// Frees the block unless it is the caller's, and clears the pointer and the note of who made it.
+template <typename T> static void release(Impack* pack, T** block, uint32_t made) {
+    if (imp_planes_shared == 0 || (pack->made & made) != 0) mem_free(*block);
+    *block = nullptr;
+}
+
+void imp_release_planes(Impack* pack) {
+    for (uint8_t** plane : {&pack->red_plane, &pack->green_plane, &pack->blue_plane})
+        release(pack, plane, IMP_MADE_PLANES);
+    pack->made &= ~uint32_t{IMP_MADE_PLANES};
+}
+
+void imp_release_index(Impack* pack) {
+    release(pack, &pack->index_plane, IMP_MADE_INDEX);
+    pack->made &= ~uint32_t{IMP_MADE_INDEX};
+}
+
+void imp_release_vlt(Impack* pack) {
+    release(pack, &pack->vlt, IMP_MADE_VLT);
+    pack->made &= ~uint32_t{IMP_MADE_VLT};
+    pack->vlt_count = 0;
+}
+
 int imp_alloc(Impack** pack) {
     *pack = mem_new<Impack>();
     if (*pack == nullptr) {
@@ -88,14 +121,10 @@ int imp_free(Impack** pack) {
     if (p->magic != IMP_MAGIC) {
         return imp_fail_saying(IMP_NULL_PACK, "Insane impack. Line %d, file %s\n", __LINE__, SOURCE);
     }
-    if (imp_planes_shared == 0) {
-        mem_free(p->file_path);
-        mem_free(p->vlt);
-        mem_free(p->index_plane);
-        mem_free(p->red_plane);
-        mem_free(p->green_plane);
-        mem_free(p->blue_plane);
-    }
+    if (imp_planes_shared == 0) mem_free(p->file_path);
+    imp_release_vlt(p);
+    imp_release_index(p);
+    imp_release_planes(p);
     p->magic = 0;
     mem_free(p);
     *pack = nullptr;

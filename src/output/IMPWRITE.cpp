@@ -16,24 +16,6 @@ constexpr int32_t TOP_DOWN = 4;
 constexpr int32_t BOTTOM_UP = 6;
 constexpr int32_t VLT_TYPE_ENTRIES = 2;
 
-imp_pending_events pending_events = nullptr;
-
-// Progress and stop arguments of one call.
-struct progress {
-    uint32_t stop_mask;
-    int32_t stop_interval;
-    imp_stop_function stop_fn;
-    uint32_t msg_mask;
-    int32_t msg_interval;
-    imp_log_function log_fn;
-    int32_t since_message; // lines
-    int32_t since_look;    // lines
-};
-
-bool wants(const progress* p, uint32_t message) {
-    return p->log_fn != nullptr && (p->msg_mask & message) != 0;
-}
-
 uint32_t library_status() {
     uint32_t status = 0;
     rzl_get_global(RZL_GLOBAL_STATUS, &status);
@@ -114,40 +96,23 @@ bool write_line(CFILE* file, const Impack* pack, int64_t offset) {
                         plane_line(pack->blue_plane, offset)) == 0;
 }
 
-void tell_line(progress* p, const Impack* pack, int32_t line) {
+void tell_line(imp_progress* p, const Impack* pack, int32_t line) {
     bool is_last = line == pack->ysize;
-    ++p->since_message;
-    if (p->msg_interval > 0 && wants(p, IMP_MESSAGE_LINES)) {
-        char text[64];
-        bool due = p->since_message >= p->msg_interval || is_last;
-        if (due && wants(p, IMP_MESSAGE_BANNER)) {
-            std::snprintf(text, sizeof text, "Line %5d/%5d\r", line, pack->ysize);
-            p->log_fn(IMP_MESSAGE_LINES, text);
-            p->since_message = 0;
+    if (p->msg_interval > 0) {
+        bool due = imp_message_due(p) || is_last;
+        if (due && imp_wants(p, IMP_MESSAGE_BANNER | IMP_MESSAGE_LINES)) {
+            imp_tell(p, IMP_MESSAGE_LINES, "Line %5d/%5d\r", line, pack->ysize);
         }
-        if (is_last) {
-            std::snprintf(text, sizeof text, "Line %5d/%5d\n", line, pack->ysize);
-            p->log_fn(IMP_MESSAGE_LINES, text);
+        if (is_last && imp_wants(p, IMP_MESSAGE_LINES)) {
+            imp_tell(p, IMP_MESSAGE_LINES, "Line %5d/%5d\n", line, pack->ysize);
         }
     }
-    if (is_last && wants(p, IMP_MESSAGE_FLUSH)) {
-        char text[FILES_PATH_SIZE + 64];
-        const char* name = pack->file_name != nullptr ? pack->file_name : "";
-        std::snprintf(text, sizeof text, "Flushing file : %s.   Standby.\n", name);
-        p->log_fn(IMP_MESSAGE_FLUSH, text);
+    if (is_last && imp_wants(p, IMP_MESSAGE_FLUSH)) {
+        imp_tell(p, IMP_MESSAGE_FLUSH, "Flushing file : %s.   Standby.\n", imp_name_of(pack));
     }
 }
 
-// Looks at the events when it is time; true when the work is to stop.
-bool is_stopped(progress* p) {
-    if (p->stop_mask == 0 || p->stop_interval < 1) return false;
-    if (++p->since_look < p->stop_interval) return false;
-    p->since_look = 0;
-    uint32_t events = pending_events != nullptr ? pending_events() & p->stop_mask : 0;
-    return events != 0 && p->stop_fn != nullptr && p->stop_fn(events) != 0;
-}
-
-int write_lines(CFILE* file, const Impack* pack, progress* p) {
+int write_lines(CFILE* file, const Impack* pack, imp_progress* p) {
     // A BMP file stores its last line first.
     bool bottom_up = pack->standard == RZL_STANDARD_BMP;
     int64_t step = bottom_up ? -int64_t{pack->xsize} : int64_t{pack->xsize};
@@ -156,7 +121,7 @@ int write_lines(CFILE* file, const Impack* pack, progress* p) {
         tell_line(p, pack, line);
         if (!write_line(file, pack, offset)) return IMP_TRUNCATED;
         offset += step;
-        if (is_stopped(p)) return IMP_STOPPED;
+        if (imp_line_stops(p)) return IMP_STOPPED;
     }
     return IMP_OK;
 }
@@ -184,7 +149,7 @@ int write_header(CFILE* file, const char* name, const Impack* pack, int32_t comp
     return has_table && rzl_write_header(file) == 0 ? static_cast<int>(IMP_OK) : say_write_failed(name, __LINE__);
 }
 
-int write_open_file(CFILE* file, const char* name, const Impack* pack, int32_t compression, progress* p) {
+int write_open_file(CFILE* file, const char* name, const Impack* pack, int32_t compression, imp_progress* p) {
     int code = write_header(file, name, pack, compression);
     if (code != IMP_OK) {
         rzl_close(file);
@@ -213,24 +178,17 @@ int check_request(const Impack* pack, const char* file) {
     return IMP_OK;
 }
 
-void tell_banner(const progress* p, const Impack* pack) {
-    if (!wants(p, IMP_MESSAGE_BANNER)) return;
-    char text[FILES_PATH_SIZE + 16];
-    const char* name = pack != nullptr && pack->file_name != nullptr ? pack->file_name : "";
-    std::snprintf(text, sizeof text, "       %s", name);
-    p->log_fn(IMP_MESSAGE_BANNER, "Writing file : ");
-    p->log_fn(IMP_MESSAGE_BANNER, text);
+void tell_banner(const imp_progress* p, const Impack* pack) {
+    if (!imp_wants(p, IMP_MESSAGE_BANNER)) return;
+    imp_tell(p, IMP_MESSAGE_BANNER, "Writing file : ");
+    imp_tell(p, IMP_MESSAGE_BANNER, "       %s", imp_name_of(pack));
 }
 
 } // namespace
 
-void imp_set_pending_events(imp_pending_events pending) {
-    pending_events = pending;
-}
-
 int imp_write(Impack* pack, const char* file, int32_t compression, uint32_t stop_mask, int32_t stop_interval,
               imp_stop_function stop_fn, uint32_t msg_mask, int32_t msg_interval, imp_log_function log_fn) {
-    progress p = {stop_mask, stop_interval, stop_fn, msg_mask, msg_interval, log_fn, 0, 0};
+    imp_progress p = {stop_mask, stop_interval, stop_fn, msg_mask, msg_interval, log_fn, 0, 0};
     tell_banner(&p, pack);
     int code = check_request(pack, file);
     if (code != IMP_OK) return code;
@@ -245,42 +203,5 @@ int imp_write(Impack* pack, const char* file, int32_t compression, uint32_t stop
         code = write_open_file(opened, at->name, pack, compression, &p);
     }
     if (!leave_directory(at.get()) && code == IMP_OK) code = say_write_failed(file, __LINE__);
-    return code;
-}
-
-// What can be written from three planes as they are: the native formats of three planes. Other standards and 8-bit
-// formats need the pack to be converted first.
-static int check_settings(const output_settings* settings) {
-    if (settings->standard != RZL_STANDARD_KRVN) return imp_fail(IMP_BAD_STANDARD);
-    bool three_planes = settings->format == RZL_FORMAT_PLANE_RUNS || settings->format == RZL_FORMAT_RGB;
-    return three_planes ? static_cast<int>(IMP_OK) : imp_fail(IMP_BAD_FORMAT);
-}
-
-int imp_save_planes(const char* path, int32_t width, int32_t height, uint8_t* red, uint8_t* green, uint8_t* blue,
-                    const output_settings* settings) {
-    imp_planes_shared = 1;
-    if (path == nullptr) return imp_fail(IMP_BAD_FILE);
-    int code = check_settings(settings);
-    if (code != IMP_OK) return code;
-    Impack* pack = nullptr;
-    code = imp_alloc(&pack);
-    if (code != IMP_OK) return code;
-    mem_guard<char> path_copy(mem_copy_text(path));
-    if (!path_copy) {
-        imp_free(&pack);
-        return imp_fail(IMP_NO_MEMORY);
-    }
-    pack->file_path = path_copy.get();
-    pack->file_name = path_copy.get() + (imp_file_name(path) - path);
-    pack->red_plane = red;
-    pack->green_plane = green;
-    pack->blue_plane = blue;
-    pack->xsize = width;
-    pack->ysize = height;
-    pack->pixels = int64_t{width} * height;
-    pack->standard = settings->standard;
-    pack->format = settings->format;
-    code = imp_write(pack, path, 1, 0, 0, nullptr, 0, 0, nullptr);
-    imp_free(&pack);
     return code;
 }

@@ -180,7 +180,7 @@ TEST_F(Pack, ProgressIsToldAndTheWorkStops) {
 }
 
 TEST_F(Pack, EveryFailedAllocationOrWriteIsToldAndNothingLeaks) {
-    output_settings settings = {RZL_STANDARD_KRVN, RZL_FORMAT_PLANE_RUNS};
+    output_settings settings = {RZL_STANDARD_KRVN, RZL_FORMAT_PLANE_RUNS, 0, 0, 1.0};
     std::string path = directory + "/s.rgb";
     long before = mem_live();
     for (int kind = 0; kind < 2; ++kind) {
@@ -192,20 +192,20 @@ TEST_F(Pack, EveryFailedAllocationOrWriteIsToldAndNothingLeaks) {
                 files_fail_after(n, files_fail::once);
             }
             int code = imp_save_planes(path.c_str(), WIDTH, HEIGHT, planes[0].data(), planes[1].data(),
-                                       planes[2].data(), &settings);
+                                       planes[2].data(), &settings, nullptr);
             hit = kind == 0 ? mem_fail_stop() : files_fail_stop();
             EXPECT_EQ(code == IMP_OK, !hit) << kind << " " << n;
             EXPECT_EQ(mem_live(), before);
         }
         expect_planes(path, false);
     }
-    settings.standard = RZL_STANDARD_TIFF; // never a native file under another name
-    EXPECT_EQ(
-        imp_save_planes(path.c_str(), WIDTH, HEIGHT, planes[0].data(), planes[1].data(), planes[2].data(), &settings),
-        IMP_BAD_STANDARD);
-    settings = {RZL_STANDARD_KRVN, RZL_FORMAT_BYTE};
-    EXPECT_EQ(
-        imp_save_planes(path.c_str(), WIDTH, HEIGHT, planes[0].data(), planes[1].data(), planes[2].data(), &settings),
-        IMP_BAD_FORMAT);
+    settings = {RZL_STANDARD_JFIF, RZL_FORMAT_RGB, 0, 0, 1.0}; // never a native file under another name
+    EXPECT_EQ(imp_save_planes(path.c_str(), WIDTH, HEIGHT, planes[0].data(), planes[1].data(), planes[2].data(),
+                              &settings, nullptr),
+              IMP_BAD_STANDARD);
+    settings = {RZL_STANDARD_KRVN, RZL_FORMAT_BYTE_PAIRS, 0, 256, 1.0};
+    EXPECT_EQ(imp_save_planes(path.c_str(), WIDTH, HEIGHT, planes[0].data(), planes[1].data(), planes[2].data(),
+                              &settings, nullptr),
+              IMP_BAD_FORMAT);
     expect_planes(path, false); // refused before the file was touched
 }

@@ -1,0 +1,502 @@
+// Colour reduction and conversion: the table and the mapping against a plain rendering of the method with lists, the
+// conversions, who owns what, and stops and failures at every point.
+#include <cmath>
+#include <cstdint>
+#include <list>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "output/hash.h"
+#include "output/impack.h"
+#include "support/memory.h"
+
+namespace {
+
+using plane = std::vector<uint8_t>;
+
+struct picture {
+    int32_t width, height;
+    plane channels[3];
+};
+
+// ---- the method, with lists ----------------------------------------------------------------------------------------
+
+struct node {
+    int color[3];
+    int count;
+};
+
+struct box {
+    int high[3], low[3];
+    int colors, slots;
+    std::list<node> list;
+};
+
+using entry = std::vector<int>;
+
+struct reduced {
+    std::vector<entry> table;
+    plane index;
+};
+
+box root_box(const picture& p, int wanted) {
+    std::map<std::tuple<int, int, int>, int> colors;
+    for (size_t i = 0; i < p.channels[0].size(); ++i)
+        ++colors[{p.channels[0][i], p.channels[1][i], p.channels[2][i]}];
+    box root = {{255, 255, 255}, {0, 0, 0}, static_cast<int>(colors.size()), 0, {}};
+    root.slots = std::min(wanted, root.colors);
+    for (const auto& [c, count] : colors)
+        root.list.push_front({{std::get<0>(c), std::get<1>(c), std::get<2>(c)}, count});
+    return root;
+}
+
+bool contains(const box& b, const node& n) {
+    bool in = true;
+    for (int c = 0; c < 3; ++c)
+        in = in && n.color[c] >= b.low[c] && n.color[c] <= b.high[c];
+    return in;
+}
+
+std::vector<box> split(box& b) {
+    std::vector<box> children(8, box{});
+    for (int k = 0; k < 8; ++k) {
+        for (int c = 0; c < 3; ++c) {
+            int mid = (b.high[c] + b.low[c]) >> 1;
+            bool upper = (k >> (2 - c) & 1) != 0;
+            children[static_cast<size_t>(k)].low[c] = upper ? mid + 1 : b.low[c];
+            children[static_cast<size_t>(k)].high[c] = upper ? b.high[c] : mid;
+        }
+    }
+    for (const node& n : b.list) {
+        for (box& child : children) {
+            if (!contains(child, n)) continue;
+            child.list.push_front(n);
+            ++child.colors;
+            break;
+        }
+    }
+    int sum = 0;
+    for (box& child : children) {
+        if (child.colors == 0) continue;
+        int share = static_cast<int>(static_cast<double>(b.slots) / b.colors * child.colors + 1.5);
+        child.slots = std::min(child.colors, share);
+        sum += child.slots;
+    }
+    for (; sum > b.slots; --sum) {
+        box* most = &children[0];
+        for (box& child : children) {
+            if (child.slots > most->slots || (child.slots == most->slots && child.colors < most->colors)) most = &child;
+        }
+        --most->slots;
+    }
+    return children;
+}
+
+entry mean_of(const box& b) {
+    double total = 0;
+    for (const node& n : b.list)
+        total += n.count;
+    double sums[3] = {};
+    for (const node& n : b.list) {
+        for (int c = 0; c < 3; ++c)
+            sums[c] += n.count / total * n.color[c];
+    }
+    entry mean;
+    for (double sum : sums)
+        mean.push_back(static_cast<int>(std::min(sum + 0.5, 255.0)));
+    return mean;
+}
+
+int distance(const entry& e, int r, int g, int b) {
+    return (e[0] - r) * (e[0] - r) + (e[1] - g) * (e[1] - g) + (e[2] - b) * (e[2] - b);
+}
+
+size_t nearest(const std::vector<entry>& table, int r, int g, int b) {
+    size_t best = 0;
+    for (size_t i = 1; i < table.size(); ++i) {
+        if (distance(table[i], r, g, b) < distance(table[best], r, g, b)) best = i;
+    }
+    return best;
+}
+
+std::vector<entry> pick(const picture& p, int wanted) {
+    std::vector<entry> table;
+    std::vector<box> stack = {root_box(p, wanted)};
+    while (!stack.empty()) {
+        box b = stack.back();
+        stack.pop_back();
+        if (b.slots == 1) table.push_back(mean_of(b));
+        if (b.slots < 2) continue;
+        for (box& child : split(b)) {
+            if (child.slots > 0) stack.push_back(child);
+        }
+    }
+    std::swap(table[0], table[nearest(table, 0, 0, 0)]);
+    std::swap(table.back(), table[nearest(table, 255, 255, 255)]);
+    return table;
+}
+
+void spread(std::vector<std::vector<int16_t>>& rows, size_t x, int error) {
+    int m = std::abs(error);
+    int sign = error < 0 ? -1 : 1;
+    int right = (m >> 1) - (m >> 4);
+    int below = 5 * m >> 4;
+    int left = 3 * m >> 4;
+    auto add = [&](int row, size_t at, int share) {
+        rows[static_cast<size_t>(row)][at] = static_cast<int16_t>(rows[static_cast<size_t>(row)][at] + sign * share);
+    };
+    add(0, x + 2, right);
+    add(1, x, left);
+    add(1, x + 1, below);
+    add(1, x + 2, m - right - below - left);
+}
+
+reduced reduce(const picture& p, int wanted, bool diffuse) {
+    reduced out = {pick(p, wanted), plane(p.channels[0].size())};
+    auto width = static_cast<size_t>(p.width);
+    std::vector<std::vector<std::vector<int16_t>>> rows(
+        3, std::vector<std::vector<int16_t>>(2, std::vector<int16_t>(width + 2)));
+    for (size_t i = 0; i < out.index.size(); ++i) {
+        size_t x = i % width;
+        int v[3];
+        for (size_t c = 0; c < 3; ++c) {
+            if (x == 0 && i > 0) {
+                std::swap(rows[c][0], rows[c][1]);
+                rows[c][1].assign(width + 2, 0);
+            }
+            int carried = diffuse ? rows[c][0][x + 1] : 0;
+            v[c] = std::max(0, std::min(255, p.channels[c][i] + carried));
+        }
+        size_t at = nearest(out.table, v[0] & ~7, v[1] & ~7, v[2] & ~7);
+        out.index[i] = static_cast<uint8_t>(at);
+        for (size_t c = 0; c < 3; ++c)
+            spread(rows[c], x, v[c] - out.table[at][c]);
+    }
+    return out;
+}
+
+// ---- pictures ------------------------------------------------------------------------------------------------------
+
+uint32_t next_random(uint32_t* seed) {
+    *seed = *seed * 1664525 + 1013904223;
+    return *seed >> 8;
+}
+
+// Slopes with noise of the given size: small noise gives a few colours in bands, large noise fills the cube.
+picture make_picture(int32_t width, int32_t height, uint32_t noise) {
+    picture p = {width, height, {}};
+    uint32_t seed = 5 + noise;
+    for (int32_t y = 0; y < height; ++y) {
+        for (int32_t x = 0; x < width; ++x) {
+            const int base[3] = {x * 255 / width, y * 255 / height, (x + y) * 255 / (width + height)};
+            for (size_t c = 0; c < 3; ++c) {
+                int value = base[c] + static_cast<int>(next_random(&seed) % noise) - static_cast<int>(noise / 2);
+                p.channels[c].push_back(static_cast<uint8_t>(std::max(0, std::min(255, value))));
+            }
+        }
+    }
+    return p;
+}
+
+class Colors : public testing::Test {
+protected:
+    void SetUp() override { imp_planes_shared = 1; }
+    void TearDown() override {
+        imp_set_pending_events(nullptr);
+        imp_planes_shared = 0;
+    }
+    static Impack* pack_of(picture* p) {
+        Impack* pack = nullptr;
+        EXPECT_EQ(imp_alloc(&pack), IMP_OK);
+        pack->xsize = p->width;
+        pack->ysize = p->height;
+        pack->pixels = int64_t{p->width} * p->height;
+        pack->red_plane = p->channels[0].data();
+        pack->green_plane = p->channels[1].data();
+        pack->blue_plane = p->channels[2].data();
+        return pack;
+    }
+    static int convert(Impack* pack, int32_t standard, int32_t format, int32_t mode, int32_t colors, double gamma) {
+        return imp_convert(pack, standard, format, mode, 0, 0, colors, gamma, 0, 0, nullptr, 0, 0, nullptr);
+    }
+    static void expect_reduced(picture p, int colors, bool diffuse) {
+        reduced wanted = reduce(p, colors, diffuse);
+        Impack* pack = pack_of(&p);
+        ASSERT_EQ(imp_make_vlt(pack, diffuse ? 0 : 1, colors, 0.0, 0, 0, nullptr, 0, 0, nullptr), IMP_OK);
+        ASSERT_EQ(static_cast<size_t>(pack->vlt_count), wanted.table.size());
+        for (size_t i = 0; i < wanted.table.size(); ++i) {
+            const rzl_vlt_entry& e = pack->vlt[i];
+            EXPECT_EQ(e.slot, i);
+            EXPECT_EQ((entry{e.red, e.green, e.blue}), wanted.table[i]) << i;
+        }
+        EXPECT_EQ(plane(pack->index_plane, pack->index_plane + pack->pixels), wanted.index);
+        imp_free(&pack);
+    }
+};
+
+} // namespace
+
+TEST_F(Colors, TablesAndIndicesAreThoseOfTheMethod) {
+    for (uint32_t noise : {1U, 9U, 60U, 600U}) {
+        for (int colors : {1, 2, 7, 100, 256}) {
+            SCOPED_TRACE(std::to_string(noise) + " " + std::to_string(colors));
+            expect_reduced(make_picture(97, 61, noise), colors, true);
+            expect_reduced(make_picture(97, 61, noise), colors, false);
+        }
+    }
+    expect_reduced(make_picture(1, 300, 60), 16, true);
+    expect_reduced(make_picture(300, 1, 60), 16, true);
+    expect_reduced({4, 1, {{9, 9, 9, 9}, {9, 9, 9, 9}, {200, 200, 200, 200}}}, 256, true);
+    expect_reduced({4, 1, {{255, 254, 255, 254}, {255, 255, 254, 254}, {255, 255, 255, 254}}}, 256, true);
+}
+
+// A hash that may not grow gives way to the table of all colours: boxes and means come out the same, to the last bit.
+TEST_F(Colors, ListsAndTheTableOfAllColoursAgree) {
+    picture p = make_picture(90, 70, 300);
+    color_hash list = {};
+    color_hash table = {};
+    table.last_bits = 6;
+    for (color_hash* hash : {&list, &table}) {
+        ASSERT_TRUE(hash_add(hash, p.channels[0].data(), p.channels[1].data(), p.channels[2].data(), 6300));
+        ASSERT_TRUE(hash_seal(hash));
+    }
+    ASSERT_EQ(list.table, nullptr);
+    ASSERT_NE(table.table, nullptr);
+    ASSERT_EQ(list.distinct, table.distinct);
+    color_box box = {255, 0, 255, 0, 255, 0, true, static_cast<int32_t>(list.distinct), 0, 0};
+    for (int half = 127; half > 30; half /= 2) {
+        color_box children[2][BOX_CHILDREN];
+        for (int k = 0; k < BOX_CHILDREN; ++k) {
+            color_box child = box;
+            auto low = static_cast<uint8_t>(half);
+            auto next = static_cast<uint8_t>(half + 1);
+            ((k & 4) != 0 ? child.min_red : child.max_red) = (k & 4) != 0 ? next : low;
+            ((k & 2) != 0 ? child.min_green : child.max_green) = (k & 2) != 0 ? next : low;
+            ((k & 1) != 0 ? child.min_blue : child.max_blue) = (k & 1) != 0 ? next : low;
+            children[0][k] = children[1][k] = child;
+        }
+        hash_split(&list, &box, children[0]);
+        hash_split(&table, &box, children[1]);
+        for (int k = 0; k < BOX_CHILDREN; ++k) {
+            EXPECT_EQ(children[0][k].colors, children[1][k].colors);
+            if (children[0][k].colors == 0) continue;
+            mean_color a = hash_mean(&list, &children[0][k]);
+            mean_color b = hash_mean(&table, &children[1][k]);
+            EXPECT_TRUE(a.red == b.red && a.green == b.green && a.blue == b.blue) << half << " " << k;
+        }
+        box = children[0][0];
+    }
+    hash_free(&list);
+    hash_free(&table);
+}
+
+TEST_F(Colors, TheTableGoesThroughTheGamma) {
+    picture p = {3, 1, {{0, 128, 255}, {0, 128, 255}, {0, 128, 255}}};
+    const struct {
+        double gamma;
+        int middle, high;
+    } cases[] = {{1.0, 32896, 65535}, {2.0, 46431, 65535}, {0.0, 128, 255}, {10.0, 128, 255}};
+    for (const auto& c : cases) {
+        Impack* pack = pack_of(&p);
+        ASSERT_EQ(convert(pack, RZL_STANDARD_GIF, RZL_FORMAT_BYTE_RUNS, 1, 256, c.gamma), IMP_OK);
+        EXPECT_EQ(pack->vlt_count, 3);
+        EXPECT_EQ(pack->red_plane, nullptr);
+        EXPECT_EQ(pack->vlt[0].red, 0);
+        EXPECT_EQ(pack->vlt[1].green, c.middle);
+        EXPECT_EQ(pack->vlt[2].blue, c.high);
+        EXPECT_EQ(plane(pack->index_plane, pack->index_plane + 3), (plane{0, 1, 2}));
+        EXPECT_EQ(pack->standard, RZL_STANDARD_GIF);
+        imp_free(&pack);
+    }
+}
+
+TEST_F(Colors, GreyLevelsAndGammaOnPlanes) {
+    picture p = {4, 1, {{0, 255, 100, 255}, {0, 255, 50, 0}, {0, 255, 200, 0}}};
+    const struct {
+        int32_t colors;
+        double gamma;
+        plane wanted;
+    } cases[] = {{256, 1.0, {0, 255, 95, 77}}, {2, 1.0, {0, 255, 0, 0}}, {256, 2.0, {0, 255, 155, 140}}};
+    for (const auto& c : cases) {
+        Impack* pack = pack_of(&p);
+        ASSERT_EQ(convert(pack, RZL_STANDARD_KRVN, RZL_FORMAT_BYTE, IMP_COLOR_GREY, c.colors, c.gamma), IMP_OK);
+        EXPECT_EQ(plane(pack->index_plane, pack->index_plane + 4), c.wanted) << c.colors << " " << c.gamma;
+        EXPECT_EQ(pack->vlt_count, 0);
+        imp_free(&pack);
+    }
+    Impack* pack = pack_of(&p);
+    ASSERT_EQ(convert(pack, RZL_STANDARD_KRVN, RZL_FORMAT_RGB, 1, 0, 1.0), IMP_OK);
+    EXPECT_EQ(p.channels[0], (plane{0, 255, 100, 255}));
+    for (double gamma : {2.0, 0.0, -1.0, std::nan("")})
+        ASSERT_EQ(convert(pack, RZL_STANDARD_KRVN, RZL_FORMAT_RGB, 1, 0, gamma), IMP_OK); // whatever comes, in bounds
+    imp_free(&pack);
+}
+
+TEST_F(Colors, OnePlaneInEveryDirection) {
+    long before = mem_live();
+    for (int shared : {0, 1}) {
+        imp_planes_shared = shared;
+        auto own = [&](const std::vector<uint8_t>& from) {
+            auto* block = mem_new_array<uint8_t>(from.size());
+            std::copy(from.begin(), from.end(), block);
+            return block;
+        };
+        auto table = [&] {
+            auto* t = mem_new_array<rzl_vlt_entry>(2);
+            t[0] = {0, 0xFF00, 0, 0x0100};
+            t[1] = {1, 0x80FF, 0x4000, 0xFFFF};
+            return t;
+        };
+        const struct {
+            bool has_table;
+            int32_t format, mode;
+        } cases[] = {{false, 28, 1}, {true, 28, 1}, {true, 2, 2}, {false, 2, 1}, {false, 2, 2}};
+        for (const auto& c : cases) {
+            Impack* pack = nullptr;
+            imp_alloc(&pack);
+            pack->xsize = 3;
+            pack->pixels = 3;
+            pack->ysize = 1;
+            uint8_t* index = pack->index_plane = own({0, 1, 200});
+            rzl_vlt_entry* vlt = pack->vlt = c.has_table ? table() : nullptr;
+            pack->vlt_count = c.has_table ? 2 : 0;
+            ASSERT_EQ(convert(pack, RZL_STANDARD_KRVN, c.format, c.mode, 4, 1.0), IMP_OK);
+            plane first(3);
+            const uint8_t* from = pack->index_plane != nullptr ? pack->index_plane : pack->blue_plane;
+            std::copy(from, from + 3, first.begin());
+            if (c.format == 28) {
+                EXPECT_EQ(first, c.has_table ? (plane{1, 255, 0}) : (plane{0, 1, 200}));
+                EXPECT_EQ(pack->red_plane[0], c.has_table ? 255 : 0);
+            } else if (c.has_table) {
+                EXPECT_EQ(first, (plane{85, 85, 0})); // 77 and 121 of 255 in four levels
+                EXPECT_EQ(pack->vlt_count, 0);
+            } else {
+                EXPECT_EQ(first, c.mode == 2 ? (plane{0, 1, 200}) : (plane{0, 0, 2}));
+                EXPECT_EQ(pack->vlt_count, c.mode == 2 ? 0 : 4);
+                if (c.mode == 1) {
+                    EXPECT_EQ(pack->vlt[1].red, 21845);
+                }
+            }
+            imp_free(&pack);
+            if (shared == 0) continue;
+            EXPECT_EQ(index[2], 200); // the caller's, as it was
+            mem_free(index);
+            mem_free(vlt);
+        }
+    }
+    EXPECT_EQ(mem_live(), before);
+}
+
+TEST_F(Colors, RequestsAreMadeConsistentOrRefused) {
+    const struct {
+        int32_t standard, format, compressed, depth, colors; // asked
+        int32_t result, out_format, out_depth, out_colors;
+    } cases[] = {
+        {0, 27, 1, 24, 77, 0, 27, 24, 0},  {0, 30, 0, 24, 1, 0, 2, 8, 256},    {2, 28, 0, 24, 16, 0, 29, 8, 16},
+        {4, 27, 1, 24, 300, 0, 28, 24, 0}, {4, 29, 1, 24, 300, 0, 29, 8, 256}, {6, 27, 1, 24, 5, -1, 27, 24, 5},
+    };
+    for (const auto& c : cases) {
+        int32_t format = c.format;
+        int32_t compressed = c.compressed;
+        int32_t depth = c.depth;
+        int32_t gray = 1;
+        int32_t colors = c.colors;
+        EXPECT_EQ(imp_normalise(c.standard, &format, &compressed, &depth, &gray, &colors), c.result);
+        EXPECT_EQ((std::vector<int32_t>{format, depth, colors}),
+                  (std::vector<int32_t>{c.out_format, c.out_depth, c.out_colors}));
+    }
+    picture p = make_picture(8, 8, 9);
+    Impack* pack = pack_of(&p);
+    EXPECT_EQ(convert(pack, 6, 29, 1, 16, 1.0), IMP_BAD_STANDARD);
+    EXPECT_EQ(convert(pack, 2, 28, 1, 16, 1.0), IMP_BAD_FORMAT);
+    EXPECT_EQ(convert(pack, 2, 29, 1, 257, 1.0), IMP_BAD_FLAG);
+    EXPECT_EQ(convert(nullptr, 2, 29, 1, 16, 1.0), IMP_NULL_PACK);
+    EXPECT_EQ(imp_convert(pack, 2, 29, 1, 0, 2, 16, 1.0, 0, 0, nullptr, 0, 0, nullptr), IMP_BAD_FLAG);
+    EXPECT_EQ(pack->standard, -1);
+    EXPECT_EQ(pack->vlt_count, 0);
+    EXPECT_EQ(imp_convert(pack, 2, 28, 1, 1, 0, 16, 1.0, 0, 0, nullptr, 0, 0, nullptr), IMP_OK); // put right
+    EXPECT_EQ(pack->format, 29);
+    EXPECT_LE(pack->vlt_count, 64); // all 256 are to be had
+    imp_free(&pack);
+}
+
+// The messages of a whole reduction, and a stop at each place where one can come.
+TEST_F(Colors, ProgressIsToldAndEveryStopLeavesThePackAsItWas) {
+    static std::vector<std::string> told;
+    static int looks;
+    static int stop_at;
+    told.clear();
+    picture p = {2, 3, {{0, 255, 0, 255, 0, 255}, {0, 255, 0, 255, 0, 255}, {0, 255, 0, 255, 0, 255}}};
+    Impack* pack = pack_of(&p);
+    auto log = [](int level, const char* text) { told.push_back(std::to_string(level) + text); };
+    ASSERT_EQ(imp_make_vlt(pack, 0, 256, 1.0, 0, 0, nullptr, 52, 2, log), IMP_OK);
+    std::vector<std::string> wanted = {"16Making vlt.",
+                                       "32       Accumulating color data",
+                                       "4       Line     1/    3\r",
+                                       "4       Line     3/    3\n",
+                                       "32       Picking optimal colors.",
+                                       "4       COLOR   1/  2\r",
+                                       "4       COLOR   2/  2\r",
+                                       "4       COLOR   2/  2\n",
+                                       "32       Inverting color table."};
+    ASSERT_EQ(told.size(), wanted.size() + 33 + 3);
+    EXPECT_EQ(told[9], "4       Percent:  0.01\r");
+    EXPECT_EQ(told[41], "4       Percent: 100.00\n");
+    EXPECT_EQ(told[42], "32       Mapping colors to vlt.");
+    told.resize(wanted.size());
+    EXPECT_EQ(told, wanted);
+    imp_free(&pack);
+
+    imp_set_pending_events([]() -> uint32_t { return 3; });
+    auto stop = [](uint32_t events) {
+        EXPECT_EQ(events, 2U);
+        return looks++ == stop_at ? 1 : 0;
+    };
+    long before = mem_live();
+    int code = IMP_STOPPED;
+    for (stop_at = 0; code == IMP_STOPPED; ++stop_at) {
+        looks = 0;
+        pack = pack_of(&p);
+        imp_error = IMP_OK;
+        code = imp_convert(pack, 2, 29, 1, 0, 0, 256, 1.0, 2, 1, stop, 0, 0, nullptr);
+        EXPECT_EQ(imp_error, IMP_OK);
+        if (code == IMP_STOPPED) {
+            EXPECT_EQ(pack->red_plane, p.channels[0].data());
+            EXPECT_EQ(pack->index_plane, nullptr);
+            EXPECT_EQ(pack->vlt, nullptr);
+            EXPECT_EQ(pack->standard, -1);
+        }
+        imp_free(&pack);
+        EXPECT_EQ(mem_live(), before);
+    }
+    EXPECT_EQ(stop_at, 3 + 2 + 32 + 3 + 1);
+}
+
+TEST_F(Colors, EveryFailedAllocationLeavesThePackAsItWas) {
+    int failures = 0;
+    picture p = make_picture(40, 30, 60); // its colours make the hash grow
+    for (int mode : {1, IMP_COLOR_GREY}) {
+        bool hit = true;
+        for (long n = 0; hit; ++n) {
+            long before = mem_live();
+            Impack* pack = pack_of(&p);
+            mem_fail_after(n, mem_fail::once);
+            int code = convert(pack, 2, 29, mode, 256, 1.0);
+            hit = mem_fail_stop();
+            // A list that can't be made shorter serves as it is.
+            EXPECT_TRUE(code == IMP_OK || (hit && code == IMP_NO_MEMORY)) << n;
+            failures += code == IMP_OK ? 0 : 1;
+            if (code != IMP_OK) {
+                EXPECT_EQ(pack->red_plane, p.channels[0].data());
+                EXPECT_EQ(pack->vlt_count, 0);
+            }
+            imp_free(&pack);
+            EXPECT_EQ(mem_live(), before) << n;
+        }
+    }
+    EXPECT_GT(failures, 10);
+}
