@@ -153,7 +153,7 @@ enum {
     RZL_FIELD_SAMPLES = 506,
     RZL_FIELD_BITS = 507,
     RZL_FIELD_QUALITY = 508,
-    RZL_FIELD_USER_TAG = 509,
+    RZL_FIELD_USER_TAG = 509, /* rzl_user_tag */
     RZL_FIELD_RAW_SAMPLES = 701,
     RZL_FIELD_STATUS = 702 /* uint32_t; the status of the operation before */
 };
@@ -239,7 +239,22 @@ typedef struct rzl_stat {
     int32_t packet_words, packet_room, jpeg_quality;
     double matrix[16];
     double aspect_ratio;
+    int32_t planar, compression; /* of TIFF files: fields 503 and 501 */
 } rzl_stat;
+
+/* A tag of a TIFF file, field RZL_FIELD_USER_TAG. Types: 1 bytes, 2 text, 3 16-bit and 4 32-bit values, 5 pairs of
+ * 32-bit values, all in the machine's byte order. To read, set `tag` and `data.pointer`: to a buffer, or null, which
+ * gives type and count alone with RZL_NO_OUTPUT_BUFFER_2. A value of up to 4 bytes in all stands in `data.bytes`, in
+ * both directions. Setting copies the value. */
+typedef struct rzl_user_tag {
+    uint16_t tag;
+    uint16_t type;
+    uint32_t count;
+    union {
+        void* pointer;
+        uint8_t bytes[8];
+    } data;
+} rzl_user_tag;
 
 /* A row of the table of known combinations of standard, sample layout and data format. */
 typedef struct rzl_format_row {

@@ -6,6 +6,7 @@
 
 #include "raster/GIF/gif.h"
 #include "raster/KRVN/krv.h"
+#include "raster/TIFF/tiff.h"
 #include "support/memory.h"
 
 namespace {
@@ -16,6 +17,7 @@ constexpr char SOURCE[] = "CORE/standard";
 constexpr format_module MODULES[] = {
     {RZL_STANDARD_KRVN, "KRVN", krv_open, krv_initialise},
     {RZL_STANDARD_GIF, "GIF", gif_open, gif_initialise},
+    {RZL_STANDARD_TIFF, "TIFF", tif_open, tif_initialise},
 };
 
 // By id. Id 7 is no format.

@@ -1,0 +1,281 @@
+// LZW as TIFF packs it: codes most significant bit first, one code earlier to the next width than other users of it.
+//
+// The decoder keeps no strings: the string of a code stands in the output already written, where the code before it was
+// put out, and goes on by one byte. Its first 8 bytes stand in the table as well, so that short strings, which are most
+// of them, are one store. The encoder finds strings in a hash table of prefix code and byte; an entry carries the
+// number of the round that made it, so that starting a new table costs nothing.
+#include <algorithm>
+#include <cstring>
+
+#include "raster/TIFF/tiff.h"
+
+namespace {
+
+constexpr uint32_t CLEAR = 256;
+constexpr uint32_t END = 257;
+constexpr uint32_t FIRST_FREE = 258;
+constexpr uint32_t LAST_CODE = 4094; // the table starts over when this code is in use
+constexpr int FIRST_WIDTH = 9;
+constexpr uint32_t INLINE_BYTES = 8;
+
+// ---- bits in
+
+struct bit_source {
+    const uint8_t* next;
+    const uint8_t* end;
+    uint64_t bits; // left-aligned
+    int count;     // of them that are valid
+};
+
+// At least 56 bits, or what is left.
+void refill(bit_source* s) {
+    if (s->end - s->next >= 8) {
+        uint64_t word;
+        std::memcpy(&word, s->next, sizeof word);
+        s->bits |= __builtin_bswap64(word) >> s->count;
+        s->next += (63 - s->count) >> 3;
+        s->count |= 56;
+        return;
+    }
+    for (; s->count <= 56 && s->next != s->end; s->count += 8)
+        s->bits |= static_cast<uint64_t>(*s->next++) << (56 - s->count);
+}
+
+// ---- the decoder
+
+struct lzw_strings {
+    uint64_t head[4096];   // first bytes, the first one lowest
+    uint32_t start[4096];  // where in the output the string stands
+    uint16_t length[4096]; // bytes
+};
+
+void put_string(const lzw_strings& strings, uint32_t code, uint8_t* target, size_t at) {
+    std::memcpy(target + at, &strings.head[code], INLINE_BYTES);
+    size_t length = strings.length[code];
+    const uint8_t* from = target + strings.start[code];
+    for (size_t i = INLINE_BYTES; i < length; i += INLINE_BYTES)
+        std::memcpy(target + at + i, from + i, INLINE_BYTES);
+}
+
+// The string of `previous`, which stands at `start`, and one byte more.
+void add_string(lzw_strings* strings, uint32_t code, uint32_t previous, uint32_t start, uint64_t byte) {
+    uint32_t length = strings->length[previous];
+    uint64_t head = strings->head[previous];
+    strings->head[code] = length < INLINE_BYTES ? head | byte << (8 * length) : head;
+    strings->length[code] = static_cast<uint16_t>(length + 1);
+    strings->start[code] = start;
+}
+
+void begin_strings(lzw_strings* strings) {
+    for (uint32_t i = 0; i < FIRST_FREE; ++i) {
+        strings->head[i] = i & 0xFF;
+        strings->length[i] = 1;
+        strings->start[i] = 0;
+    }
+}
+
+struct lzw_decoder {
+    bit_source in;
+    uint8_t* target;
+    size_t limit;
+    size_t at;         // bytes written
+    uint32_t start;    // where the string of the last code was put
+    uint32_t previous; // the last code
+    bool ended, sound;
+};
+
+void end_decoding(lzw_decoder* d, bool sound) {
+    d->ended = true;
+    d->sound = sound;
+}
+
+bool take_code(bit_source* in, int width, uint32_t* code) {
+    refill(in);
+    if (in->count < width) return false;
+    *code = static_cast<uint32_t>(in->bits >> (64 - width));
+    in->bits <<= width;
+    in->count -= width;
+    return true;
+}
+
+// The first code of a table, a byte that stands for itself.
+void take_first(lzw_decoder* d) {
+    uint32_t code = CLEAR;
+    while (code == CLEAR) {
+        if (!take_code(&d->in, FIRST_WIDTH, &code)) return end_decoding(d, true);
+    }
+    if (code >= CLEAR) return end_decoding(d, code == END);
+    if (d->at >= d->limit) return end_decoding(d, true);
+    d->start = static_cast<uint32_t>(d->at);
+    d->previous = code;
+    d->target[d->at++] = static_cast<uint8_t>(code);
+}
+
+// The string that would pass the limit, up to there.
+void put_last(const lzw_strings& strings, lzw_decoder* d, uint32_t code) {
+    uint64_t head = strings.head[code];
+    size_t length = std::min<size_t>(strings.length[code], d->limit - d->at);
+    for (size_t i = 0; i < length; ++i)
+        d->target[d->at + i] =
+            i < INLINE_BYTES ? static_cast<uint8_t>(head >> (8 * i)) : d->target[strings.start[code] + i];
+    d->at += length;
+    end_decoding(d, true);
+}
+
+// A full table starts over by itself; writers that send a clear code all the same find it taken.
+void pass_clear(bit_source* in) {
+    bit_source ahead = *in;
+    uint32_t code = 0;
+    if (take_code(&ahead, 12, &code) && code == CLEAR) *in = ahead;
+}
+
+// Codes of one width up to the code `last`, which is the last that the width can name. False when the table ended.
+bool take_codes(lzw_strings* strings, lzw_decoder* d, uint32_t* next, int width, uint32_t last) {
+    lzw_decoder s = *d; // in registers
+    uint32_t free = *next;
+    uint32_t code = 0;
+    bool on = true;
+    while (free <= last) {
+        if (s.in.count < width) {
+            refill(&s.in);
+            if (s.in.count < width) {
+                end_decoding(&s, true);
+                on = false;
+                break;
+            }
+        }
+        code = static_cast<uint32_t>(s.in.bits >> (64 - width));
+        s.in.bits <<= width;
+        s.in.count -= width;
+        if (code == CLEAR || code == END || code > free) {
+            if (code != CLEAR) end_decoding(&s, code == END);
+            on = false;
+            break;
+        }
+        uint64_t first = strings->head[code == free ? s.previous : code] & 0xFF;
+        add_string(strings, free++, s.previous, s.start, first);
+        size_t length = strings->length[code];
+        if (length > s.limit - s.at) {
+            put_last(*strings, &s, code);
+            on = false;
+            break;
+        }
+        put_string(*strings, code, s.target, s.at);
+        s.start = static_cast<uint32_t>(s.at);
+        s.previous = code;
+        s.at += length;
+    }
+    *next = free;
+    *d = s;
+    return on;
+}
+
+// One table, from its first code to a clear code or the end.
+void take_table(lzw_strings* strings, lzw_decoder* d) {
+    take_first(d);
+    uint32_t next = FIRST_FREE;
+    for (int width = FIRST_WIDTH; width <= 12 && !d->ended; ++width) {
+        uint32_t last = width == 12 ? LAST_CODE : (1u << width) - 2;
+        if (!take_codes(strings, d, &next, width, last)) return;
+    }
+    if (!d->ended) pass_clear(&d->in);
+}
+
+// ---- bits out
+
+struct bit_sink {
+    uint8_t* next;
+    uint64_t bits; // the lowest `count` are waiting
+    int count;
+};
+
+void put_code(bit_sink* s, uint32_t code, int width) {
+    s->bits = s->bits << width | code;
+    s->count += width;
+    if (s->count < 32) return;
+    s->count -= 32;
+    store_u32be(s->next, static_cast<uint32_t>(s->bits >> s->count));
+    s->next += 4;
+}
+
+void put_rest(bit_sink* s) {
+    for (; s->count > 0; s->count -= 8)
+        *s->next++ = static_cast<uint8_t>(s->count >= 8 ? s->bits >> (s->count - 8) : s->bits << (8 - s->count));
+}
+
+// ---- the encoder
+
+// An entry: the round that made it, prefix code and byte, and the code of the string.
+constexpr uint64_t entry_key(uint32_t round, uint32_t key) {
+    return static_cast<uint64_t>(round) << 32 | static_cast<uint64_t>(key) << 12;
+}
+constexpr uint32_t slot_of(uint32_t key) {
+    return key * 0x9E3779B1u >> 19;
+}
+static_assert(slot_of(0xFFFFFFFF) < TIF_LZW_SLOTS && TIF_LZW_SLOTS == 1u << 13);
+
+void next_round(uint64_t* table, uint32_t* round) {
+    if (++*round != 0) return;
+    std::memset(table, 0, TIF_LZW_SLOTS * sizeof *table);
+    *round = 1;
+}
+
+// The width of the code that follows when `last` is the last one in use.
+constexpr int width_after(uint32_t last) {
+    return last < 511 ? 9 : last < 1023 ? 10 : last < 2047 ? 11 : 12;
+}
+
+} // namespace
+
+size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_t limit, bool* sound) {
+    lzw_strings strings;
+    begin_strings(&strings);
+    lzw_decoder d = {};
+    d.in = {source, source + size, 0, 0};
+    d.target = target;
+    d.limit = std::min<size_t>(limit, UINT32_MAX);
+    while (!d.ended)
+        take_table(&strings, &d);
+    *sound = d.sound;
+    return d.at;
+}
+
+size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, uint64_t* table, uint32_t* round) {
+    bit_sink out = {target, 0, 0};
+    put_code(&out, CLEAR, FIRST_WIDTH);
+    uint32_t last = END;
+    int width = FIRST_WIDTH;
+    next_round(table, round);
+    uint32_t prefix = length > 0 ? source[0] : 0;
+    for (size_t i = 1; i < length; ++i) {
+        uint32_t key = prefix << 8 | source[i];
+        uint64_t wanted = entry_key(*round, key);
+        uint32_t slot = slot_of(key);
+        uint64_t entry = table[slot];
+        while ((entry >> 12) != (wanted >> 12) && static_cast<uint32_t>(entry >> 32) == *round) {
+            slot = (slot + 1) % TIF_LZW_SLOTS;
+            entry = table[slot];
+        }
+        if ((entry >> 12) == (wanted >> 12)) {
+            prefix = static_cast<uint32_t>(entry & 0xFFF);
+            continue;
+        }
+        put_code(&out, prefix, width);
+        table[slot] = wanted | ++last;
+        prefix = source[i];
+        if (last == LAST_CODE) {
+            put_code(&out, CLEAR, width);
+            next_round(table, round);
+            last = END;
+        }
+        width = width_after(last);
+    }
+    if (length > 0) {
+        put_code(&out, prefix, width);
+        // The reader has by now a code more in use than this table.
+        width = width_after(last + 1);
+    }
+    put_code(&out, END, width);
+    put_rest(&out);
+    return static_cast<size_t>(out.next - target);
+}

@@ -1,0 +1,170 @@
+// TIFF: the active image, and the images of a file that holds several.
+#include <cstring>
+
+#include "raster/CORE/tilesetup.h"
+#include "raster/TIFF/tiff.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr const char* SOURCE = "TIFF/tifmulti";
+
+// Neither an overview nor a mask of another image.
+bool is_image(const tif_image* image) {
+    return (image->subfile_type & 5) == 0;
+}
+
+// The record of an image by its number; the main one is number 0 whatever it says. Null beyond the last.
+tif_image* find_image(const CFILE* c, int32_t number) {
+    tif_image* image = tif_spec_of(c)->first;
+    for (int32_t at = 0; image != nullptr && at < number;) {
+        image = image->next;
+        if (image != nullptr && is_image(image)) ++at;
+    }
+    return image;
+}
+
+int32_t count_images(const CFILE* c) {
+    int32_t count = 1;
+    for (const tif_image* image = tif_spec_of(c)->first->next; image != nullptr; image = image->next)
+        count += is_image(image) ? 1 : 0;
+    return count;
+}
+
+bool make_tile_record(CFILE* c, const tif_image* image) {
+    if (!tif_is_tiled(image)) {
+        free_tile_record(c);
+        return true;
+    }
+    if (c->tile == nullptr) c->tile = mem_new<tile_record>();
+    if (c->tile == nullptr) return false;
+    drop_tile_row(c);
+    c->tile->width = image->tile_width;
+    c->tile->height = image->tile_length;
+    c->tile->tiles_across = image->tiles_across;
+    c->tile->tiles_down = image->tiles_down;
+    c->tile->end_offset = 0;
+    set_flag(c, FLAG_TILED, true);
+    return true;
+}
+
+bool make_ccitt_record(CFILE* c, const tif_image* image) {
+    if (!tif_is_fax(image->compression)) {
+        mem_free(c->ccitt);
+        c->ccitt = nullptr;
+        return true;
+    }
+    if (c->ccitt == nullptr) c->ccitt = mem_new<ccitt_record>();
+    return c->ccitt != nullptr;
+}
+
+// Memory that an image which is only read can get back.
+void release_arrays(const CFILE* c, tif_image* image) {
+    if (c->mode != MODE_READ || image == nullptr) return;
+    mem_free(image->strip_offsets);
+    mem_free(image->strip_byte_counts);
+    image->strip_offsets = image->strip_byte_counts = nullptr;
+    image->strip_count = 0;
+}
+
+// A further image of the size and kind of the one in hand.
+int append_image(CFILE* c) {
+    tif_spec* spec = tif_spec_of(c);
+    if ((spec->image->flags & TIF_IN_FILE) == 0) return tif_refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+    tif_image* image = tif_append_image(c, spec->image, 2);
+    if (image == nullptr) return 1;
+    image->image_width = spec->image->image_width;
+    image->image_length = spec->image->image_length;
+    if (!tif_activate(c, image)) return 1;
+    // It can be changed like a new file until its first line.
+    set_flag(c, FLAG_HEADER_EXISTS, false);
+    return 0;
+}
+
+int finish_active(CFILE* c) {
+    return is_writable(c) ? tif_finish_image(c) : 0;
+}
+
+} // namespace
+
+bool tif_take_image(CFILE* c, const tif_image* image) {
+    if (!tif_make_color_table(c, image) || !make_ccitt_record(c, image) || !make_tile_record(c, image)) {
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return false;
+    }
+    c->xsize = static_cast<int32_t>(image->image_width);
+    c->ysize = static_cast<int32_t>(image->image_length);
+    c->samples = image->samples_per_pixel;
+    c->bits = tif_bits(image);
+    c->format = tif_format_of(image);
+    tif_compression_class(image, (image->flags & TIF_IN_FILE) != 0, &c->compression, &c->compression_variant);
+    return true;
+}
+
+bool tif_activate(CFILE* c, tif_image* image) {
+    tif_spec* spec = tif_spec_of(c);
+    if ((image->flags & TIF_IN_FILE) != 0) {
+        const char* detail = nullptr;
+        uint32_t status = tif_judge(c, image, &detail);
+        if (status != 0) return tif_refuse(c, status, SOURCE, detail) == 0;
+        if (!tif_load_arrays(c, image)) return false;
+        // Packets that are damaged leave the image without a transformation.
+        if ((image->flags & TIF_HAS_TRANSFORM) == 0) (void)tif_find_transform(c, image);
+    }
+    if (!tif_take_image(c, image)) return false;
+    tif_drop_segments(c);
+    if (spec->image != image) release_arrays(c, spec->image);
+    spec->image = image;
+    mem_free(c->line_offsets);
+    c->line_offsets = nullptr;
+    c->line_offset_count = 0;
+    set_flag(c, FLAG_MODULE, false);
+    set_flag(c, FLAG_HEADER_EXISTS, (spec->first->flags & TIF_IN_FILE) != 0 || image != spec->first);
+    c->line = 0;
+    return true;
+}
+
+tif_image* tif_append_image(CFILE* c, const tif_image* like, uint32_t subfile_type) {
+    tif_image* image = tif_new_image();
+    if (image == nullptr) {
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return nullptr;
+    }
+    if (!tif_copy_settings(like, image)) {
+        tif_free_image(image);
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return nullptr;
+    }
+    image->subfile_type = subfile_type;
+    tif_image* last = tif_spec_of(c)->first;
+    while (last->next != nullptr)
+        last = last->next;
+    last->next = image;
+    image->previous = last;
+    return image;
+}
+
+int tif_get_number_of_images(CFILE* c) {
+    return count_images(c);
+}
+
+int tif_set_number_of_images(CFILE* c, int32_t count) {
+    set_flag(c, FLAG_MULTI_IMAGE, count >= 2);
+    return 0;
+}
+
+int tif_set_active_image(CFILE* c, int32_t number) {
+    if (number == c->active_image) return 0;
+    bool several = has_flag(c, FLAG_MULTI_IMAGE) || is_writable(c);
+    int32_t count = count_images(c);
+    bool appends = number == count && is_writable(c);
+    if (!several || number < 0 || (number >= count && !appends)) {
+        return tif_refuse(c, RZL_NO_SUCH_IMAGE, SOURCE, "Invalid image number");
+    }
+    if (finish_active(c) != 0) return 1;
+    if (appends ? append_image(c) != 0 : !tif_activate(c, find_image(c, number))) return 1;
+    set_flag(c, FLAG_MULTI_IMAGE, true);
+    c->active_image = number;
+    c->active_overview = OVERVIEW_BASE;
+    return 0;
+}

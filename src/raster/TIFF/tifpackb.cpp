@@ -1,0 +1,99 @@
+// PackBits: a control byte, then either so many bytes as they are, or one byte that is repeated.
+//
+// The packer's pieces are 64 bytes long at most. (A literal run takes in a last single byte behind it, and can so have
+// 65.) Other writers use 128; the unpacker takes all.
+#include <algorithm>
+#include <cstring>
+
+#include "raster/TIFF/tiff.h"
+
+namespace {
+
+constexpr size_t PIECE = 64;
+
+// How many bytes from `first` on are equal.
+size_t run_length(const uint8_t* first, const uint8_t* end) {
+    const uint8_t* p = first + 1;
+    uint64_t pattern = *first * 0x0101010101010101u;
+    while (end - p >= 8) {
+        uint64_t word;
+        std::memcpy(&word, p, sizeof word);
+        if (word != pattern)
+            return static_cast<size_t>(p - first) + static_cast<size_t>(__builtin_ctzll(word ^ pattern)) / 8;
+        p += 8;
+    }
+    while (p != end && *p == *first)
+        ++p;
+    return static_cast<size_t>(p - first);
+}
+
+uint8_t* put_run(uint8_t* out, uint8_t value, size_t count) {
+    for (; count >= PIECE; count -= PIECE) {
+        *out++ = 0xC1;
+        *out++ = value;
+    }
+    if (count == 0) return out;
+    *out++ = static_cast<uint8_t>(1 - static_cast<int>(count));
+    *out++ = value;
+    return out;
+}
+
+// Where the literal run that begins at `p` ends: at its full length, or in front of three equal bytes.
+const uint8_t* literal_end(const uint8_t* p, const uint8_t* end) {
+    const uint8_t* limit = p + std::min<size_t>(PIECE, static_cast<size_t>(end - p) - 1);
+    ++p;
+    const uint8_t* triples = std::min(limit, end - 2); // no three bytes begin behind this
+    while (p < triples && !(p[0] == p[1] && p[0] == p[2]))
+        ++p;
+    if (p == triples) p = limit;
+    return p + 1 == end ? end : p;
+}
+
+} // namespace
+
+size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length) {
+    const uint8_t* p = source;
+    const uint8_t* end = source + length;
+    uint8_t* out = target;
+    while (p != end) {
+        if (p + 1 == end) {
+            *out++ = 0;
+            *out++ = *p++;
+        } else if (p[0] == p[1]) {
+            size_t count = run_length(p, end);
+            out = put_run(out, *p, count);
+            p += count;
+        } else {
+            const uint8_t* stop = literal_end(p, end);
+            auto count = static_cast<size_t>(stop - p);
+            *out++ = static_cast<uint8_t>(count - 1);
+            std::memcpy(out, p, count);
+            out += count;
+            p = stop;
+        }
+    }
+    return static_cast<size_t>(out - target);
+}
+
+size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, size_t length, size_t* filled) {
+    const uint8_t* p = source;
+    const uint8_t* end = source + size;
+    size_t at = 0;
+    while (at < length && p != end) {
+        int control = static_cast<int8_t>(*p++);
+        if (control == -128) continue;
+        if (control >= 0) {
+            auto there = std::min(static_cast<size_t>(control) + 1, static_cast<size_t>(end - p));
+            auto count = std::min(there, length - at);
+            std::memcpy(target + at, p, count);
+            p += there;
+            at += count;
+        } else if (p != end) {
+            auto count = std::min(static_cast<size_t>(1 - control), length - at);
+            std::memset(target + at, *p++, count);
+            at += count;
+        }
+    }
+    *filled = at;
+    return static_cast<size_t>(p - source);
+}

@@ -1,0 +1,179 @@
+// TIFF: rows on their way into the file. Rows of a segment are gathered until it is complete, then coded and stored
+// behind everything else. Plain rows of a segment that the file has already go straight to their place.
+//
+// A segment that is left unfinished is stored as well, with zeros for the rows that were not put. When a segment can't
+// be stored its rows are dropped: the call that completed it tells.
+#include <algorithm>
+#include <cstring>
+
+#include "raster/TIFF/tiff.h"
+#include "support/checked.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr const char* SOURCE = "TIFF/tifputli";
+
+bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_LINE()) {
+    fail(c, status, SOURCE, detail, line);
+    return false;
+}
+
+// Whether `bytes` at the beginning of an entry's place are its own, and in the file.
+bool has_place(const CFILE* c, const tif_image* image, uint32_t entry, uint64_t bytes) {
+    if (!tif_is_stored(image, entry)) return false;
+    uint64_t size = image->strip_byte_counts[entry];
+    int64_t end = c->base_offset + int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(bytes);
+    return (size == 0 || size >= bytes) && end <= tif_spec_of(c)->end;
+}
+
+bool replace_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t row, const uint8_t* rows) {
+    tif_shape shape = tif_shape_of(image);
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
+    uint64_t at = uint64_t{row} * row_bytes;
+    for (int plane = 0; plane < shape.planes; ++plane) {
+        uint32_t entry = segment + static_cast<uint32_t>(plane) * shape.per_plane;
+        if (!has_place(c, image, entry, at + row_bytes)) return refuse(c, RZL_WRITE_FAILED, "strip too short");
+        int64_t place = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
+        if (!tif_write_at(c, place, rows + static_cast<size_t>(plane) * row_bytes, row_bytes)) return false;
+    }
+    return true;
+}
+
+bool need_rows(CFILE* c, const tif_image* image, uint32_t segment) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    uint64_t plane = 0;
+    uint64_t all = 0;
+    bool fits = checked_mul(tif_row_bytes(image, 0), tif_rows_of(image, segment), &plane) &&
+                checked_mul(plane, static_cast<uint64_t>(tif_shape_of(image).planes), &all);
+    if (!fits) return refuse(c, RZL_NO_MEMORY, nullptr);
+    out->plane_bytes = static_cast<size_t>(plane);
+    return tif_need_room(c, &out->rows, &out->rows_room, all);
+}
+
+void clear_rows(const tif_image* image, tif_gathering* out, uint32_t first, uint32_t end) {
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
+    for (int plane = 0; first < end && plane < tif_shape_of(image).planes; ++plane)
+        std::memset(out->rows + static_cast<size_t>(plane) * out->plane_bytes + first * row_bytes, 0,
+                    (end - first) * row_bytes);
+}
+
+// ---- coding
+
+bool need_coded(CFILE* c, uint64_t bytes) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    return tif_need_room(c, &out->coded, &out->coded_room, bytes);
+}
+
+bool pack_rows(CFILE* c, const uint8_t* rows, size_t row_bytes, uint32_t count, size_t* coded) {
+    if (!need_coded(c, (uint64_t{row_bytes} + row_bytes / 64 + 2) * count)) return false;
+    *coded = 0;
+    for (uint32_t i = 0; i < count; ++i)
+        *coded += tif_packbits_pack(rows + i * row_bytes, tif_spec_of(c)->out.coded + *coded, row_bytes);
+    return true;
+}
+
+bool lzw_rows(CFILE* c, uint8_t* rows, size_t row_bytes, uint32_t count, size_t* coded) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    const tif_image* image = tif_image_of(c);
+    size_t bytes = row_bytes * count;
+    if (out->lzw_table == nullptr) {
+        out->lzw_table = static_cast<uint64_t*>(mem_alloc_zeroed(TIF_LZW_SLOTS * sizeof(uint64_t)));
+    }
+    if (out->lzw_table == nullptr) return refuse(c, RZL_NO_MEMORY, nullptr);
+    if (!need_coded(c, tif_lzw_bound(bytes))) return false;
+    tif_shape shape = tif_shape_of(image);
+    auto step = static_cast<size_t>(shape.together);
+    for (uint32_t i = 0; image->predictor == 2 && i < count; ++i)
+        tif_make_differences(rows + i * row_bytes, tif_bits(image), tif_spec_of(c)->order, shape.width * step, step);
+    *coded = tif_lzw_encode(rows, out->coded, bytes, out->lzw_table, &out->lzw_round);
+    return true;
+}
+
+// Codes the rows of one plane. *bytes and *count are then what is to be stored.
+bool code_rows(CFILE* c, uint8_t** bytes, size_t* count, uint32_t rows) {
+    const tif_image* image = tif_image_of(c);
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
+    bool coded = false;
+    switch (image->compression) {
+    case TIF_PLAIN: *count = row_bytes * rows; return true;
+    case TIF_PACKBITS: coded = pack_rows(c, *bytes, row_bytes, rows, count); break;
+    case TIF_LZW: coded = lzw_rows(c, *bytes, row_bytes, rows, count); break;
+    default: return refuse(c, RZL_UNSUP_TIFF, "tiff compression type");
+    }
+    *bytes = tif_spec_of(c)->out.coded;
+    return coded;
+}
+
+} // namespace
+
+bool tif_store_coded(CFILE* c, uint32_t entry, uint8_t* bytes, size_t count) {
+    tif_image* image = tif_image_of(c);
+    if (!tif_need_entry(c, image, entry)) return false;
+    if (image->compression == TIF_PLAIN && has_place(c, image, entry, count)) {
+        return tif_write_at(c, image->strip_offsets[entry], bytes, count);
+    }
+    uint32_t offset = 0;
+    if (count > UINT32_MAX) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    if (!tif_append(c, bytes, count, &offset)) return false;
+    // What replaces stored data is told by new arrays, so that the old ones hold until these stand.
+    if (tif_is_stored(image, entry) && (image->flags & TIF_IN_FILE) != 0) image->flags |= TIF_OUT_OF_DATE;
+    image->strip_offsets[entry] = offset;
+    image->strip_byte_counts[entry] = static_cast<uint32_t>(count);
+    image->flags |= TIF_ARRAYS_CHANGED;
+    return true;
+}
+
+bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count) {
+    tif_shape shape = tif_shape_of(tif_image_of(c));
+    for (int plane = 0; plane < shape.planes; ++plane) {
+        uint8_t* bytes = rows + static_cast<size_t>(plane) * plane_bytes;
+        size_t count = 0;
+        uint32_t entry = segment + static_cast<uint32_t>(plane) * shape.per_plane;
+        if (!code_rows(c, &bytes, &count, row_count) || !tif_store_coded(c, entry, bytes, count)) return false;
+    }
+    return true;
+}
+
+bool tif_begin_put(CFILE* c, uint32_t segment) {
+    tif_image* image = tif_image_of(c);
+    tif_gathering* out = &tif_spec_of(c)->out;
+    if (out->waiting && out->segment == int64_t{segment}) return true;
+    if (!tif_flush_segment(c)) return false;
+    if (tif_is_stored(image, segment)) return refuse(c, RZL_MODIFY_COMPRESSED, "Cannot modify compressed data");
+    out->segment = segment;
+    out->next_row = 0;
+    if (!tif_is_fax(image->compression) && !need_rows(c, image, segment)) return false;
+    // What was read of it, before it was put, is no longer so.
+    tif_spec_of(c)->in.segment = -1;
+    out->waiting = true;
+    return true;
+}
+
+bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows) {
+    tif_image* image = tif_image_of(c);
+    tif_gathering* out = &tif_spec_of(c)->out;
+    if (image->compression == TIF_PLAIN && tif_is_stored(image, segment)) {
+        return tif_flush_segment(c) && replace_row(c, image, segment, row, rows);
+    }
+    if (!tif_begin_put(c, segment)) return false;
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
+    clear_rows(image, out, out->next_row, row);
+    for (int plane = 0; plane < tif_shape_of(image).planes; ++plane)
+        std::memcpy(out->rows + static_cast<size_t>(plane) * out->plane_bytes + row * row_bytes,
+                    rows + static_cast<size_t>(plane) * row_bytes, row_bytes);
+    out->next_row = std::max(out->next_row, row + 1);
+    return row + 1 != tif_rows_of(image, segment) || tif_flush_segment(c);
+}
+
+bool tif_flush_segment(CFILE* c) {
+    tif_image* image = tif_image_of(c);
+    tif_gathering* out = &tif_spec_of(c)->out;
+    if (!out->waiting) return true;
+    auto segment = static_cast<uint32_t>(out->segment);
+    uint32_t rows = tif_rows_of(image, segment);
+    out->waiting = false;
+    if (tif_is_fax(image->compression)) return tif_end_fax(c, segment, rows);
+    clear_rows(image, out, out->next_row, rows);
+    return tif_save_segment(c, segment, out->rows, out->plane_bytes, rows);
+}

@@ -1,0 +1,282 @@
+// TIFF: rows of strips and tiles. A coded segment is decoded whole, once, and kept until another one is wanted; rows of
+// plain data are read one by one; lines of fax data come from a reader that keeps a line or two.
+#include <algorithm>
+#include <cstring>
+
+#include "raster/CCITT/ccitt.h"
+#include "raster/TIFF/tiff.h"
+#include "support/checked.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr const char* SOURCE = "TIFF/tifgetli";
+
+bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_LINE()) {
+    fail(c, status, SOURCE, detail, line);
+    return false;
+}
+
+uint32_t entry_of(const tif_image* image, uint32_t segment, int plane) {
+    return segment + static_cast<uint32_t>(plane) * tif_shape_of(image).per_plane;
+}
+
+// Bytes of an entry that the file has. A size of 0 stands for that of the data without coding.
+uint64_t coded_bytes(CFILE* c, const tif_image* image, uint32_t entry, uint64_t plain) {
+    if (!tif_is_stored(image, entry)) return 0;
+    int64_t left = io_size(c) - c->base_offset - image->strip_offsets[entry];
+    uint64_t bytes = image->strip_byte_counts[entry] != 0 ? image->strip_byte_counts[entry] : plain;
+    return std::min(bytes, static_cast<uint64_t>(std::max<int64_t>(left, 0)));
+}
+
+bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    if (!tif_need_room(c, &in->coded, &in->coded_room, bytes)) return false;
+    if (bytes != 0 && tif_read_at(c, image->strip_offsets[entry], in->coded, bytes)) return true;
+    return refuse(c, RZL_READ_FAILED, "reading strip");
+}
+
+// ---- LZW and PackBits
+
+// Bytes that a coded byte can stand for at most.
+uint64_t expansion_of(const tif_image* image) {
+    return image->compression == TIF_LZW ? 1400 : 64;
+}
+
+// Room for the planes of a segment: as much as it has, or as its code could fill.
+bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    tif_shape shape = tif_shape_of(image);
+    uint64_t full = 0;
+    uint64_t coded = 0;
+    for (int plane = 0; plane < shape.planes; ++plane) {
+        uint64_t bytes = tif_rows_of(image, segment) * tif_row_bytes(image, plane);
+        full = std::max(full, bytes);
+        coded = std::max(coded, coded_bytes(c, image, entry_of(image, segment, plane), bytes));
+    }
+    in->plane_bytes = static_cast<size_t>(std::min(full, coded * expansion_of(image)) + TIF_LZW_SLACK);
+    uint64_t all = 0;
+    if (!checked_mul(uint64_t{in->plane_bytes}, static_cast<uint64_t>(shape.planes), &all)) {
+        return refuse(c, RZL_NO_MEMORY, nullptr);
+    }
+    return tif_need_room(c, &in->decoded, &in->decoded_room, all);
+}
+
+// Each line was packed by itself: a run ends with its line.
+size_t unpack_rows(const uint8_t* coded, size_t bytes, uint8_t* out, size_t row_bytes, size_t room) {
+    size_t filled = 0;
+    while (filled + row_bytes <= room && bytes > 0) {
+        size_t in_row = 0;
+        size_t used = tif_packbits_unpack(coded, bytes, out + filled, row_bytes, &in_row);
+        coded += used;
+        bytes -= used;
+        filled += in_row;
+        if (in_row < row_bytes) break;
+    }
+    return filled;
+}
+
+void undo_predictor(CFILE* c, const tif_image* image, int plane, uint8_t* rows, size_t filled) {
+    tif_shape shape = tif_shape_of(image);
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
+    auto step = static_cast<size_t>(shape.together);
+    for (size_t at = 0; at + row_bytes <= filled; at += row_bytes)
+        tif_undo_differences(rows + at, image->bits_per_sample[plane], tif_spec_of(c)->order, shape.width * step, step);
+}
+
+bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
+    size_t full = tif_rows_of(image, segment) * row_bytes;
+    uint32_t entry = entry_of(image, segment, plane);
+    auto bytes = static_cast<size_t>(coded_bytes(c, image, entry, full));
+    if (!read_coded(c, image, entry, bytes)) return false;
+    size_t room = std::min(full, in->plane_bytes - TIF_LZW_SLACK);
+    uint8_t* out = in->decoded + static_cast<size_t>(plane) * in->plane_bytes;
+    bool sound = true;
+    size_t filled = image->compression == TIF_LZW ? tif_lzw_decode(in->coded, bytes, out, room, &sound)
+                                                  : unpack_rows(in->coded, bytes, out, row_bytes, room);
+    if (filled < full) set_flag(c, FLAG_DAMAGED, true);
+    if (image->compression == TIF_LZW && image->predictor == 2) undo_predictor(c, image, plane, out, filled);
+    in->plane_filled[plane] = filled;
+    in->planes_decoded |= 1u << plane;
+    return true;
+}
+
+// Makes `segment` the one at hand, with nothing decoded of it.
+bool take_segment(CFILE* c, const tif_image* image, uint32_t segment) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    if (in->segment == int64_t{segment}) return true;
+    in->segment = -1;
+    in->planes_decoded = 0;
+    cit_reader_free(in->fax);
+    in->fax = nullptr;
+    if (!tif_is_fax(image->compression) && !need_decoded(c, image, segment)) return false;
+    in->segment = segment;
+    return true;
+}
+
+const uint8_t* decoded_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t row, int plane) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    if (!take_segment(c, image, segment)) return nullptr;
+    bool there = (in->planes_decoded >> plane & 1) != 0;
+    if (!there && !decode_plane(c, image, segment, plane)) return nullptr;
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
+    size_t at = row * row_bytes;
+    if (at + row_bytes > in->plane_filled[plane]) {
+        refuse(c, RZL_READ_FAILED, "reading strip");
+        return nullptr;
+    }
+    return in->decoded + static_cast<size_t>(plane) * in->plane_bytes + at;
+}
+
+// ---- plain data
+
+// A row that lies in the bytes at hand is used where it is.
+const uint8_t* row_in_window(CFILE* c, int64_t place, size_t bytes) {
+    const uint8_t* next = nullptr;
+    const uint8_t* end = nullptr;
+    tif_spec_of(c)->at_end = false;
+    if (!io_seek(c, place)) return nullptr;
+    io_window(c, &next, &end);
+    return static_cast<size_t>(end - next) >= bytes ? next : nullptr;
+}
+
+const uint8_t* plain_row(CFILE* c, const tif_image* image, uint32_t entry, uint32_t row, size_t bytes, uint8_t* into) {
+    uint64_t at = uint64_t{row} * bytes;
+    uint32_t size = entry < image->strip_count ? image->strip_byte_counts[entry] : 0;
+    if (!tif_is_stored(image, entry) || (size != 0 && at + bytes > size)) {
+        refuse(c, RZL_READ_FAILED, "reading strip");
+        return nullptr;
+    }
+    int64_t offset = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
+    tif_reading* in = &tif_spec_of(c)->in;
+    if (into == nullptr) {
+        const uint8_t* there = row_in_window(c, c->base_offset + offset, bytes);
+        if (there != nullptr) return there;
+        if (!tif_need_room(c, &in->row, &in->row_room, bytes)) return nullptr;
+        into = in->row;
+    }
+    if (tif_read_at(c, offset, into, bytes)) return into;
+    refuse(c, RZL_READ_FAILED, nullptr);
+    return nullptr;
+}
+
+// A row that waits to be stored.
+const uint8_t* waiting_row(const CFILE* c, uint32_t segment, uint32_t row, int plane, size_t row_bytes) {
+    const tif_gathering* out = &tif_spec_of(c)->out;
+    if (!out->waiting || out->segment != int64_t{segment} || row >= out->next_row) return nullptr;
+    return out->rows + static_cast<size_t>(plane) * out->plane_bytes + row * row_bytes;
+}
+
+// ---- fax data
+
+bool open_fax(CFILE* c, const tif_image* image, uint32_t segment) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    if (in->segment == int64_t{segment} && in->fax != nullptr) return true;
+    if (!take_segment(c, image, segment)) return false;
+    tif_shape shape = tif_shape_of(image);
+    uint32_t rows = tif_rows_of(image, segment);
+    in->segment = -1;
+    auto bytes = static_cast<size_t>(coded_bytes(c, image, segment, rows * tif_row_bytes(image, 0)));
+    if (!read_coded(c, image, segment, bytes)) return false;
+    if (image->fill_order != 2) cit_reverse_bytes(in->coded, bytes);
+    auto coding = static_cast<cit_coding>(tif_fax_coding(image));
+    in->fax = cit_reader_new(coding, shape.width, rows, in->coded, bytes, 0);
+    if (in->fax == nullptr) return refuse(c, RZL_NO_MEMORY, nullptr);
+    in->segment = segment;
+    return true;
+}
+
+// Damaged lines are white where nothing could be decoded; that is told once an image.
+void tell_damage(CFILE* c) {
+    tif_spec* spec = tif_spec_of(c);
+    set_flag(c, FLAG_DAMAGED, true);
+    if (!spec->told && debug_level() != 0) rzl_report(RZL_READ_FAILED, SOURCE, __LINE__, "Bad Return from cit");
+    spec->told = true;
+}
+
+} // namespace
+
+tif_shape tif_shape_of(const tif_image* image) {
+    bool planes = image->planar_config == 2 && image->samples_per_pixel > 1;
+    tif_shape shape = {};
+    shape.planes = planes ? image->samples_per_pixel : 1;
+    shape.together = planes ? 1 : image->samples_per_pixel;
+    if (tif_is_tiled(image)) {
+        shape.width = image->tile_width;
+        shape.rows = image->tile_length;
+        shape.per_plane = image->tiles_across * image->tiles_down;
+    } else {
+        shape.width = image->image_width;
+        shape.rows = image->rows_per_strip;
+        shape.per_plane = static_cast<uint32_t>((uint64_t{image->image_length} + shape.rows - 1) / shape.rows);
+    }
+    return shape;
+}
+
+uint32_t tif_rows_of(const tif_image* image, uint32_t segment) {
+    if (tif_is_tiled(image)) return image->tile_length;
+    uint64_t first = uint64_t{segment} * image->rows_per_strip;
+    uint64_t left = first < image->image_length ? image->image_length - first : 0;
+    return static_cast<uint32_t>(std::min<uint64_t>(image->rows_per_strip, left));
+}
+
+uint64_t tif_row_bytes(const tif_image* image, int plane) {
+    tif_shape shape = tif_shape_of(image);
+    uint64_t samples = uint64_t{shape.width} * static_cast<uint64_t>(shape.together);
+    return (samples * image->bits_per_sample[plane] + 7) / 8;
+}
+
+int tif_fax_coding(const tif_image* image) {
+    cit_coding coding = cit_coding::g4;
+    if (image->compression == TIF_FAX_1D) coding = cit_coding::aligned;
+    if (image->compression == TIF_FAX_G3)
+        coding = (image->fax_options & 1) != 0 ? cit_coding::g3_2d : cit_coding::g3_1d;
+    return static_cast<int>(coding);
+}
+
+bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes) {
+    if (*block != nullptr && *room >= bytes) return true;
+    mem_free(*block);
+    *block = bytes <= PTRDIFF_MAX ? static_cast<uint8_t*>(mem_alloc(static_cast<size_t>(bytes))) : nullptr;
+    *room = *block != nullptr ? static_cast<size_t>(bytes) : 0;
+    return *block != nullptr || refuse(c, RZL_NO_MEMORY, nullptr);
+}
+
+const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
+    const tif_image* image = tif_image_of(c);
+    auto bytes = static_cast<size_t>(tif_row_bytes(image, plane));
+    const uint8_t* found = waiting_row(c, segment, row, plane, bytes);
+    if (found == nullptr) {
+        bool plain = image->compression == TIF_PLAIN;
+        found = plain ? plain_row(c, image, entry_of(image, segment, plane), row, bytes, into)
+                      : decoded_row(c, image, segment, row, plane);
+    }
+    if (found == nullptr || into == nullptr || found == into) return found;
+    std::memcpy(into, found, bytes);
+    return into;
+}
+
+bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words) {
+    const tif_image* image = tif_image_of(c);
+    if (!tif_is_fax(image->compression)) {
+        const uint8_t* bytes = tif_fetch_row(c, segment, row, 0, nullptr);
+        if (bytes != nullptr) tif_row_to_words(bytes, tif_shape_of(image).width, words);
+        return bytes != nullptr;
+    }
+    if (!open_fax(c, image, segment)) return false;
+    uint32_t result = cit_reader_bits(tif_spec_of(c)->in.fax, row, words);
+    if (result == CIT_NO_MEMORY) return refuse(c, RZL_NO_MEMORY, nullptr);
+    if (!cit_succeeded(result)) tell_damage(c);
+    return true;
+}
+
+uint32_t tif_fetch_runs(CFILE* c, uint32_t segment, uint32_t row, uint16_t* runs, size_t room, size_t* count) {
+    if (!open_fax(c, tif_image_of(c), segment)) return CIT_NO_MEMORY;
+    uint32_t result = cit_reader_runs(tif_spec_of(c)->in.fax, row, runs, room, count);
+    if (result == CIT_NO_MEMORY) refuse(c, RZL_NO_MEMORY, nullptr);
+    if (result != CIT_BAD_DATA) return result;
+    tell_damage(c);
+    return CIT_OK;
+}

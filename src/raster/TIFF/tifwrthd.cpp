@@ -1,0 +1,410 @@
+// TIFF: directories on their way into the file, and the places in them that are updated.
+//
+// Order of writing. Values and directory go to the end of the file in one piece; then the pointer to the directory, in
+// the file header or behind the directory before it, is set. Until that one write the file is what it was. A directory
+// that is built again keeps the entries of the old one that this module knows nothing of: their values stay where they
+// are.
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "raster/TIFF/tiff.h"
+#include "support/checked.h"
+#include "support/memory.h"
+
+namespace {
+
+constexpr const char* SOURCE = "TIFF/tifwrthd";
+constexpr size_t VALUE_SIZE = 8;
+
+bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_LINE()) {
+    fail(c, status, SOURCE, detail, line);
+    return false;
+}
+
+// ---- the entries of a directory
+
+// An entry to be written. Its values are those of this machine, unless it is an old one that is carried over.
+struct new_entry {
+    uint16_t tag, type;
+    uint32_t count;
+    const uint8_t* values; // null: they are in `own`
+    uint8_t own[VALUE_SIZE];
+    const uint8_t* carried; // the old entry, or null
+};
+
+struct entry_list {
+    new_entry* rows; // owned
+    size_t count, room;
+};
+
+// Entries that the module makes whenever they are due: an old one is never carried over.
+constexpr uint16_t MANAGED_TAGS[] = {
+    TIF_TAG_SUBFILE,     TIF_TAG_WIDTH,        TIF_TAG_LENGTH,        TIF_TAG_BITS,         TIF_TAG_COMPRESSION,
+    TIF_TAG_PHOTOMETRIC, TIF_TAG_FILL_ORDER,   TIF_TAG_STRIP_OFFSETS, TIF_TAG_ORIENTATION,  TIF_TAG_SAMPLES,
+    TIF_TAG_ROWS,        TIF_TAG_STRIP_COUNTS, TIF_TAG_X_RESOLUTION,  TIF_TAG_Y_RESOLUTION, TIF_TAG_PLANAR,
+    TIF_TAG_FAX_OPTIONS, TIF_TAG_UNIT,         TIF_TAG_PREDICTOR,     TIF_TAG_COLOUR_MAP,   TIF_TAG_TILE_WIDTH,
+    TIF_TAG_TILE_LENGTH, TIF_TAG_TILE_OFFSETS, TIF_TAG_TILE_COUNTS,
+};
+
+new_entry* add_entry(entry_list* list, uint16_t tag, uint16_t type, uint32_t count) {
+    new_entry* row = &list->rows[list->count++];
+    *row = {};
+    row->tag = tag;
+    row->type = type;
+    row->count = count;
+    return row;
+}
+
+void add_number(entry_list* list, uint16_t tag, uint16_t type, uint32_t value) {
+    new_entry* row = add_entry(list, tag, type, 1);
+    auto narrow = static_cast<uint16_t>(value);
+    type == TIF_SHORT ? std::memcpy(row->own, &narrow, sizeof narrow) : std::memcpy(row->own, &value, sizeof value);
+}
+
+void add_values(entry_list* list, uint16_t tag, uint16_t type, uint32_t count, const void* values) {
+    add_entry(list, tag, type, count)->values = static_cast<const uint8_t*>(values);
+}
+
+void add_layout(entry_list* list, const tif_image* image) {
+    bool tiled = tif_is_tiled(image);
+    if (!tiled) add_number(list, TIF_TAG_ROWS, TIF_LONG, image->rows_per_strip);
+    if (tiled) add_number(list, TIF_TAG_TILE_WIDTH, TIF_SHORT, image->tile_width);
+    if (tiled) add_number(list, TIF_TAG_TILE_LENGTH, TIF_SHORT, image->tile_length);
+    add_values(list, tiled ? TIF_TAG_TILE_OFFSETS : TIF_TAG_STRIP_OFFSETS, TIF_LONG, image->strip_count,
+               image->strip_offsets);
+    add_values(list, tiled ? TIF_TAG_TILE_COUNTS : TIF_TAG_STRIP_COUNTS, TIF_LONG, image->strip_count,
+               image->strip_byte_counts);
+}
+
+void add_coding(entry_list* list, const tif_image* image) {
+    add_number(list, TIF_TAG_COMPRESSION, TIF_SHORT, image->compression);
+    bool fax = tif_is_fax(image->compression);
+    if (fax && image->fill_order == 2) add_number(list, TIF_TAG_FILL_ORDER, TIF_SHORT, 2);
+    bool options = image->compression == TIF_FAX_G3 && image->fax_options != 0;
+    if (options) add_number(list, TIF_TAG_FAX_OPTIONS, TIF_LONG, image->fax_options);
+    bool differences = image->compression == TIF_LZW && image->predictor == 2;
+    if (differences) add_number(list, TIF_TAG_PREDICTOR, TIF_SHORT, 2);
+}
+
+void add_description(entry_list* list, const tif_image* image) {
+    uint32_t samples = image->samples_per_pixel;
+    add_number(list, TIF_TAG_SUBFILE, TIF_LONG, image->previous != nullptr ? image->subfile_type : 0);
+    add_number(list, TIF_TAG_WIDTH, TIF_LONG, image->image_width);
+    add_number(list, TIF_TAG_LENGTH, TIF_LONG, image->image_length);
+    add_values(list, TIF_TAG_BITS, TIF_SHORT, samples, image->bits_per_sample);
+    add_number(list, TIF_TAG_PHOTOMETRIC, TIF_SHORT, image->photometric);
+    if (image->orientation != 1) add_number(list, TIF_TAG_ORIENTATION, TIF_SHORT, image->orientation);
+    add_number(list, TIF_TAG_SAMPLES, TIF_SHORT, samples);
+    add_values(list, TIF_TAG_X_RESOLUTION, TIF_RATIONAL, 1, image->x_resolution);
+    add_values(list, TIF_TAG_Y_RESOLUTION, TIF_RATIONAL, 1, image->y_resolution);
+    if (samples > 1) add_number(list, TIF_TAG_PLANAR, TIF_SHORT, image->planar_config);
+    add_number(list, TIF_TAG_UNIT, TIF_SHORT, image->resolution_unit);
+    if ((image->flags & TIF_HAS_MAP) != 0 && image->colour_map != nullptr) {
+        add_values(list, TIF_TAG_COLOUR_MAP, TIF_SHORT, 3u << tif_bits(image), image->colour_map);
+    }
+}
+
+bool is_managed(uint16_t tag) {
+    return std::find(std::begin(MANAGED_TAGS), std::end(MANAGED_TAGS), tag) != std::end(MANAGED_TAGS);
+}
+
+bool is_listed(const entry_list* list, uint16_t tag) {
+    for (size_t i = 0; i < list->count; ++i)
+        if (list->rows[i].tag == tag) return true;
+    return false;
+}
+
+void carry_over(entry_list* list, const tif_spec* spec, const tif_image* image) {
+    for (uint32_t i = 0; i < image->entry_count; ++i) {
+        const uint8_t* entry = image->entries + size_t{i} * TIF_ENTRY_SIZE;
+        uint16_t tag = tif_u16(spec, entry);
+        bool dropped = tag == TIF_TAG_PACKETS && (image->flags & TIF_PACKETS_NEW) != 0;
+        if (dropped || is_managed(tag) || is_listed(list, tag)) continue;
+        add_entry(list, tag, tif_u16(spec, entry + 2), tif_u32(spec, entry + 4))->carried = entry;
+    }
+}
+
+// Everything in ascending order; of two user tags of one number the later one counts.
+bool list_entries(CFILE* c, const tif_image* image, const uint8_t* packets, uint32_t packet_words, entry_list* list) {
+    list->room = 32 + size_t{image->user_tag_count} + image->entry_count;
+    list->rows = static_cast<new_entry*>(mem_alloc_array(list->room, sizeof(new_entry)));
+    if (list->rows == nullptr) return refuse(c, RZL_NO_MEMORY, "Malloc error in write_header");
+    add_description(list, image);
+    add_coding(list, image);
+    add_layout(list, image);
+    if (packets != nullptr) add_values(list, TIF_TAG_PACKETS, TIF_SHORT, packet_words, packets);
+    if ((image->subfile_type & 1) != 0) add_values(list, TIF_TAG_REGISTERS, TIF_LONG, 16, image->flag_registers);
+    for (uint32_t i = image->user_tag_count; i-- > 0;) {
+        const tif_user_tag* tag = &image->user_tags[i];
+        if (!is_listed(list, tag->tag)) add_values(list, tag->tag, tag->type, tag->count, tag->data);
+    }
+    carry_over(list, tif_spec_of(c), image);
+    std::sort(list->rows, list->rows + list->count,
+              [](const new_entry& a, const new_entry& b) { return a.tag < b.tag; });
+    return true;
+}
+
+// ---- the block of values and entries
+
+uint64_t value_bytes(const new_entry* row) {
+    return uint64_t{row->count} * std::max(tif_type_size(row->type), 1u);
+}
+uint64_t outside_bytes(const new_entry* row) {
+    uint64_t bytes = row->carried != nullptr ? 0 : value_bytes(row);
+    return bytes > 4 ? bytes + bytes % 2 : 0;
+}
+
+// A block that is to stand at a place in the file, both from the base offset and even.
+struct ifd_block {
+    uint8_t* bytes; // owned
+    size_t size;
+    size_t entries_at; // of the first entry in it
+};
+
+void fill_block(const tif_spec* spec, const entry_list* list, uint32_t place, ifd_block* block) {
+    uint8_t* value = block->bytes;
+    uint8_t* entry = block->bytes + block->entries_at;
+    tif_put_u16(spec, entry - 2, static_cast<uint16_t>(list->count));
+    for (size_t i = 0; i < list->count; ++i, entry += TIF_ENTRY_SIZE) {
+        const new_entry* row = &list->rows[i];
+        if (row->carried != nullptr) {
+            std::memcpy(entry, row->carried, TIF_ENTRY_SIZE);
+            continue;
+        }
+        tif_put_u16(spec, entry, row->tag);
+        tif_put_u16(spec, entry + 2, row->type);
+        tif_put_u32(spec, entry + 4, row->count);
+        const uint8_t* values = row->values != nullptr ? row->values : row->own;
+        bool outside = outside_bytes(row) != 0;
+        tif_copy_values(spec, row->type, outside ? value : entry + 8, values, row->count);
+        if (!outside) continue;
+        tif_put_u32(spec, entry + 8, place + static_cast<uint32_t>(value - block->bytes));
+        value += outside_bytes(row);
+    }
+}
+
+bool make_block(CFILE* c, const tif_image* image, const entry_list* list, uint32_t place, ifd_block* block) {
+    uint64_t size = 0;
+    for (size_t i = 0; i < list->count; ++i)
+        size += outside_bytes(&list->rows[i]);
+    block->entries_at = static_cast<size_t>(size) + 2;
+    size += 2 + list->count * TIF_ENTRY_SIZE + 4;
+    if (list->count > UINT16_MAX || size > UINT32_MAX - place) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    block->size = static_cast<size_t>(size);
+    block->bytes = static_cast<uint8_t*>(mem_alloc_zeroed(block->size));
+    if (block->bytes == nullptr) return refuse(c, RZL_NO_MEMORY, "Malloc error in write_header");
+    fill_block(tif_spec_of(c), list, place, block);
+    tif_put_u32(tif_spec_of(c), block->bytes + block->size - 4, image->next_ifd);
+    return true;
+}
+
+// ---- the pointer to a directory
+
+// The record whose pointer leads to `ifd`; for 0 the end of the chain. Null: the pointer in the file header.
+tif_image* find_pointer(const tif_spec* spec, uint32_t ifd) {
+    if (spec->first_ifd == ifd) return nullptr;
+    for (tif_image* image = spec->first; image != nullptr; image = image->next)
+        if ((image->flags & TIF_IN_FILE) != 0 && image->next_ifd == ifd) return image;
+    return nullptr;
+}
+
+bool set_pointer(CFILE* c, uint32_t from, uint32_t to) {
+    tif_spec* spec = tif_spec_of(c);
+    tif_image* before = find_pointer(spec, from);
+    uint8_t pointer[4];
+    tif_put_u32(spec, pointer, to);
+    if (!tif_write_at(c, before != nullptr ? before->next_ifd_pos : 4, pointer, sizeof pointer)) return false;
+    (before != nullptr ? before->next_ifd : spec->first_ifd) = to;
+    return true;
+}
+
+void note_written(tif_image* image, uint32_t ifd, uint8_t* entries, size_t count) {
+    image->ifd_offset = ifd;
+    image->next_ifd_pos = ifd + 2 + static_cast<uint32_t>(count * TIF_ENTRY_SIZE);
+    mem_free(image->entries);
+    image->entries = entries;
+    image->entry_count = static_cast<uint32_t>(count);
+    image->flags &= ~uint32_t{TIF_IFD_DUE | TIF_OUT_OF_DATE | TIF_ARRAYS_CHANGED | TIF_PACKETS_NEW};
+    image->flags |= TIF_IN_FILE;
+}
+
+bool write_block(CFILE* c, tif_image* image, const entry_list* list, uint32_t place) {
+    ifd_block block = {};
+    size_t bytes = list->count * TIF_ENTRY_SIZE;
+    mem_guard<uint8_t> entries(static_cast<uint8_t*>(mem_alloc(bytes)));
+    if (!entries) return refuse(c, RZL_NO_MEMORY, "Malloc Failed");
+    if (!make_block(c, image, list, place, &block)) return false;
+    std::memcpy(entries.get(), block.bytes + block.entries_at, bytes);
+    uint32_t at = 0;
+    bool written = tif_append(c, block.bytes, block.size, &at);
+    mem_free(block.bytes);
+    auto ifd = at + static_cast<uint32_t>(block.entries_at) - 2;
+    if (!written || !set_pointer(c, image->ifd_offset, ifd)) return false;
+    note_written(image, ifd, entries.keep(), list->count);
+    return true;
+}
+
+// ---- strip arrays in their place
+
+// Where the values of an entry stand in the file; 0 when it is missing or has another shape than `count` values of
+// type 4.
+int64_t array_place(const tif_spec* spec, const tif_image* image, uint16_t tag) {
+    const uint8_t* entry = tif_find_entry(spec, image, tag);
+    if (entry == nullptr || tif_u16(spec, entry + 2) != TIF_LONG) return 0;
+    if (tif_u32(spec, entry + 4) != image->strip_count) return 0;
+    if (image->strip_count == 1) return int64_t{image->ifd_offset} + 2 + (entry - image->entries) + 8;
+    return tif_u32(spec, entry + 8);
+}
+
+bool write_array(CFILE* c, int64_t place, const uint32_t* values, uint32_t count) {
+    size_t bytes = size_t{count} * sizeof(uint32_t);
+    mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc(bytes)));
+    if (!block) return refuse(c, RZL_NO_MEMORY, "Malloc Failed");
+    tif_copy_values(tif_spec_of(c), TIF_LONG, block.get(), reinterpret_cast<const uint8_t*>(values), count);
+    return tif_write_at(c, place, block.get(), bytes);
+}
+
+bool begin_file(CFILE* c) {
+    tif_spec* spec = tif_spec_of(c);
+    uint8_t header[TIF_FIRST_OFFSET] = {};
+    tif_put_u16(spec, header, spec->order);
+    tif_put_u16(spec, header + 2, 42);
+    bool at_start = io_seek(c, c->base_offset) || (!is_readable(c) && c->base_offset == 0);
+    if (!at_start || io_write(c, header, sizeof header) != sizeof header) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    spec->begun = true;
+    spec->end = c->base_offset + int64_t{TIF_FIRST_OFFSET};
+    spec->at_end = true;
+    return true;
+}
+
+// Gathered rows of a last row of tiles whose tiles are all new.
+bool flush_tile_row(CFILE* c) {
+    const tif_image* image = tif_image_of(c);
+    if (!has_flag(c, FLAG_TILED) || c->tile == nullptr || !c->tile->row_dirty) return true;
+    auto first = static_cast<uint32_t>(c->tile->first_line) / image->tile_length * image->tiles_across;
+    if (image->strip_offsets == nullptr || tif_is_stored(image, first)) return true;
+    return rzl_flush_tile_row(c, 0) > 0;
+}
+
+// Whether the active image's directory has to go into the file: for a new one, as soon as it has a size.
+bool directory_is_due(const CFILE* c, const tif_image* image) {
+    if ((image->flags & (TIF_IFD_DUE | TIF_OUT_OF_DATE)) == 0) return false;
+    bool sized = image->image_width != 0 && image->image_length != 0;
+    return sized && (c->mode != MODE_UPDATE || has_flag(c, FLAG_MODULE) || (image->flags & TIF_OUT_OF_DATE) != 0);
+}
+
+} // namespace
+
+bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count) {
+    tif_spec* spec = tif_spec_of(c);
+    spec->at_end = false;
+    int64_t place = c->base_offset + offset;
+    if (io_seek(c, place) && io_write(c, bytes, count) == count) {
+        spec->end = std::max(spec->end, place + static_cast<int64_t>(count));
+        return true;
+    }
+    return refuse(c, RZL_WRITE_FAILED, nullptr);
+}
+
+bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset) {
+    tif_spec* spec = tif_spec_of(c);
+    if (!spec->begun && !begin_file(c)) return false;
+    // Places are even, as readers expect of directories and values.
+    int64_t place = spec->end - c->base_offset;
+    if (place % 2 != 0) {
+        static constexpr uint8_t pad = 0;
+        bool padded = (spec->at_end || io_seek(c, spec->end)) && io_write(c, &pad, 1) == 1;
+        spec->at_end = padded;
+        if (!padded) return refuse(c, RZL_WRITE_FAILED, nullptr);
+        ++spec->end;
+        ++place;
+    }
+    if (place + static_cast<int64_t>(count) > int64_t{UINT32_MAX}) return refuse(c, RZL_WRITE_FAILED, "file too long");
+    bool written = (spec->at_end || io_seek(c, spec->end)) && io_write(c, bytes, count) == count;
+    spec->at_end = written;
+    if (!written) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    spec->end += static_cast<int64_t>(count);
+    *offset = static_cast<uint32_t>(place);
+    return true;
+}
+
+bool tif_write_ifd(CFILE* c, tif_image* image) {
+    tif_spec* spec = tif_spec_of(c);
+    if (!spec->begun && !begin_file(c)) return false;
+    uint8_t* packets = nullptr;
+    uint32_t packet_words = 0;
+    if (!tif_make_packets(c, image, &packets, &packet_words)) return false;
+    entry_list list = {};
+    int64_t place = spec->end - c->base_offset;
+    place += place % 2;
+    bool written = place <= int64_t{UINT32_MAX} || refuse(c, RZL_WRITE_FAILED, "file too long");
+    written = written && list_entries(c, image, packets, packet_words, &list) &&
+              write_block(c, image, &list, static_cast<uint32_t>(place));
+    mem_free(list.rows);
+    mem_free(packets);
+    if (!written) return false;
+    const uint8_t* entry = tif_find_entry(spec, image, TIF_TAG_PACKETS);
+    if (entry != nullptr) {
+        image->packet_words = tif_u32(spec, entry + 4);
+        image->packet_offset = tif_u32(spec, entry + 8);
+        image->packet_data = nullptr;
+    }
+    return true;
+}
+
+// Sizes first: a strip whose place is not told yet is none. Arrays of another shape than those of this module are
+// told by a new directory.
+bool tif_update_strip_arrays(CFILE* c, tif_image* image) {
+    const tif_spec* spec = tif_spec_of(c);
+    bool tiled = tif_is_tiled(image);
+    int64_t offsets = array_place(spec, image, tiled ? TIF_TAG_TILE_OFFSETS : TIF_TAG_STRIP_OFFSETS);
+    int64_t counts = array_place(spec, image, tiled ? TIF_TAG_TILE_COUNTS : TIF_TAG_STRIP_COUNTS);
+    if (offsets == 0 || counts == 0) return tif_write_ifd(c, image);
+    if (!write_array(c, counts, image->strip_byte_counts, image->strip_count)) return false;
+    if (!write_array(c, offsets, image->strip_offsets, image->strip_count)) return false;
+    image->flags &= ~uint32_t{TIF_ARRAYS_CHANGED};
+    return true;
+}
+
+bool tif_update_flag_registers(CFILE* c, tif_image* image) {
+    tif_spec* spec = tif_spec_of(c);
+    if ((image->flags & TIF_IN_FILE) == 0) return true; // they go into the file with the directory
+    if ((image->flags & TIF_OUT_OF_DATE) != 0) return refuse(c, RZL_NO_SUCH_TAG, nullptr);
+    const uint8_t* entry = tif_find_entry(spec, image, TIF_TAG_REGISTERS);
+    if (entry == nullptr || tif_u16(spec, entry + 2) != TIF_LONG || tif_u32(spec, entry + 4) != 16) {
+        return tif_write_ifd(c, image);
+    }
+    return write_array(c, tif_u32(spec, entry + 8), image->flag_registers, 16);
+}
+
+// A further image or an overview gets its directory when it is finished.
+int tif_write_header(CFILE* c) {
+    tif_spec* spec = tif_spec_of(c);
+    tif_image* image = spec->image;
+    if (!is_writable(c)) return tif_refuse(c, RZL_NEEDS_WRITE, SOURCE, "header");
+    bool existed = (image->flags & TIF_IN_FILE) != 0;
+    if (existed ? !tif_take_vlt(c, image) || !tif_take_image(c, image) : !tif_plan_strips(c, image)) return 1;
+    if (image == spec->first && !tif_flush_segment(c)) return 1;
+    if (image == spec->first && !tif_write_ifd(c, image)) return 1;
+    c->vlt = nullptr;
+    set_flag(c, FLAG_HEADER_EXISTS, true);
+    c->line = 0;
+    return 0;
+}
+
+int tif_finish_image(CFILE* c) {
+    tif_spec* spec = tif_spec_of(c);
+    tif_image* image = spec->image;
+    bool stored = flush_tile_row(c) && tif_flush_segment(c);
+    // What was stored before is told even when the last part could not be.
+    bool told = true;
+    if (directory_is_due(c, image)) {
+        bool planned = image->strip_offsets != nullptr || tif_plan_strips(c, image);
+        told = planned && tif_write_ifd(c, image);
+        if (told && image == spec->first) set_flag(c, FLAG_HEADER_EXISTS, true);
+    } else if ((image->flags & TIF_ARRAYS_CHANGED) != 0 && (image->flags & TIF_IN_FILE) != 0) {
+        told = tif_update_strip_arrays(c, image);
+    }
+    return stored && told ? 0 : 1;
+}
