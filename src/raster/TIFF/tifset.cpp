@@ -125,7 +125,13 @@ int set_compression(CFILE* c, int32_t value) {
     bool known = (value >= TIF_PLAIN && value <= TIF_LZW) || value == TIF_PACKBITS;
     if (!known) return refuse(c, RZL_UNSUP_TIFF, "Tiff compression type");
     if (set_layout_word(c, &image->compression, value, true) != 0) return 1;
-    return tif_take_image(c, image) ? 0 : 1;
+    // Bits that were asked for wait on the handle for the header.
+    int32_t bits = c->bits;
+    int32_t samples = c->samples;
+    if (!tif_take_image(c, image)) return 1;
+    c->bits = bits;
+    c->samples = samples;
+    return 0;
 }
 
 int set_strip_rows(CFILE* c, int32_t value) {

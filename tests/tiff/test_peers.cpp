@@ -1,0 +1,92 @@
+// TIFF files of other programs, and ours in their hands, pixel by pixel.
+#include "tiff_fixture.h"
+
+class Peers : public TiffTest {
+protected:
+    // Everything about one file: where the peer's pixels and ours are compared.
+    void expect_read(const std::string& file, const picture& p, const std::string& how) {
+        picture got = read_library(path(file));
+        // A set bit of an anymap is black.
+        bool swapped = p.bits == 1 && photometric(file) != 0;
+        for (uint32_t& v : got.values)
+            v ^= swapped ? 1 : 0;
+        EXPECT_TRUE(got == p) << how;
+        EXPECT_TRUE(p.samples == 1 || read_library(path(file), true) == p) << how << " interleaved";
+    }
+    int32_t photometric(const std::string& file) {
+        CFILE* c = rzl_open_r(path(file).c_str());
+        if (c == nullptr) return -1;
+        int32_t value = field_of(c, RZL_FIELD_PHOTOMETRIC);
+        rzl_close(c);
+        return value;
+    }
+    // A file of ours as others see it.
+    void expect_accepted(const std::string& file, const picture& p, const std::string& how) {
+        EXPECT_TRUE(run("tiffinfo -D " + file + " >/dev/null")) << how << said;
+        EXPECT_EQ(said, "") << how;
+        // The converter keeps 16 bits of strips only.
+        ASSERT_TRUE(run("tiffcp -s -c none " + file + " strips.tif && tifftopnm -byrow strips.tif >back.pnm")) << said;
+        picture back = read_pnm(path("back.pnm"));
+        for (uint32_t& v : back.values)
+            v ^= p.bits == 1 ? 1 : 0; // we write 1 as white
+        EXPECT_TRUE(back == p) << how;
+    }
+};
+
+TEST_F(Peers, FilesOfTheToolsAreRead) {
+    NEEDS_PROGRAM("tiffcp");
+    NEEDS_PROGRAM("pamtotiff");
+    const std::vector<std::string> grey_codings = {"none", "packbits", "lzw", "lzw:2"};
+    const std::vector<std::string> bit_codings = {"none", "packbits", "lzw", "g3:1d", "g3:2d", "g3:1d:fill", "g4"};
+    const std::vector<std::string> layouts = {"-s -r 1", "-s -r 7", "-s -r 1000", "-t -w 32 -l 16", "-t -w 16 -l 48"};
+    for (auto [samples, bits] : {std::pair{1, 1}, {1, 2}, {1, 4}, {1, 8}, {1, 16}, {3, 8}}) {
+        picture p = make_picture(93, 37, samples, bits);
+        write_pnm(path("in.pnm"), p);
+        ASSERT_TRUE(run("pamtotiff -truecolor in.pnm >in.tif")) << said;
+        expect_read("in.tif", p, "pamtotiff");
+        for (const std::string& coding : bits == 1 ? bit_codings : grey_codings)
+            for (const std::string& layout : layouts)
+                for (const char* order : {"-B", "-L"})
+                    for (const char* planes : {"contig", "separate"}) {
+                        if (samples == 1 && std::string(planes) == "separate") continue;
+                        if (bits < 8 && coding == "lzw:2") continue; // the tools have no such thing
+                        std::string how = std::string(order) + " -p " + planes + " -c " + coding + " " + layout;
+                        ASSERT_TRUE(run("tiffcp " + how + " in.tif out.tif")) << how << said;
+                        bool refused = samples > 1 && planes[0] == 's' && layout[1] == 't' && coding[0] == 'l';
+                        if (refused) {
+                            CFILE* c = rzl_open_r(path("out.tif").c_str());
+                            ASSERT_NE(c, nullptr);
+                            bytes_of_file line(400);
+                            rzl_getline(c, line.data());
+                            rzl_close(c);
+                            continue;
+                        }
+                        expect_read("out.tif", p, std::to_string(bits) + " bits, " + how);
+                    }
+    }
+}
+
+TEST_F(Peers, OurFilesAreAccepted) {
+    NEEDS_PROGRAM("tiffinfo");
+    NEEDS_PROGRAM("tifftopnm");
+    const std::vector<field_values> layouts = {{},          {{505, 1}},  {{505, 7}},
+                                               {{505, -1}}, {{100, 32}}, {{100, 16}, {104, 48}}};
+    for (auto [samples, bits] : {std::pair{1, 1}, {1, 2}, {1, 4}, {1, 8}, {1, 16}, {3, 8}}) {
+        picture p = make_picture(93, 37, samples, bits);
+        for (int coding : {1, 5, 0x20005, 32773, 2, 3, 4})
+            for (size_t l = 0; l < layouts.size(); ++l)
+                for (int planar : {1, 2}) {
+                    bool fax = coding >= 2 && coding <= 4;
+                    bool predictor = coding > 0xFFFF;
+                    if (fax != (bits == 1 && fax) || (planar == 2 && samples == 1) || (predictor && bits < 8)) continue;
+                    if (planar == 2 && l >= 4 && (coding & 0xFFFF) == 5) continue; // planes of tiles are not coded so
+                    field_values fields = layouts[l];
+                    fields.insert(fields.end(), {{501, coding & 0xFFFF}, {502, predictor ? 2 : 1}, {503, planar}});
+                    std::string how = std::to_string(bits) + " bits, coding " + std::to_string(coding) + ", layout " +
+                                      std::to_string(l) + ", planar " + std::to_string(planar);
+                    ASSERT_EQ(write_library(path("a.tif"), p, fields, samples == 3 && l % 2 == 1), 0u) << how;
+                    EXPECT_TRUE(read_library(path("a.tif")) == p) << how;
+                    expect_accepted("a.tif", p, how);
+                }
+    }
+}
