@@ -11,8 +11,8 @@ namespace {
 
 constexpr const char* SOURCE = "HASH.c";
 constexpr int FIRST_BITS = 6;
-constexpr size_t TABLE_COLORS = size_t{1} << 24;
-constexpr size_t AHEAD = 16; // pixels between asking for a cell and looking at it
+constexpr int BLOCKS_FROM_BITS = 17; // below, blocks take more than their colours are allowed
+constexpr int64_t BYTES_PER_COLOR = 32;
 
 bool no_memory(size_t bytes, int line) {
     imp_fail_saying(IMP_NO_MEMORY, "Couldnt allocate %d bytes.  Line %d, File %s\n", imp_printed(bytes), line, SOURCE);
@@ -23,11 +23,9 @@ uint32_t color_of(uint8_t red, uint8_t green, uint8_t blue) {
     return uint32_t{red} << 16 | uint32_t{green} << 8 | blue;
 }
 
-// Colours that differ in their lowest bits only share a line of the processor's cache, since neighbouring pixels do.
+// The upper bits of a product with the golden ratio spread neighbouring colours evenly.
 size_t cell_of(uint32_t color, int bits) {
-    uint32_t low = (color & 1) | (color >> 7 & 2) | (color >> 14 & 4);
-    uint32_t high = (color & 0xFEFEFE) * 0x9E3779B1U;
-    return (size_t{high >> (32 - bits)} & ~size_t{7}) | low;
+    return color * 0x9E3779B1U >> (32 - bits);
 }
 
 color_count* find_cell(color_count* cells, int bits, uint32_t color) {
@@ -36,6 +34,10 @@ color_count* find_cell(color_count* cells, int bits, uint32_t color) {
     while (cells[at].count != 0 && cells[at].color != color)
         at = (at + 1) & mask;
     return &cells[at];
+}
+
+bool may_not_grow(const color_hash* hash) {
+    return hash->bits >= (hash->last_bits != 0 ? hash->last_bits : HASH_LAST_BITS);
 }
 
 // ---- growing -------------------------------------------------------------------------------------------------------
@@ -47,19 +49,46 @@ bool start(color_hash* hash, int bits) {
     return hash->cells != nullptr || no_memory(bytes, __LINE__);
 }
 
-bool change_to_table(color_hash* hash) {
-    hash->table = static_cast<uint32_t*>(mem_alloc_zeroed(TABLE_COLORS * sizeof(uint32_t)));
-    if (hash->table == nullptr) return no_memory(TABLE_COLORS * sizeof(uint32_t), __LINE__);
+// Moves all counts into blocks.
+bool change_to_blocks(color_hash* hash) {
+    hash->blocks = blocks_new();
+    if (hash->blocks == nullptr) return no_memory(sizeof(color_blocks), __LINE__);
     for (size_t i = 0; i < size_t{1} << hash->bits; ++i) {
-        if (hash->cells[i].count != 0) hash->table[hash->cells[i].color] = hash->cells[i].count;
+        const color_count* cell = &hash->cells[i];
+        if (cell->count != 0 && blocks_add(hash->blocks, cell->color, cell->count) < 0)
+            return no_memory(sizeof(block_chunk), __LINE__);
     }
     mem_free(hash->cells);
     hash->cells = nullptr;
     return true;
 }
 
+// The blocks that the colours of the hash stand in; -1 when that can't be told.
+int64_t blocks_needed(const color_hash* hash) {
+    mem_guard<uint8_t> met(static_cast<uint8_t*>(mem_alloc_zeroed(BLOCK_COUNT / 8)));
+    if (!met) return -1;
+    int64_t blocks = 0;
+    for (size_t i = 0; i < size_t{1} << hash->bits; ++i) {
+        if (hash->cells[i].count == 0) continue;
+        uint32_t at = block_of(hash->cells[i].color);
+        auto bit = static_cast<uint8_t>(1 << at % 8);
+        blocks += (met[at / 8] & bit) == 0 ? 1 : 0;
+        met[at / 8] |= bit;
+    }
+    return blocks;
+}
+
+// Whether blocks, beside the hash that they come from, take no more than the colours are allowed.
+bool suits_blocks(const color_hash* hash) {
+    if (hash->bits < BLOCKS_FROM_BITS || hash->were_sparse) return false;
+    int64_t needed = blocks_needed(hash);
+    int64_t bytes = static_cast<int64_t>(sizeof(color_count) << hash->bits) + blocks_bytes(needed);
+    return needed >= 0 && bytes <= hash->distinct * BYTES_PER_COLOR;
+}
+
 bool grow(color_hash* hash) {
-    if (hash->bits >= (hash->last_bits != 0 ? hash->last_bits : HASH_LAST_BITS)) return change_to_table(hash);
+    if (may_not_grow(hash)) return change_to_blocks(hash);
+    if (suits_blocks(hash)) return change_to_blocks(hash);
     color_count* old = hash->cells;
     size_t count = size_t{1} << hash->bits;
     if (!start(hash, hash->bits + 1)) {
@@ -81,36 +110,58 @@ bool is_full(const color_hash* hash) {
 
 // ---- counting ------------------------------------------------------------------------------------------------------
 
-void add_to_table(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count) {
-    int64_t found = 0;
-    for (size_t i = 0; i < count; ++i) {
-        uint32_t* counter = &hash->table[color_of(red[i], green[i], blue[i])];
-        found += *counter == 0 ? 1 : 0;
-        ++*counter;
-    }
-    hash->distinct += found;
+bool add_by_hash(color_hash* hash, color_count more) {
+    color_count* cell = find_cell(hash->cells, hash->bits, more.color);
+    bool is_new = cell->count == 0;
+    cell->color = more.color;
+    cell->count += more.count;
+    if (!is_new) return true;
+    ++hash->distinct;
+    return !is_full(hash) || grow(hash);
 }
 
-// Adds pixels until they end or the hash is full. Returns how many.
-size_t add_to_cells(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count) {
-    color_count* last = nullptr;
-    for (size_t i = 0; i < count; ++i) {
-        if (i + AHEAD < count) {
-            uint32_t ahead = color_of(red[i + AHEAD], green[i + AHEAD], blue[i + AHEAD]);
-            __builtin_prefetch(&hash->cells[cell_of(ahead, hash->bits)], 1);
-        }
-        uint32_t color = color_of(red[i], green[i], blue[i]);
-        if (last != nullptr && last->color == color) {
-            ++last->count;
-            continue;
-        }
-        last = find_cell(hash->cells, hash->bits, color);
-        if (last->count++ != 0) continue;
-        last->color = color;
-        ++hash->distinct;
-        if (is_full(hash)) return i + 1;
+// Counts pixels in the hash until they end or it gives way to blocks. `done` gets how many.
+bool add_pixels_by_hash(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count,
+                        size_t* done) {
+    size_t i = 0;
+    bool good = true;
+    while (good && i < count && hash->blocks == nullptr) {
+        good = add_by_hash(hash, {color_of(red[i], green[i], blue[i]), 1});
+        ++i;
     }
-    return count;
+    *done = i;
+    return good;
+}
+
+bool add_pixels_by_blocks(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue,
+                          size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        int found = blocks_add(hash->blocks, color_of(red[i], green[i], blue[i]), 1);
+        if (found < 0) return no_memory(sizeof(block_chunk), __LINE__);
+        hash->distinct += found;
+    }
+    return true;
+}
+
+// Colours that came later may stand far apart: their blocks are then given up for a hash again.
+bool leave_sparse_blocks(color_hash* hash) {
+    int64_t allowed = hash->distinct * BYTES_PER_COLOR;
+    if (blocks_bytes(hash->blocks->count) <= allowed || may_not_grow(hash)) return true;
+    color_blocks* blocks = hash->blocks;
+    int bits = hash->bits;
+    while ((int64_t{3} << bits) / 4 <= hash->distinct)
+        ++bits;
+    if (bits > HASH_LAST_BITS) return true;
+    if (!start(hash, bits)) return false;
+    hash->blocks = nullptr;
+    hash->were_sparse = true;
+    constexpr color_box ALL = {255, 0, 255, 0, 255, 0, false, 0, 0, 0};
+    blocks_each(blocks, &ALL, false, hash, [](void* user, uint32_t color, uint32_t pixels) {
+        auto* h = static_cast<color_hash*>(user);
+        *find_cell(h->cells, h->bits, color) = {color, pixels};
+    });
+    blocks_free(blocks);
+    return true;
 }
 
 // ---- the list ------------------------------------------------------------------------------------------------------
@@ -162,24 +213,6 @@ void split_list(color_hash* hash, const color_box* box, color_box children[BOX_C
     std::memcpy(list, hash->spare, count * sizeof *list);
 }
 
-// ---- the table -----------------------------------------------------------------------------------------------------
-
-const uint32_t* table_row(const color_hash* hash, int red, int green) {
-    return hash->table + (static_cast<size_t>(red) << 16 | static_cast<size_t>(green) << 8);
-}
-
-int32_t colors_of_table(const color_hash* hash, const color_box* box) {
-    int32_t colors = 0;
-    for (int red = box->min_red; red <= box->max_red; ++red) {
-        for (int green = box->min_green; green <= box->max_green; ++green) {
-            const uint32_t* row = table_row(hash, red, green);
-            for (int blue = box->min_blue; blue <= box->max_blue; ++blue)
-                colors += row[blue] != 0 ? 1 : 0;
-        }
-    }
-    return colors;
-}
-
 // ---- the mean ------------------------------------------------------------------------------------------------------
 
 void add_share(mean_color* mean, uint32_t color, uint32_t count, double total) {
@@ -202,51 +235,34 @@ mean_color mean_of_list(const color_hash* hash, const color_box* box) {
     return mean;
 }
 
-// Calls take(color, count) for the colours of the box in its order.
-template <typename T> void for_each_of_table(const color_hash* hash, const color_box* box, T take) {
-    int step = box->descending ? -1 : 1;
-    int reds = box->max_red - box->min_red + 1;
-    int greens = box->max_green - box->min_green + 1;
-    int blues = box->max_blue - box->min_blue + 1;
-    int red = box->descending ? box->max_red : box->min_red;
-    for (int i = 0; i < reds; ++i, red += step) {
-        int green = box->descending ? box->max_green : box->min_green;
-        for (int j = 0; j < greens; ++j, green += step) {
-            const uint32_t* row = table_row(hash, red, green);
-            int blue = box->descending ? box->max_blue : box->min_blue;
-            for (int k = 0; k < blues; ++k, blue += step) {
-                if (row[blue] != 0) take(static_cast<uint32_t>(red << 16 | green << 8 | blue), row[blue]);
-            }
-        }
-    }
-}
+struct mean_sum {
+    double total;
+    mean_color mean;
+};
 
-mean_color mean_of_table(const color_hash* hash, const color_box* box) {
-    double total = 0.0;
-    for_each_of_table(hash, box, [&](uint32_t, uint32_t count) { total += count; });
-    mean_color mean = {};
-    for_each_of_table(hash, box, [&](uint32_t color, uint32_t count) { add_share(&mean, color, count, total); });
-    return mean;
+mean_color mean_of_blocks(const color_hash* hash, const color_box* box) {
+    mean_sum sum = {};
+    blocks_each(hash->blocks, box, box->descending, &sum,
+                [](void* user, uint32_t, uint32_t count) { static_cast<mean_sum*>(user)->total += count; });
+    blocks_each(hash->blocks, box, box->descending, &sum, [](void* user, uint32_t color, uint32_t count) {
+        auto* s = static_cast<mean_sum*>(user);
+        add_share(&s->mean, color, count, s->total);
+    });
+    return sum.mean;
 }
 
 } // namespace
 
 bool hash_add(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count) {
     size_t done = 0;
-    while (done < count) {
-        if (hash->table != nullptr) {
-            add_to_table(hash, red + done, green + done, blue + done, count - done);
-            return true;
-        }
-        if (hash->cells == nullptr && !start(hash, FIRST_BITS)) return false;
-        done += add_to_cells(hash, red + done, green + done, blue + done, count - done);
-        if (is_full(hash) && !grow(hash)) return false;
-    }
-    return true;
+    if (hash->bits == 0 && !start(hash, FIRST_BITS)) return false;
+    if (hash->blocks == nullptr && !add_pixels_by_hash(hash, red, green, blue, count, &done)) return false;
+    if (hash->blocks == nullptr || done == count) return true;
+    return add_pixels_by_blocks(hash, red + done, green + done, blue + done, count - done) && leave_sparse_blocks(hash);
 }
 
 bool hash_seal(color_hash* hash) {
-    if (hash->table != nullptr || hash->distinct == 0) return true;
+    if (hash->blocks != nullptr || hash->distinct == 0) return true;
     auto count = static_cast<size_t>(hash->distinct);
     pack_cells(hash);
     auto* fitted = static_cast<color_count*>(mem_realloc(hash->cells, count * sizeof(color_count)));
@@ -263,21 +279,21 @@ bool hash_seal(color_hash* hash) {
 void hash_split(color_hash* hash, const color_box* box, color_box children[BOX_CHILDREN]) {
     for (int k = 0; k < BOX_CHILDREN; ++k)
         children[k].descending = !box->descending;
-    if (hash->table == nullptr) {
+    if (hash->blocks == nullptr) {
         split_list(hash, box, children);
         return;
     }
     for (int k = 0; k < BOX_CHILDREN; ++k)
-        children[k].colors = colors_of_table(hash, &children[k]);
+        children[k].colors = blocks_colors(hash->blocks, &children[k]);
 }
 
 mean_color hash_mean(const color_hash* hash, const color_box* box) {
-    return hash->table != nullptr ? mean_of_table(hash, box) : mean_of_list(hash, box);
+    return hash->blocks != nullptr ? mean_of_blocks(hash, box) : mean_of_list(hash, box);
 }
 
 void hash_free(color_hash* hash) {
     mem_free(hash->cells);
     mem_free(hash->spare);
-    mem_free(hash->table);
+    blocks_free(hash->blocks);
     *hash = {};
 }

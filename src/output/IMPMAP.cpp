@@ -1,6 +1,6 @@
 // Maps the pixels of three planes to the entries of a colour table, through a table of the colour cube in cells of
 // eight by eight by eight: each cell holds the entry nearest to its low corner.
-#include <initializer_list>
+#include <cstring>
 
 #include "output/mkvlt.h"
 #include "support/memory.h"
@@ -85,133 +85,128 @@ int imp_nearest_map(Impack* pack, const uint8_t* cells, imp_progress* p) {
 
 // ---- error diffusion -----------------------------------------------------------------------------------------------
 
-// The shares of an error: 7/16 to the right, 5/16 below, 3/16 below to the left, and the rest below to the right, so
-// that they add up to it.
-struct error_shares {
-    int16_t right, below, below_left, below_right;
-};
+// Red, green, blue and an unused lane of one line, and the same of the line below it two pixels behind: an error goes
+// no further than that, so that the two lines run side by side.
+using lanes = int16_t __attribute__((vector_size(16)));
+using halves = int64_t __attribute__((vector_size(16)));
 
-constexpr int ERROR_MAX = 255;
+constexpr int32_t LAG = 2; // pixels between the lines
+constexpr size_t PIXEL_LANES = 4;
 
-// By the error plus ERROR_MAX.
-struct share_table {
-    error_shares shares[2 * ERROR_MAX + 1];
-};
-
-constexpr share_table make_shares() {
-    share_table t = {};
-    for (int e = -ERROR_MAX; e <= ERROR_MAX; ++e) {
-        int magnitude = e < 0 ? -e : e;
-        int sign = e < 0 ? -1 : 1;
-        int right = (magnitude >> 1) - (magnitude >> 4);
-        int below = (5 * magnitude) >> 4;
-        int below_left = (3 * magnitude) >> 4;
-        int below_right = magnitude - right - below - below_left;
-        t.shares[e + ERROR_MAX] = {static_cast<int16_t>(sign * right), static_cast<int16_t>(sign * below),
-                                   static_cast<int16_t>(sign * below_left), static_cast<int16_t>(sign * below_right)};
-    }
-    return t;
-}
-
-constexpr share_table SHARES = make_shares();
-
-// One channel on its way along a line.
-struct channel_walk {
-    const uint8_t* plane;
-    const int16_t* current; // errors from the line above
-    int16_t* next;          // errors for the line below
-    int right;              // for the next pixel
-    int below;              // for the line below at the last pixel, so far
-    int below_right;        // and at this one
-};
-
-// The value of a pixel with the errors that have come to it.
-inline int value_at(const channel_walk* c, int32_t x) {
-    int value = c->plane[x] + static_cast<int16_t>(c->current[x] + c->right);
-    value = value < 0 ? 0 : value;
-    return value > 255 ? 255 : value;
-}
-
-// Hands on the error of the pixel at x. What the line below gets at x - 1 is complete with it.
-inline void spread(channel_walk* c, int32_t x, int error) {
-    const error_shares* s = &SHARES.shares[error + ERROR_MAX];
-    c->right = s->right;
-    c->next[x - 1] = static_cast<int16_t>(c->below + s->below_left);
-    c->below = c->below_right + s->below;
-    c->below_right = s->below_right;
-}
+constexpr lanes ZERO = {};
+constexpr lanes FIRST_LINE = {-1, -1, -1, -1, 0, 0, 0, 0};
+constexpr lanes SECOND_LINE = {0, 0, 0, 0, -1, -1, -1, -1};
 
 struct diffusion {
     const uint8_t* cells;
     int32_t width;
-    int32_t red[256], green[256], blue[256]; // of the table's entries
+    int64_t entries[256]; // of the table, as the lanes of a pixel
+    int16_t* pixels[2];   // of the two lines, in lanes, with LAG pixels before and behind
+    int16_t* errors;      // that come to the next line from above, in lanes, as far
 };
 
-void diffuse_line(const diffusion* d, channel_walk channels[3], uint8_t* index) {
-    channel_walk red = channels[0];
-    channel_walk green = channels[1];
-    channel_walk blue = channels[2];
-    for (int32_t x = 0; x < d->width; ++x) {
-        int r = value_at(&red, x);
-        int g = value_at(&green, x);
-        int b = value_at(&blue, x);
-        uint8_t entry = d->cells[cell_of(r, g, b)];
-        index[x] = entry;
-        spread(&red, x, r - d->red[entry]);
-        spread(&green, x, g - d->green[entry]);
-        spread(&blue, x, b - d->blue[entry]);
-    }
-    for (const channel_walk* c : {&red, &green, &blue})
-        c->next[d->width - 1] = static_cast<int16_t>(c->below);
-}
-
-// Six rows of errors, from index -1 to the width: what stands there is written and never read.
-struct error_rows {
-    int16_t* current[3];
-    int16_t* next[3];
+// Errors on their way, by lane.
+struct errors_carried {
+    lanes right;       // for the next pixel
+    lanes below;       // for the line below at the last pixel, so far
+    lanes below_right; // and at this one
+    int64_t complete;  // what the second line gets at its next pixel
 };
 
-void lay_out_rows(error_rows* rows, int16_t* block, size_t row) {
-    for (int c = 0; c < 3; ++c) {
-        rows->current[c] = block + row * static_cast<size_t>(c) + 1;
-        rows->next[c] = block + row * static_cast<size_t>(c + 3) + 1;
+int64_t load_pixel(const int16_t* from, int64_t x) {
+    int64_t four;
+    std::memcpy(&four, from + x * static_cast<int64_t>(PIXEL_LANES), sizeof four);
+    return four;
+}
+
+// The cell of a pixel whose channels, shifted to cells, stand in 16 bits each: the product puts red, green and blue
+// side by side above bit 32.
+size_t cell_of_lanes(int64_t pixel) {
+    constexpr uint64_t SIDE_BY_SIDE = uint64_t{1} << 42 | uint64_t{1} << 21 | 1;
+    return (static_cast<uint64_t>(pixel) & 0xFFFFFFFFFFFF) * SIDE_BY_SIDE >> 32 & (CELL_COUNT - 1);
+}
+
+// One pixel of both lines: the first at x, the second at x - LAG. `in_picture` masks the lines that have a pixel there.
+// The shares of an error are 7/16 to the right, 5/16 below, 3/16 below to the left, and the rest below to the right, so
+// that they add up to it; each has the sign of the error.
+inline void diffuse_pixel(const diffusion* d, errors_carried* c, int32_t x, lanes in_picture, uint8_t found[2]) {
+    auto value = (lanes)(halves){load_pixel(d->pixels[0], x), load_pixel(d->pixels[1], x - LAG)};
+    value += (lanes)(halves){load_pixel(d->errors, x), c->complete} + c->right;
+    value = value > ZERO ? value : ZERO;
+    value = value < 255 ? value : ZERO + 255;
+    auto cells = (halves)(value >> CELL_SHIFT);
+    found[0] = d->cells[cell_of_lanes(cells[0])];
+    found[1] = d->cells[cell_of_lanes(cells[1])];
+    lanes error = (value - (lanes)(halves){d->entries[found[0]], d->entries[found[1]]}) & in_picture;
+    lanes sign = error >> 15;
+    lanes magnitude = (error ^ sign) - sign;
+    lanes right = (magnitude >> 1) - (magnitude >> 4);
+    lanes below = magnitude * 5 >> 4;
+    lanes below_left = magnitude * 3 >> 4;
+    lanes below_right = magnitude - right - below - below_left;
+    auto complete = (halves)(c->below + ((below_left ^ sign) - sign));
+    c->right = (right ^ sign) - sign;
+    c->below = c->below_right + ((below ^ sign) - sign);
+    c->below_right = (below_right ^ sign) - sign;
+    c->complete = complete[0];
+    std::memcpy(d->errors + (x - LAG - 1) * static_cast<int64_t>(PIXEL_LANES), &complete[1], sizeof complete[1]);
+}
+
+// Two lines at once, or the last alone: `second` is then null.
+void diffuse_lines_at(const diffusion* d, uint8_t* first, uint8_t* second) {
+    lanes lines = second != nullptr ? FIRST_LINE | SECOND_LINE : FIRST_LINE;
+    errors_carried carried = {};
+    uint8_t found[2];
+    for (int32_t x = 0; x < d->width + LAG + 1; ++x) {
+        bool inside = x >= LAG && x < d->width;
+        lanes in_picture = lines;
+        if (!inside && x >= d->width) in_picture &= SECOND_LINE;
+        if (!inside && (x < LAG || x >= d->width + LAG)) in_picture &= FIRST_LINE;
+        diffuse_pixel(d, &carried, x, in_picture, found);
+        if (x < d->width) first[x] = found[0];
+        if (second != nullptr && x >= LAG && x < d->width + LAG) second[x - LAG] = found[1];
     }
 }
 
-int diffuse_lines(Impack* pack, const diffusion* d, error_rows* rows, imp_progress* p) {
+void load_line(int16_t* to, const Impack* pack, int64_t at) {
+    for (int32_t x = 0; x < pack->xsize; ++x, to += PIXEL_LANES) {
+        to[0] = pack->red_plane[at + x];
+        to[1] = pack->green_plane[at + x];
+        to[2] = pack->blue_plane[at + x];
+    }
+}
+
+int diffuse_all(Impack* pack, const diffusion* d, imp_progress* p) {
     int64_t at = 0;
-    for (int32_t y = 0; y < pack->ysize; ++y, at += pack->xsize) {
-        channel_walk channels[3] = {{pack->red_plane + at, rows->current[0], rows->next[0], 0, 0, 0},
-                                    {pack->green_plane + at, rows->current[1], rows->next[1], 0, 0, 0},
-                                    {pack->blue_plane + at, rows->current[2], rows->next[2], 0, 0, 0}};
-        if (d->width > 0) diffuse_line(d, channels, pack->index_plane + at);
-        error_rows turned = {{rows->next[0], rows->next[1], rows->next[2]},
-                             {rows->current[0], rows->current[1], rows->current[2]}};
-        *rows = turned;
-        if (imp_line_done(p, pack, y)) return IMP_STOPPED;
+    for (int32_t y = 0; y < pack->ysize; y += 2, at += 2 * int64_t{pack->xsize}) {
+        bool pair = y + 1 < pack->ysize;
+        int64_t below = at + pack->xsize;
+        load_line(d->pixels[0], pack, at);
+        if (pair) load_line(d->pixels[1], pack, below);
+        diffuse_lines_at(d, pack->index_plane + at, pair ? pack->index_plane + below : nullptr);
+        if (imp_line_done(p, pack, y) || (pair && imp_line_done(p, pack, y + 1))) return IMP_STOPPED;
     }
     imp_lines_done(p, pack);
     return IMP_OK;
 }
 
 int imp_dither_map(Impack* pack, const uint8_t* cells, imp_progress* p) {
+    constexpr size_t MARGIN = LAG + 1;
     if (imp_wants(p, IMP_MESSAGE_STAGES)) imp_tell(p, IMP_MESSAGE_STAGES, "       Mapping colors to vlt.");
-    auto row = static_cast<size_t>(pack->xsize) + 2;
-    size_t bytes = row * 6 * sizeof(int16_t);
+    size_t line = (static_cast<size_t>(pack->xsize) + 2 * MARGIN) * PIXEL_LANES;
+    size_t bytes = line * 3 * sizeof(int16_t);
     mem_guard<int16_t> block(static_cast<int16_t*>(mem_alloc_zeroed(bytes)));
     if (!block) {
         return imp_fail_saying(IMP_NO_MEMORY, "Couldnt allocate %d bytes.  Line %d, File %s\n", imp_printed(bytes),
                                __LINE__, SOURCE);
     }
-    error_rows rows;
-    lay_out_rows(&rows, block.get(), row);
-    diffusion d = {cells, pack->xsize, {}, {}, {}};
+    int16_t* first = block.get() + MARGIN * PIXEL_LANES;
+    diffusion d = {cells, pack->xsize, {}, {first, first + line}, first + 2 * line};
     for (int32_t i = 0; i < pack->vlt_count; ++i) {
-        d.red[i] = pack->vlt[i].red;
-        d.green[i] = pack->vlt[i].green;
-        d.blue[i] = pack->vlt[i].blue;
+        const rzl_vlt_entry* e = &pack->vlt[i];
+        d.entries[i] = int64_t{e->blue} << 32 | int64_t{e->green} << 16 | e->red;
     }
-    return diffuse_lines(pack, &d, &rows, p);
+    return diffuse_all(pack, &d, p);
 }
 
 } // namespace

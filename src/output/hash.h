@@ -1,13 +1,15 @@
 // The colours of a picture: an exact count of each, and the way in which a box of the colour cube takes them apart.
 //
-// Pictures of up to some three million colours are counted in a hash of colour and count, which becomes a list in order
-// of red, green and blue; each box then holds a stretch of it. Pictures of more are counted in a table of all 2^24
-// colours, which serves as it stands. That holds working memory under 32 bytes for a colour of the picture, and under
-// 128 MB for any picture.
+// Colours are counted in a hash of colour and count first. When a hundred thousand have come that stand close together,
+// or three million of any kind, the counts move to blocks of the colour cube (blocks.h), which are quicker and serve as
+// they stand. The hash becomes a list in order of red, green and blue, of which each box holds a stretch. That holds
+// working memory at about 32 bytes for a colour of the picture, and under 128 MB for any picture.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+
+#include "output/blocks.h"
 
 // A colour as red << 16 | green << 8 | blue, and the number of its pixels.
 struct color_count {
@@ -15,15 +17,16 @@ struct color_count {
     uint32_t count;
 };
 
-constexpr int HASH_LAST_BITS = 22; // above it the table of all colours is the smaller one
+constexpr int HASH_LAST_BITS = 22; // above it blocks are the smaller ones, however sparse
 
 struct color_hash {
-    color_count* cells; // of the hash: `count` 0 is a free one; then of the list
-    color_count* spare; // as many for the list, while it is taken apart
-    int bits;           // the hash has 2 to this power of cells
-    int last_bits;      // and never more than 2 to this power; 0 for HASH_LAST_BITS
-    uint32_t* table;    // the count of every colour, null while the hash serves
-    int64_t distinct;   // colours met
+    color_count* cells;   // of the hash: `count` 0 is a free one; then of the list
+    color_count* spare;   // as many for the list, while it is taken apart
+    int bits;             // the hash has 2 to this power of cells
+    int last_bits;        // and never more than 2 to this power; 0 for HASH_LAST_BITS
+    color_blocks* blocks; // null while the hash serves
+    bool were_sparse;     // blocks have been tried and given up
+    int64_t distinct;     // colours met
 };
 
 // One box of the colour cube: both ends of a range belong to it.

@@ -254,19 +254,19 @@ TEST_F(Colors, TablesAndIndicesAreThoseOfTheMethod) {
     expect_reduced({4, 1, {{255, 254, 255, 254}, {255, 255, 254, 254}, {255, 255, 255, 254}}}, 256, true);
 }
 
-// A hash that may not grow gives way to the table of all colours: boxes and means come out the same, to the last bit.
-TEST_F(Colors, ListsAndTheTableOfAllColoursAgree) {
+// A hash that may not grow gives way to blocks: boxes and means come out the same, to the last bit.
+TEST_F(Colors, ListsAndBlocksAgree) {
     picture p = make_picture(90, 70, 300);
     color_hash list = {};
-    color_hash table = {};
-    table.last_bits = 6;
-    for (color_hash* hash : {&list, &table}) {
+    color_hash blocks = {};
+    blocks.last_bits = 6;
+    for (color_hash* hash : {&list, &blocks}) {
         ASSERT_TRUE(hash_add(hash, p.channels[0].data(), p.channels[1].data(), p.channels[2].data(), 6300));
         ASSERT_TRUE(hash_seal(hash));
     }
-    ASSERT_EQ(list.table, nullptr);
-    ASSERT_NE(table.table, nullptr);
-    ASSERT_EQ(list.distinct, table.distinct);
+    ASSERT_EQ(list.blocks, nullptr);
+    ASSERT_NE(blocks.blocks, nullptr);
+    ASSERT_EQ(list.distinct, blocks.distinct);
     color_box box = {255, 0, 255, 0, 255, 0, true, static_cast<int32_t>(list.distinct), 0, 0};
     for (int half = 127; half > 30; half /= 2) {
         color_box children[2][BOX_CHILDREN];
@@ -280,18 +280,54 @@ TEST_F(Colors, ListsAndTheTableOfAllColoursAgree) {
             children[0][k] = children[1][k] = child;
         }
         hash_split(&list, &box, children[0]);
-        hash_split(&table, &box, children[1]);
+        hash_split(&blocks, &box, children[1]);
         for (int k = 0; k < BOX_CHILDREN; ++k) {
             EXPECT_EQ(children[0][k].colors, children[1][k].colors);
             if (children[0][k].colors == 0) continue;
             mean_color a = hash_mean(&list, &children[0][k]);
-            mean_color b = hash_mean(&table, &children[1][k]);
+            mean_color b = hash_mean(&blocks, &children[1][k]);
             EXPECT_TRUE(a.red == b.red && a.green == b.green && a.blue == b.blue) << half << " " << k;
         }
         box = children[0][0];
     }
     hash_free(&list);
-    hash_free(&table);
+    hash_free(&blocks);
+}
+
+// Colours that stand close together move to blocks, and back when many come that stand apart: no count is lost.
+TEST_F(Colors, BlocksAreGivenUpForColoursThatStandApart) {
+    picture dense = {48 * 48, 48, {}};
+    for (int i = 0; i < 48 * 48 * 48; ++i) {
+        dense.channels[0].push_back(static_cast<uint8_t>(100 + i / (48 * 48)));
+        dense.channels[1].push_back(static_cast<uint8_t>(80 + i / 48 % 48));
+        dense.channels[2].push_back(static_cast<uint8_t>(60 + i % 48));
+    }
+    picture sparse = {64 * 64, 64, {}};
+    for (int i = 0; i < 64 * 64 * 64; ++i) {
+        sparse.channels[0].push_back(static_cast<uint8_t>(i / (64 * 64) * 4));
+        sparse.channels[1].push_back(static_cast<uint8_t>(i / 64 % 64 * 4));
+        sparse.channels[2].push_back(static_cast<uint8_t>(i % 64 * 4));
+    }
+    color_hash free_choice = {};
+    color_hash list = {};
+    list.were_sparse = true;
+    for (color_hash* hash : {&free_choice, &list}) {
+        for (const picture* p : {&dense, &sparse}) {
+            ASSERT_TRUE(hash_add(hash, p->channels[0].data(), p->channels[1].data(), p->channels[2].data(),
+                                 p->channels[0].size()));
+            bool in_blocks = hash == &free_choice && p == &dense;
+            EXPECT_EQ(hash->blocks != nullptr, in_blocks);
+        }
+        ASSERT_TRUE(hash_seal(hash));
+    }
+    EXPECT_EQ(free_choice.distinct, 48 * 48 * 48 + 64 * 64 * 64 - 12 * 12 * 12);
+    ASSERT_EQ(free_choice.distinct, list.distinct);
+    for (int64_t i = 0; i < list.distinct; ++i) {
+        ASSERT_EQ(free_choice.cells[i].color, list.cells[i].color);
+        ASSERT_EQ(free_choice.cells[i].count, list.cells[i].count);
+    }
+    hash_free(&free_choice);
+    hash_free(&list);
 }
 
 TEST_F(Colors, TheTableGoesThroughTheGamma) {
