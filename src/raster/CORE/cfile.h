@@ -135,9 +135,10 @@ constexpr uint32_t SQUETCH_FILTER = 1;
 constexpr uint32_t SQUETCH_RELOAD = 2; // accumulators must be loaded before the next line: set by a seek or rewind
 constexpr uint32_t SQUETCH_EACH_CHANNEL = 4;
 
-// State of the CCITT coders. Only the strip lines are used without the codec.
+// State of the CCITT coders.
 struct ccitt_record {
     int32_t strip_lines;
+    struct cit_file* coder; // owned: see CCITT/citfile.h; null until a line is read or written through it
 };
 
 // State of a native JPEG file. The board that codes it is not reachable on this platform.

@@ -1,4 +1,5 @@
 // The initial state of a handle, and the release of what hangs from it.
+#include "raster/CCITT/citfile.h"
 #include "raster/CORE/cfile.h"
 
 #include "platform/files.h"
@@ -54,6 +55,7 @@ void free_cfile_parts(CFILE* c) {
     mem_free(c->line_offsets);
     free_squetch_record(c);
     free_tile_record(c);
+    cit_file_release(c->ccitt);
     mem_free(c->ccitt);
     mem_free(c->jpeg);
 }

@@ -273,6 +273,24 @@ bool krv_apply_data_type(CFILE* c);
 bool krv_need_ccitt(CFILE* c, int32_t data_type); // creates the record when the format needs one
 void krv_detect_line_padding(CFILE* c);
 
+// Where the active target's data, which begin at `first`, end: the next data behind them, or the end of the image.
+// *aligned: up to 7 bytes of filling may stand in front of it.
+int64_t krv_target_end(CFILE* c, int64_t first, bool* aligned);
+
+// ---- CCITT data: krvccitt.cpp
+// ----------------------------------------------------------------------------------------
+
+// Whether the active target has lines of group 3 or group 4; those of a scannable file are refused.
+bool krv_is_coded(const CFILE* c);
+
+// The line slots and the strip slot for such a target.
+int krv_get_coded_line(CFILE* c, int channels, read_planes buffers);
+int krv_put_coded_line(CFILE* c, int channels, write_planes buffers);
+int krv_get_coded_strip(CFILE* c, int channels, read_planes buffers);
+
+// Writes lines that have come of an image without its last. False: the status is set.
+bool krv_finish_coded(CFILE* c);
+
 // ---- several images: krvmulti.cpp
 // ------------------------------------------------------------------------------------
 

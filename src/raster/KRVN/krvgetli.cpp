@@ -238,6 +238,7 @@ int krv_skip_line(CFILE* c, int32_t target) {
 }
 
 int krv_get_line(CFILE* c, int channels, read_planes buffers) {
+    if (krv_is_coded(c)) return krv_get_coded_line(c, channels, buffers);
     if (wants_nothing(channels, buffers)) return krv_skip_line(c, c->line + 1) != 0 ? c->xsize : 0;
     krv_decoder decode = krv_decoder_of(c);
     int pixels = 0;

@@ -111,9 +111,8 @@ int krv_getrleline(CFILE* c, int channels, read_planes buffers) {
     return has_flag(c, FLAG_SCANNABLE) ? deliver_pieces(c, out) : deliver_line(c, out);
 }
 
-// Strips are what the CCITT coders make, and those this module has not.
-int krv_getrlestrip(CFILE* c, int, read_planes) {
+// Strips are what the CCITT coders make.
+int krv_getrlestrip(CFILE* c, int channels, read_planes buffers) {
     rzl_getline_check(c);
-    if (c->status == 0) krv_refuse_format(c, SOURCE);
-    return 0;
+    return c->status == 0 ? krv_get_coded_strip(c, channels, buffers) : 0;
 }

@@ -146,7 +146,7 @@ int krv_set_active_image(CFILE* c, int32_t image) {
     }
     int64_t image_at = c->base_offset;
     int64_t position = io_tell(c);
-    if (!krv_flush_directories(c)) return 1;
+    if (!krv_finish_coded(c) || !krv_flush_directories(c)) return 1;
     int result = go_to_image(c, target);
     // The image that stays active after a refusal is read on where it was.
     if (result != 0 && c->base_offset == image_at) io_seek(c, position);

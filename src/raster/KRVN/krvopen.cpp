@@ -182,6 +182,8 @@ bool krv_lines_fit(int32_t data_type, uint32_t xsize, uint32_t ysize, int64_t by
     if (row == nullptr) return false;
     auto room = static_cast<uint64_t>(bytes < 0 ? 0 : bytes);
     uint64_t total;
+    // A line that is the one before it again takes a bit, however long it is.
+    if (data_type == RZL_FORMAT_GROUP4) return ysize / 8 <= room;
     if (row->bits != 0) return checked_mul(stored_line_bytes(row, xsize), ysize, &total) && total <= room;
     return uint64_t{xsize} * ysize / row->expansion <= room;
 }
@@ -336,6 +338,7 @@ bool krv_flush_directories(CFILE* c) {
 
 void krv_close(CFILE* c) {
     if (c->spec == nullptr) return;
+    (void)krv_finish_coded(c);
     krv_flush_directories(c); // its status stays on the handle
     krv_free_packets(c);
     mem_free(krv_spec_of(c)->code_buffer);

@@ -130,6 +130,7 @@ int choose_overview(CFILE* c, int32_t index) {
 
 // Makes another target the active one. What was derived from the lines of the one before goes.
 int switch_target(CFILE* c, int32_t target) {
+    if (!krv_finish_coded(c)) return 1;
     if (target >= 0) {
         if (choose_overview(c, target) != 0) return 1;
     } else {
@@ -144,9 +145,17 @@ int switch_target(CFILE* c, int32_t target) {
     return 0;
 }
 
-// Where the active target's data end: the next data behind them, or the end of the image. *aligned: up to 7 bytes of
-// filling may stand in front of it.
-int64_t target_end(CFILE* c, int64_t first, bool* aligned) {
+bool ends_at(int64_t first, uint64_t bytes, int64_t end, bool aligned) {
+    if (end < first) return false;
+    auto length = static_cast<uint64_t>(end - first);
+    if (length < bytes) return false;
+    if (!aligned) return length == bytes;
+    return length - bytes < OVERVIEW_ALIGNMENT;
+}
+
+} // namespace
+
+int64_t krv_target_end(CFILE* c, int64_t first, bool* aligned) {
     const krv_spec* spec = krv_spec_of(c);
     int64_t next = INT64_MAX;
     for (int32_t i = 0; i < krv_overview_count(spec); ++i) {
@@ -157,16 +166,6 @@ int64_t target_end(CFILE* c, int64_t first, bool* aligned) {
     if (*aligned) return next;
     return krv_next_image(c) != 0 ? int64_t{krv_next_image(c)} : io_size(c);
 }
-
-bool ends_at(int64_t first, uint64_t bytes, int64_t end, bool aligned) {
-    if (end < first) return false;
-    auto length = static_cast<uint64_t>(end - first);
-    if (length < bytes) return false;
-    if (!aligned) return length == bytes;
-    return length - bytes < OVERVIEW_ALIGNMENT;
-}
-
-} // namespace
 
 bool krv_overview_packet_is_whole(const uint8_t* packet, size_t bytes) {
     if (bytes < KRV_OVERVIEW_ENTRIES_AT) return false;
@@ -252,7 +251,7 @@ void krv_detect_line_padding(CFILE* c) {
     if (c->xsize % 2 == 0 || c->ysize <= 0 || !has_flag(c, FLAG_HEADER_EXISTS)) return;
     int64_t first = krv_first_line(c);
     bool aligned;
-    int64_t end = target_end(c, first, &aligned);
+    int64_t end = krv_target_end(c, first, &aligned);
     auto lines = static_cast<uint64_t>(c->ysize);
     uint64_t bytes = static_cast<uint64_t>(c->xsize) * 3 * lines;
     if (ends_at(first, bytes, end, aligned)) return;

@@ -106,6 +106,7 @@ bool pass_over(CFILE* c) {
 } // namespace
 
 int krv_put_line(CFILE* c, int channels, write_planes buffers) {
+    if (krv_is_coded(c)) return krv_put_coded_line(c, channels, buffers);
     if (!can_code(c)) {
         krv_refuse_format(c, SOURCE);
         return 0;
