@@ -18,3 +18,6 @@ need_packages() {
 }
 
 need_build() { need_packages "to build" g++ cmake ninja-build nlohmann-json3-dev; }
+
+# To make the fonts of data/fonts again; the product is built without it.
+need_fonts() { need_packages "to make the fonts" libfreetype-dev fonts-liberation; }

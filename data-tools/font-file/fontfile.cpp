@@ -1,0 +1,97 @@
+// Trimming glyphs and writing files of them.
+#include "fontfile.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "support/bytes.h"
+
+namespace {
+
+constexpr size_t INDEX_AT = 12;
+constexpr size_t TABLE_AT = 268;
+constexpr size_t ENTRY_SIZE = 8;
+
+bool is_blank(const std::string& row) {
+    return row.find('#') == std::string::npos;
+}
+
+bool fits(const drawn_glyph& glyph) {
+    auto byte = [](int value) { return value >= 0 && value <= 255; };
+    bool sizes = byte(glyph.code) && byte(glyph_width(glyph)) && byte(glyph_height(glyph)) && byte(glyph.y_offset) &&
+                 byte(glyph.advance) && byte(glyph.depth) && glyph.x_offset >= -128 && glyph.x_offset <= 127;
+    if (!sizes) std::fprintf(stderr, "glyph %d does not fit the format\n", glyph.code);
+    return sizes;
+}
+
+// Each row padded to a whole byte, the leftmost pixel in bit 0.
+void append_bitmap(std::vector<uint8_t>* area, const drawn_glyph& glyph) {
+    for (const std::string& row : glyph.rows) {
+        size_t at = area->size();
+        area->resize(at + (row.size() + 7) / 8);
+        for (size_t x = 0; x < row.size(); ++x)
+            if (row[x] == '#') (*area)[at + x / 8] |= static_cast<uint8_t>(1U << x % 8);
+    }
+}
+
+void store_entry(uint8_t* entry, const drawn_glyph& glyph, size_t offset) {
+    store_u16le(entry, static_cast<uint16_t>(offset));
+    entry[2] = static_cast<uint8_t>(glyph_width(glyph));
+    entry[3] = static_cast<uint8_t>(glyph_height(glyph));
+    entry[4] = static_cast<uint8_t>(glyph.x_offset);
+    entry[5] = static_cast<uint8_t>(glyph.y_offset);
+    entry[6] = static_cast<uint8_t>(glyph.advance);
+    entry[7] = static_cast<uint8_t>(glyph.depth);
+}
+
+} // namespace
+
+void glyph_trim(drawn_glyph* glyph) {
+    auto& rows = glyph->rows;
+    while (!rows.empty() && is_blank(rows.back()))
+        rows.pop_back();
+    while (!rows.empty() && is_blank(rows.front())) {
+        rows.erase(rows.begin());
+        ++glyph->y_offset;
+    }
+    size_t first = std::string::npos;
+    size_t last = 0;
+    for (const std::string& row : rows) {
+        if (is_blank(row)) continue;
+        first = std::min(first, row.find('#'));
+        last = std::max(last, row.rfind('#'));
+    }
+    if (rows.empty()) return;
+    for (std::string& row : rows)
+        row = row.substr(first, last - first + 1);
+    glyph->x_offset += static_cast<int>(first);
+}
+
+std::vector<uint8_t> font_bytes(const std::vector<drawn_glyph>& glyphs) {
+    std::vector<uint8_t> file(TABLE_AT + ENTRY_SIZE * glyphs.size());
+    std::vector<uint8_t> area;
+    std::copy_n("FONT", 4, file.begin());
+    for (size_t n = 0; n < glyphs.size(); ++n) {
+        if (!fits(glyphs[n])) return {};
+        uint8_t* slot = &file[INDEX_AT + static_cast<size_t>(glyphs[n].code)];
+        if (*slot != 0 || n >= 255 || area.size() > 0xFFFF) {
+            std::fprintf(stderr, "glyph %d: given twice, or one too many\n", glyphs[n].code);
+            return {};
+        }
+        *slot = static_cast<uint8_t>(n + 1);
+        store_entry(&file[TABLE_AT + ENTRY_SIZE * n], glyphs[n], area.size());
+        append_bitmap(&area, glyphs[n]);
+    }
+    store_u32le(&file[8], static_cast<uint32_t>(file.size() - 8));
+    file.insert(file.end(), area.begin(), area.end());
+    store_u32le(&file[4], static_cast<uint32_t>(file.size() - 8));
+    return file;
+}
+
+bool write_bytes(const std::string& path, const std::vector<uint8_t>& bytes) {
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    bool good = file != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    if (file != nullptr && std::fclose(file) != 0) good = false;
+    if (!good) std::fprintf(stderr, "%s: can't be written\n", path.c_str());
+    return good;
+}

@@ -1,0 +1,88 @@
+// The fonts and symbols of the product: all that the forms ask for is there, whole, and made from its sources.
+#include <set>
+
+#include "tools_fixture.h"
+
+namespace {
+
+const std::string product = std::string(TINCT_SOURCE_DIR) + "/data/";
+
+bytes content(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+class FontData : public ToolsFixture {};
+
+// The font at the line height that a body size leads to, by its long name.
+int load_body(const std::string& family, int body) {
+    int id = -1;
+    std::string name = family + "." + std::to_string(static_cast<int>(body * 1.2 + 0.5));
+    EXPECT_EQ(Load_symbol_file((product + "fonts/" + name).c_str(), &id), 0) << name;
+    return id;
+}
+
+// The rows of a glyph, and where it stands, as one value that tells glyphs apart.
+bytes look(const font_glyph* glyph) {
+    size_t size = (size_t{glyph->width} + 7) / 8 * glyph->height;
+    bytes all(glyph->rows, glyph->rows + size);
+    all.insert(all.end(), {glyph->width, glyph->y_offset});
+    return all;
+}
+
+} // namespace
+
+TEST_F(FontData, EveryFamilyHasEveryBodySize) {
+    for (const std::string family : {"dutch801", "mono821", "mono821b", "swiss742b"}) {
+        for (int body = 10; body <= 24; ++body) {
+            SCOPED_TRACE(family + " " + std::to_string(body));
+            int id = load_body(family, body);
+            int height = 0;
+            int width = 0;
+            ASSERT_EQ(Inq_font_size(id, &height, &width, nullptr), 0);
+            EXPECT_EQ(height, static_cast<int>(body * 1.2 + 0.5));
+            std::set<bytes> looks;
+            for (int code = '!'; code <= '~'; ++code) {
+                const font_glyph* glyph = font_find_glyph(id, static_cast<uint8_t>(code));
+                ASSERT_NE(glyph, nullptr) << code;
+                EXPECT_LE(glyph->y_offset + glyph->height, height) << code;
+                bool alike = code == 'l' && family == "swiss742b"; // as the capital I
+                EXPECT_TRUE(looks.insert(look(glyph)).second || alike) << "looks like another: " << code;
+            }
+            for (int code = 0xA1; code <= 0xFF; ++code)
+                EXPECT_NE(font_find_glyph(id, static_cast<uint8_t>(code)), nullptr) << code;
+            ASSERT_NE(font_find_glyph(id, ' '), nullptr);
+            if (family.compare(0, 4, "mono") != 0) continue;
+            for (int code = ' '; code <= 255; ++code) {
+                const font_glyph* glyph = font_find_glyph(id, static_cast<uint8_t>(code));
+                if (glyph == nullptr) continue;
+                EXPECT_EQ(glyph->advance, width) << code;
+                EXPECT_TRUE(glyph->x_offset >= 0 && glyph->x_offset + glyph->width <= width) << code;
+            }
+        }
+    }
+}
+
+TEST_F(FontData, SymbolsAreThereAndMadeFromTheirText) {
+    std::string symbols = product + "vantor/FIsym";
+    int id = -1;
+    ASSERT_EQ(Load_symbol_file(symbols.c_str(), &id), 0);
+    for (int listed : {4, 5, 6, 7, 8, 11, 16, 19, 20, 21, 22, 30, 31, 36}) {
+        auto number = static_cast<uint8_t>(listed);
+        symbol_bitmap symbol;
+        ASSERT_EQ(symbol_read(symbols.c_str(), number, &symbol), 0) << listed;
+        EXPECT_NE(bytes(symbol.bits, symbol.bits + symbol.height), bytes(symbol.height)) << listed;
+        // Arrows go into buttons of 12 by 18 pixels less a bevel, marks into a box of 16, others into buttons of 24.
+        int room = number <= 7 || (number >= 19 && number <= 31) ? 14 : (number == 16 || number == 36 ? 16 : 24);
+        EXPECT_LE(std::max(symbol.width, symbol.height), room) << listed;
+        mem_free(symbol.bits);
+    }
+    ASSERT_EQ(Load_symbol_file((product + "vantor/collapse.icon").c_str(), &id), 0);
+    ASSERT_NE(font_find_glyph(id, 0), nullptr);
+    for (auto [text, file] : {std::pair("FIsym.txt", "FIsym"), std::pair("collapse.txt", "collapse.icon")}) {
+        std::string made = directory + "/" + file;
+        std::string command = std::string(TINCT_BIN_DIR) + "/make-symbols " + TINCT_SOURCE_DIR + "/data-src/" + text;
+        ASSERT_EQ(std::system((command + " " + made).c_str()), 0);
+        EXPECT_EQ(content(made), content(product + "vantor/" + file));
+    }
+}
