@@ -267,6 +267,7 @@ uint32_t tif_judge(CFILE* c, const tif_image* image, const char** detail); // th
 
 // ---- tifmulti, tifov
 bool tif_activate(CFILE* c, tif_image* image);         // all that the handle derives from it; line 0
+bool tif_take_kind(CFILE* c, const tif_image* image);  // samples, bits, format and coding
 bool tif_take_image(CFILE* c, const tif_image* image); // the handle's sizes, layout and tables
 tif_image* tif_append_image(CFILE* c, const tif_image* like, uint32_t subfile_type); // null without memory
 int tif_finish_image(CFILE* c); // brings the file up to date with the active image; 0 on success

@@ -38,6 +38,9 @@ bool make_tile_record(CFILE* c, const tif_image* image) {
     }
     if (c->tile == nullptr) c->tile = mem_new<tile_record>();
     if (c->tile == nullptr) return false;
+    bool same = c->tile->width == image->tile_width && c->tile->height == image->tile_length &&
+                c->tile->tiles_across == image->tiles_across && c->tile->tiles_down == image->tiles_down;
+    if (same && has_flag(c, FLAG_TILED)) return true;
     drop_tile_row(c);
     c->tile->width = image->tile_width;
     c->tile->height = image->tile_length;
@@ -87,17 +90,26 @@ int finish_active(CFILE* c) {
 
 } // namespace
 
-bool tif_take_image(CFILE* c, const tif_image* image) {
-    if (!tif_make_color_table(c, image) || !make_ccitt_record(c, image) || !make_tile_record(c, image)) {
+bool tif_take_kind(CFILE* c, const tif_image* image) {
+    if (!make_ccitt_record(c, image)) {
         fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
         return false;
     }
-    c->xsize = static_cast<int32_t>(image->image_width);
-    c->ysize = static_cast<int32_t>(image->image_length);
     c->samples = image->samples_per_pixel;
     c->bits = tif_bits(image);
     c->format = tif_format_of(image);
     tif_compression_class(image, (image->flags & TIF_IN_FILE) != 0, &c->compression, &c->compression_variant);
+    return true;
+}
+
+bool tif_take_image(CFILE* c, const tif_image* image) {
+    if (!tif_make_color_table(c, image) || !make_tile_record(c, image)) {
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return false;
+    }
+    if (!tif_take_kind(c, image)) return false;
+    c->xsize = static_cast<int32_t>(image->image_width);
+    c->ysize = static_cast<int32_t>(image->image_length);
     return true;
 }
 
@@ -112,6 +124,7 @@ bool tif_activate(CFILE* c, tif_image* image) {
         if ((image->flags & TIF_HAS_TRANSFORM) == 0) (void)tif_find_transform(c, image);
     }
     if (!tif_take_image(c, image)) return false;
+    drop_tile_row(c);
     tif_drop_segments(c);
     if (spec->image != image) release_arrays(c, spec->image);
     spec->image = image;

@@ -217,7 +217,7 @@ int tif_set_format(CFILE* c, int32_t format) {
         bool map = c->color_table != nullptr || (image->flags & TIF_HAS_MAP) != 0;
         if (map && row->samples == 1) image->photometric = TIF_PALETTE;
     }
-    return tif_take_image(c, image) ? 0 : 1;
+    return tif_take_kind(c, image) ? 0 : 1;
 }
 
 bool tif_plan_strips(CFILE* c, tif_image* image) {

@@ -128,7 +128,7 @@ int set_compression(CFILE* c, int32_t value) {
     // Bits that were asked for wait on the handle for the header.
     int32_t bits = c->bits;
     int32_t samples = c->samples;
-    if (!tif_take_image(c, image)) return 1;
+    if (!tif_take_kind(c, image)) return 1;
     c->bits = bits;
     c->samples = samples;
     return 0;
@@ -150,13 +150,7 @@ int check_tile(CFILE* c, int32_t value, int32_t step) {
 }
 
 int set_format(CFILE* c, int32_t format) {
-    if (!can_change_layout(c)) return 0;
-    int32_t width = c->xsize;
-    int32_t height = c->ysize;
-    int result = tif_set_format(c, format);
-    c->xsize = width;
-    c->ysize = height;
-    return result;
+    return can_change_layout(c) ? tif_set_format(c, format) : 0;
 }
 
 // ---- colour map
