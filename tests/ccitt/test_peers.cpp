@@ -17,17 +17,19 @@ void append(bytes_of_file* file, uint32_t value, int bytes) {
 void write_tiff(const std::string& path, const page& p, uint32_t compression, uint32_t options, uint32_t order,
                 const bytes_of_file& strip) {
     bytes_of_file file = {'I', 'I', 42, 0, 8, 0, 0, 0};
-    const std::vector<std::pair<uint32_t, uint32_t>> entries = {{256, p.width},
-                                                                {257, p.lines},
-                                                                {258, 1},
-                                                                {259, compression},
-                                                                {262, 0},
-                                                                {266, order},
-                                                                {273, 8 + 2 + 11 * 12 + 4},
-                                                                {277, 1},
-                                                                {278, p.lines},
-                                                                {279, static_cast<uint32_t>(strip.size())},
-                                                                {compression == 3 ? 292u : 293u, options}};
+    using entry = std::pair<uint32_t, uint32_t>;
+    entry option_tag = compression == 2 ? entry{284, 1} : entry{compression == 3 ? 292 : 293, options};
+    const std::vector<entry> entries = {{256, p.width},
+                                        {257, p.lines},
+                                        {258, 1},
+                                        {259, compression},
+                                        {262, 0},
+                                        {266, order},
+                                        {273, 8 + 2 + 11 * 12 + 4},
+                                        {277, 1},
+                                        {278, p.lines},
+                                        {279, static_cast<uint32_t>(strip.size())},
+                                        option_tag};
     append(&file, static_cast<uint32_t>(entries.size()), 2);
     for (auto [tag, value] : entries) {
         append(&file, tag, 2);

@@ -439,7 +439,7 @@ TEST_F(Coding, RandomBytesStayInTheirLines) {
 
 TEST_F(Coding, RefusedFormatsAndCalls) {
     for (int format : {23, 24}) {
-        native_file file(format, 16, 2, false, bytes(100));
+        native_file file(format, 16, 2, true, bytes(100));
         CFILE* c = file.open();
         uint8_t line[16];
         EXPECT_EQ(rzl_getline(c, line), 1);
