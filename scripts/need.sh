@@ -17,7 +17,9 @@ need_packages() {
             </dev/null >/dev/null
 }
 
-need_build() { need_packages "to build" g++ cmake ninja-build nlohmann-json3-dev; }
+need_build() {
+    need_packages "to build" g++ cmake ninja-build nlohmann-json3-dev pkg-config libpixman-1-dev libsdl2-dev
+}
 
 # To make the fonts of data/fonts again; the product is built without it.
 need_fonts() { need_packages "to make the fonts" libfreetype-dev fonts-liberation; }

@@ -1,0 +1,473 @@
+// The host in a window of the user's desktop, by SDL2. Only what has changed is put into the window's surface and sent;
+// waiting blocks in the system. One pixel of the frame buffer takes `scale` by `scale` pixels of the display.
+#ifdef TINCT_WITH_SDL
+#include "platform/window/host.h"
+
+#include <SDL.h>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+extern const host_ops host_sdl;
+
+namespace {
+
+constexpr int SIZE_WAIT = 80; // milliseconds that the start waits for the desktop to give the window its size
+constexpr int CURSOR_COUNT = int(host_cursor::move) + 1;
+constexpr int LEAST_WIDTH = 320; // of the frame buffer
+constexpr int LEAST_HEIGHT = 200;
+
+struct sdl_data {
+    SDL_Window* window;
+    SDL_Surface* shadow; // 32-bit, in place of a surface in another form; null: not needed
+    int scale;
+    SDL_Cursor* cursors[CURSOR_COUNT];
+    char text[SDL_TEXTINPUTEVENT_TEXT_SIZE]; // typed, UTF-8, and what of it is taken
+    size_t text_at;
+    uint8_t text_modifiers;
+    char* dropped;
+    bool size_changed; // since the frame was shown
+    SDL_AudioDeviceID audio;
+    int audio_rate;
+};
+sdl_data sdl;
+
+// ---- start
+
+// The display's size decides: a full screen of forms should find room, and be readable.
+int automatic_scale(int width, int height) {
+    return std::clamp(std::min(width / 1280, height / 960), 1, 8);
+}
+
+// The size of the window in pixels of the display; false when it is to be as large as the display allows.
+bool wanted_size(const host_screen* screen, const SDL_Rect* usable, int* width, int* height) {
+    *width = screen->width > 0 ? screen->width * sdl.scale : usable->w;
+    *height = screen->height > 0 ? screen->height * sdl.scale : usable->h;
+    return screen->width > 0 || screen->height > 0;
+}
+
+// Lets the desktop maximise the window, or cut it to its display.
+void wait_for_size() {
+    const uint32_t end = SDL_GetTicks() + SIZE_WAIT;
+    SDL_Event event;
+    for (int left = SIZE_WAIT; left > 0; left = int(end - SDL_GetTicks())) {
+        if (SDL_WaitEventTimeout(&event, left) == 0) return;
+        if (event.type == SDL_WINDOWEVENT && event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED) return;
+    }
+}
+
+void frame_size(int* width, int* height) {
+    SDL_GetWindowSize(sdl.window, width, height);
+    *width = std::max(*width / sdl.scale, 1);
+    *height = std::max(*height / sdl.scale, 1);
+}
+
+void set_hints() {
+    SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
+    SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+    SDL_SetHint(SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0");
+    SDL_SetHint(SDL_HINT_MOUSE_FOCUS_CLICKTHROUGH, "1");
+    SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+}
+
+void set_title(const char* text);
+void stop();
+
+bool start(host_screen* screen, const char* title) {
+    set_hints();
+    if (SDL_Init(SDL_INIT_VIDEO) != 0) return false;
+    SDL_Rect usable = {0, 0, 1280, 1024};
+    SDL_GetDisplayUsableBounds(0, &usable);
+    sdl.scale = screen->scale > 0 ? screen->scale : automatic_scale(usable.w, usable.h);
+    int width = 0;
+    int height = 0;
+    const bool sized = wanted_size(screen, &usable, &width, &height);
+    const uint32_t flags = SDL_WINDOW_RESIZABLE | (sized ? 0u : uint32_t{SDL_WINDOW_MAXIMIZED});
+    sdl.window = SDL_CreateWindow("", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width, height, flags);
+    if (sdl.window == nullptr) {
+        stop();
+        return false;
+    }
+    SDL_SetWindowMinimumSize(sdl.window, LEAST_WIDTH * sdl.scale, LEAST_HEIGHT * sdl.scale);
+    set_title(title);
+    SDL_StartTextInput();
+    if (!sized) wait_for_size();
+    frame_size(&screen->width, &screen->height);
+    screen->scale = sdl.scale;
+    sdl.size_changed = true;
+    return true;
+}
+
+void stop() {
+    for (SDL_Cursor* cursor : sdl.cursors)
+        if (cursor != nullptr) SDL_FreeCursor(cursor);
+    if (sdl.audio != 0) SDL_CloseAudioDevice(sdl.audio);
+    SDL_free(sdl.dropped);
+    SDL_FreeSurface(sdl.shadow);
+    if (sdl.window != nullptr) SDL_DestroyWindow(sdl.window);
+    SDL_Quit();
+    sdl = {};
+}
+
+uint32_t now() {
+    return SDL_GetTicks();
+}
+
+// ---- input
+
+uint8_t modifiers_of(unsigned mod) {
+    return uint8_t(((mod & KMOD_SHIFT) != 0 ? HOST_SHIFT : 0) | ((mod & KMOD_CTRL) != 0 ? HOST_CTRL : 0) |
+                   ((mod & KMOD_ALT) != 0 ? HOST_ALT : 0));
+}
+
+struct key_pair {
+    SDL_Keycode sdl;
+    host_key key;
+};
+constexpr key_pair KEYS[] = {
+    {SDLK_RETURN, host_key::enter},   {SDLK_KP_ENTER, host_key::enter},     {SDLK_BACKSPACE, host_key::backspace},
+    {SDLK_TAB, host_key::tab},        {SDLK_ESCAPE, host_key::escape},      {SDLK_INSERT, host_key::insert},
+    {SDLK_DELETE, host_key::remove},  {SDLK_HOME, host_key::home},          {SDLK_END, host_key::end},
+    {SDLK_PAGEUP, host_key::page_up}, {SDLK_PAGEDOWN, host_key::page_down}, {SDLK_LEFT, host_key::left},
+    {SDLK_UP, host_key::up},          {SDLK_RIGHT, host_key::right},        {SDLK_DOWN, host_key::down},
+    {SDLK_F1, host_key::f1},
+};
+// The number block, when it gives no numbers.
+constexpr key_pair BLOCK_KEYS[] = {
+    {SDLK_KP_7, host_key::home},        {SDLK_KP_8, host_key::up},        {SDLK_KP_9, host_key::page_up},
+    {SDLK_KP_4, host_key::left},        {SDLK_KP_6, host_key::right},     {SDLK_KP_1, host_key::end},
+    {SDLK_KP_2, host_key::down},        {SDLK_KP_3, host_key::page_down}, {SDLK_KP_0, host_key::insert},
+    {SDLK_KP_PERIOD, host_key::remove},
+};
+
+host_key key_of(SDL_Keysym sym) {
+    for (const key_pair& pair : KEYS)
+        if (pair.sdl == sym.sym) return pair.key;
+    if ((sym.mod & KMOD_NUM) == 0)
+        for (const key_pair& pair : BLOCK_KEYS)
+            if (pair.sdl == sym.sym) return pair.key;
+    const bool is_character = sym.sym >= 32 && (sym.sym & SDLK_SCANCODE_MASK) == 0;
+    return is_character ? host_key::character : host_key::none;
+}
+
+bool take_key(const SDL_KeyboardEvent* key, host_event* event) {
+    event->kind = host_event_kind::key;
+    event->key = key_of(key->keysym);
+    event->down = key->state == SDL_PRESSED;
+    event->modifiers = modifiers_of(key->keysym.mod);
+    if (event->key == host_key::character) event->character = uint32_t(key->keysym.sym);
+    return event->key != host_key::none;
+}
+
+// The next character of what was typed; false at the end.
+bool take_text(host_event* event) {
+    const auto* at = reinterpret_cast<const uint8_t*>(sdl.text) + sdl.text_at;
+    if (*at == 0) return false;
+    uint32_t character = *at;
+    int more = 0;
+    if (character >= 0xF0)
+        more = 3;
+    else if (character >= 0xE0)
+        more = 2;
+    else if (character >= 0xC0)
+        more = 1;
+    if (more > 0) character &= 0x3Fu >> more;
+    int used = 1;
+    for (; used <= more && (at[used] & 0xC0) == 0x80; ++used)
+        character = character << 6 | (at[used] & 0x3F);
+    sdl.text_at += size_t(used);
+    event->kind = host_event_kind::text;
+    event->character = character;
+    event->modifiers = sdl.text_modifiers;
+    return true;
+}
+
+void set_pointer(host_event* event, int x, int y) {
+    // display -> frame buffer; negative coordinates, while a button is held, round down as well
+    event->x = int(std::floor(double(x) / sdl.scale));
+    event->y = int(std::floor(double(y) / sdl.scale));
+    event->modifiers = modifiers_of(unsigned(SDL_GetModState()));
+}
+
+bool take_button(const SDL_MouseButtonEvent* button, host_event* event) {
+    event->kind = host_event_kind::button;
+    event->down = button->state == SDL_PRESSED;
+    set_pointer(event, button->x, button->y);
+    switch (button->button) {
+    case SDL_BUTTON_LEFT: event->button = HOST_LEFT; return true;
+    case SDL_BUTTON_MIDDLE: event->button = HOST_MIDDLE; return true;
+    case SDL_BUTTON_RIGHT: event->button = HOST_RIGHT; return true;
+    default: return false;
+    }
+}
+
+bool take_wheel(const SDL_MouseWheelEvent* wheel, host_event* event) {
+    int x = 0;
+    int y = 0;
+    SDL_GetMouseState(&x, &y);
+    event->kind = host_event_kind::wheel;
+    set_pointer(event, x, y);
+    event->wheel = wheel->direction == SDL_MOUSEWHEEL_FLIPPED ? -wheel->y : wheel->y;
+    return event->wheel != 0;
+}
+
+bool take_size(host_event* event) {
+    const uint32_t flags = SDL_GetWindowFlags(sdl.window);
+    event->kind = host_event_kind::resize;
+    frame_size(&event->width, &event->height);
+    event->state = host_state::restored;
+    if ((flags & (SDL_WINDOW_MAXIMIZED | SDL_WINDOW_FULLSCREEN)) != 0) event->state = host_state::maximised;
+    if ((flags & SDL_WINDOW_MINIMIZED) != 0) event->state = host_state::minimised;
+    sdl.size_changed = true;
+    return true;
+}
+
+bool take_window(const SDL_WindowEvent* window, host_event* event) {
+    switch (window->event) {
+    case SDL_WINDOWEVENT_SIZE_CHANGED:
+    case SDL_WINDOWEVENT_MINIMIZED:
+    case SDL_WINDOWEVENT_MAXIMIZED:
+    case SDL_WINDOWEVENT_RESTORED: return take_size(event);
+    case SDL_WINDOWEVENT_EXPOSED:
+        if (!sdl.size_changed) SDL_UpdateWindowSurface(sdl.window);
+        return false;
+    case SDL_WINDOWEVENT_FOCUS_GAINED:
+    case SDL_WINDOWEVENT_FOCUS_LOST:
+        event->kind = host_event_kind::focus;
+        event->down = window->event == SDL_WINDOWEVENT_FOCUS_GAINED;
+        return true;
+    case SDL_WINDOWEVENT_CLOSE: event->kind = host_event_kind::close; return true;
+    default: return false;
+    }
+}
+
+bool take_drop(SDL_DropEvent* drop, host_event* event) {
+    SDL_free(sdl.dropped);
+    sdl.dropped = drop->file;
+    event->kind = host_event_kind::drop;
+    event->path = sdl.dropped;
+    return sdl.dropped != nullptr;
+}
+
+bool take_event(SDL_Event* from, host_event* event) {
+    *event = {};
+    switch (from->type) {
+    case SDL_MOUSEMOTION:
+        event->kind = host_event_kind::pointer;
+        set_pointer(event, from->motion.x, from->motion.y);
+        return true;
+    case SDL_MOUSEBUTTONDOWN:
+    case SDL_MOUSEBUTTONUP: return take_button(&from->button, event);
+    case SDL_MOUSEWHEEL: return take_wheel(&from->wheel, event);
+    case SDL_KEYDOWN:
+    case SDL_KEYUP: return take_key(&from->key, event);
+    case SDL_TEXTINPUT:
+        static_assert(sizeof(sdl.text) == sizeof(from->text.text));
+        memcpy(sdl.text, from->text.text, sizeof(sdl.text));
+        sdl.text[sizeof(sdl.text) - 1] = 0;
+        sdl.text_at = 0;
+        sdl.text_modifiers = modifiers_of(unsigned(SDL_GetModState()));
+        return take_text(event);
+    case SDL_WINDOWEVENT: return take_window(&from->window, event);
+    case SDL_DROPFILE: return take_drop(&from->drop, event);
+    default: return false;
+    }
+}
+
+bool poll(host_event* event) {
+    *event = {};
+    if (take_text(event)) {
+        event->time = now();
+        return true;
+    }
+    SDL_Event from;
+    while (SDL_PollEvent(&from) != 0) {
+        if (!take_event(&from, event)) continue;
+        event->time = from.common.timestamp;
+        return true;
+    }
+    return false;
+}
+
+void wait(bool limited, uint32_t deadline) {
+    if (!limited) {
+        SDL_WaitEvent(nullptr);
+        return;
+    }
+    const int left = int(deadline - SDL_GetTicks());
+    if (left > 0) SDL_WaitEventTimeout(nullptr, left);
+}
+
+// ---- output
+
+// The surface to draw on, in 32-bit pixels 0x00RRGGBB: the window's own when it has that form.
+SDL_Surface* drawing_surface(SDL_Surface* shown) {
+    const SDL_PixelFormat* f = shown->format;
+    if (f->BytesPerPixel == 4 && f->Rmask == 0xFF0000 && f->Gmask == 0xFF00 && f->Bmask == 0xFF) return shown;
+    if (sdl.shadow != nullptr && (sdl.shadow->w != shown->w || sdl.shadow->h != shown->h)) {
+        SDL_FreeSurface(sdl.shadow);
+        sdl.shadow = nullptr;
+    }
+    if (sdl.shadow == nullptr) sdl.shadow = SDL_CreateRGBSurface(0, shown->w, shown->h, 32, 0xFF0000, 0xFF00, 0xFF, 0);
+    return sdl.shadow;
+}
+
+uint32_t packed(canvas_rgb c) {
+    return uint32_t{c.red} << 16 | uint32_t{c.green} << 8 | c.blue;
+}
+
+// One row of the frame buffer in display colours.
+void convert_row(const canvas_bitmap* frame, const uint32_t* slots, int y, int x1, int x2, uint32_t* out) {
+    const uint8_t* row = frame->pixels + size_t(y) * frame->stride;
+    switch (frame->pixel_bytes) {
+    case 1:
+        for (int x = x1; x < x2; ++x)
+            *out++ = slots[row[x]];
+        break;
+    case 2:
+        for (int x = x1; x < x2; ++x) {
+            uint16_t pixel = 0;
+            memcpy(&pixel, row + size_t(x) * 2, 2);
+            *out++ = packed(canvas_pixel_rgb(pixel));
+        }
+        break;
+    default: memcpy(out, row + size_t(x1) * 4, size_t(x2 - x1) * 4); break;
+    }
+}
+
+// Stretches `count` pixels in place to `count * scale`, from the end on.
+void stretch_row(uint32_t* row, int count, int scale) {
+    for (int i = count - 1; i >= 0; --i)
+        std::fill_n(row + ptrdiff_t{i} * scale, scale, row[i]);
+}
+
+void draw_box(SDL_Surface* to, const canvas_bitmap* frame, const uint32_t* slots, canvas_box box) {
+    const int scale = sdl.scale;
+    for (int y = box.y1; y < box.y2; ++y) {
+        uint8_t* target = static_cast<uint8_t*>(to->pixels) + ptrdiff_t{y} * scale * to->pitch;
+        auto* pixels = reinterpret_cast<uint32_t*>(target) + ptrdiff_t{box.x1} * scale;
+        convert_row(frame, slots, y, box.x1, box.x2, pixels);
+        if (scale == 1) continue;
+        stretch_row(pixels, box.x2 - box.x1, scale);
+        for (int i = 1; i < scale; ++i)
+            memcpy(reinterpret_cast<uint8_t*>(pixels) + ptrdiff_t{i} * to->pitch, pixels,
+                   size_t(box.x2 - box.x1) * size_t(scale) * 4);
+    }
+}
+
+void show(const canvas_bitmap* frame, const canvas_rgb* palette, const canvas_box* changed, int count) {
+    SDL_Surface* shown = SDL_GetWindowSurface(sdl.window);
+    SDL_Surface* to = shown == nullptr ? nullptr : drawing_surface(shown);
+    if (to == nullptr) return;
+    uint32_t slots[CANVAS_PALETTE_SIZE];
+    for (int i = 0; i < CANVAS_PALETTE_SIZE; ++i)
+        slots[i] = packed(palette[i]);
+    SDL_Rect rects[64];
+    int sent = 0;
+    for (int i = 0; i < count && sent < 64; ++i) {
+        // The window may have another size for a moment until the frame buffer follows.
+        const canvas_box box = {changed[i].x1, changed[i].y1, std::min(changed[i].x2, to->w / sdl.scale),
+                                std::min(changed[i].y2, to->h / sdl.scale)};
+        if (box.x1 >= box.x2 || box.y1 >= box.y2) continue;
+        draw_box(to, frame, slots, box);
+        SDL_Rect* rect = &rects[sent++];
+        *rect = {box.x1 * sdl.scale, box.y1 * sdl.scale, (box.x2 - box.x1) * sdl.scale, (box.y2 - box.y1) * sdl.scale};
+        if (to != shown) SDL_BlitSurface(to, rect, shown, rect);
+    }
+    sdl.size_changed = false;
+    if (sent > 0) SDL_UpdateWindowSurfaceRects(sdl.window, rects, sent);
+}
+
+void warp(int x, int y) {
+    SDL_WarpMouseInWindow(sdl.window, x * sdl.scale, y * sdl.scale);
+}
+
+SDL_SystemCursor system_cursor(host_cursor shape) {
+    switch (shape) {
+    case host_cursor::busy: return SDL_SYSTEM_CURSOR_WAIT;
+    case host_cursor::size_we: return SDL_SYSTEM_CURSOR_SIZEWE;
+    case host_cursor::size_ns: return SDL_SYSTEM_CURSOR_SIZENS;
+    case host_cursor::size_nwse: return SDL_SYSTEM_CURSOR_SIZENWSE;
+    case host_cursor::size_nesw: return SDL_SYSTEM_CURSOR_SIZENESW;
+    case host_cursor::move: return SDL_SYSTEM_CURSOR_SIZEALL;
+    default: return SDL_SYSTEM_CURSOR_ARROW;
+    }
+}
+
+void set_cursor(host_cursor shape) {
+    SDL_ShowCursor(shape == host_cursor::none ? SDL_DISABLE : SDL_ENABLE);
+    SDL_Cursor** cursor = &sdl.cursors[int(shape)];
+    if (*cursor == nullptr) *cursor = SDL_CreateSystemCursor(system_cursor(shape));
+    if (*cursor != nullptr) SDL_SetCursor(*cursor);
+}
+
+void set_title(const char* text) {
+    char utf8[256];
+    size_t used = 0;
+    for (; *text != 0 && used + 3 < sizeof(utf8); ++text) {
+        const auto c = uint8_t(*text);
+        if (c >= 0x80) utf8[used++] = char(0xC0 | c >> 6);
+        utf8[used++] = char(c < 0x80 ? c : 0x80 | (c & 0x3F));
+    }
+    utf8[used] = 0;
+    SDL_SetWindowTitle(sdl.window, utf8);
+}
+
+// ---- sound
+
+bool open_audio() {
+    if (sdl.audio != 0) return true;
+    if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return false;
+    SDL_AudioSpec wanted = {};
+    SDL_AudioSpec got = {};
+    wanted.freq = 22050;
+    wanted.format = AUDIO_S16SYS;
+    wanted.channels = 1;
+    wanted.samples = 512;
+    sdl.audio = SDL_OpenAudioDevice(nullptr, 0, &wanted, &got, 0);
+    sdl.audio_rate = got.freq;
+    return sdl.audio != 0;
+}
+
+// A short soft tone; where there is no sound, the terminal's bell.
+void beep() {
+    if (!open_audio()) {
+        fputc('\a', stderr);
+        return;
+    }
+    int16_t tone[4096];
+    const int count = std::min(sdl.audio_rate / 10, 4096);
+    for (int i = 0; i < count; ++i) {
+        const double fade = std::min(1.0, std::min(i, count - i) / 200.0); // no clicks at its ends
+        tone[i] = int16_t(5000 * fade * std::sin(2 * M_PI * 880 * i / sdl.audio_rate));
+    }
+    SDL_QueueAudio(sdl.audio, tone, uint32_t(count) * 2);
+    SDL_PauseAudioDevice(sdl.audio, 0);
+}
+
+void set_state(host_state state) {
+    switch (state) {
+    case host_state::minimised: SDL_MinimizeWindow(sdl.window); break;
+    case host_state::maximised: SDL_MaximizeWindow(sdl.window); break;
+    case host_state::restored: SDL_RestoreWindow(sdl.window); break;
+    }
+}
+
+} // namespace
+
+const host_ops host_sdl = {
+    .name = "sdl",
+    .start = start,
+    .stop = stop,
+    .now = now,
+    .poll = poll,
+    .wait = wait,
+    .show = show,
+    .warp = warp,
+    .cursor = set_cursor,
+    .title = set_title,
+    .beep = beep,
+    .state = set_state,
+};
+#endif
