@@ -289,7 +289,7 @@ uint32_t cit_reader_runs(cit_reader* reader, uint32_t line, uint16_t* runs, size
     if (*count > room) return CIT_BUFFER_FULL;
     if (found.changes != nullptr) {
         (void)cit_changes_to_runs(found.changes, reader->width, runs);
-    } else {
+    } else if (found.runs != nullptr) {
         std::memcpy(runs, found.runs, found.count * sizeof(uint16_t));
     }
     return found.sound ? CIT_OK : CIT_BAD_DATA;
