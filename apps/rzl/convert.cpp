@@ -2,13 +2,16 @@
 //
 // A picture goes into the target when the target can hold it as it is: bilevel into bilevel, grey or colour; grey into
 // grey or colour; a colour table into 8 bits with that table, or into colour; colour into colour; four channels into
-// four. Anything else would have to reduce the picture, and is refused. Lines are written in the order of the source.
+// four. Colour into 8 bits with a colour table is reduced to 256 colours, where a table is asked for or the standard
+// has nothing else; anything else that would have to reduce the picture is refused. Lines are written in the order of
+// the source.
 #include <cstring>
 #include <strings.h>
 
 #include "commands.h"
 #include "common/raster.h"
 #include "platform/files.h"
+#include "reduce.h"
 #include "source.h"
 #include "support/memory.h"
 
@@ -28,8 +31,7 @@ struct convert_request {
     bool keep_vlt;
 };
 
-// ---- words
-// -----------------------------------------------------------------------------------------------------------
+// ---- words -------------------------------------------------------------------------------------------------------
 
 int take_standard(const char* word, convert_request* request) {
     if (word == nullptr) return program_usage("--standard needs a name or number");
@@ -74,18 +76,36 @@ int take_convert_word(word_list* words, const char* word, convert_request* reque
     return EXIT_DONE;
 }
 
+// The standard that the extension of a file stands for; the native one for any that is not known.
+int32_t standard_of_name(const char* path) {
+    constexpr struct {
+        const char* extension;
+        int32_t standard;
+    } EXTENSIONS[] = {{"tif", RZL_STANDARD_TIFF},  {"tiff", RZL_STANDARD_TIFF},    {"gif", RZL_STANDARD_GIF},
+                      {"tga", RZL_STANDARD_TARGA}, {"bmp", RZL_STANDARD_BMP},      {"pcx", RZL_STANDARD_PCX},
+                      {"jpg", RZL_STANDARD_JFIF},  {"jpeg", RZL_STANDARD_JFIF},    {"ico", RZL_STANDARD_ICO},
+                      {"cal", RZL_STANDARD_CALS},  {"ntf", RZL_STANDARD_NITF},     {"xbm", RZL_STANDARD_XBM},
+                      {"pbm", RZL_STANDARD_PNM},   {"pgm", RZL_STANDARD_PNM},      {"ppm", RZL_STANDARD_PNM},
+                      {"ras", RZL_STANDARD_SUN},   {"ps", RZL_STANDARD_POSTSCRIPT}};
+    const char* dot = std::strrchr(path, '.');
+    for (const auto& e : EXTENSIONS) {
+        if (dot != nullptr && strcasecmp(dot + 1, e.extension) == 0) return e.standard;
+    }
+    return RZL_STANDARD_KRVN;
+}
+
 int parse(word_list* words, convert_request* request) {
-    *request = {{nullptr, 0, -1}, nullptr, RZL_STANDARD_KRVN, 0, -1, 0, false};
+    *request = {{nullptr, 0, -1}, nullptr, -1, 0, -1, 0, false};
     for (const char* word = take_word(words); word != nullptr; word = take_word(words)) {
         int status = take_convert_word(words, word, request);
         if (status != EXIT_DONE) return status;
     }
     if (request->in.path == nullptr || request->out == nullptr) return program_usage("convert needs IN and OUT");
+    if (request->standard < 0) request->standard = standard_of_name(request->out);
     return EXIT_DONE;
 }
 
-// ---- the target
-// ------------------------------------------------------------------------------------------------------
+// ---- the target --------------------------------------------------------------------------------------------------
 
 pixel_kind kind_of_format(int64_t format) {
     switch (format) {
@@ -121,17 +141,27 @@ bool can_hold(pixel_kind target, pixel_kind source) {
     }
 }
 
+// Whether the picture goes out in fewer colours than it has.
+bool reduces(const raster_source* source, const convert_request* request) {
+    bool wants_table = request->keep_vlt || request->standard == RZL_STANDARD_GIF;
+    return wants_table && source->kind == pixel_kind::color && kind_of_format(request->format) == pixel_kind::grey;
+}
+
+int64_t default_format(const raster_source* source, const convert_request* request) {
+    bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
+    return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind);
+}
+
 int check_target(const raster_source* source, convert_request* request) {
     int can_create = 0;
     if (rzl_standard_support(request->standard, &can_create, nullptr) != 0 || can_create == 0) {
         return program_fail("This version can not write %s files yet.", rzl_standard_name(request->standard));
     }
     if (request->tile != 0) return program_fail("This version can not write tiled files yet.");
-    if (request->keep_vlt && source->kind != pixel_kind::mapped) {
-        return program_fail("\"%s\" has no colour table, and making one is not part of this version yet.",
-                            request->in.path);
+    if (request->keep_vlt && source->kind != pixel_kind::mapped && source->kind != pixel_kind::color) {
+        return program_fail("\"%s\" has no colours to make a table of.", request->in.path);
     }
-    if (request->format == 0) request->format = nearest_format(source->kind);
+    if (request->format == 0) request->format = default_format(source, request);
     pixel_kind target = kind_of_format(request->format);
     if (target == pixel_kind::deep) {
         return program_fail("This version does not convert to data format %d.", static_cast<int>(request->format));
@@ -139,15 +169,14 @@ int check_target(const raster_source* source, convert_request* request) {
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
     }
-    if (!can_hold(target, source->kind)) {
+    if (!reduces(source, request) && !can_hold(target, source->kind)) {
         return program_fail("Data format %d can not hold the pixels of \"%s\" as they are.",
                             static_cast<int>(request->format), request->in.path);
     }
     return EXIT_DONE;
 }
 
-// ---- writing
-// ---------------------------------------------------------------------------------------------------------
+// ---- writing -----------------------------------------------------------------------------------------------------
 
 struct conversion {
     const raster_source* source;
@@ -156,6 +185,7 @@ struct conversion {
     pixel_kind target;
     mem_guard<uint8_t> planes[CHANNELS];
     mem_guard<rzl_vlt_entry> vlt;
+    Impack* reduced; // null where the lines of the source go out
 };
 
 bool set_field(CFILE* file, int32_t field, int64_t value) {
@@ -163,14 +193,19 @@ bool set_field(CFILE* file, int32_t field, int64_t value) {
     return rzl_set_hdr_data(file, field, &narrow) == 0;
 }
 
+bool put_vlt(conversion* c, int32_t entries, const rzl_vlt_entry* vlt) {
+    return set_field(c->out, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
+           set_field(c->out, RZL_FIELD_VLT_ENTRIES, entries) && rzl_put_vlt(c->out, vlt) == 0;
+}
+
 bool copy_vlt(conversion* c) {
+    if (c->reduced != nullptr) return put_vlt(c, c->reduced->vlt_count, c->reduced->vlt);
     bool keeps = c->source->kind == pixel_kind::mapped && c->target == pixel_kind::grey;
     if (!keeps) return true;
     if (c->source->vlt_entries > VLT_ENTRIES_MAX) return false;
     c->vlt.block = mem_new_array<rzl_vlt_entry>(VLT_ENTRIES_MAX);
     return c->vlt && rzl_get_vlt(c->source->file, c->vlt.get()) == 0 &&
-           set_field(c->out, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
-           set_field(c->out, RZL_FIELD_VLT_ENTRIES, c->source->vlt_entries) && rzl_put_vlt(c->out, c->vlt.get()) == 0;
+           put_vlt(c, c->source->vlt_entries, c->vlt.get());
 }
 
 bool write_header(conversion* c) {
@@ -198,16 +233,19 @@ bool read_line(conversion* c) {
 }
 
 // A bilevel line into bytes, through a spare plane.
-void widen_bits(conversion* c) {
+void widen_bits(conversion* c, uint8_t set) {
     auto width = static_cast<size_t>(c->source->width);
-    rzl_unpack_bits(c->planes[0].get(), c->planes[3].get(), c->source->width, 0, 255);
+    rzl_unpack_bits(c->planes[0].get(), c->planes[3].get(), c->source->width, 0, set);
     std::memcpy(c->planes[0].get(), c->planes[3].get(), width);
 }
 
 bool write_line(conversion* c) {
     auto& p = c->planes;
     bool one_plane = c->source->kind == pixel_kind::grey || c->source->kind == pixel_kind::bilevel;
-    if (c->source->kind == pixel_kind::bilevel && c->target != pixel_kind::bilevel) widen_bits(c);
+    if (c->source->kind == pixel_kind::bilevel && c->target != pixel_kind::bilevel) widen_bits(c, 255);
+    if (c->source->kind == pixel_kind::mapped && c->source->bits == 1 && c->target != pixel_kind::color) {
+        widen_bits(c, 1); // the two indices
+    }
     if (c->target == pixel_kind::color) {
         const uint8_t* green = one_plane ? p[0].get() : p[1].get();
         const uint8_t* blue = one_plane ? p[0].get() : p[2].get();
@@ -232,7 +270,25 @@ int copy_lines(conversion* c) {
     return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
 }
 
+int write_reduced(conversion* c) {
+    const Impack* pack = c->reduced;
+    for (int32_t line = 0; line < pack->ysize; ++line) {
+        if (rzl_putline(c->out, pack->index_plane + int64_t{line} * pack->xsize) != 0) {
+            return program_fail("Line %d of \"%s\" can not be written.", line, c->request->out);
+        }
+    }
+    return EXIT_DONE;
+}
+
+int write_lines(conversion* c) {
+    return c->reduced != nullptr ? write_reduced(c) : copy_lines(c);
+}
+
 int write_file(conversion* c, const char* fresh) {
+    if (reduces(c->source, c->request)) {
+        int status = reduce_source(c->source, c->request->in.path, &c->reduced);
+        if (status != EXIT_DONE) return status;
+    }
     for (auto& plane : c->planes) {
         plane.block = mem_new_array<uint8_t>(source_plane_bytes(c->source));
         if (!plane) return program_fail("There is no memory for a line of %d pixels.", c->source->width);
@@ -241,7 +297,7 @@ int write_file(conversion* c, const char* fresh) {
     c->out = rzl_open_w(plain_name(fresh, name));
     if (c->out == nullptr) return program_fail("\"%s\" can not be written.", c->request->out);
     int status =
-        write_header(c) ? copy_lines(c) : program_fail("The header of \"%s\" can not be written.", c->request->out);
+        write_header(c) ? write_lines(c) : program_fail("The header of \"%s\" can not be written.", c->request->out);
     if (rzl_finish(c->out) != 0 && status == EXIT_DONE) {
         status = program_fail("\"%s\" could not be written to its end.", c->request->out);
     }
@@ -262,8 +318,10 @@ int convert(const raster_source* source, convert_request* request) {
                     kind_of_format(request->format),
                     {mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr),
                      mem_guard<uint8_t>(nullptr)},
-                    mem_guard<rzl_vlt_entry>(nullptr)};
+                    mem_guard<rzl_vlt_entry>(nullptr),
+                    nullptr};
     status = write_file(&c, fresh);
+    if (c.reduced != nullptr) imp_free(&c.reduced);
     progress_end();
     if (status != EXIT_DONE) {
         files_replace_abandon();

@@ -15,10 +15,12 @@ constexpr const char* SYNOPSIS =
 
 constexpr const char* HELP =
     "formats lists the standards. info tells what a file holds, and reads it to its end. cat writes the pixels to\n"
-    "standard output, row by row from the top: one byte a pixel for bilevel (0 or 255) and grey, three for colour or "
-    "a\n"
-    "colour table. convert writes a picture into another standard or data format that can hold it as it is, and with\n"
-    "--vlt insists on a colour table. Images and overviews are numbered from 0.\n"
+    "standard output, row by row from the top: one byte a pixel for bilevel (0 or 255) and grey, three for colour or\n"
+    "a colour table. convert writes a picture into another standard (without --standard the one that the extension of\n"
+    "OUT stands for) or data format that can hold it as it is. With --vlt, and where the standard holds no colours\n"
+    "otherwise, it gets a colour table: that of IN, or one of 256 colours that is made for it. Images and overviews "
+    "are\n"
+    "numbered from 0.\n"
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 

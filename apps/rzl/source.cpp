@@ -10,7 +10,13 @@ constexpr int32_t ORIENTATION_FROM_RIGHT = 1;
 
 constexpr int32_t VLT_TYPE_BYTES = 1;
 
+// The two colours of such a GIF file are any, and no matter of black and white.
+bool is_two_color_gif(const raster_source* s) {
+    return source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF && s->bits == 1;
+}
+
 pixel_kind kind_of(const raster_source* s) {
+    if (is_two_color_gif(s)) return pixel_kind::mapped;
     switch (s->format) {
     case RZL_FORMAT_BILEVEL:
     case RZL_FORMAT_BILEVEL_RUNS:

@@ -1,5 +1,6 @@
 // tinct-batch as a user runs it, on small pairs made by hand.
 #include <csignal>
+#include <cstdlib>
 
 #include <nlohmann/json.hpp>
 #include <unistd.h>
@@ -183,8 +184,7 @@ TEST_F(Batch, FailuresNameTheReasonAndLeaveNothing) {
         {"apply missing.tnc --set 1=1,0,0 -o o.rgb", "Failed to open \"missing.tnc\""},
         {"apply still.rgb --set 1=1,0,0 -o o.rgb", "is not a tinct file"},
         {"apply still.tnc --set 1=1,0,0 -o no/o.rgb", "directory does not exist"},
-        {"apply still.tnc --set 1=1,0,0 -o o.tif", "can not write"},
-        {"apply still.tnc --set 1=1,0,0 -o o.rgb --colors 16", "not part of this version"},
+        {"apply still.tnc --set 1=1,0,0 -o o.pcx", "can not write"},
         {"apply still.tnc --set 1=1,0,0 -o o.rgb --palette none.tnp", "Load Failure on Palette file."},
     };
     for (const failing& c : cases) {
@@ -206,7 +206,7 @@ TEST_F(Batch, NamesComeFromTheProductsPaletteByDefault) {
     EXPECT_EQ(pixels("o.rgb"), named);
     EXPECT_EQ(run(command + "yours").status, 1);
     std::filesystem::remove_all(directory + "/product/palettes");
-    EXPECT_NE(run(command + "mine").err.find("no colour or pattern \"mine\""), std::string::npos);
+    EXPECT_NE(run(command + "mine").err.find("no palette to look \"mine\" up in"), std::string::npos);
 }
 
 TEST_F(Batch, SetsAreAppliedInOrderAndOptionsChooseTheForm) {
@@ -218,6 +218,48 @@ TEST_F(Batch, SetsAreAppliedInOrderAndOptionsChooseTheForm) {
     // in; in two steps, the first ends at 0.
     EXPECT_EQ(pixels("a.rgb").substr(12, 3), std::string("\0\x28\0", 3));
     EXPECT_EQ(pixels("b.dat").substr(12, 3), std::string("\0\x1E\0", 3));
+}
+
+TEST_F(Batch, ColoursAreReducedForTheTarget) {
+    std::string apply = "tinct-batch apply still.tnc --set 2=0,1,0 --set 1=0.2,0.4,0.9 --force -o ";
+    ASSERT_EQ(run(apply + "full.rgb").status, 0);
+    std::string full = pixels("full.rgb");
+    std::string reduced; // with diffusion
+    const struct {
+        const char* options;
+        int standard, format, entries;
+    } cases[] = {{"o.gif", 2, 29, 256},          {"o.dat --type gif --closest", 2, 29, 256},
+                 {"o.rgb --bits 8", 0, 29, -1},  {"o.rgb --bits 8 --uncompressed", 0, 2, -1},
+                 {"o.rgb --colors 2", 0, 29, 2}, {"o.rgb --grey", 0, 29, 0}};
+    for (const auto& c : cases) {
+        ASSERT_EQ(run(apply + c.options).status, 0) << c.options;
+        std::string name = std::string(c.options).substr(0, 5);
+        json info = json::parse(run("rzl info --json " + name).out);
+        EXPECT_EQ(info["standard"], c.standard) << c.options;
+        EXPECT_EQ(info["format"], c.format) << c.options;
+        if (c.entries >= 0) {
+            EXPECT_EQ(info["vlt_entries"], c.entries) << c.options;
+        }
+        bool dithers = info["vlt_entries"] > 2 && std::string(c.options).find("closest") == std::string::npos;
+        if (dithers && reduced.empty()) reduced = pixels(name);
+        if (dithers) {
+            EXPECT_EQ(pixels(name), reduced) << c.options;
+        }
+    }
+    ASSERT_EQ(reduced.size(), full.size());
+    for (size_t i = 0; i < full.size(); ++i)
+        EXPECT_LE(std::abs(static_cast<uint8_t>(full[i]) - static_cast<uint8_t>(reduced[i])), 12) << i;
+    ASSERT_EQ(run(apply + "o.gif --gamma 2").status, 0);
+    EXPECT_NE(pixels("o.gif"), reduced);
+    for (const char* wrong :
+         {"o.gif --bits 24", "o.gif --uncompressed", "o.rgb --bits 24 --grey", "o.gif --colors 300"})
+        EXPECT_EQ(run(apply + wrong).status, 2) << wrong;
+    ASSERT_EQ(run("rzl convert full.rgb c.gif").status, 0);
+    EXPECT_EQ(pixels("c.gif"), reduced);
+    ASSERT_EQ(run("rzl convert c.gif c8.rgb").status, 0);
+    EXPECT_EQ(json::parse(run("rzl info --json c8.rgb").out)["format"], 29);
+    EXPECT_EQ(pixels("c8.rgb"), reduced);
+    EXPECT_EQ(run("rzl convert full.rgb c.rgb --format 29").status, 1); // not without being asked to reduce
 }
 
 TEST_F(Batch, AnInterruptedRunLeavesNothingBehind) {
@@ -236,8 +278,9 @@ TEST_F(Batch, AnInterruptedRunLeavesNothingBehind) {
         pid_t child = fork();
         if (child == 0) {
             if (chdir(directory.c_str()) != 0) _exit(99);
+            const char* bits = signal == SIGTERM ? "24" : "8"; // while lines are written, or colours picked
             execl(TINCT_BIN_DIR "/tinct-batch", "tinct-batch", "apply", "big.tnc", "--set", "1=1,0,0", "-o", "out.rgb",
-                  "--force", nullptr);
+                  "--force", "--bits", bits, nullptr);
             _exit(99);
         }
         int status = 0;

@@ -117,7 +117,7 @@ TEST_F(Rzl, ConvertRefusesWhatItCanNotKeep) {
     write_raster("a.rgb", 8, 8);
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --format 2").status, 1);
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --format 5").status, 1);
-    EXPECT_EQ(run("rzl convert a.rgb b.rgb --vlt").status, 1);
+    EXPECT_EQ(run("rzl convert a.rgb b.rgb --vlt --format 28").status, 1);
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --standard ADRG").status, 1);
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --standard nonsense").status, 2);
     EXPECT_EQ(run("rzl convert a.rgb a.rgb").status, 1);
