@@ -6,7 +6,7 @@ class GifPeers : public GifTest {
 protected:
     void SetUp() override {
         for (const char* program : {"giftopnm", "ppmtogif", "pnmquant", "convert"})
-            if (!run(std::string("command -v ") + program)) GTEST_SKIP() << program << " is missing";
+            if (!run(std::string("command -v ") + program)) GTEST_FAIL() << program << " is missing";
         ASSERT_TRUE(
             run("convert -seed 7 -size 211x157 plasma:red-blue -fill yellow -draw 'circle 70,70 90,99' in.ppm"));
     }

@@ -52,7 +52,7 @@ protected:
 
 // The test ends here, and says so, when a program that it needs is not installed.
 #define NEEDS_PROGRAM(name)                                                                                            \
-    if (!run("command -v " name)) GTEST_SKIP() << name " is missing"
+    if (!run("command -v " name)) GTEST_FAIL() << name " is missing"
 
 // ---- portable anymaps
 
