@@ -30,7 +30,7 @@ void compose(int id) {
 }
 
 void read_symbols(const char* path) {
-    for (int number = 0; number < 256; number += 5) {
+    for (int number = 0; number < 256; number += 37) {
         symbol_bitmap symbol;
         if (symbol_read(path, static_cast<uint8_t>(number), &symbol) != 0) continue;
         size_t bytes = (size_t{symbol.width} + 7) / 8 * symbol.height;

@@ -69,7 +69,7 @@ unsigned long character_of(int code) {
 }
 
 int line_height(int body) {
-    return static_cast<int>(body * 1.2 + 0.5);
+    return (body * 12 + 5) / 10;
 }
 
 exception size_of(const family& of, int body) {

@@ -71,9 +71,8 @@ int make(const std::string& source, const std::string& target) {
 
 // Rows and columns of the offsets are written as empty ones.
 void list_symbol(int number, const symbol_bitmap& symbol) {
-    int x_offset = static_cast<int8_t>(symbol.x_offset);
     std::printf("; advance %d, depth %d\nsymbol %d\n", symbol.advance, symbol.depth, number);
-    std::string margin(static_cast<size_t>(x_offset > 0 ? x_offset : 0), '.');
+    std::string margin(symbol.x_offset < 128 ? symbol.x_offset : 0, '.'); // from 128 on it is negative
     for (int y = -int{symbol.y_offset}; y < symbol.height; ++y) {
         std::string row(symbol.width, '.');
         size_t row_at = (row.size() + 7) / 8 * static_cast<size_t>(y < 0 ? 0 : y);

@@ -154,8 +154,9 @@ TEST_F(Font, ComposesLikeTheSlowWay) {
             const test_glyph& g = glyphs[static_cast<size_t>(code - 'a')];
             for (int y = 0; y < g.height; ++y)
                 for (int x = 0; x < g.width; ++x) {
-                    uint8_t byte = g.bitmap[static_cast<size_t>(y * ((g.width + 7) / 8) + x / 8)];
-                    size_t column = static_cast<size_t>(std::max(0, pen + g.x_offset) + x);
+                    uint8_t byte = g.bitmap[static_cast<size_t>(y) * ((g.width + 7U) / 8) + static_cast<size_t>(x) / 8];
+                    auto left = static_cast<size_t>(std::max(0, pen + g.x_offset));
+                    size_t column = left + static_cast<size_t>(x);
                     if ((byte >> x % 8 & 1) != 0) slow.at(static_cast<size_t>(y) + g.y_offset).at(column) = '#';
                 }
             pen += g.advance;

@@ -14,10 +14,14 @@ bytes content(const std::string& path) {
 
 class FontData : public ToolsFixture {};
 
+int line_height(int body) {
+    return (body * 12 + 5) / 10; // 1.2 times
+}
+
 // The font at the line height that a body size leads to, by its long name.
 int load_body(const std::string& family, int body) {
     int id = -1;
-    std::string name = family + "." + std::to_string(static_cast<int>(body * 1.2 + 0.5));
+    std::string name = family + "." + std::to_string(line_height(body));
     EXPECT_EQ(Load_symbol_file((product + "fonts/" + name).c_str(), &id), 0) << name;
     return id;
 }
@@ -40,7 +44,7 @@ TEST_F(FontData, EveryFamilyHasEveryBodySize) {
             int height = 0;
             int width = 0;
             ASSERT_EQ(Inq_font_size(id, &height, &width, nullptr), 0);
-            EXPECT_EQ(height, static_cast<int>(body * 1.2 + 0.5));
+            EXPECT_EQ(height, line_height(body));
             std::set<bytes> looks;
             for (int code = '!'; code <= '~'; ++code) {
                 const font_glyph* glyph = font_find_glyph(id, static_cast<uint8_t>(code));
@@ -81,8 +85,9 @@ TEST_F(FontData, SymbolsAreThereAndMadeFromTheirText) {
     ASSERT_NE(font_find_glyph(id, 0), nullptr);
     for (auto [text, file] : {std::pair("FIsym.txt", "FIsym"), std::pair("collapse.txt", "collapse.icon")}) {
         std::string made = directory + "/" + file;
-        std::string command = std::string(TINCT_BIN_DIR) + "/make-symbols " + TINCT_SOURCE_DIR + "/data-src/" + text;
-        ASSERT_EQ(std::system((command + " " + made).c_str()), 0);
+        std::string command = TINCT_BIN_DIR "/make-symbols " TINCT_SOURCE_DIR "/data-src/";
+        command.append(text).append(" ").append(made);
+        ASSERT_EQ(std::system(command.c_str()), 0);
         EXPECT_EQ(content(made), content(product + "vantor/" + file));
     }
 }
