@@ -147,6 +147,13 @@ struct tif_image {
     tif_image *next, *previous;  // the chain
 };
 
+// Where the rows of a PackBits segment begin, as far as they are known.
+struct packed_rows {
+    uint64_t bytes;   // of the plane's code
+    uint32_t* starts; // owned
+    uint32_t known, room;
+};
+
 // The segment that reading has at hand.
 struct tif_reading {
     int64_t segment;                      // -1: none
@@ -157,6 +164,7 @@ struct tif_reading {
     size_t decoded_room;                  // bytes of all blocks
     size_t plane_bytes;                   // of one block
     size_t plane_filled[TIF_MAX_SAMPLES]; // bytes of each block that are decoded
+    packed_rows packed[TIF_MAX_SAMPLES];  // of PackBits data, a plane each
     uint8_t* row;                         // owned: room for a row
     size_t row_room;                      //
     cit_reader* fax;                      // owned: of the segment, for CCITT data; borrows `coded`
@@ -174,8 +182,7 @@ struct tif_gathering {
     size_t row_room;     //
     uint8_t* coded;      // owned
     size_t coded_room;   //
-    uint64_t* lzw_table; // owned: the LZW encoder's hash table
-    uint32_t lzw_round;  // its entries of earlier rounds are void
+    uint32_t* lzw_table; // owned: the LZW encoder's hash table
     cit_writer* fax;     // owned: CCITT data is coded line by line
 };
 
@@ -189,6 +196,7 @@ struct tif_spec {
     int64_t end;        // of the file, from its start: where the next append goes
     bool at_end;        // the file stands there
     bool raw_row;       // samples in the buffered row of tiles are as stored
+    uint32_t row_lines; // lines gathered of the buffered row of tiles
     bool told;          // damaged fax data was logged for this image
     tif_reading in;
     tif_gathering out;
@@ -337,7 +345,13 @@ bool tif_colour_pixels(CFILE* c, uint32_t segment, uint32_t row, uint8_t* pixels
 bool tif_colour_is_readable(CFILE* c); // false with the status set
 int tif_get_rle_line(CFILE* c, int channels, read_planes buffers);
 int tif_put_rle_line(CFILE* c, int channels, write_planes buffers);
+int tif_getline_from_tiles(CFILE* c, int channels, read_planes buffers);
 int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
+// The first `rows` rows of a tile into planes of `pitch` bytes a line. False: no memory, or a tile that can't be read;
+// rows that the file has not got become 0 and are no failure.
+bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch);
+bool tif_fill_tile_row(CFILE* c);    // the row of tiles of the line that comes next; false with the status set
+bool tif_tile_is_readable(CFILE* c); // false with the status set
 int tif_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
 int tif_seek(CFILE* c, int32_t line);
 void tif_rewind(CFILE* c);
@@ -348,10 +362,16 @@ int tif_putline(CFILE* c, int channels, write_planes buffers);
 int tif_put_line(CFILE* c, int channels, write_planes buffers);
 int tif_put_interleaved_line(CFILE* c, const uint8_t* buffer);
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour);
+int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers);
+bool tif_flush_tile_row(CFILE* c); // stores the lines that were gathered of a row of tiles
 // A line in `planes` (bytes of a colour, or one line of a band), or interleaved with `step` bytes a pixel when that is
 // not 0, as rows: one for each plane of the image, one behind the other.
 void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int channels, write_planes planes,
                    size_t step, uint8_t* rows);
+// The place of the row of a segment that is gathered, for a caller that makes a row of chunky data there and calls
+// tif_end_row(). Null: the row can't be made in place (status 0), or a failure.
+uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row);
+bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row);
 // Takes the rows of a line, from tif_make_rows(). Stores the segment when it is complete. False with the status set.
 bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows);
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count);
@@ -370,15 +390,15 @@ bool tif_store_coded(CFILE* c, uint32_t entry, uint8_t* bytes, size_t count);
 size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length);
 size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, size_t length, size_t* filled);
 
-// LZW. Encoding needs room for tif_lzw_bound(length) bytes, and a table of TIF_LZW_SLOTS zeroed entries whose *round
-// goes on from call to call. Decoding writes `limit` bytes at most, less when the codes end, and may leave anything in
-// the TIF_LZW_SLACK bytes behind them. The bytes written; *sound is false when an impossible code ended it.
-constexpr size_t TIF_LZW_SLOTS = 8192;
+// LZW. Encoding needs room for tif_lzw_bound(length) bytes, and a table of TIF_LZW_SLOTS entries for its own use.
+// Decoding writes `limit` bytes at most, less when the codes end, and may leave anything in the TIF_LZW_SLACK bytes
+// behind them. The bytes written; *sound is false when an impossible code ended it.
+constexpr size_t TIF_LZW_SLOTS = 16384;
 constexpr size_t TIF_LZW_SLACK = 16;
 constexpr size_t tif_lzw_bound(size_t length) {
     return length + length / 2 + length / 1024 + 16;
 }
-size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, uint64_t* table, uint32_t* round);
+size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, uint32_t* table);
 size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_t limit, bool* sound);
 
 // ---- tifsampl: samples of a row

@@ -100,6 +100,8 @@ int tif_getline(CFILE* c, int channels, read_planes buffers) {
     bool raw = has_flag(c, FLAG_RAW_SAMPLES);
     if (raw != spec->raw_row && has_flag(c, FLAG_TILED) && !c->tile->row_dirty) drop_tile_row(c);
     spec->raw_row = raw;
+    bool tiles = has_flag(c, FLAG_TILED) && !has_flag(c, FLAG_SQUETCH) && is_readable(c);
+    if (tiles && !tif_fill_tile_row(c)) return 0;
     return is_narrow_grey(c) ? get_narrow_line(c, channels, buffers) : rzl_getline_generic(c, channels, buffers);
 }
 

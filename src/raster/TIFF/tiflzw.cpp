@@ -2,8 +2,9 @@
 //
 // The decoder keeps no strings: the string of a code stands in the output already written, where the code before it was
 // put out, and goes on by one byte. Its first 8 bytes stand in the table as well, so that short strings, which are most
-// of them, are one store. The encoder finds strings in a hash table of prefix code and byte; an entry carries the
-// number of the round that made it, so that starting a new table costs nothing.
+// of them, are one store. The encoder finds strings in a hash table of prefix code and byte, a quarter full at most.
+// Clearing its 64 KB for each table of codes is cheaper than entries that tell by themselves that they are void: those
+// are twice as long.
 #include <algorithm>
 #include <cstring>
 
@@ -189,40 +190,29 @@ struct bit_sink {
     int count;
 };
 
+// Stores four bytes, and moves behind those that are whole.
 void put_code(bit_sink* s, uint32_t code, int width) {
     s->bits = s->bits << width | code;
     s->count += width;
-    if (s->count < 32) return;
-    s->count -= 32;
-    store_u32be(s->next, static_cast<uint32_t>(s->bits >> s->count));
-    s->next += 4;
+    store_u32be(s->next, static_cast<uint32_t>(s->bits << (64 - s->count) >> 32));
+    s->next += s->count >> 3;
+    s->count &= 7;
 }
 
 void put_rest(bit_sink* s) {
-    for (; s->count > 0; s->count -= 8)
-        *s->next++ = static_cast<uint8_t>(s->count >= 8 ? s->bits >> (s->count - 8) : s->bits << (8 - s->count));
+    if (s->count > 0) *s->next++ = static_cast<uint8_t>(s->bits << (8 - s->count));
 }
 
 // ---- the encoder
 
-// An entry: the round that made it, prefix code and byte, and the code of the string.
-constexpr uint64_t entry_key(uint32_t round, uint32_t key) {
-    return static_cast<uint64_t>(round) << 32 | static_cast<uint64_t>(key) << 12;
-}
+// An entry of the hash table: prefix code and byte of a string above, its code below; 0 for an empty one.
 constexpr uint32_t slot_of(uint32_t key) {
-    return key * 0x9E3779B1u >> 19;
+    return key * 0x9E3779B1u >> 18;
 }
-static_assert(slot_of(0xFFFFFFFF) < TIF_LZW_SLOTS && TIF_LZW_SLOTS == 1u << 13);
+static_assert(TIF_LZW_SLOTS == 1u << 14);
 
-void next_round(uint64_t* table, uint32_t* round) {
-    if (++*round != 0) return;
-    std::memset(table, 0, TIF_LZW_SLOTS * sizeof *table);
-    *round = 1;
-}
-
-// The width of the code that follows when `last` is the last one in use.
-constexpr int width_after(uint32_t last) {
-    return last < 511 ? 9 : last < 1023 ? 10 : last < 2047 ? 11 : 12;
+constexpr uint32_t last_of_width(int width) {
+    return width == 12 ? LAST_CODE : (1u << width) - 1;
 }
 
 } // namespace
@@ -240,40 +230,42 @@ size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_
     return d.at;
 }
 
-size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, uint64_t* table, uint32_t* round) {
+size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, uint32_t* table) {
     bit_sink out = {target, 0, 0};
     put_code(&out, CLEAR, FIRST_WIDTH);
     uint32_t last = END;
     int width = FIRST_WIDTH;
-    next_round(table, round);
+    std::memset(table, 0, TIF_LZW_SLOTS * sizeof *table);
     uint32_t prefix = length > 0 ? source[0] : 0;
     for (size_t i = 1; i < length; ++i) {
         uint32_t key = prefix << 8 | source[i];
-        uint64_t wanted = entry_key(*round, key);
         uint32_t slot = slot_of(key);
-        uint64_t entry = table[slot];
-        while ((entry >> 12) != (wanted >> 12) && static_cast<uint32_t>(entry >> 32) == *round) {
+        uint32_t entry = table[slot];
+        while (entry != 0 && entry >> 12 != key) {
             slot = (slot + 1) % TIF_LZW_SLOTS;
             entry = table[slot];
         }
-        if ((entry >> 12) == (wanted >> 12)) {
-            prefix = static_cast<uint32_t>(entry & 0xFFF);
+        if (entry != 0) {
+            prefix = entry & 0xFFF;
             continue;
         }
         put_code(&out, prefix, width);
-        table[slot] = wanted | ++last;
+        table[slot] = key << 12 | ++last;
         prefix = source[i];
-        if (last == LAST_CODE) {
-            put_code(&out, CLEAR, width);
-            next_round(table, round);
-            last = END;
+        if (last != last_of_width(width)) continue;
+        if (width < 12) {
+            ++width;
+            continue;
         }
-        width = width_after(last);
+        put_code(&out, CLEAR, width);
+        std::memset(table, 0, TIF_LZW_SLOTS * sizeof *table);
+        last = END;
+        width = FIRST_WIDTH;
     }
     if (length > 0) {
         put_code(&out, prefix, width);
         // The reader has by now a code more in use than this table.
-        width = width_after(last + 1);
+        if (last + 1 == last_of_width(width) && width < 12) ++width;
     }
     put_code(&out, END, width);
     put_rest(&out);

@@ -79,14 +79,14 @@ format_slots tiff_slots() {
     format_slots slots{};
     slots.Getline = tif_getline;
     slots.Get_line = tif_get_line;
-    slots.Getlinefromtile = rzl_getline_from_tiles;
+    slots.Getlinefromtile = tif_getline_from_tiles;
     slots.Getrleline = tif_get_rle_line;
     slots.Getinlv = tif_get_interleaved_line;
     slots.Putline = tif_putline;
     slots.Put_line = tif_put_line;
     slots.Putrleline = tif_put_rle_line;
     slots.Putinlv = tif_put_interleaved_line;
-    slots.Putlinetotile = rzl_putline_to_tiles;
+    slots.Putlinetotile = tif_putline_to_tiles;
     slots.Gettile = tif_get_tile;
     slots.Puttile = tif_put_tile;
     slots.Getrletile = tif_get_rle_tile;
@@ -204,6 +204,8 @@ void tif_drop_segments(CFILE* c) {
     mem_free(in->coded);
     mem_free(in->decoded);
     mem_free(in->row);
+    for (packed_rows& rows : in->packed)
+        mem_free(rows.starts);
     *in = {};
     in->segment = -1;
     tif_gathering* out = &spec->out;

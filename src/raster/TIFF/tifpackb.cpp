@@ -49,6 +49,22 @@ const uint8_t* literal_end(const uint8_t* p, const uint8_t* end) {
     return p + 1 == end ? end : p;
 }
 
+// Pieces are short: moved in steps of fixed size, which may go up to a step beyond.
+constexpr size_t STEP = 16;
+
+void copy_steps(uint8_t* to, const uint8_t* from, size_t count) {
+    for (size_t i = 0; i < count; i += STEP)
+        std::memcpy(to + i, from + i, STEP);
+}
+
+void fill_steps(uint8_t* to, uint8_t value, size_t count) {
+    uint64_t pattern = value * 0x0101010101010101u;
+    for (size_t i = 0; i < count; i += STEP) {
+        std::memcpy(to + i, &pattern, sizeof pattern);
+        std::memcpy(to + i + sizeof pattern, &pattern, sizeof pattern);
+    }
+}
+
 } // namespace
 
 size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length) {
@@ -81,15 +97,27 @@ size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, 
     size_t at = 0;
     while (at < length && p != end) {
         int control = static_cast<int8_t>(*p++);
-        if (control == -128) continue;
         if (control >= 0) {
-            auto there = std::min(static_cast<size_t>(control) + 1, static_cast<size_t>(end - p));
+            auto wanted = static_cast<size_t>(control) + 1;
+            if (wanted + STEP <= length - at && wanted + STEP <= static_cast<size_t>(end - p)) {
+                copy_steps(target + at, p, wanted);
+                p += wanted;
+                at += wanted;
+                continue;
+            }
+            auto there = std::min(wanted, static_cast<size_t>(end - p));
             auto count = std::min(there, length - at);
             std::memcpy(target + at, p, count);
             p += there;
             at += count;
-        } else if (p != end) {
-            auto count = std::min(static_cast<size_t>(1 - control), length - at);
+        } else if (control != -128 && p != end) {
+            auto count = static_cast<size_t>(1 - control);
+            if (count + STEP <= length - at) {
+                fill_steps(target + at, *p++, count);
+                at += count;
+                continue;
+            }
+            count = std::min(count, length - at);
             std::memset(target + at, *p++, count);
             at += count;
         }

@@ -101,6 +101,12 @@ int put_strip_line(CFILE* c, int channels, write_planes planes, size_t step) {
             bits = planes[i];
         return tif_save_fax_line(c, strip, row, bits, nullptr, 0) ? c->xsize : 0;
     }
+    uint8_t* place = tif_row_place(c, strip, row);
+    if (place != nullptr) {
+        tif_make_rows(c, image, image->image_width, channels, planes, step, place);
+        return tif_end_row(c, strip, row) ? c->xsize : 0;
+    }
+    if (c->status != 0) return 0;
     tif_gathering* out = &tif_spec_of(c)->out;
     uint64_t bytes = tif_row_bytes(image, 0) * static_cast<uint64_t>(tif_shape_of(image).planes);
     // Behind the rows a line of bytes has room on its way to them.
@@ -108,6 +114,12 @@ int put_strip_line(CFILE* c, int channels, write_planes planes, size_t step) {
     if (!tif_need_room(c, &out->row, &out->row_room, bytes)) return 0;
     tif_make_rows(c, image, image->image_width, channels, planes, step, out->row);
     return tif_save_rows(c, strip, row, out->row) ? c->xsize : 0;
+}
+
+int put_tiled_line(CFILE* c, int channels, write_planes buffers) {
+    if (!tiles_are_fixed(c)) return tif_putline_to_tiles(c, channels, buffers);
+    fail(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
+    return 0;
 }
 
 } // namespace
@@ -153,16 +165,12 @@ int tif_put_line(CFILE* c, int channels, write_planes buffers) {
 
 int tif_putline(CFILE* c, int channels, write_planes buffers) {
     if (!can_put(c)) return 0;
-    if (!has_flag(c, FLAG_TILED)) return c->slots.Put_line(c, channels, buffers);
-    if (tiles_are_fixed(c)) {
-        fail(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
-        return 0;
-    }
-    return rzl_putline_to_tiles(c, channels, buffers);
+    return has_flag(c, FLAG_TILED) ? put_tiled_line(c, channels, buffers) : c->slots.Put_line(c, channels, buffers);
 }
 
 int tif_put_interleaved_line(CFILE* c, const uint8_t* buffer) {
-    if (tif_image_of(c)->samples_per_pixel < 3 || has_flag(c, FLAG_TILED)) return rzl_putinlv_default(c, buffer);
+    if (tif_image_of(c)->samples_per_pixel < 3) return rzl_putinlv_default(c, buffer);
     if (!can_put(c)) return 0;
-    return put_strip_line(c, 1, &buffer, static_cast<size_t>(interleave_step(c)));
+    if (!has_flag(c, FLAG_TILED)) return put_strip_line(c, 1, &buffer, static_cast<size_t>(interleave_step(c)));
+    return put_tiled_line(c, 1, &buffer);
 }

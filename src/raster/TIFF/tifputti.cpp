@@ -23,6 +23,7 @@ struct tile_source {
     size_t pitch;  // bytes from line to line
     size_t step;   // bytes a pixel of interleaved data, 0 for planes
     int count;
+    uint32_t rows; // that the planes have; zeros below them
 };
 
 bool take_source(CFILE* c, int channels, write_planes buffers, const uint32_t* colour, tile_source* source) {
@@ -30,6 +31,7 @@ bool take_source(CFILE* c, int channels, write_planes buffers, const uint32_t* c
     bool together = has_flag(c, FLAG_INTERLEAVED) && image->samples_per_pixel > 1;
     source->count = together ? 1 : image->samples_per_pixel;
     source->step = together ? static_cast<size_t>(interleave_step(c)) : 0;
+    source->rows = image->tile_length;
     source->pitch = line_bytes(c, image->tile_width) * (together ? samples_together(c) : 1);
     bool missing = false;
     for (int i = 0; i < source->count; ++i) {
@@ -59,11 +61,11 @@ bool put_fax_tile(CFILE* c, uint32_t tile, const tile_source& source) {
     // A tile that is put again is coded anew; it takes its place in the arrays when it is stored.
     if (tif_is_stored(image, tile))
         return tif_refuse(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data") == 0;
-    for (uint32_t row = 0; row < image->tile_length; ++row) {
+    for (uint32_t row = 0; row < source.rows; ++row) {
         take_lines(source, row, lines);
         if (!tif_save_fax_line(c, tile, row, lines[0], nullptr, 0)) return false;
     }
-    return true;
+    return tif_flush_segment(c);
 }
 
 bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
@@ -80,7 +82,9 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     if (!tif_need_room(c, &out->rows, &out->rows_room, all)) return false;
     if (!tif_need_room(c, &out->row, &out->row_room, line)) return false;
     const uint8_t* lines[TIF_MAX_SAMPLES] = {};
-    for (uint32_t row = 0; row < shape.rows; ++row) {
+    for (size_t p = 0; p < planes; ++p)
+        std::memset(out->rows + p * plane + source.rows * row_bytes, 0, (shape.rows - source.rows) * row_bytes);
+    for (uint32_t row = 0; row < source.rows; ++row) {
         take_lines(source, row, lines);
         bool direct = planes == 1 && tif_bits(image) == 8;
         uint8_t* to = direct ? out->rows + row * row_bytes : out->row;
@@ -92,26 +96,91 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     return tif_save_segment(c, tile, out->rows, plane, shape.rows);
 }
 
+bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
+    bool fax = tif_is_fax(tif_image_of(c)->compression);
+    return fax ? put_fax_tile(c, tile, source) : put_tile_rows(c, tile, source);
+}
+
+bool can_put_tiles(CFILE* c) {
+    const tif_image* image = tif_image_of(c);
+    if (tif_shape_of(image).planes > 1 && image->compression == TIF_LZW) {
+        return tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type") == 0;
+    }
+    for (uint16_t bits : image->bits_per_sample)
+        if (bits != tif_bits(image)) return tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample") == 0;
+    set_flag(c, FLAG_MODULE, true);
+    return true;
+}
+
+// ---- lines of tiles
+
+// Whether the line is one of the row that is gathered, in the layout of its other lines.
+bool line_fits_row(CFILE* c) {
+    tile_record* t = c->tile;
+    bool other = t->row_buffer != nullptr && t->row_dirty && ((t->row_layout ^ c->flags) & TILE_LAYOUT_FLAGS) != 0;
+    if (other) return tif_refuse(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline") == 0;
+    if (!need_tile_row(c)) return false;
+    int64_t above = int64_t{c->line} - t->first_line;
+    bool fits = above >= 0 && above < int64_t{t->height} && c->line < c->ysize;
+    return fits || tif_refuse(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline") == 0;
+}
+
+// A plane that is not given is zero.
+void gather_line(CFILE* c, int channels, write_planes buffers) {
+    tile_record* t = c->tile;
+    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
+    auto row = static_cast<size_t>(c->line - t->first_line);
+    for (int i = 0; i < tile_row_planes(c); ++i) {
+        uint8_t* line = t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + row * tile_row_pitch(c);
+        const uint8_t* from = i < channels ? buffers[i] : nullptr;
+        from != nullptr ? std::memcpy(line, from, bytes) : std::memset(line, 0, bytes);
+    }
+    t->row_dirty = true;
+    t->row_read = false;
+    tif_spec_of(c)->row_lines = static_cast<uint32_t>(row) + 1;
+}
+
 } // namespace
+
+// A row that could not be stored waits on, so that its last line can be put again.
+bool tif_flush_tile_row(CFILE* c) {
+    tile_record* t = c->tile;
+    const tif_image* image = tif_image_of(c);
+    tile_source source = {};
+    bool together = (t->row_layout & FLAG_INTERLEAVED) != 0 && image->samples_per_pixel > 1;
+    flag_guard layout(c, FLAG_INTERLEAVED, (t->row_layout & FLAG_INTERLEAVED) != 0);
+    source.count = together ? 1 : image->samples_per_pixel;
+    source.step = together ? static_cast<size_t>(interleave_step(c)) : 0;
+    source.pitch = tile_row_pitch(c);
+    source.rows = tif_spec_of(c)->row_lines;
+    size_t tile_bytes = line_bytes(c, t->width) * samples_together(c);
+    uint32_t first = static_cast<uint32_t>(t->first_line) / t->height * t->tiles_across;
+    for (uint32_t column = 0; column < t->tiles_across; ++column) {
+        for (int i = 0; i < source.count; ++i)
+            source.planes[i] = t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + column * tile_bytes;
+        if (!put_source(c, first + column, source)) return false;
+    }
+    t->first_line += static_cast<int32_t>(t->height);
+    t->row_dirty = false;
+    return true;
+}
+
+int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {
+    if (!can_put_tiles(c) || !line_fits_row(c)) return 0;
+    gather_line(c, channels, buffers);
+    const tile_record* t = c->tile;
+    bool complete = int64_t{c->line} + 1 == int64_t{t->first_line} + t->height || c->line + 1 >= c->ysize;
+    return !complete || tif_flush_tile_row(c) ? c->xsize : 0;
+}
 
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour) {
     if (rzl_puttile_check(c) != 0) return 0;
     const tif_image* image = tif_image_of(c);
     if (image->strip_offsets == nullptr && tif_write_header(c) != 0) return 0;
-    if (tif_shape_of(image).planes > 1 && image->compression == TIF_LZW) {
-        fail(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
-        return 0;
-    }
-    for (uint16_t bits : image->bits_per_sample) {
-        if (bits == tif_bits(image)) continue;
-        fail(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
-        return 0;
-    }
-    set_flag(c, FLAG_MODULE, true);
+    if (!can_put_tiles(c)) return 0;
     auto tile = static_cast<uint32_t>(c->line);
     tile_source source = {};
-    bool put = take_source(c, channels, buffers, colour, &source);
-    if (put) put = tif_is_fax(image->compression) ? put_fax_tile(c, tile, source) : put_tile_rows(c, tile, source);
+    bool put = take_source(c, channels, buffers, colour, &source) && put_source(c, tile, source);
     mem_free(source.fill);
     if (put) ++c->line;
     return put ? 1 : 0;

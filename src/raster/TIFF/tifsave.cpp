@@ -78,7 +78,7 @@ bool lzw_rows(CFILE* c, uint8_t* rows, size_t row_bytes, uint32_t count, size_t*
     const tif_image* image = tif_image_of(c);
     size_t bytes = row_bytes * count;
     if (out->lzw_table == nullptr) {
-        out->lzw_table = static_cast<uint64_t*>(mem_alloc_zeroed(TIF_LZW_SLOTS * sizeof(uint64_t)));
+        out->lzw_table = mem_new_array<uint32_t>(TIF_LZW_SLOTS);
     }
     if (out->lzw_table == nullptr) return refuse(c, RZL_NO_MEMORY, nullptr);
     if (!need_coded(c, tif_lzw_bound(bytes))) return false;
@@ -86,7 +86,7 @@ bool lzw_rows(CFILE* c, uint8_t* rows, size_t row_bytes, uint32_t count, size_t*
     auto step = static_cast<size_t>(shape.together);
     for (uint32_t i = 0; image->predictor == 2 && i < count; ++i)
         tif_make_differences(rows + i * row_bytes, tif_bits(image), tif_spec_of(c)->order, shape.width * step, step);
-    *coded = tif_lzw_encode(rows, out->coded, bytes, out->lzw_table, &out->lzw_round);
+    *coded = tif_lzw_encode(rows, out->coded, bytes, out->lzw_table);
     return true;
 }
 
@@ -150,8 +150,24 @@ bool tif_begin_put(CFILE* c, uint32_t segment) {
     return true;
 }
 
+uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row) {
+    const tif_image* image = tif_image_of(c);
+    tif_gathering* out = &tif_spec_of(c)->out;
+    bool alone = image->samples_per_pixel == 1 || (tif_bits(image) == 8 && tif_shape_of(image).planes == 1);
+    if (!alone || (image->compression == TIF_PLAIN && tif_is_stored(image, segment))) return nullptr;
+    if (!tif_begin_put(c, segment)) return nullptr;
+    clear_rows(image, out, out->next_row, row);
+    return out->rows + row * static_cast<size_t>(tif_row_bytes(image, 0));
+}
+
+bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    out->next_row = std::max(out->next_row, row + 1);
+    return row + 1 != tif_rows_of(tif_image_of(c), segment) || tif_flush_segment(c);
+}
+
 bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows) {
-    tif_image* image = tif_image_of(c);
+    const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
     if (image->compression == TIF_PLAIN && tif_is_stored(image, segment)) {
         return tif_flush_segment(c) && replace_row(c, image, segment, row, rows);
@@ -162,8 +178,7 @@ bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows
     for (int plane = 0; plane < tif_shape_of(image).planes; ++plane)
         std::memcpy(out->rows + static_cast<size_t>(plane) * out->plane_bytes + row * row_bytes,
                     rows + static_cast<size_t>(plane) * row_bytes, row_bytes);
-    out->next_row = std::max(out->next_row, row + 1);
-    return row + 1 != tif_rows_of(image, segment) || tif_flush_segment(c);
+    return tif_end_row(c, segment, row);
 }
 
 bool tif_flush_segment(CFILE* c) {

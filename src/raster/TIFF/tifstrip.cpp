@@ -1,5 +1,5 @@
-// TIFF: rows of strips and tiles. A coded segment is decoded whole, once, and kept until another one is wanted; rows of
-// plain data are read one by one; lines of fax data come from a reader that keeps a line or two.
+// TIFF: rows of strips and tiles. An LZW segment is decoded whole, once, and kept until another one is wanted; rows of
+// plain and PackBits data are read one by one; lines of fax data come from a reader that keeps a line or two.
 #include <algorithm>
 #include <cstring>
 
@@ -36,12 +36,10 @@ bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) 
     return refuse(c, RZL_READ_FAILED, "reading strip");
 }
 
-// ---- LZW and PackBits
+// ---- LZW
 
 // Bytes that a coded byte can stand for at most.
-uint64_t expansion_of(const tif_image* image) {
-    return image->compression == TIF_LZW ? 1400 : 64;
-}
+constexpr uint64_t LZW_EXPANSION = 1400;
 
 // Room for the planes of a segment: as much as it has, or as its code could fill.
 bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
@@ -54,26 +52,12 @@ bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
         full = std::max(full, bytes);
         coded = std::max(coded, coded_bytes(c, image, entry_of(image, segment, plane), bytes));
     }
-    in->plane_bytes = static_cast<size_t>(std::min(full, coded * expansion_of(image)) + TIF_LZW_SLACK);
+    in->plane_bytes = static_cast<size_t>(std::min(full, coded * LZW_EXPANSION) + TIF_LZW_SLACK);
     uint64_t all = 0;
     if (!checked_mul(uint64_t{in->plane_bytes}, static_cast<uint64_t>(shape.planes), &all)) {
         return refuse(c, RZL_NO_MEMORY, nullptr);
     }
     return tif_need_room(c, &in->decoded, &in->decoded_room, all);
-}
-
-// Each line was packed by itself: a run ends with its line.
-size_t unpack_rows(const uint8_t* coded, size_t bytes, uint8_t* out, size_t row_bytes, size_t room) {
-    size_t filled = 0;
-    while (filled + row_bytes <= room && bytes > 0) {
-        size_t in_row = 0;
-        size_t used = tif_packbits_unpack(coded, bytes, out + filled, row_bytes, &in_row);
-        coded += used;
-        bytes -= used;
-        filled += in_row;
-        if (in_row < row_bytes) break;
-    }
-    return filled;
 }
 
 void undo_predictor(CFILE* c, const tif_image* image, int plane, uint8_t* rows, size_t filled) {
@@ -94,10 +78,9 @@ bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane)
     size_t room = std::min(full, in->plane_bytes - TIF_LZW_SLACK);
     uint8_t* out = in->decoded + static_cast<size_t>(plane) * in->plane_bytes;
     bool sound = true;
-    size_t filled = image->compression == TIF_LZW ? tif_lzw_decode(in->coded, bytes, out, room, &sound)
-                                                  : unpack_rows(in->coded, bytes, out, row_bytes, room);
+    size_t filled = tif_lzw_decode(in->coded, bytes, out, room, &sound);
     if (filled < full) set_flag(c, FLAG_DAMAGED, true);
-    if (image->compression == TIF_LZW && image->predictor == 2) undo_predictor(c, image, plane, out, filled);
+    if (image->predictor == 2) undo_predictor(c, image, plane, out, filled);
     in->plane_filled[plane] = filled;
     in->planes_decoded |= 1u << plane;
     return true;
@@ -111,7 +94,9 @@ bool take_segment(CFILE* c, const tif_image* image, uint32_t segment) {
     in->planes_decoded = 0;
     cit_reader_free(in->fax);
     in->fax = nullptr;
-    if (!tif_is_fax(image->compression) && !need_decoded(c, image, segment)) return false;
+    for (packed_rows& rows : in->packed)
+        rows.known = 0;
+    if (image->compression == TIF_LZW && !need_decoded(c, image, segment)) return false;
     in->segment = segment;
     return true;
 }
@@ -130,7 +115,7 @@ const uint8_t* decoded_row(CFILE* c, const tif_image* image, uint32_t segment, u
     return in->decoded + static_cast<size_t>(plane) * in->plane_bytes + at;
 }
 
-// ---- plain data
+// ---- plain data, and PackBits
 
 // A row that lies in the bytes at hand is used where it is.
 const uint8_t* row_in_window(CFILE* c, int64_t place, size_t bytes) {
@@ -160,6 +145,72 @@ const uint8_t* plain_row(CFILE* c, const tif_image* image, uint32_t entry, uint3
     if (tif_read_at(c, offset, into, bytes)) return into;
     refuse(c, RZL_READ_FAILED, nullptr);
     return nullptr;
+}
+
+// Code from `place` on, `left` bytes of it at most, into a row. Code that lies in the bytes at hand is used where it
+// is; otherwise as much is read as a row can take, and more if it is not enough. *used is what the row took.
+bool unpack_from(CFILE* c, int64_t place, uint64_t left, uint8_t* row, size_t row_bytes, size_t* used) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    const uint8_t* code = row_in_window(c, c->base_offset + place, 1);
+    const uint8_t* next = nullptr;
+    const uint8_t* end = nullptr;
+    size_t filled = 0;
+    if (code != nullptr) {
+        io_window(c, &next, &end);
+        auto bytes = static_cast<size_t>(std::min(static_cast<uint64_t>(end - next), left));
+        *used = tif_packbits_unpack(next, bytes, row, row_bytes, &filled);
+        if (filled == row_bytes || bytes == left) return filled == row_bytes;
+    }
+    for (uint64_t wanted = uint64_t{row_bytes} * 2 + 64;; wanted *= 2) {
+        auto bytes = static_cast<size_t>(std::min(wanted, left));
+        if (!tif_need_room(c, &in->coded, &in->coded_room, bytes)) return false;
+        if (!tif_read_at(c, place, in->coded, bytes)) return false;
+        *used = tif_packbits_unpack(in->coded, bytes, row, row_bytes, &filled);
+        if (filled == row_bytes || bytes == left) return filled == row_bytes;
+    }
+}
+
+bool note_start(CFILE* c, packed_rows* rows, uint32_t start) {
+    if (rows->known == rows->room) {
+        uint32_t room = rows->room < 64 ? 64 : rows->room * 2;
+        auto* grown = static_cast<uint32_t*>(mem_realloc(rows->starts, size_t{room} * sizeof(uint32_t)));
+        if (grown == nullptr) return refuse(c, RZL_NO_MEMORY, nullptr);
+        rows->starts = grown;
+        rows->room = room;
+    }
+    rows->starts[rows->known++] = start;
+    return true;
+}
+
+// Each line was packed by itself: a run ends with its line. Rows in front of the one that is wanted are unpacked once,
+// to find where it begins.
+const uint8_t* packed_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    if (!take_segment(c, image, segment)) return nullptr;
+    packed_rows* rows = &in->packed[plane];
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
+    uint32_t entry = entry_of(image, segment, plane);
+    if (into == nullptr) {
+        if (!tif_need_room(c, &in->row, &in->row_room, row_bytes)) return nullptr;
+        into = in->row;
+    }
+    if (rows->known == 0) {
+        rows->bytes = coded_bytes(c, image, entry, uint64_t{tif_rows_of(image, segment)} * row_bytes);
+        if (!note_start(c, rows, 0)) return nullptr;
+    }
+    for (uint32_t at = std::min(row, rows->known - 1); at <= row; ++at) {
+        uint32_t start = rows->starts[at];
+        size_t used = 0;
+        bool whole = start < rows->bytes && unpack_from(c, int64_t{image->strip_offsets[entry]} + start,
+                                                        rows->bytes - start, into, row_bytes, &used);
+        if (!whole) {
+            set_flag(c, FLAG_DAMAGED, true);
+            if (c->status == 0) refuse(c, RZL_READ_FAILED, "reading strip");
+            return nullptr;
+        }
+        if (at + 1 == rows->known && !note_start(c, rows, start + static_cast<uint32_t>(used))) return nullptr;
+    }
+    return into;
 }
 
 // A row that waits to be stored.
@@ -249,9 +300,13 @@ const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane
     auto bytes = static_cast<size_t>(tif_row_bytes(image, plane));
     const uint8_t* found = waiting_row(c, segment, row, plane, bytes);
     if (found == nullptr) {
-        bool plain = image->compression == TIF_PLAIN;
-        found = plain ? plain_row(c, image, entry_of(image, segment, plane), row, bytes, into)
-                      : decoded_row(c, image, segment, row, plane);
+        if (image->compression == TIF_PLAIN) {
+            found = plain_row(c, image, entry_of(image, segment, plane), row, bytes, into);
+        } else if (image->compression == TIF_PACKBITS) {
+            found = packed_row(c, image, segment, row, plane, into);
+        } else {
+            found = decoded_row(c, image, segment, row, plane);
+        }
     }
     if (found == nullptr || into == nullptr || found == into) return found;
     std::memcpy(into, found, bytes);

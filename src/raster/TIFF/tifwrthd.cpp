@@ -284,7 +284,7 @@ bool flush_tile_row(CFILE* c) {
     if (!has_flag(c, FLAG_TILED) || c->tile == nullptr || !c->tile->row_dirty) return true;
     auto first = static_cast<uint32_t>(c->tile->first_line) / image->tile_length * image->tiles_across;
     if (image->strip_offsets == nullptr || tif_is_stored(image, first)) return true;
-    return rzl_flush_tile_row(c, 0) > 0;
+    return tif_flush_tile_row(c);
 }
 
 // Whether the active image's directory has to go into the file: for a new one, as soon as it has a size.

@@ -1,0 +1,268 @@
+// TIFF lines and tiles through the public calls against libtiff, the same picture in the same layout: reading and
+// writing in every coding, in strips and in tiles. Names: program/what/coding/layout; times of the two go together.
+#include <benchmark/benchmark.h>
+#include <tiffio.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "raster/rzl.h"
+
+namespace {
+
+constexpr int32_t ROWS = 64; // of a strip
+constexpr int32_t TILE = 256;
+
+using bytes = std::vector<uint8_t>;
+
+[[noreturn]] void stop(const char* what) {
+    std::fprintf(stderr, "bench_tiff: %s\n", what);
+    std::exit(1);
+}
+
+// A picture as both programs take it: rows as they stand in the file.
+struct picture {
+    int32_t width, height, samples, bits;
+    bytes rows;
+    size_t row_bytes() const { return (static_cast<size_t>(width) * static_cast<size_t>(samples * bits) + 7) / 8; }
+    const uint8_t* row(int32_t y) const { return &rows[static_cast<size_t>(y) * row_bytes()]; }
+};
+
+uint32_t next_random(uint32_t* state) {
+    *state = *state * 1664525u + 1013904223u;
+    return *state >> 16;
+}
+
+// A photograph below a rendered half: smooth shades with noise, then plain surfaces.
+picture make_shades(int32_t width, int32_t height, int32_t samples) {
+    picture p{width, height, samples, 8, {}};
+    uint32_t state = 1;
+    for (int32_t y = 0; y < height; ++y)
+        for (int32_t x = 0; x < width; ++x)
+            for (int32_t s = 0; s < samples; ++s) {
+                double shade = 128 + 70 * std::sin(x * 0.003 + s) * std::cos(y * 0.004) + next_random(&state) % 5;
+                bool plain = y < height / 2 && (x / 200 + y / 150) % 3 != 0;
+                p.rows.push_back(plain ? static_cast<uint8_t>(60 + x / 200 * 9 + s * 11) : static_cast<uint8_t>(shade));
+            }
+    return p;
+}
+
+// A page with lines of text-like strokes.
+picture make_page(int32_t width, int32_t height) {
+    picture p{width, height, 1, 1, {}};
+    p.rows.resize(p.row_bytes() * static_cast<size_t>(height));
+    uint32_t state = 7;
+    for (int32_t top = 200; top + 60 < height - 200; top += 100)
+        for (int32_t x = 300; x < width - 300;) {
+            int32_t pen = 4 + static_cast<int32_t>(next_random(&state) % 14);
+            int32_t slant = static_cast<int32_t>(next_random(&state) % 3) - 1;
+            for (int32_t y = top; y < top + 60; ++y)
+                for (int32_t i = 0; i < pen; ++i) {
+                    int32_t at = x + i + (y - top) / 4 * slant;
+                    p.rows[static_cast<size_t>(y) * p.row_bytes() + static_cast<size_t>(at / 8)] |=
+                        static_cast<uint8_t>(0x80 >> at % 8);
+                }
+            x += pen + 5 + static_cast<int32_t>(next_random(&state) % 30);
+        }
+    return p;
+}
+
+const picture& colour() {
+    static picture p = make_shades(3000, 2000, 3);
+    return p;
+}
+const picture& grey() {
+    static picture p = make_shades(5000, 4000, 1);
+    return p;
+}
+const picture& page() {
+    static picture p = make_page(5000, 7000);
+    return p;
+}
+
+// ---- libtiff
+
+void set_up(TIFF* t, const picture& p, int coding, bool tiled) {
+    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, p.width);
+    TIFFSetField(t, TIFFTAG_IMAGELENGTH, p.height);
+    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, p.samples);
+    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, p.bits);
+    TIFFSetField(t, TIFFTAG_PHOTOMETRIC, p.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(t, TIFFTAG_COMPRESSION, coding);
+    if (tiled) {
+        TIFFSetField(t, TIFFTAG_TILEWIDTH, TILE);
+        TIFFSetField(t, TIFFTAG_TILELENGTH, TILE);
+    } else {
+        TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, ROWS);
+    }
+}
+
+size_t tile_row_bytes(const picture& p) {
+    return static_cast<size_t>(TILE * p.samples * p.bits) / 8;
+}
+
+void write_peer_tiles(TIFF* t, const picture& p) {
+    size_t pitch = tile_row_bytes(p);
+    bytes tile(pitch * TILE);
+    for (int32_t y = 0; y < p.height; y += TILE)
+        for (size_t x = 0; x < p.row_bytes(); x += pitch) {
+            for (int32_t i = 0; i < TILE && y + i < p.height; ++i)
+                std::memcpy(&tile[static_cast<size_t>(i) * pitch], p.row(y + i) + x,
+                            std::min(pitch, p.row_bytes() - x));
+            auto column = static_cast<uint32_t>(x / pitch * TILE);
+            if (TIFFWriteTile(t, tile.data(), column, static_cast<uint32_t>(y), 0, 0) < 0)
+                stop("libtiff writes no tile");
+        }
+}
+
+void write_peer(const std::string& name, const picture& p, int coding, bool tiled) {
+    TIFF* t = TIFFOpen(name.c_str(), "w");
+    if (t == nullptr) stop("libtiff makes no file");
+    set_up(t, p, coding, tiled);
+    if (tiled) write_peer_tiles(t, p);
+    for (int32_t y = 0; !tiled && y < p.height; ++y)
+        if (TIFFWriteScanline(t, const_cast<uint8_t*>(p.row(y)), static_cast<uint32_t>(y), 0) < 0)
+            stop("libtiff writes no line");
+    TIFFClose(t);
+}
+
+// Tiles go into rows, as a program that wants lines has to do.
+void read_peer_tiles(TIFF* t, const picture& p) {
+    size_t pitch = tile_row_bytes(p);
+    bytes tile(pitch * TILE);
+    bytes rows(p.row_bytes() * TILE);
+    for (int32_t y = 0; y < p.height; y += TILE) {
+        for (size_t x = 0; x < p.row_bytes(); x += pitch) {
+            auto column = static_cast<uint32_t>(x / pitch * TILE);
+            if (TIFFReadTile(t, tile.data(), column, static_cast<uint32_t>(y), 0, 0) < 0) stop("libtiff reads no tile");
+            for (size_t i = 0; i < TILE; ++i)
+                std::memcpy(&rows[i * p.row_bytes() + x], &tile[i * pitch], std::min(pitch, p.row_bytes() - x));
+        }
+        benchmark::DoNotOptimize(rows.data());
+    }
+}
+
+void read_peer(const std::string& name, const picture& p, bool tiled) {
+    TIFF* t = TIFFOpen(name.c_str(), "r");
+    if (t == nullptr) stop("libtiff opens no file");
+    bytes line(p.row_bytes());
+    if (tiled) read_peer_tiles(t, p);
+    for (int32_t y = 0; !tiled && y < p.height; ++y) {
+        if (TIFFReadScanline(t, line.data(), static_cast<uint32_t>(y), 0) < 0) stop("libtiff reads no line");
+        benchmark::DoNotOptimize(line.data());
+    }
+    TIFFClose(t);
+}
+
+// ---- rzl
+
+void set_field(CFILE* c, int32_t field, int32_t value) {
+    if (rzl_set_hdr_data(c, field, &value) != 0) stop("a field is refused");
+}
+
+// Rows are lines as they are, but for the order of bytes in the words of bilevel ones.
+void put_rows(CFILE* c, const picture& p) {
+    bytes words(p.row_bytes() + 2);
+    for (int32_t y = 0; y < p.height; ++y) {
+        int failed = 0;
+        if (p.samples == 3) {
+            failed = rzl_putline_interleaved(c, p.row(y));
+        } else if (p.bits == 1) {
+            for (size_t i = 0; i < p.row_bytes(); ++i)
+                words[i ^ 1] = p.row(y)[i];
+            failed = rzl_putline(c, words.data());
+        } else {
+            failed = rzl_putline(c, p.row(y));
+        }
+        if (failed != 0) stop("a line is refused");
+    }
+}
+
+void write_own(const std::string& name, const picture& p, int coding, bool tiled) {
+    CFILE* c = rzl_open_w(name.c_str());
+    if (c == nullptr) stop("no file can be made");
+    set_field(c, RZL_FIELD_STANDARD, RZL_STANDARD_TIFF);
+    set_field(c, RZL_FIELD_FORMAT,
+              p.samples == 3 ? RZL_FORMAT_RGB
+              : p.bits == 1  ? RZL_FORMAT_BILEVEL
+                             : RZL_FORMAT_BYTE);
+    set_field(c, RZL_FIELD_XSIZE, p.width);
+    set_field(c, RZL_FIELD_YSIZE, p.height);
+    set_field(c, RZL_FIELD_COMPRESSION, coding);
+    set_field(c, tiled ? RZL_FIELD_TILE_WIDTH : RZL_FIELD_STRIP_ROWS, tiled ? TILE : ROWS);
+    put_rows(c, p);
+    if (rzl_finish(c) != 0) stop("a file can't be finished");
+}
+
+void read_own(const std::string& name, const picture& p) {
+    CFILE* c = rzl_open_r(name.c_str());
+    if (c == nullptr) stop("a file can't be opened");
+    bytes line(p.row_bytes() + 2);
+    for (int32_t y = 0; y < p.height; ++y) {
+        int failed = p.samples == 3 ? rzl_getline_interleaved(c, line.data()) : rzl_getline(c, line.data());
+        if (failed != 0) stop("a line can't be read");
+        benchmark::DoNotOptimize(line.data());
+    }
+    rzl_close(c);
+}
+
+// ---- the cases
+
+struct coding_case {
+    const char* name;
+    int coding;
+    const picture& (*made)();
+};
+const coding_case CASES[] = {
+    {"plain-grey", 1, grey},         {"plain-rgb", 1, colour},       {"packbits-grey", 32773, grey},
+    {"packbits-rgb", 32773, colour}, {"packbits-bits", 32773, page}, {"lzw-grey", 5, grey},
+    {"lzw-rgb", 5, colour},          {"lzw-bits", 5, page},          {"group4", 4, page},
+};
+
+std::string file_name() {
+    const char* directory = std::getenv("TMPDIR");
+    return std::string(directory != nullptr ? directory : "/tmp") + "/bench_tiff_" + std::to_string(getpid()) + ".tif";
+}
+
+void run_case(benchmark::State& state, const coding_case& c, bool own, bool reads, bool tiled) {
+    const picture& p = c.made();
+    std::string name = file_name();
+    if (reads) write_peer(name, p, c.coding, tiled);
+    for (auto _ : state) {
+        if (reads) {
+            own ? read_own(name, p) : read_peer(name, p, tiled);
+        } else {
+            own ? write_own(name, p, c.coding, tiled) : write_peer(name, p, c.coding, tiled);
+        }
+    }
+    std::remove(name.c_str());
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(p.rows.size()));
+}
+
+void register_cases() {
+    for (const coding_case& c : CASES)
+        for (bool tiled : {false, true})
+            for (bool reads : {true, false})
+                for (bool own : {false, true}) {
+                    std::string name = std::string(reads ? "read/" : "write/") + c.name +
+                                       (tiled ? "/tiles/" : "/strips/") + (own ? "rzl" : "libtiff");
+                    benchmark::RegisterBenchmark(name.c_str(), [&c, own, reads, tiled](benchmark::State& state) {
+                        run_case(state, c, own, reads, tiled);
+                    })->Unit(benchmark::kMillisecond);
+                }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    register_cases();
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
