@@ -38,7 +38,7 @@ desk_metrics metrics_of(const host_screen* size) {
             .caption_height = 20,
             .narrow_caption_height = 11,
             .border = 1,
-            .icon_width = 76,
+            .icon_width = 96,
             .icon_height = 52,
             .scroll_bar = 16};
 }
@@ -56,6 +56,16 @@ void take_out(desk_window* w) {
     if (at < 0) return;
     std::copy(desk.order + at + 1, desk.order + desk.count, desk.order + at);
     --desk.count;
+}
+
+// To the bottom of its layer. There is room.
+void put_below(desk_window* w) {
+    int at = 0;
+    while (at < desk.count && desk.order[at]->layer < w->layer)
+        ++at;
+    std::copy_backward(desk.order + at, desk.order + desk.count, desk.order + desk.count + 1);
+    desk.order[at] = w;
+    ++desk.count;
 }
 
 // On top of its layer. There is room.
@@ -291,11 +301,23 @@ void desk_layout_main() {
         if (desk.order[i]->state != host_state::restored) desk_layout(desk.order[i]);
 }
 
+// The next icon to find a place for: nearest to the bottom, then to the left, as they stood before.
+static desk_window* next_icon_to_arrange() {
+    desk_window* best = nullptr;
+    for (int i = 0; i < desk.count; ++i) {
+        desk_window* w = desk.order[i];
+        if (w->state != host_state::minimised || w->icon_taken) continue;
+        if (best == nullptr || w->icon.y > best->icon.y || (w->icon.y == best->icon.y && w->icon.x < best->icon.x))
+            best = w;
+    }
+    return best;
+}
+
 void desk_arrange_icons() {
     for (int i = 0; i < desk.count; ++i)
         if (!desk.order[i]->icon_placed) desk.order[i]->icon_taken = false;
-    for (int i = 0; i < desk.count; ++i)
-        if (desk.order[i]->state == host_state::minimised) take_icon_place(desk.order[i]);
+    while (desk_window* w = next_icon_to_arrange())
+        take_icon_place(w);
 }
 
 desk_window* desk_create(uint32_t style, int number, const char* title, canvas_box outer) {
@@ -431,6 +453,11 @@ void desk_set_state(desk_window* w, host_state state) {
     desk_begin_change();
     const bool was_icon = w->state == host_state::minimised;
     w->state = state;
+    if (state == host_state::minimised) {
+        // Windows cover icons, not the other way round.
+        take_out(w);
+        put_below(w);
+    }
     if (was_icon && !w->icon_placed) w->icon_taken = false;
     desk_layout(w);
     desk_end_change(nullptr);

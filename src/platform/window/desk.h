@@ -76,15 +76,15 @@ void desk_raise(desk_window* w);    // above all others of its kind, without act
 void desk_activate(desk_window* w); // raises it, too: its caption is the active one, keys go to it
 desk_window* desk_active();         // null: the main window
 
-// A child or pop-up that becomes topmost, or no longer is.
+// A pop-up that becomes topmost, or no longer is.
 void desk_set_topmost(desk_window* w, bool topmost);
 
 // Moves and sizes. Pixels that go on being seen move along when the size stays; a changed size has the whole client
 // area painted. For a minimised or maximised window it changes the place that it will be restored to.
 void desk_place(desk_window* w, canvas_box outer);
 
-// Icon, full client area of the main window, or as placed. Works on a hidden window too. For the main window it is
-// asked of the host.
+// Icon, full client area of the main window, or as placed. Works on a hidden window too. An icon goes below all other
+// windows of its kind; restoring doesn't raise it again. For the main window it is asked of the host.
 void desk_set_state(desk_window* w, host_state state);
 host_state desk_state(const desk_window* w);
 

@@ -97,6 +97,7 @@ struct desk_data {
     desk_window* active;
     desk_window* capture;
     desk_window* modal;           // only it gets input
+    host_key swallowed;           // its press was for a menu, a drag or a modal box; nobody gets the release
     desk_window* press_window[3]; // for each button: whose client area it was pressed in
     canvas_point pointer;
     host_cursor shown_cursor;

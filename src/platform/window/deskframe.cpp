@@ -94,22 +94,44 @@ void draw_caption(canvas* c, const desk_window* w) {
     const canvas_box right = box_is_empty(minimise) ? desk_box_of(w, PART_MAXIMISE_BOX) : minimise;
     canvas_box room = {box_is_empty(left) ? caption.x1 + 4 : left.x2 + 4, caption.y1,
                        box_is_empty(right) ? caption.x2 - 4 : right.x1 - 4, caption.y2 - (narrow ? 0 : 1)};
-    glyphs_draw_in(c, narrow ? &GLYPHS_SMALL : &GLYPHS_BOLD, room, w->title, !narrow, active ? DESK_WHITE : DESK_FACE);
+    glyphs_draw_in(c, narrow ? &GLYPHS_SMALL : &GLYPHS_BOLD, room, w->title, !narrow,
+                   active || narrow ? DESK_WHITE : DESK_FACE);
 }
 
-// The picture of an icon, 32 by 32: a small window with a ball in front of it. '.' is left alone.
-constexpr const char* ICON[32] = {
-    "................................", ".kkkkkkkkkkkkkkkkkkkkkkkkkkkk...", ".kwwwwwwwwwwwwwwwwwwwwwwwwwgk...",
-    ".kwffffffffffffffffffffffffgk...", ".kwfnnnnnnnnnnnnnnnnnnnnnnfgk...", ".kwfnwwnnnnnnnnnnnnnnwnwnnfgk...",
-    ".kwfnnnnnnnnnnnnnnnnnnnnnnfgk...", ".kwfkkkkkkkkkkkkkkkkkkkkkkfgk...", ".kwfkwwwwwwwwwwwwwwwwwwwwkfgk...",
-    ".kwfkwwwwwwwwwwwwwwwwwwwwkfgk...", ".kwfkwwwwwwwwwwwkkkkkwwwwkfgk...", ".kwfkwwwwwwwwkkkrrrrrkkkwkfgk...",
-    ".kwfkwwwwwwwkrrrrrrrrrrrkkfgk...", ".kwfkwwwwwwkrrrryyrrrrrrrkfgk...", ".kwfkwwwwwkrrryywwyrrrrrrdkgk...",
-    ".kwfkwwwwwkrrrywwwyrrrrrrdkgk...", ".kwfkwwwwkrrrryywyrrrrrrrddkk...", ".kwfkwwwwkrrrrryyrrrrrrrrddkk...",
-    ".kwfkwwwwkrrrrrrrrrrrrrrrddkk...", ".kwfkccccckrrrrrrrrrrrrrddkgk...", ".kwfkccccckrrrrrrrrrrrrdddkgk...",
-    ".kwfkcccccckrrrrrrrrrrdddkfgk...", ".kwfkccccccckddrrrrrdddkkkfgk...", ".kwfkccccccccckkddddkkkcckfgk...",
-    ".kwfkkkkkkkkkkkkkkkkkkkkkkfgk...", ".kwffffffffffffffffffffffffgk...", ".kggggggggggggggggggggggggggk...",
-    ".kkkkkkkkkkkkkkkkkkkkkkkkkkkk...", "................................", "................................",
-    "................................", "................................"};
+// The picture of an icon: a small window with a ball in front of it. '.' is left alone.
+constexpr int ICON_WIDTH = 28;
+constexpr int ICON_ROWS = 27;
+// clang-format off
+constexpr const char* ICON[ICON_ROWS] = {
+    "kkkkkkkkkkkkkkkkkkkkkkkkkkkk",
+    "kwwwwwwwwwwwwwwwwwwwwwwwwwgk",
+    "kwffffffffffffffffffffffffgk",
+    "kwfnnnnnnnnnnnnnnnnnnnnnnfgk",
+    "kwfnwwnnnnnnnnnnnnnnwnwnnfgk",
+    "kwfnnnnnnnnnnnnnnnnnnnnnnfgk",
+    "kwfkkkkkkkkkkkkkkkkkkkkkkfgk",
+    "kwfkwwwwwwwwwwwwwwwwwwwwkfgk",
+    "kwfkwwwwwwwwwwwwwwwwwwwwkfgk",
+    "kwfkwwwwwwwwwwwkkkkkwwwwkfgk",
+    "kwfkwwwwwwwwkkkrrrrrkkkwkfgk",
+    "kwfkwwwwwwwkrrrrrrrrrrrkkfgk",
+    "kwfkwwwwwwkrrrryyrrrrrrrkfgk",
+    "kwfkwwwwwkrrryywwyrrrrrrdkgk",
+    "kwfkwwwwwkrrrywwwyrrrrrrdkgk",
+    "kwfkwwwwkrrrryywyrrrrrrrddkk",
+    "kwfkwwwwkrrrrryyrrrrrrrrddkk",
+    "kwfkwwwwkrrrrrrrrrrrrrrrddkk",
+    "kwfkccccckrrrrrrrrrrrrrddkgk",
+    "kwfkccccckrrrrrrrrrrrrdddkgk",
+    "kwfkcccccckrrrrrrrrrrdddkfgk",
+    "kwfkccccccckddrrrrrdddkkkfgk",
+    "kwfkccccccccckkddddkkkcckfgk",
+    "kwfkkkkkkkkkkkkkkkkkkkkkkfgk",
+    "kwffffffffffffffffffffffffgk",
+    "kggggggggggggggggggggggggggk",
+    "kkkkkkkkkkkkkkkkkkkkkkkkkkkk",
+};
+// clang-format on
 
 canvas_color icon_color(char letter) {
     switch (letter) {
@@ -126,11 +148,11 @@ canvas_color icon_color(char letter) {
 }
 
 void draw_icon_picture(canvas* c, int x, int y) {
-    for (int row = 0; row < 32; ++row)
-        for (int column = 0; column < 32;) {
+    for (int row = 0; row < ICON_ROWS; ++row)
+        for (int column = 0; column < ICON_WIDTH;) {
             const char letter = ICON[row][column];
             int end = column;
-            while (end < 32 && ICON[row][end] == letter)
+            while (end < ICON_WIDTH && ICON[row][end] == letter)
                 ++end; // a run of one colour
             if (letter != '.') canvas_fill(c, {x + column, y + row, x + end, y + row + 1}, icon_color(letter));
             column = end;
@@ -141,7 +163,7 @@ void draw_icon(canvas* c, const desk_window* w) {
     const canvas_box b = w->outer;
     const bool active = desk.active == w;
     canvas_fill(c, b, DESK_BLACK);
-    draw_icon_picture(c, (b.x1 + b.x2 - 30) / 2, b.y1 + 2);
+    draw_icon_picture(c, (b.x1 + b.x2 - ICON_WIDTH) / 2, b.y1 + 4);
     if (w->title == nullptr) return;
     canvas_box label = {b.x1 + 2, b.y2 - 18, b.x2 - 2, b.y2 - 2};
     if (active) canvas_fill(c, label, DESK_ACTIVE);

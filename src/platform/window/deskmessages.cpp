@@ -51,12 +51,22 @@ void queue_character(uint32_t character, const host_event* event) {
     desk_queue(&message, nullptr);
 }
 
-void key_event(const host_event* event) {
-    if (event->key == host_key::escape && event->down && desk_cancel_drag()) return;
-    if (desk_menu_is_open()) {
-        desk_menu_event(event);
-        return;
+// Whether the key concerns the desk alone: it ends a drag, works the menu, or is the release of such a key.
+bool is_own_key(const host_event* event) {
+    if (!event->down) {
+        const bool own = event->key == desk.swallowed || desk_menu_is_open();
+        if (event->key == desk.swallowed) desk.swallowed = host_key::none;
+        return own;
     }
+    const bool menu = desk_menu_is_open();
+    const bool own = menu || (event->key == host_key::escape && desk_cancel_drag());
+    if (menu) desk_menu_event(event);
+    if (own || desk.modal != nullptr) desk.swallowed = event->key;
+    return own;
+}
+
+void key_event(const host_event* event) {
+    if (is_own_key(event)) return;
     desk_message message = desk_new_message(desk_kind::key, key_window());
     message.key = event->key;
     message.down = event->down;

@@ -14,7 +14,7 @@ screen_data screen;
 namespace {
 
 constexpr int MOST_CHANGED = 16;
-constexpr int MOST_SIDE = 1 << 14; // of the frame buffer
+constexpr int MOST_SIDE = 1 << 15; // of a bitmap
 constexpr int MOST_OVERLAY = 4;    // boxes
 constexpr int OUTLINE = 3;         // thickness of an outline in pixels
 canvas_box changed[MOST_CHANGED];
@@ -163,7 +163,7 @@ void move_part(const pixman_box32_t& part, int dx, int dy) {
 canvas_bitmap screen_new_bitmap(int width, int height, int planes) {
     canvas_bitmap b = {width, height, planes, pixel_bytes_of(planes), 0, nullptr};
     size_t bytes = 0;
-    if (width < 1 || height < 1 || b.pixel_bytes == 0) return b;
+    if (width < 1 || height < 1 || width > MOST_SIDE || height > MOST_SIDE || b.pixel_bytes == 0) return b;
     if (!checked_mul(size_t(width), size_t(b.pixel_bytes), &b.stride) || !checked_add(b.stride, size_t{3}, &b.stride))
         return b;
     b.stride &= ~size_t{3};
@@ -178,7 +178,6 @@ void screen_free_bitmap(canvas_bitmap* bitmap) {
 
 bool screen_start(int width, int height, int planes) {
     screen_stop();
-    if (width > MOST_SIDE || height > MOST_SIDE) return false;
     screen.frame = screen_new_bitmap(width, height, planes);
     if (screen.frame.pixels == nullptr) return false;
     fill_starting_palette();
@@ -197,8 +196,7 @@ void screen_stop() {
 }
 
 bool screen_resize(int width, int height) {
-    canvas_bitmap fresh =
-        screen_new_bitmap(std::min(width, MOST_SIDE), std::min(height, MOST_SIDE), screen.frame.planes);
+    canvas_bitmap fresh = screen_new_bitmap(width, height, screen.frame.planes);
     if (fresh.pixels == nullptr) return false;
     const uint32_t black = canvas_pixel(canvas_rgb_color({0, 0, 0}));
     if (black != 0) memset(fresh.pixels, int(black & 0xFF), fresh.stride * size_t(fresh.height)); // a palette's slot
