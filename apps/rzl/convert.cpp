@@ -110,7 +110,9 @@ int parse(word_list* words, convert_request* request) {
 pixel_kind kind_of_format(int64_t format) {
     switch (format) {
     case RZL_FORMAT_BILEVEL:
-    case RZL_FORMAT_BILEVEL_RUNS: return pixel_kind::bilevel;
+    case RZL_FORMAT_BILEVEL_RUNS:
+    case RZL_FORMAT_GROUP3:
+    case RZL_FORMAT_GROUP4: return pixel_kind::bilevel;
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_BYTE_PAIRS:
     case RZL_FORMAT_BYTE_RUNS: return pixel_kind::grey;
@@ -157,7 +159,6 @@ int check_target(const raster_source* source, convert_request* request) {
     if (rzl_standard_support(request->standard, &can_create, nullptr) != 0 || can_create == 0) {
         return program_fail("This version can not write %s files yet.", rzl_standard_name(request->standard));
     }
-    if (request->tile != 0) return program_fail("This version can not write tiled files yet.");
     if (request->keep_vlt && source->kind != pixel_kind::mapped && source->kind != pixel_kind::color) {
         return program_fail("\"%s\" has no colours to make a table of.", request->in.path);
     }
@@ -208,9 +209,24 @@ bool copy_vlt(conversion* c) {
            put_vlt(c, c->source->vlt_entries, c->vlt.get());
 }
 
+bool has_field(CFILE* file, int32_t field, int64_t wanted) {
+    int32_t value = 0;
+    return rzl_get_hdr_data(file, field, &value) == 0 && value == wanted;
+}
+
+// Tiles are as high as they are wide; a format whose tiles have no height of their own has square ones. False where the
+// format has no tiles.
+bool set_tiles(conversion* c) {
+    int64_t size = c->request->tile;
+    set_field(c->out, RZL_FIELD_TILE_WIDTH, size);
+    if (!has_field(c->out, RZL_FIELD_TILE_HEIGHT, size)) set_field(c->out, RZL_FIELD_TILE_HEIGHT, size);
+    return has_field(c->out, RZL_FIELD_TILE_WIDTH, size) && has_field(c->out, RZL_FIELD_TILE_HEIGHT, size);
+}
+
 bool write_header(conversion* c) {
     const convert_request* r = c->request;
     bool good = set_field(c->out, RZL_FIELD_STANDARD, r->standard) && set_field(c->out, RZL_FIELD_FORMAT, r->format);
+    if (r->tile != 0) good = good && set_tiles(c);
     if (r->compression >= 0) good = good && set_field(c->out, RZL_FIELD_COMPRESSION, r->compression);
     good = good && set_field(c->out, RZL_FIELD_XSIZE, c->source->width) &&
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);

@@ -149,7 +149,8 @@ inline void diffuse_pixel(const diffusion* d, errors_carried* c, int32_t x, lane
     c->below = c->below_right + ((below ^ sign) - sign);
     c->below_right = (below_right ^ sign) - sign;
     c->complete = complete[0];
-    std::memcpy(d->errors + (x - LAG - 1) * static_cast<int64_t>(PIXEL_LANES), &complete[1], sizeof complete[1]);
+    int64_t out = complete[1];
+    std::memcpy(d->errors + (x - LAG - 1) * static_cast<int64_t>(PIXEL_LANES), &out, sizeof out);
 }
 
 // Two lines at once, or the last alone: `second` is then null.

@@ -113,6 +113,21 @@ TEST_F(Rzl, CatWidensBitsLooksColoursUpAndTurnsLinesAround) {
     EXPECT_EQ(run("rzl convert mapped.rgb m.rgb --format 28 --vlt").status, 1);
 }
 
+TEST_F(Rzl, ConvertsIntoTiffWithTilesAndCodings) {
+    write_raster("a.rgb", 70, 50);
+    std::string pixels = run("rzl cat a.rgb").out;
+    for (const char* options : {"", " --tile 16", " --tile 32 --compression 5", " --compression 32773"}) {
+        run_result result = run(std::string("rzl convert a.rgb a.tif") + options);
+        ASSERT_EQ(result.status, 0) << options << result.err;
+        EXPECT_EQ(run("rzl cat a.tif").out, pixels) << options;
+        ASSERT_EQ(run("rzl convert a.tif b.rgb").status, 0);
+        EXPECT_EQ(run("rzl cat b.rgb").out, pixels) << options;
+    }
+    EXPECT_EQ(run("rzl convert a.rgb c.gif --tile 16").status, 1);
+    EXPECT_EQ(run("rzl convert a.rgb d.tif --compression 4").status, 1); // bilevel pictures only
+    EXPECT_EQ(files().size(), 3U);
+}
+
 TEST_F(Rzl, ConvertRefusesWhatItCanNotKeep) {
     write_raster("a.rgb", 8, 8);
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --format 2").status, 1);

@@ -199,14 +199,16 @@ TEST_F(Open, StandardIsFreeUntilTheHeaderStands) {
     void* spec = c->spec;
     EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, RZL_STANDARD_KRVN), 0);
     EXPECT_EQ(c->spec, spec) << "the one in force changes nothing";
-    for (int32_t id : {int32_t{RZL_STANDARD_TIFF}, 7, 23, INT32_MAX}) {
+    for (int32_t id : {int32_t{RZL_STANDARD_ADRG}, 7, 23, INT32_MAX}) {
         EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, id), 0) << id;
         EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_KRVN) << id;
     }
     ::setenv("RZL_STANDARD", "1", 1);
     EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, -1), 0);
     ::unsetenv("RZL_STANDARD");
-    EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_KRVN);
+    EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_TIFF) << "the one that the environment names";
+    EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, RZL_STANDARD_KRVN), 0);
+    EXPECT_EQ(set_field_to(c, RZL_FIELD_XSIZE, 8), 0);
     EXPECT_EQ(set_field_to(c, RZL_FIELD_YSIZE, 2), 0);
     EXPECT_EQ(rzl_write_header(c), 0);
     spec = c->spec;
