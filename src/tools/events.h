@@ -146,7 +146,7 @@ constexpr int DESK_POST_MESSAGE = 1;
 // gadget tracks the mouse. False when the tools have ended (or weren't entered): no event will ever come again.
 bool tools_pump();
 
-// tools_pump(), but before it, when nothing is there and no click is pending, blocks until there may be a message.
+// Blocks until there may be a message, or until a click that is under recognition is due; then tools_pump().
 bool tools_wait();
 
 // Put an event on its queue. 0, or -1 with event_error.
@@ -154,5 +154,6 @@ int put_refresh_event(const refresh_data* refresh); // merged into one of that w
 int put_collapse_event(int window, int state);
 int put_delete_event(int window);
 
-// Forgets all that concerns events: queues, masks, clicks, timers, motion. For the end of the tools.
-void events_reset();
+// Forgets all that concerns events: queues, masks, clicks, timers, motion. From now on the program listens: what was
+// pressed up to `start` (milliseconds) isn't meant for it.
+void events_reset(uint32_t start);
