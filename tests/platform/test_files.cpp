@@ -169,7 +169,7 @@ TEST_F(Files, AReplacedFileIsOldOrNewAsAWhole) {
     fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
     char fresh[FILES_PATH_SIZE];
     ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
-    EXPECT_FALSE(files_replace_begin(target.c_str(), fresh, sizeof fresh)); // one at a time
+    EXPECT_FALSE(files_replace_begin(target.c_str(), fresh, sizeof fresh)); // once at a time
     write(fresh, "half");
     EXPECT_EQ(read(target), "picture");
     files_replace_abandon();
@@ -181,6 +181,26 @@ TEST_F(Files, AReplacedFileIsOldOrNewAsAWhole) {
     EXPECT_EQ(read(target), "whole");
     EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(entries(), 1u);
+}
+
+TEST_F(Files, APairIsReplacedTogether) {
+    fs::path first = root / "renders" / "day" / "Car.RGB";
+    fs::path second = root / "renders" / "day" / "Car.TNC";
+    fs::path third = root / "renders" / "day" / "Other";
+    char fresh[3][FILES_PATH_SIZE];
+    for (bool whole : {false, true}) {
+        ASSERT_TRUE(files_replace_begin(first.c_str(), fresh[0], sizeof fresh[0]));
+        ASSERT_TRUE(files_replace_begin(second.c_str(), fresh[1], sizeof fresh[1]));
+        EXPECT_FALSE(files_replace_begin(third.c_str(), fresh[2], sizeof fresh[2]));
+        write(fresh[0], "new picture");
+        if (whole) write(fresh[1], "new samples");
+        if (!whole) files_replace_abandon();
+        EXPECT_EQ(read(first), "picture");
+        EXPECT_EQ(files_replace_commit(), whole);
+        EXPECT_EQ(entries(), whole ? 2U : 1U);
+    }
+    EXPECT_EQ(read(first), "new picture");
+    EXPECT_EQ(read(second), "new samples");
 }
 
 TEST_F(Files, ReplacingThroughALinkKeepsTheLink) {

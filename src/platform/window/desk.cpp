@@ -81,7 +81,7 @@ void put_in(desk_window* w) {
 bool make_room() {
     if (desk.count < desk.room) return true;
     const int room = desk.room * 2 + 16;
-    void* grown = mem_realloc(desk.order, size_t(room) * sizeof(desk_window*));
+    void* grown = mem_realloc(desk.order, size_t(room) * sizeof(void*));
     if (grown == nullptr) return false;
     desk.order = static_cast<desk_window**>(grown);
     desk.room = room;

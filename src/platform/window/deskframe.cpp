@@ -94,8 +94,7 @@ void draw_caption(canvas* c, const desk_window* w) {
     const canvas_box right = box_is_empty(minimise) ? desk_box_of(w, PART_MAXIMISE_BOX) : minimise;
     canvas_box room = {box_is_empty(left) ? caption.x1 + 4 : left.x2 + 4, caption.y1,
                        box_is_empty(right) ? caption.x2 - 4 : right.x1 - 4, caption.y2 - (narrow ? 0 : 1)};
-    glyphs_draw_in(c, narrow ? &GLYPHS_SMALL : &GLYPHS_BOLD, room, w->title, !narrow,
-                   active || narrow ? DESK_WHITE : DESK_FACE);
+    glyphs_draw_in(c, narrow ? &GLYPHS_SMALL : &GLYPHS_BOLD, room, w->title, !narrow, DESK_WHITE);
 }
 
 // The picture of an icon: a small window with a ball in front of it. '.' is left alone.

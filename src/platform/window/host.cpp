@@ -86,9 +86,9 @@ bool host_start(const char* title) {
     return start_named(getenv("TINCT_HOST"), &wanted, title);
 }
 
-bool host_start_with(const host_ops* ops, const host_screen* wanted, const char* title) {
+bool host_start_with(const host_ops* ops, const host_screen* screen, const char* title) {
     host_stop();
-    current_screen = *wanted;
+    current_screen = *screen;
     if (!depth_is_known(current_screen.planes) || !ops->start(&current_screen, title)) return false;
     running = ops;
     return true;
