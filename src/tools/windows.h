@@ -23,6 +23,7 @@ constexpr int WINDOW_TOP_LEVEL = 32767; // level of the pop-up above all others
 // What pushattributes() copies.
 struct window_attributes {
     int16_t clip_x1, clip_y1, clip_x2, clip_y2; // client coordinates
+    bool clipped;                               // the clip box has been set; until then it only tells the first size
     int16_t current_x, current_y;               // current point
     int16_t weight;                             // of lines; 0: one pixel wide
     uint16_t line_style;                        // 0xFFFF: solid
@@ -33,7 +34,7 @@ struct window_attributes {
     canvas_color background;                    // the same
     bool patterned;                             // rectf() and polygon4() fill with `pattern`
     canvas_pattern pattern;
-    window_attributes* next; // link of the saved stack, whose oldest block comes first
+    window_attributes* next; // link of the saved stack, whose newest block comes first
 };
 
 constexpr uint16_t PEN_SOLID = 0;
@@ -56,9 +57,10 @@ struct window_record {
     host_cursor cursor; // while visible
     window_attributes attributes;
     window_attributes* saved_attributes; // stack; owned
-    window_record* sr_saved;             // window 0, while save-restore areas are up: copies of its record before each
-                                         // of them, the oldest first; linked by this field, owned
-    canvas* sr_bitmap;                   // pixels under the area; owned
+    window_record* sr_saved; // window 0, while save-restore areas are up: its record before the last of them, which by
+                             // this field leads to the one before that; owned
+    canvas* sr_bitmap;       // pixels under the area; owned
+    canvas_box placed;       // of the client area in logical space, half open, when neither an icon nor maximised
     int16_t level;
     uint16_t paint_flags;
     uint8_t create_flags;
@@ -149,7 +151,7 @@ int Mouse_win_position(int* window, int* x, int* y, int* inside);
 // one is up, window 0 is this pop-up: it takes drawing, in the pop-up's client coordinates, and all clicks. Areas can
 // be stacked.
 
-int Enter_SR(int screen, int flags, int* window); // enters the mode and gives window 0. -1 when it is on
+int Enter_SR(int screen, int flags, int* window); // takes the messages, enters the mode and gives window 0
 int Exit_SR(int window);                          // -1 unless window is 0, the mode is on, and no area is up
 // x1 to y2: in the main window's client area; moved left and up so that it ends inside of the screen. -1 unless window
 // is 0 and the mode is on, or without memory.
@@ -179,6 +181,8 @@ void main_window_scroll(const desk_message* message);
 
 // ---- start and end -------------------------------------------------------------------------------------------------
 
-void windows_clear();   // forgets all windows, without destroying what the platform has
-bool windows_make_0();  // window 0 over the platform's main window
-void windows_destroy(); // destroys all windows but the main one, and forgets that
+void windows_clear();  // forgets all windows, without destroying what the platform has
+bool windows_make_0(); // window 0 over the platform's main window
+// Destroys all windows but the main one, and forgets that. To be called when the main window is gone, too: the platform
+// has then destroyed all of them, and their numbers have to go.
+void windows_destroy();
