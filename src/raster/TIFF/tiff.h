@@ -22,6 +22,7 @@
 
 struct cit_reader;
 struct cit_writer;
+struct tif_lzw_table;
 
 constexpr uint16_t TIF_LITTLE = 0x4949; // byte order words
 constexpr uint16_t TIF_BIG = 0x4D4D;
@@ -172,18 +173,18 @@ struct tif_reading {
 
 // The segment that writing gathers.
 struct tif_gathering {
-    int64_t segment;     // -1: none
-    bool waiting;        // rows were put that the file has not got yet
-    uint32_t next_row;   // behind the last row that was put
-    uint8_t* rows;       // owned: a block a plane, rows in their places
-    size_t rows_room;    //
-    size_t plane_bytes;  // of one block
-    uint8_t* row;        // owned: room for a row, and for a line on its way to it
-    size_t row_room;     //
-    uint8_t* coded;      // owned
-    size_t coded_room;   //
-    uint32_t* lzw_table; // owned: the LZW encoder's hash table
-    cit_writer* fax;     // owned: CCITT data is coded line by line
+    int64_t segment;          // -1: none
+    bool waiting;             // rows were put that the file has not got yet
+    uint32_t next_row;        // behind the last row that was put
+    uint8_t* rows;            // owned: a block a plane, rows in their places
+    size_t rows_room;         //
+    size_t plane_bytes;       // of one block
+    uint8_t* row;             // owned: room for a row, and for a line on its way to it
+    size_t row_room;          //
+    uint8_t* coded;           // owned
+    size_t coded_room;        //
+    tif_lzw_table* lzw_table; // owned: the LZW encoder's hash table
+    cit_writer* fax;          // owned: CCITT data is coded line by line
 };
 
 // The module's record, in CFILE's `spec`.
@@ -390,15 +391,21 @@ bool tif_store_coded(CFILE* c, uint32_t entry, uint8_t* bytes, size_t count);
 size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length);
 size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, size_t length, size_t* filled);
 
-// LZW. Encoding needs room for tif_lzw_bound(length) bytes, and a table of TIF_LZW_SLOTS entries for its own use.
+// LZW. Encoding needs room for tif_lzw_bound(length) bytes, and a table that is zeroed before its first use.
 // Decoding writes `limit` bytes at most, less when the codes end, and may leave anything in the TIF_LZW_SLACK bytes
 // behind them. The bytes written; *sound is false when an impossible code ended it.
 constexpr size_t TIF_LZW_SLOTS = 16384;
+struct tif_lzw_table {
+    uint32_t slots[TIF_LZW_SLOTS]; // prefix code and byte of a string above, its code below; 0: empty
+    uint32_t first[4096];          // of each code: a byte that goes on from it, and the code of the two; 0: none
+    uint16_t used[4096];           // where the strings in the order of their codes are
+    uint32_t count;                // of them
+};
 constexpr size_t TIF_LZW_SLACK = 16;
 constexpr size_t tif_lzw_bound(size_t length) {
     return length + length / 2 + length / 1024 + 16;
 }
-size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, uint32_t* table);
+size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif_lzw_table* table);
 size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_t limit, bool* sound);
 
 // ---- tifsampl: samples of a row

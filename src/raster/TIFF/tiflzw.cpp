@@ -2,9 +2,8 @@
 //
 // The decoder keeps no strings: the string of a code stands in the output already written, where the code before it was
 // put out, and goes on by one byte. Its first 8 bytes stand in the table as well, so that short strings, which are most
-// of them, are one store. The encoder finds strings in a hash table of prefix code and byte, a quarter full at most.
-// Clearing its 64 KB for each table of codes is cheaper than entries that tell by themselves that they are void: those
-// are twice as long.
+// of them, are one store. The encoder keeps, with each code, the first byte that
+// was seen behind its string; what else was seen there is in a hash table of code and byte, a quarter full at most.
 #include <algorithm>
 #include <cstring>
 
@@ -205,7 +204,6 @@ void put_rest(bit_sink* s) {
 
 // ---- the encoder
 
-// An entry of the hash table: prefix code and byte of a string above, its code below; 0 for an empty one.
 constexpr uint32_t slot_of(uint32_t key) {
     return key * 0x9E3779B1u >> 18;
 }
@@ -213,6 +211,47 @@ static_assert(TIF_LZW_SLOTS == 1u << 14);
 
 constexpr uint32_t last_of_width(int width) {
     return width == 12 ? LAST_CODE : (1u << width) - 1;
+}
+
+constexpr uint32_t AT_PREFIX = 0x8000; // in `used`: an entry of `first`, not of `slots`
+constexpr uint32_t FEW_STRINGS = 1000;
+
+// Takes all strings out. Few of them are taken out one by one.
+void clear_strings(tif_lzw_table* table) {
+    if (table->count > FEW_STRINGS) {
+        std::memset(table->slots, 0, sizeof table->slots);
+        std::memset(table->first, 0, sizeof table->first);
+    } else {
+        for (uint32_t i = 0; i < table->count; ++i) {
+            uint32_t place = table->used[i];
+            (place >= AT_PREFIX ? table->first[place - AT_PREFIX] : table->slots[place]) = 0;
+        }
+    }
+    table->count = 0;
+}
+
+struct lzw_encoder {
+    bit_sink out;
+    uint32_t last; // code in use
+    uint32_t turn; // the last code of this width
+    int width;
+};
+
+void begin_table(lzw_encoder* e, tif_lzw_table* table) {
+    clear_strings(table);
+    e->last = END;
+    e->width = FIRST_WIDTH;
+    e->turn = last_of_width(FIRST_WIDTH);
+}
+
+// The widest code that this width can name is in use: the next width, or a new table.
+void take_turn(lzw_encoder* e, tif_lzw_table* table) {
+    if (e->width < 12) {
+        e->turn = last_of_width(++e->width);
+        return;
+    }
+    put_code(&e->out, CLEAR, e->width);
+    begin_table(e, table);
 }
 
 } // namespace
@@ -230,44 +269,45 @@ size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_
     return d.at;
 }
 
-size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, uint32_t* table) {
-    bit_sink out = {target, 0, 0};
-    put_code(&out, CLEAR, FIRST_WIDTH);
-    uint32_t last = END;
-    int width = FIRST_WIDTH;
-    std::memset(table, 0, TIF_LZW_SLOTS * sizeof *table);
+size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif_lzw_table* table) {
+    lzw_encoder e = {{target, 0, 0}, 0, 0, 0};
+    begin_table(&e, table);
+    put_code(&e.out, CLEAR, FIRST_WIDTH);
     uint32_t prefix = length > 0 ? source[0] : 0;
     for (size_t i = 1; i < length; ++i) {
-        uint32_t key = prefix << 8 | source[i];
-        uint32_t slot = slot_of(key);
-        uint32_t entry = table[slot];
-        while (entry != 0 && entry >> 12 != key) {
-            slot = (slot + 1) % TIF_LZW_SLOTS;
-            entry = table[slot];
-        }
-        if (entry != 0) {
-            prefix = entry & 0xFFF;
+        uint32_t byte = source[i];
+        uint32_t first = table->first[prefix];
+        if (first != 0 && first >> 12 == byte) {
+            prefix = first & 0xFFF;
             continue;
         }
-        put_code(&out, prefix, width);
-        table[slot] = key << 12 | ++last;
-        prefix = source[i];
-        if (last != last_of_width(width)) continue;
-        if (width < 12) {
-            ++width;
-            continue;
+        uint32_t* place = &table->first[prefix];
+        uint32_t noted = AT_PREFIX + prefix;
+        uint32_t key = byte;
+        if (first != 0) {
+            key |= prefix << 8;
+            uint32_t slot = slot_of(key);
+            while (table->slots[slot] != 0 && table->slots[slot] >> 12 != key)
+                slot = (slot + 1) % TIF_LZW_SLOTS;
+            if (table->slots[slot] != 0) {
+                prefix = table->slots[slot] & 0xFFF;
+                continue;
+            }
+            place = &table->slots[slot];
+            noted = slot;
         }
-        put_code(&out, CLEAR, width);
-        std::memset(table, 0, TIF_LZW_SLOTS * sizeof *table);
-        last = END;
-        width = FIRST_WIDTH;
+        put_code(&e.out, prefix, e.width);
+        *place = key << 12 | ++e.last;
+        table->used[table->count++] = static_cast<uint16_t>(noted);
+        prefix = byte;
+        if (e.last == e.turn) take_turn(&e, table);
     }
     if (length > 0) {
-        put_code(&out, prefix, width);
+        put_code(&e.out, prefix, e.width);
         // The reader has by now a code more in use than this table.
-        if (last + 1 == last_of_width(width) && width < 12) ++width;
+        if (e.last + 1 == e.turn && e.width < 12) ++e.width;
     }
-    put_code(&out, END, width);
-    put_rest(&out);
-    return static_cast<size_t>(out.next - target);
+    put_code(&e.out, END, e.width);
+    put_rest(&e.out);
+    return static_cast<size_t>(e.out.next - target);
 }

@@ -78,7 +78,7 @@ bool lzw_rows(CFILE* c, uint8_t* rows, size_t row_bytes, uint32_t count, size_t*
     const tif_image* image = tif_image_of(c);
     size_t bytes = row_bytes * count;
     if (out->lzw_table == nullptr) {
-        out->lzw_table = mem_new_array<uint32_t>(TIF_LZW_SLOTS);
+        out->lzw_table = mem_new<tif_lzw_table>();
     }
     if (out->lzw_table == nullptr) return refuse(c, RZL_NO_MEMORY, nullptr);
     if (!need_coded(c, tif_lzw_bound(bytes))) return false;

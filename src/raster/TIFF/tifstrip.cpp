@@ -1,5 +1,6 @@
-// TIFF: rows of strips and tiles. An LZW segment is decoded whole, once, and kept until another one is wanted; rows of
-// plain and PackBits data are read one by one; lines of fax data come from a reader that keeps a line or two.
+// TIFF: rows of strips and tiles. An LZW segment, and a small one of PackBits data, is decoded whole, once, and kept
+// until another one is wanted; other rows of plain and PackBits data are read one by one; lines of fax data come from a
+// reader that keeps a line or two.
 #include <algorithm>
 #include <cstring>
 
@@ -40,6 +41,17 @@ bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) 
 
 // Bytes that a coded byte can stand for at most.
 constexpr uint64_t LZW_EXPANSION = 1400;
+constexpr uint64_t PACKED_EXPANSION = 64;
+
+// Short PackBits rows of a small segment are unpacked together: finding each would take longer than unpacking it.
+constexpr uint64_t SHORT_ROW = 1024;
+constexpr uint64_t SMALL_SEGMENT = 1 << 18;
+
+bool is_decoded_whole(const tif_image* image, uint32_t segment) {
+    if (image->compression == TIF_LZW) return true;
+    uint64_t row = tif_row_bytes(image, 0);
+    return image->compression == TIF_PACKBITS && row <= SHORT_ROW && row * tif_rows_of(image, segment) <= SMALL_SEGMENT;
+}
 
 // Room for the planes of a segment: as much as it has, or as its code could fill.
 bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
@@ -52,12 +64,27 @@ bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
         full = std::max(full, bytes);
         coded = std::max(coded, coded_bytes(c, image, entry_of(image, segment, plane), bytes));
     }
-    in->plane_bytes = static_cast<size_t>(std::min(full, coded * LZW_EXPANSION) + TIF_LZW_SLACK);
+    in->plane_bytes = static_cast<size_t>(
+        std::min(full, coded * (image->compression == TIF_LZW ? LZW_EXPANSION : PACKED_EXPANSION)) + TIF_LZW_SLACK);
     uint64_t all = 0;
     if (!checked_mul(uint64_t{in->plane_bytes}, static_cast<uint64_t>(shape.planes), &all)) {
         return refuse(c, RZL_NO_MEMORY, nullptr);
     }
     return tif_need_room(c, &in->decoded, &in->decoded_room, all);
+}
+
+// Each line was packed by itself: a run ends with its line.
+size_t unpack_rows(const uint8_t* coded, size_t bytes, uint8_t* out, size_t row_bytes, size_t room) {
+    size_t filled = 0;
+    while (filled + row_bytes <= room && bytes > 0) {
+        size_t in_row = 0;
+        size_t used = tif_packbits_unpack(coded, bytes, out + filled, row_bytes, &in_row);
+        coded += used;
+        bytes -= used;
+        filled += in_row;
+        if (in_row < row_bytes) break;
+    }
+    return filled;
 }
 
 void undo_predictor(CFILE* c, const tif_image* image, int plane, uint8_t* rows, size_t filled) {
@@ -78,9 +105,11 @@ bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane)
     size_t room = std::min(full, in->plane_bytes - TIF_LZW_SLACK);
     uint8_t* out = in->decoded + static_cast<size_t>(plane) * in->plane_bytes;
     bool sound = true;
-    size_t filled = tif_lzw_decode(in->coded, bytes, out, room, &sound);
+    bool lzw = image->compression == TIF_LZW;
+    size_t filled =
+        lzw ? tif_lzw_decode(in->coded, bytes, out, room, &sound) : unpack_rows(in->coded, bytes, out, row_bytes, room);
     if (filled < full) set_flag(c, FLAG_DAMAGED, true);
-    if (image->predictor == 2) undo_predictor(c, image, plane, out, filled);
+    if (lzw && image->predictor == 2) undo_predictor(c, image, plane, out, filled);
     in->plane_filled[plane] = filled;
     in->planes_decoded |= 1u << plane;
     return true;
@@ -96,7 +125,7 @@ bool take_segment(CFILE* c, const tif_image* image, uint32_t segment) {
     in->fax = nullptr;
     for (packed_rows& rows : in->packed)
         rows.known = 0;
-    if (image->compression == TIF_LZW && !need_decoded(c, image, segment)) return false;
+    if (is_decoded_whole(image, segment) && !need_decoded(c, image, segment)) return false;
     in->segment = segment;
     return true;
 }
@@ -182,7 +211,7 @@ bool note_start(CFILE* c, packed_rows* rows, uint32_t start) {
     return true;
 }
 
-// Each line was packed by itself: a run ends with its line. Rows in front of the one that is wanted are unpacked once,
+// Rows in front of the one that is wanted are unpacked once,
 // to find where it begins.
 const uint8_t* packed_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
     tif_reading* in = &tif_spec_of(c)->in;
@@ -302,7 +331,7 @@ const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane
     if (found == nullptr) {
         if (image->compression == TIF_PLAIN) {
             found = plain_row(c, image, entry_of(image, segment, plane), row, bytes, into);
-        } else if (image->compression == TIF_PACKBITS) {
+        } else if (!is_decoded_whole(image, segment)) {
             found = packed_row(c, image, segment, row, plane, into);
         } else {
             found = decoded_row(c, image, segment, row, plane);
