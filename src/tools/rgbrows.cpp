@@ -1,0 +1,221 @@
+// The row writers: red, green and blue bytes into a window's pixels, through the pipeline in force.
+//
+// They write straight into the screen, part by part of what can be seen of the window, so that there is no buffer to
+// grow or to miss, and a single pixel costs no more than it must. One function writes a row; which one is chosen by the
+// pipeline and by the form of the screen's pixels, since a pipeline can be run on a deeper screen than its own.
+#include <cstring>
+
+#include "tools/rgbdata.h"
+#include "tools/windata.h"
+
+namespace {
+
+struct rgb_bytes {
+    const uint8_t* red;
+    const uint8_t* green;
+    const uint8_t* blue;
+};
+
+// The screen's pixels of the numbers that the palette pipelines work out.
+uint32_t pixel_of[256];
+
+// Writes `count` pixels, the first of them at x, y of the window.
+using row_writer = void (*)(uint8_t* out, rgb_bytes from, int x, int y, int count);
+
+// ---- palette pipelines. T: a pixel of the screen. On a palette screen a pixel is the slot.
+
+template <typename T> void write_row_4(uint8_t* out, rgb_bytes from, int x, int y, int count) {
+    T* pixels = reinterpret_cast<T*>(out);
+    for (int i = 0; i < count; ++i)
+        pixels[i] = static_cast<T>(pixel_of[dither_color(cell_of(x + i, y), from.red[i], from.green[i], from.blue[i])]);
+}
+
+template <typename T> void write_row_8(uint8_t* out, rgb_bytes from, int x, int y, int count) {
+    T* pixels = reinterpret_cast<T*>(out);
+    for (int i = 0; i < count; ++i) {
+        const uint8_t* row = rgb.row_of_cell[cell_of(x + i, y)];
+        const uint8_t slot = rgb.cube_slot[cube_index(row[from.red[i]], row[from.green[i]], row[from.blue[i]])];
+        pixels[i] = static_cast<T>(sizeof(T) == 1 ? slot : pixel_of[slot]);
+    }
+}
+
+// ---- true colour pipelines. P packs three bytes into a pixel of the screen.
+
+struct pack_555 {
+    using pixel = uint16_t;
+    static pixel of(unsigned r, unsigned g, unsigned b) {
+        return static_cast<pixel>(r >> 3 << 10 | g >> 3 << 5 | b >> 3);
+    }
+};
+struct pack_565 {
+    using pixel = uint16_t;
+    static pixel of(unsigned r, unsigned g, unsigned b) {
+        return static_cast<pixel>(r >> 3 << 11 | g >> 2 << 5 | b >> 3);
+    }
+};
+struct pack_888 {
+    using pixel = uint32_t;
+    static pixel of(unsigned r, unsigned g, unsigned b) { return r << 16 | g << 8 | b; }
+};
+
+template <typename P> void write_row_15(uint8_t* out, rgb_bytes from, int x, int y, int count) {
+    auto* pixels = reinterpret_cast<typename P::pixel*>(out);
+    for (int i = 0; i < count; ++i) {
+        const uint8_t* row = rgb.row_of_cell[cell_of(x + i, y)];
+        pixels[i] = P::of(row[from.red[i]], row[from.green[i]], row[from.blue[i]]);
+    }
+}
+
+template <typename P> void write_row_24(uint8_t* out, rgb_bytes from, int /*x*/, int /*y*/, int count) {
+    auto* pixels = reinterpret_cast<typename P::pixel*>(out);
+    const uint8_t* table = rgb.gamma_table;
+    for (int i = 0; i < count; ++i)
+        pixels[i] = P::of(table[from.red[i]], table[from.green[i]], table[from.blue[i]]);
+}
+
+// ---- the choice of a row function
+
+// The palette may have changed since the last time.
+void take_pixels(int numbers) {
+    for (int i = 0; i < numbers; ++i)
+        pixel_of[i] = canvas_pixel(CANVAS_SLOT | rgb.dib_header->slots[i]);
+}
+
+row_writer by_pixel(row_writer bytes, row_writer words, row_writer longs) {
+    switch (canvas_pixel_bytes()) {
+    case 1: return bytes;
+    case 2: return words;
+    default: return longs;
+    }
+}
+
+row_writer by_packing(row_writer in_555, row_writer in_565, row_writer in_888) {
+    switch (canvas_planes()) {
+    case 15: return in_555;
+    case 16: return in_565;
+    default: return in_888;
+    }
+}
+
+row_writer writer_4() {
+    take_pixels(16);
+    return by_pixel(write_row_4<uint8_t>, write_row_4<uint16_t>, write_row_4<uint32_t>);
+}
+row_writer writer_8() {
+    if (canvas_pixel_bytes() != 1) take_pixels(256);
+    return by_pixel(write_row_8<uint8_t>, write_row_8<uint16_t>, write_row_8<uint32_t>);
+}
+row_writer writer_15() {
+    return by_packing(write_row_15<pack_555>, write_row_15<pack_565>, write_row_15<pack_888>);
+}
+row_writer writer_24() {
+    return by_packing(write_row_24<pack_555>, write_row_24<pack_565>, write_row_24<pack_888>);
+}
+
+// ---- rectangles
+
+struct rect_job {
+    row_writer write_row;
+    rgb_bytes from; // of the pixel x1, y1
+    int x1, y1;
+    ptrdiff_t stride; // 0: one row for all
+};
+
+void write_part_row(const rect_job* job, canvas_box part, int y, uint8_t* out) {
+    const ptrdiff_t offset = (y - job->y1) * job->stride + (part.x1 - job->x1);
+    const rgb_bytes from = {job->from.red + offset, job->from.green + offset, job->from.blue + offset};
+    job->write_row(out, from, part.x1, y, part.x2 - part.x1);
+}
+
+void write_part(void* user, canvas_box part, uint8_t* pixels, size_t stride) {
+    const auto* job = static_cast<const rect_job*>(user);
+    for (int y = part.y1; y < part.y2; ++y, pixels += stride)
+        write_part_row(job, part, y, pixels);
+}
+
+// Each row is the same source, and the dither repeats every 4 rows: so do the pixels.
+void fill_part(void* user, canvas_box part, uint8_t* pixels, size_t stride) {
+    constexpr int period = 4;
+    const auto* job = static_cast<const rect_job*>(user);
+    const size_t row_bytes = static_cast<size_t>(part.x2 - part.x1) * static_cast<size_t>(canvas_pixel_bytes());
+    for (int y = part.y1; y < part.y2; ++y, pixels += stride) {
+        if (y - part.y1 < period)
+            write_part_row(job, part, y, pixels);
+        else
+            memcpy(pixels, pixels - period * stride, row_bytes);
+    }
+}
+
+struct rgb_area {
+    int window;
+    int x1, x2, y1, y2;
+};
+
+void write_area(const rgb_area& area, row_writer (*writer)(), rgb_bytes from, ptrdiff_t stride, canvas_writer parts) {
+    window_record* w = nullptr;
+    if (window_for_drawing(area.window, &w) != window_use::draw) return;
+    rect_job job = {writer(), from, area.x1, area.y1, stride};
+    canvas_write_parts(w->dc, window_box(area.x1, area.y1, area.x2, area.y2), parts, &job);
+}
+
+// The three operations of one pipeline.
+template <row_writer (*writer)()>
+void rect(int window, int x1, int x2, int y1, int y2, const uint8_t* red, const uint8_t* green, const uint8_t* blue,
+          ptrdiff_t stride) {
+    write_area({window, x1, x2, y1, y2}, writer, {red, green, blue}, stride, write_part);
+}
+template <row_writer (*writer)()>
+void line(int window, int x1, int x2, int y, const uint8_t* red, const uint8_t* green, const uint8_t* blue) {
+    write_area({window, x1, x2, y, y}, writer, {red, green, blue}, 0, write_part);
+}
+template <row_writer (*writer)()>
+void fill(int window, int x1, int x2, int y1, int y2, const uint8_t* red, const uint8_t* green, const uint8_t* blue) {
+    write_area({window, x1, x2, y1, y2}, writer, {red, green, blue}, 0, fill_part);
+}
+
+// ---- selectors: what the function variables start with
+
+template <typename F> F for_depth(F f4, F f8, F f15, F f24) {
+    switch (rgb_depth) {
+    case 4: return f4;
+    case 8: return f8;
+    case 15: return f15;
+    case 24: return f24;
+    default: return nullptr;
+    }
+}
+
+void select_rect(int window, int x1, int x2, int y1, int y2, const uint8_t* red, const uint8_t* green,
+                 const uint8_t* blue, ptrdiff_t stride) {
+    auto* chosen = for_depth(&rect<writer_4>, &rect<writer_8>, &rect<writer_15>, &rect<writer_24>);
+    if (chosen == nullptr) return;
+    rgb_rect = chosen;
+    rgb_rect(window, x1, x2, y1, y2, red, green, blue, stride);
+}
+
+void select_line(int window, int x1, int x2, int y, const uint8_t* red, const uint8_t* green, const uint8_t* blue) {
+    auto* chosen = for_depth(&line<writer_4>, &line<writer_8>, &line<writer_15>, &line<writer_24>);
+    if (chosen == nullptr) return;
+    rgb_line = chosen;
+    rgb_line(window, x1, x2, y, red, green, blue);
+}
+
+void select_fill(int window, int x1, int x2, int y1, int y2, const uint8_t* red, const uint8_t* green,
+                 const uint8_t* blue) {
+    auto* chosen = for_depth(&fill<writer_4>, &fill<writer_8>, &fill<writer_15>, &fill<writer_24>);
+    if (chosen == nullptr) return;
+    rgb_fill = chosen;
+    rgb_fill(window, x1, x2, y1, y2, red, green, blue);
+}
+
+} // namespace
+
+void (*rgb_rect)(int, int, int, int, int, const uint8_t*, const uint8_t*, const uint8_t*, ptrdiff_t) = select_rect;
+void (*rgb_line)(int, int, int, int, const uint8_t*, const uint8_t*, const uint8_t*) = select_line;
+void (*rgb_fill)(int, int, int, int, int, const uint8_t*, const uint8_t*, const uint8_t*) = select_fill;
+
+void rgb_reset_writers() {
+    rgb_rect = select_rect;
+    rgb_line = select_line;
+    rgb_fill = select_fill;
+}
