@@ -1,0 +1,463 @@
+// Queues and masks, keys, refreshes, motion, windows that the user changes, and waiting.
+#include "events_fixture.h"
+
+namespace {
+
+class Events : public EventFixture {
+protected:
+    static std::string keys() {
+        std::string all;
+        int count = 0;
+        uint8_t buffer[4] = {};
+        Set_keyboard_buffer(buffer, 4);
+        while (Get_keyboard_data(&count) == 0) {
+            EXPECT_EQ(count, 1);
+            all += std::to_string(buffer[0]) + " ";
+        }
+        return all;
+    }
+    static std::string motions() {
+        std::string all;
+        int number, x, y, inside, kind;
+        while (Get_motion_data(&number, &x, &y, &inside, &kind) == 0)
+            all += std::to_string(number) + ":" + std::to_string(x) + "," + std::to_string(y) +
+                   (inside != 0 ? "i" : "o") + std::to_string(kind) + " ";
+        return all;
+    }
+    static std::string timers() {
+        std::string all;
+        for (int number; Get_timer_data(&number) == 0;)
+            all += std::to_string(number) + " ";
+        return all;
+    }
+    static void advance(uint32_t time) {
+        headless_advance(time);
+        tools_pump();
+    }
+};
+
+std::string next_refresh() {
+    int window, screen, box[8], op_mask;
+    if (Get_refresh_data(&window, &screen, &box[0], &box[1], &box[2], &box[3], &box[4], &box[5], &box[6], &box[7],
+                         &op_mask) != 0)
+        return "none";
+    std::string all = std::to_string(window) + "/" + std::to_string(screen);
+    for (int value : box)
+        all += " " + std::to_string(value);
+    return all + " " + std::to_string(op_mask);
+}
+
+void post_close() {
+    host_event event = {};
+    event.kind = host_event_kind::close;
+    headless_post(&event);
+}
+
+} // namespace
+
+TEST_F(Events, OnlyEnabledOnesAreQueued) {
+    uint32_t mask = 0;
+    EXPECT_EQ(Post_user_data(7), 0);
+    EXPECT_EQ(Post_user_data(0xFFFFFFFF), 0);
+    EXPECT_EQ(put_delete_event(3), 0);
+    EXPECT_EQ(Inq_events(&mask), 0);
+    EXPECT_EQ(mask, USER_EVENT | DELETE_EVENT);
+    EXPECT_EQ(tools_pending_events(), mask);
+    EXPECT_EQ(Disable_events(DELETE_EVENT), 0);
+    EXPECT_EQ(pending_events, USER_EVENT);
+    EXPECT_EQ(put_delete_event(3), -1);
+    EXPECT_EQ(event_error, EVENT_ERROR_DISABLED);
+    EXPECT_EQ(Inq_enabled_events(&mask), 0);
+    EXPECT_EQ(mask, ALL_EVENTS & ~MOTION_EVENT & ~DELETE_EVENT);
+    uint32_t value = 0;
+    EXPECT_EQ(Inq_user_data(&value), 0);
+    EXPECT_EQ(Get_user_data(&value), 0);
+    EXPECT_EQ(value, 7U);
+    EXPECT_EQ(pending_events, USER_EVENT);
+    EXPECT_EQ(Get_user_data(&value), 0);
+    EXPECT_EQ(value, 0xFFFFFFFFU);
+    EXPECT_EQ(pending_events, 0U);
+    EXPECT_EQ(Get_user_data(&value), -1);
+    EXPECT_EQ(event_error, EVENT_ERROR_EMPTY);
+}
+
+TEST_F(Events, WithoutMemoryOneIsLost) {
+    EXPECT_EQ(Post_user_data(1), 0);
+    mem_fail_after(0, mem_fail::once);
+    EXPECT_EQ(Post_user_data(2), -1);
+    EXPECT_TRUE(mem_fail_stop());
+    EXPECT_EQ(event_error, EVENT_ERROR_MEMORY);
+    EXPECT_EQ(Post_user_data(3), 0);
+    uint32_t value = 0;
+    Get_user_data(&value);
+    Get_user_data(&value);
+    EXPECT_EQ(value, 3U);
+}
+
+TEST_F(Events, EachQueueIsClearedByItself) {
+    struct queue {
+        uint32_t bit;
+        int (*clear)();
+    };
+    const queue queues[] = {{KEYBOARD_EVENT, Clear_keyboard_data}, {BUTTON_EVENT, Clear_button_data},
+                            {REFRESH_EVENT, Clear_refresh_data},   {DELETE_EVENT, Clear_delete_data},
+                            {MESSAGE_EVENT, Clear_message_data},   {COLLAPSE_EVENT, Clear_collapse_data},
+                            {TIMER_EVENT, Clear_timer_data},       {USER_EVENT, Clear_user_data},
+                            {MOTION_EVENT, Clear_motion_data}};
+    Enable_events(MOTION_EVENT);
+    Set_win_motion(window, 7);
+    Set_win_button_mode(window, 3);
+    const refresh_data refresh = {};
+    int number = -1;
+    put_refresh_event(&refresh);
+    put_delete_event(1);
+    put_collapse_event(1, 1);
+    Start_timer(1, 0, &number);
+    Post_user_data(1);
+    desk_post(desk_main(), DESK_POST_MESSAGE, 1, 2);
+    headless_type("a");
+    headless_click(110, 110, HOST_LEFT);
+    advance(16);
+    uint32_t all = 0;
+    for (const queue& q : queues)
+        all |= q.bit;
+    for (const queue& q : queues) {
+        EXPECT_EQ(pending_events, all);
+        EXPECT_EQ(q.clear(), 0);
+        all &= ~q.bit;
+    }
+    EXPECT_EQ(pending_events, 0U);
+    for (const auto clear : {Clear_event_10_data, Clear_event_20_data, Clear_event_40_data, Clear_event_80_data,
+                             Clear_event_800_data, Clear_window_icon_data, Clear_event_8000_data})
+        EXPECT_EQ(clear(), 0);
+}
+
+TEST_F(Events, PostedMessages) {
+    for (int code = -1; code <= 5; ++code)
+        desk_post(desk_main(), code, uint32_t(10 * code), 0x80000000U + uint32_t(code));
+    tools_pump();
+    uint32_t value = 9, word1 = 0, word2 = 0;
+    EXPECT_EQ(Get_user_data(&value), 0);
+    EXPECT_EQ(value, 0U);
+    EXPECT_EQ(Get_user_data(&value), -1);
+    for (int kind = 0; kind < 4; ++kind) {
+        int got = -1;
+        ASSERT_EQ(Get_message_data(&got, &word1, &word2), 0);
+        EXPECT_EQ(got, kind);
+        EXPECT_EQ(word1, 10U * (unsigned(kind) + 1));
+        EXPECT_EQ(word2, 0x80000001U + unsigned(kind));
+    }
+    EXPECT_EQ(Get_message_data(nullptr, nullptr, nullptr), -1);
+}
+
+// ---- keyboard
+// --------------------------------------------------------------------------------------------------------
+
+TEST_F(Events, KeysAndCharacters) {
+    for (host_key key : {host_key::end, host_key::home, host_key::left, host_key::up, host_key::right, host_key::down,
+                         host_key::remove, host_key::page_up, host_key::f1})
+        headless_key(key, 0, 0);
+    headless_key(host_key::remove, 0, HOST_CTRL);
+    headless_key(host_key::backspace, 0, 0);
+    headless_key(host_key::enter, 0, 0);
+    headless_type("A\xE4");
+    headless_key(host_key::escape, 0, 0);
+    tools_pump();
+    EXPECT_EQ(keys(), "5 1 128 133 132 131 4 11 127 13 65 228 27 ");
+    EXPECT_EQ(pending_events, BUTTON_EVENT); // of Escape
+}
+
+TEST_F(Events, KeyboardBuffer) {
+    uint8_t buffer[2] = {9, 9};
+    void* given = nullptr;
+    int size = 0, count = -1;
+    headless_type("xy");
+    tools_pump();
+    EXPECT_EQ(Inq_keyboard_buffer(&given, &size), -1);
+    EXPECT_EQ(Inq_keyboard_data(&count), 0);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(Set_keyboard_buffer(buffer, 2), 0);
+    EXPECT_EQ(Inq_keyboard_buffer(&given, &size), 0);
+    EXPECT_EQ(given, buffer);
+    EXPECT_EQ(size, 2);
+    EXPECT_EQ(Inq_keyboard_data(&count), 0);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(buffer[0], 'x');
+    EXPECT_EQ(Get_keyboard_data(&count), 0); // the one that was looked at
+    EXPECT_EQ(Set_keyboard_buffer(buffer, -1), -1);
+    EXPECT_EQ(Get_keyboard_data(&count), 0);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(buffer[0], 'x');
+    EXPECT_EQ(Get_keyboard_data(&count), -1);
+    EXPECT_EQ(event_error, EVENT_ERROR_EMPTY);
+}
+
+// ---- refreshes
+// -------------------------------------------------------------------------------------------------------
+
+TEST_F(Events, RefreshesOfOneWindowBecomeOne) {
+    const refresh_data first = {5, 0, 10, 20, 109, 119, 30, 40, 50, 60, 1};
+    const refresh_data other = {6, 0, 0, 0, 9, 9, 0, 0, 9, 9, 1};
+    const refresh_data moved = {5, 0, 15, 20, 114, 119, 20, 45, 45, 70, 17};
+    const refresh_data screen = {5, 1, 15, 20, 114, 119, 20, 45, 45, 70, 17};
+    for (const refresh_data* r : {&first, &other, &moved, &screen})
+        EXPECT_EQ(put_refresh_event(r), 0);
+    EXPECT_EQ(next_refresh(), "5/0 15 20 114 119 20 40 50 70 17");
+    EXPECT_EQ(put_refresh_event(&first), 0); // what was taken isn't part of it
+    EXPECT_EQ(next_refresh(), "6/0 0 0 9 9 0 0 9 9 1");
+    EXPECT_EQ(next_refresh(), "5/1 15 20 114 119 20 45 45 70 17");
+    EXPECT_EQ(next_refresh(), "5/0 10 20 109 119 30 40 50 60 1");
+    EXPECT_EQ(next_refresh(), "none");
+}
+
+TEST_F(Events, RefreshesOfAnAreaComeFirst) {
+    const refresh_data main = {0, 0, 0, 0, 9, 9, 0, 0, 9, 9, 1};
+    const refresh_data other = {6, 0, 0, 0, 9, 9, 0, 0, 9, 9, 1};
+    put_refresh_event(&other);
+    put_refresh_event(&main);
+    EXPECT_EQ(next_refresh()[0], '6');
+    EXPECT_EQ(next_refresh()[0], '0');
+    int number = -1;
+    ASSERT_EQ(Enter_SR(0, 0, &number), 0);
+    ASSERT_EQ(Create_SR_area(0, 300, 300, 399, 399), 0);
+    put_refresh_event(&other);
+    put_refresh_event(&main);
+    EXPECT_EQ(next_refresh()[0], '0');
+    EXPECT_EQ(next_refresh()[0], '6');
+    EXPECT_EQ(Delete_SR_area(0), 0);
+    EXPECT_EQ(Exit_SR(0), 0);
+}
+
+TEST_F(Events, UncoveringAndMovingAskForRefreshes) {
+    const int above = open(150, 150, 249, 249);
+    tools_pump();
+    EXPECT_EQ(next_refresh(), "none");
+    EXPECT_EQ(Delete_win(above), 0);
+    tools_pump();
+    EXPECT_EQ(next_refresh(), std::to_string(window) + "/0 100 100 299 199 50 50 149 99 1");
+    EXPECT_EQ(Modify_win(window, 50, 60, 149, 159), 0);
+    tools_pump();
+    EXPECT_EQ(next_refresh(), std::to_string(window) + "/0 50 60 149 159 0 0 99 99 49");
+    EXPECT_EQ(next_refresh(), "none");
+}
+
+// ---- motion
+// ----------------------------------------------------------------------------------------------------------
+
+TEST_F(Events, MotionAsTheMasksSay) {
+    const int second = open(320, 100, 399, 199);
+    const auto go = [](int x, int y) {
+        headless_pointer(x, y);
+        tools_pump();
+    };
+    Set_win_motion(window, 7);
+    go(110, 110);
+    EXPECT_EQ(motions(), ""); // not enabled
+    Enable_events(MOTION_EVENT);
+    const std::string one = std::to_string(window) + ":", two = std::to_string(second) + ":";
+    go(111, 110);
+    go(112, 111);
+    EXPECT_EQ(motions(), one + "11,10i1 " + one + "12,11i4 ");
+    go(321, 102);
+    EXPECT_EQ(motions(), one + "221,2o2 "); // in the coordinates of the window that was left
+    Set_win_motion(second, 4);
+    go(322, 102);
+    EXPECT_EQ(motions(), two + "2,2i4 ");
+    Set_win_motion(window, 2);
+    go(110, 110);
+    go(111, 110);
+    EXPECT_EQ(motions(), "");
+    ASSERT_EQ(Delete_win(window), 0);
+    go(112, 110); // nobody is told that it was left
+    EXPECT_EQ(motions(), "");
+    Disable_events(MOTION_EVENT);
+    go(325, 105);
+    Enable_events(MOTION_EVENT);
+    Set_win_motion(second, 1);
+    go(326, 105);
+    EXPECT_EQ(motions(), two + "6,5i1 "); // it starts anew
+}
+
+// ---- windows that the user changes
+// -----------------------------------------------------------------------------------
+
+TEST_F(Events, CollapsedAndRestored) {
+    int number = -1, at = -1, state = -1;
+    ASSERT_EQ(Create_win(0, "Window", 300, 300, 399, 399, &number), 0);
+    ASSERT_EQ(Display_win(number), 0);
+    Clear_collapse_data();
+    desk_set_state(window_find(number)->handle, host_state::minimised);
+    tools_pump();
+    EXPECT_EQ(Inq_collapse_data(&at, &state), 0);
+    EXPECT_EQ(Get_collapse_data(&at, &state), 0);
+    EXPECT_EQ(at, number);
+    EXPECT_EQ(state, 1);
+    desk_set_state(window_find(number)->handle, host_state::restored);
+    tools_pump();
+    EXPECT_EQ(Get_collapse_data(&at, &state), 0);
+    EXPECT_EQ(state, 0);
+    Collapse_win(number); // by the program: it knows
+    tools_pump();
+    EXPECT_EQ(Get_collapse_data(&at, &state), -1);
+}
+
+TEST_F(Events, ClosedByTheUser) {
+    int number = -1, closed = -1;
+    ASSERT_EQ(Create_win(0, "Window", 300, 300, 399, 399, &number), 0);
+    ASSERT_EQ(Display_win(number), 0);
+    headless_click(305, 292, HOST_LEFT); // the caption's menu box opens the menu, whose last line closes
+    tools_pump();
+    headless_key(host_key::up, 0, 0);
+    headless_key(host_key::enter, 0, 0);
+    tools_pump();
+    EXPECT_EQ(Inq_delete_data(&closed), 0);
+    EXPECT_EQ(Get_delete_data(&closed), 0);
+    EXPECT_EQ(closed, number);
+    EXPECT_EQ(window_find(number), nullptr);
+    ASSERT_EQ(Delete_win(window), 0); // by the program
+    tools_pump();
+    EXPECT_EQ(Get_delete_data(&closed), -1);
+}
+
+// ---- waiting and time
+// --------------------------------------------------------------------------------------------------
+
+TEST_F(Events, WaitingGivesTheLowestBitOrAll) {
+    uint32_t events = 0;
+    Post_user_data(1);
+    headless_type("a");
+    put_delete_event(3);
+    EXPECT_EQ(Wait_for_next(USER_EVENT | KEYBOARD_EVENT, &events), 0);
+    EXPECT_EQ(events, USER_EVENT); // the key wasn't looked for yet
+    tools_pump();
+    EXPECT_EQ(Wait_for_next(USER_EVENT | KEYBOARD_EVENT, &events), 0);
+    EXPECT_EQ(events, KEYBOARD_EVENT);
+    EXPECT_EQ(Wait_for_events(USER_EVENT, &events), 0);
+    EXPECT_EQ(events, KEYBOARD_EVENT | DELETE_EVENT | USER_EVENT);
+    EXPECT_EQ(pending_events, events);
+}
+
+TEST_F(Events, WaitingWakesUpWhenAClickIsDue) {
+    headless_run_freely(true);
+    const uint32_t start = host_now();
+    uint32_t events = 0;
+    Post_user_data(1); // of no interest, and doesn't keep it from blocking
+    headless_click(110, 110, HOST_LEFT);
+    EXPECT_EQ(Wait_for_next(BUTTON_EVENT, &events), 0);
+    EXPECT_EQ(host_now() - start, 210U);
+    EXPECT_EQ(buttons(), "1.2 ");
+}
+
+TEST_F(Events, Timers) {
+    int once = -1, often = -1, third = -1;
+    EXPECT_EQ(Start_timer(0, 0, &once), 0); // a millisecond
+    advance(1);
+    EXPECT_EQ(timers(), "0 ");
+    EXPECT_EQ(Stop_timer(once), -1);
+    EXPECT_EQ(Start_timer(6, 0, &once), 0);  // 100 milliseconds
+    EXPECT_EQ(Start_timer(1, 1, &often), 0); // 16
+    EXPECT_EQ(Start_timer(60, 0, &third), 0);
+    EXPECT_EQ(Stop_timer(third), 0);
+    EXPECT_EQ(Stop_timer(third), -1);
+    EXPECT_EQ(Stop_timer(-1), -1);
+    EXPECT_EQ(Stop_timer(99), -1);
+    std::string seen;
+    const uint32_t start = host_now();
+    for (int i = 0; i < 105; ++i) {
+        advance(1);
+        for (int number; Get_timer_data(&number) == 0;)
+            seen += std::to_string(number) + "@" + std::to_string(host_now() - start) + " ";
+    }
+    EXPECT_EQ(seen, "1@16 1@32 1@48 1@64 1@80 1@96 0@100 ");
+    Disable_events(TIMER_EVENT);
+    advance(20);
+    EXPECT_EQ(Stop_timer(often), 0); // it went on unheard
+    advance(100);
+    Enable_events(TIMER_EVENT);
+    advance(100);
+    EXPECT_EQ(timers(), "");
+}
+
+TEST_F(Events, ThereAreAsManyTimersAsSlots) {
+    int number = -1;
+    for (int i = 0; i < TIMER_SLOTS; ++i) {
+        EXPECT_EQ(Start_timer(6 * (TIMER_SLOTS - i), 0, &number), 0);
+        EXPECT_EQ(number, i);
+    }
+    EXPECT_EQ(Start_timer(1, 0, &number), -1);
+    EXPECT_EQ(Stop_timer(7), 0);
+    EXPECT_EQ(Start_timer(3, 1, &number), 0); // sooner than all others
+    EXPECT_EQ(number, 7);
+    EXPECT_EQ(Start_timer(1, 0, &number), -1);
+    std::string order;
+    for (int i = 0; i < 10; ++i) {
+        advance(50);
+        order += timers();
+    }
+    EXPECT_EQ(order, "7 7 31 7 7 30 7 7 29 7 7 28 7 7 27 ");
+}
+
+TEST_F(Events, TimersWhenTheClockRunsOver) {
+    headless_advance(uint32_t{0} - host_now() - 50); // 50 milliseconds before 0
+    int number = -1;
+    EXPECT_EQ(Start_timer(3, 0, &number), 0); // due at 0, which means free elsewhere
+    EXPECT_EQ(Start_timer(6, 0, &number), 0);
+    advance(49);
+    EXPECT_EQ(timers(), "");
+    advance(2);
+    EXPECT_EQ(timers(), "0 ");
+    advance(49);
+    EXPECT_EQ(timers(), "1 ");
+}
+
+TEST_F(Events, SleepingLetsEventsArrive) {
+    headless_run_freely(true);
+    Set_win_button_mode(window, 3);
+    int number = -1;
+    EXPECT_EQ(Start_timer(6, 1, &number), 0);
+    const uint32_t start = host_now();
+    host_event event = {};
+    event.kind = host_event_kind::text;
+    event.character = 'k';
+    headless_post_later(&event, 120);
+    EXPECT_EQ(Sleep_ticks(15), 0);
+    EXPECT_EQ(host_now() - start, 250U);
+    EXPECT_EQ(timers(), "0 0 ");
+    EXPECT_EQ(keys(), "107 ");
+    EXPECT_EQ(Sleep_ticks(0), 0);
+    EXPECT_EQ(host_now() - start, 250U);
+    EXPECT_EQ(Sleep_ticks(1), 0);
+    EXPECT_EQ(host_now() - start, 266U);
+    advance(34); // the timer has not been forgotten over the sleep
+    EXPECT_EQ(timers(), "0 ");
+}
+
+// ---- the end
+// ---------------------------------------------------------------------------------------------------------
+
+TEST_F(Events, ClosingTheMainWindowEndsTheProcess) {
+    static int asked;
+    static int answer;
+    asked = answer = 0;
+    const stop_record stop;
+    tools_set_close_query([] {
+        ++asked;
+        post_close();
+        tools_pump(); // as a question in a form does; it isn't asked twice
+        return answer;
+    });
+    post_close();
+    EXPECT_TRUE(tools_pump());
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(stop.status, -1);
+    answer = 1;
+    post_close();
+    uint32_t events = 0;
+    EXPECT_EQ(Wait_for_events(ALL_EVENTS, &events), -1);
+    EXPECT_EQ(asked, 2);
+    EXPECT_EQ(stop.status, 0);
+    EXPECT_EQ(desk_main(), nullptr);
+    int number = -1;
+    EXPECT_EQ(Start_timer(1, 0, &number), -1);
+    EXPECT_EQ(Sleep_ticks(10), -1);
+}
