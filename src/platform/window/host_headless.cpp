@@ -1,10 +1,11 @@
 // The host in memory: input from a queue that a test fills, a clock that stands until it is moved, and a screen that
 // can be looked at or written to a file.
+#include "platform/window/canvasdata.h"
 #include "platform/window/host.h"
-#include "platform/window/screen.h"
 #include "support/log.h"
 #include "support/memory.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -25,8 +26,8 @@ struct headless_data {
     posted_event* last;
     char* taken_path; // of the event that was taken last
     int pointer_x, pointer_y;
-    canvas_rgb* shown; // the screen, row by row
-    int width, height;
+    canvas_bitmap shown; // the screen, as pixels
+    canvas_rgb palette[CANVAS_PALETTE_SIZE];
     host_cursor cursor;
     char* title;
     int beeps;
@@ -38,14 +39,11 @@ bool is_due(uint32_t time) {
     return int32_t(data.clock - time) >= 0;
 }
 
-bool resize_shown(int width, int height) {
-    auto* fresh = static_cast<canvas_rgb*>(mem_alloc_array(size_t(width) * size_t(height), sizeof(canvas_rgb)));
-    if (fresh == nullptr) return false;
-    memset(static_cast<void*>(fresh), 0, size_t(width) * size_t(height) * sizeof(canvas_rgb));
-    mem_free(data.shown);
+bool resize_shown(int width, int height, int planes) {
+    const canvas_bitmap fresh = screen_new_bitmap(width, height, planes);
+    if (fresh.pixels == nullptr) return false;
+    screen_free_bitmap(&data.shown);
     data.shown = fresh;
-    data.width = width;
-    data.height = height;
     return true;
 }
 
@@ -70,14 +68,14 @@ bool start(host_screen* screen, const char* title) {
     data.clock = 1000; // so that a time of 0 is in the past
     data.cursor = host_cursor::arrow;
     set_title(title);
-    return resize_shown(screen->width, screen->height);
+    return resize_shown(screen->width, screen->height, screen->planes);
 }
 
 void stop() {
     while (data.first != nullptr)
         free_first();
     mem_free(data.taken_path);
-    mem_free(data.shown);
+    screen_free_bitmap(&data.shown);
     mem_free(data.title);
     data = {};
 }
@@ -119,20 +117,17 @@ void wait(bool limited, uint32_t deadline) {
     stop_program(1);
 }
 
-void show(const canvas_bitmap* frame, const canvas_rgb* /*palette*/, const canvas_box* changed, int count) {
-    if ((frame->width != data.width || frame->height != data.height) && !resize_shown(frame->width, frame->height))
-        return;
+// Keeps the pixels as they are; colours are made of them when somebody looks. A change of the palette comes with all
+// pixels, so the last palette holds for the whole screen.
+void show(const canvas_bitmap* frame, const canvas_rgb* palette, const canvas_box* changed, int count) {
+    const bool same_size = frame->width == data.shown.width && frame->height == data.shown.height;
+    if (!same_size && !resize_shown(frame->width, frame->height, frame->planes)) return;
+    std::copy_n(palette, CANVAS_PALETTE_SIZE, data.palette);
     for (int i = 0; i < count; ++i) {
         const canvas_box box = changed[i];
-        for (int y = box.y1; y < box.y2; ++y) {
-            const uint8_t* row = frame->pixels + size_t(y) * frame->stride;
-            canvas_rgb* target = data.shown + size_t(y) * size_t(data.width);
-            for (int x = box.x1; x < box.x2; ++x) {
-                uint32_t pixel = 0;
-                memcpy(&pixel, row + size_t(x) * size_t(frame->pixel_bytes), size_t(frame->pixel_bytes));
-                target[x] = canvas_pixel_rgb(pixel);
-            }
-        }
+        for (int y = box.y1; y < box.y2; ++y)
+            memcpy(bitmap_at(&data.shown, box.x1, y), bitmap_at(frame, box.x1, y),
+                   size_t(box.x2 - box.x1) * size_t(frame->pixel_bytes));
         data.shown_pixels += long{box.x2 - box.x1} * (box.y2 - box.y1);
     }
 }
@@ -150,8 +145,8 @@ void beep() {
 void set_state(host_state state) {
     host_event event = {};
     event.kind = host_event_kind::resize;
-    event.width = data.width;
-    event.height = data.height;
+    event.width = data.shown.width;
+    event.height = data.shown.height;
     event.state = state;
     headless_post(&event);
 }
@@ -268,16 +263,23 @@ void headless_resize(int width, int height, host_state state) {
 bool headless_screenshot(const char* path) {
     FILE* file = fopen(path, "wb");
     if (file == nullptr) return false;
-    fprintf(file, "P6\n%d %d\n255\n", data.width, data.height);
-    static_assert(sizeof(canvas_rgb) == 3);
-    const size_t pixels = size_t(data.width) * size_t(data.height);
-    const bool written = fwrite(data.shown, sizeof(canvas_rgb), pixels, file) == pixels;
+    fprintf(file, "P6\n%d %d\n255\n", data.shown.width, data.shown.height);
+    for (int y = 0; y < data.shown.height; ++y)
+        for (int x = 0; x < data.shown.width; ++x) {
+            const canvas_rgb color = headless_shown(x, y);
+            fputc(color.red, file);
+            fputc(color.green, file);
+            fputc(color.blue, file);
+        }
+    const bool written = ferror(file) == 0;
     return fclose(file) == 0 && written;
 }
 
 canvas_rgb headless_shown(int x, int y) {
-    if (x < 0 || y < 0 || x >= data.width || y >= data.height) return {0, 0, 0};
-    return data.shown[size_t(y) * size_t(data.width) + size_t(x)];
+    if (!box_has(bitmap_box(&data.shown), x, y)) return {0, 0, 0};
+    uint32_t pixel = 0;
+    memcpy(&pixel, bitmap_at(&data.shown, x, y), size_t(data.shown.pixel_bytes));
+    return data.shown.pixel_bytes == 1 ? data.palette[pixel] : canvas_pixel_rgb(pixel);
 }
 
 host_cursor headless_cursor() {

@@ -13,7 +13,7 @@ extern const host_ops host_sdl;
 
 namespace {
 
-constexpr int SIZE_WAIT = 80; // milliseconds that the start waits for the desktop to give the window its size
+constexpr int SIZE_WAIT = 50; // milliseconds that the start waits for the desktop to give the window its size
 constexpr int CURSOR_COUNT = int(host_cursor::move) + 1;
 constexpr int LEAST_WIDTH = 320; // of the frame buffer
 constexpr int LEAST_HEIGHT = 200;

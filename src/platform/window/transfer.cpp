@@ -48,10 +48,15 @@ void put_row_true16(uint8_t* target, const uint8_t* source, int count, const row
             uint16_t((source[RED] >> 3) << (5 + GREEN_BITS) | (source[1] >> (8 - GREEN_BITS)) << 5 | source[BLUE] >> 3);
 }
 
+// The nearest slot is looked for once in a run of one colour. Pictures go to palette screens as slots, not this way.
 template <int STEP, int RED, int BLUE>
 void put_row_nearest(uint8_t* target, const uint8_t* source, int count, const row_context* /*context*/) {
-    for (int i = 0; i < count; ++i, source += STEP)
-        target[i] = uint8_t(canvas_pixel(canvas_rgb_color({source[RED], source[1], source[BLUE]})));
+    canvas_color last = CANVAS_SLOT; // no true colour
+    for (int i = 0; i < count; ++i, source += STEP) {
+        const canvas_color color = canvas_rgb_color({source[RED], source[1], source[BLUE]});
+        target[i] = color == last ? target[i - 1] : uint8_t(canvas_pixel(color));
+        last = color;
+    }
 }
 
 template <int STEP, int RED, int BLUE> put_row true_row() {
