@@ -29,6 +29,7 @@ using bytes = std::vector<uint8_t>;
 struct picture {
     int32_t width, height, samples, bits;
     bytes rows;
+    bytes words; // of bilevel rows: the same in the order of words
     size_t row_bytes() const { return (static_cast<size_t>(width) * static_cast<size_t>(samples * bits) + 7) / 8; }
     const uint8_t* row(int32_t y) const { return &rows[static_cast<size_t>(y) * row_bytes()]; }
 };
@@ -40,7 +41,7 @@ uint32_t next_random(uint32_t* state) {
 
 // A photograph below a rendered half: smooth shades with noise, then plain surfaces.
 picture make_shades(int32_t width, int32_t height, int32_t samples) {
-    picture p{width, height, samples, 8, {}};
+    picture p{width, height, samples, 8, {}, {}};
     uint32_t state = 1;
     for (int32_t y = 0; y < height; ++y)
         for (int32_t x = 0; x < width; ++x)
@@ -54,7 +55,7 @@ picture make_shades(int32_t width, int32_t height, int32_t samples) {
 
 // A page with lines of text-like strokes.
 picture make_page(int32_t width, int32_t height) {
-    picture p{width, height, 1, 1, {}};
+    picture p{width, height, 1, 1, {}, {}};
     p.rows.resize(p.row_bytes() * static_cast<size_t>(height));
     uint32_t state = 7;
     for (int32_t top = 200; top + 60 < height - 200; top += 100)
@@ -69,6 +70,11 @@ picture make_page(int32_t width, int32_t height) {
                 }
             x += pen + 5 + static_cast<int32_t>(next_random(&state) % 30);
         }
+    size_t words = (static_cast<size_t>(width) + 15) / 16 * 2;
+    p.words.resize(words * static_cast<size_t>(height));
+    for (int32_t y = 0; y < height; ++y)
+        for (size_t i = 0; i < p.row_bytes(); ++i)
+            p.words[static_cast<size_t>(y) * words + (i ^ 1)] = p.row(y)[i];
     return p;
 }
 
@@ -166,20 +172,12 @@ void set_field(CFILE* c, int32_t field, int32_t value) {
     if (rzl_set_hdr_data(c, field, &value) != 0) stop("a field is refused");
 }
 
-// Rows are lines as they are, but for the order of bytes in the words of bilevel ones.
 void put_rows(CFILE* c, const picture& p) {
-    bytes words(p.row_bytes() + 2);
     for (int32_t y = 0; y < p.height; ++y) {
-        int failed = 0;
-        if (p.samples == 3) {
-            failed = rzl_putline_interleaved(c, p.row(y));
-        } else if (p.bits == 1) {
-            for (size_t i = 0; i < p.row_bytes(); ++i)
-                words[i ^ 1] = p.row(y)[i];
-            failed = rzl_putline(c, words.data());
-        } else {
-            failed = rzl_putline(c, p.row(y));
-        }
+        size_t words = (static_cast<size_t>(p.width) + 15) / 16 * 2;
+        int failed = p.samples == 3 ? rzl_putline_interleaved(c, p.row(y))
+                     : p.bits == 1  ? rzl_putline(c, &p.words[static_cast<size_t>(y) * words])
+                                    : rzl_putline(c, p.row(y));
         if (failed != 0) stop("a line is refused");
     }
 }

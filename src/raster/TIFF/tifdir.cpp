@@ -443,7 +443,7 @@ bool tif_load_arrays(CFILE* c, tif_image* image) {
     const uint8_t* counts =
         tif_find_entry(spec, image, tif_is_tiled(image) ? TIF_TAG_TILE_COUNTS : TIF_TAG_STRIP_COUNTS);
     tif_shape shape = tif_shape_of(image);
-    uint64_t entries = uint64_t{shape.per_plane} * static_cast<uint64_t>(shape.planes);
+    uint64_t entries = uint64_t{tif_segments(image)} * static_cast<uint64_t>(shape.planes);
     uint64_t given = offsets != nullptr ? tif_u32(spec, offsets + 4) : 0;
     // No more than the file has bytes for.
     auto room = static_cast<uint64_t>(std::max<int64_t>(io_size(c), 0));

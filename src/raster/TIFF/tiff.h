@@ -231,15 +231,16 @@ void tif_copy_values(const tif_spec* spec, uint16_t type, uint8_t* to, const uin
 // ---- geometry of the active image, or of any record
 
 struct tif_shape {
-    uint32_t width;     // pixels of a segment's line
-    uint32_t rows;      // of a full segment
-    uint32_t per_plane; // segments of one plane
-    int planes;         // 1 for chunky data
-    int together;       // samples of a pixel in one plane
+    uint32_t width; // pixels of a segment's line
+    uint32_t rows;  // of a full segment
+    int planes;     // 1 for chunky data
+    int together;   // samples of a pixel in one plane
 };
 tif_shape tif_shape_of(const tif_image* image);
-uint32_t tif_rows_of(const tif_image* image, uint32_t segment); // rows of that segment
-uint64_t tif_row_bytes(const tif_image* image, int plane);      // packed bytes of a row
+uint32_t tif_segments(const tif_image* image);                              // of one plane
+uint32_t tif_entry_of(const tif_image* image, uint32_t segment, int plane); // in the strip arrays
+uint32_t tif_rows_of(const tif_image* image, uint32_t segment);             // rows of that segment
+uint64_t tif_row_bytes(const tif_image* image, int plane);                  // packed bytes of a row
 inline bool tif_is_tiled(const tif_image* image) {
     return (image->flags & TIF_TILED) != 0;
 }
@@ -328,6 +329,9 @@ int tif_init_ov(CFILE* from, CFILE* to);
 // The row of a segment of the active image, valid until the next call that reads. A plain row is read into `into` when
 // that is not null and stays there. Null with the status set.
 const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into);
+// The rows of a segment's first plane as far as they are there, when they are decoded together; null otherwise, with
+// the status set if that is a failure.
+const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes);
 // The row of a bilevel image as a line of words. False with the status set.
 bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words);
 // The row of CCITT data as runs; see cit_reader_runs(). A line that is damaged is logged once.

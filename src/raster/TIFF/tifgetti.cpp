@@ -24,6 +24,28 @@ bool tile_row(CFILE* c, uint32_t tile, uint32_t row, int channels, uint8_t* cons
     return lines[0] == nullptr || tif_colour_pixels(c, tile, row, lines[0], static_cast<size_t>(interleave_step(c)));
 }
 
+// Rows that only have to be moved, of a tile that is decoded whole. How many were; the others go one by one.
+uint32_t move_rows(CFILE* c, uint32_t tile, uint32_t rows, uint8_t* plane, size_t pitch) {
+    const tif_image* image = tif_image_of(c);
+    bool bilevel = tif_is_bilevel(image);
+    int step = has_flag(c, FLAG_INTERLEAVED) ? interleave_step(c) : 1;
+    bool moved = tif_bits(image) == 8 && tif_shape_of(image).planes == 1 && step == image->samples_per_pixel;
+    if (plane == nullptr || (!bilevel && !moved)) return 0;
+    size_t bytes = 0;
+    const uint8_t* block = tif_fetch_block(c, tile, &bytes);
+    if (block == nullptr) return 0;
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
+    rows = static_cast<uint32_t>(std::min<size_t>(rows, bytes / row_bytes));
+    for (uint32_t row = 0; row < rows; ++row) {
+        if (bilevel) {
+            tif_row_to_words(block + row * row_bytes, image->tile_width, plane + row * pitch);
+        } else {
+            std::memcpy(plane + row * pitch, block + row * row_bytes, row_bytes);
+        }
+    }
+    return rows;
+}
+
 // Rows that the file has not got are no failure of a tile.
 void end_quietly(CFILE* c) {
     c->status = 0;
@@ -98,8 +120,10 @@ bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t
     bool together = has_flag(c, FLAG_INTERLEAVED) && image->samples_per_pixel > 1;
     size_t bytes = line_bytes(c, image->tile_width) * (together ? samples_together(c) : 1);
     uint8_t* lines[TIF_MAX_SAMPLES] = {};
-    bool ended = false;
-    for (uint32_t row = 0; row < rows; ++row) {
+    uint32_t first = channels > 0 ? move_rows(c, tile, rows, planes[0], pitch) : 0;
+    bool ended = c->status != 0;
+    if (c->status == RZL_NO_MEMORY) return false;
+    for (uint32_t row = first; row < rows; ++row) {
         for (int i = 0; i < channels; ++i)
             lines[i] = planes[i] != nullptr ? planes[i] + row * pitch : nullptr;
         if (!ended && tile_row(c, tile, row, channels, lines)) continue;

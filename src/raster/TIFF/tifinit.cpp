@@ -63,8 +63,7 @@ bool copy_bytes(CFILE* from, CFILE* to, int64_t place, uint32_t count, uint32_t*
 // The bytes of a strip whose size is not told are those of its data without coding.
 uint32_t strip_size(const tif_image* image, uint32_t entry) {
     if (image->strip_byte_counts[entry] != 0) return image->strip_byte_counts[entry];
-    tif_shape shape = tif_shape_of(image);
-    uint32_t segment = entry % std::max(shape.per_plane, 1u);
+    uint32_t segment = entry % std::max(tif_segments(image), 1u);
     uint64_t bytes = tif_row_bytes(image, 0) * tif_rows_of(image, segment);
     return static_cast<uint32_t>(std::min<uint64_t>(bytes, UINT32_MAX));
 }

@@ -227,7 +227,7 @@ bool tif_plan_strips(CFILE* c, tif_image* image) {
     if (!tif_is_tiled(image)) plan_rows(image);
     tif_shape shape = tif_shape_of(image);
     uint32_t count = 0;
-    if (!checked_mul(shape.per_plane, static_cast<uint32_t>(shape.planes), &count) || count > INT32_MAX) {
+    if (!checked_mul(tif_segments(image), static_cast<uint32_t>(shape.planes), &count) || count > INT32_MAX) {
         fail(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
         return false;
     }
@@ -243,5 +243,5 @@ bool tif_need_entry(CFILE* c, tif_image* image, uint32_t entry) {
     if (entry < image->strip_count) return true;
     image->flags |= TIF_OUT_OF_DATE;
     tif_shape shape = tif_shape_of(image);
-    return resize_arrays(c, image, std::max(entry + 1, shape.per_plane * static_cast<uint32_t>(shape.planes)));
+    return resize_arrays(c, image, std::max(entry + 1, tif_segments(image) * static_cast<uint32_t>(shape.planes)));
 }

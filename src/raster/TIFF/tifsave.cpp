@@ -32,7 +32,7 @@ bool replace_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t ro
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
     uint64_t at = uint64_t{row} * row_bytes;
     for (int plane = 0; plane < shape.planes; ++plane) {
-        uint32_t entry = segment + static_cast<uint32_t>(plane) * shape.per_plane;
+        uint32_t entry = tif_entry_of(image, segment, plane);
         if (!has_place(c, image, entry, at + row_bytes)) return refuse(c, RZL_WRITE_FAILED, "strip too short");
         int64_t place = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
         if (!tif_write_at(c, place, rows + static_cast<size_t>(plane) * row_bytes, row_bytes)) return false;
@@ -129,7 +129,7 @@ bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_by
     for (int plane = 0; plane < shape.planes; ++plane) {
         uint8_t* bytes = rows + static_cast<size_t>(plane) * plane_bytes;
         size_t count = 0;
-        uint32_t entry = segment + static_cast<uint32_t>(plane) * shape.per_plane;
+        uint32_t entry = tif_entry_of(tif_image_of(c), segment, plane);
         if (!code_rows(c, &bytes, &count, row_count) || !tif_store_coded(c, entry, bytes, count)) return false;
     }
     return true;

@@ -80,7 +80,7 @@ int change_height(CFILE* c, tif_image* image, uint32_t height) {
     uint32_t before = image->image_length;
     uint32_t count_before = image->strip_count;
     image->image_length = height;
-    uint32_t count = tif_shape_of(image).per_plane;
+    uint32_t count = tif_segments(image);
     if (count > count_before && !tif_need_entry(c, image, count - 1)) {
         image->image_length = before;
         return 1;

@@ -18,10 +18,6 @@ bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_
     return false;
 }
 
-uint32_t entry_of(const tif_image* image, uint32_t segment, int plane) {
-    return segment + static_cast<uint32_t>(plane) * tif_shape_of(image).per_plane;
-}
-
 // Bytes of an entry that the file has. A size of 0 stands for that of the data without coding.
 uint64_t coded_bytes(CFILE* c, const tif_image* image, uint32_t entry, uint64_t plain) {
     if (!tif_is_stored(image, entry)) return 0;
@@ -43,14 +39,16 @@ bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) 
 constexpr uint64_t LZW_EXPANSION = 1400;
 constexpr uint64_t PACKED_EXPANSION = 64;
 
-// Short PackBits rows of a small segment are unpacked together: finding each would take longer than unpacking it.
-constexpr uint64_t SHORT_ROW = 1024;
+// Short PackBits rows of a small segment are unpacked together, and those of a plain tile read together: finding each
+// would take longer than moving it.
+constexpr uint64_t SHORT_ROW = 512;
 constexpr uint64_t SMALL_SEGMENT = 1 << 18;
 
 bool is_decoded_whole(const tif_image* image, uint32_t segment) {
     if (image->compression == TIF_LZW) return true;
     uint64_t row = tif_row_bytes(image, 0);
-    return image->compression == TIF_PACKBITS && row <= SHORT_ROW && row * tif_rows_of(image, segment) <= SMALL_SEGMENT;
+    bool kind = image->compression == TIF_PACKBITS || (image->compression == TIF_PLAIN && tif_is_tiled(image));
+    return kind && row <= SHORT_ROW && row * tif_rows_of(image, segment) <= SMALL_SEGMENT;
 }
 
 // Room for the planes of a segment: as much as it has, or as its code could fill.
@@ -62,7 +60,7 @@ bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
     for (int plane = 0; plane < shape.planes; ++plane) {
         uint64_t bytes = tif_rows_of(image, segment) * tif_row_bytes(image, plane);
         full = std::max(full, bytes);
-        coded = std::max(coded, coded_bytes(c, image, entry_of(image, segment, plane), bytes));
+        coded = std::max(coded, coded_bytes(c, image, tif_entry_of(image, segment, plane), bytes));
     }
     in->plane_bytes = static_cast<size_t>(
         std::min(full, coded * (image->compression == TIF_LZW ? LZW_EXPANSION : PACKED_EXPANSION)) + TIF_LZW_SLACK);
@@ -95,15 +93,25 @@ void undo_predictor(CFILE* c, const tif_image* image, int plane, uint8_t* rows, 
         tif_undo_differences(rows + at, image->bits_per_sample[plane], tif_spec_of(c)->order, shape.width * step, step);
 }
 
+bool read_plain(CFILE* c, const tif_image* image, uint32_t entry, uint8_t* out, size_t bytes) {
+    if (bytes != 0 && tif_read_at(c, image->strip_offsets[entry], out, bytes)) return true;
+    return refuse(c, RZL_READ_FAILED, "reading strip");
+}
+
 bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane) {
     tif_reading* in = &tif_spec_of(c)->in;
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
     size_t full = tif_rows_of(image, segment) * row_bytes;
-    uint32_t entry = entry_of(image, segment, plane);
+    uint32_t entry = tif_entry_of(image, segment, plane);
     auto bytes = static_cast<size_t>(coded_bytes(c, image, entry, full));
-    if (!read_coded(c, image, entry, bytes)) return false;
     size_t room = std::min(full, in->plane_bytes - TIF_LZW_SLACK);
     uint8_t* out = in->decoded + static_cast<size_t>(plane) * in->plane_bytes;
+    if (image->compression == TIF_PLAIN) {
+        in->plane_filled[plane] = std::min(room, bytes);
+        in->planes_decoded |= 1u << plane;
+        return read_plain(c, image, entry, out, in->plane_filled[plane]);
+    }
+    if (!read_coded(c, image, entry, bytes)) return false;
     bool sound = true;
     bool lzw = image->compression == TIF_LZW;
     size_t filled =
@@ -218,7 +226,7 @@ const uint8_t* packed_row(CFILE* c, const tif_image* image, uint32_t segment, ui
     if (!take_segment(c, image, segment)) return nullptr;
     packed_rows* rows = &in->packed[plane];
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
-    uint32_t entry = entry_of(image, segment, plane);
+    uint32_t entry = tif_entry_of(image, segment, plane);
     if (into == nullptr) {
         if (!tif_need_room(c, &in->row, &in->row_room, row_bytes)) return nullptr;
         into = in->row;
@@ -280,19 +288,22 @@ void tell_damage(CFILE* c) {
 
 tif_shape tif_shape_of(const tif_image* image) {
     bool planes = image->planar_config == 2 && image->samples_per_pixel > 1;
+    bool tiled = tif_is_tiled(image);
     tif_shape shape = {};
     shape.planes = planes ? image->samples_per_pixel : 1;
     shape.together = planes ? 1 : image->samples_per_pixel;
-    if (tif_is_tiled(image)) {
-        shape.width = image->tile_width;
-        shape.rows = image->tile_length;
-        shape.per_plane = image->tiles_across * image->tiles_down;
-    } else {
-        shape.width = image->image_width;
-        shape.rows = image->rows_per_strip;
-        shape.per_plane = static_cast<uint32_t>((uint64_t{image->image_length} + shape.rows - 1) / shape.rows);
-    }
+    shape.width = tiled ? image->tile_width : image->image_width;
+    shape.rows = tiled ? image->tile_length : image->rows_per_strip;
     return shape;
+}
+
+uint32_t tif_segments(const tif_image* image) {
+    if (tif_is_tiled(image)) return image->tiles_across * image->tiles_down;
+    return static_cast<uint32_t>((uint64_t{image->image_length} + image->rows_per_strip - 1) / image->rows_per_strip);
+}
+
+uint32_t tif_entry_of(const tif_image* image, uint32_t segment, int plane) {
+    return plane == 0 ? segment : segment + static_cast<uint32_t>(plane) * tif_segments(image);
 }
 
 uint32_t tif_rows_of(const tif_image* image, uint32_t segment) {
@@ -329,8 +340,8 @@ const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane
     auto bytes = static_cast<size_t>(tif_row_bytes(image, plane));
     const uint8_t* found = waiting_row(c, segment, row, plane, bytes);
     if (found == nullptr) {
-        if (image->compression == TIF_PLAIN) {
-            found = plain_row(c, image, entry_of(image, segment, plane), row, bytes, into);
+        if (image->compression == TIF_PLAIN && !is_decoded_whole(image, segment)) {
+            found = plain_row(c, image, tif_entry_of(image, segment, plane), row, bytes, into);
         } else if (!is_decoded_whole(image, segment)) {
             found = packed_row(c, image, segment, row, plane, into);
         } else {
@@ -340,6 +351,17 @@ const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane
     if (found == nullptr || into == nullptr || found == into) return found;
     std::memcpy(into, found, bytes);
     return into;
+}
+
+const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes) {
+    const tif_image* image = tif_image_of(c);
+    tif_reading* in = &tif_spec_of(c)->in;
+    if (tif_is_fax(image->compression) || !is_decoded_whole(image, segment) || tif_spec_of(c)->out.waiting)
+        return nullptr;
+    if (!take_segment(c, image, segment)) return nullptr;
+    if ((in->planes_decoded & 1) == 0 && !decode_plane(c, image, segment, 0)) return nullptr;
+    *bytes = in->plane_filled[0];
+    return in->decoded;
 }
 
 bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words) {
