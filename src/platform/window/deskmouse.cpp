@@ -195,12 +195,7 @@ void press_caption(desk_window* w, bool is_double) {
 void press_part(desk_window* w, desk_part part, uint8_t edges, bool is_double) {
     switch (part) {
     case PART_CAPTION: press_caption(w, is_double); break;
-    case PART_ICON:
-        if (is_double)
-            desk_set_state(w, host_state::restored);
-        else
-            start_drag(drag_kind::pending_move, w);
-        break;
+    case PART_ICON: start_drag(drag_kind::pending_move, w); break;
     case PART_MENU_BOX: {
         const canvas_box box = desk_box_of(w, PART_MENU_BOX);
         desk_open_menu(w, {box.x1, box.y2 + 1}, false);

@@ -229,6 +229,27 @@ TEST_F(desk_test, CaptionDragMovesAndTellsOnce) {
     EXPECT_EQ(desk_outer(w).y1 + (75 - 67), 0);
 }
 
+TEST_F(desk_test, TitlesAreDrawnAndCutToTheirRoom) {
+    desk_window* w = open(FULL_STYLE, 1, {50, 60, 250, 160});
+    desk_activate(w);
+    const auto white_pixels = [](int x1, int x2) {
+        int found = 0;
+        for (int y = 43; y < 58; ++y)
+            for (int x = x1; x < x2; ++x)
+                found += canvas_get_pixel(desk_canvas(desk_main()), x, y) == 0xFFFFFF;
+        return found;
+    };
+    desk_set_title(w, nullptr);
+    EXPECT_EQ(white_pixels(70, 212), 0);
+    desk_set_title(w, "II");
+    const int upright = white_pixels(70, 212);
+    EXPECT_GT(upright, 20);
+    EXPECT_EQ(white_pixels(70, 130), 0) << "in the middle";
+    desk_set_title(w, "IIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIIII");
+    EXPECT_GT(white_pixels(70, 212), 20 * upright / 2);
+    EXPECT_LT(white_pixels(200, 212), 13) << "dots at the end";
+}
+
 TEST_F(desk_test, EscapeAndLostFocusEndADrag) {
     desk_window* w = open(FULL_STYLE, 1, {50, 60, 200, 160});
     for (const bool by_key : {true, false}) {
@@ -386,6 +407,15 @@ TEST_F(desk_test, WindowMenuClosesAndStates) {
     pump();
     EXPECT_FALSE(paints[7].empty());
     expect_true_picture({w}, "menu closed");
+    // With the mouse: press, drag to an item, release.
+    headless_advance(1000);
+    drag(58, 48, 70, 110); // Maximise
+    pump();
+    EXPECT_EQ(desk_state(w), host_state::maximised);
+    headless_advance(1000);
+    drag(8, 8, 20, 30); // Restore
+    pump();
+    EXPECT_EQ(desk_state(w), host_state::restored);
     // Double click on its box closes the window.
     headless_advance(1000);
     headless_click(58, 48, HOST_LEFT);
@@ -448,6 +478,25 @@ TEST_F(desk_test, MouseGoesToTheWindowSeenThereAndRaisesFramedOnes) {
     EXPECT_EQ(messages[0].x, -90);
     desk_hide(plain);
     EXPECT_EQ(desk_capture(), nullptr);
+}
+
+TEST_F(desk_test, WheelGoesToTheWindowUnderThePointer) {
+    desk_window* w = open(0, 4, {50, 50, 90, 90});
+    pump();
+    host_event event = {};
+    event.kind = host_event_kind::wheel;
+    event.wheel = -3;
+    for (const int x : {60, 10}) {
+        event.x = event.y = x;
+        headless_post(&event);
+    }
+    forget();
+    pump();
+    ASSERT_EQ(messages.size(), 2u);
+    EXPECT_EQ(messages[0].window, w);
+    EXPECT_EQ(int(messages[0].value), -3);
+    EXPECT_EQ(messages[0].x, 10);
+    EXPECT_EQ(messages[1].window, desk_main());
 }
 
 TEST_F(desk_test, MovesMergeAndButtonsAreSeenAhead) {
@@ -622,6 +671,12 @@ TEST_F(desk_test, ResizeClearsBarsKeepsPixelsAndTells) {
     expect_true_picture({w}, "larger");
     desk_set_title(desk_main(), "Other");
     EXPECT_STREQ(headless_title(), "Other");
+    forget();
+    desk_set_state(desk_main(), host_state::minimised);
+    pump();
+    EXPECT_EQ(desk_state(desk_main()), host_state::minimised);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0].kind, desk_kind::state_changed);
 }
 
 TEST_F(desk_test, ScrollBarsTellWhatIsAskedAndRepeat) {

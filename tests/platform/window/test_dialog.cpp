@@ -106,6 +106,40 @@ TEST_F(dialog_test, OtherMessagesWaitForTheProgram) {
     EXPECT_TRUE(desk_is_shown(w));
 }
 
+// Each icon by its colours, on every screen that can show them.
+TEST(DialogIcons, AreToldApartAtEachDepth) {
+    struct row {
+        int level;
+        canvas_rgb color; // somewhere in it
+    };
+    static const row ROWS[] = {{LOG_ERROR, {255, 0, 0}}, {LOG_WARNING, {255, 255, 0}}, {LOG_INFO, {0, 0, 255}}};
+    for (const int planes : {4, 8, 15, 16, 24}) {
+        const host_screen size = {400, 300, planes, 0};
+        ASSERT_TRUE(host_start_with(&host_headless, &size, "T"));
+        ASSERT_TRUE(desk_start("T"));
+        for (const row& r : ROWS) {
+            static int found[3];
+            headless_on_idle(
+                [](void*) {
+                    const canvas_box b = desk_client(desk_active());
+                    for (int i = 0; i < 3; ++i)
+                        found[i] = 0;
+                    for (int y = b.y1; y < b.y2; ++y)
+                        for (int x = b.x1; x < b.x1 + 50; ++x)
+                            for (int i = 0; i < 3; ++i)
+                                found[i] += headless_shown(x, y) == ROWS[i].color;
+                    headless_key(host_key::enter, 0, 0);
+                    return true;
+                },
+                nullptr);
+            dialog_log_sink(nullptr, r.level, "text");
+            for (int i = 0; i < 3; ++i)
+                EXPECT_EQ(found[i] > 30, &ROWS[i] == &r) << planes << " planes, level " << r.level << ": " << found[i];
+        }
+        desk_stop();
+    }
+}
+
 TEST_F(dialog_test, TextIsWrappedAndLongOnesFit) {
     std::string text;
     for (int i = 0; i < 60; ++i)

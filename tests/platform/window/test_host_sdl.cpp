@@ -31,7 +31,8 @@ struct sdl_test : testing::Test {
     // Gives the event to the library and takes what the host makes of it; kind none when it makes nothing.
     static host_event pass(SDL_Event event) {
         host_event got = {};
-        while (host_poll(&got)) {} // the library ends each round of polling with a mark of its own in the queue
+        while (host_poll(&got)) {
+        } // the library ends each round of polling with a mark of its own in the queue
         EXPECT_EQ(SDL_PushEvent(&event), 1);
         if (!host_poll(&got)) got.kind = host_event_kind::none;
         return got;
