@@ -2,16 +2,36 @@
 #pragma once
 
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
-#include "support/log.h"
+#include "platform/window/deskfixture.h"
 #include "support/memory.h"
 #include "tools/events.h"
 #include "tools/process.h"
 #include "tools/windows.h"
 
 constexpr uint32_t ALL_EVENTS = 0x1FFFF;
+
+// What an Inq or Get operation gives, as text; at a failure "-" and the error.
+template <typename... Words> std::string data(int (*look)(Words*...)) {
+    std::tuple<Words...> words = {};
+    if (std::apply([look](Words&... word) { return look(&word...); }, words) != 0)
+        return "-" + std::to_string(event_error);
+    std::string all;
+    std::apply([&all](Words... word) { ((all += (all.empty() ? "" : " ") + std::to_string(word)), ...); }, words);
+    return all;
+}
+
+// All events of a queue, taken, each with a comma behind it.
+template <typename... Words> std::string all_data(int (*take)(Words*...)) {
+    std::string all;
+    const std::string end = "-" + std::to_string(EVENT_ERROR_EMPTY);
+    for (std::string one = data(take); one != end; one = data(take))
+        all += one + ", ";
+    return all;
+}
 
 class EventFixture : public testing::Test {
 protected:
@@ -36,24 +56,17 @@ protected:
         EXPECT_EQ(Display_win(number), 0);
         return number;
     }
-    // The oldest events of a queue as text, taken.
+    // All button events, taken: "button.transition ".
     static std::string buttons() {
         std::string all;
-        int number, x, y, button, transition;
-        uint32_t time;
-        while (Get_button_data(&number, &x, &y, &button, &transition, &time) == 0)
+        for (int button, transition; Get_button_data(nullptr, nullptr, nullptr, &button, &transition, nullptr) == 0;)
             all += std::to_string(button) + "." + std::to_string(transition) + " ";
         return all;
     }
+    static void advance(uint32_t time) {
+        headless_advance(time);
+        tools_pump();
+    }
     int window = -1;
     long live_before = 0;
-};
-
-// What stop_program() was called with, -1 for not at all.
-struct stop_record {
-    int status = -1;
-    stop_record() {
-        stop_set_action([](void* user, int s) { static_cast<stop_record*>(user)->status = s; }, this);
-    }
-    ~stop_record() { stop_set_action(nullptr, nullptr); }
 };

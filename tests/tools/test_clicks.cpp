@@ -95,21 +95,11 @@ TEST_F(Clicks, TellWhereAndWhen) {
     tools_pump();
     headless_pointer(300, 300); // the mouse goes on; the click stays where it was
     headless_advance(210);
-    uint32_t events = 0;
-    EXPECT_EQ(Inq_events(&events), 0);
-    EXPECT_EQ(events, BUTTON_EVENT);
-    int number = -1, x = -1, y = -1, button = -1, transition = -1;
-    uint32_t time = 0;
-    EXPECT_EQ(Inq_button_data(&number, nullptr, nullptr, nullptr, nullptr, &time), 0);
-    EXPECT_EQ(Get_button_data(&number, &x, &y, &button, &transition, &time), 0);
-    EXPECT_EQ(number, window);
-    EXPECT_EQ(x, 10);
-    EXPECT_EQ(y, 20);
-    EXPECT_EQ(button, 2);
-    EXPECT_EQ(transition, TRANS_CLICK);
-    EXPECT_EQ(time, now);
-    EXPECT_EQ(Get_button_data(&number, &x, &y, &button, &transition, &time), -1);
-    EXPECT_EQ(event_error, EVENT_ERROR_EMPTY);
+    EXPECT_EQ(data(Inq_events), std::to_string(BUTTON_EVENT));
+    const std::string expected = std::to_string(window) + " 10 20 2 2 " + std::to_string(now);
+    EXPECT_EQ(data(Inq_button_data), expected);
+    EXPECT_EQ(data(Get_button_data), expected);
+    EXPECT_EQ(data(Get_button_data), "-2");
 }
 
 TEST_F(Clicks, ThatAreNotDelivered) {
@@ -135,13 +125,7 @@ TEST_F(Clicks, BeforeTheProgramListens) {
 TEST_F(Clicks, EscapeActsAsTheRightButton) {
     headless_key(host_key::escape, 0, 0);
     tools_pump();
-    int number = -1, x = -1, y = -1, button = -1, transition = -1;
-    uint32_t time = 0;
-    EXPECT_EQ(Inq_button_data(&number, &x, &y, &button, &transition, &time), 0);
-    EXPECT_EQ(number, 0);
-    EXPECT_EQ(x, 0);
-    EXPECT_EQ(y, 0);
-    EXPECT_EQ(time, host_now());
+    EXPECT_EQ(data(Inq_button_data), "0 0 0 2 2 " + std::to_string(host_now()));
     EXPECT_EQ(buttons(), "2.2 2.2 "); // one at the press, one at the release
 }
 
