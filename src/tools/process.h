@@ -52,6 +52,12 @@ void tools_leave();
 using tools_close_query = int (*)();
 void tools_set_close_query(tools_close_query query);
 
+// Told of what has no event: steps of the wheel (desk_kind::wheel) and dropped files (desk_kind::drop). It runs inside
+// of tools_pump(), whatever loop is pumping: it is to note what came, and have the work done later. Null: nobody.
+struct desk_message;
+using tools_input_hook = void (*)(const desk_message* message);
+void tools_set_input_hook(tools_input_hook hook);
+
 // ---- services
 // --------------------------------------------------------------------------------------------------------
 

@@ -8,6 +8,7 @@
 namespace {
 
 tools_close_query close_query = nullptr;
+tools_input_hook input_hook = nullptr;
 bool is_asking = false; // the question pumps by itself, and the user may ask once more
 
 void close_main() {
@@ -85,8 +86,10 @@ void take(const desk_message* message) {
     case desk_kind::maximising: main_window_maximising(); break;
     case desk_kind::scroll: main_window_scroll(message); break;
     case desk_kind::wheel:
-    case desk_kind::activated:
     case desk_kind::drop:
+        if (input_hook != nullptr) input_hook(message);
+        break;
+    case desk_kind::activated:
     case desk_kind::none: break;
     }
 }
@@ -108,6 +111,10 @@ bool wait_for(uint32_t mask) {
 
 void tools_set_close_query(tools_close_query query) {
     close_query = query;
+}
+
+void tools_set_input_hook(tools_input_hook hook) {
+    input_hook = hook;
 }
 
 bool tools_pump() {
