@@ -70,6 +70,15 @@ bool load_picture(const char* raster_path) {
     return open_image.picture != nullptr;
 }
 
+// The pass over the pen's pixels, between the two calls of the display.
+bool reevaluate(int pen, const applique* present, const applique* next) {
+    const image_display* display = &open_image.display;
+    if (display->pass_begins != nullptr) display->pass_begins();
+    bool done = reevaluate_pen(open_image.picture, open_image.tnc, open_image.rows_changed, present, next, pen) != 0;
+    if (display->pass_ends != nullptr) display->pass_ends(pen, done);
+    return done;
+}
+
 // Puts the new applique in the pen's place after the planes have taken it.
 void store_applique(int pen, applique* a) {
     applique_free(open_image.appliques[pen]);
@@ -101,6 +110,7 @@ int image_open(const char* path) {
     mem_free(open_image.raster_path);
     open_image.raster_path = remembered.keep();
     if (!good) drop_picture();
+    if (open_image.display.replaced != nullptr) open_image.display.replaced();
     return good && loaded ? 1 : 0;
 }
 
@@ -129,9 +139,10 @@ int apply_col_pat(int pen, applique* a) {
     applique* present = open_image.appliques[pen];
     if (applique_equal(present, a) != 0) {
         applique_free(a);
+        if (open_image.display.kept != nullptr) open_image.display.kept(pen);
         return 1;
     }
-    if (reevaluate_pen(open_image.picture, open_image.tnc, open_image.rows_changed, present, a, pen) == 0) {
+    if (!reevaluate(pen, present, a)) {
         applique_free(a);
         return 0;
     }

@@ -9,6 +9,14 @@
 #include "surface/reevaluate.h"
 #include "tnc/tnc.h"
 
+// Told of what happens to the image, beyond its rows. Any of them may be null.
+struct image_display {
+    void (*replaced)();                    // another picture is open, or none after one that couldn't be loaded
+    void (*pass_begins)();                 // a pen's pixels are about to change,
+    void (*pass_ends)(int pen, bool done); // have changed, or stay as they were after a failure
+    void (*kept)(int pen);                 // a pen was given what it carries already
+};
+
 // Program-wide state; one instance.
 struct open_image_state {
     raster_image* picture;          // owned: its planes hold the picture as it now stands; null when none is loaded
@@ -18,6 +26,7 @@ struct open_image_state {
     applique* appliques[PEN_COUNT]; // owned: what each pen carries; null for the rendered state
     bool image_changed;             // some pen has been given a new applique since the image was opened
     row_changed rows_changed;       // where changes are shown; installed from above
+    image_display display;          // the same
 };
 
 extern open_image_state open_image;

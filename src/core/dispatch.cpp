@@ -1,0 +1,66 @@
+// Where an event goes: presses to the tools of views and to clickable regions, everything else to the forms, and what
+// they don't take to the picture.
+#include "core/appforms.h"
+#include "core/input.h"
+#include "core/main.h"
+#include "core/picture.h"
+#include "core/region.h"
+#include "core/viewtools.h"
+#include "tools/events.h"
+#include "tools/windows.h"
+
+namespace {
+
+constexpr int BUTTON_CHOOSE = 1;
+constexpr int BUTTON_CANCEL = 2;
+
+// True when a region's action has taken the event.
+bool press(int window, int x, int y) {
+    all_busycursor();
+    if (region_hit(window, x, y) != 0) return true;
+    all_defaultcursor();
+    cancel_action(1);
+    return false;
+}
+
+// True when nothing else is to happen to the oldest button event.
+bool take_button() {
+    int window = 0, x = 0, y = 0, button = 0, transition = 0;
+    if (Inq_button_data(&window, &x, &y, &button, &transition, nullptr) != 0) return true;
+    if (transition == TRANS_UP) return false;
+    if (button == BUTTON_CANCEL) {
+        Get_button_data(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+        cancel_action(0);
+        return true;
+    }
+    return button == BUTTON_CHOOSE && press(window, x, y);
+}
+
+// Takes an event that nobody wanted off its queue. Of button events only the oldest: a press may wait behind the
+// release that is dropped.
+void drop(uint32_t event) {
+    switch (event) {
+    case KEYBOARD_EVENT: Clear_keyboard_data(); break;
+    case BUTTON_EVENT: Get_button_data(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr); break;
+    case COLLAPSE_EVENT: Clear_collapse_data(); break;
+    case TIMER_EVENT: Clear_timer_data(); break;
+    case WINDOW_ICON_EVENT: Clear_window_icon_data(); break;
+    case USER_EVENT: Clear_user_data(); break;
+    default: break;
+    }
+}
+
+} // namespace
+
+void dispatch_events(uint32_t event) {
+    if (event == BUTTON_EVENT && take_button()) return;
+    if (forms_process_event(event) != 0) return;
+    if (event == REFRESH_EVENT)
+        view_refresh();
+    else if (event == KEYBOARD_EVENT)
+        input_key();
+    else if (event == USER_EVENT)
+        input_user_event();
+    else
+        drop(event);
+}

@@ -1,0 +1,20 @@
+// What the picture does by keys, by the wheel, and with a file that is dropped on the window.
+//
+//   + -       one step nearer or away, about the middle        arrows   a quarter of the window that way
+//   b         zoom to a box: two clicks                        f        the whole picture
+#pragma once
+
+struct desk_message;
+
+// Notes a wheel step or a dropped file for later, when it comes out of the message pump: whatever loop is pumping, the
+// work is done from the main loop, by way of a user event.
+void input_notice(const desk_message* message);
+
+// Does the work that input_notice() has noted, and takes the user event off its queue.
+void input_user_event();
+
+// Takes the oldest key event, and does what the key says.
+void input_key();
+
+// Forgets what has been noted.
+void input_reset();

@@ -1,0 +1,23 @@
+// The picture's view: the open image in its window, how it is refreshed, and how changes of the image show.
+#pragma once
+
+#include <cstdint>
+
+#include "core/view.h"
+
+constexpr int NO_WINDOW = -1;
+
+extern view picture_view; // its window is NO_WINDOW while there is none
+
+// Opens the picture's window inside of the screen, left of and above the forms, shows the image if one is open, and
+// makes the window clickable. False when there is no window to be had.
+bool picture_open_window();
+
+// Puts that back.
+void picture_close_window();
+
+// From now on the open image tells when it changes, and the view shows it.
+void picture_watch_image();
+
+// Handles a refresh event, which it takes off its queue.
+void view_refresh();
