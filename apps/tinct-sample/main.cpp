@@ -160,16 +160,14 @@ bool render_into(const scene& s, const sample_request& request, rendering* r) {
            picture_render(s, request.width, request.height, static_cast<uint32_t>(request.seed), take_row, r);
 }
 
-// Puts a whole file in its place.
+// Writes a whole file under the name of its new content.
 bool write_file(const std::string& path, const std::vector<uint8_t>& bytes) {
     char fresh[FILES_PATH_SIZE];
     if (!files_replace_begin(path.c_str(), fresh, sizeof fresh)) return false;
     file_stream* out = stream_open(fresh, "wb");
     bool good = out != nullptr && stream_write(bytes.data(), 1, bytes.size(), out) == bytes.size();
     if (out != nullptr && stream_close(out) != 0) good = false;
-    if (good) return files_replace_commit();
-    files_replace_abandon();
-    return false;
+    return good;
 }
 
 int write_pair(const scene& s, const sample_request& request) {
@@ -188,17 +186,12 @@ int write_pair(const scene& s, const sample_request& request) {
     tnc_end(&r.tnc);
     if (r.raster != nullptr && rzl_finish(r.raster) != 0) good = false;
     progress_end();
-    if (!good) {
-        files_replace_abandon();
-        return program_fail("\"%s.rgb\" could not be written.", stem.c_str());
-    }
-
-    if (!files_replace_commit()) return program_fail("\"%s.rgb\" could not be put in its place.", stem.c_str());
-    if (!write_file(stem + ".tnc", r.tnc.file)) {
-        // the new picture must not stand beside the samples of an older one
-        files_remove((stem + ".rgb").c_str());
-        return program_fail("\"%s.tnc\" could not be written.", stem.c_str());
-    }
+    // The new picture must not stand beside the samples of an older one, nor be lost to them: both are put in place, or
+    // none.
+    const char* failed = good ? "tnc" : "rgb";
+    good = good && write_file(stem + ".tnc", r.tnc.file);
+    if (!good) files_replace_abandon();
+    if (!good || !files_replace_commit()) return program_fail("\"%s.%s\" could not be written.", stem.c_str(), failed);
     out_format("%s.rgb\n%s.tnc\n", stem.c_str(), stem.c_str());
     return EXIT_DONE;
 }

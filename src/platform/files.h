@@ -52,12 +52,13 @@ bool files_program_directory(char* path, size_t size);
 // ---- replacing a file --------------------------------------------------------------------------------------------
 
 // Writes a name for the new content of `target` into `fresh`, in the same directory, and sees to it that such a file is
-// removed if the process is interrupted or stops. One replacement may be under way at a time. False when the name does
-// not fit, the directory doesn't exist, `target` exists and is no plain file, or one is under way.
+// removed if the process is interrupted or stops. A second call takes another file into the same replacement. False when
+// the name does not fit, the directory doesn't exist, `target` exists and is no plain file or is under way already, or
+// two files are.
 bool files_replace_begin(const char* target, char* fresh, size_t size);
 
-// Puts the new content in the place of `target`, which is old or new as a whole at every moment. False, with the new
-// content removed, when that fails.
+// Puts the new content in the place of `target`, which is old or new as a whole at every moment; two files in the order
+// in which they were begun. False, with what is left of the new content removed, when that fails.
 bool files_replace_commit();
 
 // Gives the replacement up and removes what was written.

@@ -15,19 +15,23 @@ namespace {
 constexpr int ENDING_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
 struct replacement {
-    bool active;
-    bool at_exit_set;
     char target[FILES_PATH_SIZE]; // real paths, absolute: the working directory may change meanwhile
     char fresh[FILES_PATH_SIZE];
+    volatile std::sig_atomic_t fresh_is_valid; // it may be removed by the handler
 };
 
-replacement current = {};
-volatile std::sig_atomic_t fresh_is_valid = 0; // `fresh` may be removed by the handler
+constexpr int SET_MOST = 2; // files that are replaced together: a rendered pair
+
+replacement replacements[SET_MOST] = {};
+int count = 0; // of the set under way
+bool at_exit_set = false;
 
 void remove_fresh() {
-    if (fresh_is_valid == 0) return;
-    fresh_is_valid = 0;
-    unlink(current.fresh);
+    for (replacement& r : replacements) {
+        if (r.fresh_is_valid == 0) continue;
+        r.fresh_is_valid = 0;
+        unlink(r.fresh);
+    }
 }
 
 // Only calls that a signal handler may make. The signal then takes its ordinary effect.
@@ -58,60 +62,67 @@ bool follow_link(char* path, size_t size) {
     return fits;
 }
 
-bool name_target(const char* target) {
+bool name_target(replacement* r, const char* target) {
     char real[FILES_PATH_SIZE];
-    return files_resolve_new(target, real, sizeof real) &&
-           files_full_path(real, current.target, sizeof current.target) &&
-           follow_link(current.target, sizeof current.target);
+    return files_resolve_new(target, real, sizeof real) && files_full_path(real, r->target, sizeof r->target) &&
+           follow_link(r->target, sizeof r->target);
 }
 
 // A hidden name beside the target. The process number keeps two runs on one target apart.
-bool name_fresh() {
-    const char* name = std::strrchr(current.target, '/') + 1;
-    int directory = static_cast<int>(name - current.target);
-    int written = std::snprintf(current.fresh, sizeof current.fresh, "%.*s.%.200s.%ld.part", directory, current.target,
-                                name, static_cast<long>(getpid()));
-    return written > 0 && static_cast<size_t>(written) < sizeof current.fresh;
+bool name_fresh(replacement* r) {
+    const char* name = std::strrchr(r->target, '/') + 1;
+    int directory = static_cast<int>(name - r->target);
+    char fresh[FILES_PATH_SIZE + 256];
+    int written = std::snprintf(fresh, sizeof fresh, "%.*s.%.200s.%ld.part", directory, r->target, name,
+                                static_cast<long>(getpid()));
+    if (written <= 0 || static_cast<size_t>(written) >= sizeof r->fresh) return false;
+    std::memcpy(r->fresh, fresh, static_cast<size_t>(written) + 1);
+    return true;
 }
 
-void end_replacement() {
-    fresh_is_valid = 0;
-    current.active = false;
+bool is_under_way(const replacement* r) {
+    for (int i = 0; i < count; ++i) {
+        if (std::strcmp(replacements[i].target, r->target) == 0) return true;
+    }
+    return false;
 }
 
 // A file that is replaced keeps who may read and write it.
-void keep_permissions() {
+void keep_permissions(const replacement* r) {
     struct stat info;
-    if (stat(current.target, &info) != 0 || !S_ISREG(info.st_mode)) return;
-    if (chmod(current.fresh, info.st_mode & 07777) != 0) return; // the new file's own stand then
+    if (stat(r->target, &info) != 0 || !S_ISREG(info.st_mode)) return;
+    if (chmod(r->fresh, info.st_mode & 07777) != 0) return; // the new file's own stand then
 }
 
 } // namespace
 
 bool files_replace_begin(const char* target, char* fresh, size_t size) {
     // A device or a pipe is not replaced: the name would then be a plain file's.
-    if (current.active || (files_exists(target) && files_size_of(target) < 0)) return false;
-    if (!name_target(target) || !name_fresh()) return false;
-    if (std::strlen(current.fresh) >= size) return false;
-    std::memcpy(fresh, current.fresh, std::strlen(current.fresh) + 1);
-    if (!current.at_exit_set) current.at_exit_set = std::atexit(remove_fresh) == 0;
-    current.active = true;
-    fresh_is_valid = 1;
+    if (count == SET_MOST || (files_exists(target) && files_size_of(target) < 0)) return false;
+    replacement* r = &replacements[count];
+    if (!name_target(r, target) || !name_fresh(r) || is_under_way(r)) return false;
+    if (std::strlen(r->fresh) >= size) return false;
+    std::memcpy(fresh, r->fresh, std::strlen(r->fresh) + 1);
+    if (!at_exit_set) at_exit_set = std::atexit(remove_fresh) == 0;
+    ++count;
+    r->fresh_is_valid = 1;
     watch_signals();
     return true;
 }
 
 bool files_replace_commit() {
-    if (!current.active) return false;
-    keep_permissions();
-    bool renamed = std::rename(current.fresh, current.target) == 0;
-    if (!renamed) remove_fresh();
-    end_replacement();
-    return renamed;
+    bool good = count > 0;
+    for (int i = 0; i < count; ++i) {
+        replacement* r = &replacements[i];
+        keep_permissions(r);
+        good = good && std::rename(r->fresh, r->target) == 0;
+        if (good) r->fresh_is_valid = 0;
+    }
+    files_replace_abandon(); // what a failure has left
+    return good;
 }
 
 void files_replace_abandon() {
-    if (!current.active) return;
     remove_fresh();
-    end_replacement();
+    count = 0;
 }

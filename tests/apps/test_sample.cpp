@@ -207,10 +207,11 @@ TEST_F(Sample, WrongUsageAndFailuresLeaveNothing) {
     EXPECT_EQ(run("tinct-sample still file --size 8x6").status, 1);
     // a directory stands where one of the files is to go
     std::filesystem::create_directories(directory + "/blocked/still.tnc/x");
+    write("blocked/still.rgb", "precious");
     run_result r = run("tinct-sample still blocked --size 8x6");
     EXPECT_EQ(r.status, 1);
     EXPECT_FALSE(r.err.empty());
-    EXPECT_FALSE(std::filesystem::exists(directory + "/blocked/still.rgb"));
+    EXPECT_EQ(read(directory + "/blocked/still.rgb"), "precious");
     EXPECT_EQ(files().size(), 2u);
 }
 
