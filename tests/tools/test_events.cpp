@@ -103,6 +103,7 @@ TEST_F(Events, KeyboardBuffer) {
     headless_type("xy");
     tools_pump();
     EXPECT_EQ(Inq_keyboard_buffer(&given, &size), -1);
+    EXPECT_EQ(Set_keyboard_buffer(nullptr, 2), 0);
     EXPECT_EQ(data(Inq_keyboard_data), "0"); // nowhere to put it
     EXPECT_EQ(Set_keyboard_buffer(buffer, 2), 0);
     EXPECT_EQ(Inq_keyboard_buffer(&given, &size), 0);
@@ -121,17 +122,17 @@ TEST_F(Events, KeyboardBuffer) {
 // -------------------------------------------------------------------------------------------------------
 
 TEST_F(Events, RefreshesOfOneWindowBecomeOne) {
-    const refresh_data first = {5, 0, 10, 20, 109, 119, 30, 40, 50, 60, 1};
+    const refresh_data first = {5, 0, 10, 20, 109, 119, 30, 50, 50, 60, 33};
     const refresh_data other = {6, 0, 0, 0, 9, 9, 0, 0, 9, 9, 1};
-    const refresh_data moved = {5, 0, 15, 20, 114, 119, 20, 45, 45, 70, 17};
+    const refresh_data moved = {5, 0, 15, 20, 114, 119, 35, 45, 45, 70, 17};
     const refresh_data screen = {5, 1, 15, 20, 114, 119, 20, 45, 45, 70, 17};
     for (const refresh_data* r : {&first, &other, &moved, &screen})
         EXPECT_EQ(put_refresh_event(r), 0);
-    EXPECT_EQ(data(Get_refresh_data), "5 0 15 20 114 119 20 40 50 70 17");
+    EXPECT_EQ(data(Get_refresh_data), "5 0 15 20 114 119 30 45 50 70 49");
     EXPECT_EQ(put_refresh_event(&first), 0); // what was taken isn't part of it
     EXPECT_EQ(data(Get_refresh_data), "6 0 0 0 9 9 0 0 9 9 1");
     EXPECT_EQ(data(Get_refresh_data), "5 1 15 20 114 119 20 45 45 70 17");
-    EXPECT_EQ(data(Get_refresh_data), "5 0 10 20 109 119 30 40 50 60 1");
+    EXPECT_EQ(data(Get_refresh_data), "5 0 10 20 109 119 30 50 50 60 33");
     EXPECT_EQ(data(Get_refresh_data), "-2");
 }
 
@@ -266,11 +267,17 @@ TEST_F(Events, WaitingWakesUpWhenAClickIsDue) {
     EXPECT_EQ(Wait_for_next(BUTTON_EVENT, &events), 0);
     EXPECT_EQ(host_now() - start, 210U);
     EXPECT_EQ(buttons(), "1.2 ");
+    headless_click(110, 110, HOST_LEFT);
+    tools_pump();
+    headless_advance(300); // it is due when the wait begins, and nothing else ever will be
+    EXPECT_EQ(Wait_for_next(BUTTON_EVENT, &events), 0);
 }
 
 TEST_F(Events, Timers) {
     int once = -1, often = -1, third = -1;
     EXPECT_EQ(Start_timer(0, 0, &once), 0); // a millisecond
+    advance(0);
+    EXPECT_EQ(all_data(Get_timer_data), "");
     advance(1);
     EXPECT_EQ(all_data(Get_timer_data), "0, ");
     EXPECT_EQ(Stop_timer(once), -1);
@@ -322,12 +329,13 @@ TEST_F(Events, TimersWhenTheClockRunsOver) {
     int number = -1;
     EXPECT_EQ(Start_timer(3, 0, &number), 0); // due at 0, which means free elsewhere
     EXPECT_EQ(Start_timer(6, 0, &number), 0);
-    advance(49);
-    EXPECT_EQ(all_data(Get_timer_data), "");
-    advance(2);
-    EXPECT_EQ(all_data(Get_timer_data), "0, ");
-    advance(49);
-    EXPECT_EQ(all_data(Get_timer_data), "1, ");
+    EXPECT_EQ(Start_timer(1, 0, &number), 0); // before all others
+    std::string order;
+    for (const uint32_t step : {15, 1, 33, 2, 48, 1}) {
+        advance(step);
+        order += all_data(Get_timer_data) + "| ";
+    }
+    EXPECT_EQ(order, "| 2, | | 0, | | 1, | ");
 }
 
 TEST_F(Events, SleepingLetsEventsArrive) {
