@@ -75,30 +75,47 @@ void remember(desk_window* w) {
     w->before_shown = w->shown;
 }
 
-// What of the window is right already, at its new place: all that was seen of it before, if its pixels keep.
-void find_kept(desk_window* w, pixman_region32_t* kept) {
+// The way of those that move. The first one's: others that move otherwise, as icons that are arranged anew, are drawn
+// again.
+struct change_move {
+    int dx, dy;
+};
+
+bool is_unmoved(const desk_window* w) {
+    return same_box(w->before_outer, w->outer);
+}
+
+change_move find_move() {
+    for (int i = 0; i < desk.count; ++i) {
+        const desk_window* w = desk.order[i];
+        if (keeps_pixels(w) && !is_unmoved(w))
+            return {w->outer.x1 - w->before_outer.x1, w->outer.y1 - w->before_outer.y1};
+    }
+    return {0, 0};
+}
+
+// What of the window is right already, at its new place: all that was seen of it before, if its pixels keep. The frame
+// buffer may have become smaller since.
+void find_kept(desk_window* w, change_move move, pixman_region32_t* kept) {
+    const int dx = w->outer.x1 - w->before_outer.x1;
+    const int dy = w->outer.y1 - w->before_outer.y1;
     pixman_region32_clear(kept);
-    if (!keeps_pixels(w)) return;
-    pixman_region32_copy(kept, &w->before);
-    pixman_region32_translate(kept, w->outer.x1 - w->before_outer.x1, w->outer.y1 - w->before_outer.y1);
+    if (!keeps_pixels(w) || (!is_unmoved(w) && (dx != move.dx || dy != move.dy))) return;
+    meet_box(kept, &w->before, bitmap_box(&screen.frame));
+    pixman_region32_translate(kept, dx, dy);
     pixman_region32_intersect(kept, kept, &w->seen);
 }
 
-// Moves the pixels of all windows that moved; in one change they all move by the same way.
-void move_pixels() {
+void move_pixels(change_move move) {
     region moving;
-    int dx = 0;
-    int dy = 0;
     for (int i = 0; i < desk.count; ++i) {
         desk_window* w = desk.order[i];
-        if (!keeps_pixels(w) || same_box(w->before_outer, w->outer)) continue;
-        dx = w->outer.x1 - w->before_outer.x1;
-        dy = w->outer.y1 - w->before_outer.y1;
+        if (is_unmoved(w)) continue;
         region kept;
-        find_kept(w, &kept.r);
+        find_kept(w, move, &kept.r);
         pixman_region32_union(&moving.r, &moving.r, &kept.r);
     }
-    screen_move_region(&moving.r, dx, dy);
+    screen_move_region(&moving.r, move.dx, move.dy);
 }
 
 // Client area that came to light: must be painted.
@@ -111,10 +128,10 @@ void ask_for(desk_window* w, pixman_region32_t* exposed) {
     w->paint_given = w->paint_told = false;
 }
 
-void expose(desk_window* w, const pixman_region32_t* valid) {
+void expose(desk_window* w, change_move move, const pixman_region32_t* valid) {
     region exposed;
     region kept;
-    find_kept(w, &kept.r);
+    find_kept(w, move, &kept.r);
     pixman_region32_subtract(&exposed.r, &w->seen, &kept.r);
     if (valid != nullptr) pixman_region32_subtract(&exposed.r, &exposed.r, const_cast<pixman_region32_t*>(valid));
     if (pixman_region32_not_empty(&exposed.r) == 0) return;
@@ -151,14 +168,15 @@ void desk_begin_change() {
 
 void desk_end_change(const pixman_region32_t* valid) {
     see_all();
-    move_pixels();
+    const change_move move = find_move();
+    move_pixels(move);
     for (int i = 0; i < desk.count; ++i) {
         desk_window* w = desk.order[i];
         if (!w->shown || w->state == host_state::minimised) pixman_region32_clear(&w->update);
-        expose(w, valid);
+        expose(w, move, valid);
         tell_change(w);
     }
-    expose(&desk.main, valid);
+    expose(&desk.main, move, valid);
     tell_change(&desk.main);
     desk_update_cursor();
 }
