@@ -202,8 +202,11 @@ struct desk_message {
 // topmost window first. False when there is none; after that each paint that wasn't answered comes once more.
 bool desk_next(desk_message* message);
 
-// Shows what has been drawn and blocks until there may be a message.
+// Shows what has been drawn and blocks until there may be a message, or until host_now() reaches the deadline. A
+// program that has something to do at a time of its own waits so, instead of asking again and again: the headless clock
+// moves only in waits.
 void desk_wait();
+void desk_wait_until(uint32_t deadline);
 
 // Puts a message of kind `posted` on the queue. False without memory.
 bool desk_post(desk_window* w, int code, uint32_t value, uint32_t value2);

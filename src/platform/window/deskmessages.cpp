@@ -271,14 +271,17 @@ bool desk_next_of(desk_window* w, desk_message* message) {
 
 namespace {
 
-void wait_for(const desk_window* only) {
+// `until`: null for no limit.
+void wait_for(const desk_window* only, const uint32_t* until) {
     if (!desk.started || !desk.main_alive) return;
     take_events();
     desk_flush();
     if (anything_waits(only)) return;
-    bool limited = only == nullptr && desk.timer_set;
-    uint32_t deadline = desk.timer_at;
+    bool limited = false;
+    uint32_t deadline = 0;
     uint32_t repeat = 0;
+    if (until != nullptr) sooner(&limited, &deadline, *until);
+    if (only == nullptr && desk.timer_set) sooner(&limited, &deadline, desk.timer_at);
     if (desk_bar_deadline(&repeat)) sooner(&limited, &deadline, repeat);
     host_wait(limited, deadline);
 }
@@ -286,10 +289,15 @@ void wait_for(const desk_window* only) {
 } // namespace
 
 void desk_wait() {
-    wait_for(nullptr);
+    wait_for(nullptr, nullptr);
 }
+
+void desk_wait_until(uint32_t deadline) {
+    wait_for(nullptr, &deadline);
+}
+
 void desk_wait_of(desk_window* w) {
-    wait_for(w);
+    wait_for(w, nullptr);
 }
 
 bool desk_post(desk_window* w, int code, uint32_t value, uint32_t value2) {

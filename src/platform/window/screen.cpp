@@ -122,7 +122,7 @@ bool same_box(canvas_box a, canvas_box b) {
     return a.x1 == b.x1 && a.y1 == b.y1 && a.x2 == b.x2 && a.y2 == b.y2;
 }
 
-// The starting palette: the sixteen classic colours, a cube of 6 by 6 by 6, greys, and white last.
+// The starting palette: the sixteen classic colours (on 4 planes twice), a cube of 6 by 6 by 6, greys, and white last.
 void fill_starting_palette() {
     constexpr uint8_t classic[16][3] = {{0, 0, 0},       {128, 0, 0},   {0, 128, 0},   {128, 128, 0},
                                         {0, 0, 128},     {128, 0, 128}, {0, 128, 128}, {192, 192, 192},
@@ -132,8 +132,9 @@ void fill_starting_palette() {
         const auto grey = uint8_t(slot);
         canvas_rgb color = {grey, grey, grey};
         const int cube = slot - 16;
-        if (slot < 16) color = {classic[slot][0], classic[slot][1], classic[slot][2]};
-        if (cube >= 0 && cube < 216)
+        if (slot < 16 || (slot < 32 && screen.frame.planes == 4))
+            color = {classic[slot & 15][0], classic[slot & 15][1], classic[slot & 15][2]};
+        else if (cube >= 0 && cube < 216)
             color = {uint8_t(cube / 36 * 51), uint8_t(cube / 6 % 6 * 51), uint8_t(cube % 6 * 51)};
         screen.palette[slot] = color;
     }

@@ -606,6 +606,15 @@ TEST_F(desk_test, TimerComesOnceAtItsTimeAfterWhatHappened) {
     desk_set_timer(host_now());
     desk_stop_timer();
     EXPECT_FALSE(desk_next(&m));
+    // A deadline of the program's own, before and behind the timer's.
+    const uint32_t later = host_now();
+    desk_set_timer(later + 20);
+    desk_wait_until(later + 10);
+    EXPECT_EQ(host_now(), later + 10);
+    EXPECT_FALSE(desk_next(&m));
+    desk_wait_until(later + 30);
+    EXPECT_EQ(host_now(), later + 20);
+    EXPECT_TRUE(desk_next(&m));
 }
 
 TEST_F(desk_test, DestroyedWindowsGetNothingAndQuitComesLast) {
