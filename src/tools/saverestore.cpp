@@ -82,6 +82,7 @@ void remove_popup(window_record* w, window_record* below) {
     w->sr_bitmap = nullptr;
     waiting_paint paints[WINDOW_COUNT] = {};
     note_paints(paints, below);
+    if (topmost_window != nullptr) desk_raise(below->sr_saved != nullptr ? below->handle : topmost_window);
     desk_destroy(w->handle);
     window_free_record(w);
     *w = *below;
@@ -141,7 +142,6 @@ int Delete_SR_area(int window) {
         canvas_clear_clip(w->dc);
         canvas_copy(w->dc, 0, 0, w->sr_bitmap, whole(w->sr_bitmap));
     }
-    if (topmost_window != nullptr) desk_raise(below->sr_saved != nullptr ? below->handle : topmost_window);
     remove_popup(w, below);
     desk_set_capture(SR_area_is_up() ? w->handle : nullptr);
     tools_pump();

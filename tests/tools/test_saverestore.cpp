@@ -1,0 +1,153 @@
+// Save-restore areas: they vanish without a trace.
+#include "draw_fixture.h"
+
+namespace {
+
+class SaveRestore : public DrawFixture {
+protected:
+    void SetUp() override {
+        DrawFixture::SetUp();
+        prepare(8);
+    }
+    // A main window with something on it, two windows above, one half over the other.
+    void prepare(int planes) {
+        start(planes);
+        paint(0, 60, 60);
+        first = open(20, 20, 99, 79);
+        paint(first, 80, 60);
+        second = open(60, 50, 139, 109);
+        paint(second, 80, 60);
+        take_refreshes();
+    }
+    int first = -1, second = -1;
+};
+
+TEST_F(SaveRestore, the_mode_and_the_areas_go_in_order) {
+    int w = -1;
+    EXPECT_EQ(Create_SR_area(0, 0, 0, 9, 9), -1);
+    EXPECT_EQ(Exit_SR(0), -1);
+    ASSERT_EQ(Enter_SR(0, 0, &w), 0);
+    EXPECT_EQ(w, 0);
+    EXPECT_EQ(Delete_SR_area(0), -1);
+    EXPECT_EQ(Create_SR_area(first, 0, 0, 9, 9), -1);
+    ASSERT_EQ(Create_SR_area(0, 10, 10, 109, 89), 0);
+    EXPECT_TRUE(SR_area_is_up());
+    EXPECT_EQ(Exit_SR(0), -1);
+    EXPECT_EQ(Delete_SR_area(first), -1);
+    EXPECT_EQ(Delete_SR_area(0), 0);
+    EXPECT_EQ(Exit_SR(first), -1);
+    EXPECT_EQ(Exit_SR(0), 0);
+    EXPECT_EQ(Exit_SR(0), -1);
+}
+
+TEST_F(SaveRestore, stacked_areas_put_back_every_pixel_without_a_refresh) {
+    for (int planes : DEPTHS) {
+        SCOPED_TRACE(planes);
+        prepare(planes);
+        int w = -1;
+        const std::vector<uint8_t> before = screen();
+        clipbox(0, 5, 5, 30, 30); // the main window's own clip box doesn't hinder it
+        Set_button_mode(0, 1, 3);
+        Enter_SR(0, 0, &w);
+        ASSERT_EQ(Create_SR_area(0, 10, 10, 109, 89), 0);
+        EXPECT_EQ(screen(), before); // nothing is erased
+        EXPECT_EQ(window_find(0)->attributes.clip_x2, 99);
+        EXPECT_EQ(window_find(0)->button_mode[1], 3);
+        fgcolor(0, 9);
+        rectf(0, 0, 0, 99, 79); // now the pop-up's coordinates
+        const std::vector<uint8_t> with_first = screen();
+        EXPECT_NE(with_first, before);
+        for (int i = 0; i < 2; ++i) {
+            ASSERT_EQ(Create_SR_area(0, 50 + 40 * i, 40, 129 + 40 * i, 119), 0);
+            fgcolor(0, 12 - i);
+            rectf(0, -5, -5, 99, 99);
+            pushattributes(0);
+        }
+        EXPECT_EQ(desk_capture(), window_find(0)->handle);
+        EXPECT_EQ(Delete_SR_area(0), 0);
+        EXPECT_EQ(Delete_SR_area(0), 0);
+        EXPECT_EQ(screen(), with_first);
+        EXPECT_EQ(desk_capture(), window_find(0)->handle);
+        EXPECT_EQ(window_find(0)->attributes.foreground, CANVAS_SLOT | 9);
+        EXPECT_EQ(Delete_SR_area(0), 0);
+        EXPECT_EQ(screen(), before);
+        EXPECT_EQ(desk_capture(), nullptr);
+        EXPECT_EQ(window_find(0)->handle, desk_main());
+        EXPECT_EQ(window_find(0)->attributes.clip_x2, 30);
+        EXPECT_EQ(take_refreshes(), "");
+        EXPECT_EQ(Exit_SR(0), 0);
+    }
+}
+
+TEST_F(SaveRestore, a_refresh_that_waited_before_still_comes) {
+    int w = -1;
+    Enter_SR(0, 0, &w);
+    Create_SR_area(0, 10, 10, 59, 59);
+    const canvas_box box = {60, 2, 70, 22};
+    desk_invalidate(window_find(first)->handle, &box);
+    Delete_SR_area(0);
+    EXPECT_EQ(take_refreshes(), std::to_string(first) + ":60,2,69,21/1 ");
+}
+
+TEST_F(SaveRestore, an_area_ends_inside_of_the_screen) {
+    int w = -1, x1, y1, x2, y2;
+    Enter_SR(0, 0, &w);
+    ASSERT_EQ(Create_SR_area(0, 300, 200, 349, 299), 0);
+    Inq_win_region(0, &x1, &y1, &x2, &y2);
+    EXPECT_EQ(x2, screen_width);
+    EXPECT_EQ(x1, screen_width - 49);
+    EXPECT_EQ(y2, screen_height);
+    EXPECT_EQ(y1, screen_height - 99);
+    desk_invalidate(window_find(0)->handle, nullptr);
+    EXPECT_EQ(take_refreshes(), "0:0,0,49,99/1 "); // the pop-up is window 0
+    Delete_SR_area(0);
+    desk_invalidate(desk_main(), nullptr);
+    EXPECT_EQ(take_refreshes(), ""); // the main window paints nothing
+}
+
+TEST_F(SaveRestore, an_area_over_a_top_level_window_is_above_it) {
+    int top = -1, w = -1;
+    Create_level_window(0, WINDOW_TOP_LEVEL, 30, 30, 79, 79, &top);
+    Display_win(top);
+    paint(top, 50, 50);
+    const std::vector<uint8_t> before = screen();
+    Enter_SR(0, 0, &w);
+    ASSERT_EQ(Create_SR_area(0, 40, 40, 59, 59), 0);
+    EXPECT_EQ(window_find(0)->level, WINDOW_TOP_LEVEL);
+    fgcolor(0, 12);
+    rectf(0, 0, 0, 19, 19);
+    EXPECT_EQ(at(top, 15, 15), 12u);
+    Delete_SR_area(0);
+    EXPECT_EQ(screen(), before);
+    EXPECT_EQ(take_refreshes(), "");
+}
+
+TEST_F(SaveRestore, failing_memory_leaves_everything_in_order) {
+    const std::vector<uint8_t> before = screen();
+    int w = -1;
+    Enter_SR(0, 0, &w);
+    for (int failing = 0;; ++failing) {
+        SCOPED_TRACE(failing);
+        ASSERT_LT(failing, 30);
+        mem_fail_after(failing, mem_fail::once);
+        const int made = Create_SR_area(0, 10, 10, 109, 89);
+        const bool failed = mem_fail_stop();
+        EXPECT_EQ(SR_area_is_up(), made == 0);
+        if (made == 0) {
+            fgcolor(0, 9);
+            rectf(0, 0, 0, 99, 79);
+            EXPECT_EQ(Delete_SR_area(0), 0);
+        }
+        // Without a copy of the pixels there is a refresh instead.
+        if (take_refreshes().empty()) {
+            EXPECT_EQ(screen(), before);
+        }
+        paint(first, 80, 60);
+        paint(second, 80, 60);
+        paint(0, 60, 60);
+        if (!failed) break;
+    }
+    Create_SR_area(0, 10, 10, 109, 89); // the end of the tools takes what is up
+}
+
+} // namespace
