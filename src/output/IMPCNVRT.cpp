@@ -219,7 +219,8 @@ int grey_to_mapped(Impack* pack, const request* r) {
     for (int32_t i = 0; i <= last; ++i) {
         double level = static_cast<double>(i) / last;
         if (gamma_applies(r->gamma)) level = std::pow(level, 1.0 / r->gamma);
-        auto value = static_cast<uint16_t>(level * VLT_MAX + 0.5);
+        level = level * VLT_MAX + 0.5;
+        auto value = static_cast<uint16_t>(level);
         ramp[i] = {static_cast<uint16_t>(i), value, value, value};
     }
     byte_table index;

@@ -65,9 +65,9 @@ int imp_invert_vlt(const Impack* pack, uint8_t* cells, const imp_progress* p) {
     return IMP_OK;
 }
 
-size_t cell_of(int red, int green, int blue) {
-    return static_cast<size_t>((red >> CELL_SHIFT) * CELLS * CELLS + (green >> CELL_SHIFT) * CELLS +
-                               (blue >> CELL_SHIFT));
+size_t cell_of(uint8_t red, uint8_t green, uint8_t blue) {
+    size_t row = static_cast<size_t>(red >> CELL_SHIFT) * CELLS + static_cast<size_t>(green >> CELL_SHIFT);
+    return row * CELLS + static_cast<size_t>(blue >> CELL_SHIFT);
 }
 
 // ---- nearest colour ------------------------------------------------------------------------------------------------
@@ -153,9 +153,10 @@ inline void diffuse_pixel(const diffusion* d, errors_carried* c, int32_t x, lane
     std::memcpy(d->errors + (x - LAG - 1) * static_cast<int64_t>(PIXEL_LANES), &out, sizeof out);
 }
 
-// Two lines at once, or the last alone: `second` is then null.
-void diffuse_lines_at(const diffusion* d, uint8_t* first, uint8_t* second) {
-    lanes lines = second != nullptr ? FIRST_LINE | SECOND_LINE : FIRST_LINE;
+// The indices of two lines at once, or those of the last alone.
+void diffuse_lines_at(const diffusion* d, uint8_t* index, bool pair) {
+    lanes lines = pair ? FIRST_LINE | SECOND_LINE : FIRST_LINE;
+    uint8_t* second = index + d->width;
     errors_carried carried = {};
     uint8_t found[2];
     for (int32_t x = 0; x < d->width + LAG + 1; ++x) {
@@ -164,8 +165,8 @@ void diffuse_lines_at(const diffusion* d, uint8_t* first, uint8_t* second) {
         if (!inside && x >= d->width) in_picture &= SECOND_LINE;
         if (!inside && (x < LAG || x >= d->width + LAG)) in_picture &= FIRST_LINE;
         diffuse_pixel(d, &carried, x, in_picture, found);
-        if (x < d->width) first[x] = found[0];
-        if (second != nullptr && x >= LAG && x < d->width + LAG) second[x - LAG] = found[1];
+        if (x < d->width) index[x] = found[0];
+        if (pair && x >= LAG && x < d->width + LAG) second[x - LAG] = found[1];
     }
 }
 
@@ -181,10 +182,9 @@ int diffuse_all(Impack* pack, const diffusion* d, imp_progress* p) {
     int64_t at = 0;
     for (int32_t y = 0; y < pack->ysize; y += 2, at += 2 * int64_t{pack->xsize}) {
         bool pair = y + 1 < pack->ysize;
-        int64_t below = at + pack->xsize;
         load_line(d->pixels[0], pack, at);
-        if (pair) load_line(d->pixels[1], pack, below);
-        diffuse_lines_at(d, pack->index_plane + at, pair ? pack->index_plane + below : nullptr);
+        if (pair) load_line(d->pixels[1], pack, at + pack->xsize);
+        diffuse_lines_at(d, pack->index_plane + at, pair);
         if (imp_line_done(p, pack, y) || (pair && imp_line_done(p, pack, y + 1))) return IMP_STOPPED;
     }
     imp_lines_done(p, pack);
@@ -213,6 +213,7 @@ int imp_dither_map(Impack* pack, const uint8_t* cells, imp_progress* p) {
 } // namespace
 
 int imp_map_colors(Impack* pack, int32_t dither, imp_progress* p) {
+    if (pack->index_plane == nullptr) return imp_fail(IMP_BAD_PACK);
     mem_guard<uint8_t> cells(mem_new_array<uint8_t>(CELL_COUNT));
     if (!cells) {
         return imp_fail_saying(IMP_NO_MEMORY, "Could not allocate %d bytes.  Line %d, File %s\n",

@@ -195,7 +195,8 @@ int imp_pick_colors(Impack* pack, int32_t colors, imp_progress* p) {
 }
 
 uint16_t through_gamma(uint16_t value, double gamma) {
-    return static_cast<uint16_t>(std::pow(value * (1.0 / 255.0), 1.0 / gamma) * 65535.0 + 0.5);
+    double corrected = std::pow(value * (1.0 / 255.0), 1.0 / gamma) * 65535.0 + 0.5;
+    return static_cast<uint16_t>(corrected);
 }
 
 // Moves the table to the scale 0 to 65535. The mapping is done by then and does not depend on it.

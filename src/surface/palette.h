@@ -45,7 +45,7 @@ int palette_save(const color_palette* colors, const pattern_palette* patterns, c
 // Adds an entry or changes the one of that name; an empty name is made from the numbers. Numbers are brought to 0.0 to
 // 1.0, and the name to one that a file can hold: "{" becomes "_", and 79 characters are kept. Returns 1 when the palette
 // changed, 0 when it was so already, -1 after a message when there is no memory, with the table as it was.
-int palette_add(color_palette* colors, const char* name, double red, double green, double blue);
+int palette_add(color_palette* colors, const char* wanted, double red, double green, double blue);
 
 // Puts a raster file at `index`, or at the end when index is at or past the count, under a name made of `path`'s text
 // cut at its first "." with a capital. Returns 0, non-zero after a message.
