@@ -53,8 +53,10 @@ TEST_F(Events, EachQueueIsClearedByItself) {
     const refresh_data refresh = {};
     int number = -1;
     put_refresh_event(&refresh);
-    put_delete_event(1);
-    put_collapse_event(1, 1);
+    put_delete_event(5);
+    put_collapse_event(6, 1);
+    EXPECT_EQ(data(Inq_delete_data), "5");
+    EXPECT_EQ(data(Inq_collapse_data), "6 1");
     Start_timer(1, 0, &number);
     Post_user_data(1);
     desk_post(desk_main(), DESK_POST_MESSAGE, 1, 2);
@@ -202,42 +204,6 @@ TEST_F(Events, MotionAsTheMasksSay) {
     Set_win_motion(second, 1);
     go(326, 105);
     EXPECT_EQ(all_data(Get_motion_data), two + " 6 5 1 1, "); // it starts anew
-}
-
-// ---- windows that the user changes
-// -----------------------------------------------------------------------------------
-
-TEST_F(Events, CollapsedAndRestored) {
-    int number = -1;
-    ASSERT_EQ(Create_win(0, "Window", 300, 300, 399, 399, &number), 0);
-    ASSERT_EQ(Display_win(number), 0);
-    desk_set_state(window_find(number)->handle, host_state::minimised);
-    tools_pump();
-    EXPECT_EQ(data(Inq_collapse_data), std::to_string(number) + " 1");
-    EXPECT_EQ(data(Get_collapse_data), std::to_string(number) + " 1");
-    desk_set_state(window_find(number)->handle, host_state::restored);
-    tools_pump();
-    EXPECT_EQ(data(Get_collapse_data), std::to_string(number) + " 0");
-    Collapse_win(number); // by the program: it knows
-    tools_pump();
-    EXPECT_EQ(data(Get_collapse_data), "-2");
-}
-
-TEST_F(Events, ClosedByTheUser) {
-    int number = -1;
-    ASSERT_EQ(Create_win(0, "Window", 300, 300, 399, 399, &number), 0);
-    ASSERT_EQ(Display_win(number), 0);
-    headless_click(305, 292, HOST_LEFT); // the caption's menu box opens the menu, whose last line closes
-    tools_pump();
-    headless_key(host_key::up, 0, 0);
-    headless_key(host_key::enter, 0, 0);
-    tools_pump();
-    EXPECT_EQ(data(Inq_delete_data), std::to_string(number));
-    EXPECT_EQ(data(Get_delete_data), std::to_string(number));
-    EXPECT_EQ(window_find(number), nullptr);
-    ASSERT_EQ(Delete_win(window), 0); // by the program
-    tools_pump();
-    EXPECT_EQ(data(Get_delete_data), "-2");
 }
 
 // ---- waiting and time
