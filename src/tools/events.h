@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-// ---- queues and masks ----------------------------------------------------------------------------------------------
+// ---- queues and masks ---------------------------------------------------------------------------------------------
 
 constexpr uint32_t KEYBOARD_EVENT = 0x00001;
 constexpr uint32_t BUTTON_EVENT = 0x00002;
@@ -52,8 +52,7 @@ int Wait_for_next(uint32_t mask, uint32_t* event);
 // pending_events.
 uint32_t tools_pending_events();
 
-// ---- event data: Inq looks at the oldest event of a queue, Get takes it
-// ----------------------------------------------
+// ---- event data: Inq looks at the oldest event of a queue, Get takes it -------------------------------------------
 
 // Key codes go into the application's buffer of `size` bytes, which it keeps; as many as fit, and `count` is that many.
 int Set_keyboard_buffer(void* buffer, int size);   // a negative size sets 0 and gives -1
@@ -121,7 +120,7 @@ int Clear_user_data();
 int Clear_event_8000_data();
 int Clear_motion_data();
 
-// ---- timers --------------------------------------------------------------------------------------------------------
+// ---- timers -------------------------------------------------------------------------------------------------------
 
 // A tick is a sixtieth of a second.
 constexpr int TIMER_SLOTS = 32;
@@ -134,8 +133,7 @@ int Stop_timer(int number); // -1 when it isn't running
 // Blocks for that time while events keep arriving on their queues. -1 only when the tools have ended.
 int Sleep_ticks(int ticks);
 
-// ---- for the other files of the tools
-// --------------------------------------------------------------------------------
+// ---- for the other files of the tools -----------------------------------------------------------------------------
 
 // Codes of desk_post(): DESK_POST_USER becomes a USER_EVENT of value 0; the next four become MESSAGE_EVENTs of kind 0
 // to 3 with the two values.

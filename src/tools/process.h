@@ -6,8 +6,7 @@
 #include "platform/files.h"
 #include "tools/toolfile.h" // root_dir
 
-// ---- the process
-// -----------------------------------------------------------------------------------------------------
+// ---- the process --------------------------------------------------------------------------------------------------
 
 // What the entry calls on its way.
 struct tools_program {
@@ -37,8 +36,7 @@ extern char program_dir[FILES_PATH_SIZE];
 // "fonts": VANTORAMA, "c:/vantor" and the program's directory are tried.
 void set_program_paths(const char* argument0);
 
-// ---- the tools
-// -------------------------------------------------------------------------------------------------------
+// ---- the tools ----------------------------------------------------------------------------------------------------
 
 // Opens the main window and makes palette and slots. 0, also when they are entered already, or -1 without a screen or
 // palette.
@@ -58,8 +56,7 @@ struct desk_message;
 using tools_input_hook = void (*)(const desk_message* message);
 void tools_set_input_hook(tools_input_hook hook);
 
-// ---- services
-// --------------------------------------------------------------------------------------------------------
+// ---- services -----------------------------------------------------------------------------------------------------
 
 int Beep(int level); // one beep, and with a level of 2 or more three further ones. 0
 

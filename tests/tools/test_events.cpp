@@ -81,8 +81,7 @@ TEST_F(Events, PostedMessages) {
     EXPECT_EQ(all_data(Get_message_data), "0 10 2147483649, 1 20 2147483650, 2 30 2147483651, 3 40 2147483652, ");
 }
 
-// ---- keyboard
-// --------------------------------------------------------------------------------------------------------
+// ---- keyboard -----------------------------------------------------------------------------------------------------
 
 TEST_F(Events, KeysAndCharacters) {
     for (host_key key : {host_key::end, host_key::home, host_key::left, host_key::up, host_key::right, host_key::down,
@@ -120,8 +119,7 @@ TEST_F(Events, KeyboardBuffer) {
     EXPECT_EQ(data(Get_keyboard_data), "-2");
 }
 
-// ---- refreshes
-// -------------------------------------------------------------------------------------------------------
+// ---- refreshes ----------------------------------------------------------------------------------------------------
 
 TEST_F(Events, RefreshesOfOneWindowBecomeOne) {
     const refresh_data first = {5, 0, 10, 20, 109, 119, 30, 50, 50, 60, 33};
@@ -169,8 +167,7 @@ TEST_F(Events, UncoveringAndMovingAskForRefreshes) {
     EXPECT_EQ(data(Get_refresh_data), "-2");
 }
 
-// ---- motion
-// ----------------------------------------------------------------------------------------------------------
+// ---- motion -------------------------------------------------------------------------------------------------------
 
 TEST_F(Events, MotionAsTheMasksSay) {
     const int second = open(320, 100, 399, 199);
@@ -206,8 +203,7 @@ TEST_F(Events, MotionAsTheMasksSay) {
     EXPECT_EQ(all_data(Get_motion_data), two + " 6 5 1 1, "); // it starts anew
 }
 
-// ---- waiting and time
-// --------------------------------------------------------------------------------------------------
+// ---- waiting and time ---------------------------------------------------------------------------------------------
 
 TEST_F(Events, WaitingGivesTheLowestBitOrAll) {
     uint32_t events = 0;
@@ -326,8 +322,7 @@ TEST_F(Events, SleepingLetsEventsArrive) {
     EXPECT_EQ(all_data(Get_timer_data), "0, ");
 }
 
-// ---- the end
-// ---------------------------------------------------------------------------------------------------------
+// ---- the end ------------------------------------------------------------------------------------------------------
 
 TEST_F(Events, ClosingTheMainWindowEndsTheProcess) {
     static int asked;
