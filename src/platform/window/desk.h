@@ -164,7 +164,7 @@ enum class desk_kind : uint8_t {
     moved, // its client area stands elsewhere; by the user, or by desk_place(), desk_scroll()
     sized, // its client area has another size; for the main window also after bars came or went. state, x, y: size
     state_changed, // state: minimised, maximised or restored, by the user or by desk_set_state()
-    maximising,    // main window: the user maximises it; `sized` follows
+    maximising,    // main window: the user maximises it, and its size changes by it; `sized` follows
     destroyed,     // the user closed it. `window` is null: it is gone; its number is left
     close,         // main window: the user wants to close it. Nothing happens unless the program does it
     activated,     // it became the active one

@@ -78,27 +78,29 @@ void key_event(const host_event* event) {
     if (control != 0) queue_character(control, event);
 }
 
+void change_main_state(host_state state) {
+    desk_message message = desk_new_message(desk_kind::state_changed, &desk.main);
+    desk.main_state = message.state = state;
+    desk_queue(&message, nullptr);
+}
+
+// The host tells of a state and of a size in events of their own, and of each more than once.
 void resize_event(const host_event* event) {
     const host_state before = desk.main_state;
-    desk.main_state = event->state;
-    if (before != event->state) {
-        desk_message message = desk_new_message(desk_kind::state_changed, &desk.main);
-        message.state = event->state;
-        desk_queue(&message, nullptr);
-    }
+    if (before != event->state) change_main_state(event->state);
     if (event->state == host_state::minimised || event->width < 1 || event->height < 1) return;
+    screen_mark(bitmap_box(&screen.frame));
+    if (event->width == screen.frame.width && event->height == screen.frame.height) return;
     if (event->state == host_state::maximised && before == host_state::restored) {
         const desk_message message = desk_new_message(desk_kind::maximising, &desk.main);
         desk_queue(&message, nullptr);
     }
-    if (desk_menu_is_open()) desk_close_menu();
+    desk_close_menu();
     desk_begin_change();
     desk_clear_bars();
     screen_resize(event->width, event->height); // without memory all stays as large as it was
     desk_layout_main();
     desk_end_change(nullptr);
-    if (screen.frame.width == event->width && screen.frame.height == event->height && before == host_state::minimised)
-        screen_mark(bitmap_box(&screen.frame));
 }
 
 void simple_message(desk_kind kind, const char* text) {

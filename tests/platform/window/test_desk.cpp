@@ -693,6 +693,12 @@ TEST_F(desk_test, ResizeClearsBarsKeepsPixelsAndTells) {
     desk_set_title(desk_main(), "Other");
     EXPECT_STREQ(headless_title(), "Other");
     forget();
+    desk_set_scroll(DESK_VERTICAL, 100, 300, 0);
+    pump();
+    forget();
+    headless_resize(500, 400, host_state::maximised); // nothing new: the bar stays
+    pump();
+    EXPECT_TRUE(messages.empty());
     desk_set_state(desk_main(), host_state::minimised);
     pump();
     EXPECT_EQ(desk_state(desk_main()), host_state::minimised);
