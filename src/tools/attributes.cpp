@@ -15,10 +15,10 @@ canvas_color slot_color(int slot) {
 }
 
 uint8_t reversed(uint32_t bits) {
-    uint8_t result = 0;
+    uint32_t result = 0;
     for (int i = 0; i < 8; ++i)
-        result = static_cast<uint8_t>(result << 1 | (bits >> i & 1));
-    return result;
+        result = result << 1 | (bits >> i & 1);
+    return static_cast<uint8_t>(result);
 }
 
 bool same_clip(const window_attributes& a, const window_attributes& b) {
