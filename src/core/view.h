@@ -43,8 +43,8 @@ void view_to_image(const view* v, int x, int y, int32_t* ix, int32_t* iy);
 // ---- changing what is shown: these set zoom and origin, and draw nothing
 // ---------------------------------------------
 
-// The largest zoom at which the image takes up at most 80 percent of the viewport (for an image smaller than that, the
-// largest whole one), centred.
+// The largest zoom at which four fifths of each side of the image fit into the viewport, or 0 for any between 1 and 2;
+// centred.
 void view_fit(const raster_image* image, view* v);
 
 // Brings the window's point to the middle of the viewport.

@@ -1,0 +1,155 @@
+// The whole program on the headless host, run by a script: its steps are taken one by one, each when the program waits
+// and nothing is due.
+#pragma once
+
+#include "../apps/app_fixture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "core/main.h"
+#include "core/open_image.h"
+#include "core/pick.h"
+#include "core/picture.h"
+#include "core/program.h"
+#include "platform/window/host.h"
+#include "support/log.h"
+#include "support/memory.h"
+#include "surface/file_types.h"
+#include "tnc/penpack.h"
+#include "tools/colors.h"
+#include "tools/events.h"
+#include "tools/process.h"
+#include "tools/windows.h"
+
+class Session : public AppFixture {
+protected:
+    void SetUp() override {
+        AppFixture::SetUp();
+        std::filesystem::current_path(directory);
+        stop_set_action([](void*, int) { ADD_FAILURE() << "the program was stopped"; }, nullptr);
+        live_before = mem_live();
+    }
+    void TearDown() override {
+        tools_leave();
+        file_types_free();
+        penpack_release_scratch();
+        EXPECT_EQ(mem_live(), live_before);
+        stop_set_action(nullptr, nullptr);
+        log_set_sink(nullptr, nullptr);
+        std::filesystem::current_path("/");
+        AppFixture::TearDown();
+    }
+
+    void step(std::function<void()> action) { steps.push_back(std::move(action)); }
+
+    // Runs the program with these arguments to the end of the steps. The exit status.
+    int run_program(std::vector<std::string> arguments, int width, int height, int planes) {
+        const host_screen size = {width, height, planes, 0};
+        picture_view.zoom = picture_view.origin_x = picture_view.origin_y = 0;
+        EXPECT_TRUE(host_start_with(&host_headless, &size, "Main"));
+        headless_on_idle(next_step, this);
+        arguments.insert(arguments.begin(), "tinct");
+        std::vector<char*> words;
+        for (std::string& word : arguments)
+            words.push_back(word.data());
+        words.push_back(nullptr);
+        const int status = tinct_main(static_cast<int>(words.size()) - 1, words.data(), nullptr);
+        EXPECT_TRUE(steps.empty()) << "the program ended before its script";
+        tools_leave();
+        return status;
+    }
+    static bool next_step(void* user) {
+        auto* self = static_cast<Session*>(user);
+        headless_advance(300);
+        if (self->steps.empty()) {
+            quit_requested = true;
+            Post_user_data(0);
+            headless_key(host_key::enter, 13, 0); // for a message that nobody expects
+            return true;
+        }
+        const std::function<void()> action = self->steps.front();
+        self->steps.erase(self->steps.begin());
+        action();
+        return true;
+    }
+
+    // Screen coordinates of a point of the picture's window.
+    static canvas_point on_screen(int x, int y) { return {x + Win_frame_width(), y + Win_frame_height()}; }
+    static void click(int x, int y, int button = HOST_LEFT) {
+        const canvas_point p = on_screen(x, y);
+        headless_click(p.x, p.y, button);
+    }
+
+    // A column and row of the picture where at least `count` surfaces stand.
+    static canvas_point pixel_of_pens(int count) {
+        int32_t pens[PENS_AT_PIXEL_MAX];
+        const raster_image* p = open_image.picture;
+        for (int y = p->height / 3; y < p->height; ++y)
+            for (int x = p->width / 4; x < p->width; ++x)
+                if (pens_at_pixel(open_image.tnc, x, y, pens, PENS_AT_PIXEL_MAX) >= count) return {x, y};
+        ADD_FAILURE() << "no pixel of " << count << " surfaces";
+        return {0, 0};
+    }
+
+    // ---- what the window has to show, worked out pixel by pixel
+    // ------------------------------------------------------
+
+    // Marks the pixels of the window that the highlight covers.
+    static std::vector<bool> highlighted() {
+        const view& v = picture_view;
+        struct walk {
+            const view* v;
+            std::vector<bool> marks;
+        } w = {&v, std::vector<bool>(size_t(v.x2 + 1) * size_t(v.y2 + 1))};
+        if (highlighted_pen == NO_PEN) return w.marks;
+        pen_for_each_run(open_image.tnc, highlighted_pen, &w, [](void* user, int32_t x, int32_t y, int32_t count) {
+            auto* at = static_cast<walk*>(user);
+            const view& u = *at->v;
+            const int n = u.zoom < 0 ? -u.zoom : 1;
+            const int z = u.zoom > 0 ? u.zoom : 1;
+            if (y % n != 0 || y < u.origin_y) return 0;
+            const int row = (y - u.origin_y) / n * z;
+            const int end = std::min((x + count - u.origin_x) * z / n, u.x2 + 1);
+            for (int c = std::max((x - u.origin_x) * z / n, 0); c < end && row <= u.y2; ++c)
+                at->marks[size_t(row) * size_t(u.x2 + 1) + size_t(c)] = true;
+            return 0;
+        });
+        return w.marks;
+    }
+    static canvas_color demanded(const view& v, int x, int y) {
+        const raster_image* p = open_image.picture;
+        const int n = v.zoom < 0 ? -v.zoom : 1;
+        const int z = v.zoom > 0 ? v.zoom : 1;
+        const int column = v.origin_x + static_cast<int>(std::floor(double(x) / z)) * n;
+        const int row = v.origin_y + static_cast<int>(std::floor(double(y) / z)) * n;
+        const bool is_inside = p != nullptr && column >= 0 && row >= 0 && column < p->width && row < p->height;
+        const int left = std::max(0, -v.origin_x * z / n);
+        if (!is_inside || (v.zoom != 0 && x > left + 1674)) return CANVAS_SLOT;
+        const size_t i = size_t(row) * size_t(p->width) + size_t(column);
+        const uint32_t pixel = rgb_dither_pixel(x, y, p->red[i], p->green[i], p->blue[i]);
+        return rgb_depth <= 8 ? CANVAS_SLOT | pixel : pixel;
+    }
+    // How many pixels of the picture's window are wrong; the first is told.
+    static int wrong_pixels() {
+        const view& v = picture_view;
+        const canvas* dc = window_find(v.window)->dc;
+        const std::vector<bool> marks = highlighted();
+        const uint32_t white = rgb_depth <= 8 ? CANVAS_SLOT | rgb_plain_pixel(255, 255, 255) : 0xFFFFFF;
+        int wrong = 0;
+        for (int y = 0; y <= v.y2; ++y) {
+            for (int x = 0; x <= v.x2; ++x) {
+                const bool is_marked = marks[size_t(y) * size_t(v.x2 + 1) + size_t(x)];
+                const uint32_t expected = canvas_pixel(is_marked ? white : demanded(v, x, y));
+                if (canvas_get_pixel(dc, x, y) == expected || wrong++ > 0) continue;
+                ADD_FAILURE() << "at " << x << ", " << y << ", zoom " << v.zoom << ", origin " << v.origin_x << ", "
+                              << v.origin_y << ": " << canvas_get_pixel(dc, x, y) << " and not " << expected;
+            }
+        }
+        return wrong;
+    }
+
+    std::vector<std::function<void()>> steps;
+    long live_before = 0;
+};

@@ -1,0 +1,265 @@
+// Start, dispatch and end of the program, and opening files that are no pictures.
+#include "session.h"
+
+#include "core/appforms.h"
+#include "core/region.h"
+#include "core/viewtools.h"
+
+namespace {
+
+using Main = Session;
+
+std::string calls; // of the forms below
+
+int test_main_create(int own, int* window) {
+    calls += "main" + std::to_string(own) + " ";
+    *window = 0;
+    return 1;
+}
+void test_location(int* x, int* y) {
+    *x = 300;
+    *y = 200;
+}
+int test_process(uint32_t event) {
+    calls += "event" + std::to_string(event) + " ";
+    return 0;
+}
+
+void drop(const char* path) {
+    host_event event = {};
+    event.kind = host_event_kind::drop;
+    event.path = path;
+    headless_post(&event);
+}
+
+void note(void* argument) {
+    calls += static_cast<const char*>(argument);
+}
+
+} // namespace
+
+TEST_F(Main, ComesUpWithoutAPictureAndOpensWhatIsDropped) {
+    write_pair();
+    step([] {
+        EXPECT_STREQ(headless_title(), "Korvane Tinct V3.4.0");
+        EXPECT_EQ(wrong_pixels(), 0); // black
+        click(10, 10);                // nothing to pick, nothing to zoom
+        headless_type("+fb");
+        headless_key(host_key::escape, 27, 0);
+    });
+    step([] { drop("still.tnc"); });
+    step([] {
+        EXPECT_STREQ(headless_title(), "Korvane Tinct V3.4.0 - still.tnc");
+        EXPECT_EQ(picture_view.zoom, 64); // 4 by 3 in 310 by 230
+        EXPECT_EQ(wrong_pixels(), 0);
+        // Both surfaces stand at column 1 of row 0.
+        click((1 - picture_view.origin_x) * 64 + 5, (0 - picture_view.origin_y) * 64 + 5);
+    });
+    step([] {
+        EXPECT_STREQ(headless_title(), "Korvane Tinct V3.4.0 - still.tnc - surface 1");
+        EXPECT_EQ(wrong_pixels(), 0);
+        headless_type("-");
+    });
+    step([] { click((0 - picture_view.origin_x) * 32 - 1, (0 - picture_view.origin_y) * 32); }); // just left of it
+    step([] {
+        EXPECT_EQ(highlighted_pen, 1);
+        EXPECT_EQ(headless_cursor(), host_cursor::arrow);
+        click(2, 2, HOST_RIGHT); // goes on at the same pixel
+    });
+    step([] {
+        EXPECT_EQ(highlighted_pen, 2);
+        click((0 - picture_view.origin_x) * 32, (2 - picture_view.origin_y) * 32); // a pixel of no surface
+    });
+    step([] {
+        EXPECT_EQ(highlighted_pen, NO_PEN);
+        EXPECT_EQ(wrong_pixels(), 0);
+    });
+    EXPECT_EQ(run_program({}, 316, 236, 24), 0);
+}
+
+TEST_F(Main, AFailedFileShowsItsMessageAndTheProgramRunsOn) {
+    write_pair();
+    std::filesystem::remove(directory + "/still.rgb");
+    // While the box is up the picture's window is covered; Return closes it.
+    step([] {
+        EXPECT_GT(headless_shown(158, 118).red, 0); // the box, in the middle of a black screen
+        headless_key(host_key::enter, 13, 0);
+    });
+    step([] { EXPECT_EQ(open_image.picture, nullptr); });
+    step([] { EXPECT_EQ(wrong_pixels(), 0); });
+    EXPECT_EQ(run_program({"-f", "still.tnc"}, 316, 236, 8), 0);
+}
+
+TEST_F(Main, ArgumentsComeFromTheLineAndFromFiles) {
+    write_pair();
+    write("args", "-f \"st ill.tnc\""); // blanks are taken out
+    for (const std::vector<std::string>& line : {std::vector<std::string>{"-f", "still.tnc"},
+                                                 {"-fstill.tnc"},
+                                                 {"@args"},
+                                                 {"-x", "-f", "none.tnc", "-f", "s till.tnc"}}) {
+        step([] { EXPECT_NE(open_image.picture, nullptr); });
+        EXPECT_EQ(run_program(line, 316, 236, 24), 0);
+    }
+    step([] { EXPECT_EQ(open_image.picture, nullptr); });
+    EXPECT_EQ(run_program({"--", "-f", "still.tnc"}, 316, 236, 24), 0);
+}
+
+TEST_F(Main, TwentyBrokenPairsInARowLeaveItRunning) {
+    static std::vector<std::string> messages;
+    static int stops;
+    messages.clear();
+    stops = 0;
+    const std::string tnc = read(write_pair());
+    const std::string raster = read(directory + "/still.rgb");
+    for (int i = 0; i < 20; ++i) {
+        const std::string stem = "b" + std::to_string(i);
+        std::string bad_tnc = tnc;
+        std::string bad_raster = raster;
+        // A raster that is cut; a .tnc file that is cut, that has a wrong byte; a missing file of either kind.
+        if (i % 4 == 0) bad_raster.resize(raster.size() * size_t(i) / 24);
+        if (i % 4 == 1) bad_tnc.resize(9 + (tnc.size() - 9) * size_t(i) / 24);
+        if (i % 4 == 2) bad_tnc[size_t(i) + 10] = static_cast<char>(bad_tnc[size_t(i) + 10] ^ 0x5A);
+        bad_tnc.replace(4, 5, stem + std::string(5 - stem.size(), '_'));
+        if (i % 8 != 3) write(bad_tnc.substr(4, 5) + ".rgb", bad_raster);
+        if (i % 8 != 7) write(stem + ".tnc", bad_tnc);
+        step([stem] {
+            log_set_sink([](void*, int, const char* text) { messages.emplace_back(text); }, nullptr);
+            stop_set_action([](void*, int) { ++stops; }, nullptr);
+            drop((stem + ".tnc").c_str());
+        });
+        step([] { EXPECT_EQ(wrong_pixels(), 0); });
+    }
+    step([] { drop("still.tnc"); });
+    step([] {
+        EXPECT_NE(open_image.picture, nullptr);
+        EXPECT_EQ(wrong_pixels(), 0);
+    });
+    EXPECT_EQ(run_program({"-f", "still.tnc"}, 316, 236, 24), 0);
+    EXPECT_GE(messages.size(), 10u);
+}
+
+TEST_F(Main, ClosingAsksAboutChanges) {
+    write_pair();
+    step([] { open_image.image_changed = true; });
+    step([] {
+        host_event event = {};
+        event.kind = host_event_kind::close;
+        headless_post(&event);
+    });
+    step([] { headless_key(host_key::escape, 27, 0); }); // Cancel
+    step([] {
+        EXPECT_TRUE(open_image.image_changed);
+        EXPECT_NE(desk_main(), nullptr);
+        drop("still.tnc");
+    });
+    step([] { headless_key(host_key::enter, 13, 0); }); // OK
+    step([] { EXPECT_FALSE(open_image.image_changed); });
+    EXPECT_EQ(run_program({"-f", "still.tnc"}, 316, 236, 24), 0);
+}
+
+TEST_F(Main, AWideViewportKeepsItsZoomedRowsShort) {
+    write_raster("wide.rgb", 1000, 2);
+    write("wide.tnc", std::string("\xFA\x03\xF3\x01", 4) + "wide.rgb" + std::string("\0\xF9\x01\x00\xFF\xFF", 6));
+    int cover = -1;
+    step([] { headless_type("+"); });
+    step([&] {
+        EXPECT_EQ(picture_view.zoom, 4);
+        EXPECT_EQ(wrong_pixels(), 0);
+        ASSERT_EQ(Create_win_no_border(0, 1611, 11, 1820, 47, &cover), 0);
+        Display_win(cover);
+    });
+    step([&] { Delete_win(cover); });
+    step([] { EXPECT_EQ(wrong_pixels(), 0); });
+    EXPECT_EQ(run_program({"-f", "wide.tnc"}, 1900, 60, 24), 0);
+}
+
+TEST_F(Main, FormsAreAskedAtTheirPlaces) {
+    write_pair();
+    calls.clear();
+    forms.main_create = test_main_create;
+    forms.main_location = forms.pattern_location = test_location;
+    forms.process_event = test_process;
+    forms.show_pen = [](int pen) { calls += "pen" + std::to_string(pen) + " "; };
+    forms.release_button = [](int gadget) { calls += "release" + std::to_string(gadget) + " "; };
+    step([] {
+        // From the frame's size to the forms, less a frame.
+        int x1, y1, x2, y2;
+        Inq_win_region(picture_view.window, &x1, &y1, &x2, &y2);
+        EXPECT_EQ(x2, 300 - 1 - Win_frame_width());
+        EXPECT_EQ(y2, 200 - 1 - Win_frame_height());
+        calls.clear();
+        click(2, 2);
+    });
+    step([] {
+        EXPECT_EQ(calls, "pen1 event2 "); // the region has taken the press; the release is everyone's
+        set_pen(1);
+        tool_set(tool_zoom_box, 12);
+        tool_set(tool_pan, 22);
+        headless_click(350, 220, HOST_LEFT); // outside of all regions: the tool's end
+        calls.clear();
+    });
+    step([] {}); // the window outside waits for a double click
+    step([] {
+        EXPECT_NE(calls.find("release22 event2 "), std::string::npos) << calls;
+        EXPECT_EQ(current_tool, tool_default);
+        EXPECT_STREQ(headless_title(), "Korvane Tinct V3.4.0 - still.tnc");
+        // A box whose second corner lies in another window ends the tool.
+        view other = picture_view;
+        other.window = 5;
+        tool_set(tool_zoom_box, NO_GADGET);
+        current_tool(&picture_view, 5, 5);
+        current_tool(&other, 9, 9);
+        EXPECT_EQ(current_tool, tool_default);
+        // A restart keeps the image and the view.
+        const view before = picture_view;
+        Post_user_data(0); // ends the wait of the window that stands in
+        close_forms(1);
+        EXPECT_FALSE(forms_up);
+        EXPECT_EQ(init_forms(), 1);
+        EXPECT_EQ(picture_view.zoom, before.zoom);
+        EXPECT_EQ(picture_view.origin_x, before.origin_x);
+        EXPECT_EQ(wrong_pixels(), 0);
+    });
+    EXPECT_EQ(run_program({"-f", "still.tnc"}, 400, 300, 24), 0);
+    forms.main_create = [](int, int*) { return 0; };
+    log_set_sink(nullptr, nullptr);
+    step([] { headless_key(host_key::enter, 13, 0); });
+    EXPECT_EQ(run_program({}, 400, 300, 24), 1); // "Failed to initialize forms"
+    forms = {};
+}
+
+TEST(Regions, TheFirstThatHoldsThePointActs) {
+    static char a[] = "a", b[] = "b", c[] = "c";
+    calls.clear();
+    EXPECT_EQ(region_add(7, 10, 10, 20, 20, note, a), 0);
+    EXPECT_EQ(region_add(7, 15, 10, 30, 20, note, b), 1);
+    EXPECT_EQ(region_hit(7, 15, 20) + region_hit(7, 21, 10) + region_hit(7, 20, 10), 3);
+    EXPECT_EQ(region_hit(7, 15, 21) + region_hit(8, 15, 15) + region_hit(7, 9, 15), 0);
+    EXPECT_EQ(region_add(7, 10, 10, 12, 20, note, c), 0); // replaced, though x2 differs
+    EXPECT_EQ(region_hit(7, 12, 12) + region_hit(7, 13, 12), 1);
+    EXPECT_EQ(calls, "abac");
+    for (int i = 2; i < REGION_COUNT; ++i)
+        EXPECT_EQ(region_add(9, i, 0, i, 0, note, a), i);
+    EXPECT_EQ(region_add(9, 999, 0, 999, 0, note, a), -1);
+    region_remove(-1);
+    region_remove(REGION_COUNT);
+    region_remove(77);
+    EXPECT_EQ(region_add(9, 999, 0, 999, 0, note, a), 77);
+    for (int i = 0; i < REGION_COUNT; ++i)
+        region_remove(i);
+    EXPECT_EQ(region_hit(7, 15, 15), 0);
+}
+
+TEST(FormHooks, ColoursAndKeysAreTranslated) {
+    std::string colors, keys;
+    for (int i = -1; i <= 14; ++i)
+        colors += std::to_string(program_form_hooks.color(i)) + " ";
+    EXPECT_EQ(colors, "1 1 2 3 4 5 6 1 8 9 10 1 12 1 14 1 ");
+    for (int i = -1; i <= 200; ++i) {
+        int key = i;
+        const int used = program_form_hooks.key_filter(&key);
+        if (used != 0 || key != i) keys += std::to_string(i) + ">" + std::to_string(key) + (used != 0 ? " " : "! ");
+    }
+    EXPECT_EQ(keys, "1>1 2>2 3>3 4>4 5>5 6>6 8>8 11>11 14>14 16>16 20>20 25>25 127>8 128>2 131>14 132>6 133>16 "
+                    "141>13! ");
+}
