@@ -1,5 +1,8 @@
 // Save-restore areas: pop-ups that hold the pixels under them and vanish without a trace. The copies of window 0's
 // record that they leave form a chain, the newest first.
+//
+// An area takes the mouse but isn't made the platform's active window: the caption that shows as active would change,
+// and that would be a trace. Keys belong to no window in the layers above, so that they reach the program all the same.
 #include "support/memory.h"
 #include "tools/windata.h"
 
@@ -128,7 +131,6 @@ int Create_SR_area(int window, int x1, int y1, int x2, int y2) {
     desk_raise(popup);
     desk_show(popup);
     desk_validate(popup, nullptr);
-    desk_activate(popup);
     desk_set_capture(popup);
     save_pixels(w);
     return 0;

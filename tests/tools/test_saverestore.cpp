@@ -22,6 +22,23 @@ protected:
     int first = -1, second = -1;
 };
 
+TEST_F(SaveRestore, the_active_caption_stays_as_it_is) {
+    int a = -1, b = -1, w = -1;
+    Create_win(0, "A", 200, 60, 279, 99, &a);
+    Create_win(0, "B", 220, 120, 299, 159, &b);
+    for (int n : {a, b}) {
+        Display_win(n);
+        paint(n, 80, 40);
+    }
+    desk_activate(window_find(a)->handle);
+    const std::vector<uint8_t> before = screen();
+    Enter_SR(0, 0, &w);
+    Create_SR_area(0, 210, 30, 259, 139);
+    Delete_SR_area(0);
+    EXPECT_EQ(screen(), before);
+    EXPECT_EQ(desk_active(), window_find(a)->handle);
+}
+
 TEST_F(SaveRestore, the_mode_and_the_areas_go_in_order) {
     int w = -1;
     EXPECT_EQ(Create_SR_area(0, 0, 0, 9, 9), -1);
