@@ -16,7 +16,7 @@ protected:
         return 0;
     }
     // A grey picture of one strip, plain.
-    static hand_file grey(bool big, const picture& p, std::vector<hand_entry> more = {}) {
+    static hand_file grey(bool big, const picture& p, const std::vector<hand_entry>& more = {}) {
         hand_file f(big);
         bytes_of_file data;
         for (uint32_t v : p.values)
@@ -266,12 +266,12 @@ TEST_F(Directory, SamplesOfAllDepths) {
             hand_file f(big);
             bytes_of_file data;
             for (int y = 0; y < p.height; ++y) {
-                bytes_of_file row(static_cast<size_t>(p.width * bits + 7) / 8);
+                bytes_of_file row((size_t(p.width) * size_t(bits) + 7) / 8);
                 for (int x = 0; x < p.width; ++x)
                     for (int b = 0; b < bits; ++b) {
                         // Whole bytes stand in the file's order.
                         int from = bits % 8 == 0 && !big ? 8 * (b / 8) + 7 - b % 8 : bits - 1 - b;
-                        auto at = static_cast<size_t>(x * bits + b);
+                        auto at = size_t(x) * size_t(bits) + size_t(b);
                         if ((p.at(x, y) >> from & 1) != 0) row[at / 8] |= static_cast<uint8_t>(0x80 >> at % 8);
                     }
                 data.insert(data.end(), row.begin(), row.end());

@@ -50,7 +50,10 @@ TEST_F(Peers, FilesOfTheToolsAreRead) {
                     for (const char* planes : {"contig", "separate"}) {
                         if (samples == 1 && std::string(planes) == "separate") continue;
                         if (bits < 8 && coding == "lzw:2") continue; // the tools have no such thing
-                        std::string how = std::string(order) + " -p " + planes + " -c " + coding + " " + layout;
+                        std::string how;
+                        for (const std::string& part : {std::string(order), std::string(" -p "), std::string(planes),
+                                                        std::string(" -c "), coding, std::string(" "), layout})
+                            how += part;
                         ASSERT_TRUE(run("tiffcp " + how + " in.tif out.tif")) << how << said;
                         bool refused = samples > 1 && planes[0] == 's' && layout[1] == 't' && coding[0] == 'l';
                         if (refused) {

@@ -8,6 +8,7 @@ protected:
     // Tags of the directory at `at` in the order of the file.
     static std::vector<int> tags_at(const bytes_of_file& b, size_t at) {
         std::vector<int> tags;
+        tags.reserve(load_u16le(&b[at]));
         for (int i = 0; i < load_u16le(&b[at]); ++i)
             tags.push_back(load_u16le(&b[at + 2 + static_cast<size_t>(i) * 12]));
         return tags;
@@ -221,6 +222,7 @@ TEST_F(Writing, ColourTables) {
     for (auto [bits, coding] : {std::pair{8, 1}, {4, 5}, {2, 32773}}) {
         picture p = make_picture(21, 9, 1, bits);
         std::vector<rzl_vlt_entry> vlt;
+        vlt.reserve(300);
         for (int i = 0; i < 1 << bits; ++i)
             vlt.push_back({uint16_t(i), uint16_t(i << 8), uint16_t(0xFF00 - (i << 8)), 0x1200});
         vlt.push_back({999, 1, 1, 1}); // no place for it

@@ -200,7 +200,7 @@ bool read_colour_map(CFILE* c, tif_image* image) {
         return refuse(c, RZL_READ_FAILED, "IFD");
     }
     if (image->colour_map == nullptr && !tif_need_map(image)) return refuse(c, RZL_NO_MEMORY, nullptr);
-    uint8_t block[3 * TIF_MAP_ENTRIES * 2];
+    uint8_t block[3 * TIF_MAP_ENTRIES * 2] = {};
     if (!tif_read_at(c, tif_u32(spec, entry + 8), block, values * 2)) return refuse(c, RZL_READ_FAILED, "IFD");
     for (size_t i = 0; i < values; ++i)
         image->colour_map[i] = tif_u16(spec, block + i * 2);

@@ -301,7 +301,7 @@ bool tif_keep_user_tag(tif_image* image, uint16_t tag, uint16_t type, uint32_t c
 int tif_get_packet(CFILE* c, void* buffer);
 int tif_put_packet(CFILE* c, const void* buffer);
 bool tif_find_transform(CFILE* c, tif_image* image); // looks through the packets; false: damaged or no memory
-bool tif_make_packets(CFILE* c, tif_image* image, uint8_t** words, uint32_t* count); // for tag 33918, owned
+bool tif_make_packets(CFILE* c, tif_image* image, uint8_t** packets, uint32_t* count); // for tag 33918, owned
 int tif_get_vlt(CFILE* c, rzl_vlt_entry* entries);
 bool tif_take_vlt(CFILE* c, tif_image* image); // the application's table into the map; false: no memory
 bool tif_need_map(tif_image* image);           // a neutral map when there is none; false: no memory

@@ -26,6 +26,8 @@ uint64_t expansion_of(uint16_t compression) {
 // A row of tiles is held in memory: so much is taken on trust, blank tiles having hardly any code.
 constexpr uint64_t TRUSTED_BYTES = 1 << 24;
 constexpr uint64_t TILE_ROW_EXPANSION = 1400;
+// A file under update may not have its lines yet.
+constexpr uint64_t UNWRITTEN_BYTES = 1 << 20;
 
 bool line_fits(const tif_image* image, uint64_t file_bytes) {
     uint64_t row = tif_row_bytes(image, 0);
@@ -163,8 +165,9 @@ uint32_t tif_judge(CFILE* c, const tif_image* image, const char** detail) {
         // Words of bilevel lines hold 16 pixels, and tiles stand beside each other in them.
         if (tif_is_bilevel(image) && image->tile_width % 16 != 0) return RZL_BAD_TILE_SIZE;
     }
-    if (c->mode != MODE_READ) return 0;
+    if ((image->flags & TIF_IN_FILE) == 0) return 0;
     auto bytes = static_cast<uint64_t>(std::max<int64_t>(io_size(c), 0));
+    if (c->mode != MODE_READ) bytes += UNWRITTEN_BYTES;
     *detail = "image size";
     return line_fits(image, bytes) && tile_row_fits(image, bytes) ? 0 : RZL_BAD_IMAGE_SIZE;
 }

@@ -96,7 +96,8 @@ size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, 
     const uint8_t* end = source + size;
     size_t at = 0;
     while (at < length && p != end) {
-        int control = static_cast<int8_t>(*p++);
+        int control = *p < 128 ? *p : *p - 256;
+        ++p;
         if (control >= 0) {
             auto wanted = static_cast<size_t>(control) + 1;
             if (wanted + STEP <= length - at && wanted + STEP <= static_cast<size_t>(end - p)) {

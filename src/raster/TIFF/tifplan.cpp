@@ -10,6 +10,9 @@ namespace {
 
 constexpr const char* SOURCE = "TIFF/tifwrthd";
 
+// Strips that a file under update can get beyond those that it has.
+constexpr uint64_t MOST_NEW_ENTRIES = 1 << 20;
+
 // Compression classes of the handle.
 constexpr uint32_t CLASS_NONE = 0;
 constexpr uint32_t CLASS_RUNS = 2;
@@ -241,7 +244,13 @@ bool tif_plan_strips(CFILE* c, tif_image* image) {
 // the file is then too small.
 bool tif_need_entry(CFILE* c, tif_image* image, uint32_t entry) {
     if (entry < image->strip_count) return true;
+    auto segments = uint64_t{tif_segments(image)} * static_cast<uint64_t>(tif_shape_of(image).planes);
+    // Arrays as long as a damaged file says could be anything.
+    uint64_t room = uint64_t{image->strip_count} * 2 + MOST_NEW_ENTRIES;
+    if (entry >= room) {
+        fail(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+        return false;
+    }
     image->flags |= TIF_OUT_OF_DATE;
-    tif_shape shape = tif_shape_of(image);
-    return resize_arrays(c, image, std::max(entry + 1, tif_segments(image) * static_cast<uint32_t>(shape.planes)));
+    return resize_arrays(c, image, static_cast<uint32_t>(segments > entry ? std::min(segments, room) : entry + 1));
 }

@@ -1,8 +1,8 @@
 // TIFF: rows on their way into the file. Rows of a segment are gathered until it is complete, then coded and stored
 // behind everything else. Plain rows of a segment that the file has already go straight to their place.
 //
-// A segment that is left unfinished is stored as well, with zeros for the rows that were not put. When a segment can't
-// be stored its rows are dropped: the call that completed it tells.
+// A segment that is left unfinished is stored as well, in a new file with zeros for the rows that were not put. When a
+// segment can't be stored its rows are dropped: the call that completed it tells.
 #include <algorithm>
 #include <cstring>
 
@@ -40,15 +40,38 @@ bool replace_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t ro
     return true;
 }
 
-bool need_rows(CFILE* c, const tif_image* image, uint32_t segment) {
+// Moves the rows that were put to a block for more of them.
+void move_rows(const tif_image* image, tif_gathering* out, uint8_t* block, size_t plane_bytes) {
+    size_t bytes = out->next_row * static_cast<size_t>(tif_row_bytes(image, 0));
+    for (size_t plane = 0; bytes != 0 && plane < static_cast<size_t>(tif_shape_of(image).planes); ++plane)
+        std::memcpy(block + plane * plane_bytes, out->rows + plane * out->plane_bytes, bytes);
+}
+
+// Room for the first `count` rows of the segment. It grows with the rows that come, since what a damaged file says of
+// its strips can be anything.
+bool need_rows(CFILE* c, const tif_image* image, uint32_t count) {
     tif_gathering* out = &tif_spec_of(c)->out;
-    uint64_t plane = 0;
+    uint64_t row = tif_row_bytes(image, 0);
+    if (out->plane_bytes != 0 && row * count <= out->plane_bytes) return true;
+    uint64_t full = 0;
     uint64_t all = 0;
-    bool fits = checked_mul(tif_row_bytes(image, 0), tif_rows_of(image, segment), &plane) &&
-                checked_mul(plane, static_cast<uint64_t>(tif_shape_of(image).planes), &all);
+    bool fits = checked_mul(row, tif_rows_of(image, static_cast<uint32_t>(out->segment)), &full);
+    uint64_t plane = std::max(row * count, std::min({full, uint64_t{out->plane_bytes} * 2, uint64_t{1} << 24}));
+    plane = std::max(plane, std::min(full, uint64_t{1} << 20));
+    fits = fits && checked_mul(plane, static_cast<uint64_t>(tif_shape_of(image).planes), &all);
     if (!fits) return refuse(c, RZL_NO_MEMORY, nullptr);
+    if (out->rows != nullptr && all <= out->rows_room && out->next_row == 0) {
+        out->plane_bytes = static_cast<size_t>(plane);
+        return true;
+    }
+    auto* block = static_cast<uint8_t*>(mem_alloc(static_cast<size_t>(all)));
+    if (block == nullptr) return refuse(c, RZL_NO_MEMORY, nullptr);
+    move_rows(image, out, block, static_cast<size_t>(plane));
+    mem_free(out->rows);
+    out->rows = block;
+    out->rows_room = static_cast<size_t>(all);
     out->plane_bytes = static_cast<size_t>(plane);
-    return tif_need_room(c, &out->rows, &out->rows_room, all);
+    return true;
 }
 
 void clear_rows(const tif_image* image, tif_gathering* out, uint32_t first, uint32_t end) {
@@ -143,7 +166,7 @@ bool tif_begin_put(CFILE* c, uint32_t segment) {
     if (tif_is_stored(image, segment)) return refuse(c, RZL_MODIFY_COMPRESSED, "Cannot modify compressed data");
     out->segment = segment;
     out->next_row = 0;
-    if (!tif_is_fax(image->compression) && !need_rows(c, image, segment)) return false;
+    out->plane_bytes = 0;
     // What was read of it, before it was put, is no longer so.
     tif_spec_of(c)->in.segment = -1;
     out->waiting = true;
@@ -155,7 +178,7 @@ uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row) {
     tif_gathering* out = &tif_spec_of(c)->out;
     bool alone = image->samples_per_pixel == 1 || (tif_bits(image) == 8 && tif_shape_of(image).planes == 1);
     if (!alone || (image->compression == TIF_PLAIN && tif_is_stored(image, segment))) return nullptr;
-    if (!tif_begin_put(c, segment)) return nullptr;
+    if (!tif_begin_put(c, segment) || !need_rows(c, image, row + 1)) return nullptr;
     clear_rows(image, out, out->next_row, row);
     return out->rows + row * static_cast<size_t>(tif_row_bytes(image, 0));
 }
@@ -172,7 +195,7 @@ bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows
     if (image->compression == TIF_PLAIN && tif_is_stored(image, segment)) {
         return tif_flush_segment(c) && replace_row(c, image, segment, row, rows);
     }
-    if (!tif_begin_put(c, segment)) return false;
+    if (!tif_begin_put(c, segment) || !need_rows(c, image, row + 1)) return false;
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
     clear_rows(image, out, out->next_row, row);
     for (int plane = 0; plane < tif_shape_of(image).planes; ++plane)
@@ -186,9 +209,11 @@ bool tif_flush_segment(CFILE* c) {
     tif_gathering* out = &tif_spec_of(c)->out;
     if (!out->waiting) return true;
     auto segment = static_cast<uint32_t>(out->segment);
-    uint32_t rows = tif_rows_of(image, segment);
+    // A file under update gets the rows that were put: how many its strips have can be anything.
+    uint32_t rows = c->mode == MODE_UPDATE && !tif_is_tiled(image) ? out->next_row : tif_rows_of(image, segment);
     out->waiting = false;
     if (tif_is_fax(image->compression)) return tif_end_fax(c, segment, rows);
+    if (!need_rows(c, image, rows)) return false;
     clear_rows(image, out, out->next_row, rows);
     return tif_save_segment(c, segment, out->rows, out->plane_bytes, rows);
 }

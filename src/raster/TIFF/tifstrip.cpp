@@ -18,12 +18,19 @@ bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_
     return false;
 }
 
+// Bytes that the code of so many bytes can have, with room for codes that stand for nothing. What an entry claims
+// beyond is not looked at, so that the tiles of a small file can't all claim the whole of it.
+uint64_t most_coded(const tif_image* image, uint64_t plain) {
+    if (image->compression == TIF_PLAIN) return plain;
+    return plain * (tif_is_fax(image->compression) ? 16 : 2) + 4096;
+}
+
 // Bytes of an entry that the file has. A size of 0 stands for that of the data without coding.
 uint64_t coded_bytes(CFILE* c, const tif_image* image, uint32_t entry, uint64_t plain) {
     if (!tif_is_stored(image, entry)) return 0;
     int64_t left = io_size(c) - c->base_offset - image->strip_offsets[entry];
     uint64_t bytes = image->strip_byte_counts[entry] != 0 ? image->strip_byte_counts[entry] : plain;
-    return std::min(bytes, static_cast<uint64_t>(std::max<int64_t>(left, 0)));
+    return std::min({bytes, most_coded(image, plain), static_cast<uint64_t>(std::max<int64_t>(left, 0))});
 }
 
 bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) {
@@ -262,6 +269,7 @@ const uint8_t* waiting_row(const CFILE* c, uint32_t segment, uint32_t row, int p
 bool open_fax(CFILE* c, const tif_image* image, uint32_t segment) {
     tif_reading* in = &tif_spec_of(c)->in;
     if (in->segment == int64_t{segment} && in->fax != nullptr) return true;
+    if (image->image_width == 0) return refuse(c, RZL_READ_FAILED, "image size");
     if (!take_segment(c, image, segment)) return false;
     tif_shape shape = tif_shape_of(image);
     uint32_t rows = tif_rows_of(image, segment);
@@ -338,6 +346,11 @@ bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes) {
 const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
     const tif_image* image = tif_image_of(c);
     auto bytes = static_cast<size_t>(tif_row_bytes(image, plane));
+    if (bytes == 0) {
+        // An image without pixels has no rows.
+        refuse(c, RZL_READ_FAILED, "image size");
+        return nullptr;
+    }
     const uint8_t* found = waiting_row(c, segment, row, plane, bytes);
     if (found == nullptr) {
         if (image->compression == TIF_PLAIN && !is_decoded_whole(image, segment)) {
@@ -379,7 +392,7 @@ bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words) {
 }
 
 uint32_t tif_fetch_runs(CFILE* c, uint32_t segment, uint32_t row, uint16_t* runs, size_t room, size_t* count) {
-    if (!open_fax(c, tif_image_of(c), segment)) return CIT_NO_MEMORY;
+    if (!open_fax(c, tif_image_of(c), segment)) return CIT_NO_MEMORY; // with the status set
     uint32_t result = cit_reader_runs(tif_spec_of(c)->in.fax, row, runs, room, count);
     if (result == CIT_NO_MEMORY) refuse(c, RZL_NO_MEMORY, nullptr);
     if (result != CIT_BAD_DATA) return result;
