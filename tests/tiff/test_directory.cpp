@@ -215,6 +215,45 @@ TEST_F(Directory, MissingAndShortStrips) {
     EXPECT_LT(last, 10);
 }
 
+// What takes long, or much memory, in proportion to nothing.
+TEST_F(Directory, HostileSizes) {
+    const struct {
+        std::vector<hand_entry> entries;
+    } files[] = {
+        {{{257, 3, {6}}, {258, 3, {8}}, {259, 3, {32773}}, {273, 4, {8}}, {279, 4, {99}}}}, // no width
+        {{{256, 4, {65536}},
+          {257, 4, {64}},
+          {258, 3, {8}},
+          {259, 3, {5}},
+          {322, 3, {1}},
+          {323, 3, {64}},
+          {324, 4, {8}},
+          {325, 4, {0xFFFFFFFF}}}}, // a tile a pixel
+        {{{256, 4, {64}}, {257, 4, {0x7FFFFFFF}}, {258, 3, {8}}, {259, 3, {1}}, {273, 4, {0}}, {278, 3, {1}}}},
+        {{{256, 4, {64}}, {257, 4, {0x7FFFFFFF}}, {258, 3, {8}}, {259, 3, {5}}, {273, 4, {0}}}},
+    };
+    for (const auto& row : files) {
+        hand_file f(false);
+        f.add_directory(row.entries);
+        f.bytes.resize(600, 0x81);
+        long before = mem_live();
+        CFILE* c = open(f);
+        if (c != nullptr) {
+            readable_lines(c);
+            rzl_close(c);
+        }
+        // Lines put far down in a file that has hardly a strip.
+        c = rzl_open_rw(file().c_str());
+        ASSERT_NE(c, nullptr);
+        bytes_of_file line(70000);
+        for (int y : {0, 1, 5, 100000000})
+            if (y < c->ysize && rzl_seek(c, y) == 0) (void)rzl_putline(c, line.data());
+        rzl_close(c);
+        EXPECT_LT(std::filesystem::file_size(file()), 20000000u);
+        EXPECT_EQ(mem_live(), before);
+    }
+}
+
 TEST_F(Directory, ChainsOfImages) {
     picture p = make_picture(8, 6, 1, 8);
     // Main image, and two more of those kinds; the second lacks most entries.

@@ -93,3 +93,80 @@ TEST_F(Peers, OurFilesAreAccepted) {
                 }
     }
 }
+
+TEST_F(Peers, FourSamplesAndPalettes) {
+    NEEDS_PROGRAM("convert");
+    NEEDS_PROGRAM("tiffinfo");
+    picture p = make_picture(41, 23, 4, 8);
+    bytes_of_file raw(p.values.begin(), p.values.end());
+    for (const char* how : {"-compress none", "-compress lzw", "-compress zip -compress lzw -interlace plane"}) {
+        write_bytes(path("raw.cmyk"), raw);
+        std::string command = "convert -size 41x23 -depth 8 cmyk:raw.cmyk ";
+        command += how;
+        ASSERT_TRUE(run(command + " a.tif")) << said;
+        EXPECT_TRUE(read_library(path("a.tif")) == p) << how;
+        EXPECT_TRUE(read_library(path("a.tif"), true) == p) << how;
+    }
+    for (const field_values& fields :
+         std::vector<field_values>{{}, {{501, 5}, {502, 2}}, {{501, 32773}, {503, 2}}, {{100, 16}}}) {
+        ASSERT_EQ(write_library(path("a.tif"), p, fields), 0u);
+        ASSERT_TRUE(run("tiffinfo -D a.tif >/dev/null") && said.empty()) << said;
+        ASSERT_TRUE(run("convert a.tif -depth 8 cmyk:back")) << said;
+        EXPECT_EQ(read_bytes(path("back")), raw);
+    }
+    // A palette gives its colours, as the other program sees them.
+    picture q = make_picture(41, 23, 3, 8);
+    for (uint32_t& v : q.values)
+        v &= 0xC0;
+    write_pnm(path("in.pnm"), q);
+    ASSERT_TRUE(run("convert in.pnm -type palette -compress lzw p.tif")) << said;
+    CFILE* c = rzl_open_r(path("p.tif").c_str());
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(field_of(c, RZL_FIELD_PHOTOMETRIC), 3);
+    bytes_of_file rgb(41 * 3);
+    for (int y = 0; y < q.height; ++y) {
+        ASSERT_EQ(rzl_getline_interleaved(c, rgb.data()), 0);
+        for (int x = 0; x < 41 * 3; ++x)
+            EXPECT_EQ(rgb[size_t(x)], q.values[size_t(y * 41 * 3 + x)]);
+    }
+    rzl_close(c);
+}
+
+// A page of the size of a drawing: every coding of the fax family, in one strip and by default.
+TEST_F(Peers, LargePages) {
+    NEEDS_PROGRAM("tiffcp");
+    constexpr int WIDTH = 5003, HEIGHT = 7001;
+    const size_t row = (WIDTH + 7) / 8;
+    bytes_of_file page(row * HEIGHT), words(row + 1);
+    std::mt19937 random(3);
+    for (int stroke = 0; stroke < 60000; ++stroke) {
+        size_t x = random() % (row - 2);
+        size_t y = random() % (HEIGHT - 40);
+        for (size_t i = 0; i < 10 + x % 30; ++i)
+            page[(y + i) * row + x] |= static_cast<uint8_t>(0x7E >> (i % 3));
+    }
+    for (int coding : {2, 3, 4})
+        for (int rows : {0, -1}) {
+            CFILE* c = new_tiff(path("a.tif"), {WIDTH, HEIGHT, 1, 1, {}}, {{501, coding}, {505, rows}});
+            for (size_t y = 0; y < HEIGHT; ++y) {
+                tif_row_to_words(&page[y * row], WIDTH, words.data());
+                ASSERT_EQ(rzl_putline(c, words.data()), 0);
+            }
+            ASSERT_EQ(rzl_finish(c), 0u);
+            ASSERT_TRUE(run("tiffcp -c none -r 100000 a.tif b.tif && tiffcp -c g4 -r 1000 b.tif c.tif") && said.empty())
+                << said;
+            for (const char* file : {"b.tif", "c.tif"}) {
+                c = rzl_open_r(path(file).c_str());
+                ASSERT_NE(c, nullptr);
+                bytes_of_file back(row);
+                size_t wrong = 0;
+                for (size_t y = 0; y < HEIGHT; ++y) {
+                    ASSERT_EQ(rzl_getline(c, words.data()), 0);
+                    tif_words_to_row(words.data(), WIDTH, back.data());
+                    wrong += std::equal(back.begin(), back.end(), page.begin() + static_cast<long>(y * row)) ? 0 : 1;
+                }
+                EXPECT_EQ(wrong, 0u) << coding << " " << rows << " " << file;
+                rzl_close(c);
+            }
+        }
+}

@@ -14,6 +14,9 @@ namespace {
 
 constexpr const char* SOURCE = "TIFF/tifputli";
 
+// Bytes of rows that an update can pass over.
+constexpr uint64_t MOST_PASSED = 1 << 26;
+
 bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_LINE()) {
     fail(c, status, SOURCE, detail, line);
     return false;
@@ -60,6 +63,10 @@ bool need_rows(CFILE* c, const tif_image* image, uint32_t count) {
     plane = std::max(plane, std::min(full, uint64_t{1} << 20));
     fits = fits && checked_mul(plane, static_cast<uint64_t>(tif_shape_of(image).planes), &all);
     if (!fits) return refuse(c, RZL_NO_MEMORY, nullptr);
+    // Rows that are passed over are kept as well: so many at once are no picture.
+    if (c->mode == MODE_UPDATE && row * count > uint64_t{out->plane_bytes} * 2 + MOST_PASSED) {
+        return refuse(c, RZL_BAD_IMAGE_SIZE, "image size");
+    }
     if (out->rows != nullptr && all <= out->rows_room && out->next_row == 0) {
         out->plane_bytes = static_cast<size_t>(plane);
         return true;
