@@ -14,7 +14,7 @@ using json = nlohmann::ordered_json;
 json facts_of(const raster_source* s) {
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, 0);
     const char* name = rzl_standard_name(standard);
-    return {
+    json facts = {
         {"standard", standard},
         {"standard_name", name != nullptr ? json(name) : json(nullptr)},
         {"format", s->format},
@@ -31,6 +31,9 @@ json facts_of(const raster_source* s) {
         {"compression", source_field(s, RZL_FIELD_COMPRESSION, 0)},
         {"resolution", source_field(s, RZL_FIELD_RESOLUTION, 0)},
     };
+    // What a set bit of a bilevel line means: 0 black, 1 white.
+    if (standard == RZL_STANDARD_TIFF) facts["photometric"] = source_field(s, RZL_FIELD_PHOTOMETRIC, 1);
+    return facts;
 }
 
 void print_facts(const char* path, const json& facts) {
