@@ -148,12 +148,16 @@ TEST_F(PictureSession, CoveringAndResizingLeaveNothingWrong) {
 }
 
 TEST_F(PictureSession, ReevaluationShowsFromTopToBottom) {
-    for (const char c : {'f', '+', '-', '-'}) {
+    double red = 0.1;
+    for (const char c : {'f', '+', '-', '-', '-'}) {
+        red += 0.15;
         check([c] { key(c); });
         step([c] { // another surface is highlighted: its lines are crossed by the changed rows
             if (c == '-') set_pen(pixel_pen() == 1 ? 2 : 1);
         });
-        check([c] { EXPECT_EQ(apply_col_pat(pixel_pen(), color(c / 200.0, 0.9, 0.1)), 1); });
+        check([red] { EXPECT_EQ(apply_col_pat(pixel_pen(), color(red, 0.9, 0.1)), 1); });
+        check([] { set_pen(pixel_pen()); });
+        check([] { cancel_action(0); }); // off, from surfaces that begin between the sampled columns
     }
     static int rows;
     rows = 0;
