@@ -48,8 +48,10 @@ int32_t stepped(int32_t zoom, int direction) {
 // 2, 4, 8 ... while the factor is 2 or more.
 int32_t zoom_in_by(double factor) {
     int32_t zoom = 1;
-    for (; factor >= 2.0 && zoom < VIEW_ZOOM_MAX; factor *= 0.5)
+    while (factor >= 2.0 && zoom < VIEW_ZOOM_MAX) {
         zoom *= 2;
+        factor *= 0.5;
+    }
     return zoom;
 }
 
