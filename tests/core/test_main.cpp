@@ -157,6 +157,22 @@ TEST_F(Main, ClosingAsksAboutChanges) {
     EXPECT_EQ(run_program({"-f", "still.tnc"}, 316, 236, 24), 0);
 }
 
+TEST_F(Main, ClosingTheWindowEndsTheProgramFromAnyWait) {
+    write_pair();
+    static int stops;
+    stops = 0;
+    step([] {
+        stop_set_action([](void*, int status) { stops += status == 0 ? 1 : 100; }, nullptr);
+        host_event event = {};
+        event.kind = host_event_kind::close;
+        headless_post(&event);
+    });
+    EXPECT_EQ(run_program({"-f", "still.tnc"}, 316, 236, 24), 0);
+    EXPECT_EQ(stops, 1);
+    EXPECT_FALSE(quit_requested);
+    EXPECT_EQ(open_image.picture, nullptr);
+}
+
 TEST_F(Main, AWideViewportKeepsItsZoomedRowsShort) {
     write_raster("wide.rgb", 1000, 2);
     write("wide.tnc", std::string("\xFA\x03\xF3\x01", 4) + "wide.rgb" + std::string("\0\xF9\x01\x00\xFF\xFF", 6));
