@@ -111,7 +111,9 @@ void cell_polyf(int window, int x, int y) {
         float f[12];
         int32_t l[12];
         int16_t s[12];
-        star_points(x + 24 + form % 2 * 42, y + 23 + form / 2 * 38, 18, d);
+        const int middle_x = x + 24 + form % 2 * 42;
+        const int middle_y = y + 23 + form / 2 * 38;
+        star_points(middle_x, middle_y, 18, d);
         for (int i = 0; i < 12; ++i) {
             f[i] = static_cast<float>(d[i]);
             l[i] = static_cast<int32_t>(d[i]);
@@ -175,7 +177,7 @@ void cell_draw_mask(int window, int x, int y) {
         for (int column = 0; column < 58; ++column) {
             const double distance = std::hypot(column - 28.5, row - 28.5);
             const bool paints = distance < 29 && static_cast<int>(distance) / 4 % 2 == 0;
-            uint8_t& byte = mask[static_cast<size_t>(row * 8 + column / 8)];
+            uint8_t& byte = mask[static_cast<size_t>(row) * 8 + static_cast<size_t>(column) / 8];
             if (paints) byte = static_cast<uint8_t>(byte & ~(0x80 >> column % 8));
         }
     fgcolor(window, SLOT_SHADOW);

@@ -108,8 +108,8 @@ void close_plain_window(uint32_t* seen) {
 
 void check_menus() {
     const std::vector<uint8_t> before = screen_pixels();
-    demo_open_menu(560, 480);
-    demo_open_menu(690, 550);
+    demo_open_menu(120, 700);
+    demo_open_menu(250, 770);
     demo_expect(screen_pixels() != before, "menus that show");
     demo_close_menus();
     demo_expect(screen_pixels() == before, "menus without a trace");
@@ -119,8 +119,8 @@ void check_menus() {
 }
 
 void write_shot(const char* path) {
-    demo_open_menu(560, 480);
-    demo_open_menu(690, 550);
+    demo_open_menu(120, 700);
+    demo_open_menu(250, 770);
     desk_flush();
     demo_expect(headless_screenshot(path), path);
     demo_close_menus();

@@ -47,8 +47,10 @@ light sky_at(double x, double y) {
 double ridge(double x, double seed, double height) {
     double sum = 0;
     double size = 1;
-    for (int i = 0; i < 5; ++i, size *= 2.1)
+    for (int i = 0; i < 5; ++i) {
         sum += std::sin(x * 3.1 * size + seed * (i + 1.3)) / size;
+        size *= 2.1;
+    }
     return height * (0.55 + 0.3 * sum);
 }
 
@@ -126,9 +128,9 @@ light point_at(double x, double y) {
 
 light pixel_at(int x, int y) {
     light sum = {0, 0, 0};
-    for (int i = 0; i < SAMPLES * SAMPLES; ++i)
-        sum =
-            sum + point_at((x + (i % SAMPLES + 0.5) / SAMPLES) / HEIGHT, (y + (i / SAMPLES + 0.5) / SAMPLES) / HEIGHT);
+    for (int i = 0; i < SAMPLES; ++i)
+        for (int j = 0; j < SAMPLES; ++j)
+            sum = sum + point_at((x + (i + 0.5) / SAMPLES) / HEIGHT, (y + (j + 0.5) / SAMPLES) / HEIGHT);
     return sum * (1.0 / (SAMPLES * SAMPLES));
 }
 

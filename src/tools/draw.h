@@ -18,7 +18,7 @@ int bgcolor(int window, int slot);
 // green << 8 | blue << 16. -1 unless screen is 0.
 int rgbcolor(int window, int screen, uint32_t value);
 int clipbox(int window, int x1, int y1, int x2, int y2); // cut to the client area
-int weight(int window, int w);                           // 0: lines of one pixel; w: of w + 1
+int weight(int window, int lines);                       // as many more than one, side by side; 0: one pixel wide
 int linestyle(int window, uint32_t pattern);             // 0xFFFF: solid; any other: dotted
 int blendline(int window, uint32_t value);               // 0xFFFF: gaps of a dotted line are left alone, else they take
                                                          // the background

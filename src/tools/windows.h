@@ -55,17 +55,17 @@ struct window_record {
     uint8_t cursor_visible; // 1 at creation
     uint8_t button_mode[3];
     host_cursor cursor; // while visible
+    uint8_t create_flags;
+    uint8_t collapsed;
+    uint8_t displayed;
+    int16_t level;
     window_attributes attributes;
     window_attributes* saved_attributes; // stack; owned
     window_record* sr_saved; // window 0, while save-restore areas are up: its record before the last of them, which by
                              // this field leads to the one before that; owned
     canvas* sr_bitmap;       // pixels under the area; owned
     canvas_box placed;       // of the client area in logical space, half open, when neither an icon nor maximised
-    int16_t level;
     uint16_t paint_flags;
-    uint8_t create_flags;
-    uint8_t collapsed;
-    uint8_t displayed;
     char title[WINDOW_TITLE_SIZE];
 };
 
