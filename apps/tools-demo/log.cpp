@@ -142,6 +142,7 @@ void demo_log(const char* format, ...) {
     std::vsnprintf(lines[LINES - 1], LENGTH, format, arguments);
     va_end(arguments);
     std::printf("%s\n", lines[LINES - 1]);
+    std::fflush(stdout); // each event when it comes, also into a file
     if (window_find(log_window) == nullptr) return;
     paint_line(log_window, LINES - 1); // as it was before: no longer the newest
     blockmove(log_window, 0, LINE, WIDTH - 1, HEIGHT - 1, 0, 0);
