@@ -7,13 +7,12 @@
 #include <cstring>
 #include <vector>
 
+#include "memory_file.h"
 #include "raster/rzl.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace {
-
-using bytes = std::vector<uint8_t>;
 
 constexpr int64_t MOST_PIXELS = 1 << 20;
 constexpr size_t FIXED_BYTES = 1024; // of a written file beside its pixels
@@ -24,28 +23,6 @@ struct picture {
     bytes pixels, colors;
     rzl_vlt_entry table[256] = {};
     bool whole = false;
-};
-
-void demand(bool holds) {
-    if (!holds) abort();
-}
-
-int32_t field(CFILE* c, int32_t id) {
-    int32_t value = 0;
-    demand(rzl_get_hdr_data(c, id, &value) == 0);
-    return value;
-}
-
-struct memory_file {
-    bytes block;
-    rzl_memfile record;
-    char name[40];
-    explicit memory_file(bytes content) : block(std::move(content)) {
-        record = {block.data(), static_cast<int32_t>(block.size()), 0, 0, 0, 0};
-        demand(rzl_memfile_name(&record, name, sizeof name) == 0);
-    }
-    memory_file(const memory_file&) = delete;
-    memory_file& operator=(const memory_file&) = delete;
 };
 
 // All lines in both kinds of calls; images of many pixels only at a few places.

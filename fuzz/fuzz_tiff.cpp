@@ -8,39 +8,16 @@
 #include <utility>
 #include <vector>
 
+#include "memory_file.h"
 #include "raster/rzl.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace {
 
-using bytes = std::vector<uint8_t>;
-
 constexpr int64_t MOST_LINE_BYTES = 1 << 20;
 constexpr int32_t MOST_LINES = 48;
 constexpr size_t ROOM = 1 << 16; // of an updated file behind what it was
-
-void demand(bool holds) {
-    if (!holds) abort();
-}
-
-int32_t field(CFILE* c, int32_t id) {
-    int32_t value = 0;
-    demand(rzl_get_hdr_data(c, id, &value) == 0);
-    return value;
-}
-
-struct memory_file {
-    bytes block;
-    rzl_memfile record;
-    char name[40];
-    explicit memory_file(bytes content) : block(std::move(content)) {
-        record = {block.data(), static_cast<int32_t>(block.size()), 0, 0, 0, 0};
-        demand(rzl_memfile_name(&record, name, sizeof name) == 0);
-    }
-    memory_file(const memory_file&) = delete;
-    memory_file& operator=(const memory_file&) = delete;
-};
 
 // Room for a line of any kind: four planes of up to 4 bytes a pixel, or all of them together. Empty for lines that are
 // not worth it.

@@ -76,24 +76,6 @@ int take_convert_word(word_list* words, const char* word, convert_request* reque
     return EXIT_DONE;
 }
 
-// The standard that the extension of a file stands for; the native one for any that is not known.
-int32_t standard_of_name(const char* path) {
-    constexpr struct {
-        const char* extension;
-        int32_t standard;
-    } EXTENSIONS[] = {{"tif", RZL_STANDARD_TIFF},  {"tiff", RZL_STANDARD_TIFF},    {"gif", RZL_STANDARD_GIF},
-                      {"tga", RZL_STANDARD_TARGA}, {"bmp", RZL_STANDARD_BMP},      {"pcx", RZL_STANDARD_PCX},
-                      {"jpg", RZL_STANDARD_JFIF},  {"jpeg", RZL_STANDARD_JFIF},    {"ico", RZL_STANDARD_ICO},
-                      {"cal", RZL_STANDARD_CALS},  {"ntf", RZL_STANDARD_NITF},     {"xbm", RZL_STANDARD_XBM},
-                      {"pbm", RZL_STANDARD_PNM},   {"pgm", RZL_STANDARD_PNM},      {"ppm", RZL_STANDARD_PNM},
-                      {"ras", RZL_STANDARD_SUN},   {"ps", RZL_STANDARD_POSTSCRIPT}};
-    const char* dot = std::strrchr(path, '.');
-    for (const auto& e : EXTENSIONS) {
-        if (dot != nullptr && strcasecmp(dot + 1, e.extension) == 0) return e.standard;
-    }
-    return RZL_STANDARD_KRVN;
-}
-
 int parse(word_list* words, convert_request* request) {
     *request = {{nullptr, 0, -1}, nullptr, -1, 0, -1, 0, false};
     for (const char* word = take_word(words); word != nullptr; word = take_word(words)) {
@@ -101,7 +83,8 @@ int parse(word_list* words, convert_request* request) {
         if (status != EXIT_DONE) return status;
     }
     if (request->in.path == nullptr || request->out == nullptr) return program_usage("convert needs IN and OUT");
-    if (request->standard < 0) request->standard = standard_of_name(request->out);
+    if (request->standard < 0) request->standard = raster_standard_of(raster_extension(request->out));
+    if (request->standard < 0) request->standard = RZL_STANDARD_KRVN;
     return EXIT_DONE;
 }
 

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
-#include <strings.h>
 
+#include "common/raster.h"
 #include "raster/rzl.h"
 #include "support/memory.h"
 #include "tnc/tnc.h"
@@ -170,38 +170,23 @@ bool takes_value(const char* word) {
 
 // ---- output --------------------------------------------------------------------------------------------------------
 
-struct output_type {
-    const char* name;
-    int32_t standard;
-};
-constexpr output_type OUTPUT_TYPES[] = {
-    {"rgb", RZL_STANDARD_KRVN},  {"tif", RZL_STANDARD_TIFF}, {"gif", RZL_STANDARD_GIF},
-    {"tga", RZL_STANDARD_TARGA}, {"bmp", RZL_STANDARD_BMP},  {"pcx", RZL_STANDARD_PCX},
-};
-
-const output_type* find_type(const char* name) {
-    for (const output_type& type : OUTPUT_TYPES) {
-        if (strcasecmp(type.name, name) == 0) return &type;
-    }
-    return nullptr;
-}
-
-const char* extension_of(const char* path) {
-    const char* dot = std::strrchr(path, '.');
-    return dot != nullptr && std::strpbrk(dot, "/\\") == nullptr ? dot + 1 : "";
+// The standard of an output type, -1 for one that pictures are not saved as.
+int32_t standard_of_type(const char* type) {
+    int32_t standard = raster_standard_of(type);
+    return imp_format_ok(standard, RZL_FORMAT_BYTE_RUNS) != 0 ? standard : -1;
 }
 
 // Options that ask for a colour table or grey levels mean 8 bits.
-int settle_format(const apply_request* request, const output_type* type, output_settings* settings) {
+int settle_format(const apply_request* request, int32_t standard, output_settings* settings) {
     bool reduces = request->colors != 0 || request->closest || request->grey;
     if (reduces && request->bits == 24) return program_usage("--colors, --closest and --grey go with 8 bits");
     int32_t depth = request->bits == 8 || reduces ? 8 : 24;
     int32_t compressed = request->uncompressed ? 0 : 1;
     int32_t gray = request->grey ? 1 : 0;
     auto colors = static_cast<int32_t>(request->colors);
-    settings->standard = type->standard;
+    settings->standard = standard;
     settings->format = imp_format_code(depth, compressed);
-    imp_normalise(type->standard, &settings->format, &compressed, &depth, &gray, &colors);
+    imp_normalise(standard, &settings->format, &compressed, &depth, &gray, &colors);
     settings->flags = (request->grey ? OUTPUT_GREY : 0U) | (request->closest ? OUTPUT_CLOSEST : 0U);
     settings->colors = colors;
     settings->gamma = request->gamma;
@@ -236,16 +221,16 @@ void request_free(apply_request* request) {
 }
 
 int request_output(const apply_request* request, output_settings* settings) {
-    const char* name = request->type != nullptr ? request->type : extension_of(request->out);
-    const output_type* type = find_type(name);
-    if (type == nullptr && request->type != nullptr) return program_usage("--type does not know \"%s\"", name);
-    if (type == nullptr) return program_usage("the extension of \"%s\" names no type; give --type", request->out);
-    bool is_gif = type->standard == RZL_STANDARD_GIF;
+    const char* name = request->type != nullptr ? request->type : raster_extension(request->out);
+    int32_t standard = standard_of_type(name);
+    if (standard < 0 && request->type != nullptr) return program_usage("--type does not know \"%s\"", name);
+    if (standard < 0) return program_usage("the extension of \"%s\" names no type; give --type", request->out);
+    bool is_gif = standard == RZL_STANDARD_GIF;
     if (is_gif && request->bits == 24) return program_usage("gif has 8 bits");
     if (is_gif && request->uncompressed) return program_usage("gif is always compressed");
     int can_create = 0;
-    if (rzl_standard_support(type->standard, &can_create, nullptr) != 0 || can_create == 0) {
-        return program_fail("This version can not write \"%s\" files yet.", type->name);
+    if (rzl_standard_support(standard, &can_create, nullptr) != 0 || can_create == 0) {
+        return program_fail("This version can not write \"%s\" files yet.", name);
     }
-    return settle_format(request, type, settings);
+    return settle_format(request, standard, settings);
 }

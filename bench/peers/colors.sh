@@ -3,20 +3,8 @@
 # 16 megapixels. Prints seconds of wall and processor time, ratios, and the error of each result: PSNR, plain and of the
 # averages of 4 by 4 pixels. The peers' times are whole programs less the time of reading and writing the same files.
 # Usage: bench/peers/colors.sh [directory of bench_colors]
-set -euo pipefail
-
-here=$(cd "$(dirname "$0")/../.." && pwd)
-bench=${1:-$here/build/release/bin}/bench_colors
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-best() { # the least wall and processor seconds of five runs, user and system together
-    local TIMEFORMAT='%R %U %S'
-    for _ in 1 2 3 4 5; do
-        { time "$@" >/dev/null 2>&1; } 2>&1
-    done | awk 'NR == 1 || $1 < wall { wall = $1 } NR == 1 || $2 + $3 < cpu { cpu = $2 + $3 } END { print wall, cpu }'
-}
+. "$(dirname "$0")/measure.bash"
+bench=$bin/bench_colors
 
 psnr() { # of two PPM files: plain, and of averages
     for filter in "" "-scale 25%"; do

@@ -87,8 +87,7 @@ bool suits_blocks(const color_hash* hash) {
 }
 
 bool grow(color_hash* hash) {
-    if (may_not_grow(hash)) return change_to_blocks(hash);
-    if (suits_blocks(hash)) return change_to_blocks(hash);
+    if (may_not_grow(hash) || suits_blocks(hash)) return change_to_blocks(hash);
     color_count* old = hash->cells;
     size_t count = size_t{1} << hash->bits;
     if (!start(hash, hash->bits + 1)) {

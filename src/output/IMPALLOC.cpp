@@ -44,16 +44,31 @@ int imp_fail(int code) {
     return code;
 }
 
+static void tell(const char* format, va_list arguments) {
+    char text[LOG_TEXT_SIZE];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    log_message(LOG_WARNING, "%s", text);
+}
+
 int imp_fail_saying(int code, const char* format, ...) {
-    if (imp_verbose != 0) {
-        char text[LOG_TEXT_SIZE];
-        va_list arguments;
-        va_start(arguments, format);
-        std::vsnprintf(text, sizeof text, format, arguments);
-        va_end(arguments);
-        log_message(LOG_WARNING, "%s", text);
-    }
+    va_list arguments;
+    va_start(arguments, format);
+    if (imp_verbose != 0) tell(format, arguments);
+    va_end(arguments);
     return imp_fail(code);
+}
+
+int imp_fail_telling(int code, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    tell(format, arguments);
+    va_end(arguments);
+    return imp_fail(code);
+}
+
+bool imp_lacks_planes(const Impack* pack) {
+    return pack->pixels > 0 &&
+           (pack->red_plane == nullptr || pack->green_plane == nullptr || pack->blue_plane == nullptr);
 }
 
 int imp_check_pack(const Impack* pack, int line, const char* file) {

@@ -240,18 +240,13 @@ int grey_to_mapped(Impack* pack, const request* r) {
 
 // ---- the choice ----------------------------------------------------------------------------------------------------
 
-bool lacks_planes(const Impack* pack) {
-    return pack->pixels > 0 &&
-           (pack->red_plane == nullptr || pack->green_plane == nullptr || pack->blue_plane == nullptr);
-}
-
 int run_selector(Impack* pack, const request* r) {
     bool to_8_bit = imp_format_is_8_bit(r->format) != 0;
     int selector = pack->index_plane != nullptr ? HAS_INDEX : 0;
     if (to_8_bit) selector |= TO_8_BIT;
     if (pack->vlt_count > 0) selector |= HAS_TABLE;
     if (to_8_bit && !r->gray) selector |= TO_MAPPED;
-    if ((selector & HAS_INDEX) == 0 && lacks_planes(pack)) return imp_fail(IMP_BAD_PACK);
+    if ((selector & HAS_INDEX) == 0 && imp_lacks_planes(pack)) return imp_fail(IMP_BAD_PACK);
     switch (selector) {
     case 0: return correct_gamma(pack, r);
     case TO_8_BIT: return planes_to_grey(pack, r);

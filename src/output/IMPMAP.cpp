@@ -90,7 +90,10 @@ int imp_nearest_map(Impack* pack, const uint8_t* cells, imp_progress* p) {
 using lanes = int16_t __attribute__((vector_size(16)));
 using halves = int64_t __attribute__((vector_size(16)));
 
-constexpr int32_t LAG = 2; // pixels between the lines
+constexpr int32_t LAG = 2;  // pixels between the lines of a pair
+constexpr int32_t LEAD = 8; // pixels between two pairs that run together: each is a chain in which every pixel waits
+                            // for the one before, and the processor works on both at a time
+constexpr int32_t PAIRS = 2;
 constexpr size_t PIXEL_LANES = 4;
 
 constexpr lanes ZERO = {};
@@ -101,16 +104,18 @@ struct diffusion {
     const uint8_t* cells;
     int32_t width;
     int64_t entries[256]; // of the table, as the lanes of a pixel
-    int16_t* pixels[2];   // of the two lines, in lanes, with LAG pixels before and behind
-    int16_t* errors;      // that come to the next line from above, in lanes, as far
+    int16_t* errors;      // that come to the next line from above, in lanes, with a margin before and behind
 };
 
-// Errors on their way, by lane.
-struct errors_carried {
-    lanes right;       // for the next pixel
-    lanes below;       // for the line below at the last pixel, so far
-    lanes below_right; // and at this one
-    int64_t complete;  // what the second line gets at its next pixel
+// Two lines on their way.
+struct line_pair {
+    lanes lines;        // masks the second line where there is none
+    lanes right;        // errors for the next pixel
+    lanes below;        // for the line below at the last pixel, so far
+    lanes below_right;  // and at this one
+    int64_t complete;   // what the second line gets at its next pixel
+    int16_t* pixels[2]; // of the lines, in lanes, with a margin before and behind
+    uint8_t* index;     // of the first line; those of the second follow
 };
 
 int64_t load_pixel(const int16_t* from, int64_t x) {
@@ -129,8 +134,8 @@ size_t cell_of_lanes(int64_t pixel) {
 // One pixel of both lines: the first at x, the second at x - LAG. `in_picture` masks the lines that have a pixel there.
 // The shares of an error are 7/16 to the right, 5/16 below, 3/16 below to the left, and the rest below to the right, so
 // that they add up to it; each has the sign of the error.
-inline void diffuse_pixel(const diffusion* d, errors_carried* c, int32_t x, lanes in_picture, uint8_t found[2]) {
-    auto value = (lanes)(halves){load_pixel(d->pixels[0], x), load_pixel(d->pixels[1], x - LAG)};
+inline void diffuse_pixel(const diffusion* d, line_pair* c, int32_t x, lanes in_picture, uint8_t found[2]) {
+    auto value = (lanes)(halves){load_pixel(c->pixels[0], x), load_pixel(c->pixels[1], x - LAG)};
     value += (lanes)(halves){load_pixel(d->errors, x), c->complete} + c->right;
     value = value > ZERO ? value : ZERO;
     value = value < 255 ? value : ZERO + 255;
@@ -153,21 +158,32 @@ inline void diffuse_pixel(const diffusion* d, errors_carried* c, int32_t x, lane
     std::memcpy(d->errors + (x - LAG - 1) * static_cast<int64_t>(PIXEL_LANES), &out, sizeof out);
 }
 
-// The indices of two lines at once, or those of the last alone.
-void diffuse_lines_at(const diffusion* d, uint8_t* index, bool pair) {
-    lanes lines = pair ? FIRST_LINE | SECOND_LINE : FIRST_LINE;
-    uint8_t* second = index + d->width;
-    errors_carried carried = {};
+// The pixels at x of a pair of lines, where they are in the picture.
+inline void diffuse_step(const diffusion* d, line_pair* pair, int32_t x) {
     uint8_t found[2];
-    for (int32_t x = 0; x < d->width + LAG + 1; ++x) {
-        bool inside = x >= LAG && x < d->width;
-        lanes in_picture = lines;
-        if (!inside && x >= d->width) in_picture &= SECOND_LINE;
-        if (!inside && (x < LAG || x >= d->width + LAG)) in_picture &= FIRST_LINE;
-        diffuse_pixel(d, &carried, x, in_picture, found);
-        if (x < d->width) index[x] = found[0];
-        if (pair && x >= LAG && x < d->width + LAG) second[x - LAG] = found[1];
+    lanes in_picture = pair->lines;
+    if (x >= d->width) in_picture &= SECOND_LINE;
+    if (x < LAG || x >= d->width + LAG) in_picture &= FIRST_LINE;
+    diffuse_pixel(d, pair, x, in_picture, found);
+    if (x < d->width) pair->index[x] = found[0];
+    if (pair->lines[PIXEL_LANES] != 0 && x >= LAG && x < d->width + LAG) pair->index[d->width + x - LAG] = found[1];
+}
+
+// All pixels of one or two pairs. What the first hands down at a pixel stands in `errors` before the second comes
+// there.
+void diffuse_pairs(const diffusion* d, line_pair pairs[PAIRS], int32_t count) {
+    int32_t steps = d->width + LAG + 1;
+    int32_t alone = count == 1 || steps < LEAD ? steps : LEAD;
+    for (int32_t x = 0; x < alone; ++x)
+        diffuse_step(d, &pairs[0], x);
+    if (count == 1) return;
+    int32_t x = LEAD;
+    for (; x < steps; ++x) {
+        diffuse_step(d, &pairs[0], x);
+        diffuse_step(d, &pairs[1], x - LEAD);
     }
+    for (; x < steps + LEAD; ++x)
+        diffuse_step(d, &pairs[1], x - LEAD);
 }
 
 void load_line(int16_t* to, const Impack* pack, int64_t at) {
@@ -178,14 +194,28 @@ void load_line(int16_t* to, const Impack* pack, int64_t at) {
     }
 }
 
-int diffuse_all(Impack* pack, const diffusion* d, imp_progress* p) {
-    int64_t at = 0;
-    for (int32_t y = 0; y < pack->ysize; y += 2, at += 2 * int64_t{pack->xsize}) {
-        bool pair = y + 1 < pack->ysize;
-        load_line(d->pixels[0], pack, at);
-        if (pair) load_line(d->pixels[1], pack, at + pack->xsize);
-        diffuse_lines_at(d, pack->index_plane + at, pair);
-        if (imp_line_done(p, pack, y) || (pair && imp_line_done(p, pack, y + 1))) return IMP_STOPPED;
+// Readies the pair of lines from y on, of which the last line of the picture may be alone. Returns how many there are.
+int32_t begin_pair(line_pair* pair, const Impack* pack, int32_t y) {
+    int64_t at = int64_t{y} * pack->xsize;
+    int32_t lines = pack->ysize - y < 2 ? pack->ysize - y : 2;
+    if (lines < 1) return 0;
+    load_line(pair->pixels[0], pack, at);
+    if (lines == 2) load_line(pair->pixels[1], pack, at + pack->xsize);
+    pair->index = pack->index_plane + at;
+    pair->lines = lines == 2 ? FIRST_LINE | SECOND_LINE : FIRST_LINE;
+    pair->right = pair->below = pair->below_right = ZERO;
+    pair->complete = 0;
+    return lines;
+}
+
+int diffuse_all(Impack* pack, const diffusion* d, line_pair pairs[PAIRS], imp_progress* p) {
+    for (int32_t y = 0; y < pack->ysize;) {
+        int32_t lines = begin_pair(&pairs[0], pack, y);
+        int32_t more = begin_pair(&pairs[1], pack, y + lines);
+        diffuse_pairs(d, pairs, more > 0 ? 2 : 1);
+        for (int32_t end = y + lines + more; y < end; ++y) {
+            if (imp_line_done(p, pack, y)) return IMP_STOPPED;
+        }
     }
     imp_lines_done(p, pack);
     return IMP_OK;
@@ -195,19 +225,22 @@ int imp_dither_map(Impack* pack, const uint8_t* cells, imp_progress* p) {
     constexpr size_t MARGIN = LAG + 1;
     if (imp_wants(p, IMP_MESSAGE_STAGES)) imp_tell(p, IMP_MESSAGE_STAGES, "       Mapping colors to vlt.");
     size_t line = (static_cast<size_t>(pack->xsize) + 2 * MARGIN) * PIXEL_LANES;
-    size_t bytes = line * 3 * sizeof(int16_t);
+    size_t bytes = line * (2 * PAIRS + 1) * sizeof(int16_t);
     mem_guard<int16_t> block(static_cast<int16_t*>(mem_alloc_zeroed(bytes)));
     if (!block) {
         return imp_fail_saying(IMP_NO_MEMORY, "Couldnt allocate %d bytes.  Line %d, File %s\n", imp_printed(bytes),
                                __LINE__, SOURCE);
     }
     int16_t* first = block.get() + MARGIN * PIXEL_LANES;
-    diffusion d = {cells, pack->xsize, {}, {first, first + line}, first + 2 * line};
+    line_pair pairs[PAIRS] = {};
+    for (size_t i = 0; i < 2 * PAIRS; ++i)
+        pairs[i / 2].pixels[i % 2] = first + i * line;
+    diffusion d = {cells, pack->xsize, {}, first + 2 * PAIRS * line};
     for (int32_t i = 0; i < pack->vlt_count; ++i) {
         const rzl_vlt_entry* e = &pack->vlt[i];
         d.entries[i] = int64_t{e->blue} << 32 | int64_t{e->green} << 16 | e->red;
     }
-    return diffuse_all(pack, &d, p);
+    return diffuse_all(pack, &d, pairs, p);
 }
 
 } // namespace

@@ -212,11 +212,8 @@ void apply_gamma(Impack* pack, double gamma) {
 
 // This failure is told whatever imp_verbose says.
 int no_room_for_result(size_t bytes, int line) {
-    int before = imp_verbose;
-    imp_verbose = 1;
-    imp_fail_saying(IMP_NO_MEMORY, "Couldnt allocate %d bytes. Line %d, File %s\n", imp_printed(bytes), line, SOURCE);
-    imp_verbose = before;
-    return IMP_NO_MEMORY;
+    return imp_fail_telling(IMP_NO_MEMORY, "Couldnt allocate %d bytes. Line %d, File %s\n", imp_printed(bytes), line,
+                            SOURCE);
 }
 
 int check_request(const Impack* pack, int32_t colors) {
@@ -262,6 +259,7 @@ int imp_make_vlt(Impack* pack, int32_t dither, int32_t colors, double gamma, uin
     int code = check_request(pack, colors);
     if (code != IMP_OK) return code;
     if (pack->vlt_count > 0) return IMP_OK;
+    if (imp_lacks_planes(pack)) return imp_fail(IMP_BAD_PACK);
     code = allocate_result(pack, colors);
     if (code == IMP_OK) code = imp_pick_colors(pack, colors, &p);
     if (code == IMP_OK) code = imp_map_colors(pack, dither, &p);

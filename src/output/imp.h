@@ -12,6 +12,12 @@ int imp_fail(int code);
 // The same, and logs the message at level 2 when imp_verbose is set. `format` is followed by what it asks for.
 int imp_fail_saying(int code, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
+// The same, logged in any case.
+int imp_fail_telling(int code, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// True when a plane of the three is missing that pixels are to come from.
+bool imp_lacks_planes(const Impack* pack);
+
 // IMP_OK, or the code for a null pack or one whose magic word is wrong, after its message. `file` is the source's word.
 int imp_check_pack(const Impack* pack, int line, const char* file);
 

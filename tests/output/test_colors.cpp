@@ -451,6 +451,10 @@ TEST_F(Colors, RequestsAreMadeConsistentOrRefused) {
     EXPECT_EQ(convert(pack, 2, 28, 1, 16, 1.0), IMP_BAD_FORMAT);
     EXPECT_EQ(convert(pack, 2, 29, 1, 257, 1.0), IMP_BAD_FLAG);
     EXPECT_EQ(convert(nullptr, 2, 29, 1, 16, 1.0), IMP_NULL_PACK);
+    pack->green_plane = nullptr;
+    EXPECT_EQ(convert(pack, 2, 29, IMP_COLOR_GREY, 16, 1.0), IMP_BAD_PACK);
+    EXPECT_EQ(imp_make_vlt(pack, 0, 16, 1.0, 0, 0, nullptr, 0, 0, nullptr), IMP_BAD_PACK);
+    pack->green_plane = p.channels[1].data();
     EXPECT_EQ(imp_convert(pack, 2, 29, 1, 0, 2, 16, 1.0, 0, 0, nullptr, 0, 0, nullptr), IMP_BAD_FLAG);
     EXPECT_EQ(pack->standard, -1);
     EXPECT_EQ(pack->vlt_count, 0);
