@@ -56,11 +56,6 @@ void show_bars() {
     desk_set_scroll(DESK_VERTICAL, ranges[DESK_VERTICAL], pages[DESK_VERTICAL], scroll_y);
 }
 
-void note_pages(const desk_message* message) {
-    pages[DESK_HORIZONTAL] = message->x;
-    pages[DESK_VERTICAL] = message->y;
-}
-
 int scrolled_position(const desk_message* message, int now) {
     const int page = pages[message->bar];
     switch (message->scroll) {
@@ -140,13 +135,12 @@ int window_state_changed(int window, host_state state) {
 
 void main_window_sized(const desk_message* message) {
     if (message->state == host_state::minimised) return;
-    if (message->state == host_state::maximised) {
-        maximising = false;
-        note_pages(message);
-        return;
-    }
+    // A maximised window has bars too when it is smaller than the space: without a window manager every size is called
+    // maximised.
+    if (message->state == host_state::maximised) maximising = false;
     if (maximising) return;
-    note_pages(message);
+    pages[DESK_HORIZONTAL] = message->x;
+    pages[DESK_VERTICAL] = message->y;
     ranges[DESK_HORIZONTAL] = std::max(0, screen_width - message->x);
     ranges[DESK_VERTICAL] = std::max(0, screen_height - message->y);
     begin_scrolling();

@@ -282,6 +282,10 @@ TEST_F(Windows, a_smaller_main_window_scrolls_over_its_space) {
     EXPECT_EQ(scroll_x, 0);
     EXPECT_EQ(scroll_y, 0);
     EXPECT_EQ(desk_client(window_find(w)->handle).x1, 200);
+    headless_resize(220, 160, host_state::maximised); // as without a window manager: it has bars all the same
+    pump();
+    click_forward(true);
+    EXPECT_EQ(scroll_y, 16);
 }
 
 TEST_F(Windows, paints_wait_while_a_thumb_is_dragged_and_end_as_one_refresh) {
