@@ -19,16 +19,15 @@ constexpr int pipelines[] = {4, 8, 15, 24};
 
 int pipeline_of[WINDOW_COUNT];
 
-constexpr uint16_t C0 = 0, C1 = 0x8080, C2 = 0xC0C0, C3 = 0xFFFF;
-constexpr uint16_t dither_components[16][3] = {
-    {C0, C0, C0}, {C1, C0, C0}, {C0, C1, C0}, {C1, C1, C0}, {C0, C0, C1}, {C1, C0, C1}, {C0, C1, C1}, {C2, C2, C2},
-    {C1, C1, C1}, {C3, C0, C0}, {C0, C3, C0}, {C3, C3, C0}, {C0, C0, C3}, {C3, C0, C3}, {C0, C3, C3}, {C3, C3, C3}};
+uint16_t word_of(uint8_t byte) {
+    return static_cast<uint16_t>(byte << 8 | byte);
+}
 
 void load_dither_colors(int first) {
     color_entry entries[16];
     for (int i = 0; i < 16; ++i) {
-        const uint16_t* c = dither_components[i];
-        entries[i] = {static_cast<uint16_t>(first + i), c[0], c[1], c[2]};
+        const canvas_rgb c = CANVAS_CLASSIC[i];
+        entries[i] = {static_cast<uint16_t>(first + i), word_of(c.red), word_of(c.green), word_of(c.blue)};
     }
     demo_expect(Load_colors(0, entries, 16) == 0, "Load_colors");
 }

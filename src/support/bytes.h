@@ -55,6 +55,14 @@ inline void store_f64le(uint8_t* p, double value) {
     store_u64le(p, bits);
 }
 
+// The low 8 bits, the highest first.
+constexpr uint8_t reversed_bits(unsigned b) {
+    b = (b & 0x0FU) << 4 | (b >> 4 & 0x0FU);
+    b = (b & 0x33U) << 2 | (b >> 2 & 0x33U);
+    b = (b & 0x55U) << 1 | (b >> 1 & 0x55U);
+    return static_cast<uint8_t>(b);
+}
+
 // A cursor over a block of bytes. Reading past the end gives 0 and sets `failed`, which stays set.
 struct byte_cursor {
     const uint8_t* next; // next byte to take

@@ -1,4 +1,5 @@
 // Attributes of drawing on numbered windows, and their stack.
+#include "support/bytes.h"
 #include "support/memory.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
@@ -14,11 +15,12 @@ canvas_color slot_color(int slot) {
     return CANVAS_SLOT | std::min(static_cast<uint32_t>(slot), highest);
 }
 
-uint8_t reversed(uint32_t bits) {
-    uint32_t result = 0;
-    for (int i = 0; i < 8; ++i)
-        result = result << 1 | (bits >> i & 1);
-    return static_cast<uint8_t>(result);
+// Has `set` change the attributes of a window.
+template <typename F> int change(int window, F set) {
+    window_record* w = window_find(window);
+    if (w == nullptr) return -1;
+    set(w->attributes);
+    return 0;
 }
 
 bool same_clip(const window_attributes& a, const window_attributes& b) {
@@ -37,17 +39,11 @@ void window_apply_clip(window_record* w) {
 }
 
 int fgcolor(int window, int slot) {
-    window_record* w = window_find(window);
-    if (w == nullptr) return -1;
-    w->attributes.foreground = slot_color(slot);
-    return 0;
+    return change(window, [=](window_attributes& a) { a.foreground = slot_color(slot); });
 }
 
 int bgcolor(int window, int slot) {
-    window_record* w = window_find(window);
-    if (w == nullptr) return -1;
-    w->attributes.background = slot_color(slot);
-    return 0;
+    return change(window, [=](window_attributes& a) { a.background = slot_color(slot); });
 }
 
 int rgbcolor(int window, int screen, uint32_t value) {
@@ -76,40 +72,29 @@ int clipbox(int window, int x1, int y1, int x2, int y2) {
 }
 
 int weight(int window, int lines) {
-    window_record* w = window_find(window);
-    if (w == nullptr) return -1;
-    w->attributes.weight = window_short(lines);
-    return 0;
+    return change(window, [=](window_attributes& a) { a.weight = window_short(lines); });
 }
 
 int linestyle(int window, uint32_t pattern) {
-    window_record* w = window_find(window);
-    if (w == nullptr) return -1;
-    w->attributes.line_style = static_cast<uint16_t>(pattern);
-    w->attributes.pen_style = w->attributes.line_style == 0xFFFF ? PEN_SOLID : PEN_DOTTED;
-    return 0;
+    return change(window, [=](window_attributes& a) { a.line_style = static_cast<uint16_t>(pattern); });
 }
 
 int blendline(int window, uint32_t value) {
-    window_record* w = window_find(window);
-    if (w == nullptr) return -1;
-    w->attributes.blend = static_cast<uint16_t>(value);
-    return 0;
+    return change(window, [=](window_attributes& a) { a.blend = static_cast<uint16_t>(value); });
 }
 
 int fillpattern(int window, const uint32_t* rows) {
-    window_record* w = window_find(window);
-    if (w == nullptr) return -1;
-    w->attributes.patterned = !std::all_of(rows, rows + PATTERN_ROWS, [](uint32_t r) { return r == 0xFFFFFFFF; });
-    for (int i = 0; i < PATTERN_ROWS; ++i)
-        w->attributes.pattern.rows[i] = reversed(rows[PATTERN_ROWS - 1 - i]);
-    return 0;
+    return change(window, [=](window_attributes& a) {
+        a.patterned = !std::all_of(rows, rows + PATTERN_ROWS, [](uint32_t r) { return r == 0xFFFFFFFF; });
+        for (int i = 0; i < PATTERN_ROWS; ++i)
+            a.pattern.rows[i] = reversed_bits(rows[PATTERN_ROWS - 1 - i]);
+    });
 }
 
 int pushattributes(int window) {
     window_record* w = window_find(window);
     if (w == nullptr) return -1;
-    auto* block = static_cast<window_attributes*>(mem_alloc(sizeof(window_attributes)));
+    auto* block = mem_new<window_attributes>();
     if (block == nullptr) return -1;
     *block = w->attributes;
     block->next = w->saved_attributes;

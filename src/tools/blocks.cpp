@@ -1,6 +1,4 @@
 // Blocks of pixels of numbered windows, in the screen's own form, as slots or true colours, and as areas kept aside.
-#include <climits>
-
 #include "support/checked.h"
 #include "tools/draw.h"
 #include "tools/windata.h"
@@ -32,6 +30,13 @@ bool is_true_color(const window_record* w) {
 
 bool measure_pixels(const window_record* w, int x1, int y1, int x2, int y2, block* b) {
     return measure(x1, y1, x2, y2, is_true_color(w) ? 4 : 1, 1, b);
+}
+
+// The window and the rectangle of a pixel transfer. `none` for what can't be done.
+window_use use_pixels(int window, int x1, int y1, int x2, int y2, int screen, window_record** w, block* b) {
+    const window_use use = window_for_drawing(window, w);
+    const bool good = use != window_use::none && screen == 0 && measure_pixels(*w, x1, y1, x2, y2, b);
+    return good ? use : window_use::none;
 }
 
 } // namespace
@@ -79,10 +84,9 @@ int pixelblock_size(int window, int x1, int y1, int x2, int y2, int screen, int*
 
 int getpixelblock(int window, int x1, int y1, int x2, int y2, int screen, uint8_t* buffer) {
     window_record* w = nullptr;
-    const window_use use = window_for_drawing(window, &w);
     block b = {};
-    if (use == window_use::none || screen != 0 || !measure_pixels(w, x1, y1, x2, y2, &b)) return -1;
-    if (use == window_use::hidden) return 0;
+    const window_use use = use_pixels(window, x1, y1, x2, y2, screen, &w, &b);
+    if (use != window_use::draw) return window_unused(use);
     if (is_true_color(w))
         canvas_get_rgb0(w->dc, b.box, buffer, b.row_bytes);
     else
@@ -92,10 +96,9 @@ int getpixelblock(int window, int x1, int y1, int x2, int y2, int screen, uint8_
 
 int putpixelblock(int window, int x1, int y1, int x2, int y2, int screen, const uint8_t* buffer) {
     window_record* w = nullptr;
-    const window_use use = window_for_drawing(window, &w);
     block b = {};
-    if (use == window_use::none || screen != 0 || !measure_pixels(w, x1, y1, x2, y2, &b)) return -1;
-    if (use == window_use::hidden) return 0;
+    const window_use use = use_pixels(window, x1, y1, x2, y2, screen, &w, &b);
+    if (use != window_use::draw) return window_unused(use);
     if (is_true_color(w))
         canvas_put_rgb0(w->dc, b.box, buffer, b.row_bytes);
     else

@@ -2,7 +2,6 @@
 #include "tools/colors.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "support/log.h"
 #include "support/memory.h"
@@ -33,13 +32,6 @@ constexpr color_entry standard_colors_4[STANDARD_COLORS] = {
     {12, 65535, 0, 0},    {13, 0, 32896, 0},        {14, 0, 0, 65535},        {15, 0, 0, 0},
 };
 
-// What a screen of 4 planes shows in the slots of the dither.
-constexpr canvas_rgb dither_slots[16] = {
-    {0, 0, 0},     {128, 0, 0},     {0, 128, 0},     {128, 128, 0},   {0, 0, 128}, {128, 0, 128},
-    {0, 128, 128}, {192, 192, 192}, {128, 128, 128}, {255, 0, 0},     {0, 255, 0}, {255, 255, 0},
-    {0, 0, 255},   {255, 0, 255},   {0, 255, 255},   {255, 255, 255},
-};
-
 bool has_palette = false;
 bool mode_granted = false;
 
@@ -68,13 +60,6 @@ bool make_black_palette() {
     return has_palette;
 }
 
-// On 4 planes the dither has slots of its own, beyond those that Load_colors() takes.
-void load_dither_slots() {
-    canvas_rgb shown[16];
-    std::transform(std::begin(dither_slots), std::end(dither_slots), shown, canvas_device_color);
-    canvas_set_palette(DITHER_SLOT, shown, 16);
-}
-
 } // namespace
 
 int palette_setup() {
@@ -86,7 +71,8 @@ int palette_setup() {
         return -1;
     }
     if (!windows_make_0()) return -1;
-    if (screen_planes == 4) load_dither_slots();
+    // On 4 planes the dither has slots of its own, beyond those that Load_colors() takes.
+    if (screen_planes == 4) canvas_set_palette(DITHER_SLOT, CANVAS_CLASSIC, 16);
     Load_colors(0, standard_table(), STANDARD_COLORS);
     const color_entry white = {static_cast<uint16_t>(max_color_index), 65535, 65535, 65535};
     Load_colors(0, &white, 1);

@@ -123,7 +123,7 @@ int fill_pass() {
 }
 
 bool init_vmap() {
-    if (rgb.vmap == nullptr) rgb.vmap = static_cast<uint16_t*>(mem_alloc_array(VMAP_SIZE, sizeof(uint16_t)));
+    rgb.vmap = mem_new_array<uint16_t>(VMAP_SIZE);
     if (rgb.vmap == nullptr) {
         log_message(LOG_WARNING, "init_vmap: out of memory\n");
         return false;
@@ -135,6 +135,7 @@ bool init_vmap() {
 } // namespace
 
 bool dither4_make() {
+    if (rgb.vmap != nullptr) return true; // they are the same each time
     sort_quads();
     if (!init_vmap()) return false;
     enter_mixes();

@@ -10,7 +10,7 @@ namespace {
 
 canvas_pen pen_of(const window_attributes& a) {
     return {.color = a.foreground,
-            .dotted = a.pen_style == PEN_DOTTED,
+            .dotted = a.line_style != 0xFFFF,
             .opaque_gaps = a.blend != 0xFFFF,
             .gap_color = a.background,
             .last_point = false};

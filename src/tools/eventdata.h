@@ -12,7 +12,6 @@ enum event_queue : int {
     QUEUE_BUTTON = 1,
     QUEUE_REFRESH = 2,
     QUEUE_DELETE = 3,
-    QUEUE_NONE = 8, // the bit that names no queue
     QUEUE_MESSAGE = 9,
     QUEUE_COLLAPSE = 10,
     QUEUE_TIMER = 12,

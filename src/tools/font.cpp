@@ -59,8 +59,7 @@ const bitmap_font* font_at(int id) {
 
 const font_glyph* font_find_glyph(int font, uint8_t code) {
     const bitmap_font* found = font_at(font);
-    if (found == nullptr || found->index[code] == 0) return nullptr;
-    return &found->glyphs[found->index[code] - 1];
+    return found == nullptr ? nullptr : font_glyph_of(*found, static_cast<char>(code));
 }
 
 int Inq_font_size(int font, int* height, int* width, int* extra) {
@@ -77,10 +76,8 @@ int Inq_text_width(int font, const char* text, int length, int* width) {
     if (found == nullptr) return -1;
     int64_t sum = 0;
     for (int i = 0; i < length; ++i) {
-        uint8_t number = found->index[static_cast<uint8_t>(text[i])];
-        if (number == 0) continue;
-        const font_glyph& glyph = found->glyphs[number - 1];
-        sum += std::max(glyph.advance, glyph.width);
+        const font_glyph* glyph = font_glyph_of(*found, text[i]);
+        if (glyph != nullptr) sum += std::max(glyph->advance, glyph->width);
     }
     *width = static_cast<int>(std::min<int64_t>(sum, INT32_MAX));
     return 0;

@@ -30,12 +30,11 @@ extent measure(const bitmap_font& font, const char* text, int length) {
     extent box = {0, 0};
     int64_t pen = 0;
     for (int i = 0; i < length; ++i) {
-        uint8_t number = font.index[static_cast<uint8_t>(text[i])];
-        if (number == 0) continue;
-        const font_glyph& glyph = font.glyphs[number - 1];
-        box.width = std::max(box.width, left_of(glyph, pen) + glyph.width);
-        box.height = std::max({box.height, int{glyph.depth}, glyph.height + glyph.y_offset});
-        pen += glyph.advance;
+        const font_glyph* glyph = font_glyph_of(font, text[i]);
+        if (glyph == nullptr) continue;
+        box.width = std::max(box.width, left_of(*glyph, pen) + glyph->width);
+        box.height = std::max({box.height, int{glyph->depth}, glyph->height + glyph->y_offset});
+        pen += glyph->advance;
     }
     box.width = std::max(box.width, pen);
     return box;
@@ -86,11 +85,10 @@ int font_compose(int font, const char* text, int length, text_mask* mask) {
     std::memset(buffer, 0xFF, bytes + 1);
     int64_t pen = 0;
     for (int i = 0; i < length; ++i) {
-        uint8_t number = found->index[static_cast<uint8_t>(text[i])];
-        if (number == 0) continue;
-        const font_glyph& glyph = found->glyphs[number - 1];
-        draw_glyph(glyph, static_cast<size_t>(left_of(glyph, pen)), row_bytes);
-        pen += glyph.advance;
+        const font_glyph* glyph = font_glyph_of(*found, text[i]);
+        if (glyph == nullptr) continue;
+        draw_glyph(*glyph, static_cast<size_t>(left_of(*glyph, pen)), row_bytes);
+        pen += glyph->advance;
     }
     *mask = {static_cast<int>(box.width), box.height, row_bytes, buffer};
     return 0;

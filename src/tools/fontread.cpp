@@ -61,14 +61,6 @@ size_t bitmap_bytes(uint8_t width, uint8_t height) {
     return (size_t{width} + 7) / 8 * height;
 }
 
-uint8_t reversed(uint8_t byte) {
-    unsigned b = byte;
-    b = (b & 0x0FU) << 4 | b >> 4;
-    b = (b & 0x33U) << 2 | (b >> 2 & 0x33U);
-    b = (b & 0x55U) << 1 | (b >> 1 & 0x55U);
-    return static_cast<uint8_t>(b);
-}
-
 // False when a character of the font leads to a glyph that isn't in the table or not in the bitmap area.
 bool decode_glyphs(bitmap_font* font, const uint8_t* table, size_t count, size_t area) {
     for (uint8_t number : font->index) {
@@ -105,7 +97,7 @@ bool fill(bitmap_font* font, tools_stream stream) {
     font->bitmaps = mem_new_array<uint8_t>(area);
     if (font->glyphs == nullptr || font->bitmaps == nullptr) return false;
     if (!read_at(stream, int64_t{header.bitmaps} + PLACES_FROM, font->bitmaps, area)) return false;
-    std::transform(font->bitmaps, font->bitmaps + area, font->bitmaps, reversed);
+    std::transform(font->bitmaps, font->bitmaps + area, font->bitmaps, reversed_bits);
     if (!decode_glyphs(font, table, count, area)) return false;
     find_largest(font);
     return true;

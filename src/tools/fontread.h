@@ -12,6 +12,12 @@ struct bitmap_font {
     int height;         // of the highest line
 };
 
+// The glyph of a character of a text, null when the font doesn't have it.
+inline const font_glyph* font_glyph_of(const bitmap_font& font, char character) {
+    const uint8_t number = font.index[static_cast<uint8_t>(character)];
+    return number == 0 ? nullptr : &font.glyphs[number - 1];
+}
+
 // Reads a font file. Every glyph that a character leads to lies within the file. Null when it is no font, is damaged,
 // can't be read or there is no memory.
 bitmap_font* font_read(const char* path);

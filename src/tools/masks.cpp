@@ -2,6 +2,7 @@
 #include <array>
 #include <cstring>
 
+#include "support/bytes.h"
 #include "support/checked.h"
 #include "support/memory.h"
 #include "tools/draw.h"
@@ -28,8 +29,7 @@ bool make_room(size_t bytes) {
 constexpr std::array<uint8_t, 256> mask_bytes() {
     std::array<uint8_t, 256> table = {};
     for (unsigned i = 0; i < 256; ++i)
-        for (unsigned bit = 0; bit < 8; ++bit)
-            if ((i >> bit & 1) == 0) table[i] = static_cast<uint8_t>(table[i] | 0x80U >> bit);
+        table[i] = reversed_bits(~i);
     return table;
 }
 constexpr std::array<uint8_t, 256> MASK_BYTES = mask_bytes();

@@ -93,20 +93,6 @@ int queue_clear(int queue) {
 
 // ---- masks --------------------------------------------------------------------------------------------------------
 
-namespace {
-
-using clear_operation = int (*)();
-constexpr clear_operation CLEAR_OPERATIONS[EVENT_QUEUES] = {
-    Clear_keyboard_data,   Clear_button_data,      Clear_refresh_data,
-    Clear_delete_data,     Clear_event_10_data,    Clear_event_20_data,
-    Clear_event_40_data,   Clear_event_80_data,    nullptr,
-    Clear_message_data,    Clear_collapse_data,    Clear_event_800_data,
-    Clear_timer_data,      Clear_window_icon_data, Clear_user_data,
-    Clear_event_8000_data, Clear_motion_data,
-};
-
-} // namespace
-
 int Enable_events(uint32_t mask) {
     if ((mask & MOTION_EVENT) != 0) motion_start();
     enabled_events |= mask;
@@ -117,7 +103,7 @@ int Disable_events(uint32_t mask) {
     tools_pump();
     enabled_events &= ~mask;
     for (int queue = 0; queue < EVENT_QUEUES; ++queue)
-        if ((mask & event_bit(queue)) != 0 && CLEAR_OPERATIONS[queue] != nullptr) CLEAR_OPERATIONS[queue]();
+        if ((mask & event_bit(queue)) != 0) queue_clear(queue);
     if ((mask & MOTION_EVENT) != 0) motion_stop();
     return 0;
 }

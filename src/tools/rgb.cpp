@@ -71,9 +71,6 @@ bool setup_4() {
     for (int i = 0; i < 256; ++i)
         rgb.dib_header->slots[i] = static_cast<uint16_t>(i < 16 ? DITHER_SLOT + i : 15);
     read_dither_slots();
-    rgb_dither_pixel = dither_pixel_4;
-    rgb_plain_pixel = plain_pixel_4;
-    rgb_pixel_color = pixel_color_4;
     return true;
 }
 
@@ -134,9 +131,6 @@ bool setup_8() {
         for (int i = 0; i < 256; ++i)
             rgb.threshold_rows[t][i] = cube_level(rgb.gamma_table[i], t);
     use_rows(row_order_8);
-    rgb_dither_pixel = dither_pixel_8;
-    rgb_plain_pixel = plain_pixel_8;
-    rgb_pixel_color = pixel_color_8;
     return true;
 }
 
@@ -187,36 +181,32 @@ bool setup_true() {
     return true;
 }
 
-bool setup_15() {
-    if (!setup_true()) return false;
-    rgb_dither_pixel = dither_pixel_15;
-    rgb_plain_pixel = plain_pixel_15;
-    rgb_pixel_color = pixel_color_15;
-    return true;
-}
+// The functions of one pipeline for single pixels.
+struct pixel_functions {
+    uint32_t (*dither)(int x, int y, uint8_t red, uint8_t green, uint8_t blue);
+    uint32_t (*plain)(uint8_t red, uint8_t green, uint8_t blue);
+    void (*color)(uint32_t pixel, uint8_t* red, uint8_t* green, uint8_t* blue);
+};
+constexpr pixel_functions NO_PIXELS = {no_dither_pixel, no_plain_pixel, no_pixel_color};
 
-bool setup_24() {
-    if (!setup_true()) return false;
-    rgb_dither_pixel = dither_pixel_24;
-    rgb_plain_pixel = plain_pixel_24;
-    rgb_pixel_color = pixel_color_24;
-    return true;
-}
-
-void use_no_pixels() {
-    rgb_dither_pixel = no_dither_pixel;
-    rgb_plain_pixel = no_plain_pixel;
-    rgb_pixel_color = no_pixel_color;
+void use_pixels(const pixel_functions& functions) {
+    rgb_dither_pixel = functions.dither;
+    rgb_plain_pixel = functions.plain;
+    rgb_pixel_color = functions.color;
 }
 
 struct pipeline {
-    int least_planes;
-    int depth;  // rgb_depth
-    int result; // of RGB_init()
+    int least_planes; // also rgb_depth
+    int result;       // of RGB_init()
     bool (*setup)();
+    pixel_functions pixels;
 };
 constexpr pipeline pipelines[] = {
-    {24, 24, 24, setup_24}, {15, 15, 24, setup_15}, {8, 8, 8, setup_8}, {4, 4, 4, setup_4}};
+    {24, 24, setup_true, {dither_pixel_24, plain_pixel_24, pixel_color_24}},
+    {15, 24, setup_true, {dither_pixel_15, plain_pixel_15, pixel_color_15}},
+    {8, 8, setup_8, {dither_pixel_8, plain_pixel_8, pixel_color_8}},
+    {4, 4, setup_4, {dither_pixel_4, plain_pixel_4, pixel_color_4}},
+};
 
 } // namespace
 
@@ -229,7 +219,7 @@ int RGB_init(int /*screen*/, int planes) {
     if (rgb.dib_header == nullptr) rgb.dib_header = mem_new<rgb_header>();
     if (rgb.dib_header == nullptr) return 0;
     rgb_depth = 0;
-    use_no_pixels();
+    use_pixels(NO_PIXELS);
     rgb_reset_writers();
     if (planes < 4) {
         log_message(LOG_WARNING, "RGB_init: too few planes\n");
@@ -239,12 +229,13 @@ int RGB_init(int /*screen*/, int planes) {
     while (planes < p->least_planes)
         ++p;
     if (!p->setup()) return 0;
-    rgb_depth = p->depth;
+    use_pixels(p->pixels);
+    rgb_depth = p->least_planes;
     return p->result;
 }
 
 void rgb_end() {
-    use_no_pixels();
+    use_pixels(NO_PIXELS);
     rgb_reset_writers();
     mem_free(rgb.vmap);
     mem_free(rgb.dib_header);

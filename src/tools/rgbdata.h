@@ -60,7 +60,7 @@ inline unsigned dither_color(unsigned cell, uint8_t red, uint8_t green, uint8_t 
     return rgb.color_quads[entry >> 10][(rgb.mix_low[mix] >> cell & 1) | (rgb.mix_high[mix] >> cell & 1) << 1];
 }
 
-// The tables of 4 planes but for slot_bytes. False without memory.
+// The tables of 4 planes but for slot_bytes, at the first call. False without memory.
 bool dither4_make();
 // The nearest of the 16 colours.
 unsigned dither4_nearest(uint8_t red, uint8_t green, uint8_t blue);

@@ -11,9 +11,7 @@ namespace {
 bool mode = false;
 
 canvas_box moved_inside(canvas_box b) {
-    const int dx = std::max(0, b.x2 - 1 - screen_width);
-    const int dy = std::max(0, b.y2 - 1 - screen_height);
-    return {b.x1 - dx, b.y1 - dy, b.x2 - dx, b.y2 - dy};
+    return window_moved_box(b, std::min(0, screen_width + 1 - b.x2), std::min(0, screen_height + 1 - b.y2));
 }
 
 // Makes the record describe the pop-up. What belongs to the number rather than to the platform's window stays.

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "support/checked.h"
+
 char root_dir[FILES_PATH_SIZE] = "";
 
 namespace {
@@ -22,16 +24,9 @@ const tools_resource* resources = nullptr;
 size_t resource_count = 0;
 open_resource open_resources[TOOLS_RESOURCES] = {}; // of handles 1 and up
 
-const char* last_name(const char* path) {
-    const char* name = path;
-    for (const char* at = path; *at != '\0'; ++at)
-        if (*at == '/' || *at == '\\') name = at + 1;
-    return name;
-}
-
 const tools_resource* find_resource(const char* path) {
     char name[RESOURCE_NAME + 1] = "";
-    const char* given = last_name(path);
+    const char* given = path_last_name(path);
     for (size_t i = 0; i < RESOURCE_NAME && given[i] != '\0'; ++i)
         name[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(given[i])));
     for (size_t i = 0; i < resource_count; ++i)
@@ -72,6 +67,13 @@ file_stream* open_joined(const char* directory, int length, const char* name, co
 
 } // namespace
 
+const char* path_last_name(const char* path) {
+    const char* name = path;
+    for (const char* at = path; *at != '\0'; ++at)
+        if (*at == '/' || *at == '\\') name = at + 1;
+    return name;
+}
+
 void tools_set_resources(const tools_resource* list, size_t count) {
     resources = list;
     resource_count = count;
@@ -87,7 +89,7 @@ tools_stream tools_fopen(const char* path, const char* mode) {
         tools_stream stream = enter_resource(resource);
         if (stream != TOOLS_NO_STREAM) return stream;
     }
-    const char* name = last_name(path);
+    const char* name = path_last_name(path);
     const char* short_name = short_file_name(name);
     if (name - path >= static_cast<ptrdiff_t>(FILES_PATH_SIZE)) return TOOLS_NO_STREAM;
     file_stream* file = open_joined(path, static_cast<int>(name - path), short_name, mode);
@@ -101,7 +103,7 @@ size_t tools_fread(void* buffer, size_t size, size_t count, tools_stream stream)
     if (is_file(stream)) return stream_read(buffer, size, count, file_of(stream));
     open_resource* resource = resource_of(stream);
     size_t bytes = 0;
-    if (resource == nullptr || __builtin_mul_overflow(size, count, &bytes)) return 0;
+    if (resource == nullptr || !checked_mul(size, count, &bytes)) return 0;
     bytes = std::min(bytes, static_cast<size_t>(resource->end - resource->next));
     std::copy_n(resource->next, bytes, static_cast<uint8_t*>(buffer));
     resource->next += bytes;

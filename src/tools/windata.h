@@ -21,6 +21,10 @@ inline canvas_box window_box(int x1, int y1, int x2, int y2) {
     return {window_limited(x1), window_limited(y1), window_limited(x2) + 1, window_limited(y2) + 1};
 }
 
+inline canvas_box window_moved_box(canvas_box b, int dx, int dy) {
+    return {b.x1 + dx, b.y1 + dy, b.x2 + dx, b.y2 + dy};
+}
+
 // What a drawing operation does with a window: `none` gives -1, `hidden` 0 without drawing.
 enum class window_use { none, hidden, draw };
 

@@ -26,9 +26,8 @@ struct window_attributes {
     bool clipped;                               // the clip box has been set; until then it only tells the first size
     int16_t current_x, current_y;               // current point
     int16_t weight;                             // of lines; 0: one pixel wide
-    uint16_t line_style;                        // 0xFFFF: solid
+    uint16_t line_style;                        // 0xFFFF: solid; any other: dotted
     uint16_t blend;                             // 0xFFFF: gaps of a styled line are left alone
-    uint16_t pen_style;                         // PEN_SOLID or PEN_DOTTED
     uint16_t color_mode;                        // COLOR_MODE_PALETTE or COLOR_MODE_TRUE
     canvas_color foreground;                    // CANVAS_SLOT | slot in palette mode
     canvas_color background;                    // the same
@@ -37,8 +36,6 @@ struct window_attributes {
     window_attributes* next; // link of the saved stack, whose newest block comes first
 };
 
-constexpr uint16_t PEN_SOLID = 0;
-constexpr uint16_t PEN_DOTTED = 2;
 constexpr uint16_t COLOR_MODE_PALETTE = 0;
 constexpr uint16_t COLOR_MODE_TRUE = 2;
 

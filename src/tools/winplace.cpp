@@ -5,10 +5,6 @@
 
 namespace {
 
-canvas_box moved(canvas_box b, int dx, int dy) {
-    return {b.x1 + dx, b.y1 + dy, b.x2 + dx, b.y2 + dy};
-}
-
 bool is_main(const window_record* w) {
     return w->handle == desk_main();
 }
@@ -25,7 +21,7 @@ int set_collapsed(int window, bool collapsed) {
 
 void window_note_place(window_record* w) {
     if (desk_state(w->handle) == host_state::restored)
-        w->placed = moved(desk_client(w->handle), scroll_x, scroll_y); // screen -> logical coordinates
+        w->placed = window_moved_box(desk_client(w->handle), scroll_x, scroll_y); // screen -> logical coordinates
 }
 
 int Display_win(int window) {
@@ -44,9 +40,9 @@ int Modify_win(int window, int x1, int y1, int x2, int y2) {
     if (w == nullptr) return -1;
     if (is_main(w)) return 0; // its place is the user's
     canvas_box client = window_box(x1, y1, x2, y2);
-    if ((w->create_flags & WINDOW_FREE) == 0) client = moved(client, -scroll_x, -scroll_y);
+    if ((w->create_flags & WINDOW_FREE) == 0) client = window_moved_box(client, -scroll_x, -scroll_y);
     desk_place(w->handle, desk_outer_of(window_style(w->create_flags, w->level), client));
-    w->placed = moved(client, scroll_x, scroll_y);
+    w->placed = window_moved_box(client, scroll_x, scroll_y);
     desk_invalidate(w->handle, nullptr);
     return 0;
 }
@@ -91,7 +87,7 @@ int Inq_win_region(int window, int* x1, int* y1, int* x2, int* y2) {
     if ((window & WINDOW_MASK) == 0)
         box = desk_client(w->handle);
     else if (desk_state(w->handle) != host_state::minimised)
-        box = moved(desk_client(w->handle), scroll_x, scroll_y);
+        box = window_moved_box(desk_client(w->handle), scroll_x, scroll_y);
     *x1 = box.x1;
     *y1 = box.y1;
     *x2 = box.x2 - 1;

@@ -186,11 +186,11 @@ TEST_F(Draw, attributes_are_stacked) {
     EXPECT_TRUE(mem_fail_stop());
     EXPECT_EQ(popattributes(w), 0);
     EXPECT_EQ(window_find(w)->attributes.foreground, CANVAS_SLOT | 9);
-    EXPECT_EQ(window_find(w)->attributes.pen_style, PEN_DOTTED);
+    EXPECT_EQ(window_find(w)->attributes.line_style, 1);
     EXPECT_EQ(window_find(w)->attributes.current_x, 3);
     EXPECT_EQ(popattributes(w), 0);
     EXPECT_EQ(window_find(w)->attributes.foreground, CANVAS_SLOT | 8);
-    EXPECT_EQ(window_find(w)->attributes.pen_style, PEN_SOLID);
+    EXPECT_EQ(window_find(w)->attributes.line_style, 0xFFFF);
     EXPECT_EQ(popattributes(w), -1);
     pushattributes(w); // goes with the window
     EXPECT_EQ(Delete_win(w), 0);

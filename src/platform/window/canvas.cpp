@@ -1,5 +1,6 @@
 // Canvases, and drawing that fills areas: boxes, patterns, masks, copies.
 #include "platform/window/canvasdata.h"
+#include "support/checked.h"
 #include "support/memory.h"
 
 #include <algorithm>
@@ -14,12 +15,7 @@ void update_drawable(canvas* c) {
         pixman_region32_copy(&c->drawable, &c->visible);
         return;
     }
-    const canvas_box clip = canvas_to_bitmap(c, c->clip);
-    if (box_is_empty(clip))
-        pixman_region32_clear(&c->drawable);
-    else
-        pixman_region32_intersect_rect(&c->drawable, &c->visible, clip.x1, clip.y1, unsigned(clip.x2 - clip.x1),
-                                       unsigned(clip.y2 - clip.y1));
+    region_meet_box(&c->drawable, &c->visible, canvas_to_bitmap(c, c->clip));
 }
 
 template <typename T> T* row_at(const canvas_bitmap* b, int x, int y) {
@@ -63,8 +59,7 @@ template <typename T> void mask_row(T* pixels, int count, const uint8_t* bits, i
 void copy_same(canvas* c, canvas_box to, int dx, int dy) {
     pixman_region32_t region;
     pixman_region32_init(&region);
-    pixman_region32_intersect_rect(&region, &c->drawable, to.x1, to.y1, unsigned(to.x2 - to.x1),
-                                   unsigned(to.y2 - to.y1));
+    region_meet_box(&region, &c->drawable, to);
     screen_move_region(&region, dx, dy);
     pixman_region32_fini(&region);
 }
@@ -175,9 +170,7 @@ uint32_t canvas_get_pixel(const canvas* c, int x, int y) {
 void canvas_mask(canvas* c, int x, int y, int width, int height, const uint8_t* bits, size_t stride,
                  canvas_color color) {
     canvas_box box = {x, y, 0, 0};
-    if (width <= 0 || height <= 0 || __builtin_add_overflow(x, width, &box.x2) ||
-        __builtin_add_overflow(y, height, &box.y2))
-        return;
+    if (width <= 0 || height <= 0 || !checked_add(x, width, &box.x2) || !checked_add(y, height, &box.y2)) return;
     const uint32_t pixel = canvas_pixel(color);
     with_pixel_type(c->bitmap, [&](auto* type) {
         using pixel_type = std::remove_pointer_t<decltype(type)>;
@@ -209,9 +202,6 @@ void canvas_copy(canvas* to, int x, int y, const canvas* from, canvas_box box) {
         return;
     }
     canvas_each_part(to, box_moved(target, -to->origin_x, -to->origin_y), [&](canvas_box part) {
-        const size_t bytes = size_t(part.x2 - part.x1) * size_t(to->bitmap->pixel_bytes);
-        for (int row = part.y1; row < part.y2; ++row)
-            memcpy(bitmap_at(to->bitmap, part.x1, row), bitmap_at(from->bitmap, part.x1 - int(dx), row - int(dy)),
-                   bytes);
+        bitmap_copy(to->bitmap, part.x1, part.y1, from->bitmap, box_moved(part, -int(dx), -int(dy)));
     });
 }

@@ -49,6 +49,13 @@ constexpr canvas_color canvas_rgb_color(canvas_rgb c) {
 
 constexpr int CANVAS_PALETTE_SIZE = 256;
 
+// All that a screen of 4 planes can show.
+constexpr canvas_rgb CANVAS_CLASSIC[16] = {
+    {0, 0, 0},     {128, 0, 0},     {0, 128, 0},     {128, 128, 0},   {0, 0, 128}, {128, 0, 128},
+    {0, 128, 128}, {192, 192, 192}, {128, 128, 128}, {255, 0, 0},     {0, 255, 0}, {255, 255, 0},
+    {0, 0, 255},   {255, 0, 255},   {0, 255, 255},   {255, 255, 255},
+};
+
 int canvas_planes(); // of the screen: 4, 8, 15, 16 or 24
 
 // Makes `count` slots from `first` on the given colours, and shows the change. On palette screens pixels that are

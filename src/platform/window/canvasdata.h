@@ -27,6 +27,10 @@ inline bool box_is_empty(canvas_box b) {
     return b.x1 >= b.x2 || b.y1 >= b.y2;
 }
 
+inline bool box_same(canvas_box a, canvas_box b) {
+    return a.x1 == b.x1 && a.y1 == b.y1 && a.x2 == b.x2 && a.y2 == b.y2;
+}
+
 inline canvas_box box_meet(canvas_box a, canvas_box b) {
     return {a.x1 > b.x1 ? a.x1 : b.x1, a.y1 > b.y1 ? a.y1 : b.y1, a.x2 < b.x2 ? a.x2 : b.x2, a.y2 < b.y2 ? a.y2 : b.y2};
 }
@@ -43,6 +47,15 @@ inline canvas_box box_moved(canvas_box b, int dx, int dy) {
 
 inline bool box_has(canvas_box b, int x, int y) {
     return x >= b.x1 && x < b.x2 && y >= b.y1 && y < b.y2;
+}
+
+// What of a region lies in a box, which may be empty.
+inline void region_meet_box(pixman_region32_t* to, const pixman_region32_t* from, canvas_box box) {
+    if (box_is_empty(box))
+        pixman_region32_clear(to);
+    else
+        pixman_region32_intersect_rect(to, const_cast<pixman_region32_t*>(from), box.x1, box.y1,
+                                       unsigned(box.x2 - box.x1), unsigned(box.y2 - box.y1));
 }
 
 inline canvas_box bitmap_box(const canvas_bitmap* b) {

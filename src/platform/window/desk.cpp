@@ -58,24 +58,27 @@ void take_out(desk_window* w) {
     --desk.count;
 }
 
-// To the bottom of its layer. There is room.
-void put_below(desk_window* w) {
-    int at = 0;
-    while (at < desk.count && desk.order[at]->layer < w->layer)
-        ++at;
+// There is room.
+void insert_at(int at, desk_window* w) {
     std::copy_backward(desk.order + at, desk.order + desk.count, desk.order + desk.count + 1);
     desk.order[at] = w;
     ++desk.count;
 }
 
-// On top of its layer. There is room.
+// To the bottom of its layer.
+void put_below(desk_window* w) {
+    int at = 0;
+    while (at < desk.count && desk.order[at]->layer < w->layer)
+        ++at;
+    insert_at(at, w);
+}
+
+// On top of its layer.
 void put_in(desk_window* w) {
     int at = desk.count;
     while (at > 0 && desk.order[at - 1]->layer > w->layer)
         --at;
-    std::copy_backward(desk.order + at, desk.order + desk.count, desk.order + desk.count + 1);
-    desk.order[at] = w;
-    ++desk.count;
+    insert_at(at, w);
 }
 
 bool make_room() {
@@ -121,29 +124,26 @@ void save_under(desk_window* w) {
     w->under =
         screen_new_bitmap(w->under_box.x2 - w->under_box.x1, w->under_box.y2 - w->under_box.y1, screen.frame.planes);
     if (w->under.pixels == nullptr) return;
-    for (int y = w->under_box.y1; y < w->under_box.y2; ++y)
-        memcpy(bitmap_at(&w->under, 0, y - w->under_box.y1), bitmap_at(&screen.frame, w->under_box.x1, y),
-               size_t(w->under.width) * size_t(w->under.pixel_bytes));
+    bitmap_copy(&w->under, 0, 0, &screen.frame, w->under_box);
 }
 
 // Puts them back; `valid` becomes what is right now.
 void restore_under(desk_window* w, pixman_region32_t* valid) {
     pixman_region32_init(valid);
     if (w->under.pixels == nullptr) return;
-    const canvas_box frame = box_meet(w->under_box, bitmap_box(&screen.frame));
-    if (!box_is_empty(frame))
-        pixman_region32_intersect_rect(valid, &w->seen, frame.x1, frame.y1, unsigned(frame.x2 - frame.x1),
-                                       unsigned(frame.y2 - frame.y1));
+    region_meet_box(valid, &w->seen, box_meet(w->under_box, bitmap_box(&screen.frame)));
     int count = 0;
     const pixman_box32_t* parts = pixman_region32_rectangles(valid, &count);
     for (int i = 0; i < count; ++i) {
-        for (int y = parts[i].y1; y < parts[i].y2; ++y)
-            memcpy(bitmap_at(&screen.frame, parts[i].x1, y),
-                   bitmap_at(&w->under, parts[i].x1 - w->under_box.x1, y - w->under_box.y1),
-                   size_t(parts[i].x2 - parts[i].x1) * size_t(w->under.pixel_bytes));
-        screen_mark({parts[i].x1, parts[i].y1, parts[i].x2, parts[i].y2});
+        const canvas_box part = {parts[i].x1, parts[i].y1, parts[i].x2, parts[i].y2};
+        bitmap_copy(&screen.frame, part.x1, part.y1, &w->under, box_moved(part, -w->under_box.x1, -w->under_box.y1));
+        screen_mark(part);
     }
     screen_free_bitmap(&w->under);
+}
+
+canvas_box icon_box(canvas_point at) {
+    return {at.x, at.y, at.x + desk.metrics.icon_width, at.y + desk.metrics.icon_height};
 }
 
 // A free place for an icon, from the left along the bottom edge, then in rows above.
@@ -151,9 +151,7 @@ bool place_is_free(const desk_window* except, canvas_box place) {
     for (int i = 0; i < desk.count; ++i) {
         const desk_window* w = desk.order[i];
         if (w == except || w->state != host_state::minimised || !w->icon_taken) continue;
-        const canvas_box other = {w->icon.x, w->icon.y, w->icon.x + desk.metrics.icon_width,
-                                  w->icon.y + desk.metrics.icon_height};
-        if (!box_is_empty(box_meet(place, other))) return false;
+        if (!box_is_empty(box_meet(place, icon_box(w->icon)))) return false;
     }
     return true;
 }
@@ -164,7 +162,7 @@ canvas_point free_icon_place(const desk_window* w) {
     const canvas_box area = desk.main.client;
     for (int y = area.y2 - height; y >= area.y1; y -= height)
         for (int x = area.x1; x + width <= area.x2; x += width)
-            if (place_is_free(w, {x, y, x + width, y + height})) return {x, y};
+            if (place_is_free(w, icon_box({x, y}))) return {x, y};
     return {area.x1, std::max(area.y2 - height, area.y1)};
 }
 
@@ -245,9 +243,6 @@ void desk_stop() {
     host_stop();
 }
 
-bool desk_is_started() {
-    return desk.started;
-}
 desk_window* desk_main() {
     return desk.started && desk.main_alive ? &desk.main : nullptr;
 }
@@ -274,15 +269,13 @@ void desk_layout(desk_window* w) {
     switch (w->state) {
     case host_state::minimised:
         take_icon_place(w);
-        w->outer = {w->icon.x, w->icon.y, w->icon.x + desk.metrics.icon_width, w->icon.y + desk.metrics.icon_height};
+        w->outer = icon_box(w->icon);
         break;
-    case host_state::maximised: {
-        const canvas_box area = w->layer == LAYER_CHILD ? desk.main.client : bitmap_box(&screen.frame);
+    case host_state::maximised:
         // The frame lies outside of what can be seen.
-        w->outer = widened(area, frame_of(w->style), frame_of(w->style));
+        w->outer = widened(desk_limit_of(w), frame_of(w->style), frame_of(w->style));
         w->client = desk_client_of(w->style, w->outer);
         break;
-    }
     case host_state::restored:
         w->outer = w->placed;
         w->client = desk_client_of(w->style, w->outer);
@@ -420,15 +413,6 @@ void desk_pick_active() {
         desk_activate(w);
         return;
     }
-}
-
-void desk_set_topmost(desk_window* w, bool topmost) {
-    if (w->layer == LAYER_CHILD || w->layer == LAYER_MODAL) return;
-    desk_begin_change();
-    take_out(w);
-    w->layer = topmost ? LAYER_TOPMOST : LAYER_POPUP;
-    put_in(w);
-    desk_end_change(nullptr);
 }
 
 void desk_place(desk_window* w, canvas_box outer) {

@@ -30,7 +30,6 @@ struct desk_window;
 bool desk_start(const char* title);
 // Destroys all windows and stops the host. Nothing happens when it isn't started.
 void desk_stop();
-bool desk_is_started();
 
 desk_window* desk_main(); // null when it is destroyed or not started
 
@@ -75,9 +74,6 @@ bool desk_is_shown(const desk_window* w); // shown, perhaps as an icon
 void desk_raise(desk_window* w);    // above all others of its kind, without activating it
 void desk_activate(desk_window* w); // raises it, too: its caption is the active one, keys go to it
 desk_window* desk_active();         // null: the main window
-
-// A pop-up that becomes topmost, or no longer is.
-void desk_set_topmost(desk_window* w, bool topmost);
 
 // Moves and sizes. Pixels that go on being seen move along when the size stays; a changed size has the whole client
 // area painted. For a minimised or maximised window it changes the place that it will be restored to.

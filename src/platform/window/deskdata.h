@@ -118,6 +118,13 @@ struct desk_data {
 };
 extern desk_data desk;
 
+constexpr uint32_t DESK_DOUBLE_CLICK = 400; // milliseconds
+
+// Where a window can be seen: a child within the main window's client area, a pop-up all over the screen.
+inline canvas_box desk_limit_of(const desk_window* w) {
+    return w->layer == LAYER_CHILD ? desk.main.client : bitmap_box(&screen.frame);
+}
+
 // ---- desk.cpp
 canvas_box desk_client_of(uint32_t style, canvas_box outer);
 void desk_layout(desk_window* w); // outer and client from placed, state and icon; inside a change
@@ -156,7 +163,6 @@ void desk_wheel_event(const host_event* event);
 bool desk_cancel_drag();          // false when there is none
 void desk_forget(desk_window* w); // it is destroyed, hidden or an icon: no drag, capture or menu of it any more
 void desk_update_cursor();
-void desk_start_move(desk_window* w);
 
 // ---- deskscroll.cpp
 canvas_box desk_bar_box(int bar);

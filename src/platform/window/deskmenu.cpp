@@ -15,7 +15,6 @@ constexpr int RULE_HEIGHT = 7; // ahead of Close
 constexpr int MENU_WIDTH = 116;
 constexpr int EDGE = 3;
 constexpr int MENU_HEIGHT = ITEM_COUNT * ITEM_HEIGHT + RULE_HEIGHT + 2 * EDGE;
-constexpr uint32_t DOUBLE_CLICK = 400; // milliseconds
 
 struct menu_data {
     desk_window* owner;  // null: no menu is open
@@ -102,7 +101,7 @@ void choose(int item) {
 bool is_second_press(const host_event* event) {
     const canvas_box box =
         menu.owner->state == host_state::minimised ? menu.owner->outer : desk_box_of(menu.owner, PART_MENU_BOX);
-    return event->time - menu.opened_at < DOUBLE_CLICK && box_has(box, event->x, event->y);
+    return event->time - menu.opened_at < DESK_DOUBLE_CLICK && box_has(box, event->x, event->y);
 }
 
 void press_menu(const host_event* event) {

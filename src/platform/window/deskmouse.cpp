@@ -6,9 +6,8 @@
 
 namespace {
 
-constexpr int SLACK = 3;               // pixels that a pressed pointer may move before it drags
-constexpr int CORNER = 16;             // pixels of a frame's side that size in both directions
-constexpr uint32_t DOUBLE_CLICK = 400; // milliseconds
+constexpr int SLACK = 3;   // pixels that a pressed pointer may move before it drags
+constexpr int CORNER = 16; // pixels of a frame's side that size in both directions
 
 bool has_frame(const desk_window* w) {
     return (w->style & (DESK_CAPTION | DESK_NARROW_CAPTION | DESK_THICK_FRAME | DESK_DIALOG_FRAME)) != 0;
@@ -79,13 +78,9 @@ desk_window* mouse_target() {
 
 // ---- drags
 
-canvas_box drag_limit(const desk_window* w) {
-    return w->layer == LAYER_CHILD ? desk.main.client : bitmap_box(&screen.frame);
-}
-
 // The pointer, kept where the window can still be taken hold of.
 canvas_point limited_pointer() {
-    const canvas_box limit = drag_limit(desk.drag.window);
+    const canvas_box limit = desk_limit_of(desk.drag.window);
     return {std::clamp(desk.pointer.x, limit.x1, std::max(limit.x1, limit.x2 - 1)),
             std::clamp(desk.pointer.y, limit.y1, std::max(limit.y1, limit.y2 - 1))};
 }
@@ -175,7 +170,7 @@ void start_drag(drag_kind kind, desk_window* w) {
 // Notes a left press; true when it makes a double click with the one before.
 bool note_press(desk_window* w, desk_part part, const host_event* event) {
     const bool is_second =
-        desk.pressed_window == w && desk.pressed_part == part && event->time - desk.pressed_time < DOUBLE_CLICK &&
+        desk.pressed_window == w && desk.pressed_part == part && event->time - desk.pressed_time < DESK_DOUBLE_CLICK &&
         std::abs(event->x - desk.pressed_at.x) <= SLACK && std::abs(event->y - desk.pressed_at.y) <= SLACK;
     desk.pressed_window = is_second ? nullptr : w;
     desk.pressed_part = part;
@@ -262,8 +257,7 @@ desk_part desk_hit(const desk_window* w, int x, int y, uint8_t* edges) {
 desk_window* desk_window_at(int x, int y) {
     for (int i = desk.count - 1; i >= 0; --i) {
         desk_window* w = desk.order[i];
-        const canvas_box limit = w->layer == LAYER_CHILD ? desk.main.client : bitmap_box(&screen.frame);
-        if (w->shown && box_has(box_meet(w->outer, limit), x, y)) return w;
+        if (w->shown && box_has(box_meet(w->outer, desk_limit_of(w)), x, y)) return w;
     }
     return desk_main();
 }

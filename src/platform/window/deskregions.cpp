@@ -14,33 +14,25 @@ struct region {
     region& operator=(const region&) = delete;
 };
 
-void meet_box(pixman_region32_t* to, pixman_region32_t* from, canvas_box box) {
-    if (box_is_empty(box))
-        pixman_region32_clear(to);
-    else
-        pixman_region32_intersect_rect(to, from, box.x1, box.y1, unsigned(box.x2 - box.x1), unsigned(box.y2 - box.y1));
-}
-
 void add_box(pixman_region32_t* to, canvas_box box) {
     if (!box_is_empty(box))
         pixman_region32_union_rect(to, to, box.x1, box.y1, unsigned(box.x2 - box.x1), unsigned(box.y2 - box.y1));
 }
 
 void see_window(desk_window* w, pixman_region32_t* rest) {
-    const canvas_box limit = w->layer == LAYER_CHILD ? desk.main.client : bitmap_box(&screen.frame);
     if (!w->shown) {
         pixman_region32_clear(&w->seen);
         return;
     }
     region mine;
-    meet_box(&w->seen, rest, box_meet(w->outer, limit));
+    region_meet_box(&w->seen, rest, box_meet(w->outer, desk_limit_of(w)));
     pixman_region32_copy(&mine.r, &w->seen);
     pixman_region32_subtract(rest, rest, &mine.r);
 }
 
 void set_canvas(desk_window* w) {
     region drawn;
-    meet_box(&drawn.r, &w->seen, w->client);
+    region_meet_box(&drawn.r, &w->seen, w->client);
     canvas_set_visible(&w->surface, w->client, &drawn.r);
 }
 
@@ -57,9 +49,6 @@ void see_all() {
 
 bool same_size(canvas_box a, canvas_box b) {
     return a.x2 - a.x1 == b.x2 - b.x1 && a.y2 - a.y1 == b.y2 - b.y1;
-}
-bool same_box(canvas_box a, canvas_box b) {
-    return same_size(a, b) && a.x1 == b.x1 && a.y1 == b.y1;
 }
 
 // Whether its old pixels, moved along, are still right.
@@ -82,7 +71,7 @@ struct change_move {
 };
 
 bool is_unmoved(const desk_window* w) {
-    return same_box(w->before_outer, w->outer);
+    return box_same(w->before_outer, w->outer);
 }
 
 change_move find_move() {
@@ -101,7 +90,7 @@ void find_kept(desk_window* w, change_move move, pixman_region32_t* kept) {
     const int dy = w->outer.y1 - w->before_outer.y1;
     pixman_region32_clear(kept);
     if (!keeps_pixels(w) || (!is_unmoved(w) && (dx != move.dx || dy != move.dy))) return;
-    meet_box(kept, &w->before, bitmap_box(&screen.frame));
+    region_meet_box(kept, &w->before, bitmap_box(&screen.frame));
     pixman_region32_translate(kept, dx, dy);
     pixman_region32_intersect(kept, kept, &w->seen);
 }
@@ -121,7 +110,7 @@ void move_pixels(change_move move) {
 // Client area that came to light: must be painted.
 void ask_for(desk_window* w, pixman_region32_t* exposed) {
     region client;
-    meet_box(&client.r, exposed, w->client);
+    region_meet_box(&client.r, exposed, w->client);
     if (pixman_region32_not_empty(&client.r) == 0) return;
     pixman_region32_translate(&client.r, -w->client.x1, -w->client.y1);
     pixman_region32_union(&w->update, &w->update, &client.r);
@@ -229,7 +218,7 @@ void desk_copy(desk_window* w, canvas_box from, int to_x, int to_y) {
     const canvas_box target = box_meet(box_moved(box_meet(from, limit), dx, dy), limit);
     region wanted;
     region sure;
-    meet_box(&wanted.r, &w->surface.drawable, canvas_to_bitmap(&w->surface, target));
+    region_meet_box(&wanted.r, &w->surface.drawable, canvas_to_bitmap(&w->surface, target));
     // Pixels are right whose source is seen and does not wait to be painted itself.
     pixman_region32_copy(&sure.r, &w->update);
     pixman_region32_translate(&sure.r, w->client.x1, w->client.y1);

@@ -125,9 +125,7 @@ void show(const canvas_bitmap* frame, const canvas_rgb* palette, const canvas_bo
     std::copy_n(palette, CANVAS_PALETTE_SIZE, data.palette);
     for (int i = 0; i < count; ++i) {
         const canvas_box box = changed[i];
-        for (int y = box.y1; y < box.y2; ++y)
-            memcpy(bitmap_at(&data.shown, box.x1, y), bitmap_at(frame, box.x1, y),
-                   size_t(box.x2 - box.x1) * size_t(frame->pixel_bytes));
+        bitmap_copy(&data.shown, box.x1, box.y1, frame, box);
         data.shown_pixels += long{box.x2 - box.x1} * (box.y2 - box.y1);
     }
 }
@@ -143,12 +141,7 @@ void beep() {
 }
 
 void set_state(host_state state) {
-    host_event event = {};
-    event.kind = host_event_kind::resize;
-    event.width = data.shown.width;
-    event.height = data.shown.height;
-    event.state = state;
-    headless_post(&event);
+    headless_resize(data.shown.width, data.shown.height, state);
 }
 
 bool post_at(const host_event* event, uint32_t time) {

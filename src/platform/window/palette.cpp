@@ -69,11 +69,7 @@ canvas_rgb canvas_palette(int slot) {
 }
 
 canvas_rgb canvas_device_color(canvas_rgb color) {
-    constexpr canvas_rgb device[16] = {{0, 0, 0},       {128, 0, 0},   {0, 128, 0},   {128, 128, 0},
-                                       {0, 0, 128},     {128, 0, 128}, {0, 128, 128}, {192, 192, 192},
-                                       {128, 128, 128}, {255, 0, 0},   {0, 255, 0},   {255, 255, 0},
-                                       {0, 0, 255},     {255, 0, 255}, {0, 255, 255}, {255, 255, 255}};
-    return screen.frame.planes == 4 ? device[nearest(color, device, 16)] : color;
+    return screen.frame.planes == 4 ? CANVAS_CLASSIC[nearest(color, CANVAS_CLASSIC, 16)] : color;
 }
 
 uint32_t canvas_pixel(canvas_color color) {

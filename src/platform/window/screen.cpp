@@ -92,24 +92,18 @@ struct under_outline {
     canvas_bitmap pixels;
 };
 
-void copy_rows(const canvas_bitmap* to, int to_x, int to_y, const canvas_bitmap* from, canvas_box box) {
-    const size_t bytes = size_t(box.x2 - box.x1) * size_t(from->pixel_bytes);
-    for (int y = box.y1; y < box.y2; ++y)
-        memcpy(bitmap_at(to, to_x, to_y + y - box.y1), bitmap_at(from, box.x1, y), bytes);
-}
-
 // Keeps the pixels of a side. Without memory that side isn't drawn.
 bool keep_under(under_outline* kept, canvas_box side) {
     kept->side = box_meet(side, bitmap_box(&screen.frame));
     if (box_is_empty(kept->side)) return false;
     kept->pixels = screen_new_bitmap(kept->side.x2 - kept->side.x1, kept->side.y2 - kept->side.y1, screen.frame.planes);
     if (kept->pixels.pixels == nullptr) return false;
-    copy_rows(&kept->pixels, 0, 0, &screen.frame, kept->side);
+    bitmap_copy(&kept->pixels, 0, 0, &screen.frame, kept->side);
     return true;
 }
 
 void put_back(under_outline* kept) {
-    copy_rows(&screen.frame, kept->side.x1, kept->side.y1, &kept->pixels, bitmap_box(&kept->pixels));
+    bitmap_copy(&screen.frame, kept->side.x1, kept->side.y1, &kept->pixels, bitmap_box(&kept->pixels));
     screen_free_bitmap(&kept->pixels);
 }
 
@@ -118,22 +112,14 @@ void show_changed() {
     changed_count = 0;
 }
 
-bool same_box(canvas_box a, canvas_box b) {
-    return a.x1 == b.x1 && a.y1 == b.y1 && a.x2 == b.x2 && a.y2 == b.y2;
-}
-
 // The starting palette: the sixteen classic colours (on 4 planes twice), a cube of 6 by 6 by 6, greys, and white last.
 void fill_starting_palette() {
-    constexpr uint8_t classic[16][3] = {{0, 0, 0},       {128, 0, 0},   {0, 128, 0},   {128, 128, 0},
-                                        {0, 0, 128},     {128, 0, 128}, {0, 128, 128}, {192, 192, 192},
-                                        {128, 128, 128}, {255, 0, 0},   {0, 255, 0},   {255, 255, 0},
-                                        {0, 0, 255},     {255, 0, 255}, {0, 255, 255}, {255, 255, 255}};
     for (int slot = 0; slot < CANVAS_PALETTE_SIZE; ++slot) {
         const auto grey = uint8_t(slot);
         canvas_rgb color = {grey, grey, grey};
         const int cube = slot - 16;
         if (slot < 16 || (slot < 32 && screen.frame.planes == 4))
-            color = {classic[slot & 15][0], classic[slot & 15][1], classic[slot & 15][2]};
+            color = CANVAS_CLASSIC[slot & 15];
         else if (cube >= 0 && cube < 216)
             color = {uint8_t(cube / 36 * 51), uint8_t(cube / 6 % 6 * 51), uint8_t(cube % 6 * 51)};
         screen.palette[slot] = color;
@@ -177,6 +163,12 @@ void screen_free_bitmap(canvas_bitmap* bitmap) {
     bitmap->pixels = nullptr;
 }
 
+void bitmap_copy(const canvas_bitmap* to, int to_x, int to_y, const canvas_bitmap* from, canvas_box box) {
+    const size_t bytes = size_t(box.x2 - box.x1) * size_t(from->pixel_bytes);
+    for (int y = box.y1; y < box.y2; ++y)
+        memcpy(bitmap_at(to, to_x, to_y + y - box.y1), bitmap_at(from, box.x1, y), bytes);
+}
+
 bool screen_start(int width, int height, int planes) {
     screen_stop();
     screen.frame = screen_new_bitmap(width, height, planes);
@@ -201,7 +193,7 @@ bool screen_resize(int width, int height) {
     if (fresh.pixels == nullptr) return false;
     const uint32_t black = canvas_pixel(canvas_rgb_color({0, 0, 0}));
     if (black != 0) memset(fresh.pixels, int(black & 0xFF), fresh.stride * size_t(fresh.height)); // a palette's slot
-    copy_rows(&fresh, 0, 0, &screen.frame, box_meet(bitmap_box(&fresh), bitmap_box(&screen.frame)));
+    bitmap_copy(&fresh, 0, 0, &screen.frame, box_meet(bitmap_box(&fresh), bitmap_box(&screen.frame)));
     screen_free_bitmap(&screen.frame);
     screen.frame = fresh;
     changed_count = 0;
@@ -230,7 +222,7 @@ void screen_flush(const canvas_box* overlay, int count) {
     count = std::min(count, MOST_OVERLAY);
     bool same = count == outlines_shown;
     for (int i = 0; i < count && same; ++i)
-        same = same_box(overlay[i], outline_shown[i]);
+        same = box_same(overlay[i], outline_shown[i]);
     if (!same) {
         for (int i = 0; i < outlines_shown; ++i)
             mark_outline(outline_shown[i]);

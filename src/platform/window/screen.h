@@ -34,3 +34,5 @@ void screen_move_region(const pixman_region32_t* to, int dx, int dy);
 // A bitmap's pixels; pixels null without memory. Released with screen_free_bitmap().
 canvas_bitmap screen_new_bitmap(int width, int height, int planes);
 void screen_free_bitmap(canvas_bitmap* bitmap);
+// Copies a box that lies in `from` to a place where it lies in `to`, another bitmap of the same depth.
+void bitmap_copy(const canvas_bitmap* to, int to_x, int to_y, const canvas_bitmap* from, canvas_box box);
