@@ -1,4 +1,4 @@
-# Installs what a command needs on Debian or Ubuntu, and says what and why. Sourced by run, test and fuzz/run.
+# Installs what a command needs on Debian or Ubuntu, and says what and why. Sourced by run, test, bench/run and fuzz/run.
 
 # need_packages WHY PACKAGE...: installs those of the packages that are missing.
 need_packages() {

@@ -2,6 +2,7 @@
 #include <iterator>
 
 #include "commands.h"
+#include "core/version.h"
 #include "surface/file_types.h"
 #include "surface/paths.h"
 
@@ -41,7 +42,7 @@ constexpr program_command COMMANDS[] = {
 };
 
 constexpr program_definition PROGRAM = {
-    "tinct-batch", "Korvane Tinct V3.4.0", SYNOPSIS, HELP, COMMANDS, static_cast<int>(std::size(COMMANDS)), nullptr};
+    "tinct-batch", TINCT_VERSION, SYNOPSIS, HELP, COMMANDS, static_cast<int>(std::size(COMMANDS)), nullptr};
 
 } // namespace
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "common/program.h"
+#include "core/version.h"
 #include "picture.h"
 #include "platform/files.h"
 #include "raster/rzl.h"
@@ -213,7 +214,7 @@ constexpr program_command COMMANDS[] = {
     {"--pens", list_pens},
 };
 
-constexpr program_definition PROGRAM = {"tinct-sample", "Korvane Tinct V3.4.0", SYNOPSIS, HELP, COMMANDS, 2, render};
+constexpr program_definition PROGRAM = {"tinct-sample", TINCT_VERSION, SYNOPSIS, HELP, COMMANDS, 2, render};
 
 } // namespace
 

@@ -3,13 +3,13 @@
 #include <cstring>
 
 #include "core/main.h"
+#include "core/version.h"
 #include "surface/file_types.h"
 #include "surface/paths.h"
 #include "tools/process.h"
 
 namespace {
 
-constexpr const char* VERSION = "Korvane Tinct V3.4.0\n";
 constexpr const char* HELP = "usage: tinct [-f FILE.tnc] [-p FILE.tnp] [@FILE ...]\n"
                              "\n"
                              "Opens a rendered image in a window.\n"
@@ -44,7 +44,7 @@ bool asks_for(int count, char** arguments, const char* option) {
 
 int main(int count, char** arguments, char** environment) {
     if (asks_for(count, arguments, "--help")) return std::fputs(HELP, stdout) < 0 ? 1 : 0;
-    if (asks_for(count, arguments, "--version")) return std::fputs(VERSION, stdout) < 0 ? 1 : 0;
+    if (asks_for(count, arguments, "--version")) return std::printf("%s\n", TINCT_VERSION) < 0 ? 1 : 0;
     product_root_init();
     const tools_program program = {search_paths_init, tinct_main};
     const int status = tools_process_entry(count, arguments, environment, &program);

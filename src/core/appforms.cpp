@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/input.h"
 #include "core/program.h"
 #include "surface/palette.h"
 #include "tools/events.h"
@@ -34,10 +35,10 @@ int copy_keyboard_data(char* out, int size) {
 int filter_key(int* key) {
     switch (*key) {
     case 127: *key = 8; return 1;
-    case 128: *key = 2; return 1;  // left
-    case 131: *key = 14; return 1; // down
-    case 132: *key = 6; return 1;  // right
-    case 133: *key = 16; return 1; // up
+    case KEY_LEFT: *key = 2; return 1;
+    case KEY_DOWN: *key = 14; return 1;
+    case KEY_RIGHT: *key = 6; return 1;
+    case KEY_UP: *key = 16; return 1;
     case 141: *key = 13; return 0;
     case 8:
     case 11:

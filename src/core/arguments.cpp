@@ -125,8 +125,7 @@ bool expand_one(text_list* list, const char* argument, int depth) {
     return list_add(list, argument) || no_memory();
 }
 
-// ---- options
-// ---------------------------------------------------------------------------------------------------------
+// ---- options ------------------------------------------------------------------------------------------------------
 
 bool takes_argument(const char* options, char letter) {
     const char* found = letter != ':' ? std::strchr(options, letter) : nullptr;
@@ -189,8 +188,7 @@ bool build(int count, const char* const* arguments, const char* options, text_li
     return good;
 }
 
-// ---- the option reader's place
-// ---------------------------------------------------------------------------------------
+// ---- the option reader's place ------------------------------------------------------------------------------------
 
 struct option_place {
     int index; // the entry at work

@@ -14,6 +14,11 @@ namespace {
 constexpr int BUTTON_CHOOSE = 1;
 constexpr int BUTTON_CANCEL = 2;
 
+// Takes the oldest button event off its queue. The others stay: a press may wait behind a release that nobody wants.
+void drop_button() {
+    Get_button_data(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+}
+
 // True when a region's action has taken the event.
 bool press(int window, int x, int y) {
     all_busycursor();
@@ -29,25 +34,11 @@ bool take_button() {
     if (Inq_button_data(&window, &x, &y, &button, &transition, nullptr) != 0) return true;
     if (transition == TRANS_UP) return false;
     if (button == BUTTON_CANCEL) {
-        Get_button_data(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+        drop_button();
         cancel_action(0);
         return true;
     }
     return button == BUTTON_CHOOSE && press(window, x, y);
-}
-
-// Takes an event that nobody wanted off its queue. Of button events only the oldest: a press may wait behind the
-// release that is dropped.
-void drop(uint32_t event) {
-    switch (event) {
-    case KEYBOARD_EVENT: Clear_keyboard_data(); break;
-    case BUTTON_EVENT: Get_button_data(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr); break;
-    case COLLAPSE_EVENT: Clear_collapse_data(); break;
-    case TIMER_EVENT: Clear_timer_data(); break;
-    case WINDOW_ICON_EVENT: Clear_window_icon_data(); break;
-    case USER_EVENT: Clear_user_data(); break;
-    default: break;
-    }
 }
 
 } // namespace
@@ -55,12 +46,14 @@ void drop(uint32_t event) {
 void dispatch_events(uint32_t event) {
     if (event == BUTTON_EVENT && take_button()) return;
     if (forms_process_event(event) != 0) return;
-    if (event == REFRESH_EVENT)
-        view_refresh();
-    else if (event == KEYBOARD_EVENT)
-        input_key();
-    else if (event == USER_EVENT)
-        input_user_event();
-    else
-        drop(event);
+    switch (event) {
+    case REFRESH_EVENT: view_refresh(); break;
+    case KEYBOARD_EVENT: input_key(); break;
+    case USER_EVENT: input_user_event(); break;
+    case BUTTON_EVENT: drop_button(); break;
+    case COLLAPSE_EVENT: Clear_collapse_data(); break;
+    case TIMER_EVENT: Clear_timer_data(); break;
+    case WINDOW_ICON_EVENT: Clear_window_icon_data(); break;
+    default: break;
+    }
 }

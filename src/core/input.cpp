@@ -2,7 +2,6 @@
 #include "core/input.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include "core/main.h"
@@ -18,9 +17,7 @@
 namespace {
 
 constexpr int PAN_PART = 4;         // of the viewport that an arrow key moves by
-constexpr int WHEEL_STEPS_MAX = 16; // as many as there are zooms on one side
-
-enum : uint8_t { KEY_RIGHT = 132, KEY_LEFT = 128, KEY_DOWN = 131, KEY_UP = 133 };
+constexpr int WHEEL_STEPS_MAX = 16; // that are taken at once, however many have come while the program was busy
 
 // What has been noted.
 struct noticed {
@@ -39,11 +36,10 @@ void notice_drop(const char* path) {
 void zoom_by_wheel() {
     const int steps = std::clamp(waiting.wheel, -WHEEL_STEPS_MAX, WHEEL_STEPS_MAX);
     waiting.wheel = 0;
+    if (steps == 0) return;
     int window = 0, x = 0, y = 0, inside = 0;
     Mouse_win_position(&window, &x, &y, &inside);
-    if (window != picture_view.window || inside == 0) return;
-    for (int i = 0; i < std::abs(steps); ++i)
-        (steps > 0 ? tool_zoom_in_at : tool_zoom_out_at)(&picture_view, x, y);
+    if (window == picture_view.window && inside != 0) wheel_zoom(&picture_view, x, y, steps);
 }
 
 void open_dropped() {

@@ -4,6 +4,11 @@
 //   b         zoom to a box: two clicks                        f        the whole picture
 #pragma once
 
+#include <cstdint>
+
+// Codes of the arrow keys in the keyboard buffer.
+enum : uint8_t { KEY_LEFT = 128, KEY_DOWN = 131, KEY_RIGHT = 132, KEY_UP = 133 };
+
 struct desk_message;
 
 // Notes a wheel step or a dropped file for later, when it comes out of the message pump: whatever loop is pumping, the

@@ -34,7 +34,6 @@ namespace {
 
 constexpr const char* OPTIONS = "p:f:";
 constexpr int SCREEN_TRUE_COLOR = 256; // a bit of the screen record's flags
-constexpr int TRUE_COLOR_PLANES = 24;
 constexpr const char* DEFAULT_ROOT = "/vantor";
 constexpr const char* FORM_DIRECTORY = "tinct";
 
@@ -54,8 +53,7 @@ start_files read_options(const argument_list* list) {
     return files;
 }
 
-// ---- start
-// -----------------------------------------------------------------------------------------------------------
+// ---- start --------------------------------------------------------------------------------------------------------
 
 void read_screen() {
     int screen = 0;
@@ -112,8 +110,7 @@ bool start(const start_files* files) {
     return true;
 }
 
-// ---- loop and end
-// ----------------------------------------------------------------------------------------------------
+// ---- loop and end -------------------------------------------------------------------------------------------------
 
 void run() {
     while (!quit_requested) {
@@ -185,11 +182,11 @@ int tinct_main(int count, char** arguments, char** /*environment*/) {
     log_set_sink(dialog_log_sink, nullptr);
     quit_requested = false;
     argument_list list;
-    // A response file that can't be read has been told; the program comes up without what it would have named.
-    if (!expand_arguments(count, arguments, OPTIONS, &list)) list = {nullptr, 0};
+    // A response file that can't be read has been told; the list is empty then, and the program comes up without it.
+    expand_arguments(count, arguments, OPTIONS, &list);
     for (int i = 1; i < list.count; ++i)
         strip_blanks(list.values[i]);
-    const start_files files = list.count > 0 ? read_options(&list) : start_files{nullptr, nullptr};
+    const start_files files = read_options(&list);
     const bool started = start(&files);
     if (started) {
         run();

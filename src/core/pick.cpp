@@ -19,7 +19,6 @@ int highlighted_pen = NO_PEN;
 namespace {
 
 constexpr uint32_t DIRECT_WHITE = 0xFFFFFF;
-constexpr int DIRECT_PLANES = 24;
 
 struct pick_list {
     int32_t pens[PENS_AT_PIXEL_MAX];
@@ -28,8 +27,7 @@ struct pick_list {
 };
 pick_list picked = {};
 
-// ---- the highlight's lines
-// -------------------------------------------------------------------------------------------
+// ---- the highlight's lines ----------------------------------------------------------------------------------------
 
 struct highlight {
     const view* v;
@@ -58,23 +56,7 @@ int draw_run(void* context, int32_t x, int32_t y, int32_t count) {
 
 void set_white(int window) {
     weight(window, 0);
-    rgbcolor(window, 0, display_planes == DIRECT_PLANES ? DIRECT_WHITE : rgb_plain_pixel(255, 255, 255));
-}
-
-// ---- what a highlight covers
-// -----------------------------------------------------------------------------------------
-
-struct pixel_box {
-    int32_t x1, y1, x2, y2; // inclusive
-};
-
-int take_run(void* context, int32_t x, int32_t y, int32_t count) {
-    auto* box = static_cast<pixel_box*>(context);
-    box->x1 = std::min(box->x1, x);
-    box->y1 = std::min(box->y1, y);
-    box->x2 = std::max(box->x2, x + count - 1);
-    box->y2 = std::max(box->y2, y);
-    return 0;
+    rgbcolor(window, 0, display_planes == TRUE_COLOR_PLANES ? DIRECT_WHITE : rgb_plain_pixel(255, 255, 255));
 }
 
 // The point lies on a pixel of the picture as it is shown. Left of the picture and above it, window coordinates turn
@@ -102,11 +84,9 @@ void highlight_draw(const view* v, int pen) {
 
 void highlight_remove(const raster_image* image, const view* v, int pen) {
     highlighted_pen = NO_PEN;
-    if (pen < 0 || pen >= PEN_COUNT || !forms_up) return;
-    pixel_box box = {INT32_MAX, INT32_MAX, -1, -1};
-    pen_for_each_run(open_image.tnc, pen, &box, take_run);
-    if (box.x2 < 0) return;
-    view_draw_area(image, v, box.x1, box.y1, box.x2 + 1, box.y2 + 1);
+    pen_summary covered;
+    if (!forms_up || !pen_summarise(open_image.tnc, pen, &covered) || covered.samples == 0) return;
+    view_draw_area(image, v, covered.x1, covered.y1, covered.x2 + 1, covered.y2 + 1);
 }
 
 void highlight_redraw() {

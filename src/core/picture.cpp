@@ -60,8 +60,7 @@ void resize(int width, int height) {
     place_region();
 }
 
-// ---- what the open image tells
-// ---------------------------------------------------------------------------------------
+// ---- what the open image tells ------------------------------------------------------------------------------------
 
 uint32_t last_shown = 0;
 
@@ -159,10 +158,12 @@ void view_refresh() {
     view part;
     if (!view_part(&picture_view, r.area_x1, r.area_y1, r.area_x2, r.area_y2, &part)) return;
     // Columns that the whole view doesn't show are black in a part of it too.
-    const int32_t last = view_last_column(&picture_view);
-    if (open_image.picture != nullptr) fill_black(r.window, std::max(last + 1, part.x1), part.y1, part.x2, part.y2);
-    part.x2 = open_image.picture != nullptr ? std::min(part.x2, last) : part.x2;
-    if (part.x1 > part.x2) return;
+    if (open_image.picture != nullptr) {
+        const int32_t last = view_last_column(&picture_view);
+        fill_black(r.window, std::max(last + 1, part.x1), part.y1, part.x2, part.y2);
+        part.x2 = std::min(part.x2, last);
+        if (part.x1 > part.x2) return;
+    }
     view_draw(open_image.picture, &part);
     highlight_redraw();
 }

@@ -1,11 +1,7 @@
 // The picture's view: the open image in its window, how it is refreshed, and how changes of the image show.
 #pragma once
 
-#include <cstdint>
-
 #include "core/view.h"
-
-constexpr int NO_WINDOW = -1;
 
 extern view picture_view; // its window is NO_WINDOW while there is none
 

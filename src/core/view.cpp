@@ -45,6 +45,11 @@ int32_t stepped(int32_t zoom, int direction) {
     return next == 1 || next == -1 ? 0 : next;
 }
 
+double scale_of(int32_t zoom) {
+    if (zoom == 0) return 1.0;
+    return zoom > 0 ? zoom : 1.0 / -zoom;
+}
+
 // 2, 4, 8 ... while the factor is 2 or more.
 int32_t zoom_in_by(double factor) {
     int32_t zoom = 1;
@@ -55,7 +60,7 @@ int32_t zoom_in_by(double factor) {
     return zoom;
 }
 
-// -2, -4, -8 ... until the factor has come to `enough`, or, when that isn't enough yet, above it.
+// -2, -4, -8 ... until the factor has come to the limit, or, when that isn't enough yet, above it.
 int32_t zoom_out_by(double factor, double limit, bool limit_is_enough) {
     int32_t zoom = -1;
     while ((factor < limit || (factor == limit && !limit_is_enough)) && zoom > -VIEW_ZOOM_MAX) {
@@ -87,9 +92,8 @@ struct span {
 };
 
 span span_of(int32_t zoom, int32_t corner, int32_t origin, int32_t from, int32_t end) {
-    span s = {std::max({from, origin, 0}), 0, 0};
-    if (zoom < 0) s.from -= s.from % -zoom;
-    const double scale = zoom == 0 ? 1.0 : (zoom > 0 ? zoom : 1.0 / -zoom);
+    span s = {on_grid(std::max({from, origin, 0}), zoom), 0, 0};
+    const double scale = scale_of(zoom);
     s.first = corner + static_cast<int64_t>(static_cast<double>(s.from - origin) * scale);
     s.last = corner + static_cast<int64_t>((static_cast<double>(end) - origin) * scale + WHOLE_PIXEL) - 1;
     return s;
@@ -103,8 +107,7 @@ int32_t pixel_start(int32_t zoom, int32_t corner, int32_t at) {
 } // namespace
 
 double view_scale(const view* v) {
-    if (v->zoom == 0) return 1.0;
-    return v->zoom > 0 ? v->zoom : 1.0 / -v->zoom;
+    return scale_of(v->zoom);
 }
 
 void view_to_image(const view* v, int x, int y, int32_t* ix, int32_t* iy) {

@@ -11,6 +11,8 @@
 
 struct view;
 
+constexpr int NO_WINDOW = -1; // in place of a window's number
+
 // What a view's clicks and requests do. Every slot is mandatory.
 struct view_ops {
     void (*pick)(view* v, int x, int y);              // a click of the default tool, window coordinates
@@ -40,8 +42,7 @@ double view_scale(const view* v);
 // Window to image coordinates, truncated toward zero.
 void view_to_image(const view* v, int x, int y, int32_t* ix, int32_t* iy);
 
-// ---- changing what is shown: these set zoom and origin, and draw nothing
-// ---------------------------------------------
+// ---- changing what is shown: these set zoom and origin, and draw nothing ------------------------------------------
 
 // The largest zoom at which four fifths of each side of the image fit into the viewport, or 0 for any between 1 and 2;
 // centred.
@@ -61,8 +62,7 @@ void view_zoom_at(view* v, int x, int y, int direction);
 // The zoom at which the box between two points fills the viewport best, its centre in the middle.
 void view_zoom_box(view* v, int x1, int y1, int x2, int y2);
 
-// ---- what an area of the image covers in the window
-// ------------------------------------------------------------------
+// ---- what an area of the image covers in the window ---------------------------------------------------------------
 
 struct view_area {
     int32_t column, row;    // image coordinates of the first pixel to draw

@@ -1,7 +1,7 @@
 // How a view is drawn at each kind of zoom.
 //
 // One to one, the display takes a rectangle straight from the planes. Zoomed in, an image row is built once, each pixel
-// repeated, and shown as a block of screen rows with a stride of 0. Zoomed out, a row takes every n-th pixel.
+// repeated, and shown in each row of a block of screen rows. Zoomed out, a row takes every n-th pixel.
 #include "core/viewdraw.h"
 
 #include <algorithm>
@@ -29,8 +29,7 @@ planes planes_at(const raster_image* image, int32_t column, int32_t row) {
     return {{image->red + offset, image->green + offset, image->blue + offset}};
 }
 
-// ---- zoomed in
-// -------------------------------------------------------------------------------------------------------
+// ---- zoomed in ----------------------------------------------------------------------------------------------------
 
 template <int Times> void repeat_few(const uint8_t* from, int count, uint8_t* to) {
     int done = 0;
@@ -59,19 +58,17 @@ void repeat(const uint8_t* from, int times, int count, uint8_t* to) {
 void draw_zoomed_in(const raster_image* image, const view* v, const view_area* area) {
     screen_row line;
     const int width = area->x2 - area->x1 + 1;
-    const int times = std::min(v->zoom, VIEW_LINE_MAX + 1);
     int32_t row = area->row;
     for (int y = area->y1; y <= area->y2; y += v->zoom, ++row) {
         const planes from = planes_at(image, area->column, row);
         for (int c = 0; c < CHANNELS; ++c)
-            repeat(from.at[c], times, width, line.bytes[c]);
+            repeat(from.at[c], v->zoom, width, line.bytes[c]);
         const int last = std::min(y + v->zoom - 1, area->y2);
-        rgb_rect(v->window, area->x1, area->x2, y, last, line.bytes[0], line.bytes[1], line.bytes[2], 0);
+        rgb_fill(v->window, area->x1, area->x2, y, last, line.bytes[0], line.bytes[1], line.bytes[2]);
     }
 }
 
-// ---- zoomed out
-// ------------------------------------------------------------------------------------------------------
+// ---- zoomed out ---------------------------------------------------------------------------------------------------
 
 void draw_zoomed_out(const raster_image* image, const view* v, const view_area* area) {
     screen_row line;
@@ -87,8 +84,7 @@ void draw_zoomed_out(const raster_image* image, const view* v, const view_area* 
     }
 }
 
-// ---- one to one
-// ------------------------------------------------------------------------------------------------------
+// ---- one to one ---------------------------------------------------------------------------------------------------
 
 void draw_plain(const raster_image* image, const view* v, const view_area* area) {
     const planes from = planes_at(image, area->column, area->row);

@@ -1,6 +1,8 @@
 // The tools. Each that changes a view asks for its image, changes the view, draws, and tells that it has drawn.
 #include "core/viewtools.h"
 
+#include <cstdlib>
+
 #include "core/appforms.h"
 #include "core/pick.h"
 #include "core/viewdraw.h"
@@ -12,20 +14,17 @@ int tool_gadget = NO_GADGET;
 
 namespace {
 
-constexpr int NO_WINDOW = -1;
-
 // First corner of a box; its window is NO_WINDOW until there is one.
 struct box_corner {
     int window, x, y;
 };
 box_corner first_corner = {NO_WINDOW, 0, 0};
 
-using view_change = void (*)(const raster_image* image, view* v, int x, int y);
-
-void apply_change(view* v, int x, int y, view_change change) {
+// Changes the view by change(image), and shows it.
+template <typename Change> void apply_change(view* v, Change change) {
     raster_image* image = v->ops->get_image(v);
     if (image == nullptr) return;
-    change(image, v, x, y);
+    change(image);
     hidecursor(v->window);
     view_draw(image, v);
     v->ops->image_done(v, image);
@@ -38,27 +37,26 @@ void tool_default(view* v, int x, int y) {
 }
 
 void tool_pan(view* v, int x, int y) {
-    apply_change(v, x, y, [](const raster_image*, view* w, int px, int py) { view_center(w, px, py); });
+    apply_change(v, [=](const raster_image*) { view_center(v, x, y); });
 }
 
 void tool_zoom_in(view* v, int x, int y) {
-    apply_change(v, x, y, [](const raster_image*, view* w, int px, int py) { view_zoom(w, px, py, 1); });
+    apply_change(v, [=](const raster_image*) { view_zoom(v, x, y, 1); });
 }
 
 void tool_zoom_out(view* v, int x, int y) {
-    apply_change(v, x, y, [](const raster_image*, view* w, int px, int py) { view_zoom(w, px, py, -1); });
+    apply_change(v, [=](const raster_image*) { view_zoom(v, x, y, -1); });
 }
 
-void tool_zoom_in_at(view* v, int x, int y) {
-    apply_change(v, x, y, [](const raster_image*, view* w, int px, int py) { view_zoom_at(w, px, py, 1); });
+void tool_fit(view* v, int /*x*/, int /*y*/) {
+    apply_change(v, [=](const raster_image* image) { view_fit(image, v); });
 }
 
-void tool_zoom_out_at(view* v, int x, int y) {
-    apply_change(v, x, y, [](const raster_image*, view* w, int px, int py) { view_zoom_at(w, px, py, -1); });
-}
-
-void tool_fit(view* v, int x, int y) {
-    apply_change(v, x, y, [](const raster_image* image, view* w, int, int) { view_fit(image, w); });
+void wheel_zoom(view* v, int x, int y, int steps) {
+    apply_change(v, [=](const raster_image*) {
+        for (int i = 0; i < std::abs(steps); ++i)
+            view_zoom_at(v, x, y, steps > 0 ? 1 : -1);
+    });
 }
 
 void tool_zoom_box(view* v, int x, int y) {
@@ -71,9 +69,7 @@ void tool_zoom_box(view* v, int x, int y) {
         return;
     }
     first_corner.window = NO_WINDOW;
-    apply_change(v, x, y, [](const raster_image*, view* w, int px, int py) {
-        view_zoom_box(w, first_corner.x, first_corner.y, px, py);
-    });
+    apply_change(v, [=](const raster_image*) { view_zoom_box(v, first_corner.x, first_corner.y, x, y); });
 }
 
 void tool_set(view_tool tool, int gadget) {

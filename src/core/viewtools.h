@@ -22,9 +22,10 @@ void tool_zoom_in(view* v, int x, int y);  // the same, one step nearer
 void tool_zoom_out(view* v, int x, int y); // the same, one step away
 void tool_fit(view* v, int x, int y);      // the whole picture
 void tool_zoom_box(view* v, int x, int y); // the second of two clicks in one window zooms to the box between them
-// What the wheel does; no button of the form sets them.
-void tool_zoom_in_at(view* v, int x, int y); // one step nearer, the point stays
-void tool_zoom_out_at(view* v, int x, int y);
+
+// What the wheel does: so many steps nearer, or away when negative, and the point stays. Shown once, whatever the
+// steps.
+void wheel_zoom(view* v, int x, int y, int steps);
 
 // Puts a tool in force, in place of the one there. `gadget` is the label of its button, or NO_GADGET.
 void tool_set(view_tool tool, int gadget);
