@@ -2,7 +2,7 @@
 // and nothing is due.
 #pragma once
 
-#include "../apps/app_fixture.h"
+#include "core_fixture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,32 +14,20 @@
 #include "core/picture.h"
 #include "core/program.h"
 #include "platform/window/host.h"
-#include "support/log.h"
-#include "support/memory.h"
-#include "surface/file_types.h"
-#include "tnc/penpack.h"
 #include "tools/colors.h"
 #include "tools/events.h"
 #include "tools/process.h"
 #include "tools/windows.h"
 
-class Session : public AppFixture {
+class Session : public CoreFixture {
 protected:
     void SetUp() override {
-        AppFixture::SetUp();
-        std::filesystem::current_path(directory);
+        CoreFixture::SetUp();
         stop_set_action([](void*, int) { ADD_FAILURE() << "the program was stopped"; }, nullptr);
-        live_before = mem_live();
     }
     void TearDown() override {
         tools_leave();
-        file_types_free();
-        penpack_release_scratch();
-        EXPECT_EQ(mem_live(), live_before);
-        stop_set_action(nullptr, nullptr);
-        log_set_sink(nullptr, nullptr);
-        std::filesystem::current_path("/");
-        AppFixture::TearDown();
+        CoreFixture::TearDown();
     }
 
     void step(std::function<void()> action) { steps.push_back(std::move(action)); }
@@ -93,8 +81,7 @@ protected:
         return {0, 0};
     }
 
-    // ---- what the window has to show, worked out pixel by pixel
-    // ------------------------------------------------------
+    // ---- what the window has to show, worked out pixel by pixel ---------------------------------------------------
 
     // Marks the pixels of the window that the highlight covers.
     static std::vector<bool> highlighted() {
@@ -151,5 +138,4 @@ protected:
     }
 
     std::vector<std::function<void()>> steps;
-    long live_before = 0;
 };

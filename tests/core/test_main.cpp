@@ -32,6 +32,12 @@ void drop(const char* path) {
     headless_post(&event);
 }
 
+void close_main() {
+    host_event event = {};
+    event.kind = host_event_kind::close;
+    headless_post(&event);
+}
+
 void note(void* argument) {
     calls += static_cast<const char*>(argument);
 }
@@ -136,16 +142,13 @@ TEST_F(Main, TwentyBrokenPairsInARowLeaveItRunning) {
     });
     EXPECT_EQ(run_program({"-f", "still.tnc"}, 316, 236, 24), 0);
     EXPECT_GE(messages.size(), 10u);
+    EXPECT_GT(stops, 0);
 }
 
 TEST_F(Main, ClosingAsksAboutChanges) {
     write_pair();
     step([] { open_image.image_changed = true; });
-    step([] {
-        host_event event = {};
-        event.kind = host_event_kind::close;
-        headless_post(&event);
-    });
+    step(close_main);
     step([] { headless_key(host_key::escape, 27, 0); }); // Cancel
     step([] {
         EXPECT_TRUE(open_image.image_changed);
@@ -163,9 +166,7 @@ TEST_F(Main, ClosingTheWindowEndsTheProgramFromAnyWait) {
     stops = 0;
     step([] {
         stop_set_action([](void*, int status) { stops += status == 0 ? 1 : 100; }, nullptr);
-        host_event event = {};
-        event.kind = host_event_kind::close;
-        headless_post(&event);
+        close_main();
     });
     EXPECT_EQ(run_program({"-f", "still.tnc"}, 316, 236, 24), 0);
     EXPECT_EQ(stops, 1);
@@ -238,7 +239,6 @@ TEST_F(Main, FormsAreAskedAtTheirPlaces) {
     });
     EXPECT_EQ(run_program({"-f", "still.tnc"}, 400, 300, 24), 0);
     forms.main_create = [](int, int*) { return 0; };
-    log_set_sink(nullptr, nullptr);
     step([] { headless_key(host_key::enter, 13, 0); });
     EXPECT_EQ(run_program({}, 400, 300, 24), 1); // "Failed to initialize forms"
     forms = {};

@@ -1,33 +1,21 @@
 // Finding the pair, opening it, and applying to it.
-#include "../apps/app_fixture.h"
+#include "core_fixture.h"
 
 #include "core/open_image.h"
 #include "platform/files.h"
-#include "support/log.h"
-#include "support/memory.h"
-#include "surface/file_types.h"
-#include "tnc/penpack.h"
 
 namespace {
 
-class OpenImage : public AppFixture {
+class OpenImage : public CoreFixture {
 protected:
     void SetUp() override {
-        AppFixture::SetUp();
+        CoreFixture::SetUp();
         log_set_sink(record, this);
         stop_set_action([](void* user, int) { ++static_cast<OpenImage*>(user)->stops; }, this);
-        std::filesystem::current_path(directory);
-        live_before = mem_live();
     }
     void TearDown() override {
         image_close();
-        file_types_free();
-        penpack_release_scratch();
-        EXPECT_EQ(mem_live(), live_before);
-        log_set_sink(nullptr, nullptr);
-        stop_set_action(nullptr, nullptr);
-        std::filesystem::current_path("/");
-        AppFixture::TearDown();
+        CoreFixture::TearDown();
     }
     static void record(void* user, int, const char* text) {
         static_cast<OpenImage*>(user)->messages.emplace_back(text);
@@ -37,18 +25,8 @@ protected:
         return find_companion(path.c_str(), raster, sizeof raster) ? raster : "";
     }
     static std::string head(const std::string& name) { return std::string("\xFA\x03\xF3\x01", 4) + name; }
-    static applique* color(double red, double green, double blue) {
-        applique* a = applique_new();
-        if (a == nullptr) return nullptr;
-        a->is_color = 1;
-        a->a0 = red;
-        a->a1 = green;
-        a->a2 = blue;
-        return a;
-    }
     std::vector<std::string> messages;
     int stops = 0;
-    long live_before = 0;
 };
 
 } // namespace
