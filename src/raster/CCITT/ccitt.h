@@ -5,9 +5,8 @@
 //   Coded    a stream of bits, the first one in bit 0 of the first byte (fill order 2). Data of fill order 1, where the
 //            first bit is bit 7, goes through cit_reverse_bytes() before decoding and after encoding.
 //   Runs     16-bit unsigned run lengths, native order. The first is white and may be 0, the colours alternate, and
-//   they
-//            add up to the width. Stored lines have an odd count: one that ends on black gets a white run of 0. A run
-//            over 65535 stands as 65535, 0, the rest; any run of 0 in the middle joins its neighbours.
+//            they add up to the width. Stored lines have an odd count: one that ends on black gets a white run of 0. A
+//            run over 65535 stands as 65535, 0, the rest; any run of 0 in the middle joins its neighbours.
 //   Bits     16-bit words, low byte first, the leftmost pixel in bit 15 of the first word; a set bit is black. There is
 //            room for (width + 15) / 16 words, two bytes each. What is behind the last pixel is written as 0 and never
 //            looked at.
@@ -51,7 +50,6 @@ constexpr size_t CIT_GUARDS = 4;
 
 // An all-white line of that width. False: no memory. Release with cit_changes_free(), also after a failure.
 bool cit_changes_white(cit_changes* line, uint32_t width);
-bool cit_changes_copy(cit_changes* to, const cit_changes* from);
 void cit_changes_free(cit_changes* line);
 
 // Makes room for `count` positions and the guards. False: no memory, and the line is as it was.
@@ -60,6 +58,10 @@ bool cit_changes_need(cit_changes* line, size_t count);
 // The runs that cit_changes_to_runs() makes of the line; and the most that any line of the width can have.
 size_t cit_runs_of_changes(const cit_changes* line, uint32_t width);
 size_t cit_max_runs(uint32_t width);
+
+// Makes `*runs` a block for `count` words, of which `*room` tells how many it has, with as much again for longer lines.
+// False: no memory, and the block is as it was.
+bool cit_need_runs(uint16_t** runs, size_t* room, size_t count);
 
 // Into runs: an odd count, which is the result. `runs` has room for cit_runs_of_changes().
 size_t cit_changes_to_runs(const cit_changes* line, uint32_t width, uint16_t* runs);
@@ -91,7 +93,7 @@ size_t cit_runs_to_bytes(uint32_t width, const uint16_t* runs, uint8_t* bytes);
 // Reverses the order of the bits in each byte.
 void cit_reverse_bytes(uint8_t* bytes, size_t count);
 
-// ---- decoding of whole images: citdec.cpp, citg3dec.cpp
+// ---- decoding of whole images: citdec.cpp
 // --------------------------------------------------------------
 
 struct cit_params {
@@ -147,8 +149,8 @@ void cit_encoder_free(cit_encoder* state);
 // Bytes that the buffer must have free before a line is coded, and before the end is, so that there is always room.
 size_t cit_line_bound(uint32_t width, uint32_t minimum);
 
-// Begin an image. `buffer` is borrowed, `size` in bytes; output is whole 16-bit words, low byte first, bit 0 first.
-// K of start_g3:
+// Begin an image. Its height need not be known: nothing depends on it. `buffer` is borrowed, `size` in bytes; output is
+// whole 16-bit words, low byte first, bit 0 first. K of start_g3:
 //   0 or more  the first line and every K-th after it one-dimensional, the others two-dimensional (0: only the first);
 //              13-bit end-of-line codes with a tag bit; six of them at the end
 //   -1         all lines one-dimensional; 12-bit end-of-line codes; six of them at the end

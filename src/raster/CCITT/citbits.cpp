@@ -10,17 +10,13 @@ size_t bytes_left(uint32_t base, uint32_t width) {
     return (size_t{width} + 15) / 16 * 2 - base / 8;
 }
 
-uint8_t reversed(uint8_t byte) {
-    return static_cast<uint8_t>(((byte * 0x80200802ull) & 0x0884422110ull) * 0x0101010101ull >> 32);
-}
-
 } // namespace
 
 void cit_bits_end(cit_bit_writer* w, uint32_t width) {
     uint32_t last = width & ~63u;
     if (w->base < last) cit_bits_advance(w, last, 0);
     uint8_t bytes[8];
-    cit_store64(bytes, cit_swap_words(w->word));
+    store_u64le(bytes, cit_swap_words(w->word));
     std::memcpy(w->words + w->base / 8, bytes, bytes_left(w->base, width));
 }
 
@@ -29,7 +25,7 @@ bool cit_bits_last_edges(cit_bit_reader* r, uint64_t* edges) {
     if (left == 0) return false;
     uint8_t bytes[8] = {};
     std::memcpy(bytes, r->words + r->next / 8, bytes_left(r->next, r->width));
-    uint64_t word = cit_swap_words(cit_load64(bytes));
+    uint64_t word = cit_swap_words(load_u64le(bytes));
     *edges = (word ^ (word >> 1 | r->last)) & ~(~uint64_t{0} >> left);
     r->base = r->next;
     r->next = r->width;
@@ -102,5 +98,5 @@ void cit_reverse_bytes(uint8_t* bytes, size_t count) {
         std::memcpy(bytes + i, &v, sizeof v);
     }
     for (; i < count; ++i)
-        bytes[i] = reversed(bytes[i]);
+        bytes[i] = reversed_bits(bytes[i]);
 }

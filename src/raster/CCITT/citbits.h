@@ -13,10 +13,6 @@ inline uint64_t cit_swap_words(uint64_t word) {
     word = word << 32 | word >> 32;
     return (word & 0x0000FFFF0000FFFF) << 16 | (word >> 16 & 0x0000FFFF0000FFFF);
 }
-inline void cit_store64(uint8_t* p, uint64_t value) {
-    if constexpr (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) value = __builtin_bswap64(value);
-    std::memcpy(p, &value, sizeof value);
-}
 
 // ---- runs
 
@@ -46,9 +42,9 @@ inline cit_bit_writer cit_bits_begin(uint8_t* words) {
 
 // Finishes the words in front of the one with pixel `x`, a multiple of 64: white ones, behind the one at hand.
 inline void cit_bits_advance(cit_bit_writer* w, uint32_t x, uint64_t filling) {
-    cit_store64(w->words + w->base / 8, cit_swap_words(w->word));
+    store_u64le(w->words + w->base / 8, cit_swap_words(w->word));
     for (w->base += 64; w->base < x; w->base += 64)
-        cit_store64(w->words + w->base / 8, filling);
+        store_u64le(w->words + w->base / 8, filling);
     w->word = 0;
 }
 
@@ -89,7 +85,7 @@ bool cit_bits_last_edges(cit_bit_reader* r, uint64_t* edges);
 inline bool cit_bits_edges(cit_bit_reader* r, uint64_t* edges) {
     uint32_t left = r->width - r->next;
     if (left < 64) return cit_bits_last_edges(r, edges);
-    uint64_t word = cit_swap_words(cit_load64(r->words + r->next / 8));
+    uint64_t word = cit_swap_words(load_u64le(r->words + r->next / 8));
     *edges = word ^ (word >> 1 | r->last);
     r->last = word << 63;
     r->base = r->next;

@@ -2,7 +2,7 @@
 //
 // The stream is a 64-bit buffer whose bit 0 comes next. It is refilled by whole words, and behind the end of the data
 // by zeros, which no code begins with more than a few of: so a decoder needs no test for the end within a line, and
-// asks stream_overrun() behind it.
+// asks cit_stream_overrun() behind it.
 #pragma once
 
 #include <cstddef>
@@ -50,13 +50,6 @@ struct cit_stream {
     uint64_t zeros; // bits made up behind the end
 };
 
-inline uint64_t cit_load64(const uint8_t* p) {
-    uint64_t value;
-    std::memcpy(&value, p, sizeof value);
-    if constexpr (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) value = __builtin_bswap64(value);
-    return value;
-}
-
 void cit_stream_refill_end(cit_stream* s); // within 8 bytes of the end
 
 // At least 56 valid bits.
@@ -65,7 +58,7 @@ inline void cit_stream_refill(cit_stream* s) {
         cit_stream_refill_end(s);
         return;
     }
-    s->buffer |= cit_load64(s->next) << s->count;
+    s->buffer |= load_u64le(s->next) << s->count;
     s->next += (63 - s->count) >> 3;
     s->count |= 56;
 }
@@ -107,6 +100,13 @@ inline bool cit_stream_at_end_of_line(const cit_stream* s) {
 // ---- one line
 // ----------------------------------------------------------------------------------------------------------
 
+// Ends a line behind its first `count` positions, for which there is room with the guards.
+inline void cit_end_changes(cit_changes* line, size_t count, uint32_t width) {
+    line->count = count;
+    for (size_t i = 0; i < CIT_GUARDS; ++i)
+        line->at[count + i] = static_cast<int32_t>(width);
+}
+
 enum class cit_line {
     whole,   // a line
     damaged, // the line in part, white behind it; it has ended at an end-of-line code, and the next line can be tried
@@ -116,9 +116,8 @@ enum class cit_line {
     no_room, // no memory
 };
 
-// Decode the runs of a line, without any code around them. whole, lost or no_room; two-dimensional
-// ones also stuck. The data has at least one bit left.
-// cit_decode_1d_runs: a run that would pass the width is cut to it, and *cut set.
+// Decode the runs of a line, without any code around them. whole, lost or no_room; two-dimensional ones also stuck.
+// The data has at least one bit left. cit_decode_1d_runs: a run that would pass the width is cut to it, and *cut set.
 cit_line cit_decode_1d_runs(cit_stream* s, cit_changes* line, uint32_t width, bool* cut);
 cit_line cit_decode_2d_runs(cit_stream* s, const cit_changes* reference, cit_changes* line, uint32_t width);
 

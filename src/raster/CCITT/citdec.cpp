@@ -22,12 +22,7 @@ bool is_possible(const cit_params* params) {
 // Hands a line over. Two words of 0 stand behind its runs, so that it can be walked beyond its end.
 uint32_t hand_over(decoder* d, const cit_changes* line, uint32_t number) {
     size_t needed = cit_runs_of_changes(line, d->params->width) + 2;
-    if (needed > d->room) {
-        auto* runs = static_cast<uint16_t*>(mem_realloc(d->runs, needed * 2 * sizeof(uint16_t)));
-        if (runs == nullptr) return CIT_NO_MEMORY;
-        d->runs = runs;
-        d->room = needed * 2;
-    }
+    if (!cit_need_runs(&d->runs, &d->room, needed)) return CIT_NO_MEMORY;
     size_t count = cit_changes_to_runs(line, d->params->width, d->runs);
     d->runs[count] = 0;
     d->runs[count + 1] = 0;

@@ -13,7 +13,6 @@ struct cit_encoder {
     uint8_t* end;
     uint8_t* buffer; // borrowed
     uint32_t width;
-    uint32_t height;
     int32_t period;   // K of the group 3 forms
     uint32_t minimum; // words a line, 0 for no padding
     uint32_t left;    // lines of the period that are left; 0: the next is one-dimensional
@@ -183,7 +182,7 @@ uint32_t put_g3(cit_encoder* e) {
     return outcome(e);
 }
 
-bool begin(cit_encoder* e, uint32_t width, uint32_t height, uint8_t* buffer, size_t size) {
+bool begin(cit_encoder* e, uint32_t width, uint8_t* buffer, size_t size) {
     e->bits = 0;
     e->count = 0;
     e->full = false;
@@ -191,7 +190,6 @@ bool begin(cit_encoder* e, uint32_t width, uint32_t height, uint8_t* buffer, siz
     e->next = buffer;
     e->end = buffer + size;
     e->width = width;
-    e->height = height;
     e->left = 0;
     e->line = 0;
     e->current = 0;
@@ -202,7 +200,7 @@ bool begin(cit_encoder* e, uint32_t width, uint32_t height, uint8_t* buffer, siz
 uint32_t finish(cit_encoder* e, size_t* words) {
     *words = static_cast<size_t>(e->next - e->buffer) / 2;
     uint32_t result = outcome(e);
-    (void)begin(e, e->width, e->height, nullptr, 0);
+    (void)begin(e, e->width, nullptr, 0);
     return result;
 }
 
@@ -231,17 +229,17 @@ size_t cit_line_bound(uint32_t width, uint32_t minimum) {
     return size_t{width} + size_t{minimum} * 2 + 32;
 }
 
-bool cit_encoder_start_g4(cit_encoder* state, uint32_t width, uint32_t height, uint8_t* buffer, size_t size) {
+bool cit_encoder_start_g4(cit_encoder* state, uint32_t width, uint32_t /*height*/, uint8_t* buffer, size_t size) {
     state->period = 0;
     state->minimum = 0;
-    return begin(state, width, height, buffer, size);
+    return begin(state, width, buffer, size);
 }
 
-bool cit_encoder_start_g3(cit_encoder* state, uint32_t width, uint32_t height, uint8_t* buffer, size_t size, int32_t k,
-                          uint32_t minimum) {
+bool cit_encoder_start_g3(cit_encoder* state, uint32_t width, uint32_t /*height*/, uint8_t* buffer, size_t size,
+                          int32_t k, uint32_t minimum) {
     state->period = k < NO_CODES ? NO_CODES : k;
     state->minimum = minimum;
-    return begin(state, width, height, buffer, size);
+    return begin(state, width, buffer, size);
 }
 
 uint32_t cit_encode_g4_line(cit_encoder* state, const uint16_t* runs) {

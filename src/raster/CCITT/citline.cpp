@@ -83,9 +83,7 @@ void close_line(cit_changes* line, size_t count, uint32_t width) {
     if (count > width) count = without_empty_runs(line->at, count);
     while (count > 0 && line->at[count - 1] >= end)
         --count;
-    line->count = count;
-    for (size_t i = 0; i < CIT_GUARDS; ++i)
-        line->at[count + i] = end;
+    cit_end_changes(line, count, width);
 }
 
 // A line that broke off at a0: a black run that is open ends there. There is room for one more change.

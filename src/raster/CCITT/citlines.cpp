@@ -1,6 +1,5 @@
 // A line as the positions of its changes, and its way from and to runs and bits.
 #include <algorithm>
-#include <cstring>
 
 #include "raster/CCITT/citbits.h"
 #include "support/memory.h"
@@ -9,11 +8,6 @@ namespace {
 
 constexpr size_t FIRST_ROOM = 256;
 constexpr size_t WORD_PIXELS = 64;
-
-void set_guards(cit_changes* line, uint32_t width) {
-    for (size_t i = 0; i < CIT_GUARDS; ++i)
-        line->at[line->count + i] = static_cast<int32_t>(width);
-}
 
 // The words that a run takes with those that split it.
 size_t words_of_run(uint32_t run) {
@@ -35,15 +29,7 @@ bool cit_changes_need(cit_changes* line, size_t count) {
 
 bool cit_changes_white(cit_changes* line, uint32_t width) {
     if (!cit_changes_need(line, 0)) return false;
-    line->count = 0;
-    set_guards(line, width);
-    return true;
-}
-
-bool cit_changes_copy(cit_changes* to, const cit_changes* from) {
-    if (!cit_changes_need(to, from->count)) return false;
-    std::memcpy(to->at, from->at, (from->count + CIT_GUARDS) * sizeof(int32_t));
-    to->count = from->count;
+    cit_end_changes(line, 0, width);
     return true;
 }
 
@@ -54,6 +40,15 @@ void cit_changes_free(cit_changes* line) {
 
 size_t cit_max_runs(uint32_t width) {
     return size_t{width} + 3;
+}
+
+bool cit_need_runs(uint16_t** runs, size_t* room, size_t count) {
+    if (count <= *room) return true;
+    auto* grown = static_cast<uint16_t*>(mem_realloc(*runs, count * 2 * sizeof(uint16_t)));
+    if (grown == nullptr) return false;
+    *runs = grown;
+    *room = count * 2;
+    return true;
 }
 
 size_t cit_runs_of_changes(const cit_changes* line, uint32_t width) {
@@ -99,8 +94,7 @@ bool cit_changes_from_runs(cit_changes* line, uint32_t width, const uint16_t* ru
         }
         at += runs[i];
     }
-    line->count = count;
-    set_guards(line, width);
+    cit_end_changes(line, count, width);
     return true;
 }
 
@@ -121,7 +115,6 @@ bool cit_changes_from_bits(cit_changes* line, uint32_t width, const uint8_t* wor
         while (edges != 0)
             line->at[count++] = static_cast<int32_t>(r.base + cit_bits_next(&edges));
     }
-    line->count = count;
-    set_guards(line, width);
+    cit_end_changes(line, count, width);
     return true;
 }

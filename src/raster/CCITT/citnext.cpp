@@ -85,19 +85,12 @@ cit_line next_g4(cit_stream* s, const cit_changes* reference, cit_changes* line,
     return take_end_of_block(s) ? cit_line::ended : cit_line::lost;
 }
 
-// A line with nothing in it, where the decoder has left none.
-void whiten(cit_changes* line, uint32_t width) {
-    line->count = 0;
-    for (size_t i = 0; i < CIT_GUARDS; ++i)
-        line->at[i] = static_cast<int32_t>(width);
-}
-
 } // namespace
 
 cit_line cit_next_line(cit_stream* s, cit_coding coding, const cit_changes* reference, cit_changes* line,
                        uint32_t width, bool* clean) {
     *clean = true;
-    whiten(line, width);
+    cit_end_changes(line, 0, width); // white where the decoder leaves nothing
     switch (coding) {
     case cit_coding::aligned: return next_aligned(s, line, width);
     case cit_coding::g3_1d: return next_g3(s, false, reference, line, width, clean);

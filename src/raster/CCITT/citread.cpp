@@ -78,15 +78,10 @@ cit_changes* line_of(cursor* c, uint32_t number) {
     return &c->lines[~number & 1];
 }
 
-// Decodes the next line, which is white when the image is over. False: no memory, and the cursor stands as it stood.
+// Decodes the next line; the image is not over. False: no memory, and the cursor stands as it stood.
 bool cursor_step(const cit_reader* r, cursor* c) {
     cit_stream stream = c->stream;
     cit_changes* line = line_of(c, c->next);
-    if (c->over) {
-        c->sound = false;
-        ++c->next;
-        return cit_changes_white(line, r->width);
-    }
     bool clean = true;
     cit_line kind = cit_next_line(&stream, r->coding, line_of(c, c->next + 1), line, r->width, &clean);
     if (kind == cit_line::no_room) return false;
@@ -128,7 +123,7 @@ bool note_checkpoint(cit_reader* r) {
 bool step_forward(cit_reader* r) {
     cursor* c = &r->forward;
     bool begins = c->next % r->block_lines == 0 && c->next / r->block_lines == r->checkpoint_count;
-    if (begins && !c->over && !note_checkpoint(r)) return false;
+    if (begins && !note_checkpoint(r)) return false;
     if (!cursor_step(r, c)) return false;
     if (!c->sound) r->damaged = true;
     if (c->next == r->lines && !c->over) r->unended = !cit_take_end(&c->stream, r->coding);
@@ -145,9 +140,7 @@ bool restore(cit_reader* r, cursor* c, uint32_t block) {
     if (note->count == 0) return true;
     if (!cit_changes_need(before, note->count)) return false;
     std::memcpy(before->at, note->at, note->count * sizeof(int32_t));
-    before->count = note->count;
-    for (size_t i = 0; i < CIT_GUARDS; ++i)
-        before->at[note->count + i] = static_cast<int32_t>(r->width);
+    cit_end_changes(before, note->count, r->width);
     return true;
 }
 
@@ -172,13 +165,7 @@ bool need_cache(cit_reader* r, uint32_t count) {
 bool keep_line(cit_reader* r, cursor* c) {
     block_cache* cache = &r->cache;
     const cit_changes* line = line_of(c, c->next - 1);
-    size_t needed = cit_runs_of_changes(line, r->width);
-    if (needed > cache->room) {
-        auto* runs = static_cast<uint16_t*>(mem_realloc(cache->runs, needed * 2 * sizeof(uint16_t)));
-        if (runs == nullptr) return false;
-        cache->runs = runs;
-        cache->room = needed * 2;
-    }
+    if (!cit_need_runs(&cache->runs, &cache->room, cit_runs_of_changes(line, r->width))) return false;
     size_t count = cit_changes_to_runs(line, r->width, cache->runs);
     if (!cit_succeeded(cit_sink_line(&cache->sink, cache->runs, count, cache->count + 1))) return false;
     cache->sound[cache->count++] = c->sound ? 1 : 0;

@@ -33,7 +33,7 @@ bool make_room(cit_writer* w) {
     return true;
 }
 
-// Begins a strip where none is begun. `height` is not known, and nothing depends on it.
+// Begins a strip where none is begun.
 bool prepare(cit_writer* w) {
     if (!make_room(w)) return false;
     if (w->begun) return true;

@@ -49,7 +49,6 @@ struct gif_spec {
     int32_t colour_count;   // of the table in force
     bool has_table;         // that table stands in the file; otherwise it is grey
     bool interlaced;        // the file holds the lines in four passes
-    size_t position;        // offset in `pixels` of the line being handed out
     int32_t lines_gathered; // on writing: different lines that have come
     uint8_t* pixels;        // owned: a byte a pixel, line by line in file order
     uint8_t* line_came;     // owned, on writing: a byte a line, not 0 when it has been put

@@ -74,8 +74,7 @@ bool have_pixels(CFILE* c, gif_spec* spec) {
     return false;
 }
 
-void deliver_colors(const gif_spec* spec, read_planes buffers) {
-    const uint8_t* pixels = spec->pixels + spec->position;
+void deliver_colors(const gif_spec* spec, const uint8_t* pixels, read_planes buffers) {
     for (size_t plane = 0; plane < 3; ++plane) {
         uint8_t* out = buffers[plane];
         if (out == nullptr) continue;
@@ -85,13 +84,13 @@ void deliver_colors(const gif_spec* spec, read_planes buffers) {
     }
 }
 
-void deliver_pixels(CFILE* c, const gif_spec* spec, uint8_t* out) {
+void deliver_pixels(CFILE* c, const uint8_t* pixels, uint8_t* out) {
+    int32_t width = gif_spec_of(c)->width;
     if (out == nullptr) return;
-    const uint8_t* pixels = spec->pixels + spec->position;
     if (gif_get_format(c) == RZL_FORMAT_BILEVEL_RUNS) {
-        rzl_pack_bits(out, pixels, spec->width, 1);
+        rzl_pack_bits(out, pixels, width, 1);
     } else {
-        std::memcpy(out, pixels, static_cast<size_t>(spec->width));
+        std::memcpy(out, pixels, static_cast<size_t>(width));
     }
 }
 
@@ -119,11 +118,11 @@ int gif_get_line(CFILE* c, int channels, read_planes buffers) {
         return 0;
     }
     int32_t place = spec->interlaced ? gif_interlaced_place(c->line, spec->height) : c->line;
-    spec->position = static_cast<size_t>(place) * static_cast<size_t>(spec->width);
+    const uint8_t* pixels = spec->pixels + static_cast<size_t>(place) * static_cast<size_t>(spec->width);
     if (channels == 3) {
-        deliver_colors(spec, buffers);
+        deliver_colors(spec, pixels, buffers);
     } else if (channels == 1) {
-        deliver_pixels(c, spec, buffers[0]);
+        deliver_pixels(c, pixels, buffers[0]);
     }
     ++c->line;
     return spec->width;

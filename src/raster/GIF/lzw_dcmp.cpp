@@ -47,7 +47,7 @@ uint32_t take_code(bit_source* s, int width) {
     return code;
 }
 
-// The state between codes. `place` and `length` are those of the string last written.
+// The state between codes.
 struct decoder {
     bit_source source;
     uint8_t* pixels;
@@ -125,7 +125,6 @@ inline void add_entry(decoder* d) {
 // Any other code. False: decoding is at its end.
 inline bool continue_string(decoder* d, uint32_t code) {
     auto place = static_cast<uint32_t>(d->fill);
-    bool goes_on = true;
     if (code < d->clear) {
         add_entry(d);
         d->before = {place, 1};
@@ -138,7 +137,7 @@ inline bool continue_string(decoder* d, uint32_t code) {
         d->damaged = true;
     }
     add_entry(d);
-    goes_on = append_string(d, string);
+    bool goes_on = append_string(d, string);
     d->before = {place, string.length};
     return goes_on;
 }

@@ -63,9 +63,8 @@ int krv_get_coded_strip(CFILE* c, int channels, read_planes buffers) {
         return 0;
     }
     // No buffer can only be asked for the size.
-    uint8_t nothing[2];
-    uint8_t* runs = channels > 0 && buffers[0] != nullptr ? buffers[0] : nothing;
-    if (runs == nothing) c->rle_size = 0;
+    uint8_t* runs = channels > 0 ? buffers[0] : nullptr;
+    if (runs == nullptr) c->rle_size = 0;
     int bytes = cit_g4_get_strip(c, coded_extent(c), runs);
     if (bytes > 0) ++c->line;
     return bytes;

@@ -235,9 +235,7 @@ bool lay_out_tiles(CFILE* c, tif_image* image) {
     }
     if (image->tile_width == 0 || image->tile_length == 0) return refuse(c, RZL_BAD_TILE_SIZE, "Invalid tile size");
     image->flags |= TIF_TILED;
-    auto over = [](uint32_t size, uint32_t tile) { return static_cast<uint32_t>((uint64_t{size} + tile - 1) / tile); };
-    image->tiles_across = over(image->image_width, image->tile_width);
-    image->tiles_down = over(image->image_length, image->tile_length);
+    tif_count_tiles(image);
     image->rows_per_strip = image->tile_length;
     return true;
 }

@@ -20,6 +20,7 @@
 #include "raster/CORE/cfile.h"
 #include "support/bytes.h"
 
+enum class cit_coding : uint8_t;
 struct cit_reader;
 struct cit_writer;
 struct tif_lzw_table;
@@ -74,6 +75,10 @@ constexpr uint32_t tif_type_size(uint16_t type) {
     constexpr uint32_t SIZES[] = {0, 1, 1, 2, 4, 8};
     return type < 6 ? SIZES[type] : 0;
 }
+// Bytes of so many values; of a type that is not known here a byte each.
+constexpr uint64_t tif_value_bytes(uint16_t type, uint32_t count) {
+    return uint64_t{count} * (tif_type_size(type) != 0 ? tif_type_size(type) : 1);
+}
 
 // Values of tag 259.
 enum tif_codings : uint16_t {
@@ -96,9 +101,8 @@ enum tif_photometrics : uint16_t { TIF_WHITE_ZERO = 0, TIF_BLACK_ZERO = 1, TIF_R
 
 // Bits of an image's `flags`.
 enum tif_flags : uint32_t {
-    TIF_COPIED = 0x0001,         // made from another record by tif_copy_settings()
     TIF_HAS_MAP = 0x0008,        // there is a colour map
-    TIF_TILED = 0x0010,          //
+    TIF_TILED = 0x0010,          // stored in tiles, not in strips
     TIF_HAS_TRANSFORM = 0x0020,  // `transform` holds something to be written
     TIF_IFD_DUE = 0x0100,        // the directory has still to be written
     TIF_IN_FILE = 0x0200,        // a directory is in the file
@@ -241,6 +245,7 @@ uint32_t tif_segments(const tif_image* image);                              // o
 uint32_t tif_entry_of(const tif_image* image, uint32_t segment, int plane); // in the strip arrays
 uint32_t tif_rows_of(const tif_image* image, uint32_t segment);             // rows of that segment
 uint64_t tif_row_bytes(const tif_image* image, int plane);                  // packed bytes of a row
+void tif_count_tiles(tif_image* image);                                     // across and down, from the sizes
 inline bool tif_is_tiled(const tif_image* image) {
     return (image->flags & TIF_TILED) != 0;
 }
@@ -264,6 +269,7 @@ void tif_drop_segments(CFILE* c); // forgets what reading and writing have at ha
 void tif_free_specs(CFILE* c);
 void tif_close(CFILE* c);
 int tif_refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE()); // 1
+bool tif_fails(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE()); // false
 
 // ---- tifdir
 bool tif_read_chain(CFILE* c); // all directories; false with the status set
@@ -315,6 +321,7 @@ int tif_set_format(CFILE* c, int32_t format);
 bool tif_plan_strips(CFILE* c, tif_image* image);                // geometry and arrays; false with the status set
 bool tif_need_entry(CFILE* c, tif_image* image, uint32_t entry); // room for it in the arrays
 int tif_write_header(CFILE* c);
+bool tif_is_managed(uint16_t tag);              // one that says how the image is stored
 bool tif_write_ifd(CFILE* c, tif_image* image); // values and directory at the end, then the pointer to it
 bool tif_update_strip_arrays(CFILE* c, tif_image* image);
 bool tif_update_flag_registers(CFILE* c, tif_image* image);
@@ -336,7 +343,7 @@ const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes);
 bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words);
 // The row of CCITT data as runs; see cit_reader_runs(). A line that is damaged is logged once.
 uint32_t tif_fetch_runs(CFILE* c, uint32_t segment, uint32_t row, uint16_t* runs, size_t room, size_t* count);
-int tif_fax_coding(const tif_image* image); // a cit_coding
+cit_coding tif_fax_coding(const tif_image* image);
 
 // ---- tifgetli, tifrgb, tifrle, tifgetti, tifpos
 int tif_getline(CFILE* c, int channels, read_planes buffers);
@@ -357,6 +364,9 @@ int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_wor
 bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch);
 bool tif_fill_tile_row(CFILE* c);    // the row of tiles of the line that comes next; false with the status set
 bool tif_tile_is_readable(CFILE* c); // false with the status set
+// Whether a call's one buffer takes all samples of a pixel, and the bytes of a tile's line in a plane of such a call.
+bool tif_is_together(const CFILE* c);
+size_t tif_tile_pitch(const CFILE* c);
 int tif_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
 int tif_seek(CFILE* c, int32_t line);
 void tif_rewind(CFILE* c);
@@ -381,6 +391,7 @@ bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row);
 bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows);
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count);
 bool tif_flush_segment(CFILE* c);               // stores what waits; false with the status set
+bool tif_samples_can_be_put(CFILE* c);          // for lines and tiles; false with the status set
 bool tif_begin_put(CFILE* c, uint32_t segment); // leaves another segment that waits, judges this one
 bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes);
 // CCITT lines: bits, or runs when `bits` is null.

@@ -107,18 +107,24 @@ int put_tile_runs(CFILE* c, uint32_t tile, run_room* out) {
 
 } // namespace
 
+bool tif_is_together(const CFILE* c) {
+    return has_flag(c, FLAG_INTERLEAVED) && tif_image_of(c)->samples_per_pixel > 1;
+}
+
+size_t tif_tile_pitch(const CFILE* c) {
+    return line_bytes(c, tif_image_of(c)->tile_width) * (tif_is_together(c) ? samples_together(c) : 1);
+}
+
 bool tif_tile_is_readable(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (image->samples_per_pixel != 1 && !tif_colour_is_readable(c)) return false;
     bool planes = tif_shape_of(image).planes > 1;
     if (!planes || image->compression == TIF_PLAIN || image->compression == TIF_PACKBITS) return true;
-    return tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type") == 0;
+    return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
 }
 
 bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch) {
-    const tif_image* image = tif_image_of(c);
-    bool together = has_flag(c, FLAG_INTERLEAVED) && image->samples_per_pixel > 1;
-    size_t bytes = line_bytes(c, image->tile_width) * (together ? samples_together(c) : 1);
+    size_t bytes = tif_tile_pitch(c);
     uint8_t* lines[TIF_MAX_SAMPLES] = {};
     uint32_t first = channels > 0 ? move_rows(c, tile, rows, planes[0], pitch) : 0;
     bool ended = c->status != 0;
@@ -142,10 +148,8 @@ int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {
     if (tile < 0 || !tif_tile_is_readable(c)) return 0;
     const tif_image* image = tif_image_of(c);
     int used = std::min(channels, TIF_MAX_SAMPLES);
-    bool together = has_flag(c, FLAG_INTERLEAVED) && image->samples_per_pixel > 1;
-    size_t pitch = line_bytes(c, image->tile_width) * (together ? samples_together(c) : 1);
     uint32_t rows = used > 0 ? image->tile_length : 0;
-    if (!tif_tile_rows(c, static_cast<uint32_t>(tile), rows, used, buffers, pitch)) return 0;
+    if (!tif_tile_rows(c, static_cast<uint32_t>(tile), rows, used, buffers, tif_tile_pitch(c))) return 0;
     ++c->line;
     return 1;
 }

@@ -121,7 +121,7 @@ bool tif_copy_settings(const tif_image* from, tif_image* to) {
     std::memcpy(to->y_resolution, from->y_resolution, sizeof to->y_resolution);
     to->resolution_unit = from->resolution_unit;
     std::memcpy(to->flag_registers, from->flag_registers, sizeof to->flag_registers);
-    to->flags = TIF_IFD_DUE | TIF_COPIED | (from->flags & (TIF_HAS_MAP | TIF_TILED));
+    to->flags = TIF_IFD_DUE | (from->flags & (TIF_HAS_MAP | TIF_TILED));
     return true;
 }
 

@@ -24,13 +24,6 @@ tif_image* find_image(const CFILE* c, int32_t number) {
     return image;
 }
 
-int32_t count_images(const CFILE* c) {
-    int32_t count = 1;
-    for (const tif_image* image = tif_spec_of(c)->first->next; image != nullptr; image = image->next)
-        count += is_image(image) ? 1 : 0;
-    return count;
-}
-
 bool make_tile_record(CFILE* c, const tif_image* image) {
     if (!tif_is_tiled(image)) {
         free_tile_record(c);
@@ -118,7 +111,7 @@ bool tif_activate(CFILE* c, tif_image* image) {
     if ((image->flags & TIF_IN_FILE) != 0) {
         const char* detail = nullptr;
         uint32_t status = tif_judge(c, image, &detail);
-        if (status != 0) return tif_refuse(c, status, SOURCE, detail) == 0;
+        if (status != 0) return tif_fails(c, status, SOURCE, detail);
         if (!tif_load_arrays(c, image)) return false;
         // Packets that are damaged leave the image without a transformation.
         if ((image->flags & TIF_HAS_TRANSFORM) == 0) (void)tif_find_transform(c, image);
@@ -158,7 +151,10 @@ tif_image* tif_append_image(CFILE* c, const tif_image* like, uint32_t subfile_ty
 }
 
 int tif_get_number_of_images(CFILE* c) {
-    return count_images(c);
+    int count = 1;
+    for (const tif_image* image = tif_spec_of(c)->first->next; image != nullptr; image = image->next)
+        count += is_image(image) ? 1 : 0;
+    return count;
 }
 
 int tif_set_number_of_images(CFILE* c, int32_t count) {
@@ -169,7 +165,7 @@ int tif_set_number_of_images(CFILE* c, int32_t count) {
 int tif_set_active_image(CFILE* c, int32_t number) {
     if (number == c->active_image) return 0;
     bool several = has_flag(c, FLAG_MULTI_IMAGE) || is_writable(c);
-    int32_t count = count_images(c);
+    int32_t count = tif_get_number_of_images(c);
     bool appends = number == count && is_writable(c);
     if (!several || number < 0 || (number >= count && !appends)) {
         return tif_refuse(c, RZL_NO_SUCH_IMAGE, SOURCE, "Invalid image number");

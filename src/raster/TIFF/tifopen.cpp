@@ -120,7 +120,7 @@ format_slots tiff_slots() {
 bool make_spec(CFILE* c) {
     auto* spec = mem_new<tif_spec>();
     c->spec = spec;
-    if (spec == nullptr) return tif_refuse(c, RZL_NO_MEMORY, SOURCE, nullptr) == 0;
+    if (spec == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     spec->order = TIF_LITTLE;
     spec->begun = c->mode == MODE_READ || c->mode == MODE_UPDATE;
     spec->end = spec->begun ? io_size(c) : c->base_offset;
@@ -149,6 +149,11 @@ void classify_chain(CFILE* c) {
 int tif_refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line) {
     fail(c, status, source, detail, line);
     return 1;
+}
+
+bool tif_fails(CFILE* c, uint32_t status, const char* source, const char* detail, int line) {
+    fail(c, status, source, detail, line);
+    return false;
 }
 
 uint32_t tif_judge(CFILE* c, const tif_image* image, const char** detail) {
@@ -212,7 +217,7 @@ void tif_drop_segments(CFILE* c) {
     *in = {};
     in->segment = -1;
     tif_gathering* out = &spec->out;
-    if (out->fax != nullptr) cit_writer_free(out->fax);
+    cit_writer_free(out->fax);
     mem_free(out->rows);
     mem_free(out->row);
     mem_free(out->coded);

@@ -137,8 +137,7 @@ bool tif_make_packets(CFILE* c, tif_image* image, uint8_t** packets, uint32_t* c
     *packets = nullptr;
     *count = 0;
     bool fresh = (image->flags & TIF_PACKETS_NEW) != 0;
-    bool moves = has_stored_packets(image) && !fresh;
-    if ((image->subfile_type & 1) != 0 || moves || !fresh) return true;
+    if ((image->subfile_type & 1) != 0 || !fresh) return true;
     bool transform = (image->flags & TIF_HAS_TRANSFORM) != 0;
     bool given = image->packet_data != nullptr || has_stored_packets(image);
     uint32_t words = given ? image->packet_words : 0;

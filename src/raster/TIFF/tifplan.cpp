@@ -104,11 +104,9 @@ void plan_tiles(const CFILE* c, tif_image* image) {
         image->tile_width = image->tile_length = image->tiles_across = image->tiles_down = 0;
         return;
     }
-    auto over = [](uint32_t size, uint32_t tile) { return static_cast<uint32_t>((uint64_t{size} + tile - 1) / tile); };
     image->tile_width = c->tile->width;
     image->tile_length = c->tile->height;
-    image->tiles_across = over(image->image_width, image->tile_width);
-    image->tiles_down = over(image->image_length, image->tile_length);
+    tif_count_tiles(image);
     image->rows_per_strip = image->tile_length;
 }
 

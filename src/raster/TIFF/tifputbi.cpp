@@ -25,7 +25,7 @@ bool need_writer(CFILE* c) {
     tif_gathering* out = &tif_spec_of(c)->out;
     const tif_image* image = tif_image_of(c);
     if (out->fax != nullptr) return true;
-    out->fax = cit_writer_new(static_cast<cit_coding>(tif_fax_coding(image)), tif_shape_of(image).width, 4);
+    out->fax = cit_writer_new(tif_fax_coding(image), tif_shape_of(image).width, 4);
     return out->fax != nullptr || refuse(c, RZL_NO_MEMORY, nullptr);
 }
 
@@ -43,7 +43,7 @@ bool put_white(CFILE* c, uint32_t row) {
 
 // A strip that failed begins anew.
 void drop_writer(tif_gathering* out) {
-    if (out->fax != nullptr) cit_writer_free(out->fax);
+    cit_writer_free(out->fax);
     out->fax = nullptr;
     out->waiting = false;
 }

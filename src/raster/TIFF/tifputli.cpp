@@ -61,15 +61,11 @@ void take_plane(const uint8_t* from, size_t count, size_t step, uint8_t* plane) 
 
 // The tests at the head of a put. False with the status set.
 bool can_put(CFILE* c) {
-    if (!is_writable(c)) return tif_refuse(c, RZL_NEEDS_WRITE, SOURCE, "tif_putline") == 0;
+    if (!is_writable(c)) return tif_fails(c, RZL_NEEDS_WRITE, SOURCE, "tif_putline");
     bool due = !has_flag(c, FLAG_HEADER_EXISTS) || tif_image_of(c)->strip_offsets == nullptr;
     if (due && tif_write_header(c) != 0) return false;
-    if (c->line < 0 || c->line >= c->ysize) return tif_refuse(c, RZL_PAST_END, SOURCE, "tif_putline") == 0;
-    const tif_image* image = tif_image_of(c);
-    for (uint16_t bits : image->bits_per_sample)
-        if (bits != tif_bits(image)) return tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample") == 0;
-    set_flag(c, FLAG_MODULE, true);
-    return true;
+    if (c->line < 0 || c->line >= c->ysize) return tif_fails(c, RZL_PAST_END, SOURCE, "tif_putline");
+    return tif_samples_can_be_put(c);
 }
 
 // Lines of coded tiles that the file has already.

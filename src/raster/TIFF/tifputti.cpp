@@ -26,22 +26,26 @@ struct tile_source {
     uint32_t rows; // that the planes have; zeros below them
 };
 
+void take_layout(const CFILE* c, tile_source* source) {
+    bool together = tif_is_together(c);
+    source->count = together ? 1 : tif_image_of(c)->samples_per_pixel;
+    source->step = together ? static_cast<size_t>(interleave_step(c)) : 0;
+}
+
 bool take_source(CFILE* c, int channels, write_planes buffers, const uint32_t* colour, tile_source* source) {
     const tif_image* image = tif_image_of(c);
-    bool together = has_flag(c, FLAG_INTERLEAVED) && image->samples_per_pixel > 1;
-    source->count = together ? 1 : image->samples_per_pixel;
-    source->step = together ? static_cast<size_t>(interleave_step(c)) : 0;
+    take_layout(c, source);
     source->rows = image->tile_length;
-    source->pitch = line_bytes(c, image->tile_width) * (together ? samples_together(c) : 1);
+    source->pitch = tif_tile_pitch(c);
     bool missing = false;
     for (int i = 0; i < source->count; ++i) {
         source->planes[i] = i < channels ? buffers[i] : nullptr;
         missing = missing || source->planes[i] == nullptr;
     }
     if (!missing) return true;
-    if (colour == nullptr || channels <= 0) return tif_refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, nullptr) == 0;
+    if (colour == nullptr || channels <= 0) return tif_fails(c, RZL_NO_OUTPUT_BUFFER, SOURCE, nullptr);
     source->fill = static_cast<uint8_t*>(mem_alloc(source->pitch * static_cast<size_t>(source->count)));
-    if (source->fill == nullptr) return tif_refuse(c, RZL_NO_MEMORY, SOURCE, nullptr) == 0;
+    if (source->fill == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     for (int i = 0; i < source->count; ++i)
         std::memset(source->fill + static_cast<size_t>(i) * source->pitch, colour_byte(*colour, i), source->pitch);
     return true;
@@ -59,8 +63,7 @@ bool put_fax_tile(CFILE* c, uint32_t tile, const tile_source& source) {
     tif_image* image = tif_image_of(c);
     const uint8_t* lines[TIF_MAX_SAMPLES] = {};
     // A tile that is put again is coded anew; it takes its place in the arrays when it is stored.
-    if (tif_is_stored(image, tile))
-        return tif_refuse(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data") == 0;
+    if (tif_is_stored(image, tile)) return tif_fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
     for (uint32_t row = 0; row < source.rows; ++row) {
         take_lines(source, row, lines);
         if (!tif_save_fax_line(c, tile, row, lines[0], nullptr, 0)) return false;
@@ -77,7 +80,7 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     size_t plane = 0;
     size_t all = 0;
     bool fits = checked_mul(row_bytes, size_t{shape.rows}, &plane) && checked_mul(plane, planes, &all);
-    if (!fits) return tif_refuse(c, RZL_NO_MEMORY, SOURCE, nullptr) == 0;
+    if (!fits) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     size_t line = row_bytes * planes + size_t{shape.width} * image->samples_per_pixel;
     if (!tif_need_room(c, &out->rows, &out->rows_room, all)) return false;
     if (!tif_need_room(c, &out->row, &out->row_room, line)) return false;
@@ -104,12 +107,9 @@ bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
 bool can_put_tiles(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (tif_shape_of(image).planes > 1 && image->compression == TIF_LZW) {
-        return tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type") == 0;
+        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
     }
-    for (uint16_t bits : image->bits_per_sample)
-        if (bits != tif_bits(image)) return tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample") == 0;
-    set_flag(c, FLAG_MODULE, true);
-    return true;
+    return tif_samples_can_be_put(c);
 }
 
 // ---- lines of tiles
@@ -118,11 +118,11 @@ bool can_put_tiles(CFILE* c) {
 bool line_fits_row(CFILE* c) {
     tile_record* t = c->tile;
     bool other = t->row_buffer != nullptr && t->row_dirty && ((t->row_layout ^ c->flags) & TILE_LAYOUT_FLAGS) != 0;
-    if (other) return tif_refuse(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline") == 0;
+    if (other) return tif_fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
     if (!need_tile_row(c)) return false;
     int64_t above = int64_t{c->line} - t->first_line;
     bool fits = above >= 0 && above < int64_t{t->height} && c->line < c->ysize;
-    return fits || tif_refuse(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline") == 0;
+    return fits || tif_fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
 }
 
 // A plane that is not given is zero.
@@ -145,12 +145,9 @@ void gather_line(CFILE* c, int channels, write_planes buffers) {
 // A row that could not be stored waits on, so that its last line can be put again.
 bool tif_flush_tile_row(CFILE* c) {
     tile_record* t = c->tile;
-    const tif_image* image = tif_image_of(c);
     tile_source source = {};
-    bool together = (t->row_layout & FLAG_INTERLEAVED) != 0 && image->samples_per_pixel > 1;
     flag_guard layout(c, FLAG_INTERLEAVED, (t->row_layout & FLAG_INTERLEAVED) != 0);
-    source.count = together ? 1 : image->samples_per_pixel;
-    source.step = together ? static_cast<size_t>(interleave_step(c)) : 0;
+    take_layout(c, &source);
     source.pitch = tile_row_pitch(c);
     source.rows = tif_spec_of(c)->row_lines;
     size_t tile_bytes = line_bytes(c, t->width) * samples_together(c);

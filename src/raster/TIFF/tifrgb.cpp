@@ -100,10 +100,10 @@ void spread_pixels(const uint8_t* from, size_t count, size_t samples, uint8_t* p
 bool tif_colour_is_readable(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (image->samples_per_pixel != 3 && image->samples_per_pixel != 4) {
-        return tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix") == 0;
+        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
     }
     bool colour = image->photometric == TIF_RGB || image->photometric == TIF_CMYK;
-    return colour || tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "Tiff RGB/CMYK") == 0;
+    return colour || tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff RGB/CMYK");
 }
 
 bool tif_colour_planes(CFILE* c, uint32_t segment, uint32_t row, int channels, uint8_t* const* planes) {

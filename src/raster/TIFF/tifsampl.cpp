@@ -163,6 +163,23 @@ void change_packed(uint8_t* row, int bits, size_t count, size_t step, bool undo)
     end_samples(&out);
 }
 
+// The first pixel of a word is in its top bit, and its low byte comes first: bytes of the row change places in pairs.
+void swap_pairs(const uint8_t* from, size_t pairs, uint8_t* to) {
+    size_t bytes = pairs * 2;
+    size_t i = 0;
+    for (; i + 8 <= bytes; i += 8) {
+        uint64_t v;
+        std::memcpy(&v, from + i, sizeof v);
+        v = (v & 0x00FF00FF00FF00FFu) << 8 | (v >> 8 & 0x00FF00FF00FF00FFu);
+        std::memcpy(to + i, &v, sizeof v);
+    }
+    for (; i < bytes; i += 2) {
+        uint8_t first = from[i];
+        to[i] = from[i + 1];
+        to[i + 1] = first;
+    }
+}
+
 } // namespace
 
 void tif_copy_values(const tif_spec* spec, uint16_t type, uint8_t* to, const uint8_t* from, size_t count) {
@@ -235,24 +252,12 @@ void tif_pack_bytes(const uint8_t* in, int bits, uint16_t order, size_t count, b
     }
 }
 
-// The first pixel of a word is in its top bit, and its low byte comes first: bytes of the row change places in pairs.
 void tif_row_to_words(const uint8_t* row, uint32_t width, uint8_t* words) {
     size_t bytes = (size_t{width} + 7) / 8;
-    size_t i = 0;
-    for (; i + 8 <= bytes; i += 8) {
-        uint64_t v;
-        std::memcpy(&v, row + i, sizeof v);
-        v = (v & 0x00FF00FF00FF00FFu) << 8 | (v >> 8 & 0x00FF00FF00FF00FFu);
-        std::memcpy(words + i, &v, sizeof v);
-    }
-    for (; i + 2 <= bytes; i += 2) {
-        uint8_t first = row[i];
-        words[i] = row[i + 1];
-        words[i + 1] = first;
-    }
-    if (i < bytes) {
-        words[i + 1] = row[i];
-        words[i] = 0;
+    swap_pairs(row, bytes / 2, words);
+    if (bytes % 2 != 0) {
+        words[bytes] = row[bytes - 1];
+        words[bytes - 1] = 0;
     }
     if (width % 8 != 0) {
         size_t last = (bytes - 1) ^ 1;
@@ -262,15 +267,8 @@ void tif_row_to_words(const uint8_t* row, uint32_t width, uint8_t* words) {
 
 void tif_words_to_row(const uint8_t* words, uint32_t width, uint8_t* row) {
     size_t bytes = (size_t{width} + 7) / 8;
-    size_t i = 0;
-    for (; i + 8 <= bytes; i += 8) {
-        uint64_t v;
-        std::memcpy(&v, words + i, sizeof v);
-        v = (v & 0x00FF00FF00FF00FFu) << 8 | (v >> 8 & 0x00FF00FF00FF00FFu);
-        std::memcpy(row + i, &v, sizeof v);
-    }
-    for (; i < bytes; ++i)
-        row[i] = words[i ^ 1];
+    swap_pairs(words, bytes / 2, row);
+    if (bytes % 2 != 0) row[bytes - 1] = words[bytes];
     if (width % 8 != 0) row[bytes - 1] = static_cast<uint8_t>(row[bytes - 1] & 0xFF00u >> (width % 8));
 }
 

@@ -165,6 +165,15 @@ bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_by
     return true;
 }
 
+// What is put from here on is an image that the close has to finish.
+bool tif_samples_can_be_put(CFILE* c) {
+    const tif_image* image = tif_image_of(c);
+    for (uint16_t bits : image->bits_per_sample)
+        if (bits != tif_bits(image)) return refuse(c, RZL_UNSUP_TIFF, "Tiff bits/sample");
+    set_flag(c, FLAG_MODULE, true);
+    return true;
+}
+
 bool tif_begin_put(CFILE* c, uint32_t segment) {
     tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;

@@ -33,14 +33,17 @@ uint64_t coded_bytes(CFILE* c, const tif_image* image, uint32_t entry, uint64_t 
     return std::min({bytes, most_coded(image, plain), static_cast<uint64_t>(std::max<int64_t>(left, 0))});
 }
 
-bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) {
-    tif_reading* in = &tif_spec_of(c)->in;
-    if (!tif_need_room(c, &in->coded, &in->coded_room, bytes)) return false;
-    if (bytes != 0 && tif_read_at(c, image->strip_offsets[entry], in->coded, bytes)) return true;
+bool read_stored(CFILE* c, const tif_image* image, uint32_t entry, uint8_t* out, size_t bytes) {
+    if (bytes != 0 && tif_read_at(c, image->strip_offsets[entry], out, bytes)) return true;
     return refuse(c, RZL_READ_FAILED, "reading strip");
 }
 
-// ---- LZW
+bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    return tif_need_room(c, &in->coded, &in->coded_room, bytes) && read_stored(c, image, entry, in->coded, bytes);
+}
+
+// ---- segments that are decoded whole
 
 // Bytes that a coded byte can stand for at most.
 constexpr uint64_t LZW_EXPANSION = 1400;
@@ -100,11 +103,6 @@ void undo_predictor(CFILE* c, const tif_image* image, int plane, uint8_t* rows, 
         tif_undo_differences(rows + at, image->bits_per_sample[plane], tif_spec_of(c)->order, shape.width * step, step);
 }
 
-bool read_plain(CFILE* c, const tif_image* image, uint32_t entry, uint8_t* out, size_t bytes) {
-    if (bytes != 0 && tif_read_at(c, image->strip_offsets[entry], out, bytes)) return true;
-    return refuse(c, RZL_READ_FAILED, "reading strip");
-}
-
 bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane) {
     tif_reading* in = &tif_spec_of(c)->in;
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
@@ -116,7 +114,7 @@ bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane)
     if (image->compression == TIF_PLAIN) {
         in->plane_filled[plane] = std::min(room, bytes);
         in->planes_decoded |= 1u << plane;
-        return read_plain(c, image, entry, out, in->plane_filled[plane]);
+        return read_stored(c, image, entry, out, in->plane_filled[plane]);
     }
     if (!read_coded(c, image, entry, bytes)) return false;
     bool sound = true;
@@ -226,8 +224,7 @@ bool note_start(CFILE* c, packed_rows* rows, uint32_t start) {
     return true;
 }
 
-// Rows in front of the one that is wanted are unpacked once,
-// to find where it begins.
+// Rows in front of the one that is wanted are unpacked once, to find where it begins.
 const uint8_t* packed_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
     tif_reading* in = &tif_spec_of(c)->in;
     if (!take_segment(c, image, segment)) return nullptr;
@@ -277,8 +274,7 @@ bool open_fax(CFILE* c, const tif_image* image, uint32_t segment) {
     auto bytes = static_cast<size_t>(coded_bytes(c, image, segment, rows * tif_row_bytes(image, 0)));
     if (!read_coded(c, image, segment, bytes)) return false;
     if (image->fill_order != 2) cit_reverse_bytes(in->coded, bytes);
-    auto coding = static_cast<cit_coding>(tif_fax_coding(image));
-    in->fax = cit_reader_new(coding, shape.width, rows, in->coded, bytes, 0);
+    in->fax = cit_reader_new(tif_fax_coding(image), shape.width, rows, in->coded, bytes, 0);
     if (in->fax == nullptr) return refuse(c, RZL_NO_MEMORY, nullptr);
     in->segment = segment;
     return true;
@@ -305,6 +301,12 @@ tif_shape tif_shape_of(const tif_image* image) {
     return shape;
 }
 
+void tif_count_tiles(tif_image* image) {
+    auto over = [](uint32_t size, uint32_t tile) { return static_cast<uint32_t>((uint64_t{size} + tile - 1) / tile); };
+    image->tiles_across = over(image->image_width, image->tile_width);
+    image->tiles_down = over(image->image_length, image->tile_length);
+}
+
 uint32_t tif_segments(const tif_image* image) {
     if (tif_is_tiled(image)) return image->tiles_across * image->tiles_down;
     return static_cast<uint32_t>((uint64_t{image->image_length} + image->rows_per_strip - 1) / image->rows_per_strip);
@@ -327,12 +329,10 @@ uint64_t tif_row_bytes(const tif_image* image, int plane) {
     return (samples * image->bits_per_sample[plane] + 7) / 8;
 }
 
-int tif_fax_coding(const tif_image* image) {
-    cit_coding coding = cit_coding::g4;
-    if (image->compression == TIF_FAX_1D) coding = cit_coding::aligned;
-    if (image->compression == TIF_FAX_G3)
-        coding = (image->fax_options & 1) != 0 ? cit_coding::g3_2d : cit_coding::g3_1d;
-    return static_cast<int>(coding);
+cit_coding tif_fax_coding(const tif_image* image) {
+    if (image->compression == TIF_FAX_1D) return cit_coding::aligned;
+    if (image->compression == TIF_FAX_G4) return cit_coding::g4;
+    return (image->fax_options & 1) != 0 ? cit_coding::g3_2d : cit_coding::g3_1d;
 }
 
 bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes) {

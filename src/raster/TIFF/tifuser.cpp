@@ -1,7 +1,6 @@
 // TIFF: tags of the application, and any tag of the file by its number.
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 
 #include "raster/TIFF/tiff.h"
 #include "support/checked.h"
@@ -11,15 +10,6 @@ namespace {
 
 constexpr const char* SOURCE = "TIFF/tifinfo";
 
-// Tags that describe how the image is stored: only the module writes them.
-constexpr uint16_t OWN_TAGS[] = {254, 256, 257, 258, 259, 262, 266, 273, 274, 277, 278, 279,
-                                 282, 283, 284, 292, 296, 317, 320, 322, 323, 324, 325, TIF_TAG_PACKETS};
-
-// Bytes of a value; a type that is not known counts one byte each.
-uint64_t value_bytes(uint16_t type, uint32_t count) {
-    return uint64_t{count} * std::max(tif_type_size(type), 1u);
-}
-
 const tif_user_tag* find_added(const tif_image* image, uint16_t tag) {
     for (uint32_t i = image->user_tag_count; i-- > 0;)
         if (image->user_tags[i].tag == tag) return &image->user_tags[i];
@@ -28,7 +18,7 @@ const tif_user_tag* find_added(const tif_image* image, uint16_t tag) {
 
 // Values of up to four bytes are in the record itself.
 int give_value(CFILE* c, rzl_user_tag* tag, const uint8_t* values) {
-    uint64_t bytes = value_bytes(tag->type, tag->count);
+    uint64_t bytes = tif_value_bytes(tag->type, tag->count);
     if (bytes > 4 && tag->data.pointer == nullptr) return tif_refuse(c, RZL_NO_OUTPUT_BUFFER_2, SOURCE, nullptr);
     void* to = bytes > 4 ? tag->data.pointer : static_cast<void*>(tag->data.bytes);
     if (bytes <= 4) std::memset(tag->data.bytes, 0, sizeof tag->data.bytes);
@@ -38,7 +28,7 @@ int give_value(CFILE* c, rzl_user_tag* tag, const uint8_t* values) {
 
 int give_stored(CFILE* c, const uint8_t* entry, rzl_user_tag* tag) {
     const tif_spec* spec = tif_spec_of(c);
-    uint64_t bytes = value_bytes(tag->type, tag->count);
+    uint64_t bytes = tif_value_bytes(tag->type, tag->count);
     uint8_t small[4];
     tif_copy_values(spec, tag->type, small, entry + 8, bytes <= 4 ? tag->count : 0);
     if (bytes <= 4 || tag->data.pointer == nullptr) return give_value(c, tag, small);
@@ -67,7 +57,7 @@ int tif_get_user_tag(CFILE* c, rzl_user_tag* tag) {
 }
 
 bool tif_keep_user_tag(tif_image* image, uint16_t tag, uint16_t type, uint32_t count, const void* data) {
-    uint64_t bytes = value_bytes(type, count);
+    uint64_t bytes = tif_value_bytes(type, count);
     if (bytes > INT32_MAX) return false;
     size_t rows = size_t{image->user_tag_count} + 1;
     auto* grown = static_cast<tif_user_tag*>(mem_realloc(image->user_tags, rows * sizeof(tif_user_tag)));
@@ -83,8 +73,8 @@ bool tif_keep_user_tag(tif_image* image, uint16_t tag, uint16_t type, uint32_t c
 
 int tif_add_user_tag(CFILE* c, const rzl_user_tag* tag) {
     tif_image* image = tif_image_of(c);
-    bool own = std::find(std::begin(OWN_TAGS), std::end(OWN_TAGS), tag->tag) != std::end(OWN_TAGS);
-    uint64_t bytes = value_bytes(tag->type, tag->count);
+    bool own = tif_is_managed(tag->tag) || tag->tag == TIF_TAG_PACKETS; // only the module writes those
+    uint64_t bytes = tif_value_bytes(tag->type, tag->count);
     bool given = bytes <= 4 || tag->data.pointer != nullptr;
     if (own || !given || tag->count == 0) return tif_refuse(c, RZL_NO_SUCH_TAG, SOURCE, "Tag not found");
     if (bytes > INT32_MAX) return tif_refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "user tag");

@@ -38,7 +38,8 @@ struct entry_list {
     size_t count, room;
 };
 
-// Entries that the module makes whenever they are due: an old one is never carried over.
+// Tags that say how the image is stored. The module makes their entries whenever they are due, and nobody else: an old
+// one is never carried over.
 constexpr uint16_t MANAGED_TAGS[] = {
     TIF_TAG_SUBFILE,     TIF_TAG_WIDTH,        TIF_TAG_LENGTH,        TIF_TAG_BITS,         TIF_TAG_COMPRESSION,
     TIF_TAG_PHOTOMETRIC, TIF_TAG_FILL_ORDER,   TIF_TAG_STRIP_OFFSETS, TIF_TAG_ORIENTATION,  TIF_TAG_SAMPLES,
@@ -105,10 +106,6 @@ void add_description(entry_list* list, const tif_image* image) {
     }
 }
 
-bool is_managed(uint16_t tag) {
-    return std::find(std::begin(MANAGED_TAGS), std::end(MANAGED_TAGS), tag) != std::end(MANAGED_TAGS);
-}
-
 bool is_listed(const entry_list* list, uint16_t tag) {
     for (size_t i = 0; i < list->count; ++i)
         if (list->rows[i].tag == tag) return true;
@@ -120,7 +117,7 @@ void carry_over(entry_list* list, const tif_spec* spec, const tif_image* image) 
         const uint8_t* entry = image->entries + size_t{i} * TIF_ENTRY_SIZE;
         uint16_t tag = tif_u16(spec, entry);
         bool dropped = tag == TIF_TAG_PACKETS && (image->flags & TIF_PACKETS_NEW) != 0;
-        if (dropped || is_managed(tag) || is_listed(list, tag)) continue;
+        if (dropped || tif_is_managed(tag) || is_listed(list, tag)) continue;
         add_entry(list, tag, tif_u16(spec, entry + 2), tif_u32(spec, entry + 4))->carried = entry;
     }
 }
@@ -147,11 +144,8 @@ bool list_entries(CFILE* c, const tif_image* image, const uint8_t* packets, uint
 
 // ---- the block of values and entries
 
-uint64_t value_bytes(const new_entry* row) {
-    return uint64_t{row->count} * std::max(tif_type_size(row->type), 1u);
-}
 uint64_t outside_bytes(const new_entry* row) {
-    uint64_t bytes = row->carried != nullptr ? 0 : value_bytes(row);
+    uint64_t bytes = row->carried != nullptr ? 0 : tif_value_bytes(row->type, row->count);
     return bytes > 4 ? bytes + bytes % 2 : 0;
 }
 
@@ -295,6 +289,10 @@ bool directory_is_due(const CFILE* c, const tif_image* image) {
 }
 
 } // namespace
+
+bool tif_is_managed(uint16_t tag) {
+    return std::find(std::begin(MANAGED_TAGS), std::end(MANAGED_TAGS), tag) != std::end(MANAGED_TAGS);
+}
 
 bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count) {
     tif_spec* spec = tif_spec_of(c);
