@@ -1,5 +1,6 @@
 // TIFF lines and tiles through the public calls against libtiff, the same picture in the same layout: reading and
-// writing in every coding, in strips and in tiles. Names: program/what/coding/layout; times of the two go together.
+// writing in every coding, in strips by lines and in tiles. Tiles of one sample go through the tile calls of both; those
+// of colours come as lines here, and libtiff's are laid into rows. Names: what/coding/layout/program.
 #include <benchmark/benchmark.h>
 #include <tiffio.h>
 #include <unistd.h>
@@ -113,18 +114,23 @@ size_t tile_row_bytes(const picture& p) {
     return static_cast<size_t>(TILE * p.samples * p.bits) / 8;
 }
 
-void write_peer_tiles(TIFF* t, const picture& p) {
-    size_t pitch = tile_row_bytes(p);
-    bytes tile(pitch * TILE);
+// Calls put(tile, column, row) for each tile of rows that stand `pitch` bytes apart.
+template <typename Put> void for_each_tile(const picture& p, const bytes& rows, size_t pitch, Put put) {
+    size_t across = tile_row_bytes(p);
+    bytes tile(across * TILE);
     for (int32_t y = 0; y < p.height; y += TILE)
-        for (size_t x = 0; x < p.row_bytes(); x += pitch) {
+        for (size_t x = 0; x < p.row_bytes(); x += across) {
             for (int32_t i = 0; i < TILE && y + i < p.height; ++i)
-                std::memcpy(&tile[static_cast<size_t>(i) * pitch], p.row(y + i) + x,
-                            std::min(pitch, p.row_bytes() - x));
-            auto column = static_cast<uint32_t>(x / pitch * TILE);
-            if (TIFFWriteTile(t, tile.data(), column, static_cast<uint32_t>(y), 0, 0) < 0)
-                stop("libtiff writes no tile");
+                std::memcpy(&tile[static_cast<size_t>(i) * across], &rows[static_cast<size_t>(y + i) * pitch] + x,
+                            std::min(across, pitch - x));
+            put(tile.data(), static_cast<uint32_t>(x / across * TILE), static_cast<uint32_t>(y));
         }
+}
+
+void write_peer_tiles(TIFF* t, const picture& p) {
+    for_each_tile(p, p.rows, p.row_bytes(), [&](uint8_t* tile, uint32_t column, uint32_t row) {
+        if (TIFFWriteTile(t, tile, column, row, 0, 0) < 0) stop("libtiff writes no tile");
+    });
 }
 
 void write_peer(const std::string& name, const picture& p, int coding, bool tiled) {
@@ -138,7 +144,7 @@ void write_peer(const std::string& name, const picture& p, int coding, bool tile
     TIFFClose(t);
 }
 
-// Tiles go into rows, as a program that wants lines has to do.
+// Tiles of colours go into rows, as a program that wants lines has to do.
 void read_peer_tiles(TIFF* t, const picture& p) {
     size_t pitch = tile_row_bytes(p);
     bytes tile(pitch * TILE);
@@ -147,10 +153,11 @@ void read_peer_tiles(TIFF* t, const picture& p) {
         for (size_t x = 0; x < p.row_bytes(); x += pitch) {
             auto column = static_cast<uint32_t>(x / pitch * TILE);
             if (TIFFReadTile(t, tile.data(), column, static_cast<uint32_t>(y), 0, 0) < 0) stop("libtiff reads no tile");
-            for (size_t i = 0; i < TILE; ++i)
+            for (size_t i = 0; p.samples > 1 && i < TILE; ++i)
                 std::memcpy(&rows[i * p.row_bytes() + x], &tile[i * pitch], std::min(pitch, p.row_bytes() - x));
         }
         benchmark::DoNotOptimize(rows.data());
+        benchmark::DoNotOptimize(tile.data());
     }
 }
 
@@ -172,9 +179,21 @@ void set_field(CFILE* c, int32_t field, int32_t value) {
     if (rzl_set_hdr_data(c, field, &value) != 0) stop("a field is refused");
 }
 
+size_t word_pitch(const picture& p) {
+    return (static_cast<size_t>(p.width) + 15) / 16 * 2;
+}
+
+void put_tiles(CFILE* c, const picture& p) {
+    const bytes& rows = p.bits == 1 ? p.words : p.rows;
+    for_each_tile(p, rows, p.bits == 1 ? word_pitch(p) : p.row_bytes(), [&](uint8_t* tile, uint32_t, uint32_t) {
+        const void* planes[1] = {tile};
+        if (rzl_puttile(c, 1, planes) != 0) stop("a tile is refused");
+    });
+}
+
 void put_rows(CFILE* c, const picture& p) {
     for (int32_t y = 0; y < p.height; ++y) {
-        size_t words = (static_cast<size_t>(p.width) + 15) / 16 * 2;
+        size_t words = word_pitch(p);
         int failed = p.samples == 3 ? rzl_putline_interleaved(c, p.row(y))
                      : p.bits == 1  ? rzl_putline(c, &p.words[static_cast<size_t>(y) * words])
                                     : rzl_putline(c, p.row(y));
@@ -194,15 +213,27 @@ void write_own(const std::string& name, const picture& p, int coding, bool tiled
     set_field(c, RZL_FIELD_YSIZE, p.height);
     set_field(c, RZL_FIELD_COMPRESSION, coding);
     set_field(c, tiled ? RZL_FIELD_TILE_WIDTH : RZL_FIELD_STRIP_ROWS, tiled ? TILE : ROWS);
-    put_rows(c, p);
+    tiled&& p.samples == 1 ? put_tiles(c, p) : put_rows(c, p);
     if (rzl_finish(c) != 0) stop("a file can't be finished");
 }
 
-void read_own(const std::string& name, const picture& p) {
+void get_tiles(CFILE* c, const picture& p) {
+    bytes tile(tile_row_bytes(p) * TILE);
+    void* planes[1] = {tile.data()};
+    size_t across = (p.row_bytes() + tile_row_bytes(p) - 1) / tile_row_bytes(p);
+    for (size_t i = 0; i < across * static_cast<size_t>((p.height + TILE - 1) / TILE); ++i) {
+        if (rzl_gettile(c, 1, planes, nullptr) != 0) stop("a tile can't be read");
+        benchmark::DoNotOptimize(tile.data());
+    }
+}
+
+void read_own(const std::string& name, const picture& p, bool tiled) {
     CFILE* c = rzl_open_r(name.c_str());
     if (c == nullptr) stop("a file can't be opened");
+    bool by_tiles = tiled && p.samples == 1;
+    if (by_tiles) get_tiles(c, p);
     bytes line(p.row_bytes() + 2);
-    for (int32_t y = 0; y < p.height; ++y) {
+    for (int32_t y = 0; !by_tiles && y < p.height; ++y) {
         int failed = p.samples == 3 ? rzl_getline_interleaved(c, line.data()) : rzl_getline(c, line.data());
         if (failed != 0) stop("a line can't be read");
         benchmark::DoNotOptimize(line.data());
@@ -234,7 +265,7 @@ void run_case(benchmark::State& state, const coding_case& c, bool own, bool read
     if (reads) write_peer(name, p, c.coding, tiled);
     for (auto _ : state) {
         if (reads) {
-            own ? read_own(name, p) : read_peer(name, p, tiled);
+            own ? read_own(name, p, tiled) : read_peer(name, p, tiled);
         } else {
             own ? write_own(name, p, c.coding, tiled) : write_peer(name, p, c.coding, tiled);
         }

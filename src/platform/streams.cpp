@@ -1,5 +1,8 @@
 // Buffered streams over the C library's, with the named modes, names in the application's form, and planned failures.
+//
+// What is only written waits in room of ours, and the C library keeps none: it would copy a part of every large block.
 #include <cstdio>
+#include <cstring>
 
 #include "platform/faults.h"
 #include "platform/files.h"
@@ -8,14 +11,16 @@
 struct file_stream {
     std::FILE* file;
     bool is_standard_output;
-    bool failed; // a write came back short; stream_close() tells it
+    bool failed;      // a write came back short; stream_close() tells it
+    uint8_t* waiting; // WRITE_ROOM bytes behind the record, written and not passed on; null where the C library does it
+    size_t count;     // of them that are in use
 };
 
 namespace {
 
 file_stream standard_output = {};
 
-constexpr size_t WRITE_ROOM = 0x20000; // bytes
+constexpr size_t WRITE_ROOM = 0x10000; // bytes; a block of so many does not wait
 
 // Moves whole transfers: a planned failure cuts the count of bytes.
 size_t items(size_t moved_bytes, size_t size) {
@@ -26,6 +31,25 @@ bool product(size_t size, size_t count, size_t* bytes) {
     return !__builtin_mul_overflow(size, count, bytes);
 }
 
+// Passes on what waits.
+bool pass_on(file_stream* stream) {
+    size_t count = stream->count;
+    stream->count = 0;
+    if (count == 0 || std::fwrite(stream->waiting, 1, count, stream->file) == count) return true;
+    stream->failed = true;
+    return false;
+}
+
+// How many bytes were taken.
+size_t put(file_stream* stream, const void* bytes, size_t count) {
+    if (stream->waiting == nullptr) return std::fwrite(bytes, 1, count, stream->file);
+    if (count > WRITE_ROOM - stream->count && !pass_on(stream)) return 0;
+    if (count >= WRITE_ROOM) return std::fwrite(bytes, 1, count, stream->file);
+    std::memcpy(stream->waiting + stream->count, bytes, count);
+    stream->count += count;
+    return count;
+}
+
 } // namespace
 
 file_stream* stream_open(const char* path, const char* mode) {
@@ -33,14 +57,17 @@ file_stream* stream_open(const char* path, const char* mode) {
     bool existing = mode[0] == 'r';
     bool named = existing ? files_resolve(path, real, sizeof real) : files_resolve_new(path, real, sizeof real);
     if (!named || files_is_directory(real)) return nullptr;
-    // The room for writing stands behind the record. Lines of pixels are longer than the C library's own buffer, which
-    // would pass each on in two pieces.
     auto* stream = static_cast<file_stream*>(mem_alloc(sizeof(file_stream) + (existing ? 0 : WRITE_ROOM)));
     if (stream == nullptr) return nullptr;
     *stream = {};
     stream->file = std::fopen(real, mode);
     if (stream->file != nullptr) {
-        if (!existing) (void)std::setvbuf(stream->file, reinterpret_cast<char*>(stream + 1), _IOFBF, WRITE_ROOM);
+        // What can be read back as well is left to the C library.
+        bool only_written = !existing && std::strchr(mode, '+') == nullptr;
+        auto* room = reinterpret_cast<uint8_t*>(stream + 1);
+        if (only_written) stream->waiting = room;
+        if (!existing)
+            (void)std::setvbuf(stream->file, reinterpret_cast<char*>(room), only_written ? _IONBF : _IOFBF, WRITE_ROOM);
         return stream;
     }
     mem_free(stream);
@@ -54,6 +81,7 @@ file_stream* stream_standard_output() {
 }
 
 int stream_close(file_stream* stream) {
+    (void)pass_on(stream);
     bool failed = stream->failed || std::ferror(stream->file) != 0;
     if (stream->is_standard_output) return std::fflush(stream->file) == 0 && !failed ? 0 : -1;
     if (std::fclose(stream->file) != 0) failed = true;
@@ -63,40 +91,40 @@ int stream_close(file_stream* stream) {
 
 size_t stream_read(void* buffer, size_t size, size_t count, file_stream* stream) {
     size_t bytes = 0;
-    if (!product(size, count, &bytes)) return 0;
+    if (!product(size, count, &bytes) || !pass_on(stream)) return 0;
     return items(std::fread(buffer, 1, transfer_limit(bytes), stream->file), size);
 }
 
 size_t stream_write(const void* buffer, size_t size, size_t count, file_stream* stream) {
     size_t bytes = 0;
     if (!product(size, count, &bytes)) return 0;
-    size_t moved = std::fwrite(buffer, 1, transfer_limit(bytes), stream->file);
+    size_t moved = put(stream, buffer, transfer_limit(bytes));
     if (moved != bytes) stream->failed = true;
     return items(moved, size);
 }
 
 int stream_getc(file_stream* stream) {
-    return transfer_limit(1) == 1 ? std::fgetc(stream->file) : -1;
+    return transfer_limit(1) == 1 && pass_on(stream) ? std::fgetc(stream->file) : -1;
 }
 
 int stream_putc(int byte, file_stream* stream) {
-    int written = transfer_limit(1) == 1 ? std::fputc(byte, stream->file) : -1;
-    if (written < 0) stream->failed = true;
-    return written;
+    auto value = static_cast<uint8_t>(byte);
+    return stream_write(&value, 1, 1, stream) == 1 ? value : -1;
 }
 
 int stream_seek(file_stream* stream, int64_t offset, int whence) {
     static constexpr int words[] = {SEEK_SET, SEEK_CUR, SEEK_END};
-    if (whence < FILES_FROM_START || whence > FILES_FROM_END) return -1;
+    if (whence < FILES_FROM_START || whence > FILES_FROM_END || !pass_on(stream)) return -1;
     return fseeko(stream->file, offset, words[whence]) == 0 ? 0 : -1;
 }
 
 int64_t stream_tell(file_stream* stream) {
-    return ftello(stream->file);
+    int64_t place = ftello(stream->file);
+    return place >= 0 ? place + static_cast<int64_t>(stream->count) : place;
 }
 
 int stream_flush(file_stream* stream) {
-    if (std::fflush(stream->file) == 0) return 0;
+    if (pass_on(stream) && std::fflush(stream->file) == 0) return 0;
     stream->failed = true;
     return -1;
 }

@@ -193,6 +193,17 @@ TEST_F(FileSets, ViewStopsAtBoundariesAndCuts) {
     io_seek(c, 0);
     EXPECT_EQ(io_read(c, read.data(), 2 * VIEW), VIEW + 5);
     EXPECT_EQ(c->io.file_getc(c->file), -1);
+    std::filesystem::resize_file(path("two_views"), 100);
+    io_seek(c, 0);
+    EXPECT_EQ(io_read(c, read.data(), 2 * VIEW), 100u);
+    io_seek(c, 50'000);
+    EXPECT_EQ(c->io.file_getc(c->file), -1);
+
+    // What comes after is read, not looked up in what was there.
+    write_bytes(path("two_views"), bytes);
+    io_seek(c, 0);
+    EXPECT_EQ(io_read(c, read.data(), 2 * VIEW), 2 * VIEW);
+    EXPECT_EQ(read, bytes);
     abandon_cfile(c);
 }
 

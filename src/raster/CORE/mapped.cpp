@@ -1,27 +1,31 @@
 // The mapped set: a file seen through a view of 128 KiB that moves over it.
 //
-// The view is a buffer that is filled from the file, not a mapping of its pages: a file that another process cuts while
-// it is being read then gives a short read, where touching a page that is gone would end the process. The view is
-// brought in when its bytes are asked for, so a seek costs nothing, and changes go back to the file when the view
-// moves, at a flush and at the close.
+// A file that is only read is mapped, a larger part of it at a time than the view shows. When another process cuts it
+// behind our back, the platform puts zeros in the place of the pages that are gone, and reading ends short: see
+// platform/mapping.h. Of a file that is written, or that can't be mapped, the view is a buffer that is filled by reads;
+// changes go back to the file when the view moves, at a flush and at the close. The view is brought in when its bytes
+// are asked for, so a seek costs nothing.
 #include <algorithm>
 #include <cstring>
 
 #include "platform/files.h"
+#include "platform/mapping.h"
 #include "raster/CORE/cfile.h"
 #include "raster/CORE/fileword.h"
 #include "support/checked.h"
 #include "support/memory.h"
 
 struct mapping_record {
-    uint8_t* view;      // owned, view_size bytes
-    int64_t file_size;  // bytes
-    int64_t position;   // current, at most file_size
-    int64_t view_start; // file offset of the view, a multiple of view_size; -1 while nothing is in it
-    size_t view_size;   // a power of two
-    size_t view_length; // bytes of the view that the file filled, or that were written
-    size_t dirty_start; // changed bytes of the view that the file has not got yet
-    size_t dirty_end;   // dirty_start == dirty_end: none
+    const uint8_t* view; // in `part`, or the buffer
+    uint8_t* buffer;     // owned, VIEW_SIZE bytes; null until it is needed
+    file_mapping part;   // owned: the part of the file with the view
+    int64_t part_start;  // file offset of the part, a multiple of MAPPING_STEP
+    int64_t file_size;   // bytes
+    int64_t position;    // current, at most file_size
+    int64_t view_start;  // file offset of the view, a multiple of VIEW_SIZE; -1 while nothing is in it
+    size_t view_length;  // bytes of the view that the file filled, or that were written
+    size_t dirty_start;  // changed bytes of the view that the file has not got yet
+    size_t dirty_end;    // dirty_start == dirty_end: none
     bool writable;
     bool write_failed; // a change was lost; told at the close
     os_file file;
@@ -30,6 +34,7 @@ struct mapping_record {
 namespace {
 
 constexpr size_t VIEW_SIZE = 0x20000;
+static_assert(MAPPING_STEP % VIEW_SIZE == 0);
 constexpr char SOURCE[] = "CORE/fakefile";
 
 mapping_record* mapping_of(void* file) {
@@ -45,7 +50,7 @@ bool write_back(mapping_record* m) {
     size_t bytes = m->dirty_end - m->dirty_start;
     if (bytes == 0) return true;
     int64_t offset = m->view_start + static_cast<int64_t>(m->dirty_start);
-    int64_t moved = files_write_at(m->file, offset, m->view + m->dirty_start, bytes);
+    int64_t moved = files_write_at(m->file, offset, m->buffer + m->dirty_start, bytes);
     m->dirty_start = m->dirty_end = 0;
     if (moved == static_cast<int64_t>(bytes)) return true;
     m->write_failed = true;
@@ -53,26 +58,59 @@ bool write_back(mapping_record* m) {
     return false;
 }
 
-// Makes the view hold the position. False when the file can't be read there.
-bool show_position(mapping_record* m) {
-    int64_t start = m->position & ~static_cast<int64_t>(m->view_size - 1);
-    if (start == m->view_start) return true;
-    if (!write_back(m)) return false;
-    int64_t left = m->file_size - start;
-    auto wanted = static_cast<size_t>(std::min(left, static_cast<int64_t>(m->view_size)));
-    m->view_start = -1;
-    int64_t moved = wanted > 0 ? files_read_at(m->file, start, m->view, wanted) : 0;
-    if (moved < 0) {
-        report_view_failure();
-        return false;
-    }
-    m->view_start = start;
+int64_t view_start_of(int64_t position) {
+    return position & ~static_cast<int64_t>(VIEW_SIZE - 1);
+}
+
+// Maps the part of the file with the offset, unless it is the one at hand. A file that has grown shorter has less in
+// it.
+bool map_part(mapping_record* m, int64_t offset) {
+    int64_t start = offset & ~static_cast<int64_t>(MAPPING_STEP - 1);
+    if (m->part.bytes != nullptr && m->part_start == start) return !mapping_is_cut(&m->part);
+    mapping_drop(&m->part);
+    int64_t left = std::min(files_size(m->file), m->file_size) - start;
+    m->part_start = start;
+    return left > 0 && mapping_make(m->file, start, std::min(static_cast<size_t>(left), MAPPING_STEP), &m->part);
+}
+
+// The view at `start` as a piece of the mapped part. What is at hand goes on behind it, to the end of the part.
+bool show_mapped(mapping_record* m, int64_t start) {
+    if (!map_part(m, start)) return false;
+    auto at = static_cast<size_t>(start - m->part_start);
+    m->view = m->part.bytes + at;
+    m->view_length = at < m->part.size ? m->part.size - at : 0;
+    return true;
+}
+
+// The view at `start` as bytes that are read.
+bool show_read(mapping_record* m, int64_t start) {
+    if (m->buffer == nullptr) m->buffer = static_cast<uint8_t*>(mem_alloc(VIEW_SIZE));
+    if (m->buffer == nullptr) return false;
+    auto wanted = static_cast<size_t>(clamped(m->file_size - start, int64_t{0}, static_cast<int64_t>(VIEW_SIZE)));
+    int64_t moved = wanted > 0 ? files_read_at(m->file, start, m->buffer, wanted) : 0;
+    if (moved < 0) return false;
+    m->view = m->buffer;
     m->view_length = static_cast<size_t>(moved);
     return true;
 }
 
+// Makes the view hold the position. False when the file can't be read there.
+bool show_position(mapping_record* m) {
+    int64_t start = view_start_of(m->position);
+    if (start == m->view_start) return true;
+    if (!write_back(m)) return false;
+    m->view_start = -1;
+    bool shown = (!m->writable && show_mapped(m, start)) || show_read(m, start);
+    if (!shown) {
+        report_view_failure();
+        return false;
+    }
+    m->view_start = start;
+    return true;
+}
+
 size_t offset_in_view(const mapping_record* m) {
-    return static_cast<size_t>(m->position) & (m->view_size - 1);
+    return static_cast<size_t>(m->position) & (VIEW_SIZE - 1);
 }
 
 // Bytes that the view holds from the position on.
@@ -81,8 +119,19 @@ size_t bytes_in_view(const mapping_record* m) {
     return at < m->view_length ? m->view_length - at : 0;
 }
 
+// Whether pages of the view were gone when they were touched. Of what was taken from the view then, the bytes behind
+// the file's new end are zeros, and the view ends there. The next one is read.
+bool view_was_cut(mapping_record* m) {
+    if (!mapping_is_cut(&m->part) || m->view == m->buffer) return false;
+    int64_t left = std::min(files_size(m->file), m->file_size) - m->view_start;
+    m->view_length = std::min(m->view_length, static_cast<size_t>(std::max<int64_t>(left, 0)));
+    m->view_start = -1;
+    return true;
+}
+
 void free_mapping(mapping_record* m) {
-    mem_free(m->view);
+    mapping_drop(&m->part);
+    mem_free(m->buffer);
     mem_free(m);
 }
 
@@ -90,15 +139,13 @@ void free_mapping(mapping_record* m) {
 mapping_record* new_mapping(os_file file, int64_t size, bool writable) {
     auto* m = mem_new<mapping_record>();
     if (m == nullptr) return nullptr;
-    m->view_size = VIEW_SIZE;
-    // A small file that is only read needs no more room than it has.
-    size_t room = writable || size > static_cast<int64_t>(VIEW_SIZE) ? VIEW_SIZE : static_cast<size_t>(size);
-    m->view = static_cast<uint8_t*>(mem_alloc(room));
     m->view_start = -1;
     m->file_size = size;
     m->writable = writable;
     m->file = file;
-    if (m->view != nullptr) return m;
+    if (!writable) return m;
+    m->buffer = static_cast<uint8_t*>(mem_alloc(VIEW_SIZE));
+    if (m->buffer != nullptr) return m;
     free_mapping(m);
     return nullptr;
 }
@@ -145,6 +192,7 @@ size_t read_mapped(void* buffer, size_t size, size_t count, void* file) {
         size_t piece = std::min(left, bytes_in_view(m));
         if (piece == 0) break; // the file was cut behind our back
         std::memcpy(out + moved, m->view + offset_in_view(m), piece);
+        if (view_was_cut(m)) piece = std::min(piece, bytes_in_view(m));
         moved += piece;
         left -= piece;
         m->position += static_cast<int64_t>(piece);
@@ -169,8 +217,8 @@ size_t write_mapped(const void* buffer, size_t size, size_t count, void* file) {
         if (!show_position(m)) break;
         size_t at = offset_in_view(m);
         if (at > m->view_length) break; // the file was cut behind our back: there is nothing to join on to
-        size_t piece = std::min(total - moved, m->view_size - at);
-        std::memcpy(m->view + at, in + moved, piece);
+        size_t piece = std::min(total - moved, VIEW_SIZE - at);
+        std::memcpy(m->buffer + at, in + moved, piece);
         mark_dirty(m, at, piece);
         moved += piece;
         m->position += static_cast<int64_t>(piece);
@@ -183,6 +231,7 @@ int getc_mapped(void* file) {
     mapping_record* m = mapping_of(file);
     if (m->position >= m->file_size || !show_position(m) || bytes_in_view(m) == 0) return -1;
     int byte = m->view[offset_in_view(m)];
+    if (view_was_cut(m) && bytes_in_view(m) == 0) return -1;
     ++m->position;
     return byte;
 }

@@ -187,7 +187,7 @@ struct tif_gathering {
     size_t row_room;          //
     uint8_t* coded;           // owned
     size_t coded_room;        //
-    tif_lzw_table* lzw_table; // owned: the LZW encoder's hash table
+    tif_lzw_table* lzw_table; // owned: the LZW encoder's table
     cit_writer* fax;          // owned: CCITT data is coded line by line
 };
 
@@ -339,6 +339,9 @@ const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane
 // The rows of a segment's first plane as far as they are there, when they are decoded together; null otherwise, with
 // the status set if that is a failure.
 const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes);
+// Moves the first `rows` rows of a segment's first plane, as they are stored, to `to`, `pitch` bytes from row to row,
+// if that can be done for all of them together. How many were; the others are to be fetched one by one.
+uint32_t tif_move_rows(CFILE* c, uint32_t segment, uint32_t rows, uint8_t* to, size_t pitch);
 // The row of a bilevel image as a line of words. False with the status set.
 bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words);
 // The row of CCITT data as runs; see cit_reader_runs(). A line that is damaged is logged once.
@@ -398,7 +401,7 @@ bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes);
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,
                        size_t count);
 bool tif_end_fax(CFILE* c, uint32_t segment, uint32_t rows); // for tif_flush_segment()
-bool tif_store_coded(CFILE* c, uint32_t entry, uint8_t* bytes, size_t count);
+bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count);
 
 // ---- coders
 // PackBits. The room of `target` for packing is length + length / 64 + 2. Unpacking fills `length` bytes or less when
@@ -409,12 +412,11 @@ size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, 
 // LZW. Encoding needs room for tif_lzw_bound(length) bytes, and a table that is zeroed before its first use.
 // Decoding writes `limit` bytes at most, less when the codes end, and may leave anything in the TIF_LZW_SLACK bytes
 // behind them. The bytes written; *sound is false when an impossible code ended it.
-constexpr size_t TIF_LZW_SLOTS = 16384;
+constexpr size_t TIF_LZW_CODES = 4096;
 struct tif_lzw_table {
-    uint32_t slots[TIF_LZW_SLOTS]; // prefix code and byte of a string above, its code below; 0: empty
-    uint32_t first[4096];          // of each code: a byte that goes on from it, and the code of the two; 0: none
-    uint16_t used[4096];           // where the strings in the order of their codes are
-    uint32_t count;                // of them
+    uint16_t longer[256][TIF_LZW_CODES]; // by byte: the code of each code's string with the byte behind it; 0: none
+    uint16_t* used[TIF_LZW_CODES];       // the entries in use
+    uint32_t count;                      // of them; 0 between two calls
 };
 constexpr size_t TIF_LZW_SLACK = 16;
 constexpr size_t tif_lzw_bound(size_t length) {
@@ -430,7 +432,8 @@ void tif_pack_samples(const uint8_t* line, int bits, uint16_t order, size_t coun
 // The same with a byte for every sample, of any number of bits: narrow ones shifted up by `widen`, wide ones cut.
 void tif_unpack_bytes(const uint8_t* row, int bits, uint16_t order, size_t count, bool widen, uint8_t* out);
 void tif_pack_bytes(const uint8_t* in, int bits, uint16_t order, size_t count, bool widen, uint8_t* row);
-// Bilevel rows and lines of words, `width` pixels; what stands behind the last pixel becomes 0.
+// Bilevel rows and lines of words, `width` pixels; what stands behind the last pixel becomes 0. A row can become words
+// where it stands.
 void tif_row_to_words(const uint8_t* row, uint32_t width, uint8_t* words);
 void tif_words_to_row(const uint8_t* words, uint32_t width, uint8_t* row);
 // Predictor 2: each sample as the difference to the one `step` samples before it.

@@ -24,13 +24,24 @@ bool tile_row(CFILE* c, uint32_t tile, uint32_t row, int channels, uint8_t* cons
     return lines[0] == nullptr || tif_colour_pixels(c, tile, row, lines[0], static_cast<size_t>(interleave_step(c)));
 }
 
-// Rows that only have to be moved, of a tile that is decoded whole. How many were; the others go one by one.
+// Makes words of rows where they stand. Rows of whole words, one behind the other, are one long row.
+void rows_to_words(uint8_t* rows, uint32_t count, uint32_t width, size_t pitch) {
+    bool joined = width % 16 == 0 && pitch == width / 8 && uint64_t{width} * count <= UINT32_MAX;
+    if (joined) return tif_row_to_words(rows, width * count, rows);
+    for (uint32_t row = 0; row < count; ++row)
+        tif_row_to_words(rows + row * pitch, width, rows + row * pitch);
+}
+
+// Rows that only have to be moved, of a tile that is plain or decoded whole. How many were; the others go one by one.
 uint32_t move_rows(CFILE* c, uint32_t tile, uint32_t rows, uint8_t* plane, size_t pitch) {
     const tif_image* image = tif_image_of(c);
     bool bilevel = tif_is_bilevel(image);
     int step = has_flag(c, FLAG_INTERLEAVED) ? interleave_step(c) : 1;
     bool moved = tif_bits(image) == 8 && tif_shape_of(image).planes == 1 && step == image->samples_per_pixel;
     if (plane == nullptr || (!bilevel && !moved)) return 0;
+    uint32_t done = tif_move_rows(c, tile, rows, plane, pitch);
+    if (bilevel) rows_to_words(plane, done, image->tile_width, pitch);
+    if (done > 0 || c->status != 0) return done;
     size_t bytes = 0;
     const uint8_t* block = tif_fetch_block(c, tile, &bytes);
     if (block == nullptr) return 0;

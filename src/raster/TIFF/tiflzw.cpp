@@ -2,8 +2,9 @@
 //
 // The decoder keeps no strings: the string of a code stands in the output already written, where the code before it was
 // put out, and goes on by one byte. Its first 8 bytes stand in the table as well, so that short strings, which are most
-// of them, are one store. The encoder keeps, with each code, the first byte that
-// was seen behind its string; what else was seen there is in a hash table of code and byte, a quarter full at most.
+// of them, are one store. The encoder looks a longer string up in one step: its table has a place for every byte behind
+// every code. What is slow in it are wrong guesses of whether a string goes on, and this has one branch for that. The
+// places of a byte are together, so the few bytes of a picture's noise touch few lines of memory.
 #include <algorithm>
 #include <cstring>
 
@@ -204,29 +205,14 @@ void put_rest(bit_sink* s) {
 
 // ---- the encoder
 
-constexpr uint32_t slot_of(uint32_t key) {
-    return key * 0x9E3779B1u >> 18;
-}
-static_assert(TIF_LZW_SLOTS == 1u << 14);
-
 constexpr uint32_t last_of_width(int width) {
     return width == 12 ? LAST_CODE : (1u << width) - 1;
 }
 
-constexpr uint32_t AT_PREFIX = 0x8000; // in `used`: an entry of `first`, not of `slots`
-constexpr uint32_t FEW_STRINGS = 1000;
-
-// Takes all strings out. Few of them are taken out one by one.
+// Takes all strings out, one by one: there are few beside the places.
 void clear_strings(tif_lzw_table* table) {
-    if (table->count > FEW_STRINGS) {
-        std::memset(table->slots, 0, sizeof table->slots);
-        std::memset(table->first, 0, sizeof table->first);
-    } else {
-        for (uint32_t i = 0; i < table->count; ++i) {
-            uint32_t place = table->used[i];
-            (place >= AT_PREFIX ? table->first[place - AT_PREFIX] : table->slots[place]) = 0;
-        }
-    }
+    for (uint32_t i = 0; i < table->count; ++i)
+        *table->used[i] = 0;
     table->count = 0;
 }
 
@@ -276,29 +262,14 @@ size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif
     uint32_t prefix = length > 0 ? source[0] : 0;
     for (size_t i = 1; i < length; ++i) {
         uint32_t byte = source[i];
-        uint32_t first = table->first[prefix];
-        if (first != 0 && first >> 12 == byte) {
-            prefix = first & 0xFFF;
+        uint16_t* place = &table->longer[byte][prefix];
+        if (*place != 0) {
+            prefix = *place;
             continue;
         }
-        uint32_t* place = &table->first[prefix];
-        uint32_t noted = AT_PREFIX + prefix;
-        uint32_t key = byte;
-        if (first != 0) {
-            key |= prefix << 8;
-            uint32_t slot = slot_of(key);
-            while (table->slots[slot] != 0 && table->slots[slot] >> 12 != key)
-                slot = (slot + 1) % TIF_LZW_SLOTS;
-            if (table->slots[slot] != 0) {
-                prefix = table->slots[slot] & 0xFFF;
-                continue;
-            }
-            place = &table->slots[slot];
-            noted = slot;
-        }
         put_code(&e.out, prefix, e.width);
-        *place = key << 12 | ++e.last;
-        table->used[table->count++] = static_cast<uint16_t>(noted);
+        *place = static_cast<uint16_t>(++e.last);
+        table->used[table->count++] = place;
         prefix = byte;
         if (e.last == e.turn) take_turn(&e, table);
     }
@@ -309,5 +280,6 @@ size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif
     }
     put_code(&e.out, END, e.width);
     put_rest(&e.out);
+    clear_strings(table);
     return static_cast<size_t>(e.out.next - target);
 }

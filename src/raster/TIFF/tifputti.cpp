@@ -99,7 +99,21 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     return tif_save_segment(c, tile, out->rows, plane, shape.rows);
 }
 
+// Whether the tile's bytes stand in the caller's buffer as they do in the file.
+bool is_as_stored(const tif_image* image, const tile_source& source) {
+    tif_shape shape = tif_shape_of(image);
+    size_t step = source.step != 0 ? source.step : 1;
+    bool bytes = tif_bits(image) == 8 && shape.planes == 1 && step == image->samples_per_pixel;
+    bool whole = source.pitch == tif_row_bytes(image, 0) && source.rows == shape.rows && source.planes[0] != nullptr;
+    return image->compression == TIF_PLAIN && bytes && whole;
+}
+
 bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
+    const tif_image* image = tif_image_of(c);
+    if (is_as_stored(image, source)) {
+        tif_spec_of(c)->in.segment = -1;
+        return tif_store_coded(c, tile, source.planes[0], source.pitch * source.rows);
+    }
     bool fax = tif_is_fax(tif_image_of(c)->compression);
     return fax ? put_fax_tile(c, tile, source) : put_tile_rows(c, tile, source);
 }

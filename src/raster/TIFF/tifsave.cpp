@@ -137,7 +137,7 @@ bool code_rows(CFILE* c, uint8_t** bytes, size_t* count, uint32_t rows) {
 
 } // namespace
 
-bool tif_store_coded(CFILE* c, uint32_t entry, uint8_t* bytes, size_t count) {
+bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count) {
     tif_image* image = tif_image_of(c);
     if (!tif_need_entry(c, image, entry)) return false;
     if (image->compression == TIF_PLAIN && has_place(c, image, entry, count)) {

@@ -43,6 +43,25 @@ bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) 
     return tif_need_room(c, &in->coded, &in->coded_room, bytes) && read_stored(c, image, entry, in->coded, bytes);
 }
 
+// Bytes of the file that lie in those at hand are used where they are; null when they don't.
+const uint8_t* bytes_in_window(CFILE* c, int64_t place, size_t bytes) {
+    const uint8_t* next = nullptr;
+    const uint8_t* end = nullptr;
+    tif_spec_of(c)->at_end = false;
+    if (!io_seek(c, place)) return nullptr;
+    io_window(c, &next, &end);
+    return static_cast<size_t>(end - next) >= bytes ? next : nullptr;
+}
+
+// The code of an entry, valid until the next call that reads. Null with the status set.
+const uint8_t* code_of(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) {
+    if (bytes != 0) {
+        const uint8_t* there = bytes_in_window(c, c->base_offset + image->strip_offsets[entry], bytes);
+        if (there != nullptr) return there;
+    }
+    return read_coded(c, image, entry, bytes) ? tif_spec_of(c)->in.coded : nullptr;
+}
+
 // ---- segments that are decoded whole
 
 // Bytes that a coded byte can stand for at most.
@@ -81,12 +100,21 @@ bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
     return tif_need_room(c, &in->decoded, &in->decoded_room, all);
 }
 
-// Each line was packed by itself: a run ends with its line.
+// Each line was packed by itself: a run ends with its line. Lines of one value, of which most of a page consists, are
+// told by their first byte.
 size_t unpack_rows(const uint8_t* coded, size_t bytes, uint8_t* out, size_t row_bytes, size_t room) {
+    constexpr size_t LONGEST_RUN = 128;
+    bool can_be_run = row_bytes >= 2 && row_bytes <= LONGEST_RUN;
+    auto run = static_cast<uint8_t>(1 - row_bytes);
     size_t filled = 0;
     while (filled + row_bytes <= room && bytes > 0) {
-        size_t in_row = 0;
-        size_t used = tif_packbits_unpack(coded, bytes, out + filled, row_bytes, &in_row);
+        size_t in_row = row_bytes;
+        size_t used = 2;
+        if (can_be_run && bytes >= 2 && coded[0] == run) {
+            std::memset(out + filled, coded[1], row_bytes);
+        } else {
+            used = tif_packbits_unpack(coded, bytes, out + filled, row_bytes, &in_row);
+        }
         coded += used;
         bytes -= used;
         filled += in_row;
@@ -116,11 +144,12 @@ bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane)
         in->planes_decoded |= 1u << plane;
         return read_stored(c, image, entry, out, in->plane_filled[plane]);
     }
-    if (!read_coded(c, image, entry, bytes)) return false;
+    const uint8_t* code = code_of(c, image, entry, bytes);
+    if (code == nullptr) return false;
     bool sound = true;
     bool lzw = image->compression == TIF_LZW;
     size_t filled =
-        lzw ? tif_lzw_decode(in->coded, bytes, out, room, &sound) : unpack_rows(in->coded, bytes, out, row_bytes, room);
+        lzw ? tif_lzw_decode(code, bytes, out, room, &sound) : unpack_rows(code, bytes, out, row_bytes, room);
     if (filled < full) set_flag(c, FLAG_DAMAGED, true);
     if (lzw && image->predictor == 2) undo_predictor(c, image, plane, out, filled);
     in->plane_filled[plane] = filled;
@@ -159,16 +188,6 @@ const uint8_t* decoded_row(CFILE* c, const tif_image* image, uint32_t segment, u
 
 // ---- plain data, and PackBits
 
-// A row that lies in the bytes at hand is used where it is.
-const uint8_t* row_in_window(CFILE* c, int64_t place, size_t bytes) {
-    const uint8_t* next = nullptr;
-    const uint8_t* end = nullptr;
-    tif_spec_of(c)->at_end = false;
-    if (!io_seek(c, place)) return nullptr;
-    io_window(c, &next, &end);
-    return static_cast<size_t>(end - next) >= bytes ? next : nullptr;
-}
-
 const uint8_t* plain_row(CFILE* c, const tif_image* image, uint32_t entry, uint32_t row, size_t bytes, uint8_t* into) {
     uint64_t at = uint64_t{row} * bytes;
     uint32_t size = entry < image->strip_count ? image->strip_byte_counts[entry] : 0;
@@ -179,7 +198,7 @@ const uint8_t* plain_row(CFILE* c, const tif_image* image, uint32_t entry, uint3
     int64_t offset = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
     tif_reading* in = &tif_spec_of(c)->in;
     if (into == nullptr) {
-        const uint8_t* there = row_in_window(c, c->base_offset + offset, bytes);
+        const uint8_t* there = bytes_in_window(c, c->base_offset + offset, bytes);
         if (there != nullptr) return there;
         if (!tif_need_room(c, &in->row, &in->row_room, bytes)) return nullptr;
         into = in->row;
@@ -189,11 +208,44 @@ const uint8_t* plain_row(CFILE* c, const tif_image* image, uint32_t entry, uint3
     return nullptr;
 }
 
+// The first rows of a plain segment, as many as the file has whole. Rows that lie in the bytes at hand are moved from
+// there, one behind the other.
+uint32_t move_plain_rows(CFILE* c, const tif_image* image, uint32_t segment, uint32_t rows, uint8_t* to, size_t pitch) {
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
+    auto bytes = static_cast<size_t>(coded_bytes(c, image, segment, uint64_t{rows} * row_bytes));
+    rows = static_cast<uint32_t>(std::min<size_t>(rows, bytes / row_bytes));
+    tif_spec_of(c)->at_end = false;
+    if (rows == 0 || !io_seek(c, c->base_offset + image->strip_offsets[segment])) return 0;
+    if (pitch == row_bytes) return static_cast<uint32_t>(io_read(c, to, rows * row_bytes) / row_bytes);
+    for (uint32_t row = 0; row < rows; ++row) {
+        const uint8_t* next = nullptr;
+        const uint8_t* end = nullptr;
+        io_window(c, &next, &end);
+        for (; row < rows && static_cast<size_t>(end - next) >= row_bytes; ++row, next += row_bytes) {
+            std::memcpy(to + row * pitch, next, row_bytes);
+            io_consume(c, row_bytes);
+        }
+        // One that goes on beyond them.
+        if (row < rows && io_read(c, to + row * pitch, row_bytes) != row_bytes) return row;
+    }
+    return rows;
+}
+
+// The rows of a small PackBits segment, which stand behind each other in `to`, as many as its code has.
+uint32_t unpack_segment(CFILE* c, const tif_image* image, uint32_t segment, uint32_t rows, uint8_t* to) {
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
+    auto bytes = static_cast<size_t>(coded_bytes(c, image, segment, uint64_t{tif_rows_of(image, segment)} * row_bytes));
+    const uint8_t* code = code_of(c, image, segment, bytes);
+    if (code == nullptr) return 0;
+    size_t filled = unpack_rows(code, bytes, to, row_bytes, rows * row_bytes);
+    return static_cast<uint32_t>(filled / row_bytes);
+}
+
 // Code from `place` on, `left` bytes of it at most, into a row. Code that lies in the bytes at hand is used where it
 // is; otherwise as much is read as a row can take, and more if it is not enough. *used is what the row took.
 bool unpack_from(CFILE* c, int64_t place, uint64_t left, uint8_t* row, size_t row_bytes, size_t* used) {
     tif_reading* in = &tif_spec_of(c)->in;
-    const uint8_t* code = row_in_window(c, c->base_offset + place, 1);
+    const uint8_t* code = bytes_in_window(c, c->base_offset + place, 1);
     const uint8_t* next = nullptr;
     const uint8_t* end = nullptr;
     size_t filled = 0;
@@ -364,6 +416,15 @@ const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane
     if (found == nullptr || into == nullptr || found == into) return found;
     std::memcpy(into, found, bytes);
     return into;
+}
+
+uint32_t tif_move_rows(CFILE* c, uint32_t segment, uint32_t rows, uint8_t* to, size_t pitch) {
+    const tif_image* image = tif_image_of(c);
+    if (tif_row_bytes(image, 0) == 0 || tif_spec_of(c)->out.waiting) return 0;
+    if (image->compression == TIF_PLAIN) return move_plain_rows(c, image, segment, rows, to, pitch);
+    bool unpacked = image->compression == TIF_PACKBITS && pitch == tif_row_bytes(image, 0) &&
+                    is_decoded_whole(image, segment) && tif_spec_of(c)->in.segment != int64_t{segment};
+    return unpacked ? unpack_segment(c, image, segment, rows, to) : 0;
 }
 
 const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes) {
