@@ -190,7 +190,10 @@ size_t read_mapped(void* buffer, size_t size, size_t count, void* file) {
     while (left > 0) {
         if (!show_position(m)) break;
         size_t piece = std::min(left, bytes_in_view(m));
-        if (piece == 0) break; // the file was cut behind our back
+        if (piece == 0) {
+            m->view_start = -1; // the file was cut behind our back: another try looks again
+            break;
+        }
         std::memcpy(out + moved, m->view + offset_in_view(m), piece);
         if (view_was_cut(m)) piece = std::min(piece, bytes_in_view(m));
         moved += piece;
