@@ -94,10 +94,21 @@ bool show_read(mapping_record* m, int64_t start) {
     return true;
 }
 
+size_t offset_in_view(const mapping_record* m) {
+    return static_cast<size_t>(m->position) & (VIEW_SIZE - 1);
+}
+
+// Bytes that the view holds from the position on.
+size_t bytes_in_view(const mapping_record* m) {
+    size_t at = offset_in_view(m);
+    return at < m->view_length ? m->view_length - at : 0;
+}
+
 // Makes the view hold the position. False when the file can't be read there.
 bool show_position(mapping_record* m) {
     int64_t start = view_start_of(m->position);
-    if (start == m->view_start) return true;
+    // Of a file that was cut, a view that ends in front of the position is looked at again.
+    if (start == m->view_start && (m->writable || bytes_in_view(m) > 0)) return true;
     if (!write_back(m)) return false;
     m->view_start = -1;
     bool shown = (!m->writable && show_mapped(m, start)) || show_read(m, start);
@@ -107,16 +118,6 @@ bool show_position(mapping_record* m) {
     }
     m->view_start = start;
     return true;
-}
-
-size_t offset_in_view(const mapping_record* m) {
-    return static_cast<size_t>(m->position) & (VIEW_SIZE - 1);
-}
-
-// Bytes that the view holds from the position on.
-size_t bytes_in_view(const mapping_record* m) {
-    size_t at = offset_in_view(m);
-    return at < m->view_length ? m->view_length - at : 0;
 }
 
 // Whether pages of the view were gone when they were touched. Of what was taken from the view then, the bytes behind
@@ -190,10 +191,7 @@ size_t read_mapped(void* buffer, size_t size, size_t count, void* file) {
     while (left > 0) {
         if (!show_position(m)) break;
         size_t piece = std::min(left, bytes_in_view(m));
-        if (piece == 0) {
-            m->view_start = -1; // the file was cut behind our back: another try looks again
-            break;
-        }
+        if (piece == 0) break; // the file was cut behind our back
         std::memcpy(out + moved, m->view + offset_in_view(m), piece);
         if (view_was_cut(m)) piece = std::min(piece, bytes_in_view(m));
         moved += piece;
