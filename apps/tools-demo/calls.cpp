@@ -333,7 +333,7 @@ constexpr cell cells[ROWS * COLUMNS] = {
 };
 
 void paint(int window) {
-    demo_fill(window, {0, 0, WIDTH - 1, HEIGHT - 1}, SLOT_FACE);
+    demo_clear(window, SLOT_FACE);
     demo_expect(RGB_init(0, screen_planes) != 0, "RGB_init");
     for (int i = 0; i < ROWS * COLUMNS; ++i) {
         const int x = 6 + i % COLUMNS * ACROSS;

@@ -44,6 +44,8 @@ int demo_font(const char* name, int size); // of the product's fonts; -1 when it
 void demo_text(int window, int x, int y, const char* text, int slot);
 void demo_text_in(int window, int font, int x, int y, const char* text, int slot);
 void demo_fill(int window, demo_rect rect, int slot);
+void demo_size(int window, int* width, int* height); // of its client area, which a user can change
+void demo_clear(int window, int slot);               // all of it
 // A rectangle that looks raised, or sunk.
 void demo_edges(int window, demo_rect rect, bool sunk);
 

@@ -32,7 +32,7 @@ void paint_family(int window, int family) {
 }
 
 void paint(int window) {
-    demo_fill(window, {0, 0, WIDTH - 1, HEIGHT - 1}, SLOT_PAPER);
+    demo_clear(window, SLOT_PAPER);
     for (int i = 0; i < 4; ++i)
         paint_family(window, i);
 }

@@ -31,20 +31,13 @@ constexpr int LEFT = 268, TOP = 392, ACROSS = 122, DOWN = 128, WIDTH = 104, HEIG
 int kind_of_window[WINDOW_COUNT];
 int plain_window = -1;
 
-void size_of(int window, int* width, int* height) {
-    int x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-    Inq_win_region(window, &x1, &y1, &x2, &y2);
-    *width = x2 - x1 + 1;
-    *height = y2 - y1 + 1;
-}
-
 void paint(int window) {
     const kind& k = kinds[kind_of_window[window & WINDOW_MASK]];
     int width = 0, height = 0;
-    size_of(window, &width, &height);
+    demo_size(window, &width, &height);
     char line[40];
     const bool clear = (k.flags & WINDOW_TRANSPARENT) != 0;
-    if (!clear) demo_fill(window, {0, 0, width - 1, height - 1}, k.level != 0 ? SLOT_CREAM : SLOT_PAPER);
+    if (!clear) demo_clear(window, k.level != 0 ? SLOT_CREAM : SLOT_PAPER);
     const int ink = clear ? SLOT_WHITE : SLOT_BLACK;
     demo_text(window, 8, 8, k.name, ink);
     std::snprintf(line, sizeof line, "window %d", window);

@@ -28,6 +28,7 @@ void paint_line(int window, int line) {
 }
 
 void paint(int window) {
+    demo_clear(window, SLOT_BLACK);
     for (int i = 0; i < LINES; ++i)
         paint_line(window, i);
 }

@@ -7,6 +7,7 @@
 #include "tools/draw.h"
 #include "tools/font.h"
 #include "tools/process.h"
+#include "tools/windows.h"
 
 int demo_font(const char* name, int size) {
     char path[FILES_PATH_SIZE + 64];
@@ -30,6 +31,19 @@ void demo_text(int window, int x, int y, const char* text, int slot) {
 void demo_fill(int window, demo_rect rect, int slot) {
     fgcolor(window, slot);
     rectf(window, rect.x1, rect.y1, rect.x2, rect.y2);
+}
+
+void demo_size(int window, int* width, int* height) {
+    int x1 = 0, y1 = 0, x2 = -1, y2 = -1;
+    Inq_win_region(window, &x1, &y1, &x2, &y2);
+    *width = x2 - x1 + 1;
+    *height = y2 - y1 + 1;
+}
+
+void demo_clear(int window, int slot) {
+    int width = 0, height = 0;
+    demo_size(window, &width, &height);
+    demo_fill(window, {0, 0, width - 1, height - 1}, slot);
 }
 
 void demo_edges(int window, demo_rect rect, bool sunk) {

@@ -72,12 +72,11 @@ void paint(int window) {
     const int pipeline = pipeline_of[window & WINDOW_MASK];
     demo_expect(RGB_init(0, pipeline) != 0 && rgb_depth == pipeline, "RGB_init");
     demo_expect(RGB_enable_window(window) == 0, "RGB_enable_window");
+    demo_clear(window, SLOT_FACE);
     draw_photo(window, pipeline, photo);
-    const demo_rect bar = {0, photo->height, photo->width - 1, photo->height + BAR - 1};
-    demo_fill(window, bar, SLOT_FACE);
     char text[80];
     std::snprintf(text, sizeof text, "RGB_init(0, %d) on a screen of %d planes", pipeline, screen_planes);
-    demo_text(window, 6, bar.y1 + 5, text, SLOT_BLACK);
+    demo_text(window, 6, photo->height + 5, text, SLOT_BLACK);
     RGB_init(0, screen_planes); // what the other pages draw with
 }
 

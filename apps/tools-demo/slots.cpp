@@ -14,7 +14,7 @@ void paint(int window) {
     const bool few = max_color_index < 16;
     const int across = few ? 8 : 16;
     const int down = few ? 4 : 16;
-    demo_fill(window, {0, 0, SIDE - 1, SIDE - 1}, SLOT_FACE);
+    demo_clear(window, SLOT_FACE);
     for (int slot = 0; slot < across * down; ++slot) {
         const int x = slot % across * SIDE / across;
         const int y = slot / across * SIDE / down;

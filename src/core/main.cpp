@@ -12,6 +12,7 @@
 #include "core/picture.h"
 #include "core/program.h"
 #include "core/viewtools.h"
+#include "output/impack.h"
 #include "platform/files.h"
 #include "platform/window/dialog.h"
 #include "support/log.h"
@@ -97,6 +98,7 @@ bool start(const start_files* files) {
     picture_watch_image();
     tools_set_close_query(close_query);
     tools_set_input_hook(input_notice);
+    imp_set_pending_events(tools_pending_events);
     Enable_events(PROGRAM_EVENTS);
     Set_keyboard_buffer(keyboard_buffer, KEYBOARD_BUFFER_SIZE);
     tools_reset();
@@ -124,6 +126,7 @@ void run() {
 }
 
 void end() {
+    imp_set_pending_events(nullptr);
     tools_set_input_hook(nullptr);
     tools_set_close_query(nullptr);
     input_reset();
