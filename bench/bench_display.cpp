@@ -44,21 +44,16 @@ double seconds_now() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-// The best of several plain copies of the planes.
-double copy_seconds(const std::vector<uint8_t>& from) {
-    std::vector<uint8_t> to(from.size());
-    double best = 1e9;
-    for (int i = 0; i < 30; ++i) {
-        const double start = seconds_now();
-        memcpy(to.data(), from.data(), from.size());
-        benchmark::DoNotOptimize(to.data());
-        benchmark::ClobberMemory();
-        best = std::min(best, seconds_now() - start);
-    }
-    return best;
+double copy_seconds(const std::vector<uint8_t>& from, std::vector<uint8_t>* to) {
+    const double start = seconds_now();
+    memcpy(to->data(), from.data(), from.size());
+    benchmark::DoNotOptimize(to->data());
+    benchmark::ClobberMemory();
+    return seconds_now() - start;
 }
 
-// Arguments: the screen's planes and the pipeline's. of_copy: the speed as a part of a plain copy's, best against best.
+// Arguments: the screen's planes and the pipeline's. of_copy: the speed as a part of that of a plain copy of the
+// planes, best against best; they take turns, so that both find the caches alike.
 void rgb_rect_picture(benchmark::State& state) {
     const std::vector<uint8_t> planes = make_planes();
     if (!start(static_cast<int>(state.range(0))) || RGB_init(0, static_cast<int>(state.range(1))) == 0) {
@@ -66,15 +61,20 @@ void rgb_rect_picture(benchmark::State& state) {
         return;
     }
     const int window = open(0, 0, WIDTH - 1, HEIGHT - 1);
+    std::vector<uint8_t> to(planes.size());
     double best = 1e9;
+    double best_copy = 1e9;
     for (auto _ : state) {
+        state.PauseTiming();
+        best_copy = std::min(best_copy, copy_seconds(planes, &to));
+        state.ResumeTiming();
         const double start = seconds_now();
         rgb_rect(window, 0, WIDTH - 1, 0, HEIGHT - 1, planes.data(), planes.data() + PIXELS, planes.data() + 2 * PIXELS,
                  WIDTH);
         benchmark::ClobberMemory();
         best = std::min(best, seconds_now() - start);
     }
-    state.counters["of_copy"] = copy_seconds(planes) / best;
+    state.counters["of_copy"] = best_copy / best;
     tools_leave();
 }
 BENCHMARK(rgb_rect_picture)

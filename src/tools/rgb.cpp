@@ -114,6 +114,17 @@ void make_cube() {
             }
 }
 
+// The slots of the cube stand in the order of their levels, blue fastest.
+void make_slot_parts() {
+    for (int cell = 0; cell < CELLS; ++cell)
+        for (int i = 0; i < 256; ++i) {
+            const int level = rgb.row_of_cell[cell][i];
+            rgb.red_part[cell][i] = static_cast<uint8_t>(CUBE_SLOT + level * 36);
+            rgb.green_part[cell][i] = static_cast<uint8_t>(level * 6);
+            rgb.blue_part[cell][i] = static_cast<uint8_t>(level);
+        }
+}
+
 // The level that a gamma value comes to in one threshold row, 0 to 5.
 uint8_t cube_level(int value, int threshold) {
     if (value == 0) return 0;
@@ -131,6 +142,7 @@ bool setup_8() {
         for (int i = 0; i < 256; ++i)
             rgb.threshold_rows[t][i] = cube_level(rgb.gamma_table[i], t);
     use_rows(row_order_8);
+    make_slot_parts();
     return true;
 }
 
@@ -172,6 +184,7 @@ uint8_t five_bits(int value, int threshold) {
 
 bool setup_true() {
     make_gamma_table(255);
+    rgb_make_true_parts();
     for (int t = 0; t < TRUE_ROWS; ++t)
         for (int i = 0; i < 256; ++i)
             rgb.threshold_rows[t][i] = five_bits(rgb.gamma_table[i], t);

@@ -40,7 +40,8 @@ struct rgb_tables {
     const uint8_t* row_of_cell[CELLS]; // the row that a cell uses
 
     // 8 planes
-    uint8_t cube_slot[512]; // by cube_index()
+    uint8_t red_part[CELLS][256], green_part[CELLS][256], blue_part[CELLS][256]; // by cell: a slot is their sum
+    uint8_t cube_slot[512];                                                      // by cube_index()
     color_entry cube_colors[CUBE_COLORS];
 
     // 4 planes
@@ -65,6 +66,8 @@ bool dither4_make();
 // The nearest of the 16 colours.
 unsigned dither4_nearest(uint8_t red, uint8_t green, uint8_t blue);
 
+// Makes what the row writers of 24 planes need, from gamma_table.
+void rgb_make_true_parts();
 // Has the row writers chosen anew at their next call.
 void rgb_reset_writers();
 // Back to no pipeline.

@@ -5,6 +5,7 @@
 // pipeline and by the form of the screen's pixels, since a pipeline can be run on a deeper screen than its own.
 #include <cstring>
 
+#include "support/bytes.h"
 #include "tools/rgbdata.h"
 #include "tools/windata.h"
 
@@ -15,6 +16,20 @@ struct rgb_bytes {
     const uint8_t* green;
     const uint8_t* blue;
 };
+
+// Eight pixels are taken at once: single bytes would keep the processor busy with loads.
+constexpr int WORD = 8;
+struct pixel_word {
+    uint64_t red, green, blue; // the first pixel lowest
+};
+inline pixel_word take_word(rgb_bytes from, int i) {
+    return {load_u64le(from.red + i), load_u64le(from.green + i), load_u64le(from.blue + i)};
+}
+inline void next_pixel(pixel_word* w) {
+    w->red >>= 8;
+    w->green >>= 8;
+    w->blue >>= 8;
+}
 
 // The screen's pixels of the numbers that the palette pipelines work out.
 uint32_t pixel_of[256];
@@ -30,13 +45,28 @@ template <typename T> void write_row_4(uint8_t* out, rgb_bytes from, int x, int 
         pixels[i] = static_cast<T>(pixel_of[dither_color(cell_of(x + i, y), from.red[i], from.green[i], from.blue[i])]);
 }
 
+template <typename T> T cube_pixel(unsigned cell, unsigned red, unsigned green, unsigned blue) {
+    const unsigned slot = rgb.red_part[cell][red] + rgb.green_part[cell][green] + rgb.blue_part[cell][blue];
+    return static_cast<T>(sizeof(T) == 1 ? slot : pixel_of[slot & 255]);
+}
+template <typename T> T cube_pixel_at(rgb_bytes from, int i, int x, int y) {
+    return cube_pixel<T>(cell_of(x + i, y), from.red[i], from.green[i], from.blue[i]);
+}
+
+// Four pixels are a row of the dither's cells: whose tables they use is then known beforehand.
 template <typename T> void write_row_8(uint8_t* out, rgb_bytes from, int x, int y, int count) {
     T* pixels = reinterpret_cast<T*>(out);
-    for (int i = 0; i < count; ++i) {
-        const uint8_t* row = rgb.row_of_cell[cell_of(x + i, y)];
-        const uint8_t slot = rgb.cube_slot[cube_index(row[from.red[i]], row[from.green[i]], row[from.blue[i]])];
-        pixels[i] = static_cast<T>(sizeof(T) == 1 ? slot : pixel_of[slot]);
+    const unsigned first = cell_of(0, y);
+    int i = 0;
+    for (; i < count && ((x + i) & 3) != 0; ++i)
+        pixels[i] = cube_pixel_at<T>(from, i, x, y);
+    for (; i + WORD <= count; i += WORD) {
+        pixel_word w = take_word(from, i);
+        for (unsigned k = 0; k < WORD; ++k, next_pixel(&w))
+            pixels[i + static_cast<int>(k)] = cube_pixel<T>(first + k % 4, w.red & 255, w.green & 255, w.blue & 255);
     }
+    for (; i < count; ++i)
+        pixels[i] = cube_pixel_at<T>(from, i, x, y);
 }
 
 // ---- true colour pipelines. P packs three bytes into a pixel of the screen.
@@ -66,11 +96,33 @@ template <typename P> void write_row_15(uint8_t* out, rgb_bytes from, int x, int
     }
 }
 
+// What each byte adds to a pixel of the screen, the gamma applied.
+struct true_parts {
+    uint32_t red[256], green[256], blue[256];
+};
+true_parts in_pixel;
+
+template <typename P> void make_parts() {
+    for (int i = 0; i < 256; ++i) {
+        in_pixel.red[i] = P::of(rgb.gamma_table[i], 0, 0);
+        in_pixel.green[i] = P::of(0, rgb.gamma_table[i], 0);
+        in_pixel.blue[i] = P::of(0, 0, rgb.gamma_table[i]);
+    }
+}
+
 template <typename P> void write_row_24(uint8_t* out, rgb_bytes from, int /*x*/, int /*y*/, int count) {
-    auto* pixels = reinterpret_cast<typename P::pixel*>(out);
-    const uint8_t* table = rgb.gamma_table;
-    for (int i = 0; i < count; ++i)
-        pixels[i] = P::of(table[from.red[i]], table[from.green[i]], table[from.blue[i]]);
+    using pixel = typename P::pixel;
+    auto* pixels = reinterpret_cast<pixel*>(out);
+    int i = 0;
+    for (; i + WORD <= count; i += WORD) {
+        pixel_word w = take_word(from, i);
+        for (int k = 0; k < WORD; ++k, next_pixel(&w))
+            pixels[i + k] = static_cast<pixel>(in_pixel.red[w.red & 255] | in_pixel.green[w.green & 255] |
+                                               in_pixel.blue[w.blue & 255]);
+    }
+    for (; i < count; ++i)
+        pixels[i] =
+            static_cast<pixel>(in_pixel.red[from.red[i]] | in_pixel.green[from.green[i]] | in_pixel.blue[from.blue[i]]);
 }
 
 // ---- the choice of a row function
@@ -209,6 +261,14 @@ void select_fill(int window, int x1, int x2, int y1, int y2, const uint8_t* red,
 }
 
 } // namespace
+
+void rgb_make_true_parts() {
+    switch (canvas_planes()) {
+    case 15: return make_parts<pack_555>();
+    case 16: return make_parts<pack_565>();
+    default: return make_parts<pack_888>();
+    }
+}
 
 void (*rgb_rect)(int, int, int, int, int, const uint8_t*, const uint8_t*, const uint8_t*, ptrdiff_t) = select_rect;
 void (*rgb_line)(int, int, int, int, const uint8_t*, const uint8_t*, const uint8_t*) = select_line;
