@@ -2,8 +2,9 @@
 //
 // A page that is gone, because another process has cut the file or its disk fails, would end the process at its first
 // touch. So the first mapping installs a handler of SIGBUS. A touch inside a mapping of this module puts pages of zeros
-// in the place of what is gone, and is told by mapping_is_cut(); any other touch goes on to the handler that was there
-// before, or takes the system's own course.
+// in the place of what is gone, and is told by mapping_is_cut(). (The rest of the page with a file's new end reads as
+// zeros as well, and nothing tells that.) Any other touch goes on to the handler that was there before, or takes the
+// system's own course.
 #pragma once
 
 #include <cstddef>

@@ -218,6 +218,31 @@ TEST_F(Writing, PacketsAndTransform) {
     rzl_close(c);
 }
 
+TEST_F(Writing, AFileThatIsCutWhileItIsReadFailsAndGivesNoZeros) {
+    picture p = make_picture(3000, 300, 1, 8);
+    for (uint32_t& v : p.values)
+        v |= 1;
+    for (int coding : {1, 32773}) {
+        write_library(file(), p, {{501, coding}, {505, 300}});
+        CFILE* c = rzl_open_r(file().c_str());
+        ASSERT_NE(c, nullptr);
+        std::vector<uint8_t> line(3000);
+        EXPECT_EQ(rzl_getline(c, line.data()), 0);
+        std::filesystem::resize_file(file(), 0x20000); // whole pages: the rest of one would read as zeros
+        int whole = 1;
+        while (whole < 300 && rzl_getline(c, line.data()) == 0) {
+            for (int x = 0; x < 3000; ++x)
+                ASSERT_EQ(line[static_cast<size_t>(x)], p.at(x, whole, 0)) << coding << ' ' << whole;
+            ++whole;
+        }
+        EXPECT_EQ(status_of(c), RZL_READ_FAILED) << coding;
+        EXPECT_GT(whole, 30) << coding;
+        EXPECT_LT(whole, 120) << coding;
+        EXPECT_EQ(rzl_getline(c, line.data()), 1) << "and goes on failing";
+        rzl_close(c);
+    }
+}
+
 TEST_F(Writing, ColourTables) {
     for (auto [bits, coding] : {std::pair{8, 1}, {4, 5}, {2, 32773}}) {
         picture p = make_picture(21, 9, 1, bits);

@@ -27,6 +27,7 @@ struct mapping_record {
     size_t dirty_start;  // changed bytes of the view that the file has not got yet
     size_t dirty_end;    // dirty_start == dirty_end: none
     bool writable;
+    bool is_read;      // not mapped any more: pages were gone
     bool write_failed; // a change was lost; told at the close
     os_file file;
 };
@@ -111,7 +112,7 @@ bool show_position(mapping_record* m) {
     if (start == m->view_start && (m->writable || bytes_in_view(m) > 0)) return true;
     if (!write_back(m)) return false;
     m->view_start = -1;
-    bool shown = (!m->writable && show_mapped(m, start)) || show_read(m, start);
+    bool shown = (!m->writable && !m->is_read && show_mapped(m, start)) || show_read(m, start);
     if (!shown) {
         report_view_failure();
         return false;
@@ -331,6 +332,15 @@ void rzl_drop_mapping(CFILE* c) {
     (void)files_seek(m->file, m->position, FILES_FROM_START);
     free_mapping(m);
     if (!kept) fail(c, RZL_WRITE_FAILED, SOURCE, "mmap failed");
+}
+
+bool rzl_lost_pages(CFILE* c) {
+    mapping_record* m = c->mapping;
+    if (m == nullptr || !mapping_is_cut(&m->part)) return false;
+    mapping_drop(&m->part);
+    m->is_read = true;
+    m->view_start = -1;
+    return true;
 }
 
 void io_window(CFILE* c, const uint8_t** next, const uint8_t** end) {
