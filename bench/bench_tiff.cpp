@@ -1,6 +1,6 @@
 // TIFF lines and tiles through the public calls against libtiff, the same picture in the same layout: reading and
-// writing in every coding, in strips by lines and in tiles. Tiles of one sample go through the tile calls of both; those
-// of colours come as lines here, and libtiff's are laid into rows. Names: what/coding/layout/program.
+// writing in every coding, in strips by lines and in tiles. Tiles of one sample go through the tile calls of both;
+// those of colours come as lines here, and libtiff's are laid into rows. Names: what/coding/layout/program.
 #include <benchmark/benchmark.h>
 #include <tiffio.h>
 #include <unistd.h>
