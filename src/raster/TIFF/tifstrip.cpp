@@ -405,12 +405,12 @@ const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane
     }
     const uint8_t* found = waiting_row(c, segment, row, plane, bytes);
     if (found == nullptr) {
-        if (image->compression == TIF_PLAIN && !is_decoded_whole(image, segment)) {
-            found = plain_row(c, image, tif_entry_of(image, segment, plane), row, bytes, into);
-        } else if (!is_decoded_whole(image, segment)) {
-            found = packed_row(c, image, segment, row, plane, into);
-        } else {
+        if (is_decoded_whole(image, segment)) {
             found = decoded_row(c, image, segment, row, plane);
+        } else if (image->compression == TIF_PLAIN) {
+            found = plain_row(c, image, tif_entry_of(image, segment, plane), row, bytes, into);
+        } else {
+            found = packed_row(c, image, segment, row, plane, into);
         }
     }
     if (found == nullptr || into == nullptr || found == into) return found;
