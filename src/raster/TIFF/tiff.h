@@ -404,6 +404,8 @@ bool tif_end_fax(CFILE* c, uint32_t segment, uint32_t rows); // for tif_flush_se
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count);
 
 // ---- coders
+// How many bytes from `first` on are equal, up to `end`, which is behind it.
+size_t tif_run_length(const uint8_t* first, const uint8_t* end);
 // PackBits. The room of `target` for packing is length + length / 64 + 2. Unpacking fills `length` bytes or less when
 // the source ends; *filled tells; a run that goes on behind them is cut. The bytes written, and consumed.
 size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length);
@@ -417,6 +419,9 @@ struct tif_lzw_table {
     uint16_t longer[256][TIF_LZW_CODES]; // by byte: the code of each code's string with the byte behind it; 0: none
     uint16_t* used[TIF_LZW_CODES];       // the entries in use
     uint32_t count;                      // of them; 0 between two calls
+    uint16_t runs[TIF_LZW_CODES];        // codes of run_byte repeated, from two of it on
+    uint32_t run_count;                  // of those that are known
+    uint32_t run_byte;
 };
 constexpr size_t TIF_LZW_SLACK = 16;
 constexpr size_t tif_lzw_bound(size_t length) {

@@ -214,6 +214,29 @@ void clear_strings(tif_lzw_table* table) {
     for (uint32_t i = 0; i < table->count; ++i)
         *table->used[i] = 0;
     table->count = 0;
+    table->run_count = 0;
+}
+
+// Blank stretches of a page: the string that one byte begins is then often a long run, which is found at once.
+constexpr size_t RUN_BEGIN = 16;
+
+bool begins_run(const uint8_t* p, uint32_t byte) {
+    uint64_t pattern = byte * 0x0101010101010101u;
+    return load_u64le(p + RUN_BEGIN / 2) == pattern && load_u64le(p) == pattern;
+}
+
+// Takes as much of the run that goes on at `p` as the table has a code for, which becomes *prefix. How many bytes.
+size_t take_run(tif_lzw_table* table, const uint8_t* p, const uint8_t* end, uint32_t* prefix) {
+    const uint16_t* longer = table->longer[*prefix];
+    if (table->run_byte != *prefix) table->run_count = 0;
+    table->run_byte = *prefix;
+    uint32_t longest = table->run_count != 0 ? table->runs[table->run_count - 1] : *prefix;
+    for (; longer[longest] != 0; longest = table->runs[table->run_count++])
+        table->runs[table->run_count] = longer[longest];
+    size_t most = std::min<size_t>(table->run_count, static_cast<size_t>(end - p));
+    size_t length = most != 0 ? tif_run_length(p, p + most) : 0;
+    if (length != 0) *prefix = table->runs[length - 1];
+    return length;
 }
 
 struct lzw_encoder {
@@ -272,6 +295,8 @@ size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif
         table->used[table->count++] = place;
         prefix = byte;
         if (e.last == e.turn) take_turn(&e, table);
+        if (length - i > RUN_BEGIN && begins_run(source + i + 1, byte))
+            i += take_run(table, source + i + 1, source + length, &prefix);
     }
     if (length > 0) {
         put_code(&e.out, prefix, e.width);

@@ -11,22 +11,6 @@ namespace {
 
 constexpr size_t PIECE = 64;
 
-// How many bytes from `first` on are equal.
-size_t run_length(const uint8_t* first, const uint8_t* end) {
-    const uint8_t* p = first + 1;
-    uint64_t pattern = *first * 0x0101010101010101u;
-    while (end - p >= 8) {
-        uint64_t word;
-        std::memcpy(&word, p, sizeof word);
-        if (word != pattern)
-            return static_cast<size_t>(p - first) + static_cast<size_t>(__builtin_ctzll(word ^ pattern)) / 8;
-        p += 8;
-    }
-    while (p != end && *p == *first)
-        ++p;
-    return static_cast<size_t>(p - first);
-}
-
 uint8_t* put_run(uint8_t* out, uint8_t value, size_t count) {
     for (; count >= PIECE; count -= PIECE) {
         *out++ = 0xC1;
@@ -68,6 +52,21 @@ void fill_steps(uint8_t* to, uint8_t value, size_t count) {
 
 } // namespace
 
+size_t tif_run_length(const uint8_t* first, const uint8_t* end) {
+    const uint8_t* p = first + 1;
+    uint64_t pattern = *first * 0x0101010101010101u;
+    while (end - p >= 8) {
+        uint64_t word;
+        std::memcpy(&word, p, sizeof word);
+        if (word != pattern)
+            return static_cast<size_t>(p - first) + static_cast<size_t>(__builtin_ctzll(word ^ pattern)) / 8;
+        p += 8;
+    }
+    while (p != end && *p == *first)
+        ++p;
+    return static_cast<size_t>(p - first);
+}
+
 size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length) {
     const uint8_t* p = source;
     const uint8_t* end = source + length;
@@ -77,7 +76,7 @@ size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length) 
             *out++ = 0;
             *out++ = *p++;
         } else if (p[0] == p[1]) {
-            size_t count = run_length(p, end);
+            size_t count = tif_run_length(p, end);
             out = put_run(out, *p, count);
             p += count;
         } else {
