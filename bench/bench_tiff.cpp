@@ -213,7 +213,11 @@ void write_own(const std::string& name, const picture& p, int coding, bool tiled
     set_field(c, RZL_FIELD_YSIZE, p.height);
     set_field(c, RZL_FIELD_COMPRESSION, coding);
     set_field(c, tiled ? RZL_FIELD_TILE_WIDTH : RZL_FIELD_STRIP_ROWS, tiled ? TILE : ROWS);
-    tiled&& p.samples == 1 ? put_tiles(c, p) : put_rows(c, p);
+    if (tiled && p.samples == 1) {
+        put_tiles(c, p);
+    } else {
+        put_rows(c, p);
+    }
     if (rzl_finish(c) != 0) stop("a file can't be finished");
 }
 

@@ -114,13 +114,14 @@ void make_cube() {
             }
 }
 
-// The slots of the cube stand in the order of their levels, blue fastest.
+// The slots of the cube stand in the order of its colours, so each level brings a part of the slot, whatever the
+// others.
 void make_slot_parts() {
     for (int cell = 0; cell < CELLS; ++cell)
         for (int i = 0; i < 256; ++i) {
-            const int level = rgb.row_of_cell[cell][i];
-            rgb.red_part[cell][i] = static_cast<uint8_t>(CUBE_SLOT + level * 36);
-            rgb.green_part[cell][i] = static_cast<uint8_t>(level * 6);
+            const unsigned level = rgb.row_of_cell[cell][i];
+            rgb.red_part[cell][i] = rgb.cube_slot[cube_index(level, 0, 0)];
+            rgb.green_part[cell][i] = static_cast<uint8_t>(rgb.cube_slot[cube_index(0, level, 0)] - CUBE_SLOT);
             rgb.blue_part[cell][i] = static_cast<uint8_t>(level);
         }
 }
