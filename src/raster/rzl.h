@@ -14,11 +14,6 @@
  * Different handles may be used from different threads; each call holds its handle's lock. The library-wide last status
  * is shared by all threads, so a threaded program asks the handle.
  *
- * A file that is only read is mapped. So that no file can end the process by growing shorter meanwhile, the first such
- * open installs a handler of SIGBUS: it answers touches of these mappings and passes all others on to the handler that
- * was there. A program that puts its own in its place later should pass on what it doesn't know in the same way, or set
- * RZL_FIELD_MAPPED to 0 behind each open: plain reads are used then.
- *
  * Words kept apart: a line is a row of the image, numbered from 0 in file order; a plane is one channel of a line, one
  * buffer of its own; an interleaved line holds the samples of a pixel together; a VLT is the file's colour table.
  */

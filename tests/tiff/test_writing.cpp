@@ -228,7 +228,7 @@ TEST_F(Writing, AFileThatIsCutWhileItIsReadFailsAndGivesNoZeros) {
         ASSERT_NE(c, nullptr);
         std::vector<uint8_t> line(3000);
         EXPECT_EQ(rzl_getline(c, line.data()), 0);
-        std::filesystem::resize_file(file(), 0x20000); // whole pages: the rest of one would read as zeros
+        std::filesystem::resize_file(file(), 0x20000);
         int whole = 1;
         while (whole < 300 && rzl_getline(c, line.data()) == 0) {
             for (int x = 0; x < 3000; ++x)

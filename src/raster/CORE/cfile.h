@@ -386,10 +386,6 @@ int rzl_set_mapped(CFILE* c, bool on);
 // Ends the view and gives `file` back to the handle set.
 void rzl_drop_mapping(CFILE* c);
 
-// Whether pages of a view were gone when they were touched, so that zeros were taken for bytes of the file. It is told
-// once, and the file is read without a view from then on.
-bool rzl_lost_pages(CFILE* c);
-
 // The bytes that can be taken from the current position of the file without a call: *next up to *end. Empty when the
 // file is not read through a view or a block of memory, or at the end of the view; a read by file_read then brings the
 // next ones. After using n of them, call io_consume(c, n).

@@ -1,25 +1,20 @@
 // The mapped set: a file seen through a view of 128 KiB that moves over it.
 //
-// A file that is only read is mapped, a larger part of it at a time than the view shows. When another process cuts it
-// behind our back, the platform puts zeros in the place of the pages that are gone, and reading ends short: see
-// platform/mapping.h. Of a file that is written, or that can't be mapped, the view is a buffer that is filled by reads;
-// changes go back to the file when the view moves, at a flush and at the close. The view is brought in when its bytes
-// are asked for, so a seek costs nothing.
+// The view is a buffer that is filled from the file, not a mapping of its pages: a file that another process cuts while
+// it is being read then gives a short read, where touching a page that is gone would end the process; and a read of
+// this size takes less time than the faults of its pages would. The view is brought in when its bytes are asked for, so
+// a seek costs nothing, and changes go back to the file when the view moves, at a flush and at the close.
 #include <algorithm>
 #include <cstring>
 
 #include "platform/files.h"
-#include "platform/mapping.h"
 #include "raster/CORE/cfile.h"
 #include "raster/CORE/fileword.h"
 #include "support/checked.h"
 #include "support/memory.h"
 
 struct mapping_record {
-    const uint8_t* view; // in `part`, or the buffer
-    uint8_t* buffer;     // owned, VIEW_SIZE bytes; null until it is needed
-    file_mapping part;   // owned: the part of the file with the view
-    int64_t part_start;  // file offset of the part, a multiple of MAPPING_STEP
+    uint8_t* view;       // owned, VIEW_SIZE bytes
     int64_t file_size;   // bytes
     int64_t position;    // current, at most file_size
     int64_t view_start;  // file offset of the view, a multiple of VIEW_SIZE; -1 while nothing is in it
@@ -27,7 +22,6 @@ struct mapping_record {
     size_t dirty_start;  // changed bytes of the view that the file has not got yet
     size_t dirty_end;    // dirty_start == dirty_end: none
     bool writable;
-    bool is_read;      // not mapped any more: pages were gone
     bool write_failed; // a change was lost; told at the close
     os_file file;
 };
@@ -35,7 +29,6 @@ struct mapping_record {
 namespace {
 
 constexpr size_t VIEW_SIZE = 0x20000;
-static_assert(MAPPING_STEP % VIEW_SIZE == 0);
 constexpr char SOURCE[] = "CORE/fakefile";
 
 mapping_record* mapping_of(void* file) {
@@ -51,7 +44,7 @@ bool write_back(mapping_record* m) {
     size_t bytes = m->dirty_end - m->dirty_start;
     if (bytes == 0) return true;
     int64_t offset = m->view_start + static_cast<int64_t>(m->dirty_start);
-    int64_t moved = files_write_at(m->file, offset, m->buffer + m->dirty_start, bytes);
+    int64_t moved = files_write_at(m->file, offset, m->view + m->dirty_start, bytes);
     m->dirty_start = m->dirty_end = 0;
     if (moved == static_cast<int64_t>(bytes)) return true;
     m->write_failed = true;
@@ -63,34 +56,12 @@ int64_t view_start_of(int64_t position) {
     return position & ~static_cast<int64_t>(VIEW_SIZE - 1);
 }
 
-// Maps the part of the file with the offset, unless it is the one at hand. A file that has grown shorter has less in
-// it.
-bool map_part(mapping_record* m, int64_t offset) {
-    int64_t start = offset & ~static_cast<int64_t>(MAPPING_STEP - 1);
-    if (m->part.bytes != nullptr && m->part_start == start) return !mapping_is_cut(&m->part);
-    mapping_drop(&m->part);
-    int64_t left = std::min(files_size(m->file), m->file_size) - start;
-    m->part_start = start;
-    return left > 0 && mapping_make(m->file, start, std::min(static_cast<size_t>(left), MAPPING_STEP), &m->part);
-}
-
-// The view at `start` as a piece of the mapped part. What is at hand goes on behind it, to the end of the part.
-bool show_mapped(mapping_record* m, int64_t start) {
-    if (!map_part(m, start)) return false;
-    auto at = static_cast<size_t>(start - m->part_start);
-    m->view = m->part.bytes + at;
-    m->view_length = at < m->part.size ? m->part.size - at : 0;
-    return true;
-}
-
-// The view at `start` as bytes that are read.
-bool show_read(mapping_record* m, int64_t start) {
-    if (m->buffer == nullptr) m->buffer = static_cast<uint8_t*>(mem_alloc(VIEW_SIZE));
-    if (m->buffer == nullptr) return false;
+// Fills the view from `start` on. False when the file can't be read there.
+bool fill_view(mapping_record* m, int64_t start) {
     auto wanted = static_cast<size_t>(clamped(m->file_size - start, int64_t{0}, static_cast<int64_t>(VIEW_SIZE)));
-    int64_t moved = wanted > 0 ? files_read_at(m->file, start, m->buffer, wanted) : 0;
+    int64_t moved = wanted > 0 ? files_read_at(m->file, start, m->view, wanted) : 0;
     if (moved < 0) return false;
-    m->view = m->buffer;
+    m->view_start = start;
     m->view_length = static_cast<size_t>(moved);
     return true;
 }
@@ -112,28 +83,13 @@ bool show_position(mapping_record* m) {
     if (start == m->view_start && (m->writable || bytes_in_view(m) > 0)) return true;
     if (!write_back(m)) return false;
     m->view_start = -1;
-    bool shown = (!m->writable && !m->is_read && show_mapped(m, start)) || show_read(m, start);
-    if (!shown) {
-        report_view_failure();
-        return false;
-    }
-    m->view_start = start;
-    return true;
-}
-
-// Whether pages of the view were gone when they were touched. Of what was taken from the view then, the bytes behind
-// the file's new end are zeros, and the view ends there. The next one is read.
-bool view_was_cut(mapping_record* m) {
-    if (!mapping_is_cut(&m->part) || m->view == m->buffer) return false;
-    int64_t left = std::min(files_size(m->file), m->file_size) - m->view_start;
-    m->view_length = std::min(m->view_length, static_cast<size_t>(std::max<int64_t>(left, 0)));
-    m->view_start = -1;
-    return true;
+    if (fill_view(m, start)) return true;
+    report_view_failure();
+    return false;
 }
 
 void free_mapping(mapping_record* m) {
-    mapping_drop(&m->part);
-    mem_free(m->buffer);
+    mem_free(m->view);
     mem_free(m);
 }
 
@@ -145,9 +101,10 @@ mapping_record* new_mapping(os_file file, int64_t size, bool writable) {
     m->file_size = size;
     m->writable = writable;
     m->file = file;
-    if (!writable) return m;
-    m->buffer = static_cast<uint8_t*>(mem_alloc(VIEW_SIZE));
-    if (m->buffer != nullptr) return m;
+    // A small file that is only read needs no more room than it has.
+    size_t room = writable || size > static_cast<int64_t>(VIEW_SIZE) ? VIEW_SIZE : static_cast<size_t>(size);
+    m->view = static_cast<uint8_t*>(mem_alloc(room));
+    if (m->view != nullptr) return m;
     free_mapping(m);
     return nullptr;
 }
@@ -187,6 +144,13 @@ size_t items_of(size_t bytes, size_t size) {
     return size == 1 ? bytes : bytes / size;
 }
 
+// Reads a large block to where it is wanted, past the view. How many bytes.
+size_t read_past_view(mapping_record* m, uint8_t* out, size_t bytes) {
+    bool large = !m->writable && bytes >= VIEW_SIZE && view_start_of(m->position) != m->view_start;
+    int64_t moved = large ? files_read_at(m->file, m->position, out, bytes) : 0;
+    return moved > 0 ? static_cast<size_t>(moved) : 0;
+}
+
 size_t read_mapped(void* buffer, size_t size, size_t count, void* file) {
     mapping_record* m = mapping_of(file);
     size_t total = 0;
@@ -195,11 +159,13 @@ size_t read_mapped(void* buffer, size_t size, size_t count, void* file) {
     size_t left = std::min(total, static_cast<size_t>(m->file_size - m->position));
     size_t moved = 0;
     while (left > 0) {
-        if (!show_position(m)) break;
-        size_t piece = std::min(left, bytes_in_view(m));
-        if (piece == 0) break; // the file was cut behind our back
-        std::memcpy(out + moved, m->view + offset_in_view(m), piece);
-        if (view_was_cut(m)) piece = std::min(piece, bytes_in_view(m));
+        size_t piece = read_past_view(m, out + moved, left);
+        if (piece == 0) {
+            if (!show_position(m)) break;
+            piece = std::min(left, bytes_in_view(m));
+            if (piece == 0) break; // the file was cut behind our back
+            std::memcpy(out + moved, m->view + offset_in_view(m), piece);
+        }
         moved += piece;
         left -= piece;
         m->position += static_cast<int64_t>(piece);
@@ -225,7 +191,7 @@ size_t write_mapped(const void* buffer, size_t size, size_t count, void* file) {
         size_t at = offset_in_view(m);
         if (at > m->view_length) break; // the file was cut behind our back: there is nothing to join on to
         size_t piece = std::min(total - moved, VIEW_SIZE - at);
-        std::memcpy(m->buffer + at, in + moved, piece);
+        std::memcpy(m->view + at, in + moved, piece);
         mark_dirty(m, at, piece);
         moved += piece;
         m->position += static_cast<int64_t>(piece);
@@ -238,7 +204,6 @@ int getc_mapped(void* file) {
     mapping_record* m = mapping_of(file);
     if (m->position >= m->file_size || !show_position(m) || bytes_in_view(m) == 0) return -1;
     int byte = m->view[offset_in_view(m)];
-    if (view_was_cut(m) && bytes_in_view(m) == 0) return -1;
     ++m->position;
     return byte;
 }
@@ -337,15 +302,6 @@ void rzl_drop_mapping(CFILE* c) {
     (void)files_seek(m->file, m->position, FILES_FROM_START);
     free_mapping(m);
     if (!kept) fail(c, RZL_WRITE_FAILED, SOURCE, "mmap failed");
-}
-
-bool rzl_lost_pages(CFILE* c) {
-    mapping_record* m = c->mapping;
-    if (m == nullptr || !mapping_is_cut(&m->part)) return false;
-    mapping_drop(&m->part);
-    m->is_read = true;
-    m->view_start = -1;
-    return true;
 }
 
 void io_window(CFILE* c, const uint8_t** next, const uint8_t** end) {
