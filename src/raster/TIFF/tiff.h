@@ -407,9 +407,11 @@ bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t coun
 // How many bytes from `first` on are equal, up to `end`, which is behind it.
 size_t tif_run_length(const uint8_t* first, const uint8_t* end);
 // PackBits. The room of `target` for packing is length + length / 64 + 2. Unpacking fills `length` bytes or less when
-// the source ends; *filled tells; a run that goes on behind them is cut. The bytes written, and consumed.
+// the source ends; *filled tells; a run that goes on behind them is cut. The `room` of the target, `length` or more, is
+// what may be written on the way: of the bytes behind *filled any may change. The bytes written, and consumed.
 size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length);
-size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, size_t length, size_t* filled);
+size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, size_t length, size_t room,
+                           size_t* filled);
 
 // LZW. Encoding needs room for tif_lzw_bound(length) bytes, and a table that is zeroed before its first use.
 // Decoding writes `limit` bytes at most, less when the codes end, and may leave anything in the TIF_LZW_SLACK bytes

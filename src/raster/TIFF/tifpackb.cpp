@@ -91,7 +91,8 @@ size_t tif_packbits_pack(const uint8_t* source, uint8_t* target, size_t length) 
     return static_cast<size_t>(out - target);
 }
 
-size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, size_t length, size_t* filled) {
+size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, size_t length, size_t room,
+                           size_t* filled) {
     const uint8_t* p = source;
     const uint8_t* end = source + size;
     size_t at = 0;
@@ -100,7 +101,8 @@ size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, 
         ++p;
         if (control >= 0) {
             auto wanted = static_cast<size_t>(control) + 1;
-            if (wanted + STEP <= length - at && wanted + STEP <= static_cast<size_t>(end - p)) {
+            bool steps = wanted <= length - at && wanted + STEP <= room - at;
+            if (steps && wanted + STEP <= static_cast<size_t>(end - p)) {
                 copy_steps(target + at, p, wanted);
                 p += wanted;
                 at += wanted;
@@ -113,7 +115,7 @@ size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, 
             at += count;
         } else if (control != -128 && p != end) {
             auto count = static_cast<size_t>(1 - control);
-            if (count + STEP <= length - at) {
+            if (count <= length - at && count + STEP <= room - at) {
                 fill_steps(target + at, *p++, count);
                 at += count;
                 continue;

@@ -113,7 +113,7 @@ size_t unpack_rows(const uint8_t* coded, size_t bytes, uint8_t* out, size_t row_
         if (can_be_run && bytes >= 2 && coded[0] == run) {
             std::memset(out + filled, coded[1], row_bytes);
         } else {
-            used = tif_packbits_unpack(coded, bytes, out + filled, row_bytes, &in_row);
+            used = tif_packbits_unpack(coded, bytes, out + filled, row_bytes, room - filled, &in_row);
         }
         coded += used;
         bytes -= used;
@@ -252,14 +252,14 @@ bool unpack_from(CFILE* c, int64_t place, uint64_t left, uint8_t* row, size_t ro
     if (code != nullptr) {
         io_window(c, &next, &end);
         auto bytes = static_cast<size_t>(std::min(static_cast<uint64_t>(end - next), left));
-        *used = tif_packbits_unpack(next, bytes, row, row_bytes, &filled);
+        *used = tif_packbits_unpack(next, bytes, row, row_bytes, row_bytes, &filled);
         if (filled == row_bytes || bytes == left) return filled == row_bytes;
     }
     for (uint64_t wanted = uint64_t{row_bytes} * 2 + 64;; wanted *= 2) {
         auto bytes = static_cast<size_t>(std::min(wanted, left));
         if (!tif_need_room(c, &in->coded, &in->coded_room, bytes)) return false;
         if (!tif_read_at(c, place, in->coded, bytes)) return false;
-        *used = tif_packbits_unpack(in->coded, bytes, row, row_bytes, &filled);
+        *used = tif_packbits_unpack(in->coded, bytes, row, row_bytes, row_bytes, &filled);
         if (filled == row_bytes || bytes == left) return filled == row_bytes;
     }
 }
