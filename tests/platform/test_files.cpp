@@ -118,6 +118,31 @@ TEST_F(Files, AStreamTellsAtTheCloseThatAWriteWasCut) {
     EXPECT_EQ(stream_open(root.c_str(), "rb"), nullptr);
 }
 
+TEST_F(Files, AStreamKeepsBlocksOfEverySizeInTheirPlaces) {
+    std::string path = root / "blocks";
+    file_stream* stream = stream_open(path.c_str(), "wb");
+    ASSERT_NE(stream, nullptr);
+    std::string wanted;
+    size_t at = 0;
+    uint32_t state = 1;
+    for (int i = 0; i < 200; ++i) {
+        state = state * 1664525u + 1013904223u;
+        size_t most = i % 20 == 0 ? 900000 : i % 3 == 0 ? 70000 : 300;
+        std::string block(state % most + 1, static_cast<char>('a' + i % 26));
+        if (i % 17 == 16) {
+            at = state % wanted.size(); // over what is there, and beyond it
+            EXPECT_EQ(stream_seek(stream, static_cast<int64_t>(at), FILES_FROM_START), 0);
+        }
+        if (at + block.size() > wanted.size()) wanted.resize(at + block.size());
+        wanted.replace(at, block.size(), block);
+        at += block.size();
+        EXPECT_EQ(stream_write(block.data(), 1, block.size(), stream), block.size());
+        EXPECT_EQ(stream_tell(stream), static_cast<int64_t>(at));
+    }
+    EXPECT_EQ(stream_close(stream), 0);
+    EXPECT_TRUE(read(path) == wanted);
+}
+
 TEST_F(Files, AFullDeviceIsAFailure) {
     file_stream* stream = stream_open("/dev/full", "wb");
     ASSERT_NE(stream, nullptr);

@@ -179,10 +179,14 @@ struct tif_reading {
 struct tif_gathering {
     int64_t segment;          // -1: none
     bool waiting;             // rows were put that the file has not got yet
+    bool streamed;            // they do not wait for each other: see tif_save_rows()
+    bool begun;               // the file has the first bytes of a streamed segment
     uint32_t next_row;        // behind the last row that was put
     uint8_t* rows;            // owned: a block a plane, rows in their places
     size_t rows_room;         //
     size_t plane_bytes;       // of one block
+    size_t ready_rows;        // of the segment, that can be made in their places and have room; 0: not known
+    size_t ready_pitch;       // bytes of one of them
     uint8_t* row;             // owned: room for a row, and for a line on its way to it
     size_t row_room;          //
     uint8_t* coded;           // owned
@@ -326,8 +330,13 @@ bool tif_write_ifd(CFILE* c, tif_image* image); // values and directory at the e
 bool tif_update_strip_arrays(CFILE* c, tif_image* image);
 bool tif_update_flag_registers(CFILE* c, tif_image* image);
 bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count); // from the base offset
-bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset); // at the end of the file
-bool tif_copy_settings(const tif_image* from, tif_image* to);                 // false: no memory
+// At the end of the file, at an even place; a streamed strip that is not complete is ended before. tif_extend() goes on
+// where the last of them ended.
+bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset);
+bool tif_extend(CFILE* c, const void* bytes, size_t count);
+// `count` rows of a buffer in which they stand `pitch` bytes apart; in the file one stands behind the other.
+bool tif_append_rows(CFILE* c, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count, uint32_t* offset);
+bool tif_copy_settings(const tif_image* from, tif_image* to); // false: no memory
 int tif_copydata(CFILE* from, CFILE* to);
 int tif_init_std_hdr(CFILE* from, CFILE* to);
 int tif_init_ov(CFILE* from, CFILE* to);
@@ -390,10 +399,15 @@ void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int c
 // tif_end_row(). Null: the row can't be made in place (status 0), or a failure.
 uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row);
 bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row);
-// Takes the rows of a line, from tif_make_rows(). Stores the segment when it is complete. False with the status set.
+// Whether bytes of a caller's line, `step` of them a pixel (0: bytes of one sample), are the row as a plain image has
+// it.
+bool tif_is_plain_row(const tif_image* image, size_t step);
+// Takes the rows of a line, from tif_make_rows(). Stores the segment when it is complete: the plain strips of a new
+// file with one plane are streamed, each row goes into the file as it comes. False with the status set.
 bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows);
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count);
 bool tif_flush_segment(CFILE* c);               // stores what waits; false with the status set
+bool tif_is_streaming(const tif_spec* spec);    // a strip is in the file in part, and its next row goes to the end
 bool tif_samples_can_be_put(CFILE* c);          // for lines and tiles; false with the status set
 bool tif_begin_put(CFILE* c, uint32_t segment); // leaves another segment that waits, judges this one
 bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes);
@@ -402,6 +416,7 @@ bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* 
                        size_t count);
 bool tif_end_fax(CFILE* c, uint32_t segment, uint32_t rows); // for tif_flush_segment()
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count);
+bool tif_store_rows(CFILE* c, uint32_t entry, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count);
 
 // ---- coders
 // How many bytes from `first` on are equal, up to `end`, which is behind it.

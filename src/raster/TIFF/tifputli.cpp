@@ -75,10 +75,11 @@ bool tiles_are_fixed(const CFILE* c) {
     return tif_is_stored(image, static_cast<uint32_t>(c->line) / image->tile_length * image->tiles_across);
 }
 
-bool is_given(int channels, write_planes planes) {
+// Null: none is.
+const uint8_t* first_given(int channels, write_planes planes) {
     for (int i = 0; planes != nullptr && i < channels; ++i)
-        if (planes[i] != nullptr) return true;
-    return false;
+        if (planes[i] != nullptr) return planes[i];
+    return nullptr;
 }
 
 // A line into its strip: planes, or interleaved with `step` bytes a pixel.
@@ -87,15 +88,16 @@ int put_strip_line(CFILE* c, int channels, write_planes planes, size_t step) {
     auto line = static_cast<uint32_t>(c->line);
     uint32_t strip = line / image->rows_per_strip;
     uint32_t row = line % image->rows_per_strip;
-    if (!is_given(channels, planes)) {
+    const uint8_t* given = first_given(channels, planes);
+    if (given == nullptr) {
         fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "tif_putline");
         return 0;
     }
     if (tif_is_fax(image->compression)) {
-        const uint8_t* bits = nullptr;
-        for (int i = 0; bits == nullptr; ++i)
-            bits = planes[i];
-        return tif_save_fax_line(c, strip, row, bits, nullptr, 0) ? c->xsize : 0;
+        return tif_save_fax_line(c, strip, row, given, nullptr, 0) ? c->xsize : 0;
+    }
+    if (image->compression == TIF_PLAIN && tif_is_plain_row(image, step)) {
+        return tif_save_rows(c, strip, row, given) ? c->xsize : 0;
     }
     uint8_t* place = tif_row_place(c, strip, row);
     if (place != nullptr) {
@@ -120,16 +122,16 @@ int put_tiled_line(CFILE* c, int channels, write_planes buffers) {
 
 } // namespace
 
+bool tif_is_plain_row(const tif_image* image, size_t step) {
+    return tif_bits(image) == 8 && tif_shape_of(image).planes == 1 &&
+           image->samples_per_pixel == std::max<size_t>(step, 1);
+}
+
 void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int channels, write_planes planes,
                    size_t step, uint8_t* rows) {
-    tif_shape shape = tif_shape_of(image);
     size_t samples = image->samples_per_pixel;
-    if (samples == 1) {
-        const uint8_t* line = nullptr;
-        for (int i = 0; line == nullptr && i < channels; ++i)
-            line = planes[i];
-        return make_band_row(c, image, width, line, rows);
-    }
+    if (samples == 1) return make_band_row(c, image, width, first_given(channels, planes), rows);
+    tif_shape shape = tif_shape_of(image);
     int bits = tif_bits(image);
     uint16_t order = tif_spec_of(c)->order;
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));

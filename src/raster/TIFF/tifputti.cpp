@@ -99,21 +99,24 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     return tif_save_segment(c, tile, out->rows, plane, shape.rows);
 }
 
-// Whether the tile's bytes stand in the caller's buffer as they do in the file.
+// Whether the tile's rows stand in the caller's buffer as they do in the file.
 bool is_as_stored(const tif_image* image, const tile_source& source) {
-    tif_shape shape = tif_shape_of(image);
-    size_t step = source.step != 0 ? source.step : 1;
-    bool bytes = tif_bits(image) == 8 && shape.planes == 1 && step == image->samples_per_pixel;
-    bool whole = source.pitch == tif_row_bytes(image, 0) && source.rows == shape.rows && source.planes[0] != nullptr;
-    return image->compression == TIF_PLAIN && bytes && whole;
+    bool whole = source.rows == image->tile_length && source.planes[0] != nullptr;
+    return image->compression == TIF_PLAIN && tif_is_plain_row(image, source.step) && whole;
+}
+
+// Rows from a row of tiles go one by one where writes are gathered, as they are in a new file.
+bool put_stored_rows(CFILE* c, uint32_t tile, const tile_source& source) {
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0));
+    tif_spec_of(c)->in.segment = -1;
+    if (source.pitch == row_bytes) return tif_store_coded(c, tile, source.planes[0], row_bytes * source.rows);
+    return tif_store_rows(c, tile, source.planes[0], row_bytes, source.pitch, source.rows);
 }
 
 bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
     const tif_image* image = tif_image_of(c);
-    if (is_as_stored(image, source)) {
-        tif_spec_of(c)->in.segment = -1;
-        return tif_store_coded(c, tile, source.planes[0], source.pitch * source.rows);
-    }
+    bool close = source.pitch == tif_row_bytes(image, 0) || c->mode == MODE_WRITE;
+    if (close && is_as_stored(image, source)) return put_stored_rows(c, tile, source);
     bool fax = tif_is_fax(tif_image_of(c)->compression);
     return fax ? put_fax_tile(c, tile, source) : put_tile_rows(c, tile, source);
 }

@@ -1,5 +1,6 @@
 // TIFF: rows on their way into the file. Rows of a segment are gathered until it is complete, then coded and stored
-// behind everything else. Plain rows of a segment that the file has already go straight to their place.
+// behind everything else. Plain rows of a segment that the file has already go straight to their place, and those of a
+// new file's strips are streamed: each goes behind the one before it.
 //
 // A segment that is left unfinished is stored as well, in a new file with zeros for the rows that were not put. When a
 // segment can't be stored its rows are dropped: the call that completed it tells.
@@ -88,6 +89,53 @@ void clear_rows(const tif_image* image, tif_gathering* out, uint32_t first, uint
                     (end - first) * row_bytes);
 }
 
+// ---- streamed strips
+
+bool can_stream(const CFILE* c, const tif_image* image) {
+    bool plain = image->compression == TIF_PLAIN && tif_shape_of(image).planes == 1;
+    return plain && c->mode == MODE_WRITE && !tif_is_tiled(image);
+}
+
+// The next bytes of the strip that is at hand.
+bool stream_bytes(CFILE* c, const uint8_t* bytes, size_t count) {
+    tif_image* image = tif_image_of(c);
+    tif_gathering* out = &tif_spec_of(c)->out;
+    auto strip = static_cast<uint32_t>(out->segment);
+    if (out->begun) {
+        if (!tif_extend(c, bytes, count)) return false;
+    } else {
+        uint32_t offset = 0;
+        if (!tif_need_entry(c, image, strip) || !tif_append(c, bytes, count, &offset)) return false;
+        image->strip_offsets[strip] = offset;
+        image->strip_byte_counts[strip] = 0;
+        image->flags |= TIF_ARRAYS_CHANGED;
+        out->begun = true;
+    }
+    image->strip_byte_counts[strip] += static_cast<uint32_t>(count);
+    return true;
+}
+
+// Zeros for the rows of the strip at hand up to `row`.
+bool stream_zeros(CFILE* c, uint32_t row) {
+    static constexpr uint8_t ZEROS[4096] = {};
+    const tif_image* image = tif_image_of(c);
+    const tif_gathering* out = &tif_spec_of(c)->out;
+    uint64_t left = tif_row_bytes(image, 0) * row;
+    if (out->begun) left -= image->strip_byte_counts[out->segment];
+    for (; left > 0; left -= std::min<uint64_t>(left, sizeof ZEROS))
+        if (!stream_bytes(c, ZEROS, static_cast<size_t>(std::min<uint64_t>(left, sizeof ZEROS)))) return false;
+    return true;
+}
+
+bool stream_row(CFILE* c, uint32_t row, const uint8_t* bytes) {
+    const tif_image* image = tif_image_of(c);
+    tif_gathering* out = &tif_spec_of(c)->out;
+    auto strip = static_cast<uint32_t>(out->segment);
+    if (row < out->next_row) return replace_row(c, image, strip, row, bytes);
+    if (row > out->next_row && !stream_zeros(c, row)) return false;
+    return stream_bytes(c, bytes, static_cast<size_t>(tif_row_bytes(image, 0))) && tif_end_row(c, strip, row);
+}
+
 // ---- coding
 
 bool need_coded(CFILE* c, uint64_t bytes) {
@@ -137,21 +185,32 @@ bool code_rows(CFILE* c, uint8_t** bytes, size_t* count, uint32_t rows) {
 
 } // namespace
 
-bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count) {
+bool tif_store_rows(CFILE* c, uint32_t entry, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count) {
     tif_image* image = tif_image_of(c);
+    uint64_t bytes = 0;
     if (!tif_need_entry(c, image, entry)) return false;
-    if (image->compression == TIF_PLAIN && has_place(c, image, entry, count)) {
-        return tif_write_at(c, image->strip_offsets[entry], bytes, count);
+    if (!checked_mul(uint64_t{row_bytes}, uint64_t{count}, &bytes) || bytes > UINT32_MAX) {
+        return refuse(c, RZL_WRITE_FAILED, nullptr);
+    }
+    if (image->compression == TIF_PLAIN && has_place(c, image, entry, bytes)) {
+        bool written = true;
+        int64_t place = image->strip_offsets[entry];
+        for (uint32_t row = 0; written && row < count; ++row, place += static_cast<int64_t>(row_bytes))
+            written = tif_write_at(c, place, rows + row * pitch, row_bytes);
+        return written;
     }
     uint32_t offset = 0;
-    if (count > UINT32_MAX) return refuse(c, RZL_WRITE_FAILED, nullptr);
-    if (!tif_append(c, bytes, count, &offset)) return false;
+    if (!tif_append_rows(c, rows, row_bytes, pitch, count, &offset)) return false;
     // What replaces stored data is told by new arrays, so that the old ones hold until these stand.
     if (tif_is_stored(image, entry) && (image->flags & TIF_IN_FILE) != 0) image->flags |= TIF_OUT_OF_DATE;
     image->strip_offsets[entry] = offset;
-    image->strip_byte_counts[entry] = static_cast<uint32_t>(count);
+    image->strip_byte_counts[entry] = static_cast<uint32_t>(bytes);
     image->flags |= TIF_ARRAYS_CHANGED;
     return true;
+}
+
+bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count) {
+    return tif_store_rows(c, entry, bytes, count, count, 1);
 }
 
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count) {
@@ -183,6 +242,9 @@ bool tif_begin_put(CFILE* c, uint32_t segment) {
     out->segment = segment;
     out->next_row = 0;
     out->plane_bytes = 0;
+    out->ready_rows = 0;
+    out->streamed = can_stream(c, image);
+    out->begun = false;
     // What was read of it, before it was put, is no longer so.
     tif_spec_of(c)->in.segment = -1;
     out->waiting = true;
@@ -192,11 +254,17 @@ bool tif_begin_put(CFILE* c, uint32_t segment) {
 uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
+    // Most rows come one after the other, and the place of the one before has told all about theirs.
+    bool ready = out->waiting && out->segment == int64_t{segment} && row == out->next_row && row < out->ready_rows;
+    if (ready) return out->rows + row * out->ready_pitch;
     bool alone = image->samples_per_pixel == 1 || (tif_bits(image) == 8 && tif_shape_of(image).planes == 1);
-    if (!alone || (image->compression == TIF_PLAIN && tif_is_stored(image, segment))) return nullptr;
+    bool fixed = image->compression == TIF_PLAIN && tif_is_stored(image, segment);
+    if (!alone || fixed || can_stream(c, image)) return nullptr;
     if (!tif_begin_put(c, segment) || !need_rows(c, image, row + 1)) return nullptr;
     clear_rows(image, out, out->next_row, row);
-    return out->rows + row * static_cast<size_t>(tif_row_bytes(image, 0));
+    out->ready_pitch = static_cast<size_t>(tif_row_bytes(image, 0));
+    out->ready_rows = out->ready_pitch != 0 ? out->plane_bytes / out->ready_pitch : 0;
+    return out->rows + row * out->ready_pitch;
 }
 
 bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row) {
@@ -208,16 +276,23 @@ bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row) {
 bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
-    if (image->compression == TIF_PLAIN && tif_is_stored(image, segment)) {
+    bool at_hand = tif_is_streaming(tif_spec_of(c)) && out->segment == int64_t{segment};
+    if (!at_hand && image->compression == TIF_PLAIN && tif_is_stored(image, segment)) {
         return tif_flush_segment(c) && replace_row(c, image, segment, row, rows);
     }
-    if (!tif_begin_put(c, segment) || !need_rows(c, image, row + 1)) return false;
+    if (!tif_begin_put(c, segment)) return false;
+    if (out->streamed) return stream_row(c, row, rows);
+    if (!need_rows(c, image, row + 1)) return false;
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
     clear_rows(image, out, out->next_row, row);
     for (int plane = 0; plane < tif_shape_of(image).planes; ++plane)
         std::memcpy(out->rows + static_cast<size_t>(plane) * out->plane_bytes + row * row_bytes,
                     rows + static_cast<size_t>(plane) * row_bytes, row_bytes);
     return tif_end_row(c, segment, row);
+}
+
+bool tif_is_streaming(const tif_spec* spec) {
+    return spec->out.waiting && spec->out.streamed && spec->out.begun;
 }
 
 bool tif_flush_segment(CFILE* c) {
@@ -228,6 +303,7 @@ bool tif_flush_segment(CFILE* c) {
     // A file under update gets the rows that were put: how many its strips have can be anything.
     uint32_t rows = c->mode == MODE_UPDATE && !tif_is_tiled(image) ? out->next_row : tif_rows_of(image, segment);
     out->waiting = false;
+    if (out->streamed) return stream_zeros(c, rows);
     if (tif_is_fax(image->compression)) return tif_end_fax(c, segment, rows);
     if (!need_rows(c, image, rows)) return false;
     clear_rows(image, out, out->next_row, rows);

@@ -305,26 +305,37 @@ bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count) {
     return refuse(c, RZL_WRITE_FAILED, nullptr);
 }
 
-bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset) {
+bool tif_extend(CFILE* c, const void* bytes, size_t count) {
     tif_spec* spec = tif_spec_of(c);
-    if (!spec->begun && !begin_file(c)) return false;
-    // Places are even, as readers expect of directories and values.
-    int64_t place = spec->end - c->base_offset;
-    if (place % 2 != 0) {
-        static constexpr uint8_t pad = 0;
-        bool padded = (spec->at_end || io_seek(c, spec->end)) && io_write(c, &pad, 1) == 1;
-        spec->at_end = padded;
-        if (!padded) return refuse(c, RZL_WRITE_FAILED, nullptr);
-        ++spec->end;
-        ++place;
-    }
-    if (place + static_cast<int64_t>(count) > int64_t{UINT32_MAX}) return refuse(c, RZL_WRITE_FAILED, "file too long");
+    uint64_t end = 0;
+    bool fits = checked_add(static_cast<uint64_t>(spec->end - c->base_offset), uint64_t{count}, &end);
+    if (!fits || end > UINT32_MAX) return refuse(c, RZL_WRITE_FAILED, "file too long");
     bool written = (spec->at_end || io_seek(c, spec->end)) && io_write(c, bytes, count) == count;
     spec->at_end = written;
     if (!written) return refuse(c, RZL_WRITE_FAILED, nullptr);
     spec->end += static_cast<int64_t>(count);
-    *offset = static_cast<uint32_t>(place);
     return true;
+}
+
+bool tif_append_rows(CFILE* c, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count, uint32_t* offset) {
+    tif_spec* spec = tif_spec_of(c);
+    if (!spec->begun && !begin_file(c)) return false;
+    if (tif_is_streaming(spec) && !tif_flush_segment(c)) return false;
+    // Places are even, as readers expect of directories and values.
+    static constexpr uint8_t pad = 0;
+    if ((spec->end - c->base_offset) % 2 != 0 && !tif_extend(c, &pad, 1)) return false;
+    int64_t start = spec->end;
+    for (uint32_t row = 0; row < count; ++row) {
+        if (tif_extend(c, rows + row * pitch, row_bytes)) continue;
+        spec->end = start;
+        return false;
+    }
+    *offset = static_cast<uint32_t>(start - c->base_offset);
+    return true;
+}
+
+bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset) {
+    return tif_append_rows(c, static_cast<const uint8_t*>(bytes), count, count, 1, offset);
 }
 
 bool tif_write_ifd(CFILE* c, tif_image* image) {
