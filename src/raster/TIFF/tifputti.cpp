@@ -71,6 +71,14 @@ bool put_fax_tile(CFILE* c, uint32_t tile, const tile_source& source) {
     return tif_flush_segment(c);
 }
 
+// Lines of one sample that stand behind each other, and whose rows end at a byte, are as good as one.
+uint32_t lines_at_once(const CFILE* c, const tile_source& source) {
+    const tif_image* image = tif_image_of(c);
+    bool close = source.planes[0] != nullptr && source.pitch == tif_tile_pitch(c) && image->tile_width % 16 == 0;
+    bool one = image->samples_per_pixel == 1 && close && uint64_t{image->tile_width} * source.rows <= UINT32_MAX;
+    return one ? std::max(source.rows, 1u) : 1;
+}
+
 bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     const tif_image* image = tif_image_of(c);
     tif_shape shape = tif_shape_of(image);
@@ -87,11 +95,12 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     const uint8_t* lines[TIF_MAX_SAMPLES] = {};
     for (size_t p = 0; p < planes; ++p)
         std::memset(out->rows + p * plane + source.rows * row_bytes, 0, (shape.rows - source.rows) * row_bytes);
-    for (uint32_t row = 0; row < source.rows; ++row) {
+    uint32_t step = lines_at_once(c, source);
+    bool direct = image->samples_per_pixel == 1 || (planes == 1 && tif_bits(image) == 8);
+    for (uint32_t row = 0; row < source.rows; row += step) {
         take_lines(source, row, lines);
-        bool direct = planes == 1 && tif_bits(image) == 8;
         uint8_t* to = direct ? out->rows + row * row_bytes : out->row;
-        tif_make_rows(c, image, shape.width, source.count, lines, source.step, to);
+        tif_make_rows(c, image, shape.width * step, source.count, lines, source.step, to);
         for (size_t p = 0; !direct && p < planes; ++p)
             std::memcpy(out->rows + p * plane + row * row_bytes, out->row + p * row_bytes, row_bytes);
     }
