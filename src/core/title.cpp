@@ -6,7 +6,7 @@
 #include "core/pick.h"
 #include "core/program.h"
 #include "core/version.h"
-#include "tools/toolfile.h"
+#include "platform/files.h"
 #include "tools/windows.h"
 
 namespace {
@@ -19,7 +19,7 @@ void show_title() {
     char file[TITLE_SIZE / 2] = "";
     char pen[TITLE_SIZE / 8] = "";
     if (open_image.picture != nullptr && open_image.tnc_path != nullptr)
-        std::snprintf(file, sizeof file, " - %s", path_last_name(open_image.tnc_path));
+        std::snprintf(file, sizeof file, " - %s", files_last_name(open_image.tnc_path));
     // A form has a field for the surface.
     if (highlighted_pen != NO_PEN && forms.show_pen == nullptr)
         std::snprintf(pen, sizeof pen, " - surface %d", highlighted_pen);

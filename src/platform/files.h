@@ -37,6 +37,9 @@ int64_t files_changed_at(const char* path);
 bool files_working_directory(char* path, size_t size);
 bool files_change_directory(const char* path);
 
+// What of a path in the application's form stands behind its last slash or backslash.
+const char* files_last_name(const char* path);
+
 // Makes the path absolute against the working directory. False when it does not fit.
 bool files_full_path(const char* path, char* full, size_t size);
 

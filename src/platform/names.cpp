@@ -160,6 +160,13 @@ bool files_change_directory(const char* path) {
     return files_resolve(path, real, sizeof real) && chdir(real) == 0;
 }
 
+const char* files_last_name(const char* path) {
+    const char* name = path;
+    for (const char* at = path; *at != '\0'; ++at)
+        if (*at == '/' || *at == '\\') name = at + 1;
+    return name;
+}
+
 bool files_full_path(const char* path, char* full, size_t size) {
     bool absolute = path[0] == '/' || path[0] == '\\' || (path[0] != '\0' && path[1] == ':');
     if (absolute) return copy_text(path, full, size);

@@ -24,14 +24,6 @@ constexpr int64_t BYTE_RUN_EXPANSION = 64; // 128 pixels in a control byte and a
 
 // ---- finding the file --------------------------------------------------------------------------------------------
 
-const char* last_component(const char* path) {
-    const char* base = path;
-    for (const char* p = path; *p != '\0'; ++p) {
-        if (*p == '\\' || *p == '/') base = p + 1;
-    }
-    return base;
-}
-
 // A name of the form "/INMEM/..." is an address to the raster library. A palette or header that holds one must not
 // reach it: with one more separator it names a file like any other.
 CFILE* open_raster(const char* path) {
@@ -185,7 +177,7 @@ outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t
 
 bool find_raster_file(const char* path, char* found, size_t size) {
     if (find_pattern_file(path, found, size)) return true;
-    const char* base = last_component(path);
+    const char* base = files_last_name(path);
     if (base != path && base[0] != '\0' && files_exists(base)) {
         std::snprintf(found, size, "%s", base);
         return true;

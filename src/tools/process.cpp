@@ -27,7 +27,7 @@ bool is_slash(char c) {
 }
 
 void set_program_name(const char* path) {
-    const char* name = path_last_name(path);
+    const char* name = files_last_name(path);
     if (*name == '\0') return;
     snprintf(program_name, sizeof program_name, "%s", name);
     char* dot = strrchr(program_name, '.');
@@ -49,7 +49,7 @@ bool try_root(const char* candidate) {
 
 void set_program_dir(const char* argument0) {
     if (!files_program_directory(program_dir, sizeof program_dir))
-        snprintf(program_dir, sizeof program_dir, "%.*s", int(path_last_name(argument0) - argument0), argument0);
+        snprintf(program_dir, sizeof program_dir, "%.*s", int(files_last_name(argument0) - argument0), argument0);
     turn_slashes(program_dir);
 }
 
@@ -61,7 +61,7 @@ struct command_line {
 };
 
 size_t text_size(int count, char** arguments) {
-    size_t size = strlen(program_dir) + strlen(path_last_name(arguments[0])) + 2;
+    size_t size = strlen(program_dir) + strlen(files_last_name(arguments[0])) + 2;
     for (int i = 1; i < count; ++i)
         size += strlen(arguments[i]) + 1;
     return size;
@@ -85,7 +85,7 @@ bool make_command_line(command_line* line, int count, char** arguments) {
     const size_t size = text_size(count, arguments);
     *line = {static_cast<char*>(mem_alloc(size)), {}, 1};
     if (line->text == nullptr) return false;
-    const int length = snprintf(line->text, size, "%s/%s", program_dir, path_last_name(arguments[0]));
+    const int length = snprintf(line->text, size, "%s/%s", program_dir, files_last_name(arguments[0]));
     line->values[0] = line->text;
     char* to = line->text + length + 1;
     for (int i = 1; i < count; ++i)

@@ -26,7 +26,7 @@ open_resource open_resources[TOOLS_RESOURCES] = {}; // of handles 1 and up
 
 const tools_resource* find_resource(const char* path) {
     char name[RESOURCE_NAME + 1] = "";
-    const char* given = path_last_name(path);
+    const char* given = files_last_name(path);
     for (size_t i = 0; i < RESOURCE_NAME && given[i] != '\0'; ++i)
         name[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(given[i])));
     for (size_t i = 0; i < resource_count; ++i)
@@ -67,13 +67,6 @@ file_stream* open_joined(const char* directory, int length, const char* name, co
 
 } // namespace
 
-const char* path_last_name(const char* path) {
-    const char* name = path;
-    for (const char* at = path; *at != '\0'; ++at)
-        if (*at == '/' || *at == '\\') name = at + 1;
-    return name;
-}
-
 void tools_set_resources(const tools_resource* list, size_t count) {
     resources = list;
     resource_count = count;
@@ -89,7 +82,7 @@ tools_stream tools_fopen(const char* path, const char* mode) {
         tools_stream stream = enter_resource(resource);
         if (stream != TOOLS_NO_STREAM) return stream;
     }
-    const char* name = path_last_name(path);
+    const char* name = files_last_name(path);
     const char* short_name = short_file_name(name);
     if (name - path >= static_cast<ptrdiff_t>(FILES_PATH_SIZE)) return TOOLS_NO_STREAM;
     file_stream* file = open_joined(path, static_cast<int>(name - path), short_name, mode);

@@ -10,9 +10,6 @@
 // The product directory, ending with a slash; empty when there is none. Set when the tools start.
 extern char root_dir[FILES_PATH_SIZE];
 
-// What of a path stands behind its last slash or backslash.
-const char* path_last_name(const char* path);
-
 // An open file or resource. Values of TOOLS_RESOURCES and below are resources.
 using tools_stream = uintptr_t;
 constexpr tools_stream TOOLS_NO_STREAM = 0;

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include "own_directory.h"
 #include "raster/rzl.h"
 
 struct run_result {
@@ -20,16 +21,12 @@ struct run_result {
     std::string out, err;
 };
 
-class AppFixture : public testing::Test {
+class AppFixture : public OwnDirectory {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/tinct-apps-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        directory = pattern;
         setenv("VANTORAMA", TINCT_SOURCE_DIR "/data", 1);
         setenv("VANTORA_INI", (directory + "/none.ini").c_str(), 1);
     }
-    void TearDown() override { std::filesystem::remove_all(directory); }
 
     static std::string read(const std::string& path) {
         std::ifstream in(path, std::ios::binary);
@@ -104,6 +101,4 @@ protected:
         bytes += '\xFF';
         return write(stem + ".tnc", bytes);
     }
-
-    std::string directory;
 };

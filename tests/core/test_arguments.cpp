@@ -8,20 +8,14 @@
 #include <gtest/gtest.h>
 
 #include "core/arguments.h"
+#include "own_directory.h"
 #include "support/log.h"
 #include "support/memory.h"
 
 namespace {
 
-class Arguments : public testing::Test {
+class Arguments : public OwnDirectory {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/tinct-arguments-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        directory = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(directory); }
-
     std::string file(const std::string& name, const std::string& text) const {
         std::string path = directory + "/" + name;
         std::ofstream(path, std::ios::binary) << text;
@@ -42,8 +36,6 @@ protected:
         argument_list_free(&list);
         return result;
     }
-
-    std::string directory;
 };
 
 using words = std::vector<std::string>;

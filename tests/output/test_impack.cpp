@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "output/impack.h"
+#include "own_directory.h"
 #include "platform/files.h"
 #include "support/log.h"
 #include "support/memory.h"
@@ -16,12 +17,9 @@ namespace {
 constexpr int32_t WIDTH = 50;
 constexpr int32_t HEIGHT = 7;
 
-class Pack : public testing::Test {
+class Pack : public OwnDirectory {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/tinct-output-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        directory = pattern;
         for (int c = 0; c < 3; ++c) {
             planes[c].resize(size_t{WIDTH} * HEIGHT);
             for (size_t i = 0; i < planes[c].size(); ++i)
@@ -34,7 +32,6 @@ protected:
     void TearDown() override {
         imp_verbose = 0;
         log_set_sink(nullptr, nullptr);
-        std::filesystem::remove_all(directory);
     }
 
     Impack* pack(int32_t format, bool one_plane) {
@@ -73,7 +70,6 @@ protected:
         rzl_close(file);
     }
 
-    std::string directory;
     std::vector<uint8_t> planes[3];
     std::vector<std::string> messages;
 };

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "own_directory.h"
 #include "platform/files.h"
 #include "support/memory.h"
 
@@ -15,17 +16,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class Files : public testing::Test {
+class Files : public OwnDirectory {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/tinct-files-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        root = pattern;
+        root = directory;
         fs::create_directories(root / "Renders" / "Night");
         fs::create_directories(root / "renders" / "day");
         write(root / "renders" / "day" / "Car.RGB", "picture");
     }
-    void TearDown() override { fs::remove_all(root); }
 
     static void write(const fs::path& path, const std::string& text) { std::ofstream(path) << text; }
     static std::string read(const fs::path& path) {

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "own_directory.h"
 #include "raster/CORE/cfile.h"
 #include "support/memory.h"
 
@@ -33,21 +34,11 @@ inline bytes_of_file bytes_of(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
-// A directory of the test's own, and a check that the test frees all it takes.
-class CoreTest : public ::testing::Test {
+// A check that the test frees all it takes.
+class CoreTest : public OwnDirectory {
 protected:
-    CoreTest() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "rzl_test_XXXXXX").string();
-        directory = ::mkdtemp(pattern.data());
-        live_before = mem_live();
-    }
-    ~CoreTest() override {
-        EXPECT_EQ(mem_live(), live_before) << "memory is still held";
-        std::filesystem::remove_all(directory);
-    }
-    std::string path(const std::string& name) const { return directory + "/" + name; }
-
-    std::string directory;
+    CoreTest() : live_before(mem_live()) {}
+    ~CoreTest() override { EXPECT_EQ(mem_live(), live_before) << "memory is still held"; }
     long live_before;
 };
 

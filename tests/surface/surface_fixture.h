@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "own_directory.h"
 #include "raster/rzl.h"
 #include "support/log.h"
 #include "support/memory.h"
@@ -67,21 +68,15 @@ inline tnc_image* random_image(std::mt19937& random, int32_t width, int32_t line
     return image;
 }
 
-class SurfaceFixture : public testing::Test {
+class SurfaceFixture : public OwnDirectory {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/tinct-surface-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        directory = pattern;
         log_set_sink(record, this);
         setenv("VANTORAMA", directory.c_str(), 1);
         unsetenv("VT_PATTERN_PATH");
         live_before = mem_live();
     }
-    void TearDown() override {
-        log_set_sink(nullptr, nullptr);
-        std::filesystem::remove_all(directory);
-    }
+    void TearDown() override { log_set_sink(nullptr, nullptr); }
 
     static void record(void* user, int /*level*/, const char* text) {
         static_cast<SurfaceFixture*>(user)->messages.emplace_back(text);
@@ -128,7 +123,6 @@ protected:
 
     static raster_image* load(const char* path) { return load_image(path, LOAD_IMAGE_LIMIT, LOAD_IMAGE_LIMIT); }
 
-    std::string directory;
     std::vector<std::string> messages;
     long live_before = 0;
 };

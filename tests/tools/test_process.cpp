@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "events_fixture.h"
+#include "own_directory.h"
 
 namespace {
 
@@ -54,23 +55,23 @@ TEST(Process, NameDirectoryAndArguments) {
     EXPECT_EQ(mem_live(), live);
 }
 
-TEST(Process, RootDirectoryHasFonts) {
-    char name[] = "/tmp/tinct-process-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    setenv("VANTORAMA", name, 1);
+class ProcessFiles : public OwnDirectory {};
+
+TEST_F(ProcessFiles, RootDirectoryHasFonts) {
+    const std::string& name = directory;
+    setenv("VANTORAMA", name.c_str(), 1);
     set_program_paths("program");
-    EXPECT_STRNE(root_dir, (std::string(name) + "/").c_str()); // nothing there yet
-    std::filesystem::create_directory(std::string(name) + "/fonts");
+    EXPECT_STRNE(root_dir, (name + "/").c_str()); // nothing there yet
+    std::filesystem::create_directory(name + "/fonts");
     set_program_paths("program");
-    EXPECT_EQ(root_dir, std::string(name) + "/");
-    const std::string with_slash = std::string(name) + "\\";
+    EXPECT_EQ(root_dir, name + "/");
+    const std::string with_slash = name + "\\";
     setenv("VANTORAMA", with_slash.c_str(), 1);
     set_program_paths("program");
     EXPECT_EQ(root_dir, with_slash);
     unsetenv("VANTORAMA");
     set_program_paths("program");
     EXPECT_EQ(std::string(root_dir).find(name), std::string::npos);
-    std::filesystem::remove_all(name);
     root_dir[0] = '\0';
 }
 

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "own_directory.h"
 #include "support/bytes.h"
 #include "support/memory.h"
 #include "tools/font.h"
@@ -45,19 +46,13 @@ inline bytes font_of(const std::vector<test_glyph>& glyphs) {
     return file;
 }
 
-class ToolsFixture : public testing::Test {
+class ToolsFixture : public OwnDirectory {
 protected:
-    void SetUp() override {
-        char name[] = "/tmp/tinct-tools-XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        directory = name;
-        live_before = mem_live();
-    }
+    void SetUp() override { live_before = mem_live(); }
     void TearDown() override {
         fonts_unload();
         root_dir[0] = '\0';
         EXPECT_EQ(mem_live(), live_before);
-        std::filesystem::remove_all(directory);
     }
     std::string write(const std::string& name, const bytes& content) const {
         std::string path = directory + "/" + name;
@@ -66,6 +61,5 @@ protected:
             .write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
         return path;
     }
-    std::string directory;
     long live_before = 0;
 };
