@@ -24,7 +24,8 @@ namespace {
 
 file_stream standard_output = {};
 
-constexpr size_t WRITE_ROOM = 0x40000; // bytes; a block of so many does not wait
+constexpr size_t WRITE_ROOM = 0x40000;     // bytes; a block of so many does not wait
+constexpr size_t READ_BACK_ROOM = 0x10000; // bytes; the C library fills all of it, however few are wanted
 
 // Moves whole transfers: a planned failure cuts the count of bytes.
 size_t items(size_t moved_bytes, size_t size) {
@@ -81,18 +82,18 @@ file_stream* stream_open(const char* path, const char* mode) {
     if (stream == nullptr) return nullptr;
     *stream = {};
     stream->file = std::fopen(real, mode);
-    if (stream->file != nullptr) {
-        // What can be read back as well is left to the C library.
-        bool only_written = !existing && std::strchr(mode, '+') == nullptr;
-        auto* room = reinterpret_cast<uint8_t*>(stream + 1);
-        if (only_written) stream->waiting = room;
-        set_place(stream, 0);
-        if (!existing)
-            (void)std::setvbuf(stream->file, reinterpret_cast<char*>(room), only_written ? _IONBF : _IOFBF, WRITE_ROOM);
-        return stream;
+    if (stream->file == nullptr) {
+        mem_free(stream);
+        return nullptr;
     }
-    mem_free(stream);
-    return nullptr;
+    set_place(stream, 0);
+    if (existing) return stream;
+    // What can be read back as well is left to the C library.
+    auto* room = reinterpret_cast<uint8_t*>(stream + 1);
+    bool only_written = std::strchr(mode, '+') == nullptr;
+    if (only_written) stream->waiting = room;
+    (void)std::setvbuf(stream->file, reinterpret_cast<char*>(room), only_written ? _IONBF : _IOFBF, READ_BACK_ROOM);
+    return stream;
 }
 
 file_stream* stream_standard_output() {
