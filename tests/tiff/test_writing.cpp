@@ -230,14 +230,16 @@ TEST_F(Writing, PlainRowsThatComeOutOfOrder) {
             for (bool interleaved : {false, true}) {
                 picture wanted = p;
                 wanted.values.assign(p.values.size(), 0);
+                std::ptrdiff_t row_values = std::ptrdiff_t{p.width} * p.samples;
                 for (bool readback : {false, true}) {
                     CFILE* c = new_tiff(path(readback ? "gathered" : "streamed"), p, {{505, 7}}, readback);
                     EXPECT_EQ(rzl_write_header(c), 0);
                     for (auto [first, end] : order) {
                         EXPECT_EQ(rzl_seek(c, first), 0);
                         EXPECT_EQ(put_lines(c, p, first, end, interleaved && p.samples > 1), end - first);
-                        std::copy(&p.values[size_t(first * 31 * p.samples)], p.values.data() + end * 31 * p.samples,
-                                  &wanted.values[size_t(first * 31 * p.samples)]);
+                        auto at = row_values * first;
+                        std::copy(p.values.begin() + at, p.values.begin() + row_values * end,
+                                  wanted.values.begin() + at);
                     }
                     EXPECT_EQ(rzl_finish(c), 0u);
                 }
