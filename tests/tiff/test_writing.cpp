@@ -247,6 +247,15 @@ TEST_F(Writing, PlainRowsThatComeOutOfOrder) {
                 EXPECT_TRUE(read_library(path("streamed")) == wanted)
                     << p.bits << ' ' << p.samples << ' ' << order.size();
             }
+    // What is appended in the middle of a strip ends it, and its other rows still find their places.
+    picture p = make_picture(31, 30, 1, 8);
+    CFILE* c = new_tiff(file(), p, {{505, 7}});
+    EXPECT_EQ(put_lines(c, p, 0, 3), 3);
+    uint32_t at = 0;
+    EXPECT_TRUE(tif_append(c, "between", 7, &at));
+    EXPECT_EQ(put_lines(c, p, 3, 30), 27);
+    EXPECT_EQ(rzl_finish(c), 0u);
+    EXPECT_TRUE(read_library(file()) == p);
 }
 
 TEST_F(Writing, AFileThatIsCutWhileItIsReadFailsAndGivesNoZeros) {
