@@ -434,8 +434,8 @@ size_t tif_packbits_unpack(const uint8_t* source, size_t size, uint8_t* target, 
 constexpr size_t TIF_LZW_CODES = 4096;
 struct tif_lzw_table {
     uint16_t longer[256][TIF_LZW_CODES]; // by byte: the code of each code's string with the byte behind it; 0: none
-    uint16_t* used[TIF_LZW_CODES];       // the entries in use
-    uint32_t count;                      // of them; 0 between two calls
+    uint32_t used[TIF_LZW_CODES];        // the entries in use, counted from the first; none between two calls
+    uint16_t codes[TIF_LZW_CODES];       // that are to be put out
     uint16_t runs[TIF_LZW_CODES];        // codes of run_byte repeated, from two of it on
     uint32_t run_count;                  // of those that are known
     uint32_t run_byte;

@@ -4,7 +4,8 @@
 // put out, and goes on by one byte. Its first 8 bytes stand in the table as well, so that short strings, which are most
 // of them, are one store. The encoder looks a longer string up in one step: its table has a place for every byte behind
 // every code. What is slow in it are wrong guesses of whether a string goes on, and this has one branch for that. The
-// places of a byte are together, so the few bytes of a picture's noise touch few lines of memory.
+// places of a byte are together, so the few bytes of a picture's noise touch few lines of memory. Codes wait for the
+// end of their table: then those of one width become bits four at a time.
 #include <algorithm>
 #include <cstring>
 
@@ -190,11 +191,11 @@ struct bit_sink {
     int count;
 };
 
-// Stores four bytes, and moves behind those that are whole.
-void put_code(bit_sink* s, uint32_t code, int width) {
-    s->bits = s->bits << width | code;
+// Puts up to 56 bits: stores eight bytes, and moves behind those that are whole.
+void put_bits(bit_sink* s, uint64_t bits, int width) {
+    s->bits = s->bits << width | bits;
     s->count += width;
-    store_u32be(s->next, static_cast<uint32_t>(s->bits << (64 - s->count) >> 32));
+    store_u64le(s->next, __builtin_bswap64(s->bits << (64 - s->count)));
     s->next += s->count >> 3;
     s->count &= 7;
 }
@@ -205,15 +206,30 @@ void put_rest(bit_sink* s) {
 
 // ---- the encoder
 
-constexpr uint32_t last_of_width(int width) {
-    return width == 12 ? LAST_CODE : (1u << width) - 1;
+constexpr uint32_t MOST_CODES = LAST_CODE - END; // of one table: each brings a string into use
+
+// Puts out the codes of a table, from its first one on. A width lasts until the widest code that it can name is in use;
+// the reader's table is one string behind.
+void put_codes(bit_sink* s, const uint16_t* codes, uint32_t count) {
+    uint32_t i = 0;
+    for (int width = FIRST_WIDTH; i < count; ++width) {
+        uint32_t end = width == 12 ? count : std::min(count, (1u << width) - 1 - END);
+        for (; end - i >= 4; i += 4) {
+            uint64_t four = codes[i];
+            for (uint32_t next = i + 1; next < i + 4; ++next)
+                four = four << width | codes[next];
+            put_bits(s, four, 4 * width);
+        }
+        for (; i < end; ++i)
+            put_bits(s, codes[i], width);
+    }
 }
 
 // Takes all strings out, one by one: there are few beside the places.
-void clear_strings(tif_lzw_table* table) {
-    for (uint32_t i = 0; i < table->count; ++i)
-        *table->used[i] = 0;
-    table->count = 0;
+void clear_strings(tif_lzw_table* table, uint32_t count) {
+    uint16_t* places = table->longer[0];
+    for (uint32_t i = 0; i < count; ++i)
+        places[table->used[i]] = 0;
     table->run_count = 0;
 }
 
@@ -239,30 +255,6 @@ size_t take_run(tif_lzw_table* table, const uint8_t* p, const uint8_t* end, uint
     return length;
 }
 
-struct lzw_encoder {
-    bit_sink out;
-    uint32_t last; // code in use
-    uint32_t turn; // the last code of this width
-    int width;
-};
-
-void begin_table(lzw_encoder* e, tif_lzw_table* table) {
-    clear_strings(table);
-    e->last = END;
-    e->width = FIRST_WIDTH;
-    e->turn = last_of_width(FIRST_WIDTH);
-}
-
-// The widest code that this width can name is in use: the next width, or a new table.
-void take_turn(lzw_encoder* e, tif_lzw_table* table) {
-    if (e->width < 12) {
-        e->turn = last_of_width(++e->width);
-        return;
-    }
-    put_code(&e->out, CLEAR, e->width);
-    begin_table(e, table);
-}
-
 } // namespace
 
 size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_t limit, bool* sound) {
@@ -279,9 +271,10 @@ size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_
 }
 
 size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif_lzw_table* table) {
-    lzw_encoder e = {{target, 0, 0}, 0, 0, 0};
-    begin_table(&e, table);
-    put_code(&e.out, CLEAR, FIRST_WIDTH);
+    bit_sink out = {target, 0, 0};
+    put_bits(&out, CLEAR, FIRST_WIDTH);
+    table->run_count = 0;
+    uint32_t count = 0; // of the table's codes
     uint32_t prefix = length > 0 ? source[0] : 0;
     for (size_t i = 1; i < length; ++i) {
         uint32_t byte = source[i];
@@ -290,21 +283,24 @@ size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif
             prefix = *place;
             continue;
         }
-        put_code(&e.out, prefix, e.width);
-        *place = static_cast<uint16_t>(++e.last);
-        table->used[table->count++] = place;
+        *place = static_cast<uint16_t>(FIRST_FREE + count);
+        table->used[count] = static_cast<uint32_t>(place - table->longer[0]);
+        table->codes[count] = static_cast<uint16_t>(prefix);
         prefix = byte;
-        if (e.last == e.turn) take_turn(&e, table);
+        if (++count == MOST_CODES) {
+            put_codes(&out, table->codes, count);
+            put_bits(&out, CLEAR, 12);
+            clear_strings(table, count);
+            count = 0;
+        }
         if (length - i > RUN_BEGIN && begins_run(source + i + 1, byte))
             i += take_run(table, source + i + 1, source + length, &prefix);
     }
-    if (length > 0) {
-        put_code(&e.out, prefix, e.width);
-        // The reader has by now a code more in use than this table.
-        if (e.last + 1 == e.turn && e.width < 12) ++e.width;
-    }
-    put_code(&e.out, END, e.width);
-    put_rest(&e.out);
-    clear_strings(table);
-    return static_cast<size_t>(e.out.next - target);
+    uint32_t all = count;
+    if (length > 0) table->codes[all++] = static_cast<uint16_t>(prefix);
+    table->codes[all++] = END;
+    put_codes(&out, table->codes, all);
+    put_rest(&out);
+    clear_strings(table, count);
+    return static_cast<size_t>(out.next - target);
 }
