@@ -258,6 +258,29 @@ TEST_F(Writing, PlainRowsThatComeOutOfOrder) {
     EXPECT_TRUE(read_library(file()) == p);
 }
 
+TEST_F(Writing, LinesOfTilesThatArePassedOver) {
+    // They are zero, and show nothing of the row of tiles above. What was put stays when the line goes back.
+    for (int coding : {1, 5, 32773})
+        for (int samples : {1, 3}) {
+            picture p = make_picture(40, 40, samples, 8);
+            for (uint32_t& v : p.values)
+                v |= 1;
+            CFILE* c = new_tiff(file(), p, {{100, 16}, {501, coding}});
+            EXPECT_EQ(put_lines(c, p, 0, 16, samples == 3), 16);
+            for (auto [first, end] : {std::pair{20, 24}, {18, 19}, {30, 33}, {36, 37}}) {
+                EXPECT_EQ(rzl_seek(c, first), 0);
+                EXPECT_EQ(put_lines(c, p, first, end, samples == 3), end - first);
+            }
+            EXPECT_EQ(rzl_finish(c), 0u);
+            for (int y = 0; y < 40; ++y) {
+                bool put = y < 16 || y == 18 || (y >= 20 && y < 24) || (y >= 30 && y < 33) || y == 36;
+                for (int i = 0; !put && i < 40 * samples; ++i)
+                    p.values[static_cast<size_t>(y * 40 * samples + i)] = 0;
+            }
+            EXPECT_TRUE(read_library(file()) == p) << coding << ' ' << samples;
+        }
+}
+
 TEST_F(Writing, AFileThatIsCutWhileItIsReadFailsAndGivesNoZeros) {
     picture p = make_picture(3000, 300, 1, 8);
     for (uint32_t& v : p.values)

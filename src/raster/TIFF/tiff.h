@@ -334,8 +334,6 @@ bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count); //
 // where the last of them ended.
 bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset);
 bool tif_extend(CFILE* c, const void* bytes, size_t count);
-// `count` rows of a buffer in which they stand `pitch` bytes apart; in the file one stands behind the other.
-bool tif_append_rows(CFILE* c, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count, uint32_t* offset);
 bool tif_copy_settings(const tif_image* from, tif_image* to); // false: no memory
 int tif_copydata(CFILE* from, CFILE* to);
 int tif_init_std_hdr(CFILE* from, CFILE* to);
@@ -416,7 +414,8 @@ bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* 
                        size_t count);
 bool tif_end_fax(CFILE* c, uint32_t segment, uint32_t rows); // for tif_flush_segment()
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count);
-bool tif_store_rows(CFILE* c, uint32_t entry, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count);
+// `count` plain tiles that stand behind each other in `bytes`, `tile_bytes` each.
+bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* bytes, size_t tile_bytes);
 
 // ---- coders
 // How many bytes from `first` on are equal, up to `end`, which is behind it.

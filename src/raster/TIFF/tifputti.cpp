@@ -108,24 +108,19 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     return tif_save_segment(c, tile, out->rows, plane, shape.rows);
 }
 
-// Whether the tile's rows stand in the caller's buffer as they do in the file.
+// Whether the tile's bytes stand in the caller's buffer as they do in the file.
 bool is_as_stored(const tif_image* image, const tile_source& source) {
-    bool whole = source.rows == image->tile_length && source.planes[0] != nullptr;
-    return image->compression == TIF_PLAIN && tif_is_plain_row(image, source.step) && whole;
-}
-
-// Rows from a row of tiles go one by one where writes are gathered, as they are in a new file.
-bool put_stored_rows(CFILE* c, uint32_t tile, const tile_source& source) {
-    auto row_bytes = static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0));
-    tif_spec_of(c)->in.segment = -1;
-    if (source.pitch == row_bytes) return tif_store_coded(c, tile, source.planes[0], row_bytes * source.rows);
-    return tif_store_rows(c, tile, source.planes[0], row_bytes, source.pitch, source.rows);
+    bool whole = source.rows == image->tile_length && source.pitch == tif_row_bytes(image, 0);
+    bool plain = image->compression == TIF_PLAIN && tif_is_plain_row(image, source.step);
+    return plain && whole && source.planes[0] != nullptr;
 }
 
 bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
     const tif_image* image = tif_image_of(c);
-    bool close = source.pitch == tif_row_bytes(image, 0) || c->mode == MODE_WRITE;
-    if (close && is_as_stored(image, source)) return put_stored_rows(c, tile, source);
+    if (is_as_stored(image, source)) {
+        tif_spec_of(c)->in.segment = -1;
+        return tif_store_coded(c, tile, source.planes[0], source.pitch * source.rows);
+    }
     bool fax = tif_is_fax(tif_image_of(c)->compression);
     return fax ? put_fax_tile(c, tile, source) : put_tile_rows(c, tile, source);
 }
@@ -151,19 +146,70 @@ bool line_fits_row(CFILE* c) {
     return fits || tif_fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
 }
 
-// A plane that is not given is zero.
+// Whether the buffered row of tiles holds them one behind the other, as the file will have them. Plain tiles of a new
+// file are gathered like this, unless the image is less high than they are.
+bool row_is_as_stored(const CFILE* c) {
+    const tif_image* image = tif_image_of(c);
+    tile_source source = {};
+    take_layout(c, &source);
+    bool plain = image->compression == TIF_PLAIN && c->mode == MODE_WRITE && tif_is_plain_row(image, source.step);
+    size_t bytes = size_t{c->tile->height} * c->tile->tiles_across * static_cast<size_t>(tif_row_bytes(image, 0));
+    return plain && c->tile->row_bytes == bytes;
+}
+
+// A line of a plane into the buffered row; null: zeros.
+void fill_line(CFILE* c, int plane, size_t row, const uint8_t* from) {
+    const tile_record* t = c->tile;
+    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
+    bool tiles = row_is_as_stored(c);
+    size_t piece = tiles ? static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0)) : tile_row_pitch(c);
+    uint8_t* to = t->row_buffer + static_cast<size_t>(plane) * tile_row_plane_bytes(c) + row * piece;
+    for (size_t at = 0; at < bytes; at += piece, to += piece * t->height) {
+        size_t count = std::min(piece, bytes - at);
+        from != nullptr ? std::memcpy(to, from + at, count) : std::memset(to, 0, count);
+    }
+}
+
+// A plane that is not given is zero, and so are lines that are passed over.
 void gather_line(CFILE* c, int channels, write_planes buffers) {
     tile_record* t = c->tile;
-    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
-    auto row = static_cast<size_t>(c->line - t->first_line);
+    tif_spec* spec = tif_spec_of(c);
+    auto row = static_cast<uint32_t>(c->line - t->first_line);
+    uint32_t lines = t->row_dirty ? spec->row_lines : 0;
     for (int i = 0; i < tile_row_planes(c); ++i) {
-        uint8_t* line = t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + row * tile_row_pitch(c);
-        const uint8_t* from = i < channels ? buffers[i] : nullptr;
-        from != nullptr ? std::memcpy(line, from, bytes) : std::memset(line, 0, bytes);
+        for (uint32_t passed = lines; passed < row; ++passed)
+            fill_line(c, i, passed, nullptr);
+        fill_line(c, i, row, i < channels ? buffers[i] : nullptr);
     }
     t->row_dirty = true;
     t->row_read = false;
-    tif_spec_of(c)->row_lines = static_cast<uint32_t>(row) + 1;
+    spec->row_lines = std::max(lines, row + 1);
+}
+
+// The tiles of the buffered row, which stand in it as the file will have them, when it has none of them yet.
+bool store_row(CFILE* c, uint32_t first) {
+    const tile_record* t = c->tile;
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0));
+    for (uint32_t row = tif_spec_of(c)->row_lines; row < t->height; ++row)
+        for (uint32_t column = 0; column < t->tiles_across; ++column)
+            std::memset(t->row_buffer + (size_t{column} * t->height + row) * row_bytes, 0, row_bytes);
+    return tif_store_tiles(c, first, t->tiles_across, t->row_buffer, row_bytes * t->height);
+}
+
+// Hands the tiles of the buffered row on, one by one.
+bool put_row(CFILE* c, uint32_t first) {
+    const tile_record* t = c->tile;
+    tile_source source = {};
+    take_layout(c, &source);
+    source.pitch = tile_row_pitch(c);
+    source.rows = tif_spec_of(c)->row_lines;
+    size_t tile_bytes = line_bytes(c, t->width) * samples_together(c);
+    for (uint32_t column = 0; column < t->tiles_across; ++column) {
+        for (int i = 0; i < source.count; ++i)
+            source.planes[i] = t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + column * tile_bytes;
+        if (!put_source(c, first + column, source)) return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -171,18 +217,9 @@ void gather_line(CFILE* c, int channels, write_planes buffers) {
 // A row that could not be stored waits on, so that its last line can be put again.
 bool tif_flush_tile_row(CFILE* c) {
     tile_record* t = c->tile;
-    tile_source source = {};
     flag_guard layout(c, FLAG_INTERLEAVED, (t->row_layout & FLAG_INTERLEAVED) != 0);
-    take_layout(c, &source);
-    source.pitch = tile_row_pitch(c);
-    source.rows = tif_spec_of(c)->row_lines;
-    size_t tile_bytes = line_bytes(c, t->width) * samples_together(c);
     uint32_t first = static_cast<uint32_t>(t->first_line) / t->height * t->tiles_across;
-    for (uint32_t column = 0; column < t->tiles_across; ++column) {
-        for (int i = 0; i < source.count; ++i)
-            source.planes[i] = t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + column * tile_bytes;
-        if (!put_source(c, first + column, source)) return false;
-    }
+    if (row_is_as_stored(c) ? !store_row(c, first) : !put_row(c, first)) return false;
     t->first_line += static_cast<int32_t>(t->height);
     t->row_dirty = false;
     return true;

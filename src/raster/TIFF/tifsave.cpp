@@ -136,6 +136,14 @@ bool stream_row(CFILE* c, uint32_t row, const uint8_t* bytes) {
     return stream_bytes(c, bytes, static_cast<size_t>(tif_row_bytes(image, 0))) && tif_end_row(c, strip, row);
 }
 
+// What replaces stored data is told by new arrays, so that the old ones hold until these stand.
+void note_place(tif_image* image, uint32_t entry, uint32_t offset, uint32_t bytes) {
+    if (tif_is_stored(image, entry) && (image->flags & TIF_IN_FILE) != 0) image->flags |= TIF_OUT_OF_DATE;
+    image->strip_offsets[entry] = offset;
+    image->strip_byte_counts[entry] = bytes;
+    image->flags |= TIF_ARRAYS_CHANGED;
+}
+
 // ---- coding
 
 bool need_coded(CFILE* c, uint64_t bytes) {
@@ -185,32 +193,36 @@ bool code_rows(CFILE* c, uint8_t** bytes, size_t* count, uint32_t rows) {
 
 } // namespace
 
-bool tif_store_rows(CFILE* c, uint32_t entry, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count) {
+bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count) {
     tif_image* image = tif_image_of(c);
-    uint64_t bytes = 0;
     if (!tif_need_entry(c, image, entry)) return false;
-    if (!checked_mul(uint64_t{row_bytes}, uint64_t{count}, &bytes) || bytes > UINT32_MAX) {
-        return refuse(c, RZL_WRITE_FAILED, nullptr);
-    }
-    if (image->compression == TIF_PLAIN && has_place(c, image, entry, bytes)) {
-        bool written = true;
-        int64_t place = image->strip_offsets[entry];
-        for (uint32_t row = 0; written && row < count; ++row, place += static_cast<int64_t>(row_bytes))
-            written = tif_write_at(c, place, rows + row * pitch, row_bytes);
-        return written;
+    if (image->compression == TIF_PLAIN && has_place(c, image, entry, count)) {
+        return tif_write_at(c, image->strip_offsets[entry], bytes, count);
     }
     uint32_t offset = 0;
-    if (!tif_append_rows(c, rows, row_bytes, pitch, count, &offset)) return false;
-    // What replaces stored data is told by new arrays, so that the old ones hold until these stand.
-    if (tif_is_stored(image, entry) && (image->flags & TIF_IN_FILE) != 0) image->flags |= TIF_OUT_OF_DATE;
-    image->strip_offsets[entry] = offset;
-    image->strip_byte_counts[entry] = static_cast<uint32_t>(bytes);
-    image->flags |= TIF_ARRAYS_CHANGED;
+    if (count > UINT32_MAX) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    if (!tif_append(c, bytes, count, &offset)) return false;
+    note_place(image, entry, offset, static_cast<uint32_t>(count));
     return true;
 }
 
-bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count) {
-    return tif_store_rows(c, entry, bytes, count, count, 1);
+bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* bytes, size_t tile_bytes) {
+    tif_image* image = tif_image_of(c);
+    uint64_t all = 0;
+    if (!checked_mul(uint64_t{tile_bytes}, uint64_t{count}, &all)) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    if (!tif_need_entry(c, image, first + count - 1)) return false;
+    // Whole pieces are even, so each begins at an even place.
+    bool together = tile_bytes % 2 == 0;
+    for (uint32_t i = 0; i < count; ++i)
+        together = together && !tif_is_stored(image, first + i);
+    uint32_t offset = 0;
+    if (together && !tif_append(c, bytes, static_cast<size_t>(all), &offset)) return false;
+    for (uint32_t i = 0; i < count; ++i) {
+        if (!together && !tif_store_coded(c, first + i, bytes + i * tile_bytes, tile_bytes)) return false;
+        if (together) note_place(image, first + i, offset, static_cast<uint32_t>(tile_bytes));
+        offset += static_cast<uint32_t>(tile_bytes);
+    }
+    return true;
 }
 
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count) {

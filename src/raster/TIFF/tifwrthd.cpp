@@ -272,23 +272,6 @@ bool begin_file(CFILE* c) {
     return true;
 }
 
-// Rows that stand `pitch` bytes apart, one behind the other at the end of the file: all of them, or the end stays.
-bool extend_rows(CFILE* c, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count) {
-    tif_spec* spec = tif_spec_of(c);
-    uint64_t bytes = 0;
-    uint64_t end = 0;
-    bool fits = checked_mul(uint64_t{row_bytes}, uint64_t{count}, &bytes) &&
-                checked_add(static_cast<uint64_t>(spec->end - c->base_offset), bytes, &end) && end <= UINT32_MAX;
-    if (!fits) return refuse(c, RZL_WRITE_FAILED, "file too long");
-    bool written = spec->at_end || io_seek(c, spec->end);
-    for (uint32_t row = 0; written && row < count; ++row)
-        written = io_write(c, rows + row * pitch, row_bytes) == row_bytes;
-    spec->at_end = written;
-    if (!written) return refuse(c, RZL_WRITE_FAILED, nullptr);
-    spec->end += static_cast<int64_t>(bytes);
-    return true;
-}
-
 // Gathered rows of a last row of tiles whose tiles are all new.
 bool flush_tile_row(CFILE* c) {
     const tif_image* image = tif_image_of(c);
@@ -323,10 +306,18 @@ bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count) {
 }
 
 bool tif_extend(CFILE* c, const void* bytes, size_t count) {
-    return extend_rows(c, static_cast<const uint8_t*>(bytes), count, count, 1);
+    tif_spec* spec = tif_spec_of(c);
+    uint64_t end = 0;
+    bool fits = checked_add(static_cast<uint64_t>(spec->end - c->base_offset), uint64_t{count}, &end);
+    if (!fits || end > UINT32_MAX) return refuse(c, RZL_WRITE_FAILED, "file too long");
+    bool written = (spec->at_end || io_seek(c, spec->end)) && io_write(c, bytes, count) == count;
+    spec->at_end = written;
+    if (!written) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    spec->end += static_cast<int64_t>(count);
+    return true;
 }
 
-bool tif_append_rows(CFILE* c, const uint8_t* rows, size_t row_bytes, size_t pitch, uint32_t count, uint32_t* offset) {
+bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset) {
     tif_spec* spec = tif_spec_of(c);
     if (!spec->begun && !begin_file(c)) return false;
     if (tif_is_streaming(spec) && !tif_flush_segment(c)) return false;
@@ -334,13 +325,9 @@ bool tif_append_rows(CFILE* c, const uint8_t* rows, size_t row_bytes, size_t pit
     static constexpr uint8_t pad = 0;
     if ((spec->end - c->base_offset) % 2 != 0 && !tif_extend(c, &pad, 1)) return false;
     int64_t place = spec->end - c->base_offset;
-    if (!extend_rows(c, rows, row_bytes, pitch, count)) return false;
+    if (!tif_extend(c, bytes, count)) return false;
     *offset = static_cast<uint32_t>(place);
     return true;
-}
-
-bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset) {
-    return tif_append_rows(c, static_cast<const uint8_t*>(bytes), count, count, 1, offset);
 }
 
 bool tif_write_ifd(CFILE* c, tif_image* image) {
