@@ -275,7 +275,7 @@ TEST_F(Writing, LinesOfTilesThatArePassedOver) {
             for (int y = 0; y < 40; ++y) {
                 bool put = y < 16 || y == 18 || (y >= 20 && y < 24) || (y >= 30 && y < 33) || y == 36;
                 for (int i = 0; !put && i < 40 * samples; ++i)
-                    p.values[static_cast<size_t>(y * 40 * samples + i)] = 0;
+                    p.at(i / samples, y, i % samples) = 0;
             }
             EXPECT_TRUE(read_library(file()) == p) << coding << ' ' << samples;
         }
