@@ -78,10 +78,10 @@ TEST_F(Sweeps, Reading) {
 }
 
 TEST_F(Sweeps, Writing) {
-    picture p = make_picture(40, 12, 3, 8), bits = make_picture(40, 12, 1, 1);
-    for (int kind = 0; kind < 4; ++kind) {
-        const picture& q = kind == 1 ? bits : p;
-        const int32_t coding[] = {5, 4, 32773, 1};
+    picture p = make_picture(40, 12, 3, 8), bits = make_picture(40, 12, 1, 1), grey = make_picture(40, 36, 1, 8);
+    for (int kind = 0; kind < 6; ++kind) {
+        const picture& q = kind == 1 ? bits : kind < 4 ? p : grey;
+        const int32_t coding[] = {5, 4, 32773, 1, 1, 1};
         auto once = [&] {
             CFILE* c = rzl_open_w(file().c_str());
             if (c == nullptr) return library_status();
@@ -90,21 +90,21 @@ TEST_F(Sweeps, Writing) {
             std::vector<uint8_t> line(200);
             const void* planes[3] = {line.data(), line.data(), line.data()};
             auto set = [&](int32_t field, int32_t value) { return [=] { return rzl_set_hdr_data(c, field, &value); }; };
-            return first_status(c,
-                                {set(500, 1), set(3, plain_format(q)), set(1, 40), set(2, 12), set(501, coding[kind]),
-                                 set(505, 5), set(503, kind == 2 ? 2 : 1), set(100, kind == 3 ? 16 : 0), set(200, 1),
-                                 [&] { return rzl_set_hdr_data(c, 4, matrix); },
-                                 [&] {
-                                     for (int y = 0; y < 12; ++y)
-                                         if (rzl_putline_channels(c, q.samples, planes) != 0) return 1;
-                                     return 0;
-                                 },
-                                 [&] { return rzl_set_active_overview(c, 0); }, set(1, 20), set(2, 6),
-                                 [&] {
-                                     for (int y = 0; y < 6; ++y)
-                                         if (rzl_putline_channels(c, q.samples, planes) != 0) return 1;
-                                     return 0;
-                                 }});
+            return first_status(c, {set(500, 1), set(3, plain_format(q)), set(1, 40), set(2, q.height),
+                                    set(501, coding[kind]), set(505, 5), set(503, kind == 2 ? 2 : 1),
+                                    set(100, kind == 3 || kind == 5 ? 16 : 0), set(200, 1),
+                                    [&] { return rzl_set_hdr_data(c, 4, matrix); },
+                                    [&] {
+                                        for (int y = 0; y < q.height; ++y)
+                                            if (rzl_putline_channels(c, q.samples, planes) != 0) return 1;
+                                        return 0;
+                                    },
+                                    [&] { return rzl_set_active_overview(c, 0); }, set(1, 20), set(2, 6),
+                                    [&] {
+                                        for (int y = 0; y < 6; ++y)
+                                            if (rzl_putline_channels(c, q.samples, planes) != 0) return 1;
+                                        return 0;
+                                    }});
         };
         sweep(once, [&](bool well) {
             CFILE* c = rzl_open_r(file().c_str());
