@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -11,12 +13,21 @@ class OwnDirectory : public testing::Test {
 protected:
     OwnDirectory() {
         std::string pattern = (std::filesystem::temp_directory_path() / "tinct-test-XXXXXX").string();
-        const char* made = mkdtemp(pattern.data());
-        EXPECT_NE(made, nullptr);
+        EXPECT_NE(mkdtemp(pattern.data()), nullptr);
         directory = pattern;
     }
     ~OwnDirectory() override { std::filesystem::remove_all(directory); }
     std::string path(const std::string& name) const { return directory + "/" + name; }
+
+    // Writes a file in the directory. Its path.
+    std::string write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(path(name), std::ios::binary) << bytes;
+        return path(name);
+    }
+    static std::string read(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
 
     std::string directory;
 };

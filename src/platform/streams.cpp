@@ -16,7 +16,6 @@ struct file_stream {
     bool failed;      // a write came back short; stream_close() tells it
     uint8_t* waiting; // WRITE_ROOM bytes behind the record, written and not passed on; null where the C library does it
     size_t count;     // of them that are in use
-    size_t most;      // of them that can be used before they are passed on
     int64_t place;    // in the file, of the first of them
 };
 
@@ -36,14 +35,14 @@ bool product(size_t size, size_t count, size_t* bytes) {
     return !__builtin_mul_overflow(size, count, bytes);
 }
 
-void set_place(file_stream* stream, int64_t place) {
-    stream->place = place;
-    stream->most = WRITE_ROOM - (place > 0 ? static_cast<size_t>(place) % WRITE_ROOM : 0);
+// Bytes that can still wait: up to where a piece ends.
+size_t room_left(const file_stream* stream) {
+    return WRITE_ROOM - static_cast<size_t>(stream->place) % WRITE_ROOM - stream->count;
 }
 
 size_t write_through(file_stream* stream, const void* bytes, size_t count) {
     size_t written = std::fwrite(bytes, 1, count, stream->file);
-    set_place(stream, stream->place + static_cast<int64_t>(written));
+    stream->place += static_cast<int64_t>(written);
     return written;
 }
 
@@ -62,11 +61,11 @@ size_t put(file_stream* stream, const void* bytes, size_t count) {
     if (count >= WRITE_ROOM) return pass_on(stream) ? write_through(stream, bytes, count) : 0;
     const auto* from = static_cast<const uint8_t*>(bytes);
     for (size_t done = 0; done < count;) {
-        size_t piece = std::min(count - done, stream->most - stream->count);
+        size_t piece = std::min(count - done, room_left(stream));
         std::memcpy(stream->waiting + stream->count, from + done, piece);
         stream->count += piece;
         done += piece;
-        if (stream->count == stream->most && !pass_on(stream)) return 0;
+        if (room_left(stream) == 0 && !pass_on(stream)) return 0;
     }
     return count;
 }
@@ -78,7 +77,10 @@ file_stream* stream_open(const char* path, const char* mode) {
     bool existing = mode[0] == 'r';
     bool named = existing ? files_resolve(path, real, sizeof real) : files_resolve_new(path, real, sizeof real);
     if (!named || files_is_directory(real)) return nullptr;
-    auto* stream = static_cast<file_stream*>(mem_alloc(sizeof(file_stream) + (existing ? 0 : WRITE_ROOM)));
+    // What can be read back as well is left to the C library.
+    bool only_written = !existing && std::strchr(mode, '+') == nullptr;
+    size_t bytes = only_written ? WRITE_ROOM : existing ? 0 : READ_BACK_ROOM;
+    auto* stream = static_cast<file_stream*>(mem_alloc(sizeof(file_stream) + bytes));
     if (stream == nullptr) return nullptr;
     *stream = {};
     stream->file = std::fopen(real, mode);
@@ -86,13 +88,10 @@ file_stream* stream_open(const char* path, const char* mode) {
         mem_free(stream);
         return nullptr;
     }
-    set_place(stream, 0);
     if (existing) return stream;
-    // What can be read back as well is left to the C library.
     auto* room = reinterpret_cast<uint8_t*>(stream + 1);
-    bool only_written = std::strchr(mode, '+') == nullptr;
     if (only_written) stream->waiting = room;
-    (void)std::setvbuf(stream->file, reinterpret_cast<char*>(room), only_written ? _IONBF : _IOFBF, READ_BACK_ROOM);
+    (void)std::setvbuf(stream->file, reinterpret_cast<char*>(room), only_written ? _IONBF : _IOFBF, bytes);
     return stream;
 }
 
@@ -138,7 +137,8 @@ int stream_seek(file_stream* stream, int64_t offset, int whence) {
     static constexpr int words[] = {SEEK_SET, SEEK_CUR, SEEK_END};
     if (whence < FILES_FROM_START || whence > FILES_FROM_END || !pass_on(stream)) return -1;
     if (fseeko(stream->file, offset, words[whence]) != 0) return -1;
-    if (stream->waiting != nullptr) set_place(stream, ftello(stream->file));
+    // Where no place can be told, pieces end anywhere.
+    if (stream->waiting != nullptr) stream->place = std::max(int64_t{ftello(stream->file)}, int64_t{0});
     return 0;
 }
 

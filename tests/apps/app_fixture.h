@@ -28,16 +28,6 @@ protected:
         setenv("VANTORA_INI", (directory + "/none.ini").c_str(), 1);
     }
 
-    static std::string read(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
-    std::string write(const std::string& name, const std::string& bytes) const {
-        std::string path = directory + "/" + name;
-        std::ofstream(path, std::ios::binary) << bytes;
-        return path;
-    }
-
     // Runs "PROGRAM ARGUMENTS" by the shell, inside the test's directory.
     run_result run(const std::string& command) const {
         std::string err = directory + "/.stderr";

@@ -16,12 +16,6 @@ namespace {
 
 class Arguments : public OwnDirectory {
 protected:
-    std::string file(const std::string& name, const std::string& text) const {
-        std::string path = directory + "/" + name;
-        std::ofstream(path, std::ios::binary) << text;
-        return path;
-    }
-
     static std::vector<std::string> expanded(std::vector<std::string> words, const char* options = "p:f:") {
         words.insert(words.begin(), "tinct");
         std::vector<const char*> pointers;
@@ -50,14 +44,14 @@ TEST_F(Arguments, OptionsComeFirstOneLetterEach) {
 }
 
 TEST_F(Arguments, ResponseFilesNestAndQuote) {
-    std::string inner = file("inner", "'it''s' \"a 'b' c\"\n");
-    std::string outer = file("outer", "-f\tx.tnc\x01@" + inner + " last");
+    std::string inner = write("inner", "'it''s' \"a 'b' c\"\n");
+    std::string outer = write("outer", "-f\tx.tnc\x01@" + inner + " last");
     EXPECT_EQ(expanded({"@" + outer, "end"}), (words{"-f", "x.tnc", "its", "a 'b' c", "last", "end"}));
-    std::string too_long = file("long", "first " + std::string(512, 'x') + " never");
+    std::string too_long = write("long", "first " + std::string(512, 'x') + " never");
     EXPECT_EQ(expanded({"@" + too_long, "end"}), (words{"first", "end"}));
-    std::string just_right = file("right", std::string(511, 'x') + " more");
+    std::string just_right = write("right", std::string(511, 'x') + " more");
     EXPECT_EQ(expanded({"@" + just_right}), (words{std::string(511, 'x'), "more"}));
-    EXPECT_EQ(expanded({"@" + file("open", "'never closed")}), (words{"never closed"}));
+    EXPECT_EQ(expanded({"@" + write("open", "'never closed")}), (words{"never closed"}));
 }
 
 TEST_F(Arguments, AMissingOrEndlessResponseFileIsRefused) {
@@ -66,20 +60,20 @@ TEST_F(Arguments, AMissingOrEndlessResponseFileIsRefused) {
     EXPECT_TRUE(expanded({"@" + directory + "/none", "end"}).empty());
     EXPECT_EQ(message, "Failed to open response file \"" + directory + "/none\"");
     std::string self = directory + "/self";
-    file("self", "a @" + self);
+    write("self", "a @" + self);
     EXPECT_TRUE(expanded({"@" + self}).empty());
     EXPECT_EQ(message, "Response file \"" + self + "\" holds itself.");
     std::string many;
     for (int i = 0; i < 600; ++i)
         many += "word ";
-    std::string twice = file("twice0", many);
+    std::string twice = write("twice0", many);
     for (int i = 1; i < 30; ++i)
-        twice = file("twice" + std::to_string(i), "@" + twice + " @" + twice);
+        twice = write("twice" + std::to_string(i), "@" + twice + " @" + twice);
     EXPECT_TRUE(expanded({"@" + twice}).empty());
     EXPECT_EQ(message, "There are too many arguments.");
-    std::string empty = file("empty0", " ");
+    std::string empty = write("empty0", " ");
     for (int i = 1; i < 30; ++i)
-        empty = file("empty" + std::to_string(i), "@" + empty + " @" + empty);
+        empty = write("empty" + std::to_string(i), "@" + empty + " @" + empty);
     EXPECT_TRUE(expanded({"@" + empty}).empty());
     EXPECT_EQ(message, "There are too many response files.");
     log_set_sink(nullptr, nullptr);
@@ -104,7 +98,7 @@ TEST_F(Arguments, TheReaderStopsAtTheFirstWordThatIsNoOption) {
 }
 
 TEST_F(Arguments, EveryFailedAllocationGivesNothing) {
-    std::string path = file("args", "-f x a b c");
+    std::string path = write("args", "-f x a b c");
     long before = mem_live();
     bool hit = true;
     for (long n = 0; hit; ++n) {

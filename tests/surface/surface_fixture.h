@@ -82,12 +82,6 @@ protected:
         static_cast<SurfaceFixture*>(user)->messages.emplace_back(text);
     }
 
-    std::string write_text(const std::string& name, const std::string& text) const {
-        std::string path = directory + "/" + name;
-        std::ofstream(path, std::ios::binary) << text;
-        return path;
-    }
-
     // A byte of a raster of write_raster(): channel 0 red, 1 green, 2 blue.
     static uint8_t raster_byte(int seed, int x, int y, int channel) {
         return static_cast<uint8_t>(x * 7 + y * 13 + channel * 85 + seed * 31);

@@ -16,9 +16,7 @@ protected:
         EXPECT_EQ(mem_live(), live_before);
         SurfaceFixture::TearDown();
     }
-    int load(const std::string& text) {
-        return load_palette_file(&colors, &patterns, write_text("p.tnp", text).c_str());
-    }
+    int load(const std::string& text) { return load_palette_file(&colors, &patterns, write("p.tnp", text).c_str()); }
     color_palette colors = {nullptr, 0};
     pattern_palette patterns = {nullptr, 0};
 };
@@ -109,7 +107,7 @@ TEST_F(Palette, SavesWhatItLoadsBack) {
 
 TEST_F(Palette, ACutWriteKeepsTheOldFile) {
     palette_add(&colors, "Red", 1, 0, 0);
-    std::string path = write_text("old.tnp", "old");
+    std::string path = write("old.tnp", "old");
     bool hit = true;
     for (long n = 0; hit; ++n) {
         files_fail_after(n, files_fail::once);
@@ -128,7 +126,7 @@ TEST_F(Palette, KnowsMadeUpNames) {
 }
 
 TEST_F(Palette, AFailedAllocationLeavesAnEmptyTable) {
-    std::string path = write_text("p.tnp", "a {color = (0, 0, 0);}\nOak {pattern = \"o\";}\nb {color = (0, 0, 0);}\n");
+    std::string path = write("p.tnp", "a {color = (0, 0, 0);}\nOak {pattern = \"o\";}\nb {color = (0, 0, 0);}\n");
     bool hit = true;
     for (long n = 0; hit; ++n) {
         mem_fail_after(n, mem_fail::once);

@@ -73,16 +73,16 @@ TEST_F(Paths, TheIniFileAndTheEnvironmentMakeThePath) {
 }
 
 TEST_F(Paths, FindsAFileAsGivenThenHereThenAlongThePath) {
-    write_text("one/a.rgb", "1");
-    write_text("two/a.rgb", "2");
-    write_text("two/b.rgb", "2");
+    write("one/a.rgb", "1");
+    write("two/a.rgb", "2");
+    write("two/b.rgb", "2");
     EXPECT_EQ(found("gone/a.rgb"), "gone/a.rgb");
     std::string list = directory + "/none;;" + directory + "\\one\\," + directory + "\\two";
     setenv(VARIABLE_PATTERNS, list.c_str(), 1);
     EXPECT_EQ(found("gone/a.rgb"), directory + "\\one\\a.rgb");
     EXPECT_EQ(found("b.rgb"), directory + "\\two\\b.rgb");
     EXPECT_EQ(found(directory + "/two/a.rgb"), directory + "/two/a.rgb");
-    write_text("empty/b.rgb", "here");
+    write("empty/b.rgb", "here");
     EXPECT_EQ(found("gone\\b.rgb"), "b.rgb");
 }
 
@@ -108,10 +108,10 @@ TEST_F(Paths, FileTypesComeFromTheTable) {
         file_type((directory + "/" + name).c_str(), &classes);
         return classes;
     };
-    write_text("a.RGB", "");
-    write_text("a.tnc", "");
-    write_text("a.rgbP", "");
-    write_text("a.xyz", "");
+    write("a.RGB", "");
+    write("a.tnc", "");
+    write("a.rgbP", "");
+    write("a.xyz", "");
     EXPECT_EQ(type("a.RGB"), TYPE_RASTER);
     EXPECT_EQ(type("a.tnc"), TYPE_RENDERED_IMAGE);
     EXPECT_EQ(type("a.rgbP"), TYPE_UNKNOWN);
@@ -119,7 +119,7 @@ TEST_F(Paths, FileTypesComeFromTheTable) {
     EXPECT_EQ(file_type("c:", &classes), 0);
     EXPECT_EQ(classes, TYPE_DRIVE);
     EXPECT_EQ(file_type((directory + "/none.rgb").c_str(), &classes), -1);
-    write_text("filetype.dat", "xyz 5\nTNC 6 rgb x");
+    write("filetype.dat", "xyz 5\nTNC 6 rgb x");
     EXPECT_EQ(type("a.xyz"), TYPE_RASTER);
     EXPECT_EQ(type("a.tnc"), 64u);
     EXPECT_EQ(type("a.RGB"), TYPE_UNKNOWN);
@@ -129,7 +129,7 @@ TEST_F(Paths, FileTypesComeFromTheTable) {
 
 TEST_F(Paths, TheProfileKeepsItsOtherLines) {
     std::filesystem::create_directories(directory + "/config");
-    write_text("config/vantor.ini", "; mine\r\n[Other]\nVANTORAMA=no\n[root]\n key = \"a b\" \n[Last]\nx=1");
+    write("config/vantor.ini", "; mine\r\n[Other]\nVANTORAMA=no\n[root]\n key = \"a b\" \n[Last]\nx=1");
     char value[64];
     EXPECT_TRUE(profile_get(ini.c_str(), "Root", "KEY", "?", value, sizeof value));
     EXPECT_STREQ(value, "a b");

@@ -78,10 +78,14 @@ TEST_F(Sweeps, Reading) {
 }
 
 TEST_F(Sweeps, Writing) {
-    picture p = make_picture(40, 12, 3, 8), bits = make_picture(40, 12, 1, 1), grey = make_picture(40, 36, 1, 8);
-    for (int kind = 0; kind < 6; ++kind) {
-        const picture& q = kind == 1 ? bits : kind < 4 ? p : grey;
-        const int32_t coding[] = {5, 4, 32773, 1, 1, 1};
+    const std::pair<picture, field_values> kinds[] = {{make_picture(40, 12, 3, 8), {{501, 5}, {505, 5}}},
+                                                      {make_picture(40, 12, 1, 1), {{501, 4}, {505, 5}}},
+                                                      {make_picture(40, 12, 3, 8), {{501, 32773}, {503, 2}, {505, 5}}},
+                                                      {make_picture(40, 12, 3, 8), {{505, 5}, {100, 16}}},
+                                                      {make_picture(40, 36, 1, 8), {{505, 5}}},
+                                                      {make_picture(40, 36, 1, 8), {{505, 5}, {100, 16}}}};
+    for (const auto& kind : kinds) {
+        const picture& q = kind.first;
         auto once = [&] {
             CFILE* c = rzl_open_w(file().c_str());
             if (c == nullptr) return library_status();
@@ -90,9 +94,12 @@ TEST_F(Sweeps, Writing) {
             std::vector<uint8_t> line(200);
             const void* planes[3] = {line.data(), line.data(), line.data()};
             auto set = [&](int32_t field, int32_t value) { return [=] { return rzl_set_hdr_data(c, field, &value); }; };
-            return first_status(c, {set(500, 1), set(3, plain_format(q)), set(1, 40), set(2, q.height),
-                                    set(501, coding[kind]), set(505, 5), set(503, kind == 2 ? 2 : 1),
-                                    set(100, kind == 3 || kind == 5 ? 16 : 0), set(200, 1),
+            return first_status(c, {set(500, 1), set(3, plain_format(q)), set(1, 40), set(2, q.height), set(200, 1),
+                                    [&] {
+                                        for (auto [field, value] : kind.second)
+                                            if (rzl_set_hdr_data(c, field, &value) != 0) return 1;
+                                        return 0;
+                                    },
                                     [&] { return rzl_set_hdr_data(c, 4, matrix); },
                                     [&] {
                                         for (int y = 0; y < q.height; ++y)

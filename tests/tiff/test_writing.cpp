@@ -228,6 +228,7 @@ TEST_F(Writing, PlainRowsThatComeOutOfOrder) {
     for (const picture& p : {make_picture(31, 30, 1, 8), make_picture(31, 30, 3, 8), make_picture(31, 30, 1, 12)})
         for (const auto& order : orders)
             for (bool interleaved : {false, true}) {
+                if (interleaved && p.samples == 1) continue;
                 picture wanted = p;
                 wanted.values.assign(p.values.size(), 0);
                 std::ptrdiff_t row_values = std::ptrdiff_t{p.width} * p.samples;
@@ -236,7 +237,7 @@ TEST_F(Writing, PlainRowsThatComeOutOfOrder) {
                     EXPECT_EQ(rzl_write_header(c), 0);
                     for (auto [first, end] : order) {
                         EXPECT_EQ(rzl_seek(c, first), 0);
-                        EXPECT_EQ(put_lines(c, p, first, end, interleaved && p.samples > 1), end - first);
+                        EXPECT_EQ(put_lines(c, p, first, end, interleaved), end - first);
                         auto at = row_values * first;
                         std::copy(p.values.begin() + at, p.values.begin() + row_values * end,
                                   wanted.values.begin() + at);

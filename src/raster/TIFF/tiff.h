@@ -178,15 +178,11 @@ struct tif_reading {
 // The segment that writing gathers.
 struct tif_gathering {
     int64_t segment;          // -1: none
-    bool waiting;             // rows were put that the file has not got yet
-    bool streamed;            // they do not wait for each other: see tif_save_rows()
-    bool begun;               // the file has the first bytes of a streamed segment
+    bool waiting;             // rows were put, and the file has not got all of it yet
     uint32_t next_row;        // behind the last row that was put
     uint8_t* rows;            // owned: a block a plane, rows in their places
     size_t rows_room;         //
     size_t plane_bytes;       // of one block
-    size_t ready_rows;        // of the segment, that can be made in their places and have room; 0: not known
-    size_t ready_pitch;       // bytes of one of them
     uint8_t* row;             // owned: room for a row, and for a line on its way to it
     size_t row_room;          //
     uint8_t* coded;           // owned
@@ -397,15 +393,14 @@ void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int c
 // tif_end_row(). Null: the row can't be made in place (status 0), or a failure.
 uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row);
 bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row);
-// Whether bytes of a caller's line, `step` of them a pixel (0: bytes of one sample), are the row as a plain image has
-// it.
+// Whether a caller's line, `step` bytes a pixel (0: a byte for one sample), is the row as a plain image's file has it.
 bool tif_is_plain_row(const tif_image* image, size_t step);
 // Takes the rows of a line, from tif_make_rows(). Stores the segment when it is complete: the plain strips of a new
 // file with one plane are streamed, each row goes into the file as it comes. False with the status set.
 bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows);
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count);
 bool tif_flush_segment(CFILE* c);               // stores what waits; false with the status set
-bool tif_is_streaming(const tif_spec* spec);    // a strip is in the file in part, and its next row goes to the end
+bool tif_is_streaming(const CFILE* c);          // a strip is in the file in part, and its next row goes to the end
 bool tif_samples_can_be_put(CFILE* c);          // for lines and tiles; false with the status set
 bool tif_begin_put(CFILE* c, uint32_t segment); // leaves another segment that waits, judges this one
 bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes);

@@ -18,6 +18,7 @@ constexpr uint32_t END = 257;
 constexpr uint32_t FIRST_FREE = 258;
 constexpr uint32_t LAST_CODE = 4094; // the table starts over when this code is in use
 constexpr int FIRST_WIDTH = 9;
+constexpr int LAST_WIDTH = 12;
 constexpr uint32_t INLINE_BYTES = 8;
 
 // ---- bits in
@@ -128,7 +129,7 @@ void put_last(const lzw_strings& strings, lzw_decoder* d, uint32_t code) {
 void pass_clear(bit_source* in) {
     bit_source ahead = *in;
     uint32_t code = 0;
-    if (take_code(&ahead, 12, &code) && code == CLEAR) *in = ahead;
+    if (take_code(&ahead, LAST_WIDTH, &code) && code == CLEAR) *in = ahead;
 }
 
 // Codes of one width up to the code `last`, which is the last that the width can name. False when the table ended.
@@ -176,8 +177,8 @@ bool take_codes(lzw_strings* strings, lzw_decoder* d, uint32_t* next, int width,
 void take_table(lzw_strings* strings, lzw_decoder* d) {
     take_first(d);
     uint32_t next = FIRST_FREE;
-    for (int width = FIRST_WIDTH; width <= 12 && !d->ended; ++width) {
-        uint32_t last = width == 12 ? LAST_CODE : (1u << width) - 2;
+    for (int width = FIRST_WIDTH; width <= LAST_WIDTH && !d->ended; ++width) {
+        uint32_t last = width == LAST_WIDTH ? LAST_CODE : (1u << width) - 2;
         if (!take_codes(strings, d, &next, width, last)) return;
     }
     if (!d->ended) pass_clear(&d->in);
@@ -213,7 +214,7 @@ constexpr uint32_t MOST_CODES = LAST_CODE - END; // of one table: each brings a 
 void put_codes(bit_sink* s, const uint16_t* codes, uint32_t count) {
     uint32_t i = 0;
     for (int width = FIRST_WIDTH; i < count; ++width) {
-        uint32_t end = width == 12 ? count : std::min(count, (1u << width) - 1 - END);
+        uint32_t end = width == LAST_WIDTH ? count : std::min(count, (1u << width) - 1 - END);
         for (; end - i >= 4; i += 4) {
             uint64_t four = codes[i];
             for (uint32_t next = i + 1; next < i + 4; ++next)
@@ -273,7 +274,6 @@ size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_
 size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif_lzw_table* table) {
     bit_sink out = {target, 0, 0};
     put_bits(&out, CLEAR, FIRST_WIDTH);
-    table->run_count = 0;
     uint32_t count = 0; // of the table's codes
     uint32_t prefix = length > 0 ? source[0] : 0;
     for (size_t i = 1; i < length; ++i) {
@@ -289,7 +289,7 @@ size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif
         prefix = byte;
         if (++count == MOST_CODES) {
             put_codes(&out, table->codes, count);
-            put_bits(&out, CLEAR, 12);
+            put_bits(&out, CLEAR, LAST_WIDTH);
             clear_strings(table, count);
             count = 0;
         }

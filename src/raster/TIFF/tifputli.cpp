@@ -96,9 +96,7 @@ int put_strip_line(CFILE* c, int channels, write_planes planes, size_t step) {
     if (tif_is_fax(image->compression)) {
         return tif_save_fax_line(c, strip, row, given, nullptr, 0) ? c->xsize : 0;
     }
-    if (image->compression == TIF_PLAIN && tif_is_plain_row(image, step)) {
-        return tif_save_rows(c, strip, row, given) ? c->xsize : 0;
-    }
+    if (tif_is_plain_row(image, step)) return tif_save_rows(c, strip, row, given) ? c->xsize : 0;
     uint8_t* place = tif_row_place(c, strip, row);
     if (place != nullptr) {
         tif_make_rows(c, image, image->image_width, channels, planes, step, place);
@@ -123,8 +121,8 @@ int put_tiled_line(CFILE* c, int channels, write_planes buffers) {
 } // namespace
 
 bool tif_is_plain_row(const tif_image* image, size_t step) {
-    return tif_bits(image) == 8 && tif_shape_of(image).planes == 1 &&
-           image->samples_per_pixel == std::max<size_t>(step, 1);
+    bool bytes = image->compression == TIF_PLAIN && tif_bits(image) == 8;
+    return bytes && tif_shape_of(image).planes == 1 && image->samples_per_pixel == std::max<size_t>(step, 1);
 }
 
 void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int channels, write_planes planes,

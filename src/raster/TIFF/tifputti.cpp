@@ -26,10 +26,13 @@ struct tile_source {
     uint32_t rows; // that the planes have; zeros below them
 };
 
+size_t pixel_step(const CFILE* c) {
+    return tif_is_together(c) ? static_cast<size_t>(interleave_step(c)) : 0;
+}
+
 void take_layout(const CFILE* c, tile_source* source) {
-    bool together = tif_is_together(c);
-    source->count = together ? 1 : tif_image_of(c)->samples_per_pixel;
-    source->step = together ? static_cast<size_t>(interleave_step(c)) : 0;
+    source->count = tif_is_together(c) ? 1 : tif_image_of(c)->samples_per_pixel;
+    source->step = pixel_step(c);
 }
 
 bool take_source(CFILE* c, int channels, write_planes buffers, const uint32_t* colour, tile_source* source) {
@@ -111,8 +114,7 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
 // Whether the tile's bytes stand in the caller's buffer as they do in the file.
 bool is_as_stored(const tif_image* image, const tile_source& source) {
     bool whole = source.rows == image->tile_length && source.pitch == tif_row_bytes(image, 0);
-    bool plain = image->compression == TIF_PLAIN && tif_is_plain_row(image, source.step);
-    return plain && whole && source.planes[0] != nullptr;
+    return whole && tif_is_plain_row(image, source.step) && source.planes[0] != nullptr;
 }
 
 bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
@@ -150,19 +152,15 @@ bool line_fits_row(CFILE* c) {
 // file are gathered like this, unless the image is less high than they are.
 bool row_is_as_stored(const CFILE* c) {
     const tif_image* image = tif_image_of(c);
-    tile_source source = {};
-    take_layout(c, &source);
-    bool plain = image->compression == TIF_PLAIN && c->mode == MODE_WRITE && tif_is_plain_row(image, source.step);
+    bool plain = c->mode == MODE_WRITE && tif_is_plain_row(image, pixel_step(c));
     size_t bytes = size_t{c->tile->height} * c->tile->tiles_across * static_cast<size_t>(tif_row_bytes(image, 0));
     return plain && c->tile->row_bytes == bytes;
 }
 
-// A line of a plane into the buffered row; null: zeros.
-void fill_line(CFILE* c, int plane, size_t row, const uint8_t* from) {
+// A line of a plane into the buffered row, in pieces that stand a tile apart; null: zeros.
+void fill_line(CFILE* c, int plane, size_t row, size_t piece, const uint8_t* from) {
     const tile_record* t = c->tile;
     size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
-    bool tiles = row_is_as_stored(c);
-    size_t piece = tiles ? static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0)) : tile_row_pitch(c);
     uint8_t* to = t->row_buffer + static_cast<size_t>(plane) * tile_row_plane_bytes(c) + row * piece;
     for (size_t at = 0; at < bytes; at += piece, to += piece * t->height) {
         size_t count = std::min(piece, bytes - at);
@@ -176,17 +174,18 @@ void gather_line(CFILE* c, int channels, write_planes buffers) {
     tif_spec* spec = tif_spec_of(c);
     auto row = static_cast<uint32_t>(c->line - t->first_line);
     uint32_t lines = t->row_dirty ? spec->row_lines : 0;
+    size_t piece = row_is_as_stored(c) ? static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0)) : tile_row_pitch(c);
     for (int i = 0; i < tile_row_planes(c); ++i) {
         for (uint32_t passed = lines; passed < row; ++passed)
-            fill_line(c, i, passed, nullptr);
-        fill_line(c, i, row, i < channels ? buffers[i] : nullptr);
+            fill_line(c, i, passed, piece, nullptr);
+        fill_line(c, i, row, piece, i < channels ? buffers[i] : nullptr);
     }
     t->row_dirty = true;
     t->row_read = false;
     spec->row_lines = std::max(lines, row + 1);
 }
 
-// The tiles of the buffered row, which stand in it as the file will have them, when it has none of them yet.
+// Stores the tiles of a buffered row that holds them as the file will have them.
 bool store_row(CFILE* c, uint32_t first) {
     const tile_record* t = c->tile;
     auto row_bytes = static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0));

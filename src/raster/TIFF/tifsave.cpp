@@ -101,7 +101,7 @@ bool stream_bytes(CFILE* c, const uint8_t* bytes, size_t count) {
     tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
     auto strip = static_cast<uint32_t>(out->segment);
-    if (out->begun) {
+    if (tif_is_stored(image, strip)) {
         if (!tif_extend(c, bytes, count)) return false;
     } else {
         uint32_t offset = 0;
@@ -109,7 +109,6 @@ bool stream_bytes(CFILE* c, const uint8_t* bytes, size_t count) {
         image->strip_offsets[strip] = offset;
         image->strip_byte_counts[strip] = 0;
         image->flags |= TIF_ARRAYS_CHANGED;
-        out->begun = true;
     }
     image->strip_byte_counts[strip] += static_cast<uint32_t>(count);
     return true;
@@ -121,7 +120,8 @@ bool stream_zeros(CFILE* c, uint32_t row) {
     const tif_image* image = tif_image_of(c);
     const tif_gathering* out = &tif_spec_of(c)->out;
     uint64_t left = tif_row_bytes(image, 0) * row;
-    if (out->begun) left -= image->strip_byte_counts[out->segment];
+    auto strip = static_cast<uint32_t>(out->segment);
+    if (tif_is_stored(image, strip)) left -= image->strip_byte_counts[strip];
     for (; left > 0; left -= std::min<uint64_t>(left, sizeof ZEROS))
         if (!stream_bytes(c, ZEROS, static_cast<size_t>(std::min<uint64_t>(left, sizeof ZEROS)))) return false;
     return true;
@@ -211,17 +211,17 @@ bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* by
     uint64_t all = 0;
     if (!checked_mul(uint64_t{tile_bytes}, uint64_t{count}, &all)) return refuse(c, RZL_WRITE_FAILED, nullptr);
     if (!tif_need_entry(c, image, first + count - 1)) return false;
-    // Whole pieces are even, so each begins at an even place.
-    bool together = tile_bytes % 2 == 0;
+    // One by one where some were put as tiles before, or could not all begin at an even place.
+    bool alone = tile_bytes % 2 != 0;
     for (uint32_t i = 0; i < count; ++i)
-        together = together && !tif_is_stored(image, first + i);
+        alone = alone || tif_is_stored(image, first + i);
+    for (uint32_t i = 0; alone && i < count; ++i)
+        if (!tif_store_coded(c, first + i, bytes + i * tile_bytes, tile_bytes)) return false;
+    if (alone) return true;
     uint32_t offset = 0;
-    if (together && !tif_append(c, bytes, static_cast<size_t>(all), &offset)) return false;
-    for (uint32_t i = 0; i < count; ++i) {
-        if (!together && !tif_store_coded(c, first + i, bytes + i * tile_bytes, tile_bytes)) return false;
-        if (together) note_place(image, first + i, offset, static_cast<uint32_t>(tile_bytes));
-        offset += static_cast<uint32_t>(tile_bytes);
-    }
+    if (!tif_append(c, bytes, static_cast<size_t>(all), &offset)) return false;
+    for (uint32_t i = 0; i < count; ++i, offset += static_cast<uint32_t>(tile_bytes))
+        note_place(image, first + i, offset, static_cast<uint32_t>(tile_bytes));
     return true;
 }
 
@@ -254,9 +254,6 @@ bool tif_begin_put(CFILE* c, uint32_t segment) {
     out->segment = segment;
     out->next_row = 0;
     out->plane_bytes = 0;
-    out->ready_rows = 0;
-    out->streamed = can_stream(c, image);
-    out->begun = false;
     // What was read of it, before it was put, is no longer so.
     tif_spec_of(c)->in.segment = -1;
     out->waiting = true;
@@ -266,17 +263,12 @@ bool tif_begin_put(CFILE* c, uint32_t segment) {
 uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
-    // Most rows come one after the other, and the place of the one before has told all about theirs.
-    bool ready = out->waiting && out->segment == int64_t{segment} && row == out->next_row && row < out->ready_rows;
-    if (ready) return out->rows + row * out->ready_pitch;
     bool alone = image->samples_per_pixel == 1 || (tif_bits(image) == 8 && tif_shape_of(image).planes == 1);
     bool fixed = image->compression == TIF_PLAIN && tif_is_stored(image, segment);
     if (!alone || fixed || can_stream(c, image)) return nullptr;
     if (!tif_begin_put(c, segment) || !need_rows(c, image, row + 1)) return nullptr;
     clear_rows(image, out, out->next_row, row);
-    out->ready_pitch = static_cast<size_t>(tif_row_bytes(image, 0));
-    out->ready_rows = out->ready_pitch != 0 ? out->plane_bytes / out->ready_pitch : 0;
-    return out->rows + row * out->ready_pitch;
+    return out->rows + row * static_cast<size_t>(tif_row_bytes(image, 0));
 }
 
 bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row) {
@@ -288,12 +280,12 @@ bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row) {
 bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
-    bool at_hand = tif_is_streaming(tif_spec_of(c)) && out->segment == int64_t{segment};
+    bool at_hand = tif_is_streaming(c) && out->segment == int64_t{segment};
     if (!at_hand && image->compression == TIF_PLAIN && tif_is_stored(image, segment)) {
         return tif_flush_segment(c) && replace_row(c, image, segment, row, rows);
     }
     if (!tif_begin_put(c, segment)) return false;
-    if (out->streamed) return stream_row(c, row, rows);
+    if (can_stream(c, image)) return stream_row(c, row, rows);
     if (!need_rows(c, image, row + 1)) return false;
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
     clear_rows(image, out, out->next_row, row);
@@ -303,8 +295,10 @@ bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows
     return tif_end_row(c, segment, row);
 }
 
-bool tif_is_streaming(const tif_spec* spec) {
-    return spec->out.waiting && spec->out.streamed && spec->out.begun;
+bool tif_is_streaming(const CFILE* c) {
+    const tif_gathering* out = &tif_spec_of(c)->out;
+    bool strip = out->waiting && can_stream(c, tif_image_of(c));
+    return strip && tif_is_stored(tif_image_of(c), static_cast<uint32_t>(out->segment));
 }
 
 bool tif_flush_segment(CFILE* c) {
@@ -315,7 +309,7 @@ bool tif_flush_segment(CFILE* c) {
     // A file under update gets the rows that were put: how many its strips have can be anything.
     uint32_t rows = c->mode == MODE_UPDATE && !tif_is_tiled(image) ? out->next_row : tif_rows_of(image, segment);
     out->waiting = false;
-    if (out->streamed) return stream_zeros(c, rows);
+    if (can_stream(c, image)) return stream_zeros(c, rows);
     if (tif_is_fax(image->compression)) return tif_end_fax(c, segment, rows);
     if (!need_rows(c, image, rows)) return false;
     clear_rows(image, out, out->next_row, rows);

@@ -309,7 +309,7 @@ const uint8_t* packed_row(CFILE* c, const tif_image* image, uint32_t segment, ui
 // A row that waits to be stored.
 const uint8_t* waiting_row(const CFILE* c, uint32_t segment, uint32_t row, int plane, size_t row_bytes) {
     const tif_gathering* out = &tif_spec_of(c)->out;
-    bool waits = out->waiting && !out->streamed && out->segment == int64_t{segment};
+    bool waits = out->waiting && !tif_is_streaming(c) && out->segment == int64_t{segment};
     if (!waits || row >= out->next_row) return nullptr;
     return out->rows + static_cast<size_t>(plane) * out->plane_bytes + row * row_bytes;
 }

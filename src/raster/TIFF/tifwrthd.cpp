@@ -320,7 +320,7 @@ bool tif_extend(CFILE* c, const void* bytes, size_t count) {
 bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset) {
     tif_spec* spec = tif_spec_of(c);
     if (!spec->begun && !begin_file(c)) return false;
-    if (tif_is_streaming(spec) && !tif_flush_segment(c)) return false;
+    if (tif_is_streaming(c) && !tif_flush_segment(c)) return false;
     // Places are even, as readers expect of directories and values.
     static constexpr uint8_t pad = 0;
     if ((spec->end - c->base_offset) % 2 != 0 && !tif_extend(c, &pad, 1)) return false;
