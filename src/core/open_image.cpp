@@ -53,7 +53,8 @@ void clear_appliques() {
 // again.
 bool read_tnc(const char* tnc_path, int32_t line_count) {
     drop_tnc();
-    open_image.tnc = tnc_read(tnc_path, line_count);
+    int32_t columns = open_image.picture != nullptr ? open_image.picture->width : 1;
+    open_image.tnc = tnc_read_picture(tnc_path, line_count, columns);
     open_image.tnc_path = mem_copy_text(tnc_path);
     return open_image.tnc != nullptr && open_image.tnc_path != nullptr;
 }
