@@ -258,18 +258,19 @@ bool take_lock(int fd) {
 bool make_fresh(replacement* r, const struct stat* old) {
     for (int i = 0; i < NAMES_TRIED; ++i) {
         if (!make_name(r)) return false;
+        r->fresh_is_valid = 1; // before it exists: a signal may come at once, and nobody else has such a name
         mode_t mode = old != nullptr ? 0600 : 0666; // the old one's are given to it at once
         r->file = openat(r->directory, r->fresh, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
-        if (r->file < 0 && errno == EEXIST) continue;
-        if (r->file < 0) return fails_with(errno);
-        if (take_lock(r->file)) {
-            r->fresh_is_valid = 1;
-            return old == nullptr || take_permissions(r->file, old);
+        if (r->file < 0) {
+            r->fresh_is_valid = 0;
+            return fails_with(errno);
         }
+        if (take_lock(r->file)) return old == nullptr || take_permissions(r->file, old);
+        remove_fresh(r);
         close(r->file);
         r->file = NONE;
     }
-    return fails_with(EEXIST);
+    return fails_with(EAGAIN);
 }
 
 void close_all(replacement* r) {
