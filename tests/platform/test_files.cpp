@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "own_directory.h"
+#include "common/own_directory.h"
 #include "platform/files.h"
 #include "support/memory.h"
 
