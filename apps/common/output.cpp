@@ -41,6 +41,12 @@ void out_flush() {
 
 } // namespace
 
+void out_begin() {
+    output.used = 0;
+    output.failed = false;
+    shown = {false, -1};
+}
+
 void out_text(const char* text) {
     out_bytes(text, std::strlen(text));
 }

@@ -66,6 +66,7 @@ void format_text(char text[LOG_TEXT_SIZE], const char* format, va_list arguments
 
 int program_run(const program_definition* definition, int count, char** arguments) {
     state = {definition, false};
+    out_begin();
     log_set_sink(report, nullptr);
     // A reader of our output that goes away, and a file that outgrows its limit, make a write fail, which is told like
     // any other failure.

@@ -85,6 +85,9 @@ int check_output_name(const char* path);
 
 // ---- standard output -----------------------------------------------------------------------------------------------
 
+// Forgets an earlier run in the same process.
+void out_begin();
+
 // Buffered. A failed write is remembered and makes the run a failed one; what comes after it is dropped.
 void out_text(const char* text);
 void out_format(const char* format, ...) __attribute__((format(printf, 1, 2)));

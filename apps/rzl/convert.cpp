@@ -5,6 +5,7 @@
 // four. Colour into 8 bits with a colour table is reduced to 256 colours, where a table is asked for or the standard
 // has nothing else; anything else that would have to reduce the picture is refused. Lines are written in the order of
 // the source.
+#include <algorithm>
 #include <cstring>
 #include <strings.h>
 
@@ -18,6 +19,7 @@
 namespace {
 
 constexpr int CHANNELS = 4;
+constexpr int64_t PLAIN_TILE = 1024; // a side that needs no picture of its size
 constexpr int32_t VLT_TYPE_ENTRIES = 2;
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
@@ -309,8 +311,22 @@ int write_file(conversion* c, const char* fresh) {
     return status;
 }
 
+// What is known to be cut before its first line is read is not converted: the target would be sized by a claim.
+int check_claims(const raster_source* source, const convert_request* request) {
+    if (raster_lines(source->file) < source->height) raster_is_undamaged(source->file, request->in.path);
+    if (program_has_reported()) return EXIT_FAILED;
+    // A tile takes its memory whole, however little of the picture it holds.
+    int64_t side = std::max(source->width, source->height);
+    if (request->tile > PLAIN_TILE && request->tile >= 2 * side) {
+        return program_fail("Tiles of %d pixels are too large for %d lines of %d pixels.",
+                            static_cast<int>(request->tile), source->height, source->width);
+    }
+    return EXIT_DONE;
+}
+
 int convert(const raster_source* source, convert_request* request) {
     int status = check_target(source, request);
+    if (status == EXIT_DONE) status = check_claims(source, request);
     if (status != EXIT_DONE) return status;
     char fresh[FILES_PATH_SIZE];
     if (!files_replace_begin(request->out, fresh, sizeof fresh)) return program_fail_writing(request->out, "");

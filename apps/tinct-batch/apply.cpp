@@ -260,7 +260,7 @@ int run(apply_request* request, palettes* p) {
 
 } // namespace
 
-int command_apply(word_list* words) {
+int batch_apply(word_list* words) {
     apply_request request;
     palettes p = {};
     int status = request_parse(words, &request);
