@@ -31,7 +31,7 @@ struct convert_request {
     bool keep_vlt;
 };
 
-// ---- words -------------------------------------------------------------------------------------------------------
+// ---- words ----------------------------------------------------------------------------------------------------------
 
 int take_standard(const char* word, convert_request* request) {
     if (word == nullptr) return program_usage("--standard needs a name or number");
@@ -88,7 +88,7 @@ int parse(word_list* words, convert_request* request) {
     return EXIT_DONE;
 }
 
-// ---- the target --------------------------------------------------------------------------------------------------
+// ---- the target -----------------------------------------------------------------------------------------------------
 
 pixel_kind kind_of_format(int64_t format) {
     switch (format) {
@@ -160,7 +160,7 @@ int check_target(const raster_source* source, convert_request* request) {
     return EXIT_DONE;
 }
 
-// ---- writing -----------------------------------------------------------------------------------------------------
+// ---- writing --------------------------------------------------------------------------------------------------------
 
 struct conversion {
     const raster_source* source;

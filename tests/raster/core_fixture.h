@@ -64,8 +64,7 @@ inline uint32_t library_status() {
     return status;
 }
 
-// ---- a module that notes what reaches it
-// ----------------------------------------------------------------------------
+// ---- a module that notes what reaches it ----------------------------------------------------------------------------
 
 struct module_notes {
     std::vector<int32_t> got, set;
@@ -111,8 +110,7 @@ inline CFILE* noting_handle(uint32_t mode, rzl_memfile* record) {
     return c;
 }
 
-// ---- native pictures
-// ------------------------------------------------------------------------------------------------
+// ---- native pictures ------------------------------------------------------------------------------------------------
 
 inline uint8_t pixel_of(int seed, int line, int x) {
     return static_cast<uint8_t>(seed + line * 13 + x / 4);

@@ -321,8 +321,7 @@ TEST_F(Open, BadHandlesAreRefused) {
     EXPECT_EQ(value, 5);
 }
 
-// ---- sweeps
-// ---------------------------------------------------------------------------------------------------------
+// ---- sweeps ---------------------------------------------------------------------------------------------------------
 
 bool is_memory_or_open(uint32_t status) {
     return status == RZL_NO_MEMORY || status == RZL_CANNOT_OPEN;

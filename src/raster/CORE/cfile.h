@@ -20,8 +20,7 @@
 #include "platform/lock.h"
 #include "raster/rzl.h"
 
-// ---- slots
-// -----------------------------------------------------------------------------------------------------------
+// ---- slots ----------------------------------------------------------------------------------------------------------
 
 // A line's channel buffers: one plane each, null for one that is not wanted.
 using read_planes = uint8_t* const*;
@@ -100,8 +99,7 @@ struct file_slots {
     int (*file_flush)(void* file); // 0 on success
 };
 
-// ---- records of a handle
-// ---------------------------------------------------------------------------------------------
+// ---- records of a handle --------------------------------------------------------------------------------------------
 
 // Tiles of a tiled file. Between line calls `row_buffer` holds the planes of a row of tiles, one after the other, each
 // `height` lines of line_bytes.
@@ -149,8 +147,7 @@ struct jpeg_record {
 // A file seen through a moving view of at most MAPPING_VIEW_SIZE bytes; fakefile.cpp and mapped.cpp.
 struct mapping_record;
 
-// ---- the handle
-// ------------------------------------------------------------------------------------------------------
+// ---- the handle -----------------------------------------------------------------------------------------------------
 
 constexpr uint32_t CFILE_MAGIC = 0xABCD;
 
@@ -244,8 +241,7 @@ struct CFILE {
     file_slots io;
 };
 
-// ---- small helpers
-// ---------------------------------------------------------------------------------------------------
+// ---- small helpers --------------------------------------------------------------------------------------------------
 
 inline bool has_flag(const CFILE* c, uint32_t flag) {
     return (c->flags & flag) != 0;
@@ -298,8 +294,7 @@ inline int64_t io_tell(CFILE* c) {
 // The size of the whole file in bytes, keeping the position; -1 when it can't be told.
 int64_t io_size(CFILE* c);
 
-// ---- errors: report.cpp
-// ----------------------------------------------------------------------------------------------
+// ---- errors: report.cpp ---------------------------------------------------------------------------------------------
 
 // Sets `status` on the handle (null: only library-wide) and prints its words when the debug level is not 0. `source` is
 // the module path, as "CORE/open"; `detail` the word that says what was being done, null for none. `line` is the
@@ -327,8 +322,7 @@ void set_last_status(uint32_t status);
 int32_t debug_level();
 void read_debug_level(); // from the environment variable RZL_DEBUG, when it is set
 
-// ---- entry of public calls: report.cpp
-// -------------------------------------------------------------------------------
+// ---- entry of public calls: report.cpp ------------------------------------------------------------------------------
 
 // A handle that can be used. Otherwise false, with RZL_BAD_CFILE in the library-wide status and `word` reported.
 bool handle_is_valid(CFILE* c, const char* word);
@@ -339,8 +333,7 @@ bool handle_enter(CFILE* c, const char* word);
 // Copies the status to the library-wide one and gives the lock back. Returns `result`.
 int handle_leave(CFILE* c, int result);
 
-// ---- handles and slots: init.cpp, dummy.cpp, standard.cpp
-// ------------------------------------------------------------
+// ---- handles and slots: init.cpp, dummy.cpp, standard.cpp -----------------------------------------------------------
 
 // Every field to its initial value, a new lock, default slots. False when there is no memory.
 bool rzl_init_cfile(CFILE* c);
@@ -372,8 +365,7 @@ struct format_module {
 // The module of a standard, or null.
 const format_module* find_module(int32_t standard);
 
-// ---- file sets
-// -------------------------------------------------------------------------------------------------------
+// ---- file sets ------------------------------------------------------------------------------------------------------
 
 void rzl_set_stream_slots(CFILE* c); // stream.cpp
 void rzl_set_handle_slots(CFILE* c); // handle.cpp
@@ -395,8 +387,7 @@ void io_consume(CFILE* c, size_t bytes);
 // The record of a name "/INMEM/<decimal>", or null. *is_memory tells whether the name is of that form.
 rzl_memfile* memfile_of_name(const char* name, bool* is_memory);
 
-// ---- header calls: info.cpp
-// ------------------------------------------------------------------------------------------
+// ---- header calls: info.cpp -----------------------------------------------------------------------------------------
 
 // Fields 100 and 104 (0: not given) on the base image: see the rules of rzl_set_hdr_data. 0 on success.
 int rzl_setup_tiles(CFILE* c, int32_t width, int32_t height);
@@ -407,8 +398,7 @@ void count_tiles(CFILE* c);
 // Field 403 for the handle's format.
 int32_t pixel_class(const CFILE* c);
 
-// ---- lines and tiles
-// -------------------------------------------------------------------------------------------------
+// ---- lines and tiles ------------------------------------------------------------------------------------------------
 
 // Bytes of one stored or delivered plane line of `pixels` pixels.
 size_t line_bytes(const CFILE* c, int64_t pixels);

@@ -53,8 +53,7 @@ bool digits_value(const uint8_t* text, size_t width, size_t* value) {
     return true;
 }
 
-// ---- tests, in the order of the table
-// -------------------------------------------------------------------------------
+// ---- tests, in the order of the table -------------------------------------------------------------------------------
 
 // A native header: its words before the pixel data, less 2, fill blocks of 512 bytes.
 bool is_native(const probe* p) {
@@ -238,8 +237,7 @@ bool is_targa(const probe* p) {
     return p->size >= HEADER_SIZE && p->b[1] <= 1 && kind;
 }
 
-// ---- the table
-// -------------------------------------------------------------------------------------------------------
+// ---- the table ------------------------------------------------------------------------------------------------------
 
 // Closes the file, frees the handle and tells that the file has no known format.
 CFILE* refuse_unknown(CFILE* c, const char* name) {

@@ -45,8 +45,7 @@ int refuse_field(CFILE* c, uint32_t status, const char* word, int line = __built
     return 1;
 }
 
-// ---- reading
-// ---------------------------------------------------------------------------------------------------------
+// ---- reading --------------------------------------------------------------------------------------------------------
 
 int get_matrix(CFILE* c, void* value) {
     double identity[16] = {};
@@ -107,8 +106,7 @@ int get_field(CFILE* c, int32_t field, void* value) {
     return refuse_field(c, RZL_BAD_FIELD_ID, "rzl_get_hdr_data");
 }
 
-// ---- setting
-// ---------------------------------------------------------------------------------------------------------
+// ---- setting --------------------------------------------------------------------------------------------------------
 
 // Lines buffered for a row of tiles are laid out for the pixel width in force. A row that was only read is read again;
 // one that waits to be written would come out scrambled, so the change is refused.
@@ -268,8 +266,7 @@ int set_field(CFILE* c, int32_t field, const void* value) {
 
 } // namespace
 
-// ---- public
-// ----------------------------------------------------------------------------------------------------------
+// ---- public ---------------------------------------------------------------------------------------------------------
 
 int32_t pixel_class(const CFILE* c) {
     int32_t f = c->format;

@@ -66,7 +66,7 @@ inline gif_spec* gif_spec_of(const CFILE* c) {
     return static_cast<gif_spec*>(c->spec);
 }
 
-// ---- gifopen.cpp ---------------------------------------------------------------------------------------------------
+// ---- gifopen.cpp ----------------------------------------------------------------------------------------------------
 
 // Opens a GIF file that detection has found. The handle is the module's from here on: on failure it is closed and
 // freed, null is returned, and the library-wide status tells why.
@@ -83,7 +83,7 @@ void gif_free_specs(CFILE* c);
 // Fills entries from `first` on with grey: entry i is i, i, i.
 void gif_grey_table(gif_spec* spec, size_t first);
 
-// ---- gifinfo.cpp ---------------------------------------------------------------------------------------------------
+// ---- gifinfo.cpp ----------------------------------------------------------------------------------------------------
 
 int gif_get_hdr_data(CFILE* c, int32_t field, void* value);
 int gif_set_hdr_data(CFILE* c, int32_t field, const void* value);
@@ -99,7 +99,7 @@ int gif_seek(CFILE* c, int32_t line);
 void gif_rewind(CFILE* c);
 int gif_randomize(CFILE* c);
 
-// ---- gifgetli.cpp, lzw_dcmp.cpp ------------------------------------------------------------------------------------
+// ---- gifgetli.cpp, lzw_dcmp.cpp -------------------------------------------------------------------------------------
 
 // The next line: with 1 buffer its pixels, a two-colour file's as a bilevel line; with 3 buffers the colours, a byte a
 // pixel. 0 buffers, and null ones, deliver nothing. The width, 0 on failure.
@@ -121,7 +121,7 @@ gif_decoded gif_lzw_decode(const uint8_t* data, size_t size, uint8_t* pixels, in
 // The most pixels that `size` bytes of coded data can stand for.
 uint64_t gif_lzw_most_pixels(uint64_t size, int code_size);
 
-// ---- gifputli.cpp, gifencod.cpp ------------------------------------------------------------------------------------
+// ---- gifputli.cpp, gifencod.cpp -------------------------------------------------------------------------------------
 
 // Fixes size and colours of the file. Nothing is written yet. 0 on success.
 int gif_write_header(CFILE* c);

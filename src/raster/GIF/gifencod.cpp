@@ -19,7 +19,7 @@ constexpr uint32_t FIRST_FREE = CLEAR + 2;
 constexpr int FIRST_WIDTH = CODE_SIZE + 1;
 constexpr int PADDING_CODES = 4; // of value 0, behind the end code
 
-// ---- blocks --------------------------------------------------------------------------------------------------------
+// ---- blocks ---------------------------------------------------------------------------------------------------------
 
 constexpr size_t BLOCKS_AT_ONCE = 128;
 constexpr size_t GATHERED_MOST = BLOCKS_AT_ONCE * GIF_BLOCK_MOST;
@@ -68,7 +68,7 @@ void finish_codes(code_output* o, int width) {
     if (o->fill > 0) write_blocks(o, o->fill);
 }
 
-// ---- strings -------------------------------------------------------------------------------------------------------
+// ---- strings --------------------------------------------------------------------------------------------------------
 
 constexpr size_t TABLE_PLACES = size_t{GIF_CODES} << CODE_SIZE;
 constexpr uint32_t STAMP_STEP = GIF_CODES;

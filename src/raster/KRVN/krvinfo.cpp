@@ -40,8 +40,7 @@ bool is_existing_readable(const CFILE* c) {
     return is_existing(c) && is_readable(c);
 }
 
-// ---- fields that are plain bytes of the header
-// -------------------------------------------------------------------------
+// ---- fields that are plain bytes of the header ----------------------------------------------------------------------
 
 enum class kind { text, doubles, bytes };
 
@@ -109,8 +108,7 @@ void set_byte_field(CFILE* c, const byte_field& row, const void* value) {
     }
 }
 
-// ---- getting
-// -----------------------------------------------------------------------------------------------------------
+// ---- getting --------------------------------------------------------------------------------------------------------
 
 bool needs_application_9(int32_t field) {
     return field == RZL_FIELD_APP_VALUE_1 || field == RZL_FIELD_APP_VALUE_2 || field == RZL_FIELD_APP_VALUE_3 ||
@@ -179,8 +177,7 @@ int64_t get_integer(const CFILE* c, int32_t field) {
     }
 }
 
-// ---- setting
-// -----------------------------------------------------------------------------------------------------------
+// ---- setting --------------------------------------------------------------------------------------------------------
 
 void forget_line_offsets(CFILE* c) {
     mem_free(c->line_offsets);

@@ -126,8 +126,7 @@ int refuse_content(CFILE* c) {
     return refuse(c, RZL_JPEG_HARDWARE_3, "header");
 }
 
-// ---- the bytes
-// -------------------------------------------------------------------------------------------------------
+// ---- the bytes ------------------------------------------------------------------------------------------------------
 
 uint8_t high_byte(uint16_t value) {
     return static_cast<uint8_t>(value >> 8);
