@@ -83,7 +83,7 @@ int parse(word_list* words, convert_request* request) {
         if (status != EXIT_DONE) return status;
     }
     if (request->in.path == nullptr || request->out == nullptr) return program_usage("convert needs IN and OUT");
-    if (request->standard < 0) request->standard = raster_standard_of(raster_extension(request->out));
+    if (request->standard < 0) request->standard = rzl_standard_of_extension(raster_extension(request->out));
     if (request->standard < 0) request->standard = RZL_STANDARD_KRVN;
     return EXIT_DONE;
 }

@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "platform/files.h"
-#include "raster/CORE/detect.h"
+#include "raster/CORE/standard.h"
 #include "raster/core_fixture.h"
 
 namespace {

@@ -11,8 +11,7 @@
 // The lines themselves stand in krvlines.h.
 #pragma once
 
-#include "raster/CORE/cfile.h"
-#include "support/bytes.h"
+#include "raster/CORE/module.h"
 
 constexpr size_t KRV_HEADER_SIZE = 1024;
 constexpr size_t KRV_SHORT_HEADER_SIZE = 768; // a byte colour table follows at once
@@ -61,9 +60,6 @@ constexpr size_t KRV_DESCRIPTION_SIZE = 80;
 constexpr size_t KRV_COMMENT_SIZE = 200;
 constexpr int KRV_APPLICATION_9 = 9; // its app_values and comment are valid
 
-constexpr int KRV_VLT_NONE = 0;
-constexpr int KRV_VLT_BYTES = 1;
-constexpr int KRV_VLT_ENTRIES = 2;
 constexpr size_t KRV_VLT_ENTRY_SIZE = 8;
 
 // Packets: a head of type (u16), subtype (u16) and the words that follow (u32), then those words.
@@ -133,31 +129,26 @@ inline int64_t krv_data_start(const CFILE* c) {
 // File offset of line 0 of what is active: the data start, or where the active overview's lines begin.
 int64_t krv_first_line(const CFILE* c); // krvpos.cpp
 
+// What the header's fields of less than 32 bits hold.
+constexpr field_limit KRV_LIMITS[] = {
+    {RZL_FIELD_RESOLUTION, INT16_MIN, INT16_MAX}, {RZL_FIELD_ORIENTATION, INT8_MIN, INT8_MAX},
+    {RZL_FIELD_APPLICATION, 0, UINT16_MAX},       {RZL_FIELD_VERSION, 0, UINT8_MAX},
+    {RZL_FIELD_TYPE_MODIFIER, 0, UINT16_MAX},     {RZL_FIELD_OVERVIEW_VALUE, INT16_MIN, UINT16_MAX},
+    {RZL_FIELD_VLT_TYPE, 0, RZL_VLT_ENTRIES},     {RZL_FIELD_VLT_ENTRIES, 0, INT32_MAX},
+    {RZL_FIELD_PACKET_ROOM, 0, KRV_MAX_WORDS},    {RZL_FIELD_STRIP_LINES, 0, INT32_MAX},
+};
+
 // Status RZL_BAD_FIELD_ID with the module's words; gives 1.
 int krv_refuse(CFILE* c); // krvinfo.cpp
 
 // ---- open, create, close: krvopen.cpp, krvorgb.cpp ------------------------------------------------------------------
 
-// Open a native file, or one with the text header, that detection has found. The handle is the module's from here on:
-// on failure it is closed and freed, null is returned, and the library-wide status tells why.
-CFILE* krv_open(CFILE* c);
-CFILE* krv_open_text(CFILE* c);
-
-// Makes a handle being created a native one. 0 on success, else 1 with RZL_NO_MEMORY.
-int krv_initialise(CFILE* c);
-
-// A record for the handle with an initial header, which takes its size from the handle. False: RZL_NO_MEMORY is set.
-bool krv_new_spec(CFILE* c);
+// Opens a file with the text header. 0, or 1 with the status set.
+int krv_open_text(CFILE* c, const char* name);
 
 // The record's header to its state at creation: all zero but type, words_to_follow, data_type 2, sizes, orientation 4
 // and version 3.
 void krv_init_spec(CFILE* c);
-
-void krv_install_slots(CFILE* c);
-void krv_install_text_slots(CFILE* c);
-CFILE* krv_abandon(CFILE* c); // gives up a handle whose open failed; always null
-void krv_close(CFILE* c);
-void krv_free_specs(CFILE* c);
 
 // Rewrites directories of the active image that have changed. False: the status is set.
 bool krv_flush_directories(CFILE* c);
@@ -212,8 +203,6 @@ void krv_drop_app_packet(CFILE* c); // frees it when it is the library's
 
 int krv_get_hdr_data(CFILE* c, int32_t field, void* value);
 int krv_set_hdr_data(CFILE* c, int32_t field, const void* value);
-int krv_get_stat(CFILE* c, rzl_stat* stat);
-int krv_set_stat(CFILE* c, const rzl_stat* stat);
 int krv_get_format(CFILE* c);
 
 // Stores application type and version, and converts the doubles of fields 27 to 30 when they move into or out of the
