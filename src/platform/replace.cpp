@@ -43,6 +43,7 @@ struct replacement {
     ino_t node;
     pid_t owner; // a process that was forked off removes nothing
     bool only_new;
+    bool existed;   // the target, at first
     bool holds_old; // the two names have been exchanged: `fresh` is the old content
     bool is_placed; // the target is the new content
     char target[NAME_MAX + 1];
@@ -293,6 +294,7 @@ bool prepare(replace_set* set, replacement* r, char* path, size_t size, const ch
     r->node = info.st_ino;
     if (is_under_way(set, r)) return fails_with(EBUSY);
     bool exists = fstatat(r->directory, r->target, &info, AT_SYMLINK_NOFOLLOW) == 0;
+    r->existed = exists;
     if (exists && r->only_new) return fails_with(EEXIST);
     // A device or a pipe is not replaced: the name would then be a plain file's.
     if (exists && !S_ISREG(info.st_mode)) return fails_with(S_ISDIR(info.st_mode) ? EISDIR : EINVAL);
@@ -366,33 +368,37 @@ bool take_name(replacement* r) {
     return false;
 }
 
-// Puts one file in place. Where another is still to come the old content is kept beside it, so that it can come back.
-bool place(replacement* r, bool keeps_old) {
+// Puts one file in place. The old content changes places with it where the file system can do that, so that it can come
+// back when what follows fails.
+bool place(replacement* r) {
     int d = r->directory;
-    r->holds_old = keeps_old && !r->only_new && renameat2(d, r->fresh, d, r->target, RENAME_EXCHANGE) == 0;
+    r->holds_old = !r->only_new && renameat2(d, r->fresh, d, r->target, RENAME_EXCHANGE) == 0;
     r->is_placed = r->holds_old || (r->only_new ? take_name(r) : renameat(d, r->fresh, d, r->target) == 0);
     if (!r->is_placed && !r->only_new) note_write_failure(errno);
     if (r->is_placed && !r->holds_old) r->fresh_is_valid = 0;
     return r->is_placed;
 }
 
+// Takes a file back out of its place. Without an exchange of names old content is gone for good, and the new stays.
 void put_back(replacement* r) {
     if (!r->is_placed) return;
     if (r->holds_old) {
         (void)renameat2(r->directory, r->fresh, r->directory, r->target, RENAME_EXCHANGE);
-    } else {
+    } else if (!r->existed) {
         unlinkat(r->directory, r->target, 0);
     }
 }
 
+// Puts all in place, and the names on the disk.
 bool place_all(replace_set* set) {
-    for (int i = 0; i < set->count; ++i) {
-        if (place(&set->of[i], i + 1 < set->count)) continue;
-        while (--i >= 0)
-            put_back(&set->of[i]);
-        return false;
-    }
-    return true;
+    bool good = true;
+    for (int i = 0; good && i < set->count; ++i)
+        good = place(&set->of[i]);
+    for (int i = 0; good && i < set->count; ++i)
+        good = to_disk(set->of[i].directory);
+    for (int i = 0; !good && i < set->count; ++i)
+        put_back(&set->of[i]);
+    return good;
 }
 
 void end(replace_set* set) {
@@ -414,8 +420,6 @@ bool commit(replace_set* set) {
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &present);
     good = good && place_all(set);
-    for (int i = 0; good && i < set->count; ++i)
-        good = to_disk(set->of[i].directory);
     end(set);
     sigprocmask(SIG_SETMASK, &present, nullptr);
     return good;

@@ -262,3 +262,55 @@ TEST_F(Safety, LittleAddressSpaceIsTold) {
         clear_outs(c);
     }
 }
+
+// Each call of the system that could go wrong does so once, and then from then on.
+TEST_F(Safety, EveryFailingCallOfTheSystemIsTold) {
+    if (torture() == 0 || WITH_SANITIZER) GTEST_SKIP() << "scripts/torture does so, with what it traces with";
+    if (!run_command(directory, "strace -o trace true && rm trace").ok()) GTEST_SKIP() << "nothing may be traced here";
+    const struct {
+        const char* call;
+        const char* error;
+    } failures[] = {{"write", "ENOSPC"},     {"write", "EIO"},        {"read", "EIO"},       {"fsync", "EIO"},
+                    {"renameat2", "EACCES"}, {"renameat2", "ENOSYS"}, {"renameat", "EIO"},   {"fchmod", "EPERM"},
+                    {"flock", "ENOLCK"},     {"ftruncate", "EIO"},    {"getdents64", "EIO"}, {"unlinkat", "EACCES"},
+                    {"lseek", "EIO"},        {"mmap", "ENOMEM"},      {"getrandom", "EIO"}};
+    int injected = 0;
+    for (const program_case& c : cases) {
+        // Of the commands that write nothing, standard output alone could fail, which is another test's.
+        if (c.outs.empty()) continue;
+        for (const auto& f : failures) {
+            bool hit = true;
+            // The first calls are the loader's.
+            for (int n = 1; hit && n < 400; n += n < 40 ? 1 : 17) {
+                set_outs(c, OLD);
+                std::vector<std::string> words = {"/usr/bin/strace",
+                                                  "-qq",
+                                                  "-o",
+                                                  "/dev/shm/trace",
+                                                  "-e",
+                                                  std::string("trace=") + f.call,
+                                                  "-e",
+                                                  std::string("inject=") + f.call + ":error=" + f.error +
+                                                      ":when=" + std::to_string(n)};
+                for (const std::string& word : c.process_words())
+                    words.push_back(word);
+                const limited_result result = run_limited(directory, words, {}, "/dev/null");
+                hit = read("/dev/shm/trace").find("INJECTED") != std::string::npos;
+                if (!hit) break;
+                ++injected;
+                SCOPED_TRACE(std::string(f.call) + " " + f.error + " " + std::to_string(n));
+                const bool loads = result.err.find("while loading") != std::string::npos || result.status == 127;
+                if (!loads) expect_told(result, c);
+                // A file that can't be taken away is left over by right.
+                check_whole(c, result.status, std::string(f.call) == "unlinkat");
+                for (const std::string& name : names()) {
+                    if (name.find(".part") != std::string::npos) std::filesystem::remove(path(name));
+                }
+            }
+        }
+        clear_outs(c);
+    }
+    std::filesystem::remove("/dev/shm/trace");
+    EXPECT_GT(injected, 100);
+    std::printf("%d failing calls\n", injected);
+}
