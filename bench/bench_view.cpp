@@ -9,11 +9,8 @@
 #include <vector>
 
 #include "core/open_image.h"
-#include "core/pick.h"
-#include "core/picture.h"
-#include "core/program.h"
-#include "core/viewdraw.h"
-#include "core/viewtools.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
 #include "platform/window/host.h"
 #include "support/memory.h"
 #include "surface/paths.h"
@@ -21,6 +18,9 @@
 #include "tools/colors.h"
 #include "tools/process.h"
 #include "tools/windows.h"
+#include "view/pick.h"
+#include "view/viewdraw.h"
+#include "view/viewtools.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/main.h"
 #include "core/version.h"
+#include "desktop/main.h"
 #include "surface/file_types.h"
 #include "surface/paths.h"
 #include "tools/process.h"

@@ -8,16 +8,16 @@
 #include <cmath>
 #include <functional>
 
-#include "core/main.h"
 #include "core/open_image.h"
-#include "core/pick.h"
-#include "core/picture.h"
-#include "core/program.h"
+#include "desktop/main.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
 #include "platform/window/host.h"
 #include "tools/colors.h"
 #include "tools/events.h"
 #include "tools/process.h"
 #include "tools/windows.h"
+#include "view/pick.h"
 
 class Session : public CoreFixture {
 protected:

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/arguments.h"
+#include "desktop/arguments.h"
 #include "own_directory.h"
 #include "support/log.h"
 #include "support/memory.h"

@@ -1,9 +1,9 @@
 // Start, dispatch and end of the program, and opening files that are no pictures.
 #include "session.h"
 
-#include "core/appforms.h"
-#include "core/region.h"
-#include "core/viewtools.h"
+#include "desktop/appforms.h"
+#include "desktop/region.h"
+#include "view/viewtools.h"
 
 namespace {
 

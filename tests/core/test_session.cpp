@@ -3,8 +3,8 @@
 
 #include <cmath>
 
-#include "core/viewtools.h"
 #include "tools/draw.h"
+#include "view/viewtools.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "core/view.h"
+#include "view/view.h"
 
 namespace {
 

@@ -1,18 +1,18 @@
 // Keys, wheel and dropped files.
-#include "core/input.h"
+#include "desktop/input.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "core/main.h"
 #include "core/open_image.h"
-#include "core/picture.h"
-#include "core/program.h"
-#include "core/viewtools.h"
+#include "desktop/main.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
 #include "support/log.h"
 #include "support/memory.h"
 #include "tools/events.h"
 #include "tools/windows.h"
+#include "view/viewtools.h"
 
 namespace {
 

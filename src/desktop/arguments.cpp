@@ -1,5 +1,5 @@
 // Response files and the splitting of options.
-#include "core/arguments.h"
+#include "desktop/arguments.h"
 
 #include <cstddef>
 #include <cstring>

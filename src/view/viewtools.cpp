@@ -1,12 +1,12 @@
 // The tools. Each that changes a view asks for its image, changes the view, draws, and tells that it has drawn.
-#include "core/viewtools.h"
+#include "view/viewtools.h"
 
 #include <cstdlib>
 
-#include "core/appforms.h"
-#include "core/pick.h"
-#include "core/viewdraw.h"
+#include "desktop/appforms.h"
 #include "tools/windows.h"
+#include "view/pick.h"
+#include "view/viewdraw.h"
 
 view_tool current_tool = tool_default;
 void (*cancel_action)(int flag) = pick_advance;

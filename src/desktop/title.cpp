@@ -1,13 +1,13 @@
 // The main window's title.
 #include <cstdio>
 
-#include "core/appforms.h"
 #include "core/open_image.h"
-#include "core/pick.h"
-#include "core/program.h"
 #include "core/version.h"
+#include "desktop/appforms.h"
+#include "desktop/program.h"
 #include "platform/files.h"
 #include "tools/windows.h"
+#include "view/pick.h"
 
 namespace {
 

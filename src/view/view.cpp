@@ -1,6 +1,6 @@
 // Zooms and origins. All that is a position is computed in 64 bits or double precision: at a zoom of -8192 a viewport
 // spans millions of image pixels.
-#include "core/view.h"
+#include "view/view.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,19 +1,19 @@
 // The picture's window and view.
-#include "core/picture.h"
+#include "desktop/picture.h"
 
 #include <algorithm>
 
-#include "core/appforms.h"
 #include "core/open_image.h"
-#include "core/pick.h"
-#include "core/program.h"
-#include "core/region.h"
-#include "core/viewdraw.h"
-#include "core/viewtools.h"
+#include "desktop/appforms.h"
+#include "desktop/program.h"
+#include "desktop/region.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
 #include "tools/events.h"
 #include "tools/windows.h"
+#include "view/pick.h"
+#include "view/viewdraw.h"
+#include "view/viewtools.h"
 
 namespace {
 

@@ -1,17 +1,16 @@
 // Start, main loop and end of the desktop program.
-#include "core/main.h"
+#include "desktop/main.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "core/appforms.h"
-#include "core/arguments.h"
-#include "core/input.h"
 #include "core/open_image.h"
-#include "core/picture.h"
-#include "core/program.h"
-#include "core/viewtools.h"
+#include "desktop/appforms.h"
+#include "desktop/arguments.h"
+#include "desktop/input.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
 #include "output/impack.h"
 #include "platform/files.h"
 #include "platform/window/dialog.h"
@@ -21,6 +20,7 @@
 #include "tools/events.h"
 #include "tools/process.h"
 #include "tools/windows.h"
+#include "view/viewtools.h"
 
 bool quit_requested = false;
 bool forms_up = false;

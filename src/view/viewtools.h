@@ -2,7 +2,7 @@
 // button 2 goes down, or button 1 outside of all regions.
 #pragma once
 
-#include "core/view.h"
+#include "view/view.h"
 
 // Window coordinates.
 using view_tool = void (*)(view* v, int x, int y);

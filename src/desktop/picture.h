@@ -1,7 +1,7 @@
 // The picture's view: the open image in its window, how it is refreshed, and how changes of the image show.
 #pragma once
 
-#include "core/view.h"
+#include "view/view.h"
 
 extern view picture_view; // its window is NO_WINDOW while there is none
 

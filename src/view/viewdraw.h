@@ -1,7 +1,7 @@
 // Drawing of views: from a picture's planes to the row writers of the display, in whole rows or blocks.
 #pragma once
 
-#include "core/view.h"
+#include "view/view.h"
 
 // Draws the image and fills the rest of the viewport with black. A null image leaves black alone.
 void view_draw(const raster_image* image, const view* v);

@@ -1,18 +1,18 @@
 // The list of surfaces at the picked pixel, and the highlight. The highlight's lines are laid on the window only; what
 // is under them comes back from the picture's planes.
-#include "core/pick.h"
+#include "view/pick.h"
 
 #include <algorithm>
 
-#include "core/appforms.h"
 #include "core/open_image.h"
-#include "core/picture.h"
-#include "core/program.h"
-#include "core/viewdraw.h"
-#include "core/viewtools.h"
+#include "desktop/appforms.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
 #include "tnc/tnc.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
+#include "view/viewdraw.h"
+#include "view/viewtools.h"
 
 int highlighted_pen = NO_PEN;
 

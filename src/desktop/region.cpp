@@ -1,5 +1,5 @@
 // The table of clickable regions.
-#include "core/region.h"
+#include "desktop/region.h"
 
 namespace {
 

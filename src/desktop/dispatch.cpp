@@ -1,13 +1,13 @@
 // Where an event goes: presses to the tools of views and to clickable regions, everything else to the forms, and what
 // they don't take to the picture.
-#include "core/appforms.h"
-#include "core/input.h"
-#include "core/main.h"
-#include "core/picture.h"
-#include "core/region.h"
-#include "core/viewtools.h"
+#include "desktop/appforms.h"
+#include "desktop/input.h"
+#include "desktop/main.h"
+#include "desktop/picture.h"
+#include "desktop/region.h"
 #include "tools/events.h"
 #include "tools/windows.h"
+#include "view/viewtools.h"
 
 namespace {
 

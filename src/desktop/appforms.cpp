@@ -1,11 +1,11 @@
 // Calls to the forms, minding empty slots; and what the toolkit is given to translate colours and keys.
-#include "core/appforms.h"
+#include "desktop/appforms.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "core/input.h"
-#include "core/program.h"
+#include "desktop/input.h"
+#include "desktop/program.h"
 #include "surface/palette.h"
 #include "tools/events.h"
 #include "tools/windows.h"

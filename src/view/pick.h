@@ -1,7 +1,7 @@
 // Picking: which surfaces stand at a pixel, the strongest first, and the white highlight of the chosen one.
 #pragma once
 
-#include "core/view.h"
+#include "view/view.h"
 
 constexpr int NO_PEN = -1;
 extern int highlighted_pen; // NO_PEN for none

@@ -2,7 +2,7 @@
 //
 // One to one, the display takes a rectangle straight from the planes. Zoomed in, an image row is built once, each pixel
 // repeated, and shown in each row of a block of screen rows. Zoomed out, a row takes every n-th pixel.
-#include "core/viewdraw.h"
+#include "view/viewdraw.h"
 
 #include <algorithm>
 #include <cstring>
