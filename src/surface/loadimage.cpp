@@ -193,6 +193,10 @@ bool find_raster_file(const char* path, char* found, size_t size) {
 raster_image* load_image(const char* path, int32_t max_width, int32_t max_height) {
     char found[FILES_PATH_SIZE];
     find_raster_file(path, found, sizeof found);
+    return load_found_image(path, found, max_width, max_height);
+}
+
+raster_image* load_found_image(const char* path, const char* found, int32_t max_width, int32_t max_height) {
     auto* image = mem_new<raster_image>();
     if (image == nullptr) {
         log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");
