@@ -139,6 +139,8 @@ bool add_option(text_list* options, char letter) {
 
 // Splits the word at *index into options, and takes the next word when the last letter needs it.
 bool split_word(const text_list* words, int* index, const char* letters, text_list* options) {
+    // A word such as "--size" is no row of letters; it stays whole, for the reader to give as unknown.
+    if (words->values[*index][1] == '-') return list_add(options, words->values[*index]);
     for (const char* p = words->values[*index] + 1; *p != '\0'; ++p) {
         if (!add_option(options, *p)) return false;
         if (!takes_argument(letters, *p)) continue;
@@ -234,7 +236,10 @@ int get_option(int count, char* const* arguments, const char* options) {
     if (word[0] != '-' || word[1] == '\0' || std::strcmp(word, "--") == 0) return -1;
     ++place.index;
     char letter = word[1];
-    if (letter == ':' || std::strchr(options, letter) == nullptr) return '?';
+    if (letter == ':' || std::strchr(options, letter) == nullptr) {
+        place.argument = word;
+        return '?';
+    }
     if (!takes_argument(options, letter)) return static_cast<unsigned char>(letter);
     if (word[2] != '\0') {
         place.argument = word + 2;
@@ -246,4 +251,8 @@ int get_option(int count, char* const* arguments, const char* options) {
 
 const char* get_option_argument() {
     return place.argument;
+}
+
+int get_option_index() {
+    return place.index;
 }

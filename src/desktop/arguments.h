@@ -8,7 +8,7 @@ struct argument_list {
 };
 
 // Builds a new vector: arguments that begin with "@" name response files, which nest; options come first, one "-c" a
-// letter, then the other arguments. `options` is a list of letters, one followed by ":" takes an argument. False after
+// letter (a word that begins with "--" stays whole), then the other arguments. `options` is a list of letters, one followed by ":" takes an argument. False after
 // a message when a response file can't be opened or holds itself, or there is no memory; `list` is empty then.
 bool expand_arguments(int count, const char* const* arguments, const char* options, argument_list* list);
 
@@ -23,5 +23,8 @@ void reset_options();
 // The next option letter, -1 at the end of the options, or '?' for a letter that is not in `options`.
 int get_option(int count, char* const* arguments, const char* options);
 
-// The argument of the option that get_option() gave last, or null.
+// The argument of the option that get_option() gave last, or null; the whole word for '?'.
 const char* get_option_argument();
+
+// Where in the vector get_option() reads next: the first argument that is no option, when it has given -1.
+int get_option_index();

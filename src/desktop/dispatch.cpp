@@ -1,9 +1,11 @@
 // Where an event goes: presses to the tools of views and to clickable regions, everything else to the forms, and what
 // they don't take to the picture.
+#include "desktop/dispatch.h"
+
 #include "desktop/appforms.h"
 #include "desktop/input.h"
-#include "desktop/main.h"
 #include "desktop/picture.h"
+#include "desktop/program.h"
 #include "desktop/region.h"
 #include "tools/events.h"
 #include "tools/windows.h"
@@ -13,6 +15,25 @@ namespace {
 
 constexpr int BUTTON_CHOOSE = 1;
 constexpr int BUTTON_CANCEL = 2;
+constexpr char CHARACTER_ESCAPE = 27;
+
+// Escape comes as a click of the cancel button when it goes down and once more when it comes up. One press is to be one
+// click: the one beside which the key's character has come.
+bool escape_is_down = false;
+
+// Looks at the oldest key event, and leaves it.
+void notice_escape() {
+    int count = 0;
+    if (Inq_keyboard_data(&count) == 0 && count > 0 && keyboard_buffer[0] == CHARACTER_ESCAPE) escape_is_down = true;
+}
+
+// Whether a click of the cancel button counts. Those of the mouse have a window, and a press.
+bool counts(int window, int transition) {
+    if (window != 0 || transition != TRANS_CLICK) return true;
+    const bool is_down = escape_is_down;
+    escape_is_down = false;
+    return is_down;
+}
 
 // Takes the oldest button event off its queue. The others stay: a press may wait behind a release that nobody wants.
 void drop_button() {
@@ -35,7 +56,7 @@ bool take_button() {
     if (transition == TRANS_UP) return false;
     if (button == BUTTON_CANCEL) {
         drop_button();
-        cancel_action(0);
+        if (counts(window, transition)) cancel_action(0);
         return true;
     }
     return button == BUTTON_CHOOSE && press(window, x, y);
@@ -44,6 +65,7 @@ bool take_button() {
 } // namespace
 
 void dispatch_events(uint32_t event) {
+    if (event == KEYBOARD_EVENT) notice_escape();
     if (event == BUTTON_EVENT && take_button()) return;
     if (forms_process_event(event) != 0) return;
     switch (event) {

@@ -2,10 +2,8 @@
 #include "desktop/input.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "core/open_image.h"
-#include "desktop/main.h"
+#include "desktop/commands.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
 #include "support/log.h"
@@ -46,10 +44,7 @@ void open_dropped() {
     char* path = waiting.path;
     waiting.path = nullptr;
     if (path == nullptr) return;
-    if (image_ask_discard() != 0) {
-        all_busycursor();
-        image_open(path);
-    }
+    open_image_command(path);
     mem_free(path);
 }
 

@@ -8,32 +8,28 @@
 #include "core/open_image.h"
 #include "desktop/appforms.h"
 #include "desktop/arguments.h"
+#include "desktop/commands.h"
+#include "desktop/dispatch.h"
 #include "desktop/input.h"
+#include "desktop/messages.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
+#include "desktop/title.h"
 #include "output/impack.h"
 #include "platform/files.h"
-#include "platform/window/dialog.h"
 #include "support/log.h"
 #include "surface/paths.h"
 #include "tools/colors.h"
 #include "tools/events.h"
 #include "tools/process.h"
 #include "tools/windows.h"
+#include "view/pick.h"
 #include "view/viewtools.h"
-
-bool quit_requested = false;
-bool forms_up = false;
-int own_window = 0;
-int32_t display_planes = 0;
-uint32_t display_mask = 0;
-char keyboard_buffer[KEYBOARD_BUFFER_SIZE] = {};
-color_palette program_colors = {};
-pattern_palette program_patterns = {};
 
 namespace {
 
 constexpr const char* OPTIONS = "p:f:";
+constexpr int STATUS_USAGE = 2;
 constexpr int SCREEN_TRUE_COLOR = 256; // a bit of the screen record's flags
 constexpr const char* DEFAULT_ROOT = "/vantor";
 constexpr const char* FORM_DIRECTORY = "tinct";
@@ -44,14 +40,36 @@ struct start_files {
     const char* palette;
 };
 
-start_files read_options(const argument_list* list) {
-    start_files files = {nullptr, nullptr};
+// Says on standard error what is wrong with the command line.
+bool refuse(const char* why, const char* word) {
+    std::fprintf(stderr, "tinct: %s \"%s\"; --help tells the options\n", why, word);
+    return false;
+}
+
+// False after a message. A file without an option in front of it is a rendered image; behind "--" stands nothing that
+// would be opened.
+bool read_options(const argument_list* list, start_files* files) {
+    *files = {nullptr, nullptr};
     reset_options();
     for (int letter; (letter = get_option(list->count, list->values, OPTIONS)) != -1;) {
-        if (letter == 'f') files.image = get_option_argument();
-        if (letter == 'p') files.palette = get_option_argument();
+        const char* argument = get_option_argument();
+        if (letter == '?') return refuse("unknown option", argument);
+        if (argument == nullptr) return refuse("no file behind option", list->values[get_option_index() - 1]);
+        if (letter == 'f') files->image = argument;
+        if (letter == 'p') files->palette = argument;
     }
-    return files;
+    const int first = get_option_index();
+    if (first >= list->count || std::strcmp(list->values[first], "--") == 0) return true;
+    if (first + 1 < list->count || files->image != nullptr)
+        return refuse("one image at a time, and not also", list->values[list->count - 1]);
+    files->image = list->values[first];
+    return true;
+}
+
+// Blanks are taken out of what names no file as it stands.
+void strip_arguments(const argument_list* list) {
+    for (int i = 1; i < list->count; ++i)
+        if (!files_exists(list->values[i])) strip_blanks(list->values[i]);
 }
 
 // ---- start --------------------------------------------------------------------------------------------------------
@@ -79,10 +97,8 @@ void form_directory(char* path, size_t size) {
 }
 
 void open_start_files(const start_files* files) {
-    all_busycursor();
-    if (files->image != nullptr) image_open(files->image);
-    if (files->palette != nullptr) forms_palette_open(files->palette);
-    all_defaultcursor();
+    if (files->image != nullptr) open_image_command(files->image);
+    if (files->palette != nullptr) open_palette_command(files->palette);
 }
 
 // Everything between the command line and the loop. False after a message.
@@ -101,7 +117,8 @@ bool start(const start_files* files) {
     imp_set_pending_events(tools_pending_events);
     Enable_events(PROGRAM_EVENTS);
     Set_keyboard_buffer(keyboard_buffer, KEYBOARD_BUFFER_SIZE);
-    tools_reset();
+    tools_start(pick_advance, forms_release_button);
+    pick_start(&picture_view, choose_pen);
     all_busycursor();
     if (init_forms() == 0) {
         close_forms(0);
@@ -168,28 +185,19 @@ void close_forms(int restart) {
     forms_up = false;
 }
 
-int image_ask_discard() {
-    if (!open_image.image_changed) return 1;
-    if (!dialog_message("Warning", "Discard image changes?", dialog_icon::exclamation, dialog_buttons::ok_cancel))
-        return 0;
-    open_image.image_changed = false;
-    return 1;
-}
-
-int close_query() {
-    return forms_palette_ask_discard() != 0 && image_ask_discard() != 0 ? 1 : 0;
-}
-
 int tinct_main(int count, char** arguments, char** /*environment*/) {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    log_set_sink(dialog_log_sink, nullptr);
+    messages_start();
     quit_requested = false;
     argument_list list;
     // A response file that can't be read has been told; the list is empty then, and the program comes up without it.
     expand_arguments(count, arguments, OPTIONS, &list);
-    for (int i = 1; i < list.count; ++i)
-        strip_blanks(list.values[i]);
-    const start_files files = read_options(&list);
+    strip_arguments(&list);
+    start_files files;
+    if (!read_options(&list, &files)) {
+        argument_list_free(&list);
+        return STATUS_USAGE;
+    }
     const bool started = start(&files);
     if (started) {
         run();

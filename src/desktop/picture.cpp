@@ -7,10 +7,12 @@
 #include "desktop/appforms.h"
 #include "desktop/program.h"
 #include "desktop/region.h"
+#include "desktop/title.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
 #include "tools/events.h"
 #include "tools/windows.h"
+#include "view/highlight.h"
 #include "view/pick.h"
 #include "view/viewdraw.h"
 #include "view/viewtools.h"
@@ -25,7 +27,7 @@ raster_image* get_picture(view* /*v*/) {
 }
 
 void picture_done(view* /*v*/, raster_image* /*image*/) {
-    highlight_redraw();
+    highlight_redraw(&picture_view);
 }
 
 constexpr view_ops PICTURE_OPS = {pick_at, get_picture, picture_done};
@@ -49,7 +51,7 @@ void place_region() {
 void draw_all() {
     hidecursor(picture_view.window);
     view_draw(open_image.picture, &picture_view);
-    highlight_redraw();
+    highlight_redraw(&picture_view);
 }
 
 // The view takes another size; the origin stays at the top left.
@@ -70,6 +72,7 @@ bool is_seen() {
 
 void image_replaced() {
     pick_reset();
+    tools_forget();
     if (is_seen()) {
         if (open_image.picture != nullptr) view_fit(open_image.picture, &picture_view);
         draw_all();
@@ -86,8 +89,9 @@ void pass_begins() {
 // A stretch of a row has changed. Rows between those that are sampled aren't seen.
 void row_has_changed(void* /*user*/, int32_t y, int32_t x1, int32_t x2) {
     const view* v = &picture_view;
-    if (!is_seen() || (v->zoom < 0 && (y & (-v->zoom - 1)) != 0)) return;
-    view_draw_area(open_image.picture, v, x1, y, x2 + 1, y + 1);
+    const int32_t step = v->zoom < 0 ? -v->zoom : 1;
+    if (!is_seen() || y % step != 0) return;
+    view_draw_row(open_image.picture, v, y, x1, x2 + step, NOT_COVERED);
     if (host_now() - last_shown < SHOW_INTERVAL) return;
     desk_flush();
     last_shown = host_now();
@@ -97,7 +101,7 @@ void row_has_changed(void* /*user*/, int32_t y, int32_t x1, int32_t x2) {
 void pass_ends(int pen, bool done) {
     if (pen == highlighted_pen && done) highlighted_pen = NO_PEN;
     if (!is_seen()) return;
-    highlight_redraw();
+    highlight_redraw(&picture_view);
     showcursor(picture_view.window);
     flushbuffer(picture_view.window);
     desk_flush();
@@ -157,13 +161,19 @@ void view_refresh() {
     hidecursor(r.window);
     view part;
     if (!view_part(&picture_view, r.area_x1, r.area_y1, r.area_x2, r.area_y2, &part)) return;
-    // Columns that the whole view doesn't show are black in a part of it too.
-    if (open_image.picture != nullptr) {
-        const int32_t last = view_last_column(&picture_view);
-        fill_black(r.window, std::max(last + 1, part.x1), part.y1, part.x2, part.y2);
-        part.x2 = std::min(part.x2, last);
-        if (part.x1 > part.x2) return;
-    }
     view_draw(open_image.picture, &part);
-    highlight_redraw();
+    highlight_redraw(&part);
+}
+
+void choose_pen(int pen) {
+    if (pen == NO_PEN)
+        show_title();
+    else
+        set_pen(pen);
+}
+
+void set_pen(int pen) {
+    forms_show_pen(pen);
+    highlight_move(&picture_view, pen);
+    show_title();
 }

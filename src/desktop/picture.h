@@ -17,3 +17,9 @@ void picture_watch_image();
 
 // Handles a refresh event, which it takes off its queue.
 void view_refresh();
+
+// Shows the number of the chosen surface, and moves the highlight to it.
+void set_pen(int pen);
+
+// The same for pick_start(): NO_PEN, when there is none left, only shows.
+void choose_pen(int pen);

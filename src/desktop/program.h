@@ -26,6 +26,3 @@ extern char keyboard_buffer[KEYBOARD_BUFFER_SIZE]; // the tools put key codes th
 // The palette, as long as no form keeps it.
 extern color_palette program_colors;
 extern pattern_palette program_patterns;
-
-// Sets the main window's title: the program's name, the open image's file, and the chosen surface.
-void show_title();

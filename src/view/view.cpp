@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr double FIT_SHARE = 0.8;         // of the viewport, at most, that a fitted picture takes up
+constexpr double FIT_SHARE[] = {4, 5};    // of the viewport, at most, that a fitted picture takes up: four fifths
+constexpr double SEEN_SIDE = 32.0;        // screen pixels of a picture that stay in sight
 constexpr double BOX_FACTOR_MAX = 4096.0; // of the zoom to a box
 constexpr double BOX_FACTOR_MIN = 1.0 / 4096.0;
 constexpr double WHOLE_PIXEL = 0.984375;    // makes an end of a 64th of a screen pixel or more take the whole of it
@@ -70,8 +71,8 @@ int32_t zoom_out_by(double factor, double limit, bool limit_is_enough) {
     return zoom;
 }
 
-double sides_factor(const view* v, double width, double height) {
-    return std::min((v->x2 - v->x1 + 1) / width, (v->y2 - v->y1 + 1) / height);
+double sides_factor(const view* v, double width, double height, double times) {
+    return std::min((v->x2 - v->x1 + 1) * times / width, (v->y2 - v->y1 + 1) * times / height);
 }
 
 // Centres on the middle of two sums of image coordinates.
@@ -83,6 +84,14 @@ void center_between(view* v, double sum_x, double sum_y) {
 void sort_apart(int32_t* low, int32_t* high) {
     if (*low > *high) std::swap(*low, *high);
     if (*low == *high) ++*high;
+}
+
+// The origin, moved as little as it takes for `seen` image pixels of a picture to lie in a viewport of `shown` ones, or
+// all of the picture or viewport where that is less.
+double origin_in_sight(int32_t origin, double shown, int32_t size, double seen) {
+    const double kept = std::min({std::max(seen, 1.0), shown, static_cast<double>(size)});
+    return std::clamp<double>(origin, std::ceil(kept - shown),
+                              std::max(std::floor(size - kept), std::ceil(kept - shown)));
 }
 
 // First and last window pixel, along one axis, of image pixels `from` to `end` - 1; `from` is moved to the sampled
@@ -120,7 +129,8 @@ void view_fit(const raster_image* image, view* v) {
     // An image without pixels is shown as one of a single pixel.
     const int32_t width = std::max(image->width, 1);
     const int32_t height = std::max(image->height, 1);
-    const double factor = sides_factor(v, FIT_SHARE * width, FIT_SHARE * height);
+    // Whole numbers up to the one division: a picture that takes up the share exactly gives exactly 1.
+    const double factor = sides_factor(v, FIT_SHARE[1] * width, FIT_SHARE[1] * height, FIT_SHARE[0]);
     v->zoom = 0;
     if (factor >= 2.0) v->zoom = zoom_in_by(factor);
     if (factor < 1.0) v->zoom = zoom_out_by(factor, 1.0, true);
@@ -141,15 +151,26 @@ void view_zoom(view* v, int x, int y, int direction) {
     center_on(v, ix, iy);
 }
 
-void view_zoom_at(view* v, int x, int y, int direction) {
+view_point view_point_at(const view* v, int x, int y) {
+    const double s = view_scale(v);
+    return {(x - v->x1) / s + v->origin_x, (y - v->y1) / s + v->origin_y};
+}
+
+void view_zoom_at(view* v, int x, int y, view_point point, int direction) {
     const int32_t next = stepped(v->zoom, direction);
     if (std::abs(next) > VIEW_ZOOM_STEP_MAX) return;
-    const double old_scale = view_scale(v);
-    const double ix = (x - v->x1) / old_scale + v->origin_x;
-    const double iy = (y - v->y1) / old_scale + v->origin_y;
     v->zoom = next;
     const double s = view_scale(v);
-    set_origin(v, std::round(ix - (x - v->x1) / s), std::round(iy - (y - v->y1) / s));
+    set_origin(v, std::round(point.x - (x - v->x1) / s), std::round(point.y - (y - v->y1) / s));
+}
+
+bool view_keep_in_sight(const raster_image* image, view* v) {
+    const double s = view_scale(v);
+    const double x = origin_in_sight(v->origin_x, (v->x2 - v->x1 + 1) / s, image->width, SEEN_SIDE / s);
+    const double y = origin_in_sight(v->origin_y, (v->y2 - v->y1 + 1) / s, image->height, SEEN_SIDE / s);
+    set_origin(v, x, y);
+    view_area area;
+    return view_area_of(v, image->width, image->height, 0, 0, image->width, image->height, &area);
 }
 
 void view_zoom_box(view* v, int x1, int y1, int x2, int y2) {
@@ -158,17 +179,11 @@ void view_zoom_box(view* v, int x1, int y1, int x2, int y2) {
     view_to_image(v, x2, y2, &second_x, &second_y);
     sort_apart(&first_x, &second_x);
     sort_apart(&first_y, &second_y);
-    const double factor = sides_factor(v, second_x - first_x, second_y - first_y);
+    const double factor = sides_factor(v, second_x - first_x, second_y - first_y, 1.0);
     v->zoom = 0;
     if (factor >= 2.0) v->zoom = zoom_in_by(std::min(factor, BOX_FACTOR_MAX));
     if (factor <= 0.5) v->zoom = zoom_out_by(std::max(factor, BOX_FACTOR_MIN), 0.5, false);
     center_between(v, static_cast<double>(first_x) + second_x, static_cast<double>(first_y) + second_y);
-}
-
-int32_t view_last_column(const view* v) {
-    if (v->zoom == 0) return v->x2;
-    const double left = std::max<double>(v->x1, v->x1 - std::trunc(v->origin_x * view_scale(v)));
-    return static_cast<int32_t>(std::min<double>(v->x2, left + VIEW_LINE_MAX - 1));
 }
 
 bool view_area_of(const view* v, int32_t width, int32_t height, int32_t ix1, int32_t iy1, int32_t ix2, int32_t iy2,
@@ -178,7 +193,7 @@ bool view_area_of(const view* v, int32_t width, int32_t height, int32_t ix1, int
     const span across = span_of(v->zoom, v->x1, v->origin_x, ix1, ix2);
     const span down = span_of(v->zoom, v->y1, v->origin_y, iy1, iy2);
     if (across.from >= ix2 || down.from >= iy2) return false;
-    const int64_t right = std::min<int64_t>(across.last, view_last_column(v));
+    const int64_t right = std::min<int64_t>(across.last, v->x2);
     const int64_t bottom = std::min<int64_t>(down.last, v->y2);
     if (across.first > right || down.first > bottom) return false;
     *area = {static_cast<int32_t>(across.from), static_cast<int32_t>(down.from), static_cast<int32_t>(across.first),

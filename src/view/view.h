@@ -33,9 +33,6 @@ struct view {
 constexpr int32_t VIEW_ZOOM_MAX = 8192;      // size of the greatest zoom, in either sign
 constexpr int32_t VIEW_ZOOM_STEP_MAX = 4096; // a zoom beyond it takes no further step
 
-// How many columns are drawn at most at a zoom other than 0.
-constexpr int32_t VIEW_LINE_MAX = 1675;
-
 // Screen pixels per image pixel.
 double view_scale(const view* v);
 
@@ -44,8 +41,8 @@ void view_to_image(const view* v, int x, int y, int32_t* ix, int32_t* iy);
 
 // ---- changing what is shown: these set zoom and origin, and draw nothing ------------------------------------------
 
-// The largest zoom at which four fifths of each side of the image fit into the viewport, or 0 for any between 1 and 2;
-// centred.
+// The largest zoom at which each side of the image takes up four fifths of the viewport's at most, or 0 for any between
+// 1 and 2; centred.
 void view_fit(const raster_image* image, view* v);
 
 // Brings the window's point to the middle of the viewport.
@@ -55,9 +52,20 @@ void view_center(view* v, int x, int y);
 // changes.
 void view_zoom(view* v, int x, int y, int direction);
 
-// The same step, but the point stays where it is, as nearly as whole origins allow. It goes no further than
-// VIEW_ZOOM_STEP_MAX, so that a step back is always possible.
-void view_zoom_at(view* v, int x, int y, int direction);
+// A point of the image, as exact as it can be told.
+struct view_point {
+    double x, y;
+};
+view_point view_point_at(const view* v, int x, int y);
+
+// The same step, but the image's point comes to stand at x, y, as nearly as whole origins allow: with the point that
+// was there, it stays; with that from before some steps, the way back leads to where they began. It goes no further
+// than VIEW_ZOOM_STEP_MAX, so that a step back is always possible.
+void view_zoom_at(view* v, int x, int y, view_point point, int direction);
+
+// Moves the origin until a part of the image is seen that can be pointed at, if it isn't. False when there is none at
+// this zoom.
+bool view_keep_in_sight(const raster_image* image, view* v);
 
 // The zoom at which the box between two points fills the viewport best, its centre in the middle.
 void view_zoom_box(view* v, int x1, int y1, int x2, int y2);
@@ -73,9 +81,6 @@ struct view_area {
 // At a negative zoom the area begins at the sampled pixel at or before its corner.
 bool view_area_of(const view* v, int32_t width, int32_t height, int32_t ix1, int32_t iy1, int32_t ix2, int32_t iy2,
                   view_area* area);
-
-// The last column that may show the image, VIEW_LINE_MAX being minded; at most x2.
-int32_t view_last_column(const view* v);
 
 // The part of a view that shows a rectangle of the window, as a view of its own, widened to the left and up to whole
 // image pixels. False when nothing of the rectangle lies in the viewport.

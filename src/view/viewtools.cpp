@@ -3,16 +3,18 @@
 
 #include <cstdlib>
 
-#include "desktop/appforms.h"
 #include "tools/windows.h"
-#include "view/pick.h"
 #include "view/viewdraw.h"
 
 view_tool current_tool = tool_default;
-void (*cancel_action)(int flag) = pick_advance;
+void (*cancel_action)(int flag) = nullptr;
 int tool_gadget = NO_GADGET;
 
 namespace {
+
+// What the program brings, from tools_start().
+void (*default_cancel)(int flag) = nullptr;
+void (*release_button)(int gadget) = nullptr;
 
 // First corner of a box; its window is NO_WINDOW until there is one.
 struct box_corner {
@@ -20,11 +22,27 @@ struct box_corner {
 };
 box_corner first_corner = {NO_WINDOW, 0, 0};
 
-// Changes the view by change(image), and shows it.
+// Where the wheel turned last, how it left the view, and the point of the image that stood there at the first turn.
+struct wheel_place {
+    int x, y;
+    view left;
+    view_point point;
+};
+wheel_place wheel = {};
+
+bool is_as_left(const view* v, int x, int y) {
+    const view* left = &wheel.left;
+    return wheel.x == x && wheel.y == y && left->window == v->window && left->zoom == v->zoom &&
+           left->origin_x == v->origin_x && left->origin_y == v->origin_y;
+}
+
+// Changes the view by change(image), and shows it. Nothing changes when no part of the image would be seen.
 template <typename Change> void apply_change(view* v, Change change) {
     raster_image* image = v->ops->get_image(v);
     if (image == nullptr) return;
+    const view before = *v;
     change(image);
+    if (!view_keep_in_sight(image, v)) *v = before;
     hidecursor(v->window);
     view_draw(image, v);
     v->ops->image_done(v, image);
@@ -53,10 +71,13 @@ void tool_fit(view* v, int /*x*/, int /*y*/) {
 }
 
 void wheel_zoom(view* v, int x, int y, int steps) {
+    if (!is_as_left(v, x, y)) wheel.point = view_point_at(v, x, y);
+    const view_point point = wheel.point;
     apply_change(v, [=](const raster_image*) {
         for (int i = 0; i < std::abs(steps); ++i)
-            view_zoom_at(v, x, y, steps > 0 ? 1 : -1);
+            view_zoom_at(v, x, y, point, steps > 0 ? 1 : -1);
     });
+    wheel = {x, y, *v, point};
 }
 
 void tool_zoom_box(view* v, int x, int y) {
@@ -80,13 +101,19 @@ void tool_set(view_tool tool, int gadget) {
 }
 
 void tool_end(int /*flag*/) {
-    if (tool_gadget != NO_GADGET) forms_release_button(tool_gadget);
-    tools_reset();
+    if (tool_gadget != NO_GADGET && release_button != nullptr) release_button(tool_gadget);
+    tools_start(default_cancel, release_button);
 }
 
-void tools_reset() {
+void tools_start(void (*cancel)(int flag), void (*release)(int gadget)) {
+    default_cancel = cancel;
+    release_button = release;
     tool_gadget = NO_GADGET;
-    first_corner.window = NO_WINDOW;
     current_tool = tool_default;
-    cancel_action = pick_advance;
+    cancel_action = cancel;
+    tools_forget();
+}
+
+void tools_forget() {
+    first_corner.window = NO_WINDOW;
 }

@@ -33,5 +33,9 @@ void tool_set(view_tool tool, int gadget);
 // Puts the default tool and the default cancel action back, and the tool's button. The flag doesn't count.
 void tool_end(int flag);
 
-// The same without a button to put back: how everything starts.
-void tools_reset();
+// How everything starts: the default tool, and what its cancel action is. `release` puts the button of a tool that ends
+// out again; null where there are no buttons.
+void tools_start(void (*cancel)(int flag), void (*release)(int gadget));
+
+// Forgets what a tool has begun, as the first corner of a box, while the tool itself stays: another image is there.
+void tools_forget();
