@@ -72,13 +72,13 @@ cached* load(const char* file, const char* path, int64_t size, int64_t time) {
     return first_use(c);
 }
 
-// Releases what nobody uses behind the first `limit` bytes.
+// Releases what nobody uses from where the limit is passed on.
 void trim(size_t limit) {
     size_t held = 0;
     for (cached** link = &newest; *link != nullptr;) {
         cached* c = *link;
-        if (c->users > 0 || held + bytes_of(c) <= limit) {
-            held += bytes_of(c);
+        held += bytes_of(c);
+        if (c->users > 0 || held <= limit) {
             link = &c->next;
         } else {
             *link = c->next;

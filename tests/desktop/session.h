@@ -2,7 +2,7 @@
 // and nothing is due.
 #pragma once
 
-#include "core_fixture.h"
+#include "core/core_fixture.h"
 
 #include <algorithm>
 #include <cmath>

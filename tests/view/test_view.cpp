@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <string>
 
 #include "view/view.h"
 
@@ -66,24 +68,40 @@ TEST(View, StepsGoThroughOneToOne) {
     EXPECT_EQ(zooms, "2 4 2 0 -2 -4 -2 0 ");
 }
 
-// Where the picture goes under the wheel: the pixel under the pointer stays under it, and every step can be undone.
-TEST(View, TheWheelKeepsThePointUnderThePointer) {
+// The pixel under the pointer stays under it, and the way back leads to the origin where it began, from wherever.
+TEST(View, TheWheelKeepsThePointUnderThePointerAndComesBack) {
     for (const int32_t zoom : {0, 2, 64, 2048, -2, -64}) {
         view v = view_at({5, 9, 804, 608, 64, 128, zoom});
-        int32_t before_x, before_y, x, y;
-        view_to_image(&v, 333, 222, &before_x, &before_y);
-        view_zoom_at(&v, 333, 222, 1);
-        view_to_image(&v, 333, 222, &x, &y);
-        EXPECT_LE(std::abs(x - before_x), std::max(1, -v.zoom)) << zoom;
-        EXPECT_LE(std::abs(y - before_y), std::max(1, -v.zoom)) << zoom;
-        view_zoom_at(&v, 333, 222, -1);
-        EXPECT_EQ(v.zoom, zoom);
+        if (zoom >= 0) v.origin_x = 61; // on no grid but its own
+        const view before = v;
+        const view_point point = view_point_at(&v, 333, 222);
+        for (const int direction : {1, -1, -1, -1, -1, 1, 1, 1}) {
+            view_zoom_at(&v, 333, 222, point, direction);
+            const view_point now = view_point_at(&v, 333, 222);
+            EXPECT_LE(std::fabs(now.x - point.x), std::max(1, -v.zoom)) << zoom;
+            EXPECT_LE(std::fabs(now.y - point.y), std::max(1, -v.zoom)) << zoom;
+        }
+        EXPECT_TRUE(v.zoom == zoom && v.origin_x == before.origin_x && v.origin_y == before.origin_y) << zoom;
     }
     view v = view_at({0, 0, 99, 99, 0, 0, 4096});
-    view_zoom_at(&v, 50, 50, 1);
+    view_zoom_at(&v, 50, 50, {0, 0}, 1);
     EXPECT_EQ(v.zoom, 4096);
-    view_zoom_at(&v, 50, 50, -1);
-    EXPECT_EQ(v.zoom, 2048);
+}
+
+TEST(View, APartOfThePictureStaysInSight) {
+    raster_image image = {};
+    image.width = 100;
+    image.height = 50;
+    const auto kept = [&](int32_t x, int32_t y, int32_t zoom) {
+        view v = view_at({10, 20, 209, 119, x, y, zoom});
+        const bool seen = view_keep_in_sight(&image, &v);
+        return std::to_string(v.origin_x) + "," + std::to_string(v.origin_y) + (seen ? "" : " unseen");
+    };
+    EXPECT_EQ(kept(-3, 7, 0), "-3,7");
+    EXPECT_EQ(kept(9999, -9999, 0), "68,-68");  // 32 pixels of the screen
+    EXPECT_EQ(kept(-9999, 9999, 64), "-2,49");  // a pixel of the picture
+    EXPECT_EQ(kept(-9999, 9999, -4), "-700,0"); // all of it, which is less
+    EXPECT_EQ(kept(0, 0, -4096), "0,0 unseen");
 }
 
 TEST(View, OriginsStayInBounds) {
@@ -116,14 +134,9 @@ TEST(View, AreasAreClippedToPictureAndViewport) {
     EXPECT_EQ(area_text(out, 60, 40, 13, 5, 14, 6), "12,4 11,23-11,23");
 }
 
-TEST(View, ZoomedRowsHaveALimitAndPartsKeepToIt) {
-    view v = view_at({0, 0, 1999, 99, -25, 0, 4});
-    EXPECT_EQ(view_last_column(&v), 100 + 1674);
-    EXPECT_EQ(area_text(v, 900, 10, 0, 0, 900, 10), "0,0 100,0-1774,39");
-    v.zoom = 0;
-    EXPECT_EQ(area_text(v, 2900, 10, 0, 0, 2900, 10), "0,0 25,0-1999,9");
-
-    v.zoom = 4;
+TEST(View, PartsBeginAtWholePixels) {
+    const view v = view_at({0, 0, 1999, 99, -25, 0, 4});
+    EXPECT_EQ(area_text(v, 900, 10, 0, 0, 900, 10), "0,0 100,0-1999,39");
     view part;
     ASSERT_TRUE(view_part(&v, 202, 5, 300, 30, &part)); // begins in the middle of a pixel, which starts at 200, 4
     EXPECT_EQ(part.x1, 200);

@@ -39,7 +39,7 @@ def between(view, zoom, sum_x, sum_y):
 
 def fit(view, width, height, *_):
     x1, y1, x2, y2 = view[:4]
-    f = min(F(x2 - x1 + 1) / (F(4, 5) * width), F(y2 - y1 + 1) / (F(4, 5) * height))
+    f = min(F(4, 5) * (x2 - x1 + 1) / width, F(4, 5) * (y2 - y1 + 1) / height)
     zoom = 0
     if f >= 2:
         zoom = 1
@@ -113,7 +113,7 @@ for zoom in (0, 2, 4, -2, -4, 64, -64, 4096, -4096, 8192, -8192):
     row("STEP", step, view, px, py, 1)
     row("STEP", step, view, px, py, -1)
     row("BOX", box, view, px, py, qx, qy)
-for size in ((800, 800), (1600, 1600), (1250, 1000), (1251, 1000), (2500, 10), (312, 77), (1, 1), (8192, 8192), (7, 5000)):
+for size in ((800, 800), (1600, 1600), (640, 640), (641, 640), (1250, 1000), (1280, 640), (1281, 640), (2500, 10), (312, 77), (1, 1), (8192, 8192), (7, 5000)):
     row("FIT", fit, (0, 0, 999, 799, 5, 5, 0), *size)
 row("FIT", fit, (10, 20, 649, 420, 0, 0, 8), 400, 300)
 row("FIT", fit, (0, 0, 3, 3, 0, 0, 0), 8192, 8192)
