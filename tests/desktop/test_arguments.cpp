@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "common/own_directory.h"
 #include "desktop/arguments.h"
-#include "own_directory.h"
 #include "support/log.h"
 #include "support/memory.h"
 
