@@ -17,8 +17,8 @@ struct tools_program {
 constexpr int TOOLS_ARGUMENTS = 38; // items of the command line behind the program's name; more are left out
 
 // The whole life of the process: works out the paths, calls program->main, cleans up. `count`, `arguments`,
-// `environment` are what the system gave. The program gets its file's path first and then the command line, split at
-// white space. Returns the exit status, which is what program->main returned.
+// `environment` are what the system gave. The program gets its file's path first and then the command line, word for
+// word but for empty ones. Returns the exit status, which is what program->main returned.
 int tools_process_entry(int count, char** arguments, char** environment, const tools_program* program);
 
 // Stops the process from any depth: cleans up and ends it with status 0. Comes back only when a test has replaced

@@ -37,11 +37,11 @@ bool start(int planes) {
 TEST(Process, NameDirectoryAndArguments) {
     const long live = mem_live();
     answer = 3;
-    EXPECT_EQ(run({"bin\\Some.PROGRAM.exe", "-f  a.tnc", "", "\t-p\nb "}), 3);
+    EXPECT_EQ(run({"bin\\Some.PROGRAM.exe", "-f", "my a.tnc", "", "-pb "}), 3);
     EXPECT_STREQ(program_name, "Some.program");
     const std::string directory = program_dir;
     EXPECT_TRUE(std::filesystem::is_directory(directory)) << directory;
-    const std::vector<std::string> expected = {directory + "/Some.PROGRAM.exe", "-f", "a.tnc", "-p", "b"};
+    const std::vector<std::string> expected = {directory + "/Some.PROGRAM.exe", "-f", "my a.tnc", "-pb "};
     EXPECT_EQ(given, expected);
     std::vector<std::string> many(50, "two words");
     many[0] = "/usr/bin/.hidden";
