@@ -14,32 +14,34 @@
 
 namespace {
 
-constexpr size_t TITLE_SIZE = 256;
-constexpr size_t NAME_SIZE = 256; // of the longest name that a directory can hold
-constexpr size_t NAME_SHOWN = 80; // characters of a name; of a longer one its end
+constexpr size_t TITLE_SIZE = WINDOW_TITLE_SIZE; // of what a window shows
+constexpr size_t NAME_SIZE = 256;                // of the longest name that a directory can hold
 
-// The name of the open image's file, as it is shown.
-const char* file_name(char name[NAME_SIZE]) {
-    text_to_latin1(files_last_name(open_image.tnc_path), name, NAME_SIZE);
+// Writes the open image's file name as it is shown in `room` characters: of a longer one the end.
+void write_name(char* out, size_t room) {
+    char name[NAME_SIZE];
+    text_to_latin1(files_last_name(open_image.tnc_path), name, sizeof name);
     const size_t length = std::strlen(name);
-    if (length <= NAME_SHOWN) return name;
-    char* end = name + length - NAME_SHOWN;
-    std::memcpy(end, "...", 3);
-    return end;
+    if (length <= room)
+        std::memcpy(out, name, length + 1);
+    else
+        std::snprintf(out, room + 1, "...%s", name + length - room + 3);
 }
 
 } // namespace
 
 void show_title() {
-    char name[NAME_SIZE];
-    char file[NAME_SHOWN + 4] = "";
     char pen[32] = "";
-    if (open_image.picture != nullptr && open_image.tnc_path != nullptr)
-        std::snprintf(file, sizeof file, " - %s", file_name(name));
     // A form has a field for the surface.
     if (highlighted_pen != NO_PEN && forms.show_pen == nullptr)
         std::snprintf(pen, sizeof pen, " - surface %d", highlighted_pen);
-    char title[TITLE_SIZE];
-    std::snprintf(title, sizeof title, "%s%s%s", TINCT_VERSION, file, pen);
+    char name[TITLE_SIZE] = "";
+    const char* joint = "";
+    if (open_image.picture != nullptr) {
+        joint = " - ";
+        write_name(name, TITLE_SIZE - 1 - std::strlen(TINCT_VERSION) - std::strlen(joint) - std::strlen(pen));
+    }
+    char title[NAME_SIZE];
+    std::snprintf(title, sizeof title, "%s%s%s%s", TINCT_VERSION, joint, name, pen);
     Set_main_title(title);
 }

@@ -17,7 +17,7 @@
 #include "tools/events.h"
 #include "tools/process.h"
 #include "tools/windows.h"
-#include "view/pick.h"
+#include "view/highlight.h"
 
 class Session : public CoreFixture {
 protected:
@@ -65,9 +65,31 @@ protected:
 
     // Screen coordinates of a point of the picture's window.
     static canvas_point on_screen(int x, int y) { return {x + Win_frame_width(), y + Win_frame_height()}; }
+    static void drop(const char* path) {
+        host_event event = {};
+        event.kind = host_event_kind::drop;
+        event.path = path;
+        headless_post(&event);
+    }
+    static void wheel(int x, int y, int turn) {
+        const canvas_point p = on_screen(x, y);
+        headless_pointer(p.x, p.y);
+        host_event event = {};
+        event.kind = host_event_kind::wheel;
+        event.x = p.x;
+        event.y = p.y;
+        event.wheel = turn;
+        headless_post(&event);
+    }
     static void click(int x, int y, int button = HOST_LEFT) {
         const canvas_point p = on_screen(x, y);
         headless_click(p.x, p.y, button);
+    }
+
+    // A click in the middle of a pixel of the picture.
+    static void click_pixel(int column, int row) {
+        const int z = std::max(picture_view.zoom, 1);
+        click((column - picture_view.origin_x) * z + z / 2, (row - picture_view.origin_y) * z + z / 2);
     }
 
     // A column and row of the picture where at least `count` surfaces stand.
@@ -83,13 +105,13 @@ protected:
 
     // ---- what the window has to show, worked out pixel by pixel ---------------------------------------------------
 
-    // Marks the pixels of the window that the highlight covers.
-    static std::vector<bool> highlighted() {
+    // Marks the pixels of the window that the highlight covers: 'w' white, 'b' the black below it.
+    static std::string highlighted() {
         const view& v = picture_view;
         struct walk {
             const view* v;
-            std::vector<bool> marks;
-        } w = {&v, std::vector<bool>(size_t(v.x2 + 1) * size_t(v.y2 + 1))};
+            std::string marks;
+        } w = {&v, std::string(size_t(v.x2 + 1) * size_t(v.y2 + 1), ' ')};
         if (highlighted_pen == NO_PEN) return w.marks;
         pen_for_each_run(open_image.tnc, highlighted_pen, &w, [](void* user, int32_t x, int32_t y, int32_t count) {
             auto* at = static_cast<walk*>(user);
@@ -99,8 +121,9 @@ protected:
             if (y % n != 0 || y < u.origin_y) return 0;
             const int row = (y - u.origin_y) / n * z;
             const int end = std::min((x + count - u.origin_x) * z / n, u.x2 + 1);
-            for (int c = std::max((x - u.origin_x) * z / n, 0); c < end && row <= u.y2; ++c)
-                at->marks[size_t(row) * size_t(u.x2 + 1) + size_t(c)] = true;
+            for (int r = row; r <= std::min(row + z / 4, u.y2); ++r)
+                for (int c = std::max((x - u.origin_x) * z / n, 0); c < end; ++c)
+                    at->marks[size_t(r) * size_t(u.x2 + 1) + size_t(c)] = r == row ? 'w' : 'b';
             return 0;
         });
         return w.marks;
@@ -112,8 +135,7 @@ protected:
         const int column = v.origin_x + static_cast<int>(std::floor(double(x) / z)) * n;
         const int row = v.origin_y + static_cast<int>(std::floor(double(y) / z)) * n;
         const bool is_inside = p != nullptr && column >= 0 && row >= 0 && column < p->width && row < p->height;
-        const int left = std::max(0, -v.origin_x * z / n);
-        if (!is_inside || (v.zoom != 0 && x > left + 1674)) return CANVAS_SLOT;
+        if (!is_inside) return CANVAS_SLOT;
         const size_t i = size_t(row) * size_t(p->width) + size_t(column);
         const uint32_t pixel = rgb_dither_pixel(x, y, p->red[i], p->green[i], p->blue[i]);
         return rgb_depth <= 8 ? CANVAS_SLOT | pixel : pixel;
@@ -122,13 +144,14 @@ protected:
     static int wrong_pixels() {
         const view& v = picture_view;
         const canvas* dc = window_find(v.window)->dc;
-        const std::vector<bool> marks = highlighted();
+        const std::string marks = highlighted();
         const uint32_t white = rgb_depth <= 8 ? CANVAS_SLOT | rgb_plain_pixel(255, 255, 255) : 0xFFFFFF;
+        const uint32_t black = rgb_depth <= 8 ? CANVAS_SLOT | rgb_plain_pixel(0, 0, 0) : 0;
         int wrong = 0;
         for (int y = 0; y <= v.y2; ++y) {
             for (int x = 0; x <= v.x2; ++x) {
-                const bool is_marked = marks[size_t(y) * size_t(v.x2 + 1) + size_t(x)];
-                const uint32_t expected = canvas_pixel(is_marked ? white : demanded(v, x, y));
+                const char mark = marks[size_t(y) * size_t(v.x2 + 1) + size_t(x)];
+                const uint32_t expected = canvas_pixel(mark == 'w' ? white : (mark == 'b' ? black : demanded(v, x, y)));
                 if (canvas_get_pixel(dc, x, y) == expected || wrong++ > 0) continue;
                 ADD_FAILURE() << "at " << x << ", " << y << ", zoom " << v.zoom << ", origin " << v.origin_x << ", "
                               << v.origin_y << ": " << canvas_get_pixel(dc, x, y) << " and not " << expected;
@@ -137,5 +160,14 @@ protected:
         return wrong;
     }
 
+    // What the user is told, instead of by boxes, from the first step on.
+    void record_messages() {
+        step([this] {
+            log_set_sink(
+                [](void* to, int, const char* text) { static_cast<Session*>(to)->messages.emplace_back(text); }, this);
+        });
+    }
+
     std::vector<std::function<void()>> steps;
+    std::vector<std::string> messages;
 };

@@ -59,19 +59,13 @@ TEST_F(PictureSession, EveryPixelIsWhatThePlanesDemand) {
     canvas_point at = {0, 0};
     int32_t pens[PENS_AT_PIXEL_MAX] = {};
     int count = 0;
-    const auto point = [&](int* x, int* y) {
-        *x = (at.x - picture_view.origin_x) * std::max(picture_view.zoom, 1);
-        *y = (at.y - picture_view.origin_y) * std::max(picture_view.zoom, 1);
-    };
     check([] { EXPECT_EQ(picture_view.zoom, 0); });
     // Three surfaces at a pixel: one by one, and then none.
     check([&] {
         at = pixel_of_pens(3);
         count = pens_at_pixel(open_image.tnc, at.x, at.y, pens, PENS_AT_PIXEL_MAX);
         EXPECT_GE(count, 3);
-        int x, y;
-        point(&x, &y);
-        click(x, y);
+        click_pixel(at.x, at.y);
     });
     for (int i = 1; i <= PENS_AT_PIXEL_MAX; ++i) {
         check([&pens, &count, i] {
@@ -80,27 +74,14 @@ TEST_F(PictureSession, EveryPixelIsWhatThePlanesDemand) {
         });
     }
     // With a highlight through all zooms.
-    step([&] {
-        int x, y;
-        point(&x, &y);
-        click(x, y);
-    });
+    step([&] { click_pixel(at.x, at.y); });
     for (const char c : {'+', '+', '+', '-', '-', '-', '-', '-', '+', 'f'})
         check([c] { key(c); });
     check([] { key('+'); });
     for (const host_key k : {host_key::left, host_key::up, host_key::right, host_key::down})
         check([k] { arrow(k); });
     for (const int turn : {1, 2, -1, -4, 1}) {
-        check([turn] {
-            const canvas_point p = on_screen(101, 77);
-            headless_pointer(p.x, p.y);
-            host_event event = {};
-            event.kind = host_event_kind::wheel;
-            event.x = p.x;
-            event.y = p.y;
-            event.wheel = turn;
-            headless_post(&event);
-        });
+        check([turn] { wheel(101, 77, turn); });
         step([] { EXPECT_NE(highlighted_pen, NO_PEN); });
     }
     // A box: two clicks, the tool stays until Escape.
