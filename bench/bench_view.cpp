@@ -11,6 +11,7 @@
 #include "core/open_image.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
+#include "platform/pages.h"
 #include "platform/window/host.h"
 #include "support/memory.h"
 #include "surface/paths.h"
@@ -73,6 +74,8 @@ raster_image* make_picture() {
     p->red = mem_new_array<uint8_t>(size);
     p->green = mem_new_array<uint8_t>(size);
     p->blue = mem_new_array<uint8_t>(size);
+    for (uint8_t* plane : {p->red, p->green, p->blue})
+        pages_prefer_large(plane, size); // as load_image() does
     for (size_t i = 0; i < size; ++i) {
         p->red[i] = static_cast<uint8_t>(i * 3 >> 7);
         p->green[i] = static_cast<uint8_t>(i / WIDTH);
@@ -133,12 +136,12 @@ BENCHMARK(bm_pan)
     ->ArgsProduct({{4, 8, 16}, {0, 4, -4}})
     ->Unit(benchmark::kMillisecond);
 
-// The pixel where most surfaces stand.
+// The pixel where most surfaces stand, from the middle on.
 void find_busiest(int* best_x, int* best_y) {
     int32_t pens[PENS_AT_PIXEL_MAX];
     int most = -1;
-    for (int32_t y = 0; y < open_image.picture->height; y += 4)
-        for (int32_t x = 0; x < open_image.picture->width; x += 4) {
+    for (int32_t y = open_image.picture->height / 2; y < open_image.picture->height; y += 64)
+        for (int32_t x = open_image.picture->width / 2; x < open_image.picture->width; x += 64) {
             const int count = pens_at_pixel(open_image.tnc, x, y, pens, PENS_AT_PIXEL_MAX);
             if (count <= most) continue;
             most = count;

@@ -37,7 +37,7 @@ void show_title() {
         std::snprintf(pen, sizeof pen, " - surface %d", highlighted_pen);
     char name[TITLE_SIZE] = "";
     const char* joint = "";
-    if (open_image.picture != nullptr) {
+    if (open_image.tnc_path != nullptr) {
         joint = " - ";
         write_name(name, TITLE_SIZE - 1 - std::strlen(TINCT_VERSION) - std::strlen(joint) - std::strlen(pen));
     }
