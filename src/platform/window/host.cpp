@@ -13,6 +13,7 @@ namespace {
 
 const host_ops* running;
 host_screen current_screen;
+host_screen wanted_screen;
 
 constexpr int MOST_SIDE = 16384;
 
@@ -88,7 +89,7 @@ bool host_start(const char* title) {
 
 bool host_start_with(const host_ops* ops, const host_screen* screen, const char* title) {
     host_stop();
-    current_screen = *screen;
+    current_screen = wanted_screen = *screen;
     if (!depth_is_known(current_screen.planes) || !ops->start(&current_screen, title)) return false;
     running = ops;
     return true;
@@ -104,6 +105,9 @@ const char* host_name() {
 }
 const host_screen* host_screen_size() {
     return &current_screen;
+}
+const host_screen* host_wanted_screen() {
+    return &wanted_screen;
 }
 uint32_t host_now() {
     return running == nullptr ? 0 : running->now();
@@ -124,12 +128,20 @@ void host_warp(int x, int y) {
     if (running != nullptr) running->warp(x, y);
 }
 
-void host_set_cursor(host_cursor shape) {
-    if (running != nullptr) running->cursor(shape);
+void host_pointer(int* x, int* y) {
+    if (running != nullptr) running->pointer(x, y);
+}
+
+void host_set_cursor(host_cursor shape, int factor) {
+    if (running != nullptr) running->cursor(shape, factor);
 }
 
 void host_set_title(const char* text) {
     if (running != nullptr) running->title(text);
+}
+
+void host_set_icon(const uint32_t* pixels, int side) {
+    if (running != nullptr) running->icon(pixels, side);
 }
 
 void host_beep() {
