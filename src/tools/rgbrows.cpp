@@ -80,7 +80,7 @@ struct pack_555 {
 struct pack_565 {
     using pixel = uint16_t;
     static pixel of(unsigned r, unsigned g, unsigned b) {
-        return static_cast<pixel>(r >> 3 << 11 | g >> 2 << 5 | b >> 3);
+        return static_cast<pixel>(r >> 3 << 11 | canvas_green_bits_6(g) << 5 | b >> 3);
     }
 };
 struct pack_888 {
