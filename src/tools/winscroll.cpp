@@ -149,6 +149,8 @@ bool window_paint(const desk_message* message, refresh_data* refresh) {
         return false;
     }
     if (scrolling) {
+        // Meanwhile it shows the background, and not what has been scrolled away from there.
+        desk_fill_waiting(message->window, window_table[window]->attributes.background);
         if (desk_paint_box(message->window, &box, true)) collect(window, box);
         return false;
     }

@@ -215,6 +215,8 @@ TEST_F(Windows, PaintsWaitWhileAThumbIsDraggedAndEndAsOneRefresh) {
     take_refreshes();
     const int bar = desk_sizes()->scroll_bar;
     const int y = 120 - bar / 2;
+    fgcolor(w, 9);
+    rectf(w, 0, 0, 199, 119);
     headless_pointer(bar + 10, y);
     headless_button(HOST_LEFT, true, 0);
     pump();
@@ -222,6 +224,7 @@ TEST_F(Windows, PaintsWaitWhileAThumbIsDraggedAndEndAsOneRefresh) {
     for (int x = 30; x < 70; x += 10) {
         headless_pointer(bar + x, y);
         EXPECT_EQ(take_refreshes(), "");
+        EXPECT_EQ(at(w, 160 - bar - 1 - 100 + scroll_x, 10), 0u) << "the strip that came to light is empty";
         offsets.push_back(scroll_x);
     }
     EXPECT_TRUE(std::is_sorted(offsets.begin(), offsets.end()));

@@ -118,6 +118,9 @@ void desk_validate(desk_window* w, const canvas_box* box);
 // desk_next(), after it has once given false.
 bool desk_paint_box(desk_window* w, canvas_box* box, bool take);
 
+// Fills what of the client area waits to be painted and can be seen.
+void desk_fill_waiting(desk_window* w, canvas_color color);
+
 // Moves pixels inside the client area, limited to the clip box. What has to be painted because its source could not be
 // seen is asked for.
 void desk_copy(desk_window* w, canvas_box from, int to_x, int to_y);

@@ -226,12 +226,28 @@ void desk_validate(desk_window* w, const canvas_box* box) {
     pixman_region32_subtract(&w->update, &w->update, &gone.r);
 }
 
+// In client coordinates.
+static void find_waiting(desk_window* w, pixman_region32_t* waiting) {
+    pixman_region32_copy(waiting, &w->surface.visible);
+    // screen -> client coordinates
+    pixman_region32_translate(waiting, -w->client.x1, -w->client.y1);
+    pixman_region32_intersect(waiting, waiting, &w->update);
+}
+
+void desk_fill_waiting(desk_window* w, canvas_color color) {
+    region waiting;
+    canvas c;
+    find_waiting(w, &waiting.r);
+    pixman_region32_translate(&waiting.r, w->client.x1, w->client.y1);
+    canvas_init_on_screen(&c);
+    canvas_set_visible(&c, bitmap_box(&screen.frame), &waiting.r);
+    canvas_fill(&c, bitmap_box(&screen.frame), color);
+    canvas_fini(&c);
+}
+
 bool desk_paint_box(desk_window* w, canvas_box* box, bool take) {
     region waiting;
-    pixman_region32_copy(&waiting.r, &w->surface.visible);
-    // screen -> client coordinates
-    pixman_region32_translate(&waiting.r, -w->client.x1, -w->client.y1);
-    pixman_region32_intersect(&waiting.r, &waiting.r, &w->update);
+    find_waiting(w, &waiting.r);
     const pixman_box32_t* around = pixman_region32_extents(&waiting.r);
     *box = {around->x1, around->y1, around->x2, around->y2};
     const bool any = pixman_region32_not_empty(&waiting.r) != 0;

@@ -1,5 +1,5 @@
-// A display of the test's own, on which the host's window is a real one: an X server in memory, driven by xdotool, whose
-// pixels can be read.
+// A display of the test's own, on which the host's window is a real one: an X server in memory, driven by xdotool,
+// whose pixels can be read.
 #pragma once
 
 #include "common/own_directory.h"
@@ -11,7 +11,9 @@
 #include <X11/Xlib.h>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,9 +39,12 @@ protected:
         ASSERT_EQ(pipe(ends), 0);
         server = fork();
         if (server == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL); // it goes with the test, however that ends
             dup2(ends[1], 3);
-            execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", "1280x960x24", "-nolisten", "tcp", "-fbdir",
-                   directory.c_str(), static_cast<char*>(nullptr));
+            dup2(open("/dev/null", O_WRONLY), 1);
+            dup2(1, 2);
+            execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", "1280x960x24", "-noreset", "-nolisten", "tcp",
+                   "-fbdir", directory.c_str(), static_cast<char*>(nullptr));
             _exit(127);
         }
         close(ends[1]);
