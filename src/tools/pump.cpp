@@ -56,7 +56,7 @@ void take_paint(const desk_message* message) {
 
 void take_state(const desk_message* message) {
     const int window = window_of_handle(message->window);
-    const int state = window < 0 ? -1 : window_state_changed(window, message->state);
+    const int state = window < 0 ? -1 : window_state_changed(window);
     if (state >= 0) put_collapse_event(window, state);
 }
 

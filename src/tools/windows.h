@@ -77,8 +77,8 @@ inline window_record* window_find(int window) {
 int window_of_handle(const desk_window* handle);
 
 // Last column and row of the screen, which is the space that windows lie in. It is as large as the main window, but no
-// smaller than LEAST_SCREEN_WIDTH by LEAST_SCREEN_HEIGHT pixels, or than what the user asked for if that is less: in a
-// smaller main window it is scrolled.
+// smaller than LEAST_SCREEN_WIDTH by LEAST_SCREEN_HEIGHT pixels, or than the main window was at the start if that is
+// less: in a smaller main window it is scrolled.
 extern int screen_width, screen_height;
 constexpr int LEAST_SCREEN_WIDTH = 1024;
 constexpr int LEAST_SCREEN_HEIGHT = 768;
@@ -170,9 +170,9 @@ bool window_paint(const desk_message* message, refresh_data* refresh);
 
 void window_was_moved(int window); // notes it for the next refresh
 void window_was_resized(int window);
-// Notes the state of a window that the user (or the program) minimised or restored: 1 or 0 when a displayed window has
-// another state than was recorded, for COLLAPSE_EVENT; -1 when nothing is to be told.
-int window_state_changed(int window, host_state state);
+// Notes the state of a window that the user or the program minimised or restored: 1 or 0 when a displayed window has
+// another state by now than was recorded, for COLLAPSE_EVENT; -1 when nothing is to be told.
+int window_state_changed(int window);
 // Frees the number of a window that the user closed. True when it existed.
 bool window_was_destroyed(int window);
 void window_set_cursor(int window); // shows the window's cursor again

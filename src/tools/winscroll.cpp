@@ -25,16 +25,11 @@ uint32_t settles_at = 0; // when the screen's size has stood still; 0: nothing w
 int told_width = 0;      // the size that the program knows of
 int told_height = 0;
 
-// The least screen in one direction: `asked` is what the user wanted, 0 for no wish.
-int least_size(int least, int asked) {
-    return asked > 0 ? std::min(least, asked) : least;
-}
-
 // The screen for the main window's size. A bar takes room from the other direction, and may so call for the other bar.
 void fit_screen() {
     const int bar = desk_sizes()->scroll_bar;
-    const int least_width = least_size(LEAST_SCREEN_WIDTH, host_wanted_screen()->width);
-    const int least_height = least_size(LEAST_SCREEN_HEIGHT, host_wanted_screen()->height);
+    const int least_width = std::min(LEAST_SCREEN_WIDTH, host_screen_size()->width);
+    const int least_height = std::min(LEAST_SCREEN_HEIGHT, host_screen_size()->height);
     int width = desk_sizes()->screen_width;
     int height = desk_sizes()->screen_height;
     const bool narrow = width < least_width;
@@ -174,10 +169,10 @@ void window_was_resized(int window) {
     window_note_place(w);
 }
 
-int window_state_changed(int window, host_state state) {
+int window_state_changed(int window) {
     window_record* w = window_find(window);
     if (w == nullptr || w->displayed == 0) return -1;
-    const uint8_t collapsed = state == host_state::minimised ? 1 : 0;
+    const uint8_t collapsed = desk_state(w->handle) == host_state::minimised ? 1 : 0;
     if (w->collapsed == collapsed) return -1;
     w->collapsed = collapsed;
     return collapsed;

@@ -13,7 +13,6 @@ namespace {
 
 const host_ops* running;
 host_screen current_screen;
-host_screen wanted_screen;
 
 constexpr int MOST_SIDE = 16384;
 
@@ -89,7 +88,7 @@ bool host_start(const char* title) {
 
 bool host_start_with(const host_ops* ops, const host_screen* screen, const char* title) {
     host_stop();
-    current_screen = wanted_screen = *screen;
+    current_screen = *screen;
     if (!depth_is_known(current_screen.planes) || !ops->start(&current_screen, title)) return false;
     running = ops;
     return true;
@@ -105,9 +104,6 @@ const char* host_name() {
 }
 const host_screen* host_screen_size() {
     return &current_screen;
-}
-const host_screen* host_wanted_screen() {
-    return &wanted_screen;
 }
 uint32_t host_now() {
     return running == nullptr ? 0 : running->now();

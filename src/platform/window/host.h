@@ -120,8 +120,7 @@ bool host_start_with(const host_ops* ops, const host_screen* screen, const char*
 void host_stop();
 
 const char* host_name();                 // "headless", "sdl"; "" before the start
-const host_screen* host_screen_size();   // as filled by the start
-const host_screen* host_wanted_screen(); // as it was given to the start: 0 is what nobody asked for
+const host_screen* host_screen_size(); // as filled by the start
 uint32_t host_now();
 bool host_poll(host_event* event);
 void host_wait(bool limited, uint32_t deadline);

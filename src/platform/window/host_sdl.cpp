@@ -23,9 +23,15 @@ bool host_sdl_takes_any_driver = false;
 
 #ifdef __SANITIZE_ADDRESS__
 // The window's library asks the desktop's message bus for its settings, and the bus's library keeps that memory.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
+extern "C" {
+__attribute__((visibility("default"))) const char* __lsan_default_suppressions();
+__attribute__((visibility("default"))) const char* __lsan_default_options();
+const char* __lsan_default_suppressions() {
     return "leak:libdbus";
+}
+const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
 }
 #endif
 
