@@ -22,10 +22,10 @@ int translate_color(int form_color) {
     return form_color >= 0 && form_color < count ? logical[form_color] : OTHER_COLOR;
 }
 
-// The oldest key event's bytes. The buffer is the program's own, and the tools have just filled it.
+// Takes the oldest key event and copies its bytes. The buffer is the program's own, and the tools have just filled it.
 int copy_keyboard_data(char* out, int size) {
     int count = 0;
-    if (Inq_keyboard_data(&count) != 0) return 0;
+    if (Get_keyboard_data(&count) != 0) return 0;
     count = std::clamp(count, 0, size);
     std::memcpy(out, keyboard_buffer, static_cast<size_t>(count));
     return count;

@@ -4,8 +4,8 @@
 #include <fstream>
 #include <vector>
 
-#include "events_fixture.h"
 #include "common/own_directory.h"
+#include "events_fixture.h"
 
 namespace {
 
@@ -108,15 +108,4 @@ TEST(Process, ScreenRecords) {
             EXPECT_EQ(records[i][SCREEN_NUMBER], -1);
         tools_leave();
     }
-}
-
-TEST(Process, BeepsAndMessages) {
-    ASSERT_TRUE(start(8));
-    EXPECT_EQ(Beep(1), 0);
-    EXPECT_EQ(headless_beeps(), 1);
-    EXPECT_EQ(Beep(2), 0);
-    EXPECT_EQ(headless_beeps(), 5);
-    headless_key(host_key::enter, 0, 0);
-    EXPECT_EQ(Show_message(0, "text", 1), 0); // comes back, as Return answers it
-    tools_leave();
 }
