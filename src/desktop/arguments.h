@@ -8,8 +8,9 @@ struct argument_list {
 };
 
 // Builds a new vector: arguments that begin with "@" name response files, which nest; options come first, one "-c" a
-// letter (a word that begins with "--" stays whole), then the other arguments. `options` is a list of letters, one followed by ":" takes an argument. False after
-// a message when a response file can't be opened or holds itself, or there is no memory; `list` is empty then.
+// letter (a word that begins with "--" stays whole), then the other arguments. `options` is a list of letters, one
+// followed by ":" takes an argument. False after a message when a response file can't be opened or holds itself, or
+// there is no memory; `list` is empty then.
 bool expand_arguments(int count, const char* const* arguments, const char* options, argument_list* list);
 
 void argument_list_free(argument_list* list);

@@ -35,11 +35,6 @@ bool counts(int window, int transition) {
     return is_down;
 }
 
-// Takes the oldest button event off its queue. The others stay: a press may wait behind a release that nobody wants.
-void drop_button() {
-    Get_button_data(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-}
-
 // True when a region's action has taken the event.
 bool press(int window, int x, int y) {
     all_busycursor();
@@ -55,7 +50,7 @@ bool take_button() {
     if (Inq_button_data(&window, &x, &y, &button, &transition, nullptr) != 0) return true;
     if (transition == TRANS_UP) return false;
     if (button == BUTTON_CANCEL) {
-        drop_button();
+        Drop_event(BUTTON_EVENT);
         if (counts(window, transition)) cancel_action(0);
         return true;
     }
@@ -72,7 +67,8 @@ void dispatch_events(uint32_t event) {
     case REFRESH_EVENT: view_refresh(); break;
     case KEYBOARD_EVENT: input_key(); break;
     case USER_EVENT: input_user_event(); break;
-    case BUTTON_EVENT: drop_button(); break;
+    case WHEEL_EVENT: input_wheel(); break;
+    case BUTTON_EVENT: Drop_event(event); break; // one: a press may wait behind a release that nobody wants
     case COLLAPSE_EVENT: Clear_collapse_data(); break;
     case TIMER_EVENT: Clear_timer_data(); break;
     case WINDOW_ICON_EVENT: Clear_window_icon_data(); break;

@@ -1,8 +1,9 @@
-// Keys, wheel and dropped files.
+// Keys, wheel, dropped files and another size of the screen.
 #include "desktop/input.h"
 
 #include <algorithm>
 
+#include "desktop/appforms.h"
 #include "desktop/commands.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
@@ -19,10 +20,10 @@ constexpr int WHEEL_STEPS_MAX = 16; // that are taken at once, however many have
 
 // What has been noted.
 struct noticed {
-    int wheel;  // steps, positive: nearer
-    char* path; // of a dropped file; owned
+    char* path;  // of a dropped file; owned
+    bool screen; // has another size
 };
-noticed waiting = {0, nullptr};
+noticed waiting = {nullptr, false};
 
 void notice_drop(const char* path) {
     char* copy = mem_copy_text(path);
@@ -31,21 +32,21 @@ void notice_drop(const char* path) {
     waiting.path = copy;
 }
 
-void zoom_by_wheel() {
-    const int steps = std::clamp(waiting.wheel, -WHEEL_STEPS_MAX, WHEEL_STEPS_MAX);
-    waiting.wheel = 0;
-    if (steps == 0) return;
-    int window = 0, x = 0, y = 0, inside = 0;
-    Mouse_win_position(&window, &x, &y, &inside);
-    if (window == picture_view.window && inside != 0) wheel_zoom(&picture_view, x, y, steps);
-}
-
 void open_dropped() {
     char* path = waiting.path;
     waiting.path = nullptr;
     if (path == nullptr) return;
     open_image_command(path);
     mem_free(path);
+}
+
+// The forms and the picture take their places on the screen as it is now.
+void lay_out() {
+    if (!waiting.screen) return;
+    waiting.screen = false;
+    forms_close();
+    forms_create();
+    picture_lay_out();
 }
 
 // A quarter of the viewport in the given direction.
@@ -79,16 +80,26 @@ void press_key(uint8_t key) {
 } // namespace
 
 void input_notice(const desk_message* message) {
-    if (message->kind == desk_kind::wheel) waiting.wheel += static_cast<int>(message->value);
     if (message->kind == desk_kind::drop) notice_drop(message->text);
+    Post_user_data(0);
+}
+
+void input_notice_screen() {
+    waiting.screen = true;
     Post_user_data(0);
 }
 
 void input_user_event() {
     Get_user_data(nullptr);
     if (!forms_up) return;
-    zoom_by_wheel();
+    lay_out();
     open_dropped();
+}
+
+void input_wheel() {
+    int window = 0, x = 0, y = 0, steps = 0;
+    if (Get_wheel_data(&window, &x, &y, &steps, nullptr) != 0 || !forms_up || window != picture_view.window) return;
+    wheel_zoom(&picture_view, x, y, std::clamp(steps, -WHEEL_STEPS_MAX, WHEEL_STEPS_MAX));
 }
 
 void input_key() {
@@ -100,5 +111,5 @@ void input_key() {
 
 void input_reset() {
     mem_free(waiting.path);
-    waiting = {0, nullptr};
+    waiting = {nullptr, false};
 }

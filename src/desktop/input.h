@@ -11,12 +11,16 @@ enum : uint8_t { KEY_LEFT = 128, KEY_DOWN = 131, KEY_RIGHT = 132, KEY_UP = 133 }
 
 struct desk_message;
 
-// Notes a wheel step or a dropped file for later, when it comes out of the message pump: whatever loop is pumping, the
-// work is done from the main loop, by way of a user event.
+// Note a dropped file, and that the screen has another size, when that comes out of the message pump: whatever loop is
+// pumping, the work is done from the main loop, by way of a user event.
 void input_notice(const desk_message* message);
+void input_notice_screen();
 
-// Does the work that input_notice() has noted, and takes the user event off its queue.
+// Does the work that has been noted, and takes the user event off its queue.
 void input_user_event();
+
+// Takes the oldest wheel event, and zooms when it is over the picture.
+void input_wheel();
 
 // Takes the oldest key event, and does what the key says.
 void input_key();

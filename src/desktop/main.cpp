@@ -114,6 +114,7 @@ bool start(const start_files* files) {
     picture_watch_image();
     tools_set_close_query(close_query);
     tools_set_input_hook(input_notice);
+    tools_set_screen_hook(input_notice_screen);
     imp_set_pending_events(tools_pending_events);
     Enable_events(PROGRAM_EVENTS);
     Set_keyboard_buffer(keyboard_buffer, KEYBOARD_BUFFER_SIZE);
@@ -145,6 +146,7 @@ void run() {
 void end() {
     imp_set_pending_events(nullptr);
     tools_set_input_hook(nullptr);
+    tools_set_screen_hook(nullptr);
     tools_set_close_query(nullptr);
     input_reset();
     open_image.rows_changed = {};

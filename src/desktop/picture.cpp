@@ -62,6 +62,20 @@ void resize(int width, int height) {
     place_region();
 }
 
+// The client area, inside of the screen, left of and above the forms.
+struct window_place {
+    int x1, y1, x2, y2;
+};
+
+window_place place_of_window() {
+    const int fx = Win_frame_width();
+    const int fy = Win_frame_height();
+    int right = 0;
+    int bottom = 0;
+    forms_limits(&right, &bottom);
+    return {fx, fy, right - 1 - fx, bottom - 1 - fy};
+}
+
 // ---- what the open image tells ------------------------------------------------------------------------------------
 
 uint32_t last_shown = 0;
@@ -118,13 +132,9 @@ void pen_kept(int pen) {
 view picture_view = {&PICTURE_OPS, 0, NO_WINDOW, 0, 0, 0, 0, 0, 0, 0, 0};
 
 bool picture_open_window() {
-    const int fx = Win_frame_width();
-    const int fy = Win_frame_height();
-    int right = 0;
-    int bottom = 0;
-    forms_limits(&right, &bottom);
+    const window_place place = place_of_window();
     int window = 0;
-    if (Create_win_frame(0, fx, fy, right - 1 - fx, bottom - 1 - fy, &window) != 0) return false;
+    if (Create_win_frame(0, place.x1, place.y1, place.x2, place.y2, &window) != 0) return false;
     RGB_enable_window(window);
     Set_win_button_mode(window, PRESS_AT_ONCE);
     Display_win(window);
@@ -132,11 +142,22 @@ bool picture_open_window() {
     view* v = &picture_view;
     v->window = window;
     v->plane_mask = display_mask;
-    v->x2 = right - 1 - 2 * fx;
-    v->y2 = bottom - 1 - 2 * fy;
+    v->x2 = place.x2 - place.x1;
+    v->y2 = place.y2 - place.y1;
     place_region();
     draw_all();
     return true;
+}
+
+void picture_lay_out() {
+    view* v = &picture_view;
+    if (v->window == NO_WINDOW) return;
+    const view_point middle = view_point_at(v, v->x2 / 2, v->y2 / 2);
+    const window_place place = place_of_window();
+    Modify_win(v->window, place.x1, place.y1, place.x2, place.y2);
+    resize(place.x2 - place.x1 + 1, place.y2 - place.y1 + 1);
+    view_place(v, v->x2 / 2, v->y2 / 2, middle);
+    draw_all();
 }
 
 void picture_close_window() {

@@ -9,7 +9,10 @@ extern view picture_view; // its window is NO_WINDOW while there is none
 // makes the window clickable. False when there is no window to be had.
 bool picture_open_window();
 
-// Puts that back.
+// The window and its view on a screen that has another size, or other forms; what is in the middle stays there.
+void picture_lay_out();
+
+// Puts all of that back.
 void picture_close_window();
 
 // From now on the open image tells when it changes, and the view shows it.

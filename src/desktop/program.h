@@ -17,8 +17,8 @@ extern int32_t display_planes;
 extern uint32_t display_mask; // that many low bits
 
 // The events that the program enables and waits for.
-constexpr uint32_t PROGRAM_EVENTS =
-    KEYBOARD_EVENT | BUTTON_EVENT | REFRESH_EVENT | COLLAPSE_EVENT | TIMER_EVENT | WINDOW_ICON_EVENT | USER_EVENT;
+constexpr uint32_t PROGRAM_EVENTS = KEYBOARD_EVENT | BUTTON_EVENT | REFRESH_EVENT | COLLAPSE_EVENT | TIMER_EVENT |
+                                    WINDOW_ICON_EVENT | USER_EVENT | WHEEL_EVENT;
 
 constexpr int KEYBOARD_BUFFER_SIZE = 256;
 extern char keyboard_buffer[KEYBOARD_BUFFER_SIZE]; // the tools put key codes there

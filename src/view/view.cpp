@@ -156,12 +156,16 @@ view_point view_point_at(const view* v, int x, int y) {
     return {(x - v->x1) / s + v->origin_x, (y - v->y1) / s + v->origin_y};
 }
 
+void view_place(view* v, int x, int y, view_point point) {
+    const double s = view_scale(v);
+    set_origin(v, std::round(point.x - (x - v->x1) / s), std::round(point.y - (y - v->y1) / s));
+}
+
 void view_zoom_at(view* v, int x, int y, view_point point, int direction) {
     const int32_t next = stepped(v->zoom, direction);
     if (std::abs(next) > VIEW_ZOOM_STEP_MAX) return;
     v->zoom = next;
-    const double s = view_scale(v);
-    set_origin(v, std::round(point.x - (x - v->x1) / s), std::round(point.y - (y - v->y1) / s));
+    view_place(v, x, y, point);
 }
 
 bool view_keep_in_sight(const raster_image* image, view* v) {

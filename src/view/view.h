@@ -58,7 +58,10 @@ struct view_point {
 };
 view_point view_point_at(const view* v, int x, int y);
 
-// The same step, but the image's point comes to stand at x, y, as nearly as whole origins allow: with the point that
+// Puts the image's point at x, y, as nearly as whole origins allow.
+void view_place(view* v, int x, int y, view_point point);
+
+// A step as view_zoom()'s, but the image's point comes to stand at x, y, as view_place() has it: with the point that
 // was there, it stays; with that from before some steps, the way back leads to where they began. It goes no further
 // than VIEW_ZOOM_STEP_MAX, so that a step back is always possible.
 void view_zoom_at(view* v, int x, int y, view_point point, int direction);
