@@ -19,8 +19,7 @@
 namespace {
 
 constexpr int CHANNELS = 4;
-constexpr int64_t PLAIN_TILE = 1024; // a side that needs no picture of its size
-constexpr int32_t VLT_TYPE_ENTRIES = 2;
+constexpr int64_t PLAIN_TILE = 1024;       // a side that needs no picture of its size
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
 struct convert_request {
@@ -153,6 +152,10 @@ int check_target(const raster_source* source, convert_request* request) {
     if (target == pixel_kind::deep) {
         return program_fail("This version does not convert to data format %d.", static_cast<int>(request->format));
     }
+    if (rzl_standard_takes(request->standard, static_cast<int32_t>(request->format)) == 0) {
+        return program_fail("A %s file does not have data format %d.", rzl_standard_name(request->standard),
+                            static_cast<int>(request->format));
+    }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
     }
@@ -181,7 +184,7 @@ bool set_field(CFILE* file, int32_t field, int64_t value) {
 }
 
 bool put_vlt(conversion* c, int32_t entries, const rzl_vlt_entry* vlt) {
-    return set_field(c->out, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
+    return set_field(c->out, RZL_FIELD_VLT_TYPE, RZL_VLT_ENTRIES) &&
            set_field(c->out, RZL_FIELD_VLT_ENTRIES, entries) && rzl_put_vlt(c->out, vlt) == 0;
 }
 
@@ -216,9 +219,10 @@ bool write_header(conversion* c) {
     if (r->compression >= 0) good = good && set_field(c->out, RZL_FIELD_COMPRESSION, r->compression);
     good = good && set_field(c->out, RZL_FIELD_XSIZE, c->source->width) &&
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
+    if (!good) return false;
     set_field(c->out, RZL_FIELD_ORIENTATION, c->source->orientation); // what a format does not keep is no failure
     set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
-    return good && copy_vlt(c) && rzl_write_header(c->out) == 0;
+    return copy_vlt(c) && rzl_write_header(c->out) == 0;
 }
 
 bool read_line(conversion* c) {
@@ -292,6 +296,13 @@ int write_lines(conversion* c) {
     return c->reduced != nullptr ? write_reduced(c) : copy_lines(c);
 }
 
+int header_failed(const conversion* c) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
+    return program_fail_writing(c->request->out,
+                                status != 0 ? rzl_status_text(status) : "its header does not take these values.");
+}
+
 int write_file(conversion* c, const char* fresh) {
     if (reduces(c->source, c->request)) {
         int status = reduce_source(c->source, c->request->in.path, &c->reduced);
@@ -304,8 +315,7 @@ int write_file(conversion* c, const char* fresh) {
     char name[PLAIN_NAME_SIZE];
     c->out = rzl_open_w(plain_name(fresh, name));
     if (c->out == nullptr) return program_fail_writing(c->request->out, "it could not be opened.");
-    int status = write_header(c) ? write_lines(c)
-                                 : program_fail_writing(c->request->out, "its header does not take these values.");
+    int status = write_header(c) ? write_lines(c) : header_failed(c);
     uint32_t closing = rzl_finish(c->out);
     if (closing != 0 && status == EXIT_DONE) status = program_fail_writing(c->request->out, rzl_status_text(closing));
     return status;

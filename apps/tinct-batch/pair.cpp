@@ -46,9 +46,9 @@ bool pair_check(const char* tnc_path, pair* p) {
 
 bool pair_open(const char* tnc_path, pair* p) {
     if (!pair_check(tnc_path, p)) return false;
-    p->image = tnc_read_picture(tnc_path, p->height, p->width);
+    p->image = tnc_read(tnc_path, p->height, p->width);
     if (p->image == nullptr) return false;
-    if (!p->image->complete && !program_has_reported())
+    if (!p->image->complete && !p->image->reason_told)
         log_message(LOG_WARNING, "\"%s\" ends early: the file is cut.", tnc_path);
     return true;
 }

@@ -40,7 +40,7 @@ struct pen_builder {
     int32_t x;
     int32_t y;
     int32_t max_pen; // highest pen with samples on the current line, -1 for none
-    bool failed;     // a stop came back: nothing more is packed
+    bool failed;     // no line can be packed any more
     int64_t skip_allowance;
     int32_t skip_bytes_per_sample;
     builder_losses lost;

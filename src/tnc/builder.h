@@ -45,7 +45,7 @@ void builder_skip_lines(pen_builder* builder, int32_t count);
 // Losses so far. The line that is still open can add to them.
 const builder_losses* builder_lost(const pen_builder* builder);
 
-// True after the builder stopped the program for want of memory and a test let it come back: nothing more is packed.
+// True when there was no memory to pack lines in, which is to end the program: nothing more is packed.
 bool builder_has_failed(const pen_builder* builder);
 
 // Packs the line still open, and releases the builder.

@@ -71,7 +71,8 @@ inline found find_item(penline_position* at, run_item* item) {
         ptrdiff_t bytes = LAYOUTS.of[kind].ahead + LAYOUTS.of[kind].per_pixel * count;
         if (end - p < bytes) return found::part_of_item;
         *item = {x, count, kind, p};
-        *at = {p + bytes, end, x + count};
+        at->next = p + bytes;
+        at->x = x + count;
         return found::run;
     }
     if (p == end) return found::nothing;

@@ -99,10 +99,17 @@ enum class reading {
     ends,  // normally
     cut,   // the image is given with what it holds
     fails, // after a message: no image
+    stops, // the same, and the program is to stop
 };
 
+// The next byte, -1 where there is none: between two records that is the end of the image.
+int source_next(record_source* s) {
+    return s->stream != nullptr ? decompress_getc(s->stream) : reader_getc(s->file);
+}
+
+// The same inside of a record, which is cut then.
 int source_getc(record_source* s) {
-    int byte = s->stream != nullptr ? decompress_getc(s->stream) : reader_getc(s->file);
+    int byte = source_next(s);
     if (byte < 0) s->ended = true;
     return byte;
 }
@@ -216,13 +223,19 @@ void store_chain(void* user, int pen, int /*has_uv*/, int32_t y, pline* chain) {
 
 // ---- records -------------------------------------------------------------------------------------------------------
 
+// The end of the reading after a message that tells why.
+reading cut_with_reason(tnc_reader* r) {
+    r->image->reason_told = true;
+    return reading::cut;
+}
+
 // Counts samples that have come.
 reading take_samples(tnc_reader* r, int64_t count) {
     r->samples_left -= count;
     if (r->samples_left >= 0) return reading::goes_on;
     log_message(LOG_WARNING, "\"%.500s\" holds more samples than its picture can: reading stops at line %d.\n", r->path,
                 builder_y(r->builder));
-    return reading::cut;
+    return cut_with_reason(r);
 }
 
 reading read_sample(tnc_reader* r, int pen) {
@@ -233,8 +246,7 @@ reading read_sample(tnc_reader* r, int pen) {
     const compressed_pen* found = pen < PEN_COUNT ? r->image->pens[pen] : nullptr;
     if (found == nullptr) {
         log_message(LOG_WARNING, "Pixel data found for unknown pen %d\n", pen);
-        stop_program(1);
-        return reading::fails;
+        return reading::stops;
     }
     uint16_t u = 0;
     uint16_t v = 0;
@@ -247,9 +259,9 @@ reading read_sample(tnc_reader* r, int pen) {
     return take_samples(r, 1);
 }
 
-reading no_bytes_for_line(int length) {
+reading no_bytes_for_line(tnc_reader* r, int length) {
     log_message(LOG_WARNING, "Failed to read %d bytes for pline.\n", length);
-    return reading::cut;
+    return cut_with_reason(r);
 }
 
 reading no_memory_for_line() {
@@ -260,7 +272,7 @@ reading no_memory_for_line() {
 reading line_of_stream(tnc_reader* r, uint16_t length, pline** line) {
     *line = pline_store_new(&r->store, length, 0);
     if (*line == nullptr) return no_memory_for_line();
-    return source_read(&r->source, (*line)->code, length) == length ? reading::goes_on : no_bytes_for_line(length);
+    return source_read(&r->source, (*line)->code, length) == length ? reading::goes_on : no_bytes_for_line(r, length);
 }
 
 // Whether the next bytes of the file stand in the store, where a line of `length` of them can be kept.
@@ -281,7 +293,7 @@ reading line_of_file(tnc_reader* r, uint16_t length, pline** line) {
         if (!pline_store_reserve(&r->store, room, source_left(&r->source))) return no_memory_for_line();
         if (reader_fill_at(file, r->store.next, room) < length) {
             r->source.ended = true;
-            return no_bytes_for_line(length);
+            return no_bytes_for_line(r, length);
         }
     }
     uint8_t* code = r->store.next + (file->next - r->store.next);
@@ -309,11 +321,11 @@ reading read_packed_line(tnc_reader* r) {
     int32_t y = load_u16le(p + 1);
     uint16_t length = load_u16le(p + 3);
     int64_t left = source_left(&r->source);
-    if (left >= 0 && left < length) return no_bytes_for_line(length);
+    if (left >= 0 && left < length) return no_bytes_for_line(r, length);
     compressed_pen* found = pen < PEN_COUNT ? r->image->pens[pen] : nullptr;
     if (found == nullptr || y >= found->line_count) {
         ++(found == nullptr ? r->passed_over.undefined_pens : r->passed_over.past_the_end);
-        return source_skip(&r->source, length) ? reading::goes_on : no_bytes_for_line(length);
+        return source_skip(&r->source, length) ? reading::goes_on : no_bytes_for_line(r, length);
     }
     pline* line = nullptr;
     reading state = r->source.stream != nullptr ? line_of_stream(r, length, &line) : line_of_file(r, length, &line);
@@ -331,8 +343,7 @@ reading start_compressed(tnc_reader* r) {
     decompress_context* stream = decompress_open(r->source.file);
     if (stream == nullptr) {
         log_message(LOG_WARNING, "failed to start decompression\n");
-        stop_program(1);
-        return reading::fails;
+        return reading::stops;
     }
     source_use_stream(&r->source, stream);
     return reading::goes_on;
@@ -365,7 +376,7 @@ reading clear_pen(tnc_reader* r, compressed_pen* pen, line_range* used) {
     if (r->clears_left >= 0) return reading::goes_on;
     log_message(LOG_WARNING, "\"%.500s\" defines its pens over and over: reading stops at line %d.\n", r->path,
                 builder_y(r->builder));
-    return reading::cut;
+    return cut_with_reason(r);
 }
 
 // A second definition takes the place of the first: the pen starts again with no lines. Its record is used again, so
@@ -410,10 +421,10 @@ reading read_record(tnc_reader* r, int code) {
 
 reading read_records(tnc_reader* r) {
     for (;;) {
-        int code = source_getc(&r->source);
-        if (code < 0) return reading::cut;
+        int code = source_next(&r->source);
+        if (code < 0) return r->source.file->failed ? reading::cut : reading::ends; // no end record is needed
         reading state = read_record(r, code);
-        if (builder_has_failed(r->builder)) return reading::fails;
+        if (builder_has_failed(r->builder)) return reading::stops;
         if (state != reading::goes_on) return state;
         if (builder_y(r->builder) >= r->image->line_count) return reading::ends;
     }
@@ -454,7 +465,7 @@ void tell_losses(const tnc_reader* r) {
 
 // ---- the file ------------------------------------------------------------------------------------------------------
 
-// Checks the two bytes at the start of the file. False after a message and a stop that came back.
+// Checks the two bytes at the start of the file. False after a message.
 bool read_start(tnc_reader* r, const char* path) {
     int magic = source_getc(&r->source);
     int version = source_getc(&r->source);
@@ -463,7 +474,6 @@ bool read_start(tnc_reader* r, const char* path) {
         return true;
     }
     log_message(LOG_WARNING, "expected \"%s\" to be version 0, 1, 2 or 3 tnc file\n", path);
-    stop_program(1);
     return false;
 }
 
@@ -475,7 +485,7 @@ reading read_with_builder(tnc_reader* r, int32_t columns) {
     reading state = read_records(r);
     // The line still open is packed here, which may fail too.
     builder_next_line(r->builder);
-    if (builder_has_failed(r->builder)) state = reading::fails;
+    if (builder_has_failed(r->builder)) state = reading::stops;
     tell_damage(r);
     tell_losses(r);
     builder_free(r->builder);
@@ -492,37 +502,55 @@ void set_limits(tnc_reader* r, int32_t columns) {
     r->clears_left = lines * PEN_COUNT;
 }
 
-// Reads the opened file. False when there is to be no image.
-bool read_file(tnc_reader* r, const char* path, int32_t columns) {
-    if (!read_start(r, path)) return false;
-    reading state = read_with_builder(r, columns);
+// Reads the opened file.
+reading read_file(tnc_reader* r, int32_t columns) {
+    if (!read_start(r, r->path)) return reading::stops;
+    set_limits(r, columns);
+    const reading state = read_with_builder(r, columns);
     r->image->complete = state == reading::ends && !r->source.ended;
-    return state != reading::fails;
+    return state;
 }
 
-} // namespace
+reading read_named_file(tnc_reader* r, int32_t columns) {
+    file_reader* file = reader_open(r->path);
+    if (file == nullptr) {
+        log_message(LOG_WARNING, "Failed to open %s for read\n", r->path);
+        return reading::stops;
+    }
+    source_use_file(&r->source, file);
+    const reading state = read_file(r, columns);
+    reader_close(file);
+    return state;
+}
 
-tnc_image* tnc_read_picture(const char* path, int32_t line_count, int32_t columns) {
+// The image, or null; `stops` tells whether that is a fault that ends the program.
+tnc_image* read_image(const char* path, int32_t line_count, int32_t columns, bool* stops) {
+    *stops = false;
     tnc_reader r = {};
     r.path = path;
     for (line_range& used : r.used)
         used = NO_LINES;
     r.image = image_new(line_count);
     if (r.image == nullptr) return nullptr;
-    file_reader* file = reader_open(path);
-    bool done = false;
-    if (file == nullptr) {
-        log_message(LOG_WARNING, "Failed to open %s for read\n", path);
-        stop_program(1);
-    } else {
-        source_use_file(&r.source, file);
-        set_limits(&r, columns);
-        done = read_file(&r, path, columns);
-        reader_close(file);
-    }
-    if (done) return r.image;
+    const reading state = read_named_file(&r, columns);
+    *stops = state == reading::stops;
+    if (state != reading::fails && !*stops) return r.image;
     tnc_free(r.image);
     return nullptr;
+}
+
+} // namespace
+
+tnc_image* tnc_read(const char* path, int32_t line_count, int32_t columns) {
+    bool stops = false;
+    tnc_image* image = read_image(path, line_count, columns, &stops);
+    if (stops) stop_program(1);
+    return image;
+}
+
+tnc_image* tnc_try_read(const char* path, int32_t line_count, int32_t columns) {
+    bool stops = false;
+    return read_image(path, line_count, columns, &stops);
 }
 
 void tnc_free(tnc_image* image) {
