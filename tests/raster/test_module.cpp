@@ -281,6 +281,51 @@ TEST_F(Module, ExtensionsAndDataFormatsOfTheStandards) {
     EXPECT_EQ(rzl_standard_takes(RZL_STANDARD_MRG, RZL_FORMAT_BYTE), 0) << "can't be created";
 }
 
+// ---- two colours ---------------------------------------------------------------------------------------------------
+
+TEST_F(Module, ThreePlanesOfABilevelImageWithATableAreColours) {
+    bytes_of_file block(4000, 0xEE);
+    rzl_memfile record = {block.data(), static_cast<int32_t>(block.size()), 0, 0, 77, 0};
+    char name[40];
+    ASSERT_EQ(rzl_memfile_name(&record, name, sizeof name), 0);
+    CFILE* c = rzl_open_w(name);
+    ASSERT_NE(c, nullptr);
+    constexpr int WIDTH = 45;
+    const rzl_vlt_entry entries[2] = {{0, 0x1000, 0x2000, 0x3000}, {1, 0x4000, 0x5000, 0x6000}};
+    set_field_to(c, RZL_FIELD_FORMAT, RZL_FORMAT_BILEVEL);
+    set_field_to(c, RZL_FIELD_XSIZE, WIDTH);
+    set_field_to(c, RZL_FIELD_YSIZE, 2);
+    set_field_to(c, RZL_FIELD_VLT_TYPE, RZL_VLT_ENTRIES);
+    set_field_to(c, RZL_FIELD_VLT_ENTRIES, 2);
+    EXPECT_EQ(rzl_put_vlt(c, entries), 0);
+    bytes_of_file pixels(WIDTH), line(6), planes(WIDTH * 3 * 2);
+    for (size_t x = 0; x < WIDTH; ++x)
+        pixels[x] = x % 3 == 0 || x > 30 ? 1 : 0;
+    rzl_pack_bits(line.data(), pixels.data(), WIDTH, 1);
+    EXPECT_EQ(rzl_putline(c, line.data()), 0);
+    EXPECT_EQ(rzl_putline(c, line.data()), 0);
+    int32_t start = record.data_start;
+    EXPECT_EQ(rzl_finish(c), 0u);
+    EXPECT_EQ(record.used, start + 12) << "the size of what was written, not that of the block";
+    c = rzl_open_r(name);
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(rzl_line_size(c), size_t{WIDTH});
+    EXPECT_EQ(rzl_interleaved_size(c), size_t{WIDTH} * 3);
+    uint8_t* red = planes.data();
+    ASSERT_EQ(rzl_getline3(c, red, red + WIDTH, red + 2 * WIDTH), 0);
+    for (size_t x = 0; x < WIDTH; ++x) {
+        EXPECT_EQ(red[x], pixels[x] != 0 ? 0x40 : 0x10) << x;
+        EXPECT_EQ(red[2 * WIDTH + x], pixels[x] != 0 ? 0x60 : 0x30) << x;
+    }
+    ASSERT_EQ(rzl_getline(c, red), 0);
+    EXPECT_TRUE(std::equal(line.begin(), line.end(), red)) << "one buffer has the bits";
+    ASSERT_EQ(rzl_set_squetch(c, WIDTH * 2, 2, 0), 0);
+    ASSERT_EQ(rzl_getline3(c, red, red + 2 * WIDTH, red + 4 * WIDTH), 0);
+    for (size_t x = 0; x < WIDTH; ++x)
+        EXPECT_EQ(red[2 * x + 1], pixels[x] != 0 ? 0x40 : 0x10) << x;
+    rzl_close(c);
+}
+
 // ---- texts and samples ---------------------------------------------------------------------------------------------
 
 TEST_F(Module, NumbersInTextsDoNotDependOnTheLocale) {
