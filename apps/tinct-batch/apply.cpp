@@ -234,7 +234,6 @@ int open_pair(const apply_request* request) {
     pair checked;
     if (!pair_check(request->tnc, &checked)) return EXIT_FAILED;
     if (image_open(request->tnc) == 0) return EXIT_FAILED;
-    if (!open_image.tnc->complete) return program_fail("\"%s\" ends early: the file is cut.", request->tnc);
     return program_has_reported() ? EXIT_FAILED : EXIT_DONE;
 }
 
