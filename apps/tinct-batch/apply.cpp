@@ -119,7 +119,7 @@ int check_patterns(const apply_request* request) {
     for (int i = 0; i < request->set_count; ++i) {
         const set_request* set = &request->sets[i];
         if (set->kind == surface_kind::raster && !find_raster_file(set->text, found, sizeof found)) {
-            return program_fail("There is no pattern file \"%s\".", set->text);
+            return program_fail("load_image : failed to open \"%s\" for read", set->text);
         }
     }
     return EXIT_DONE;
