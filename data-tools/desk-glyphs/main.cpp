@@ -21,7 +21,7 @@ struct face_size {
 
 bool draw_glyph(FT_Face face, unsigned character, face_size size, unsigned rows[MOST_ROWS], int* advance) {
     if (FT_Load_Char(face, character, FT_LOAD_TARGET_MONO | FT_LOAD_RENDER) != 0) return false;
-    const FT_GlyphSlot glyph = face->glyph;
+    FT_GlyphSlotRec* glyph = face->glyph;
     const FT_Bitmap& bitmap = glyph->bitmap;
     // A glyph that reaches out to the left is moved in: the text drawing has no negative bearings.
     const int left = glyph->bitmap_left < 0 ? 0 : glyph->bitmap_left;

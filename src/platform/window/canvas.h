@@ -67,8 +67,8 @@ canvas_rgb canvas_palette(int slot); // black outside
 // itself.
 canvas_rgb canvas_device_color(canvas_rgb color);
 
-// Green of a screen of 16 planes, from a byte. It has a bit more than red and blue, which isn't used: with it greys would
-// turn greenish or reddish from step to step.
+// Green of a screen of 16 planes, from a byte. It has a bit more than red and blue, which isn't used: with it greys
+// would turn greenish or reddish from step to step.
 constexpr unsigned canvas_green_bits_6(unsigned green) {
     return green >> 3 << 1 | green >> 7;
 }

@@ -140,10 +140,13 @@ bool cursor_draw(host_cursor shape, int unit, cursor_picture* picture) {
     if (picture->pixels == nullptr) return false;
     for (int i = 0; i < picture->side * picture->side; ++i) {
         int found[3] = {0, 0, 0};
+        const int column = i % picture->side;
+        const int row = i / picture->side;
         for (int sample = 0; sample < SAMPLES * SAMPLES; ++sample) {
+            const int down = sample / SAMPLES;
             // pixels -> units about the pointing place -> the outline's own
-            const double x = (i % picture->side + (sample % SAMPLES + 0.5) / SAMPLES) / unit - hot.x;
-            const double y = (i / picture->side + (sample / SAMPLES + 0.5) / SAMPLES) / unit - hot.y;
+            const double x = (column + (sample % SAMPLES + 0.5) / SAMPLES) / unit - hot.x;
+            const double y = (row + (down + 0.5) / SAMPLES) / unit - hot.y;
             const vec p = {o.hot.x + x * std::cos(turn) + y * std::sin(turn),
                            o.hot.y - x * std::sin(turn) + y * std::cos(turn)};
             ++found[part_at(o, p)];

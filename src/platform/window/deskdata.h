@@ -96,10 +96,8 @@ struct desk_data {
     int count, room;
     desk_metrics metrics;
     desk_window* active;
-    uint32_t uses; // counts activations
     desk_window* capture;
     desk_window* modal;           // only it gets input
-    uint32_t modal_since;         // a wish to close the main window from this time on answers it
     host_key swallowed;           // its press was for a menu, a drag or a modal box; nobody gets the release
     desk_window* press_window[3]; // for each button: whose client area it was pressed in
     canvas_point pointer;
@@ -112,6 +110,8 @@ struct desk_data {
     bool timer_set;
     uint32_t timer_at;
     uint32_t flushed_at;
+    uint32_t uses;        // counts activations
+    uint32_t modal_since; // a wish to close the main window from this time on answers the modal window
     host_state main_state;
     // The press before, for double clicks on captions and icons.
     desk_window* pressed_window;

@@ -119,7 +119,7 @@ bool host_start(const char* title);
 bool host_start_with(const host_ops* ops, const host_screen* screen, const char* title);
 void host_stop();
 
-const char* host_name();                 // "headless", "sdl"; "" before the start
+const char* host_name();               // "headless", "sdl"; "" before the start
 const host_screen* host_screen_size(); // as filled by the start
 uint32_t host_now();
 bool host_poll(host_event* event);
