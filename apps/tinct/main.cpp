@@ -48,7 +48,8 @@ bool asks_for(int count, char** arguments, const char* option) {
 } // namespace
 
 int main(int count, char** arguments, char** environment) {
-    if (asks_for(count, arguments, "--help") || asks_for(count, arguments, "-h")) return std::fputs(HELP, stdout) < 0 ? 1 : 0;
+    if (asks_for(count, arguments, "--help") || asks_for(count, arguments, "-h"))
+        return std::fputs(HELP, stdout) < 0 ? 1 : 0;
     if (asks_for(count, arguments, "--version")) return std::printf("%s\n", TINCT_VERSION) < 0 ? 1 : 0;
     product_root_init();
     const tools_program program = {search_paths_init, tinct_main};
