@@ -82,6 +82,7 @@ bool no_memory(size_t bytes, int line) {
 bool round_mean(uint64_t sum, uint64_t pixels, int32_t colors, uint8_t* mean) {
     constexpr double TWO_UNITS = 0x1p-44;
     uint64_t whole = 2 * pixels;
+    if (whole == 0) return false; // no colours, no mean
     uint64_t rest = (2 * sum + pixels) % whole;
     double margin = (colors + 8.0) * TWO_UNITS * static_cast<double>(whole);
     *mean = static_cast<uint8_t>((2 * sum + pixels) / whole);
