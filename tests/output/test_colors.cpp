@@ -1,14 +1,16 @@
 // Colour reduction and conversion: the table and the mapping against a plain rendering of the method with lists, the
 // conversions, who owns what, and stops and failures at every point.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <list>
 #include <map>
 #include <string>
-#include <tuple>
+#include <utility>
 #include <vector>
 
+#include "common/failures.h"
 #include "output_fixture.h"
 #include "support/memory.h"
 
@@ -16,106 +18,86 @@ namespace {
 
 // ---- the method, with lists ----------------------------------------------------------------------------------------
 
-struct node {
-    int color[3];
-    int count;
-};
+using color = std::array<int, 3>;
 
 struct box {
-    int high[3], low[3];
-    int colors, slots;
-    std::list<node> list;
+    color low, high;
+    int slots;
+    std::list<std::pair<color, int>> colors; // with their pixels
+    int size() const { return static_cast<int>(colors.size()); }
 };
 
-using entry = std::vector<int>;
-
-struct reduced {
-    std::vector<entry> table;
-    plane index;
-};
+color pixel_of(const picture& p, size_t i) {
+    return {p.channels[0][i], p.channels[1][i], p.channels[2][i]};
+}
 
 box root_box(const picture& p, int wanted) {
-    std::map<std::tuple<int, int, int>, int> colors;
+    std::map<color, int> colors;
     for (size_t i = 0; i < p.channels[0].size(); ++i)
-        ++colors[{p.channels[0][i], p.channels[1][i], p.channels[2][i]}];
-    box root = {{255, 255, 255}, {0, 0, 0}, static_cast<int>(colors.size()), 0, {}};
-    root.slots = std::min(wanted, root.colors);
-    for (const auto& [c, count] : colors)
-        root.list.push_front({{std::get<0>(c), std::get<1>(c), std::get<2>(c)}, count});
+        ++colors[pixel_of(p, i)];
+    box root = {{0, 0, 0}, {255, 255, 255}, std::min(wanted, static_cast<int>(colors.size())), {}};
+    for (const auto& c : colors)
+        root.colors.push_front(c);
     return root;
 }
 
-bool contains(const box& b, const node& n) {
-    bool in = true;
-    for (int c = 0; c < 3; ++c)
-        in = in && n.color[c] >= b.low[c] && n.color[c] <= b.high[c];
-    return in;
-}
-
-std::vector<box> split(box& b) {
-    std::vector<box> children(8, box{});
-    for (int k = 0; k < 8; ++k) {
-        for (int c = 0; c < 3; ++c) {
-            int mid = (b.high[c] + b.low[c]) >> 1;
+std::vector<box> split(const box& b) {
+    std::vector<box> children(8, {b.low, b.high, 0, {}});
+    for (size_t k = 0; k < 8; ++k) {
+        for (size_t c = 0; c < 3; ++c) {
+            int middle = (b.high[c] + b.low[c]) >> 1;
             bool upper = (k >> (2 - c) & 1) != 0;
-            children[static_cast<size_t>(k)].low[c] = upper ? mid + 1 : b.low[c];
-            children[static_cast<size_t>(k)].high[c] = upper ? b.high[c] : mid;
+            (upper ? children[k].low : children[k].high)[c] = upper ? middle + 1 : middle;
         }
     }
-    for (const node& n : b.list) {
-        for (box& child : children) {
-            if (!contains(child, n)) continue;
-            child.list.push_front(n);
-            ++child.colors;
-            break;
-        }
+    for (const auto& item : b.colors) {
+        size_t k = 0;
+        for (size_t c = 0; c < 3; ++c)
+            k = 2 * k + (item.first[c] > children[0].high[c] ? 1 : 0);
+        children[k].colors.push_front(item);
     }
     int sum = 0;
     for (box& child : children) {
-        if (child.colors == 0) continue;
-        int share = static_cast<int>(static_cast<double>(b.slots) / b.colors * child.colors + 1.5);
-        child.slots = std::min(child.colors, share);
+        int share = static_cast<int>(static_cast<double>(b.slots) / b.size() * child.size() + 1.5);
+        child.slots = child.size() == 0 ? 0 : std::min(child.size(), share);
         sum += child.slots;
     }
     for (; sum > b.slots; --sum) {
-        box* most = &children[0];
-        for (box& child : children) {
-            if (child.slots > most->slots || (child.slots == most->slots && child.colors < most->colors)) most = &child;
-        }
-        --most->slots;
+        auto poorer = [](const box& x, const box& y) {
+            return x.slots != y.slots ? x.slots < y.slots : x.size() > y.size();
+        };
+        --std::max_element(children.begin(), children.end(), poorer)->slots;
     }
     return children;
 }
 
-entry mean_of(const box& b) {
+color mean_of(const box& b) {
     double total = 0;
-    for (const node& n : b.list)
-        total += n.count;
-    double sums[3] = {};
-    for (const node& n : b.list) {
-        for (int c = 0; c < 3; ++c)
-            sums[c] += n.count / total * n.color[c];
+    for (const auto& item : b.colors)
+        total += item.second;
+    color mean;
+    for (size_t c = 0; c < 3; ++c) {
+        double sum = 0;
+        for (const auto& item : b.colors)
+            sum += item.second / total * item.first[c];
+        mean[c] = static_cast<int>(std::min(sum + 0.5, 255.0));
     }
-    entry mean;
-    for (double sum : sums)
-        mean.push_back(static_cast<int>(std::min(sum + 0.5, 255.0)));
     return mean;
 }
 
-int distance(const entry& e, int r, int g, int b) {
-    return (e[0] - r) * (e[0] - r) + (e[1] - g) * (e[1] - g) + (e[2] - b) * (e[2] - b);
+size_t nearest(const std::vector<color>& table, const color& to) {
+    auto distance = [&](const color& e) {
+        int sum = 0;
+        for (size_t c = 0; c < 3; ++c)
+            sum += (e[c] - to[c]) * (e[c] - to[c]);
+        return sum;
+    };
+    auto nearer = [&](const color& x, const color& y) { return distance(x) < distance(y); };
+    return static_cast<size_t>(std::min_element(table.begin(), table.end(), nearer) - table.begin());
 }
 
-size_t nearest(const std::vector<entry>& table, int r, int g, int b) {
-    size_t best = 0;
-    for (size_t i = 1; i < table.size(); ++i) {
-        if (distance(table[i], r, g, b) < distance(table[best], r, g, b)) best = i;
-    }
-    return best;
-}
-
-std::vector<entry> pick(const picture& p, int wanted) {
-    std::vector<entry> table;
+std::vector<color> pick(const picture& p, int wanted) {
+    std::vector<color> table;
     std::vector<box> stack = {root_box(p, wanted)};
     while (!stack.empty()) {
         box b = stack.back();
@@ -126,48 +108,46 @@ std::vector<entry> pick(const picture& p, int wanted) {
             if (child.slots > 0) stack.push_back(child);
         }
     }
-    std::swap(table[0], table[nearest(table, 0, 0, 0)]);
-    std::swap(table.back(), table[nearest(table, 255, 255, 255)]);
+    std::swap(table[0], table[nearest(table, {0, 0, 0})]);
+    std::swap(table.back(), table[nearest(table, {255, 255, 255})]);
     return table;
 }
 
-void spread(std::vector<std::vector<int16_t>>& rows, size_t x, int error) {
+// Adds the shares of an error at x to this row of one channel and the next.
+void spread(std::vector<int16_t> rows[2], size_t x, int error) {
     int m = std::abs(error);
-    int sign = error < 0 ? -1 : 1;
     int right = (m >> 1) - (m >> 4);
     int below = 5 * m >> 4;
     int left = 3 * m >> 4;
-    auto add = [&](int row, size_t at, int share) {
-        rows[static_cast<size_t>(row)][at] = static_cast<int16_t>(rows[static_cast<size_t>(row)][at] + sign * share);
-    };
-    add(0, x + 2, right);
-    add(1, x, left);
-    add(1, x + 1, below);
-    add(1, x + 2, m - right - below - left);
+    auto add = [&](int16_t& to, int share) { to = static_cast<int16_t>(to + (error < 0 ? -share : share)); };
+    add(rows[0][x + 2], right);
+    add(rows[1][x], left);
+    add(rows[1][x + 1], below);
+    add(rows[1][x + 2], m - right - below - left);
 }
 
-reduced reduce(const picture& p, int wanted, bool diffuse) {
-    reduced out = {pick(p, wanted), plane(p.channels[0].size())};
+plane map_pixels(const picture& p, const std::vector<color>& table, bool diffuse) {
     auto width = static_cast<size_t>(p.width);
-    std::vector<std::vector<std::vector<int16_t>>> rows(
-        3, std::vector<std::vector<int16_t>>(2, std::vector<int16_t>(width + 2)));
-    for (size_t i = 0; i < out.index.size(); ++i) {
+    std::vector<int16_t> rows[3][2];
+    plane index;
+    for (size_t i = 0; i < p.channels[0].size(); ++i) {
         size_t x = i % width;
-        int v[3];
-        for (size_t c = 0; c < 3; ++c) {
-            if (x == 0 && i > 0) {
-                std::swap(rows[c][0], rows[c][1]);
-                rows[c][1].assign(width + 2, 0);
-            }
-            int carried = diffuse ? rows[c][0][x + 1] : 0;
-            v[c] = std::max(0, std::min(255, p.channels[c][i] + carried));
+        for (auto& row : rows) {
+            if (x > 0) continue;
+            row[0] = i == 0 ? std::vector<int16_t>(width + 2) : row[1];
+            row[1].assign(width + 2, 0);
         }
-        size_t at = nearest(out.table, v[0] & ~7, v[1] & ~7, v[2] & ~7);
-        out.index[i] = static_cast<uint8_t>(at);
+        color value = pixel_of(p, i);
+        color corner;
+        for (size_t c = 0; c < 3; ++c) {
+            value[c] = std::clamp(value[c] + (diffuse ? rows[c][0][x + 1] : 0), 0, 255);
+            corner[c] = value[c] & ~7;
+        }
+        index.push_back(static_cast<uint8_t>(nearest(table, corner)));
         for (size_t c = 0; c < 3; ++c)
-            spread(rows[c], x, v[c] - out.table[at][c]);
+            spread(rows[c], x, value[c] - table[index.back()][c]);
     }
-    return out;
+    return index;
 }
 
 // ---- pictures ------------------------------------------------------------------------------------------------------
@@ -206,16 +186,16 @@ picture make_small_picture(uint32_t seed) {
 }
 
 void expect_reduced(picture p, int colors, bool diffuse) {
-    reduced wanted = reduce(p, colors, diffuse);
+    std::vector<color> table = pick(p, colors);
     Impack* pack = pack_of(&p);
     ASSERT_EQ(imp_make_vlt(pack, diffuse ? 0 : 1, colors, 0.0, 0, 0, nullptr, 0, 0, nullptr), IMP_OK);
-    ASSERT_EQ(static_cast<size_t>(pack->vlt_count), wanted.table.size());
-    for (size_t i = 0; i < wanted.table.size(); ++i) {
+    ASSERT_EQ(static_cast<size_t>(pack->vlt_count), table.size());
+    for (size_t i = 0; i < table.size(); ++i) {
         const rzl_vlt_entry& e = pack->vlt[i];
         EXPECT_EQ(e.slot, i);
-        EXPECT_EQ((entry{e.red, e.green, e.blue}), wanted.table[i]) << i;
+        EXPECT_EQ((color{e.red, e.green, e.blue}), table[i]) << i;
     }
-    EXPECT_EQ(plane(pack->index_plane, pack->index_plane + pack->pixels), wanted.index);
+    EXPECT_EQ(plane(pack->index_plane, pack->index_plane + pack->pixels), map_pixels(p, table, diffuse));
     imp_free(&pack);
 }
 
@@ -399,14 +379,10 @@ TEST_F(Colors, RequestsAreMadeConsistentOrRefused) {
 
 // The messages of a whole reduction, and a stop at each place where one can come.
 TEST_F(Colors, ProgressIsToldAndEveryStopLeavesThePackAsItWas) {
-    static std::vector<std::string> told;
-    static int looks;
-    static int stop_at;
-    told.clear();
     picture p = {2, 3, {{0, 255, 0, 255, 0, 255}, {0, 255, 0, 255, 0, 255}, {0, 255, 0, 255, 0, 255}}};
     Impack* pack = pack_of(&p);
-    auto log = [](int level, const char* text) { told.push_back(std::to_string(level) + text); };
-    ASSERT_EQ(imp_make_vlt(pack, 0, 256, 1.0, 0, 0, nullptr, 52, 2, log), IMP_OK);
+    kept_messages.clear();
+    ASSERT_EQ(imp_make_vlt(pack, 0, 256, 1.0, 0, 0, nullptr, 52, 2, keep_message), IMP_OK);
     std::vector<std::string> wanted = {"16Making vlt.",
                                        "32       Accumulating color data",
                                        "4       Line     1/    3\r",
@@ -416,25 +392,20 @@ TEST_F(Colors, ProgressIsToldAndEveryStopLeavesThePackAsItWas) {
                                        "4       COLOR   2/  2\r",
                                        "4       COLOR   2/  2\n",
                                        "32       Inverting color table."};
-    ASSERT_EQ(told.size(), wanted.size() + 33 + 3);
-    EXPECT_EQ(told[9], "4       Percent:  0.01\r");
-    EXPECT_EQ(told[41], "4       Percent: 100.00\n");
-    EXPECT_EQ(told[42], "32       Mapping colors to vlt.");
-    told.resize(wanted.size());
-    EXPECT_EQ(told, wanted);
+    ASSERT_EQ(kept_messages.size(), wanted.size() + 33 + 3);
+    EXPECT_EQ(kept_messages[9], "4       Percent:  0.01\r");
+    EXPECT_EQ(kept_messages[41], "4       Percent: 100.00\n");
+    EXPECT_EQ(kept_messages[42], "32       Mapping colors to vlt.");
+    kept_messages.resize(wanted.size());
+    EXPECT_EQ(kept_messages, wanted);
     imp_free(&pack);
 
-    imp_set_pending_events([]() -> uint32_t { return 3; });
-    auto stop = [](uint32_t events) {
-        EXPECT_EQ(events, 2U);
-        return looks++ == stop_at ? 1 : 0;
-    };
     int code = IMP_STOPPED;
-    for (stop_at = 0; code == IMP_STOPPED; ++stop_at) {
-        looks = 0;
+    int stops = 0;
+    for (; code == IMP_STOPPED; ++stops) {
+        begin_looks(stops);
         pack = pack_of(&p);
-        imp_error = IMP_OK;
-        code = imp_convert(pack, 2, 29, 1, 0, 0, 256, 1.0, 2, 1, stop, 0, 0, nullptr);
+        code = imp_convert(pack, 2, 29, 1, 0, 0, 256, 1.0, 2, 1, stop_at_look, 0, 0, nullptr);
         EXPECT_EQ(imp_error, IMP_OK);
         if (code == IMP_STOPPED) {
             EXPECT_EQ(pack->red_plane, p.channels[0].data());
@@ -444,36 +415,29 @@ TEST_F(Colors, ProgressIsToldAndEveryStopLeavesThePackAsItWas) {
         }
         imp_free(&pack);
     }
-    EXPECT_EQ(stop_at, 3 + 2 + 32 + 3 + 1);
+    EXPECT_EQ(stops, 3 + 2 + 32 + 3 + 1);
 }
 
 TEST_F(Colors, EveryFailedAllocationLeavesThePackAsItWas) {
-    const struct {
-        int32_t mode;
-        picture p;
-        int allocations;
-    } cases[] = {
-        {1, make_picture(40, 30, 60), 8}, // table, indices, cells, bases, counters, inverse table, errors
-        {1, {3, 1, {{0, 128, 255}, {0, 128, 255}, {0, 128, 255}}}, 6},
-        {IMP_COLOR_GREY, make_picture(4, 3, 60), 2},
-    };
-    for (auto c : cases) {
-        bool hit = true;
-        int allocations = 0;
-        for (; hit; ++allocations) {
-            Impack* pack = pack_of(&c.p);
-            mem_fail_after(allocations, mem_fail::once);
-            int code = convert(pack, 2, 29, c.mode, 256, 1.0);
-            hit = mem_fail_stop();
+    picture p = make_picture(40, 30, 60); // with means that take the second pass
+    for (int mode : {1, IMP_COLOR_GREY}) {
+        Impack* pack = nullptr;
+        int code = IMP_OK;
+        int failures = 0;
+        auto run = [&] { code = imp_alloc(&pack) == IMP_OK ? convert(fill_pack(pack, &p), 2, 29, mode, 256, 1.0) : 2; };
+        auto check = [&](bool hit) {
             EXPECT_EQ(code, hit ? IMP_NO_MEMORY : IMP_OK);
+            failures += hit ? 1 : 0;
+            if (pack == nullptr) return;
             if (hit) {
-                EXPECT_EQ(pack->red_plane, c.p.channels[0].data());
+                EXPECT_EQ(pack->red_plane, p.channels[0].data());
                 EXPECT_EQ(pack->vlt_count, 0);
                 EXPECT_EQ(pack->index_plane, nullptr);
             }
             imp_free(&pack);
-            EXPECT_EQ(mem_live(), live);
-        }
-        EXPECT_EQ(allocations, c.allocations);
+        };
+        sweep_failures(MEMORY_FAILURES, run, check);
+        // the pack; table, indices, cells, bases, counters, inverse table and errors, or the levels
+        EXPECT_EQ(failures, 2 * (mode == 1 ? 8 : 2));
     }
 }
