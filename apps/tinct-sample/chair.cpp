@@ -156,6 +156,6 @@ void build_chair(scene* s) {
     int wool = add_surface(s, "Cushion", UV, cloth(0.01, 0.02));
     frame lean = turned(about_y(-28), turned(about_x(-35), about_z(6)));
     add_pillow(s, wool, {-0.27, 0.66, -0.12}, {0.20, 0.14, 0.075}, lean);
-    add_light(s, {-3.2, 3.6, 3.0}, {0, 0.4, 0}, 0.8, 0.8, {1.7, 1.6, 1.4}, {3.4, 3.4, 3.4});
+    add_light(s, {-3.2, 3.6, 3.0}, {0, 0.4, 0}, 0.8, 0.8, {2.1, 2.0, 1.8}, {3.4, 3.4, 3.4});
     add_light(s, {3.4, 2.4, 1.6}, {0, 0.5, 0}, 0.5, 1.0, {0.55, 0.60, 0.72}, {1.6, 1.7, 1.9});
 }

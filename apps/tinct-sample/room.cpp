@@ -240,8 +240,8 @@ void build_plant(scene* s) {
 void build_room(scene* s) {
     s->view = {{4.35, 1.60, 5.3}, {2.02, 1.02, 0.6}, 53};
     s->surroundings = garden;
-    s->sky = {0.17, 0.18, 0.20};
-    s->ground = {0.15, 0.13, 0.11};
+    s->sky = {0.24, 0.25, 0.27};
+    s->ground = {0.20, 0.18, 0.15};
     s->sky_reach = 0.9;
     s->bounce = 0.22;
     build_shell(s);
@@ -253,6 +253,6 @@ void build_room(scene* s) {
     build_wall_pictures(s);
     build_plant(s);
     // the sky in the window, and the sun beside it
-    add_light(s, {-0.15, 1.58, 1.85}, {2.45, 1.58, 1.85}, 0.88, 0.72, {1.7, 1.78, 1.9});
+    add_light(s, {-0.15, 1.58, 1.85}, {2.45, 1.58, 1.85}, 0.88, 0.72, {2.5, 2.6, 2.75});
     add_light(s, {-9, 8.4, 5.4}, {1.2, 0.4, 1.6}, 0.35, 0.35, {6.0, 5.0, 3.6});
 }
