@@ -4,7 +4,8 @@
 #include "scene.h"
 
 // A box with rounded edges whose faces swell by `puff` towards the middle.
-shape* add_cushion(scene* s, int material, vec3 centre, vec3 half, double radius, double puff, const frame& f = UPRIGHT);
+shape* add_cushion(scene* s, int material, vec3 centre, vec3 half, double radius, double puff,
+                   const frame& f = UPRIGHT);
 
 // The same bent about an axis along z at distance `bend` above it, as a shell or a seat.
 shape* add_bent(scene* s, int material, vec3 centre, vec3 half, double radius, double puff, double bend,

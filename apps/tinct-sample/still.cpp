@@ -155,7 +155,7 @@ void build_candle(scene* s) {
     int wick = add_surface(s, "Wick", PLAIN, MATTE);
     add_capsule(s, wick, foot + vec3{0, 4.85, 0}, foot + vec3{0.03, 5.1, 0}, 0.025, 0.02);
     add_curved(s, add_material(s, glowing({1.0, 0.86, 0.52})), foot,
-              {0, 5.0, 0.1, 5.1, 0.13, 5.25, 0.09, 5.5, 0.04, 5.75, 0, 5.95});
+               {0, 5.0, 0.1, 5.1, 0.13, 5.25, 0.09, 5.5, 0.04, 5.75, 0, 5.95});
     vec3 flame = foot + vec3{0, 5.4, 0.1};
     add_light(s, flame, flame + vec3{0, 0, 2.2}, 0.12, 0.25, {0.5, 0.33, 0.14});
 }
