@@ -18,7 +18,6 @@
 namespace {
 
 constexpr int CHANNELS = 4;
-constexpr int32_t VLT_TYPE_ENTRIES = 2;
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
 struct convert_request {
@@ -31,7 +30,7 @@ struct convert_request {
     bool keep_vlt;
 };
 
-// ---- words -------------------------------------------------------------------------------------------------------
+// ---- words ----------------------------------------------------------------------------------------------------------
 
 int take_standard(const char* word, convert_request* request) {
     if (word == nullptr) return program_usage("--standard needs a name or number");
@@ -83,12 +82,12 @@ int parse(word_list* words, convert_request* request) {
         if (status != EXIT_DONE) return status;
     }
     if (request->in.path == nullptr || request->out == nullptr) return program_usage("convert needs IN and OUT");
-    if (request->standard < 0) request->standard = raster_standard_of(raster_extension(request->out));
+    if (request->standard < 0) request->standard = rzl_standard_of_extension(raster_extension(request->out));
     if (request->standard < 0) request->standard = RZL_STANDARD_KRVN;
     return EXIT_DONE;
 }
 
-// ---- the target --------------------------------------------------------------------------------------------------
+// ---- the target -----------------------------------------------------------------------------------------------------
 
 pixel_kind kind_of_format(int64_t format) {
     switch (format) {
@@ -150,6 +149,10 @@ int check_target(const raster_source* source, convert_request* request) {
     if (target == pixel_kind::deep) {
         return program_fail("This version does not convert to data format %d.", static_cast<int>(request->format));
     }
+    if (rzl_standard_takes(request->standard, static_cast<int32_t>(request->format)) == 0) {
+        return program_fail("A %s file does not have data format %d.", rzl_standard_name(request->standard),
+                            static_cast<int>(request->format));
+    }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
     }
@@ -160,7 +163,7 @@ int check_target(const raster_source* source, convert_request* request) {
     return EXIT_DONE;
 }
 
-// ---- writing -----------------------------------------------------------------------------------------------------
+// ---- writing --------------------------------------------------------------------------------------------------------
 
 struct conversion {
     const raster_source* source;
@@ -178,7 +181,7 @@ bool set_field(CFILE* file, int32_t field, int64_t value) {
 }
 
 bool put_vlt(conversion* c, int32_t entries, const rzl_vlt_entry* vlt) {
-    return set_field(c->out, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
+    return set_field(c->out, RZL_FIELD_VLT_TYPE, RZL_VLT_ENTRIES) &&
            set_field(c->out, RZL_FIELD_VLT_ENTRIES, entries) && rzl_put_vlt(c->out, vlt) == 0;
 }
 
@@ -213,9 +216,10 @@ bool write_header(conversion* c) {
     if (r->compression >= 0) good = good && set_field(c->out, RZL_FIELD_COMPRESSION, r->compression);
     good = good && set_field(c->out, RZL_FIELD_XSIZE, c->source->width) &&
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
+    if (!good) return false;
     set_field(c->out, RZL_FIELD_ORIENTATION, c->source->orientation); // what a format does not keep is no failure
     set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
-    return good && copy_vlt(c) && rzl_write_header(c->out) == 0;
+    return copy_vlt(c) && rzl_write_header(c->out) == 0;
 }
 
 bool read_line(conversion* c) {
@@ -283,6 +287,13 @@ int write_lines(conversion* c) {
     return c->reduced != nullptr ? write_reduced(c) : copy_lines(c);
 }
 
+int header_failed(const conversion* c) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
+    if (status == 0) return program_fail("The header of \"%s\" can not be written.", c->request->out);
+    return program_fail("The header of \"%s\" can not be written: %s", c->request->out, rzl_status_text(status));
+}
+
 int write_file(conversion* c, const char* fresh) {
     if (reduces(c->source, c->request)) {
         int status = reduce_source(c->source, c->request->in.path, &c->reduced);
@@ -295,8 +306,7 @@ int write_file(conversion* c, const char* fresh) {
     char name[PLAIN_NAME_SIZE];
     c->out = rzl_open_w(plain_name(fresh, name));
     if (c->out == nullptr) return program_fail("\"%s\" can not be written.", c->request->out);
-    int status =
-        write_header(c) ? write_lines(c) : program_fail("The header of \"%s\" can not be written.", c->request->out);
+    int status = write_header(c) ? write_lines(c) : header_failed(c);
     if (rzl_finish(c->out) != 0 && status == EXIT_DONE) {
         status = program_fail("\"%s\" could not be written to its end.", c->request->out);
     }
