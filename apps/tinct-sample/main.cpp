@@ -196,7 +196,7 @@ int write_pair(const scene& s, const sample_request& request) {
 int render(word_list* words) {
     sample_request request;
     int status = parse(words, &request);
-    if (status != EXIT_DONE) return status;
+    if (status != EXIT_DONE || request.entry == nullptr || request.directory == nullptr) return status;
     if (!files_make_directory(request.directory)) {
         return program_fail("The directory \"%s\" can not be made.", request.directory);
     }
