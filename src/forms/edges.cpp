@@ -113,3 +113,10 @@ void fi_hatch_area(int window, fi_box box, const uint32_t* hatch) {
     for (int y = box.y1; y <= box.y2; y += BAND)
         fi_graphic.drawbitmap(window, box.x1, y, box.x2, std::min(y + BAND - 1, box.y2), bits.get());
 }
+
+void fi_hatch_around(int window, fi_box box, const uint32_t* hatch) {
+    uint32_t inverted[ROWS];
+    for (int i = 0; i < ROWS; ++i)
+        inverted[i] = ~hatch[i];
+    fi_hatch_area(window, box, inverted);
+}

@@ -26,3 +26,6 @@ extern const uint32_t fi_slider_hatch[8];  // sliders
 extern const uint32_t fi_light_pattern[8]; // for backgrounds
 // Paints the set bits of the pattern in the current colour, and leaves the others alone.
 void fi_hatch_area(int window, fi_box box, const uint32_t* hatch);
+// Paints the clear bits, so that what lies under the set ones stays. Letters are a pixel wide: with three of four
+// pixels gone nobody could read them.
+void fi_hatch_around(int window, fi_box box, const uint32_t* hatch);

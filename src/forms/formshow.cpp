@@ -26,9 +26,7 @@ void draw_frame(FI_form* form, int window) {
     }
     if (border || bezel) {
         fi_set_color(form, window, FI_WHITE);
-        fi_graphic.weight(window, BORDER_WEIGHT);
-        fi_outline(window, all);
-        fi_graphic.weight(window, 0);
+        fi_thick_outline(window, all, BORDER_WEIGHT);
     }
     if (!border && bezel)
         fi_draw_bevel_in(window, fi_inset(all, 1), FRAME_DEPTH,

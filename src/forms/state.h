@@ -71,7 +71,7 @@ struct fi_state_record {
     FI_form* window_forms[FI_WINDOWS];
     FI_form* lost_forms[FI_WINDOWS]; // whose window the user closed, when the number has been given to another form
                                      // before the event about it was handled
-    FI_form* sr_forms[FI_WINDOWS]; // stack of pop-ups, from index 1
+    FI_form* sr_forms[FI_WINDOWS];   // stack of pop-ups, from index 1
     int sr_depth;
     int sr_window; // of the save-restore area; -1: none
     bool sr_active;

@@ -108,21 +108,31 @@ void draw_line(const inks& i) {
     fi_graphic.linestyle(i.window, FI_SOLID_LINE);
 }
 
+fi_box sorted(fi_box b) {
+    return {std::min(b.x1, b.x2), std::min(b.y1, b.y2), std::max(b.x1, b.x2), std::max(b.y1, b.y2)};
+}
+
+// A rectangle turned round has the lines of one that isn't.
+void frame(const inks& i, fi_box b, int weight) {
+    const auto* rect = fi_as<fi_rect>(i.g);
+    if (rect->line_pattern == FI_SOLID_LINE) return fi_thick_outline(i.window, sorted(b), weight);
+    fi_graphic.weight(i.window, weight);
+    fi_outline(i.window, b);
+}
+
 void draw_rect(const inks& i) {
     const auto* rect = fi_as<fi_rect>(i.g);
     const fi_box b = fi_rect_of(i.g);
     const relief r = relief_of(rect->line_weight);
     fi_graphic.linestyle(i.window, rect->line_pattern);
-    fi_graphic.weight(i.window, rect->line_weight);
     ink(i, i.g->off_color);
-    fi_outline(i.window, b);
-    fi_graphic.weight(i.window, r.weight);
+    frame(i, b, rect->line_weight);
     if (i.g->style == RAISED) {
         const int d = r.distance;
         ink(i, FI_BLACK);
-        fi_outline(i.window, {b.x1 + d, b.y1 + d, b.x2 + d, b.y2 + d});
+        frame(i, {b.x1 + d, b.y1 + d, b.x2 + d, b.y2 + d}, r.weight);
         ink(i, FI_WHITE);
-        fi_outline(i.window, {b.x1 - d, b.y1 - d, b.x2 - d, b.y2 - d});
+        frame(i, {b.x1 - d, b.y1 - d, b.x2 - d, b.y2 - d}, r.weight);
     }
     fi_graphic.weight(i.window, 0);
     fi_graphic.linestyle(i.window, FI_SOLID_LINE);
@@ -132,10 +142,6 @@ void draw_rect(const inks& i) {
     const int behind = n / 2 + (n % 2 != 0 ? 1 : 0);
     fi_set_color(i.g->form, i.window, i.only == OWN_COLOR ? i.g->on_color : i.only);
     fi_fill(i.window, {b.x1 + before, b.y1 + before, b.x2 - behind, b.y2 - behind});
-}
-
-fi_box sorted(fi_box b) {
-    return {std::min(b.x1, b.x2), std::min(b.y1, b.y2), std::max(b.x1, b.x2), std::max(b.y1, b.y2)};
 }
 
 void widen(fi_box* box, int weight) {

@@ -120,6 +120,16 @@ void fi_outline(int window, fi_box box) {
     fi_graphic.polyf(window, points, 5, 4);
 }
 
+void fi_thick_outline(int window, fi_box box, int weight) {
+    const int before = weight / 2;
+    const int behind = weight - before;
+    const fi_box out = {box.x1 - before, box.y1 - before, box.x2 + behind, box.y2 + behind};
+    fi_fill(window, {out.x1, out.y1, out.x2, out.y1 + weight});
+    fi_fill(window, {out.x1, out.y2 - weight, out.x2, out.y2});
+    fi_fill(window, {out.x1, out.y1, out.x1 + weight, out.y2});
+    fi_fill(window, {out.x2 - weight, out.y1, out.x2, out.y2});
+}
+
 void fi_flush(int window) {
     if (!fi_state.partial) fi_graphic.flushbuffer(window);
 }

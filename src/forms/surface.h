@@ -41,7 +41,8 @@ bool fi_boxes_meet(fi_box a, fi_box b);
 
 void fi_fill(int window, fi_box box); // in the current colour; nothing when it is empty
 void fi_line_from(int window, int x1, int y1, int x2, int y2);
-void fi_outline(int window, fi_box box);
+void fi_outline(int window, fi_box box); // with the window's weight and style, whose lines end at the corners
+void fi_thick_outline(int window, fi_box box, int weight); // solid and weight + 1 wide, with whole corners
 
 // Shows what has been drawn, unless an area is being drawn again.
 void fi_flush(int window);

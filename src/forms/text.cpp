@@ -68,7 +68,7 @@ void fi_text_draw(FI_gadget* g, int window) {
     fi_box box = fi_extent_of(g);
     box.x2 += HATCH_RIGHT;
     fi_set_color(g->form, window, fi_erase_color(g));
-    fi_hatch_area(window, box, fi_text_hatch);
+    fi_hatch_around(window, box, fi_text_hatch);
 }
 
 void fi_text_erase(FI_gadget* g, int /*window*/) {

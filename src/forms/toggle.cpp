@@ -68,6 +68,16 @@ void draw_symbol(FI_gadget* g, int window, fi_box box, int bar) {
                  g->y_scale);
 }
 
+// The room that the bar leaves.
+fi_box beside_bar(const FI_gadget* g, fi_box inside, bar_size bar) {
+    const int taken = bar.width + BAR_MARGIN;
+    if (fi_is_on(g))
+        inside.x2 -= taken;
+    else
+        inside.x1 += taken;
+    return inside;
+}
+
 void measure_on_text(FI_gadget* g) {
     auto* t = fi_as<fi_toggle>(g);
     if (!fi_is_text_face(g)) return;
@@ -95,7 +105,7 @@ void fi_toggle_draw(FI_gadget* g, int window) {
         draw_symbol(g, window, box, bar.width);
     if (fi_is_hatched(g)) {
         fi_set_color(g->form, window, FI_LT_GREY);
-        fi_hatch_area(window, inside, fi_hatch);
+        fi_hatch_area(window, beside_bar(g, inside, bar), fi_hatch);
     }
     fi_clip_back(g->form, window);
 }
