@@ -100,6 +100,15 @@ int Get_timer_data(int* number);
 int Get_motion_data(int* window, int* x, int* y, int* inside, int* kind); // kind: 1 enter, 2 leave, 4 motion
 int Get_message_data(int* kind, uint32_t* word1, uint32_t* word2);        // kind: 0 to 3
 
+// For loops that follow one button or count one timer while other events wait. Both find their event wherever it stands
+// in its queue, and leave the others there.
+//
+// Takes the oldest event of that timer. -1 when there is none.
+int Get_timer_data_of(int number);
+// The oldest event of that button: a release is taken, anything else stays.
+enum class button_next { none, released, pressed };
+button_next Get_button_release(int button);
+
 int Post_user_data(uint32_t value);
 
 // Empty one queue. They never fail.
