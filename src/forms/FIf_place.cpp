@@ -52,6 +52,7 @@ int FIf_set_size(FI_form* form, int width, int height) {
     if (form->window >= 0 && (width < 1 || height < 1)) return FI_INVALID_ARGUMENT; // no window is that small
     const int old_width = fi_form_width(form);
     const int old_height = fi_form_height(form);
+    if (width == old_width && height == old_height) return FI_SUCCESS;
     form->x2 = coordinate(form->x1 + width);
     form->y2 = coordinate(form->y1 + height);
     const bool was_empty = old_width <= 0 || old_height <= 0;

@@ -84,7 +84,8 @@ int FIf_is_displayed(FI_form* form, int* flag);
 int FIf_is_valid(const FI_form* form);
 int FIf_get_window(FI_form* form, int* window); // -1 and FI_FORM_NOT_DISPLAYED without one
 int FIf_get_location(FI_form* form, int* x, int* y);
-int FIf_set_location(FI_form* form, int x, int y); // moved so that the form stays on the screen
+// Moved so that the form stays on the screen. A form that is there already, or has the size, is left alone.
+int FIf_set_location(FI_form* form, int x, int y);
 int FIf_get_size(FI_form* form, int* width, int* height);
 int FIf_set_size(FI_form* form, int width, int height); // scales the gadgets, unless FI_NOT_SCALABLE
 int FIf_set_orig_size(FI_form* form, int width, int height);

@@ -49,19 +49,19 @@ inline void fi_check(bool holds) {
     if (fi_checks && !holds) __builtin_trap();
 }
 
-template <typename T> constexpr int fi_type_of = -1;
-template <> constexpr int fi_type_of<fi_slider> = FI_SLIDER;
-template <> constexpr int fi_type_of<fi_toggle> = FI_TOGGLE;
-template <> constexpr int fi_type_of<fi_field> = FI_FIELD;
-template <> constexpr int fi_type_of<fi_checklist> = FI_CHECKLIST;
-template <> constexpr int fi_type_of<fi_dial> = FI_DIAL;
-template <> constexpr int fi_type_of<fi_text> = FI_TEXT;
-template <> constexpr int fi_type_of<fi_button> = FI_BUTTON;
-template <> constexpr int fi_type_of<fi_line> = FI_LINE;
-template <> constexpr int fi_type_of<fi_bar> = FI_BAR;
-template <> constexpr int fi_type_of<fi_rect> = FI_RECT;
-template <> constexpr int fi_type_of<fi_scroll> = FI_SCROLL;
-template <> constexpr int fi_type_of<fi_mcf> = FI_MCF;
+template <typename T> inline constexpr int fi_type_of = -1;
+template <> inline constexpr int fi_type_of<fi_slider> = FI_SLIDER;
+template <> inline constexpr int fi_type_of<fi_toggle> = FI_TOGGLE;
+template <> inline constexpr int fi_type_of<fi_field> = FI_FIELD;
+template <> inline constexpr int fi_type_of<fi_checklist> = FI_CHECKLIST;
+template <> inline constexpr int fi_type_of<fi_dial> = FI_DIAL;
+template <> inline constexpr int fi_type_of<fi_text> = FI_TEXT;
+template <> inline constexpr int fi_type_of<fi_button> = FI_BUTTON;
+template <> inline constexpr int fi_type_of<fi_line> = FI_LINE;
+template <> inline constexpr int fi_type_of<fi_bar> = FI_BAR;
+template <> inline constexpr int fi_type_of<fi_rect> = FI_RECT;
+template <> inline constexpr int fi_type_of<fi_scroll> = FI_SCROLL;
+template <> inline constexpr int fi_type_of<fi_mcf> = FI_MCF;
 
 // The typed record of a gadget of that type.
 template <typename T> T* fi_as(FI_gadget* g) {

@@ -102,16 +102,25 @@ void change_members(FI_gadget* g, void (*change)(FI_gadget*)) {
 
 } // namespace
 
+namespace {
+
+// Letters that are embossed stand beside their place, highlighted ones at it: the others have to go first.
+void set_hilite(FI_gadget* g, bool on) {
+    if (g->type == FI_TEXT && g->style != 0) erase_drawn(g);
+    change_look(g, FI_HILITED, on);
+    fi_redraw_gadget(g);
+}
+
+} // namespace
+
 void fi_hilite_gadget(FI_gadget* g) {
     if (g->type == FI_GROUP) return change_members(g, fi_hilite_gadget);
-    change_look(g, FI_HILITED, true);
-    fi_redraw_gadget(g);
+    set_hilite(g, true);
 }
 
 void fi_unhilite_gadget(FI_gadget* g) {
     if (g->type == FI_GROUP) return change_members(g, fi_unhilite_gadget);
-    change_look(g, FI_HILITED, false);
-    fi_redraw_gadget(g);
+    set_hilite(g, false);
 }
 
 void fi_disable_gadget(FI_gadget* g) {

@@ -194,6 +194,7 @@ protected:
         return headless_post(&event);
     }
 
+public:
     inline static FormsFixture* self = nullptr;
     std::string told;
     std::function<void(int label, FI_form* form)> on_note;
