@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "platform/files.h"
+#include "platform/pages.h"
 #include "raster/rzl.h"
 #include "support/checked.h"
 #include "support/log.h"
@@ -16,11 +17,6 @@ namespace {
 constexpr const char* DEFAULT_ROOT = "c:\\vantor";
 constexpr int32_t ORIENTATION_ROWS = 3;      // low two bits of the scan order
 constexpr int32_t ORIENTATION_BOTTOM_UP = 2; // from this value on the last row comes first
-
-// The most pixels that a byte of a file can stand for, by data format. What a header claims beyond that can't be there,
-// and no memory is taken for it. Other standards report the nearest data format, so only native files are held to it.
-constexpr int64_t GREATEST_EXPANSION = 70000;
-constexpr int64_t BYTE_RUN_EXPANSION = 64; // 128 pixels in a control byte and a value
 
 // ---- finding the file --------------------------------------------------------------------------------------------
 
@@ -74,30 +70,10 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
     return shape->width > 0 && shape->height > 0;
 }
 
-int64_t greatest_expansion(CFILE* file, int32_t format) {
-    int32_t standard = -1;
-    int32_t scannable = 0;
-    rzl_get_hdr_data(file, RZL_FIELD_STANDARD, &standard);
-    rzl_get_hdr_data(file, RZL_FIELD_SCANNABLE, &scannable);
-    if (standard != RZL_STANDARD_KRVN || scannable != 0) return GREATEST_EXPANSION; // scannable: lines may be left out
-    switch (format) {
-    case RZL_FORMAT_BYTE:
-    case RZL_FORMAT_RGB:
-    case RZL_FORMAT_FOUR: return 1;
-    case RZL_FORMAT_PLANE_RUNS:
-    case RZL_FORMAT_BYTE_RUNS:
-    case RZL_FORMAT_FOUR_PLANE_RUNS: return BYTE_RUN_EXPANSION;
-    default: return GREATEST_EXPANSION;
-    }
-}
-
-bool file_can_hold(CFILE* file, const char* path, const raster_shape* shape) {
-    int64_t size = files_size_of(path);
-    if (size < 0) return true; // a device: reading tells
-    // The last row is as wide as the file's, whatever is stored of it.
-    int64_t pixels = int64_t{shape->width} * shape->height;
-    if (pixels < shape->file_width) pixels = shape->file_width;
-    return pixels / greatest_expansion(file, shape->format) <= size;
+// No memory is taken for what a header claims beyond what the file can hold. The last row is as wide as the file's,
+// whatever is stored of it.
+bool file_can_hold(CFILE* file, const raster_shape* shape) {
+    return rzl_lines_held(file) >= shape->height;
 }
 
 // A line is read whole while rows stand the stored width apart, so that the last row needs room for the file's width.
@@ -155,14 +131,21 @@ bool read_lines(const line_reader* r, raster_image* image) {
     return true;
 }
 
+// A plane is walked over by every redraw and every pass, from its beginning to its end.
+uint8_t* new_plane(size_t bytes) {
+    auto* plane = mem_new_array<uint8_t>(bytes);
+    if (plane != nullptr) pages_prefer_large(plane, bytes);
+    return plane;
+}
+
 bool allocate(raster_image* image, const raster_shape* shape, const char* path) {
     size_t bytes = 0;
     if (!plane_size(shape, &bytes)) return false;
     image->width = shape->width;
     image->height = shape->height;
-    image->red = mem_new_array<uint8_t>(bytes);
-    image->green = mem_new_array<uint8_t>(bytes);
-    image->blue = mem_new_array<uint8_t>(bytes);
+    image->red = new_plane(bytes);
+    image->green = new_plane(bytes);
+    image->blue = new_plane(bytes);
     image->name = mem_copy_text(path);
     return image->red != nullptr && image->green != nullptr && image->blue != nullptr && image->name != nullptr;
 }
@@ -172,7 +155,7 @@ enum class outcome { loaded, unreadable, no_memory };
 outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t max_height, raster_image* image) {
     raster_shape shape = {};
     if (!read_shape(file, max_width, max_height, &shape)) return outcome::unreadable;
-    if (!has_byte_samples(shape.format) || !file_can_hold(file, path, &shape)) return outcome::unreadable;
+    if (!has_byte_samples(shape.format) || !file_can_hold(file, &shape)) return outcome::unreadable;
     if (!allocate(image, &shape, path)) return outcome::no_memory;
     mem_guard<uint8_t> spare(nullptr);
     if (needs_spare(&shape)) {
@@ -205,6 +188,10 @@ bool find_raster_file(const char* path, char* found, size_t size) {
 raster_image* load_image(const char* path, int32_t max_width, int32_t max_height) {
     char found[FILES_PATH_SIZE];
     find_raster_file(path, found, sizeof found);
+    return load_found_image(path, found, max_width, max_height);
+}
+
+raster_image* load_found_image(const char* path, const char* found, int32_t max_width, int32_t max_height) {
     auto* image = mem_new<raster_image>();
     if (image == nullptr) {
         log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");
