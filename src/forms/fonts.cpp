@@ -5,9 +5,11 @@
 #include "forms/fonts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
+#include "forms/array.h"
 #include "forms/env.h"
 #include "forms/envdata.h"
 #include "forms/forms.h"
@@ -36,10 +38,7 @@ void remember(const char* name, int key, uint32_t id) {
     if (std::strlen(name) >= sizeof fi_state.fonts->name) return;
     if (fi_state.font_count == fi_state.font_room) {
         const int room = fi_state.font_room + GROWTH;
-        auto* grown = static_cast<fi_cached_font*>(
-            mem_realloc(fi_state.fonts, static_cast<size_t>(room) * sizeof *fi_state.fonts));
-        if (grown == nullptr) return;
-        fi_state.fonts = grown;
+        if (!fi_resize(&fi_state.fonts, room)) return;
         fi_state.font_room = room;
     }
     fi_cached_font* entry = &fi_state.fonts[fi_state.font_count++];
@@ -86,12 +85,12 @@ int fi_load_font(const char* name, int size, int* actual_size, uint32_t* id) {
     *actual_size = -1;
     *id = FI_NO_FONT;
     if (*name == '\0') return FI_NO_SUCH_FONT;
-    const double wanted = size * KEY_OF_SIZE + 0.5;
-    int key = wanted < HIGHEST_KEY ? static_cast<int>(wanted) : HIGHEST_KEY;
+    int key = static_cast<int>(std::lround(std::min(size, HIGHEST_KEY) * KEY_OF_SIZE));
+    key = std::min(key, HIGHEST_KEY);
     while (key >= 1 && !load_key(name, key, id))
         --key;
     if (key < 1 || *id == FI_NO_FONT) return FI_NO_SUCH_FONT;
-    *actual_size = static_cast<int>(key * SIZE_OF_KEY + 0.5);
+    *actual_size = static_cast<int>(std::lround(key * SIZE_OF_KEY));
     return FI_SUCCESS;
 }
 
@@ -109,7 +108,7 @@ int fi_find_font(const char* name, float body_size, uint32_t* id, int* actual_si
     const fi_cached_font* fallback = cached(is_field ? "mono821" : "dutch801", FALLBACK_KEY);
     if (fallback == nullptr) return 0;
     *id = fallback->font_id;
-    *actual_size = static_cast<int>(FALLBACK_KEY * SIZE_OF_KEY + 0.5);
+    *actual_size = static_cast<int>(std::lround(FALLBACK_KEY * SIZE_OF_KEY));
     return 0;
 }
 
