@@ -6,6 +6,7 @@
 
 #include "forms/array.h"
 #include "forms/envdata.h"
+#include "forms/fonts.h"
 #include "forms/forms.h"
 #include "support/memory.h"
 
@@ -82,5 +83,7 @@ int FI_set_symbol_path(const char* list) {
 }
 
 int FI_set_font_path(const char* list) {
-    return fi_set_path_list(&fi_state.font_path, list);
+    const int status = fi_set_path_list(&fi_state.font_path, list);
+    if (status == FI_SUCCESS) fi_forget_found_fonts();
+    return status;
 }
