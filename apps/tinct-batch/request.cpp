@@ -172,7 +172,7 @@ bool takes_value(const char* word) {
 
 // The standard of an output type, -1 for one that pictures are not saved as.
 int32_t standard_of_type(const char* type) {
-    int32_t standard = raster_standard_of(type);
+    int32_t standard = rzl_standard_of_extension(type);
     return imp_format_ok(standard, RZL_FORMAT_BYTE_RUNS) != 0 ? standard : -1;
 }
 
@@ -212,7 +212,7 @@ int request_parse(word_list* words, apply_request* request) {
     if (request->tnc == nullptr) return program_usage("apply needs a .tnc file");
     if (request->set_count == 0) return program_usage("apply needs at least one --set PEN=SURFACE");
     if (request->out == nullptr) return program_usage("apply needs -o OUT");
-    return EXIT_DONE;
+    return check_output_name(request->out);
 }
 
 void request_free(apply_request* request) {

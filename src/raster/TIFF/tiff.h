@@ -17,7 +17,7 @@
 // that fails leaves the file as it was.
 #pragma once
 
-#include "raster/CORE/cfile.h"
+#include "raster/CORE/module.h"
 #include "support/bytes.h"
 
 enum class cit_coding : uint8_t;
@@ -261,9 +261,7 @@ inline bool tif_is_stored(const tif_image* image, uint32_t entry) {
 }
 
 // ---- tifopen
-CFILE* tif_open(CFILE* c);    // for detection: owns the handle
-int tif_initialise(CFILE* c); // for a file being created
-tif_image* tif_new_image();   // defaults of a new file; null without memory
+tif_image* tif_new_image(); // defaults of a new file; null without memory
 void tif_free_image(tif_image* image);
 void tif_drop_segments(CFILE* c); // forgets what reading and writing have at hand; nothing is written
 void tif_free_specs(CFILE* c);
@@ -443,15 +441,27 @@ size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_
 
 // ---- tifsampl: samples of a row
 // `count` samples of a row, as a line of one sample a pixel has them: bytes, 16-bit or 32-bit words; `bits` of 2 to 32.
-void tif_unpack_samples(const uint8_t* row, int bits, uint16_t order, size_t count, uint8_t* line);
-void tif_pack_samples(const uint8_t* line, int bits, uint16_t order, size_t count, uint8_t* row);
+inline void tif_unpack_samples(const uint8_t* row, int bits, uint16_t order, size_t count, uint8_t* line) {
+    unpack_samples(row, bits, order == TIF_BIG, count, line);
+}
+inline void tif_pack_samples(const uint8_t* line, int bits, uint16_t order, size_t count, uint8_t* row) {
+    pack_samples(line, bits, order == TIF_BIG, count, row);
+}
 // The same with a byte for every sample, of any number of bits: narrow ones shifted up by `widen`, wide ones cut.
-void tif_unpack_bytes(const uint8_t* row, int bits, uint16_t order, size_t count, bool widen, uint8_t* out);
-void tif_pack_bytes(const uint8_t* in, int bits, uint16_t order, size_t count, bool widen, uint8_t* row);
+inline void tif_unpack_bytes(const uint8_t* row, int bits, uint16_t order, size_t count, bool widen, uint8_t* out) {
+    unpack_bytes(row, bits, order == TIF_BIG, count, widen, out);
+}
+inline void tif_pack_bytes(const uint8_t* in, int bits, uint16_t order, size_t count, bool widen, uint8_t* row) {
+    pack_bytes(in, bits, order == TIF_BIG, count, widen, row);
+}
 // Bilevel rows and lines of words, `width` pixels; what stands behind the last pixel becomes 0. A row can become words
 // where it stands.
-void tif_row_to_words(const uint8_t* row, uint32_t width, uint8_t* words);
-void tif_words_to_row(const uint8_t* words, uint32_t width, uint8_t* row);
+inline void tif_row_to_words(const uint8_t* row, uint32_t width, uint8_t* words) {
+    bits_to_words(row, width, 0, words);
+}
+inline void tif_words_to_row(const uint8_t* words, uint32_t width, uint8_t* row) {
+    words_to_bits(words, width, 0, row);
+}
 // Predictor 2: each sample as the difference to the one `step` samples before it.
 void tif_make_differences(uint8_t* row, int bits, uint16_t order, size_t count, size_t step);
 void tif_undo_differences(uint8_t* row, int bits, uint16_t order, size_t count, size_t step);

@@ -77,65 +77,56 @@ uint32_t judge_samples(const tif_image* image, const char** detail) {
     return image->planar_config == 1 || image->planar_config == 2 ? 0 : RZL_UNSUP_TIFF;
 }
 
-format_slots tiff_slots() {
-    format_slots slots{};
-    slots.Getline = tif_getline;
-    slots.Get_line = tif_get_line;
-    slots.Getlinefromtile = tif_getline_from_tiles;
-    slots.Getrleline = tif_get_rle_line;
-    slots.Getinlv = tif_get_interleaved_line;
-    slots.Putline = tif_putline;
-    slots.Put_line = tif_put_line;
-    slots.Putrleline = tif_put_rle_line;
-    slots.Putinlv = tif_put_interleaved_line;
-    slots.Putlinetotile = tif_putline_to_tiles;
-    slots.Gettile = tif_get_tile;
-    slots.Puttile = tif_put_tile;
-    slots.Getrletile = tif_get_rle_tile;
-    slots.Get_hdr_data = tif_get_hdr_data;
-    slots.Set_hdr_data = tif_set_hdr_data;
-    slots.Get_stat = tif_get_stat;
-    slots.Set_stat = tif_set_stat;
-    slots.Get_vlt = tif_get_vlt;
-    slots.Get_format = tif_get_format;
-    slots.Get_packet = tif_get_packet;
-    slots.Put_Packet = tif_put_packet;
-    slots.copydata = tif_copydata;
-    slots.init_std_hdr = tif_init_std_hdr;
-    slots.init_ov = tif_init_ov;
-    slots.setactiveov = tif_set_active_overview;
-    slots.Wrt_hdr = tif_write_header;
-    slots.Seek = tif_seek;
-    slots.Get_number_of_images = tif_get_number_of_images;
-    slots.Set_Number_of_Images = tif_set_number_of_images;
-    slots.Set_Active_Image = tif_set_active_image;
-    slots.Randomize = tif_randomize;
-    slots.Rewind = tif_rewind;
-    slots.Close = tif_close;
-    slots.Free_specs = tif_free_specs;
-    slots.Get_Image_Offset = [](CFILE*) { return int64_t{TIF_FIRST_OFFSET}; };
-    return slots;
+int64_t first_offset(CFILE*) {
+    return TIF_FIRST_OFFSET;
 }
 
-bool make_spec(CFILE* c) {
-    auto* spec = mem_new<tif_spec>();
-    c->spec = spec;
-    if (spec == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+constexpr format_slots SLOTS = {
+    .Getline = tif_getline,
+    .Get_line = tif_get_line,
+    .Getlinefromtile = tif_getline_from_tiles,
+    .Getrleline = tif_get_rle_line,
+    .Getinlv = tif_get_interleaved_line,
+    .Putline = tif_putline,
+    .Put_line = tif_put_line,
+    .Putrleline = tif_put_rle_line,
+    .Putinlv = tif_put_interleaved_line,
+    .Putlinetotile = tif_putline_to_tiles,
+    .Gettile = tif_get_tile,
+    .Puttile = tif_put_tile,
+    .Getrletile = tif_get_rle_tile,
+    .Get_hdr_data = tif_get_hdr_data,
+    .Set_hdr_data = tif_set_hdr_data,
+    .Get_stat = tif_get_stat,
+    .Set_stat = tif_set_stat,
+    .Get_vlt = tif_get_vlt,
+    .Get_format = tif_get_format,
+    .Get_packet = tif_get_packet,
+    .Put_Packet = tif_put_packet,
+    .copydata = tif_copydata,
+    .init_std_hdr = tif_init_std_hdr,
+    .init_ov = tif_init_ov,
+    .setactiveov = tif_set_active_overview,
+    .Wrt_hdr = tif_write_header,
+    .Seek = tif_seek,
+    .Get_number_of_images = tif_get_number_of_images,
+    .Set_Number_of_Images = tif_set_number_of_images,
+    .Set_Active_Image = tif_set_active_image,
+    .Randomize = tif_randomize,
+    .Rewind = tif_rewind,
+    .Close = tif_close,
+    .Free_specs = tif_free_specs,
+    .Get_Image_Offset = first_offset,
+};
+
+void start_spec(CFILE* c) {
+    tif_spec* spec = tif_spec_of(c);
     spec->order = TIF_LITTLE;
     spec->begun = c->mode == MODE_READ || c->mode == MODE_UPDATE;
     spec->end = spec->begun ? io_size(c) : c->base_offset;
     spec->in.segment = spec->out.segment = -1;
-    c->standard = RZL_STANDARD_TIFF;
     set_flag(c, FLAG_PADDED_TILES, true);
     set_flag(c, FLAG_NATIVE, false);
-    install_slots(c, tiff_slots());
-    return true;
-}
-
-CFILE* give_up(CFILE* c) {
-    tif_free_specs(c);
-    abandon_cfile(c);
-    return nullptr;
 }
 
 // Images behind the main one are its overviews as long as all of them are reduced.
@@ -250,25 +241,73 @@ void tif_close(CFILE* c) {
     tif_free_specs(c);
 }
 
-CFILE* tif_open(CFILE* c) {
-    if (!make_spec(c) || !tif_read_chain(c)) return give_up(c);
+namespace {
+
+int tif_open(CFILE* c, const char*) {
+    start_spec(c);
+    if (!tif_read_chain(c)) return 1;
     classify_chain(c);
-    set_flag(c, FLAG_HEADER_EXISTS, true);
-    if (!tif_activate(c, tif_spec_of(c)->first)) return give_up(c);
+    if (!tif_activate(c, tif_spec_of(c)->first)) return 1;
     c->active_image = 0;
     c->active_overview = OVERVIEW_UNSET;
-    return c;
+    return 0;
+}
+
+// A binary head before the PostScript tells where a TIFF preview lies. The head's check word is the exclusive or of its
+// other words, or all ones for a head without a check.
+int tif_open_preview(CFILE* c, const char* name) {
+    uint8_t head[32];
+    if (io_read(c, head, sizeof head) != sizeof head) return refuse(c, RZL_READ_FAILED, SOURCE, name);
+    uint16_t sum = 0;
+    for (size_t i = 0; i < 28; i += 2)
+        sum = static_cast<uint16_t>(sum ^ load_u16le(head + i));
+    uint16_t check = load_u16le(head + 28);
+    uint32_t offset = load_u32le(head + 20);
+    uint32_t length = load_u32le(head + 24);
+    if (offset == 0 || length == 0 || (check != sum && check != 0xFFFF))
+        return refuse(c, RZL_READ_FAILED, SOURCE, name);
+    c->base_offset = offset;
+    return io_seek(c, 0) ? tif_open(c, name) : refuse(c, RZL_READ_FAILED, SOURCE, name);
 }
 
 // Nothing is written yet, so that another standard can still be chosen: the file begins with its first append.
 int tif_initialise(CFILE* c) {
-    if (!make_spec(c)) return 1;
+    start_spec(c);
     tif_spec* spec = tif_spec_of(c);
     spec->first = spec->image = tif_new_image();
-    if (spec->first == nullptr) return tif_refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (spec->first == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
     spec->first->image_width = static_cast<uint32_t>(c->xsize);
     spec->first->image_length = static_cast<uint32_t>(c->ysize);
-    if (tif_set_format(c, RZL_FORMAT_BYTE) == 0) return 0;
-    tif_free_specs(c);
-    return 1;
+    return tif_set_format(c, RZL_FORMAT_BYTE);
 }
+
+constexpr int32_t FORMATS[] = {
+    RZL_FORMAT_BYTE,         RZL_FORMAT_RGB,    RZL_FORMAT_BILEVEL, RZL_FORMAT_BYTE_RUNS,      RZL_FORMAT_PLANE_RUNS,
+    RZL_FORMAT_BILEVEL_RUNS, RZL_FORMAT_GROUP3, RZL_FORMAT_GROUP4,  RZL_FORMAT_BYTE_PAIRS,     RZL_FORMAT_INT16,
+    RZL_FORMAT_INT32,        RZL_FORMAT_REAL32, RZL_FORMAT_FOUR,    RZL_FORMAT_FOUR_PLANE_RUNS};
+
+} // namespace
+
+extern const format_module tif_module;
+extern const format_module tif_eps_module;
+
+const format_module tif_module = {
+    .word = SOURCE,
+    .squetch_word = "tiff squetch",
+    .slots = &SLOTS,
+    .spec_size = sizeof(tif_spec),
+    .formats = FORMATS,
+    .traits = MODULE_TILES | MODULE_RESIZES,
+    .open = tif_open,
+    .initialise = tif_initialise,
+};
+
+const format_module tif_eps_module = {
+    .word = SOURCE,
+    .squetch_word = "tiff squetch",
+    .slots = &SLOTS,
+    .spec_size = sizeof(tif_spec),
+    .formats = FORMATS,
+    .traits = MODULE_TILES | MODULE_RESIZES,
+    .open = tif_open_preview,
+};

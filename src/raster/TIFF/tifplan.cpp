@@ -13,12 +13,6 @@ constexpr const char* SOURCE = "TIFF/tifwrthd";
 // Strips that a file under update can get beyond those that it has.
 constexpr uint64_t MOST_NEW_ENTRIES = 1 << 20;
 
-// Compression classes of the handle.
-constexpr uint32_t CLASS_NONE = 0;
-constexpr uint32_t CLASS_RUNS = 2;
-constexpr uint32_t CLASS_LZW = 3;
-constexpr uint32_t CLASS_CCITT = 5;
-
 // What a data format is in a file.
 struct format_row {
     int32_t format;
