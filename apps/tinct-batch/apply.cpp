@@ -120,7 +120,7 @@ int check_patterns(const apply_request* request) {
     for (int i = 0; i < request->set_count; ++i) {
         const set_request* set = &request->sets[i];
         if (set->kind == surface_kind::raster && !find_raster_file(set->text, found, sizeof found)) {
-            return program_fail("There is no pattern file \"%s\".", set->text);
+            return program_fail("load_image : failed to open \"%s\" for read", set->text);
         }
         if (set->kind == surface_kind::raster && files_input_fault(found) != nullptr) {
             return program_fail_reading(found, "");
@@ -240,9 +240,7 @@ int open_pair(const apply_request* request) {
     pair checked;
     if (!pair_check(request->tnc, &checked)) return EXIT_FAILED;
     if (image_open(request->tnc) == 0) return EXIT_FAILED;
-    if (program_has_reported()) return EXIT_FAILED;
-    if (!open_image.tnc->complete) return program_fail("\"%s\" ends early: the file is cut.", request->tnc);
-    return EXIT_DONE;
+    return program_has_reported() ? EXIT_FAILED : EXIT_DONE;
 }
 
 int run(apply_request* request, palettes* p) {

@@ -36,7 +36,23 @@ struct raster_shape {
     int32_t width, height; // stored
     int32_t format;
     bool bottom_up;
+    bool black_and_white; // bilevel, without a table of its two colours
 };
+
+bool is_bilevel(int32_t format) {
+    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP3 ||
+           format == RZL_FORMAT_GROUP4;
+}
+
+// A table with more entries is none that the library looks pixels up in.
+bool has_table(CFILE* file) {
+    constexpr int32_t MOST_ENTRIES = 512;
+    int32_t type = RZL_VLT_NONE;
+    int32_t entries = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_VLT_TYPE, &type);
+    rzl_get_hdr_data(file, RZL_FIELD_VLT_ENTRIES, &entries);
+    return (type == RZL_VLT_BYTES || type == RZL_VLT_ENTRIES) && entries > 0 && entries <= MOST_ENTRIES;
+}
 
 bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape* shape) {
     int32_t orientation = 0;
@@ -45,6 +61,7 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
                 rzl_get_hdr_data(file, RZL_FIELD_FORMAT, &shape->format) == 0;
     if (!good || shape->file_width < 1 || shape->file_height < 1) return false;
     rzl_get_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
+    shape->black_and_white = is_bilevel(shape->format) && !has_table(file);
     shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
     // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up file is stored whole.
     bool whole = shape->bottom_up;
@@ -67,11 +84,6 @@ bool plane_size(const raster_shape* shape, size_t* bytes) {
 }
 
 // ---- lines -------------------------------------------------------------------------------------------------------
-
-bool is_bilevel(int32_t format) {
-    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP3 ||
-           format == RZL_FORMAT_GROUP4;
-}
 
 bool is_four_channel(int32_t format) {
     return format == RZL_FORMAT_JPEG_FOUR || format == RZL_FORMAT_FOUR_PLANE_RUNS || format == RZL_FORMAT_FOUR;
@@ -98,14 +110,14 @@ bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* b
 }
 
 bool read_line(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
-    if (is_bilevel(r->shape->format)) return read_bilevel(r, red, green, blue);
+    if (r->shape->black_and_white) return read_bilevel(r, red, green, blue);
     if (!is_four_channel(r->shape->format)) return rzl_getline3(r->file, red, green, blue) == 0;
     void* buffers[4] = {red, green, blue, r->spare};
     return rzl_getline_channels(r->file, 4, buffers) == 0;
 }
 
-bool needs_spare(int32_t format) {
-    return is_bilevel(format) || is_four_channel(format);
+bool needs_spare(const raster_shape* shape) {
+    return shape->black_and_white || is_four_channel(shape->format);
 }
 
 // Reads the lines in file order into the planes, from the last row up for a bottom-up file. Each line is overwritten at
@@ -146,7 +158,7 @@ outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t
     if (!has_byte_samples(shape.format) || !file_can_hold(file, &shape)) return outcome::unreadable;
     if (!allocate(image, &shape, path)) return outcome::no_memory;
     mem_guard<uint8_t> spare(nullptr);
-    if (needs_spare(shape.format)) {
+    if (needs_spare(&shape)) {
         spare.block = mem_new_array<uint8_t>(static_cast<size_t>(shape.file_width) + 2);
         if (!spare) return outcome::no_memory;
     }
