@@ -121,7 +121,9 @@ TEST_F(Safety, EveryFailureOfMemoryAndTransfersIsTold) {
         run_once(); // what is made once for the process is there
         // The listing of the standards takes no memory and moves no bytes by way of the files.
         if (c.words[1] == "formats") continue;
-        sweep_failures(ALL_FAILURES, run_once, check);
+        const std::vector<failing> some = {failing::allocation, failing::transfers_onward};
+        const std::vector<failing> all(std::begin(ALL_FAILURES), std::end(ALL_FAILURES));
+        sweep_failures(torture() > 0 ? all : some, run_once, check);
         clear_outs(c);
     }
     stop_set_action(nullptr, nullptr);
