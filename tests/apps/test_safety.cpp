@@ -285,8 +285,8 @@ TEST_F(Safety, EveryFailingCallOfTheSystemIsTold) {
             // A checker of memory maps for itself, and reads files of its own when all is done.
             if (WITH_SANITIZER && (std::string(f.call) == "mmap" || std::string(f.call) == "read")) continue;
             bool hit = true;
-            // The first calls are the loader's.
-            for (int n = 1; hit && n < 400; n += n < 40 ? 1 : 17) {
+            // The first calls are the loader's, which does not look at its very first mapping.
+            for (int n = std::string(f.call) == "mmap" ? 2 : 1; hit && n < 400; n += n < 40 ? 1 : 17) {
                 set_outs(c, OLD);
                 std::vector<std::string> words = {"/usr/bin/strace",
                                                   "-qq",
