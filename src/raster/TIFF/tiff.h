@@ -222,12 +222,6 @@ inline uint16_t tif_u16(const tif_spec* spec, const uint8_t* p) {
 inline uint32_t tif_u32(const tif_spec* spec, const uint8_t* p) {
     return spec->order == TIF_BIG ? load_u32be(p) : load_u32le(p);
 }
-inline void tif_put_u16(const tif_spec* spec, uint8_t* p, uint16_t v) {
-    spec->order == TIF_BIG ? store_u16be(p, v) : store_u16le(p, v);
-}
-inline void tif_put_u32(const tif_spec* spec, uint8_t* p, uint32_t v) {
-    spec->order == TIF_BIG ? store_u32be(p, v) : store_u32le(p, v);
-}
 
 // `count` values of that type between a place in the file's order and the machine's: types of 2, 4 and 8 bytes.
 void tif_copy_values(const tif_spec* spec, uint16_t type, uint8_t* to, const uint8_t* from, size_t count);
@@ -266,13 +260,10 @@ int tif_initialise(CFILE* c); // for a file being created
 tif_image* tif_new_image();   // defaults of a new file; null without memory
 void tif_free_image(tif_image* image);
 void tif_drop_segments(CFILE* c); // forgets what reading and writing have at hand; nothing is written
-void tif_free_specs(CFILE* c);
-void tif_close(CFILE* c);
 int tif_refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE()); // 1
 bool tif_fails(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE()); // false
 
 // ---- tifdir
-bool tif_read_chain(CFILE* c); // all directories; false with the status set
 const uint8_t* tif_find_entry(const tif_spec* spec, const tif_image* image, uint16_t tag); // the last one, or null
 // Up to `limit` unsigned values of an entry of type 3 or 4 (a type 1 is taken as well) into `out`. The number read, -1
 // for a failure of the file; values that the entry has not are not touched.
@@ -285,7 +276,6 @@ uint32_t tif_judge(CFILE* c, const tif_image* image, const char** detail); // th
 bool tif_activate(CFILE* c, tif_image* image);         // all that the handle derives from it; line 0
 bool tif_take_kind(CFILE* c, const tif_image* image);  // samples, bits, format and coding
 bool tif_take_image(CFILE* c, const tif_image* image); // the handle's sizes, layout and tables
-tif_image* tif_append_image(CFILE* c, const tif_image* like, uint32_t subfile_type); // null without memory
 int tif_finish_image(CFILE* c); // brings the file up to date with the active image; 0 on success
 int tif_get_number_of_images(CFILE* c);
 int tif_set_number_of_images(CFILE* c, int32_t count);
@@ -299,10 +289,6 @@ int tif_get_hdr_data(CFILE* c, int32_t field, void* value);
 int tif_set_hdr_data(CFILE* c, int32_t field, const void* value);
 int tif_get_stat(CFILE* c, rzl_stat* stat);
 int tif_set_stat(CFILE* c, const rzl_stat* stat);
-int32_t tif_resolution(const tif_image* image);
-int tif_orientation(const tif_image* image);
-int tif_get_user_tag(CFILE* c, rzl_user_tag* tag);
-int tif_add_user_tag(CFILE* c, const rzl_user_tag* tag); // 1: refused, or no memory
 bool tif_keep_user_tag(tif_image* image, uint16_t tag, uint16_t type, uint32_t count, const void* data);
 int tif_get_packet(CFILE* c, void* buffer);
 int tif_put_packet(CFILE* c, const void* buffer);
@@ -318,12 +304,9 @@ int tif_get_format(CFILE* c);
 int tif_format_of(const tif_image* image);
 void tif_compression_class(const tif_image* image, bool opened, uint32_t* kind, uint32_t* variant);
 int tif_set_format(CFILE* c, int32_t format);
-bool tif_plan_strips(CFILE* c, tif_image* image);                // geometry and arrays; false with the status set
 bool tif_need_entry(CFILE* c, tif_image* image, uint32_t entry); // room for it in the arrays
 int tif_write_header(CFILE* c);
 bool tif_is_managed(uint16_t tag);              // one that says how the image is stored
-bool tif_write_ifd(CFILE* c, tif_image* image); // values and directory at the end, then the pointer to it
-bool tif_update_strip_arrays(CFILE* c, tif_image* image);
 bool tif_update_flag_registers(CFILE* c, tif_image* image);
 bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count); // from the base offset
 // At the end of the file, at an even place; a streamed strip that is not complete is ended before. tif_extend() goes on
@@ -338,7 +321,6 @@ int tif_init_ov(CFILE* from, CFILE* to);
 // ---- tifstrip: rows of segments
 // The row of a segment of the active image, valid until the next call that reads. A plain row is read into `into` when
 // that is not null and stays there. Null with the status set.
-const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into);
 // The rows of a segment's first plane as far as they are there, when they are decoded together; null otherwise, with
 // the status set if that is a failure.
 const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes);
@@ -367,9 +349,7 @@ int tif_getline_from_tiles(CFILE* c, int channels, read_planes buffers);
 int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
 // The first `rows` rows of a tile into planes of `pitch` bytes a line. False: no memory, or a tile that can't be read;
 // rows that the file has not got become 0 and are no failure.
-bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch);
 bool tif_fill_tile_row(CFILE* c);    // the row of tiles of the line that comes next; false with the status set
-bool tif_tile_is_readable(CFILE* c); // false with the status set
 // Whether a call's one buffer takes all samples of a pixel, and the bytes of a tile's line in a plane of such a call.
 bool tif_is_together(const CFILE* c);
 size_t tif_tile_pitch(const CFILE* c);
@@ -391,23 +371,18 @@ void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int c
                    size_t step, uint8_t* rows);
 // The place of the row of a segment that is gathered, for a caller that makes a row of chunky data there and calls
 // tif_end_row(). Null: the row can't be made in place (status 0), or a failure.
-uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row);
-bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row);
 // Whether a caller's line, `step` bytes a pixel (0: a byte for one sample), is the row as a plain image's file has it.
 bool tif_is_plain_row(const tif_image* image, size_t step);
 // Takes the rows of a line, from tif_make_rows(). Stores the segment when it is complete: the plain strips of a new
 // file with one plane are streamed, each row goes into the file as it comes. False with the status set.
-bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows);
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count);
 bool tif_flush_segment(CFILE* c);               // stores what waits; false with the status set
 bool tif_is_streaming(const CFILE* c);          // a strip is in the file in part, and its next row goes to the end
 bool tif_samples_can_be_put(CFILE* c);          // for lines and tiles; false with the status set
-bool tif_begin_put(CFILE* c, uint32_t segment); // leaves another segment that waits, judges this one
 bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes);
 // CCITT lines: bits, or runs when `bits` is null.
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,
                        size_t count);
-bool tif_end_fax(CFILE* c, uint32_t segment, uint32_t rows); // for tif_flush_segment()
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count);
 // `count` plain tiles that stand behind each other in `bytes`, `tile_bytes` each.
 bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* bytes, size_t tile_bytes);

@@ -399,7 +399,7 @@ bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes) {
     return *block != nullptr || tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
 }
 
-const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
+static const uint8_t* fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
     const tif_image* image = tif_image_of(c);
     auto bytes = static_cast<size_t>(tif_row_bytes(image, plane));
     if (bytes == 0) {
@@ -445,7 +445,7 @@ const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes) {
 bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words) {
     const tif_image* image = tif_image_of(c);
     if (!tif_is_fax(image->compression)) {
-        const uint8_t* bytes = tif_fetch_row(c, segment, row, 0, nullptr);
+        const uint8_t* bytes = fetch_row(c, segment, row, 0, nullptr);
         if (bytes != nullptr) tif_row_to_words(bytes, tif_shape_of(image).width, words);
         return bytes != nullptr;
     }
@@ -477,7 +477,7 @@ bool widens(const CFILE* c) {
 const uint8_t* byte_row(CFILE* c, uint32_t segment, uint32_t row, int plane, size_t samples, uint8_t* into) {
     const tif_image* image = tif_image_of(c);
     int bits = image->bits_per_sample[plane];
-    const uint8_t* packed = tif_fetch_row(c, segment, row, plane, bits == 8 ? into : nullptr);
+    const uint8_t* packed = fetch_row(c, segment, row, plane, bits == 8 ? into : nullptr);
     if (packed == nullptr || bits == 8) return packed;
     tif_gathering* out = &tif_spec_of(c)->out;
     if (into == nullptr) {
@@ -653,7 +653,7 @@ bool tif_band_line(CFILE* c, uint32_t segment, uint32_t row, uint8_t* line) {
     if (tif_is_bilevel(image)) return tif_fetch_bits(c, segment, row, line);
     int bits = tif_bits(image);
     bool direct = bits == 8 || (bits == 16 && tif_spec_of(c)->order == TIF_LITTLE);
-    const uint8_t* bytes = tif_fetch_row(c, segment, row, 0, direct ? line : nullptr);
+    const uint8_t* bytes = fetch_row(c, segment, row, 0, direct ? line : nullptr);
     if (bytes == nullptr) return false;
     if (bits < 8) {
         tif_unpack_bytes(bytes, bits, tif_spec_of(c)->order, width, is_widened(c, image), line);

@@ -126,7 +126,7 @@ size_t tif_tile_pitch(const CFILE* c) {
     return line_bytes(c, tif_image_of(c)->tile_width) * (tif_is_together(c) ? samples_together(c) : 1);
 }
 
-bool tif_tile_is_readable(CFILE* c) {
+static bool tile_is_readable(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (image->samples_per_pixel != 1 && !tif_colour_is_readable(c)) return false;
     bool planes = tif_shape_of(image).planes > 1;
@@ -134,7 +134,7 @@ bool tif_tile_is_readable(CFILE* c) {
     return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
 }
 
-bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch) {
+static bool tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch) {
     size_t bytes = tif_tile_pitch(c);
     uint8_t* lines[TIF_MAX_SAMPLES] = {};
     uint32_t first = channels > 0 ? move_rows(c, tile, rows, planes[0], pitch) : 0;
@@ -156,18 +156,18 @@ bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t
 // The planes keep the distance of full tile lines.
 int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {
     int64_t tile = next_tile(c);
-    if (tile < 0 || !tif_tile_is_readable(c)) return 0;
+    if (tile < 0 || !tile_is_readable(c)) return 0;
     const tif_image* image = tif_image_of(c);
     int used = std::min(channels, TIF_MAX_SAMPLES);
     uint32_t rows = used > 0 ? image->tile_length : 0;
-    if (!tif_tile_rows(c, static_cast<uint32_t>(tile), rows, used, buffers, tif_tile_pitch(c))) return 0;
+    if (!tile_rows(c, static_cast<uint32_t>(tile), rows, used, buffers, tif_tile_pitch(c))) return 0;
     ++c->line;
     return 1;
 }
 
 bool tif_fill_tile_row(CFILE* c) {
     if (!row_is_due(c)) return c->status == 0;
-    if (!tif_tile_is_readable(c)) return false;
+    if (!tile_is_readable(c)) return false;
     tile_record* t = c->tile;
     const tif_image* image = tif_image_of(c);
     auto band = static_cast<uint32_t>(c->line) / t->height;
@@ -180,7 +180,7 @@ bool tif_fill_tile_row(CFILE* c) {
         for (int i = 0; i < planes; ++i)
             places[i] = t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + column * tile_bytes;
         uint32_t tile = band * t->tiles_across + column;
-        if (!tif_tile_rows(c, tile, rows, planes, places, tile_row_pitch(c))) return false;
+        if (!tile_rows(c, tile, rows, planes, places, tile_row_pitch(c))) return false;
     }
     t->first_line = static_cast<int32_t>(band * t->height);
     t->row_read = true;

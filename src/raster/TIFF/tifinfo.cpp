@@ -56,7 +56,7 @@ int give_stored(CFILE* c, const uint8_t* entry, rzl_user_tag* tag) {
 
 } // namespace
 
-int tif_get_user_tag(CFILE* c, rzl_user_tag* tag) {
+static int get_user_tag(CFILE* c, rzl_user_tag* tag) {
     const tif_spec* spec = tif_spec_of(c);
     const tif_image* image = spec->image;
     const uint8_t* entry = tif_find_entry(spec, image, tag->tag);
@@ -84,7 +84,7 @@ bool tif_keep_user_tag(tif_image* image, uint16_t tag, uint16_t type, uint32_t c
     return true;
 }
 
-int tif_add_user_tag(CFILE* c, const rzl_user_tag* tag) {
+static int add_user_tag(CFILE* c, const rzl_user_tag* tag) {
     tif_image* image = tif_image_of(c);
     bool own = tif_is_managed(tag->tag) || tag->tag == TIF_TAG_PACKETS; // only the module writes those
     uint64_t bytes = tif_value_bytes(tag->type, tag->count);
@@ -329,6 +329,22 @@ int32_t narrowed(uint64_t value) {
     return static_cast<int32_t>(std::min<uint64_t>(value, INT32_MAX));
 }
 
+// Negative: dots an inch. Positive: micrometres a dot.
+int32_t resolution_of(const tif_image* image) {
+    double above = image->x_resolution[0];
+    double below = image->x_resolution[1];
+    double value = 0;
+    if (below == 0) return 0;
+    if (image->resolution_unit <= 2) value = -(above / below);
+    if (image->resolution_unit == 3) value = above != 0 ? below * 10000 / above : 0;
+    return static_cast<int32_t>(std::clamp(value, -2147483647.0, 2147483647.0));
+}
+
+int orientation_of(const tif_image* image) {
+    const auto* found = std::find(std::begin(TIF_ORIENTATIONS), std::end(TIF_ORIENTATIONS), image->orientation);
+    return found != std::end(TIF_ORIENTATIONS) ? static_cast<int>(found - TIF_ORIENTATIONS) : DEFAULT_ORIENTATION;
+}
+
 int32_t image_count(CFILE* c) {
     return has_flag(c, FLAG_MULTI_IMAGE) ? tif_get_number_of_images(c) : 1;
 }
@@ -341,8 +357,8 @@ int32_t value_of(CFILE* c, int32_t field) {
     case RZL_FIELD_VLT_TYPE: return palette ? 2 : 0;
     case RZL_FIELD_VLT_ENTRIES: return palette && tif_bits(image) <= 8 ? 1 << tif_bits(image) : 0;
     case RZL_FIELD_PACKET_WORDS: return narrowed(image->packet_words);
-    case RZL_FIELD_RESOLUTION: return tif_resolution(image);
-    case RZL_FIELD_ORIENTATION: return tif_orientation(image);
+    case RZL_FIELD_RESOLUTION: return resolution_of(image);
+    case RZL_FIELD_ORIENTATION: return orientation_of(image);
     case RZL_FIELD_MINIMUM: return static_cast<int32_t>(image->min_sample[0]);
     case RZL_FIELD_MAXIMUM: return static_cast<int32_t>(image->max_sample[0]);
     case RZL_FIELD_TILE_WIDTH: return c->tile != nullptr ? narrowed(c->tile->width) : 0;
@@ -366,22 +382,6 @@ int32_t value_of(CFILE* c, int32_t field) {
 
 } // namespace
 
-// Negative: dots an inch. Positive: micrometres a dot.
-int32_t tif_resolution(const tif_image* image) {
-    double above = image->x_resolution[0];
-    double below = image->x_resolution[1];
-    double value = 0;
-    if (below == 0) return 0;
-    if (image->resolution_unit <= 2) value = -(above / below);
-    if (image->resolution_unit == 3) value = above != 0 ? below * 10000 / above : 0;
-    return static_cast<int32_t>(std::clamp(value, -2147483647.0, 2147483647.0));
-}
-
-int tif_orientation(const tif_image* image) {
-    const auto* found = std::find(std::begin(TIF_ORIENTATIONS), std::end(TIF_ORIENTATIONS), image->orientation);
-    return found != std::end(TIF_ORIENTATIONS) ? static_cast<int>(found - TIF_ORIENTATIONS) : DEFAULT_ORIENTATION;
-}
-
 int tif_get_hdr_data(CFILE* c, int32_t field, void* value) {
     if (field == RZL_FIELD_MATRIX) {
         const tif_image* image = tif_image_of(c);
@@ -389,7 +389,7 @@ int tif_get_hdr_data(CFILE* c, int32_t field, void* value) {
         if ((image->flags & TIF_HAS_TRANSFORM) != 0) std::memcpy(value, image->transform, sizeof image->transform);
         return 0;
     }
-    if (field == RZL_FIELD_USER_TAG) return tif_get_user_tag(c, static_cast<rzl_user_tag*>(value));
+    if (field == RZL_FIELD_USER_TAG) return get_user_tag(c, static_cast<rzl_user_tag*>(value));
     int32_t number = value_of(c, field);
     std::memcpy(value, &number, sizeof number);
     // The aspect ratio, a double of 0.
@@ -675,7 +675,7 @@ int tif_set_hdr_data(CFILE* c, int32_t field, const void* value) {
     bool overview = c->active_overview >= 0;
     if (field == RZL_FIELD_MATRIX) return overview ? 0 : set_transform(c, value);
     if (field == RZL_FIELD_USER_TAG) {
-        return overview ? 0 : tif_add_user_tag(c, static_cast<const rzl_user_tag*>(value));
+        return overview ? 0 : add_user_tag(c, static_cast<const rzl_user_tag*>(value));
     }
     int32_t number = 0;
     // Texts of other formats need not be as long as a number.

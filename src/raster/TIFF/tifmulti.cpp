@@ -69,11 +69,31 @@ void release_arrays(const CFILE* c, tif_image* image) {
     image->strip_count = 0;
 }
 
+tif_image* add_record(CFILE* c, const tif_image* like, uint32_t subfile_type) {
+    tif_image* image = tif_new_image();
+    if (image == nullptr) {
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return nullptr;
+    }
+    if (!tif_copy_settings(like, image)) {
+        tif_free_image(image);
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return nullptr;
+    }
+    image->subfile_type = subfile_type;
+    tif_image* last = tif_spec_of(c)->first;
+    while (last->next != nullptr)
+        last = last->next;
+    last->next = image;
+    image->previous = last;
+    return image;
+}
+
 // A further image of the size and kind of the one in hand.
 int append_image(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     if ((spec->image->flags & TIF_IN_FILE) == 0) return tif_refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
-    tif_image* image = tif_append_image(c, spec->image, 2);
+    tif_image* image = add_record(c, spec->image, 2);
     if (image == nullptr) return 1;
     image->image_width = spec->image->image_width;
     image->image_length = spec->image->image_length;
@@ -134,26 +154,6 @@ bool tif_activate(CFILE* c, tif_image* image) {
     set_flag(c, FLAG_HEADER_EXISTS, (spec->first->flags & TIF_IN_FILE) != 0 || image != spec->first);
     c->line = 0;
     return true;
-}
-
-tif_image* tif_append_image(CFILE* c, const tif_image* like, uint32_t subfile_type) {
-    tif_image* image = tif_new_image();
-    if (image == nullptr) {
-        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
-        return nullptr;
-    }
-    if (!tif_copy_settings(like, image)) {
-        tif_free_image(image);
-        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
-        return nullptr;
-    }
-    image->subfile_type = subfile_type;
-    tif_image* last = tif_spec_of(c)->first;
-    while (last->next != nullptr)
-        last = last->next;
-    last->next = image;
-    image->previous = last;
-    return image;
 }
 
 int tif_get_number_of_images(CFILE* c) {
@@ -223,7 +223,7 @@ int tif_set_overview_count(CFILE* c, int32_t count) {
         const tif_image* last = spec->first;
         while (last->next != nullptr)
             last = last->next;
-        if (tif_append_image(c, last, 1) == nullptr) return 1;
+        if (add_record(c, last, 1) == nullptr) return 1;
     }
     return 0;
 }

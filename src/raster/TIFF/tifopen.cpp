@@ -389,6 +389,14 @@ bool read_file_header(CFILE* c) {
     return true;
 }
 
+bool read_chain(CFILE* c) {
+    if (!read_file_header(c)) return false;
+    offset_set passed = {};
+    bool read = read_directories(c, &passed);
+    mem_free(passed.slots);
+    return read;
+}
+
 // ---- strip arrays
 
 // One strip without a size reaches to the end of the file.
@@ -436,14 +444,6 @@ int64_t tif_read_numbers(CFILE* c, const uint8_t* entry, uint32_t* out, uint32_t
         }
     }
     return count;
-}
-
-bool tif_read_chain(CFILE* c) {
-    if (!read_file_header(c)) return false;
-    offset_set passed = {};
-    bool read = read_directories(c, &passed);
-    mem_free(passed.slots);
-    return read;
 }
 
 bool tif_load_arrays(CFILE* c, tif_image* image) {
@@ -542,73 +542,6 @@ uint32_t judge_samples(const tif_image* image, const char** detail) {
     return image->planar_config == 1 || image->planar_config == 2 ? 0 : RZL_UNSUP_TIFF;
 }
 
-format_slots tiff_slots() {
-    format_slots slots{};
-    slots.Getline = tif_getline;
-    slots.Get_line = tif_get_line;
-    slots.Getlinefromtile = tif_getline_from_tiles;
-    slots.Getrleline = tif_get_rle_line;
-    slots.Getinlv = tif_get_interleaved_line;
-    slots.Putline = tif_putline;
-    slots.Put_line = tif_put_line;
-    slots.Putrleline = tif_put_rle_line;
-    slots.Putinlv = tif_put_interleaved_line;
-    slots.Putlinetotile = tif_putline_to_tiles;
-    slots.Gettile = tif_get_tile;
-    slots.Puttile = tif_put_tile;
-    slots.Getrletile = tif_get_rle_tile;
-    slots.Get_hdr_data = tif_get_hdr_data;
-    slots.Set_hdr_data = tif_set_hdr_data;
-    slots.Get_stat = tif_get_stat;
-    slots.Set_stat = tif_set_stat;
-    slots.Get_vlt = tif_get_vlt;
-    slots.Get_format = tif_get_format;
-    slots.Get_packet = tif_get_packet;
-    slots.Put_Packet = tif_put_packet;
-    slots.copydata = tif_copydata;
-    slots.init_std_hdr = tif_init_std_hdr;
-    slots.init_ov = tif_init_ov;
-    slots.setactiveov = tif_set_active_overview;
-    slots.Wrt_hdr = tif_write_header;
-    slots.Seek = tif_seek;
-    slots.Get_number_of_images = tif_get_number_of_images;
-    slots.Set_Number_of_Images = tif_set_number_of_images;
-    slots.Set_Active_Image = tif_set_active_image;
-    slots.Randomize = tif_randomize;
-    slots.Rewind = tif_rewind;
-    slots.Close = tif_close;
-    slots.Free_specs = tif_free_specs;
-    slots.Get_Image_Offset = [](CFILE*) { return int64_t{TIF_FIRST_OFFSET}; };
-    return slots;
-}
-
-bool make_spec(CFILE* c) {
-    auto* spec = mem_new<tif_spec>();
-    c->spec = spec;
-    if (spec == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    spec->order = TIF_LITTLE;
-    spec->begun = c->mode == MODE_READ || c->mode == MODE_UPDATE;
-    spec->end = spec->begun ? io_size(c) : c->base_offset;
-    spec->in.segment = spec->out.segment = -1;
-    c->standard = RZL_STANDARD_TIFF;
-    set_flag(c, FLAG_PADDED_TILES, true);
-    set_flag(c, FLAG_NATIVE, false);
-    install_slots(c, tiff_slots());
-    return true;
-}
-
-CFILE* give_up(CFILE* c) {
-    tif_free_specs(c);
-    abandon_cfile(c);
-    return nullptr;
-}
-
-// Images behind the main one are its overviews as long as all of them are reduced.
-void classify_chain(CFILE* c) {
-    for (const tif_image* image = tif_spec_of(c)->first->next; image != nullptr; image = image->next)
-        if ((image->subfile_type & 1) == 0) set_flag(c, FLAG_MULTI_IMAGE, true);
-}
-
 } // namespace
 
 int tif_refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line) {
@@ -692,7 +625,9 @@ void tif_drop_segments(CFILE* c) {
     spec->told = false;
 }
 
-void tif_free_specs(CFILE* c) {
+namespace {
+
+void free_specs(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     if (spec == nullptr) return;
     tif_drop_segments(c);
@@ -708,15 +643,84 @@ void tif_free_specs(CFILE* c) {
     set_flag(c, FLAG_PADDED_TILES, false);
 }
 
-void tif_close(CFILE* c) {
+void close_file(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     if (spec == nullptr) return;
     if (spec->image != nullptr && is_writable(c)) (void)tif_finish_image(c); // its status stays on the handle
-    tif_free_specs(c);
+    free_specs(c);
 }
 
+format_slots tiff_slots() {
+    format_slots slots{};
+    slots.Getline = tif_getline;
+    slots.Get_line = tif_get_line;
+    slots.Getlinefromtile = tif_getline_from_tiles;
+    slots.Getrleline = tif_get_rle_line;
+    slots.Getinlv = tif_get_interleaved_line;
+    slots.Putline = tif_putline;
+    slots.Put_line = tif_put_line;
+    slots.Putrleline = tif_put_rle_line;
+    slots.Putinlv = tif_put_interleaved_line;
+    slots.Putlinetotile = tif_putline_to_tiles;
+    slots.Gettile = tif_get_tile;
+    slots.Puttile = tif_put_tile;
+    slots.Getrletile = tif_get_rle_tile;
+    slots.Get_hdr_data = tif_get_hdr_data;
+    slots.Set_hdr_data = tif_set_hdr_data;
+    slots.Get_stat = tif_get_stat;
+    slots.Set_stat = tif_set_stat;
+    slots.Get_vlt = tif_get_vlt;
+    slots.Get_format = tif_get_format;
+    slots.Get_packet = tif_get_packet;
+    slots.Put_Packet = tif_put_packet;
+    slots.copydata = tif_copydata;
+    slots.init_std_hdr = tif_init_std_hdr;
+    slots.init_ov = tif_init_ov;
+    slots.setactiveov = tif_set_active_overview;
+    slots.Wrt_hdr = tif_write_header;
+    slots.Seek = tif_seek;
+    slots.Get_number_of_images = tif_get_number_of_images;
+    slots.Set_Number_of_Images = tif_set_number_of_images;
+    slots.Set_Active_Image = tif_set_active_image;
+    slots.Randomize = tif_randomize;
+    slots.Rewind = tif_rewind;
+    slots.Close = close_file;
+    slots.Free_specs = free_specs;
+    slots.Get_Image_Offset = [](CFILE*) { return int64_t{TIF_FIRST_OFFSET}; };
+    return slots;
+}
+
+bool make_spec(CFILE* c) {
+    auto* spec = mem_new<tif_spec>();
+    c->spec = spec;
+    if (spec == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    spec->order = TIF_LITTLE;
+    spec->begun = c->mode == MODE_READ || c->mode == MODE_UPDATE;
+    spec->end = spec->begun ? io_size(c) : c->base_offset;
+    spec->in.segment = spec->out.segment = -1;
+    c->standard = RZL_STANDARD_TIFF;
+    set_flag(c, FLAG_PADDED_TILES, true);
+    set_flag(c, FLAG_NATIVE, false);
+    install_slots(c, tiff_slots());
+    return true;
+}
+
+CFILE* give_up(CFILE* c) {
+    free_specs(c);
+    abandon_cfile(c);
+    return nullptr;
+}
+
+// Images behind the main one are its overviews as long as all of them are reduced.
+void classify_chain(CFILE* c) {
+    for (const tif_image* image = tif_spec_of(c)->first->next; image != nullptr; image = image->next)
+        if ((image->subfile_type & 1) == 0) set_flag(c, FLAG_MULTI_IMAGE, true);
+}
+
+} // namespace
+
 CFILE* tif_open(CFILE* c) {
-    if (!make_spec(c) || !tif_read_chain(c)) return give_up(c);
+    if (!make_spec(c) || !read_chain(c)) return give_up(c);
     classify_chain(c);
     set_flag(c, FLAG_HEADER_EXISTS, true);
     if (!tif_activate(c, tif_spec_of(c)->first)) return give_up(c);
@@ -734,6 +738,6 @@ int tif_initialise(CFILE* c) {
     spec->first->image_width = static_cast<uint32_t>(c->xsize);
     spec->first->image_length = static_cast<uint32_t>(c->ysize);
     if (tif_set_format(c, RZL_FORMAT_BYTE) == 0) return 0;
-    tif_free_specs(c);
+    free_specs(c);
     return 1;
 }

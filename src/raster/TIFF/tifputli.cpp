@@ -131,13 +131,19 @@ bool stream_zeros(CFILE* c, uint32_t row) {
     return true;
 }
 
+bool end_row(CFILE* c, uint32_t segment, uint32_t row) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    out->next_row = std::max(out->next_row, row + 1);
+    return row + 1 != tif_rows_of(tif_image_of(c), segment) || tif_flush_segment(c);
+}
+
 bool stream_row(CFILE* c, uint32_t row, const uint8_t* bytes) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
     auto strip = static_cast<uint32_t>(out->segment);
     if (row < out->next_row) return replace_row(c, image, strip, row, bytes);
     if (row > out->next_row && !stream_zeros(c, row)) return false;
-    return stream_bytes(c, bytes, static_cast<size_t>(tif_row_bytes(image, 0))) && tif_end_row(c, strip, row);
+    return stream_bytes(c, bytes, static_cast<size_t>(tif_row_bytes(image, 0))) && end_row(c, strip, row);
 }
 
 // What replaces stored data is told by new arrays, so that the old ones hold until these stand.
@@ -195,6 +201,54 @@ bool code_rows(CFILE* c, uint8_t** bytes, size_t* count, uint32_t rows) {
     return coded;
 }
 
+// ---- fax data
+
+bool take_result(CFILE* c, uint32_t result) {
+    if (cit_succeeded(result)) return true;
+    if (result == CIT_NO_MEMORY) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    return tif_fails(c, RZL_WRITE_FAILED, SOURCE, "compression errors");
+}
+
+bool need_writer(CFILE* c) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    const tif_image* image = tif_image_of(c);
+    if (out->fax != nullptr) return true;
+    out->fax = cit_writer_new(tif_fax_coding(image), tif_shape_of(image).width, 4);
+    return out->fax != nullptr || tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+}
+
+// White lines up to `row`.
+bool put_white(CFILE* c, uint32_t row) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    if (out->next_row >= row) return true;
+    size_t bytes = (size_t{tif_shape_of(tif_image_of(c)).width} + 15) / 16 * 2;
+    mem_guard<uint8_t> white(static_cast<uint8_t*>(mem_alloc_zeroed(bytes)));
+    if (!white) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    for (; out->next_row < row; ++out->next_row)
+        if (!take_result(c, cit_writer_bits(out->fax, white.get()))) return false;
+    return true;
+}
+
+// A strip that failed begins anew.
+void drop_writer(tif_gathering* out) {
+    cit_writer_free(out->fax);
+    out->fax = nullptr;
+    out->waiting = false;
+}
+
+bool end_fax(CFILE* c, uint32_t segment, uint32_t rows) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    uint8_t* data = nullptr;
+    size_t bytes = 0;
+    bool ended = put_white(c, rows) && take_result(c, cit_writer_finish(out->fax, &data, &bytes));
+    if (ended) {
+        if (tif_image_of(c)->fill_order != 2) cit_reverse_bytes(data, bytes);
+        ended = tif_store_coded(c, segment, data, bytes);
+    }
+    if (!ended) drop_writer(out);
+    return ended;
+}
+
 } // namespace
 
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count) {
@@ -250,7 +304,7 @@ bool tif_samples_can_be_put(CFILE* c) {
     return true;
 }
 
-bool tif_begin_put(CFILE* c, uint32_t segment) {
+static bool begin_put(CFILE* c, uint32_t segment) {
     tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
     if (out->waiting && out->segment == int64_t{segment}) return true;
@@ -266,31 +320,25 @@ bool tif_begin_put(CFILE* c, uint32_t segment) {
     return true;
 }
 
-uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row) {
+static uint8_t* row_place(CFILE* c, uint32_t segment, uint32_t row) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
     bool alone = image->samples_per_pixel == 1 || (tif_bits(image) == 8 && tif_shape_of(image).planes == 1);
     bool fixed = image->compression == TIF_PLAIN && tif_is_stored(image, segment);
     if (!alone || fixed || can_stream(c, image)) return nullptr;
-    if (!tif_begin_put(c, segment) || !need_rows(c, image, row + 1)) return nullptr;
+    if (!begin_put(c, segment) || !need_rows(c, image, row + 1)) return nullptr;
     clear_rows(image, out, out->next_row, row);
     return out->rows + row * static_cast<size_t>(tif_row_bytes(image, 0));
 }
 
-bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row) {
-    tif_gathering* out = &tif_spec_of(c)->out;
-    out->next_row = std::max(out->next_row, row + 1);
-    return row + 1 != tif_rows_of(tif_image_of(c), segment) || tif_flush_segment(c);
-}
-
-bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows) {
+static bool save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
     bool at_hand = tif_is_streaming(c) && out->segment == int64_t{segment};
     if (!at_hand && image->compression == TIF_PLAIN && tif_is_stored(image, segment)) {
         return tif_flush_segment(c) && replace_row(c, image, segment, row, rows);
     }
-    if (!tif_begin_put(c, segment)) return false;
+    if (!begin_put(c, segment)) return false;
     if (can_stream(c, image)) return stream_row(c, row, rows);
     if (!need_rows(c, image, row + 1)) return false;
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
@@ -298,7 +346,7 @@ bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows
     for (int plane = 0; plane < tif_shape_of(image).planes; ++plane)
         std::memcpy(out->rows + static_cast<size_t>(plane) * out->plane_bytes + row * row_bytes,
                     rows + static_cast<size_t>(plane) * row_bytes, row_bytes);
-    return tif_end_row(c, segment, row);
+    return end_row(c, segment, row);
 }
 
 bool tif_is_streaming(const CFILE* c) {
@@ -316,7 +364,7 @@ bool tif_flush_segment(CFILE* c) {
     uint32_t rows = c->mode == MODE_UPDATE && !tif_is_tiled(image) ? out->next_row : tif_rows_of(image, segment);
     out->waiting = false;
     if (can_stream(c, image)) return stream_zeros(c, rows);
-    if (tif_is_fax(image->compression)) return tif_end_fax(c, segment, rows);
+    if (tif_is_fax(image->compression)) return end_fax(c, segment, rows);
     if (!need_rows(c, image, rows)) return false;
     clear_rows(image, out, out->next_row, rows);
     return tif_save_segment(c, segment, out->rows, out->plane_bytes, rows);
@@ -324,60 +372,10 @@ bool tif_flush_segment(CFILE* c) {
 
 // ---- fax lines -----------------------------------------------------------------------------------------------------
 
-namespace {
-
-bool take_result(CFILE* c, uint32_t result) {
-    if (cit_succeeded(result)) return true;
-    if (result == CIT_NO_MEMORY) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    return tif_fails(c, RZL_WRITE_FAILED, SOURCE, "compression errors");
-}
-
-bool need_writer(CFILE* c) {
-    tif_gathering* out = &tif_spec_of(c)->out;
-    const tif_image* image = tif_image_of(c);
-    if (out->fax != nullptr) return true;
-    out->fax = cit_writer_new(tif_fax_coding(image), tif_shape_of(image).width, 4);
-    return out->fax != nullptr || tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-}
-
-// White lines up to `row`.
-bool put_white(CFILE* c, uint32_t row) {
-    tif_gathering* out = &tif_spec_of(c)->out;
-    if (out->next_row >= row) return true;
-    size_t bytes = (size_t{tif_shape_of(tif_image_of(c)).width} + 15) / 16 * 2;
-    mem_guard<uint8_t> white(static_cast<uint8_t*>(mem_alloc_zeroed(bytes)));
-    if (!white) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    for (; out->next_row < row; ++out->next_row)
-        if (!take_result(c, cit_writer_bits(out->fax, white.get()))) return false;
-    return true;
-}
-
-// A strip that failed begins anew.
-void drop_writer(tif_gathering* out) {
-    cit_writer_free(out->fax);
-    out->fax = nullptr;
-    out->waiting = false;
-}
-
-} // namespace
-
-bool tif_end_fax(CFILE* c, uint32_t segment, uint32_t rows) {
-    tif_gathering* out = &tif_spec_of(c)->out;
-    uint8_t* data = nullptr;
-    size_t bytes = 0;
-    bool ended = put_white(c, rows) && take_result(c, cit_writer_finish(out->fax, &data, &bytes));
-    if (ended) {
-        if (tif_image_of(c)->fill_order != 2) cit_reverse_bytes(data, bytes);
-        ended = tif_store_coded(c, segment, data, bytes);
-    }
-    if (!ended) drop_writer(out);
-    return ended;
-}
-
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,
                        size_t count) {
     tif_gathering* out = &tif_spec_of(c)->out;
-    if (!tif_begin_put(c, segment)) return false;
+    if (!begin_put(c, segment)) return false;
     if (row < out->next_row) return tif_fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
     if (!need_writer(c) || !put_white(c, row)) {
         drop_writer(out);
@@ -483,11 +481,11 @@ int put_strip_line(CFILE* c, int channels, write_planes planes, size_t step) {
     if (tif_is_fax(image->compression)) {
         return tif_save_fax_line(c, strip, row, given, nullptr, 0) ? c->xsize : 0;
     }
-    if (tif_is_plain_row(image, step)) return tif_save_rows(c, strip, row, given) ? c->xsize : 0;
-    uint8_t* place = tif_row_place(c, strip, row);
+    if (tif_is_plain_row(image, step)) return save_rows(c, strip, row, given) ? c->xsize : 0;
+    uint8_t* place = row_place(c, strip, row);
     if (place != nullptr) {
         tif_make_rows(c, image, image->image_width, channels, planes, step, place);
-        return tif_end_row(c, strip, row) ? c->xsize : 0;
+        return end_row(c, strip, row) ? c->xsize : 0;
     }
     if (c->status != 0) return 0;
     tif_gathering* out = &tif_spec_of(c)->out;
@@ -496,7 +494,7 @@ int put_strip_line(CFILE* c, int channels, write_planes planes, size_t step) {
     bytes += uint64_t{image->image_width} * image->samples_per_pixel;
     if (!tif_need_room(c, &out->row, &out->row_room, bytes)) return 0;
     tif_make_rows(c, image, image->image_width, channels, planes, step, out->row);
-    return tif_save_rows(c, strip, row, out->row) ? c->xsize : 0;
+    return save_rows(c, strip, row, out->row) ? c->xsize : 0;
 }
 
 int put_tiled_line(CFILE* c, int channels, write_planes buffers) {

@@ -233,7 +233,7 @@ int tif_set_format(CFILE* c, int32_t format) {
     return tif_take_kind(c, image) ? 0 : 1;
 }
 
-bool tif_plan_strips(CFILE* c, tif_image* image) {
+static bool plan_strips(CFILE* c, tif_image* image) {
     plan_samples(c, image);
     plan_tiles(c, image);
     if (!plan_is_possible(c, image)) return false;
@@ -393,6 +393,13 @@ bool list_entries(CFILE* c, const tif_image* image, const uint8_t* packets, uint
 
 // ---- the block of values and entries
 
+void put_u16(const tif_spec* spec, uint8_t* p, uint16_t v) {
+    spec->order == TIF_BIG ? store_u16be(p, v) : store_u16le(p, v);
+}
+void put_u32(const tif_spec* spec, uint8_t* p, uint32_t v) {
+    spec->order == TIF_BIG ? store_u32be(p, v) : store_u32le(p, v);
+}
+
 uint64_t outside_bytes(const new_entry* row) {
     uint64_t bytes = row->carried != nullptr ? 0 : tif_value_bytes(row->type, row->count);
     return bytes > 4 ? bytes + bytes % 2 : 0;
@@ -408,21 +415,21 @@ struct ifd_block {
 void fill_block(const tif_spec* spec, const entry_list* list, uint32_t place, ifd_block* block) {
     uint8_t* value = block->bytes;
     uint8_t* entry = block->bytes + block->entries_at;
-    tif_put_u16(spec, entry - 2, static_cast<uint16_t>(list->count));
+    put_u16(spec, entry - 2, static_cast<uint16_t>(list->count));
     for (size_t i = 0; i < list->count; ++i, entry += TIF_ENTRY_SIZE) {
         const new_entry* row = &list->rows[i];
         if (row->carried != nullptr) {
             std::memcpy(entry, row->carried, TIF_ENTRY_SIZE);
             continue;
         }
-        tif_put_u16(spec, entry, row->tag);
-        tif_put_u16(spec, entry + 2, row->type);
-        tif_put_u32(spec, entry + 4, row->count);
+        put_u16(spec, entry, row->tag);
+        put_u16(spec, entry + 2, row->type);
+        put_u32(spec, entry + 4, row->count);
         const uint8_t* values = row->values != nullptr ? row->values : row->own;
         bool outside = outside_bytes(row) != 0;
         tif_copy_values(spec, row->type, outside ? value : entry + 8, values, row->count);
         if (!outside) continue;
-        tif_put_u32(spec, entry + 8, place + static_cast<uint32_t>(value - block->bytes));
+        put_u32(spec, entry + 8, place + static_cast<uint32_t>(value - block->bytes));
         value += outside_bytes(row);
     }
 }
@@ -438,7 +445,7 @@ bool make_block(CFILE* c, const tif_image* image, const entry_list* list, uint32
     block->bytes = static_cast<uint8_t*>(mem_alloc_zeroed(block->size));
     if (block->bytes == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, "Malloc error in write_header");
     fill_block(tif_spec_of(c), list, place, block);
-    tif_put_u32(tif_spec_of(c), block->bytes + block->size - 4, image->next_ifd);
+    put_u32(tif_spec_of(c), block->bytes + block->size - 4, image->next_ifd);
     return true;
 }
 
@@ -456,7 +463,7 @@ bool set_pointer(CFILE* c, uint32_t from, uint32_t to) {
     tif_spec* spec = tif_spec_of(c);
     tif_image* before = find_pointer(spec, from);
     uint8_t pointer[4];
-    tif_put_u32(spec, pointer, to);
+    put_u32(spec, pointer, to);
     if (!tif_write_at(c, before != nullptr ? before->next_ifd_pos : 4, pointer, sizeof pointer)) return false;
     (before != nullptr ? before->next_ifd : spec->first_ifd) = to;
     return true;
@@ -511,8 +518,8 @@ bool write_array(CFILE* c, int64_t place, const uint32_t* values, uint32_t count
 bool begin_file(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     uint8_t header[TIF_FIRST_OFFSET] = {};
-    tif_put_u16(spec, header, spec->order);
-    tif_put_u16(spec, header + 2, 42);
+    put_u16(spec, header, spec->order);
+    put_u16(spec, header + 2, 42);
     bool at_start = io_seek(c, c->base_offset) || (!is_readable(c) && c->base_offset == 0);
     if (!at_start || io_write(c, header, sizeof header) != sizeof header)
         return tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
@@ -580,7 +587,7 @@ bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset) {
     return true;
 }
 
-bool tif_write_ifd(CFILE* c, tif_image* image) {
+static bool write_ifd(CFILE* c, tif_image* image) {
     tif_spec* spec = tif_spec_of(c);
     if (!spec->begun && !begin_file(c)) return false;
     uint8_t* packets = nullptr;
@@ -606,12 +613,12 @@ bool tif_write_ifd(CFILE* c, tif_image* image) {
 
 // Sizes first: a strip whose place is not told yet is none. Arrays of another shape than those of this module are
 // told by a new directory.
-bool tif_update_strip_arrays(CFILE* c, tif_image* image) {
+static bool update_strip_arrays(CFILE* c, tif_image* image) {
     const tif_spec* spec = tif_spec_of(c);
     bool tiled = tif_is_tiled(image);
     int64_t offsets = array_place(spec, image, tiled ? TIF_TAG_TILE_OFFSETS : TIF_TAG_STRIP_OFFSETS);
     int64_t counts = array_place(spec, image, tiled ? TIF_TAG_TILE_COUNTS : TIF_TAG_STRIP_COUNTS);
-    if (offsets == 0 || counts == 0) return tif_write_ifd(c, image);
+    if (offsets == 0 || counts == 0) return write_ifd(c, image);
     if (!write_array(c, counts, image->strip_byte_counts, image->strip_count)) return false;
     if (!write_array(c, offsets, image->strip_offsets, image->strip_count)) return false;
     image->flags &= ~uint32_t{TIF_ARRAYS_CHANGED};
@@ -624,7 +631,7 @@ bool tif_update_flag_registers(CFILE* c, tif_image* image) {
     if ((image->flags & TIF_OUT_OF_DATE) != 0) return tif_fails(c, RZL_NO_SUCH_TAG, SOURCE, nullptr);
     const uint8_t* entry = tif_find_entry(spec, image, TIF_TAG_REGISTERS);
     if (entry == nullptr || tif_u16(spec, entry + 2) != TIF_LONG || tif_u32(spec, entry + 4) != 16) {
-        return tif_write_ifd(c, image);
+        return write_ifd(c, image);
     }
     return write_array(c, tif_u32(spec, entry + 8), image->flag_registers, 16);
 }
@@ -635,9 +642,9 @@ int tif_write_header(CFILE* c) {
     tif_image* image = spec->image;
     if (!is_writable(c)) return tif_refuse(c, RZL_NEEDS_WRITE, SOURCE, "header");
     bool existed = (image->flags & TIF_IN_FILE) != 0;
-    if (existed ? !tif_take_vlt(c, image) || !tif_take_image(c, image) : !tif_plan_strips(c, image)) return 1;
+    if (existed ? !tif_take_vlt(c, image) || !tif_take_image(c, image) : !plan_strips(c, image)) return 1;
     if (image == spec->first && !tif_flush_segment(c)) return 1;
-    if (image == spec->first && !tif_write_ifd(c, image)) return 1;
+    if (image == spec->first && !write_ifd(c, image)) return 1;
     c->vlt = nullptr;
     set_flag(c, FLAG_HEADER_EXISTS, true);
     c->line = 0;
@@ -651,11 +658,11 @@ int tif_finish_image(CFILE* c) {
     // What was stored before is told even when the last part could not be.
     bool told = true;
     if (directory_is_due(c, image)) {
-        bool planned = image->strip_offsets != nullptr || tif_plan_strips(c, image);
-        told = planned && tif_write_ifd(c, image);
+        bool planned = image->strip_offsets != nullptr || plan_strips(c, image);
+        told = planned && write_ifd(c, image);
         if (told && image == spec->first) set_flag(c, FLAG_HEADER_EXISTS, true);
     } else if ((image->flags & TIF_ARRAYS_CHANGED) != 0 && (image->flags & TIF_IN_FILE) != 0) {
-        told = tif_update_strip_arrays(c, image);
+        told = update_strip_arrays(c, image);
     }
     return stored && told ? 0 : 1;
 }
