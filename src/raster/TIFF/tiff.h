@@ -27,6 +27,7 @@ struct tif_lzw_table;
 
 constexpr uint16_t TIF_LITTLE = 0x4949; // byte order words
 constexpr uint16_t TIF_BIG = 0x4D4D;
+constexpr uint16_t TIF_VERSION = 42;
 constexpr size_t TIF_ENTRY_SIZE = 12;
 constexpr uint32_t TIF_FIRST_OFFSET = 8; // behind the file header; a smaller offset is no place of anything
 constexpr uint32_t TIF_NOT_GIVEN = 0xFFFFFFFF;
@@ -92,6 +93,16 @@ enum tif_codings : uint16_t {
 constexpr bool tif_is_fax(uint16_t compression) {
     return compression == TIF_FAX_1D || compression == TIF_FAX_G3 || compression == TIF_FAX_G4;
 }
+
+// How a coding can expand: bytes of rows that a byte of it stands for at most.
+constexpr uint64_t tif_expansion(uint16_t compression) {
+    if (tif_is_fax(compression)) return 65536;
+    if (compression == TIF_LZW) return 1400;
+    return compression == TIF_PACKBITS ? 64 : 1;
+}
+
+// Bytes of the rows of a segment that is not stored and reads as 0: more is no blank part of a picture, but a claim.
+constexpr uint64_t TIF_MOST_SPARSE = 1 << 24;
 
 // Tag 274 of each of the library's orientation codes.
 constexpr uint16_t TIF_ORIENTATIONS[] = {5, 6, 8, 7, 1, 2, 4, 3};
@@ -239,7 +250,9 @@ uint32_t tif_segments(const tif_image* image);                              // o
 uint32_t tif_entry_of(const tif_image* image, uint32_t segment, int plane); // in the strip arrays
 uint32_t tif_rows_of(const tif_image* image, uint32_t segment);             // rows of that segment
 uint64_t tif_row_bytes(const tif_image* image, int plane);                  // packed bytes of a row
-void tif_count_tiles(tif_image* image);                                     // across and down, from the sizes
+// Whether a segment is one that its writer left out, because all of it is 0: it has neither place nor size.
+bool tif_is_sparse(const tif_image* image, uint32_t segment, int plane);
+void tif_count_tiles(tif_image* image); // across and down, from the sizes
 inline bool tif_is_tiled(const tif_image* image) {
     return (image->flags & TIF_TILED) != 0;
 }
@@ -276,7 +289,7 @@ uint32_t tif_judge(CFILE* c, const tif_image* image, const char** detail); // th
 bool tif_activate(CFILE* c, tif_image* image);         // all that the handle derives from it; line 0
 bool tif_take_kind(CFILE* c, const tif_image* image);  // samples, bits, format and coding
 bool tif_take_image(CFILE* c, const tif_image* image); // the handle's sizes, layout and tables
-int tif_finish_image(CFILE* c); // brings the file up to date with the active image; 0 on success
+int tif_finish_image(CFILE* c);                        // brings the file up to date with the active image; 0 on success
 int tif_get_number_of_images(CFILE* c);
 int tif_set_number_of_images(CFILE* c, int32_t count);
 int tif_set_active_image(CFILE* c, int32_t number);
@@ -306,7 +319,10 @@ void tif_compression_class(const tif_image* image, bool opened, uint32_t* kind, 
 int tif_set_format(CFILE* c, int32_t format);
 bool tif_need_entry(CFILE* c, tif_image* image, uint32_t entry); // room for it in the arrays
 int tif_write_header(CFILE* c);
-bool tif_is_managed(uint16_t tag);              // one that says how the image is stored
+// Another height of the active image, whose lines may be stored in part: fewer lines always, more where the strip that
+// they go on in can take them. False with the status set.
+bool tif_change_height(CFILE* c, tif_image* image, uint32_t height);
+bool tif_is_managed(uint16_t tag); // one that says how the image is stored
 bool tif_update_flag_registers(CFILE* c, tif_image* image);
 bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count); // from the base offset
 // At the end of the file, at an even place; a streamed strip that is not complete is ended before. tif_extend() goes on
@@ -349,7 +365,7 @@ int tif_getline_from_tiles(CFILE* c, int channels, read_planes buffers);
 int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
 // The first `rows` rows of a tile into planes of `pitch` bytes a line. False: no memory, or a tile that can't be read;
 // rows that the file has not got become 0 and are no failure.
-bool tif_fill_tile_row(CFILE* c);    // the row of tiles of the line that comes next; false with the status set
+bool tif_fill_tile_row(CFILE* c); // the row of tiles of the line that comes next; false with the status set
 // Whether a call's one buffer takes all samples of a pixel, and the bytes of a tile's line in a plane of such a call.
 bool tif_is_together(const CFILE* c);
 size_t tif_tile_pitch(const CFILE* c);
@@ -365,6 +381,9 @@ int tif_put_interleaved_line(CFILE* c, const uint8_t* buffer);
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour);
 int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers);
 bool tif_flush_tile_row(CFILE* c); // stores the lines that were gathered of a row of tiles
+// The same for an image that is to be less high: the gathered lines that it will still have. Called with the old
+// height in the record. False with the status set.
+bool tif_cut_tile_row(CFILE* c, uint32_t height);
 // A line in `planes` (bytes of a colour, or one line of a band), or interleaved with `step` bytes a pixel when that is
 // not 0, as rows: one for each plane of the image, one behind the other.
 void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int channels, write_planes planes,
@@ -376,9 +395,10 @@ bool tif_is_plain_row(const tif_image* image, size_t step);
 // Takes the rows of a line, from tif_make_rows(). Stores the segment when it is complete: the plain strips of a new
 // file with one plane are streamed, each row goes into the file as it comes. False with the status set.
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count);
-bool tif_flush_segment(CFILE* c);               // stores what waits; false with the status set
-bool tif_is_streaming(const CFILE* c);          // a strip is in the file in part, and its next row goes to the end
-bool tif_samples_can_be_put(CFILE* c);          // for lines and tiles; false with the status set
+void tif_cut_segment(CFILE* c, uint32_t height); // drops the gathered rows of a strip behind that height
+bool tif_flush_segment(CFILE* c);                // stores what waits; false with the status set
+bool tif_is_streaming(const CFILE* c);           // a strip is in the file in part, and its next row goes to the end
+bool tif_samples_can_be_put(CFILE* c);           // for lines and tiles; false with the status set
 bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes);
 // CCITT lines: bits, or runs when `bits` is null.
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,

@@ -67,10 +67,6 @@ const uint8_t* code_of(CFILE* c, const tif_image* image, uint32_t entry, size_t 
 
 // ---- segments that are decoded whole
 
-// Bytes that a coded byte can stand for at most.
-constexpr uint64_t LZW_EXPANSION = 1400;
-constexpr uint64_t PACKED_EXPANSION = 64;
-
 // Short PackBits rows of a small segment are unpacked together, and those of a plain tile read together: finding each
 // would take longer than moving it.
 constexpr uint64_t SHORT_ROW = 512;
@@ -94,8 +90,7 @@ bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
         full = std::max(full, bytes);
         coded = std::max(coded, coded_bytes(c, image, tif_entry_of(image, segment, plane), bytes));
     }
-    in->plane_bytes = static_cast<size_t>(
-        std::min(full, coded * (image->compression == TIF_LZW ? LZW_EXPANSION : PACKED_EXPANSION)) + TIF_LZW_SLACK);
+    in->plane_bytes = static_cast<size_t>(std::min(full, coded * tif_expansion(image->compression)) + TIF_LZW_SLACK);
     uint64_t all = 0;
     if (!checked_mul(uint64_t{in->plane_bytes}, static_cast<uint64_t>(shape.planes), &all)) {
         return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
@@ -309,6 +304,15 @@ const uint8_t* packed_row(CFILE* c, const tif_image* image, uint32_t segment, ui
     return into;
 }
 
+// A row of a segment that is not stored.
+const uint8_t* zero_row(CFILE* c, size_t bytes, uint8_t* into) {
+    tif_reading* in = &tif_spec_of(c)->in;
+    if (into == nullptr && !tif_need_room(c, &in->row, &in->row_room, bytes)) return nullptr;
+    if (into == nullptr) into = in->row;
+    std::memset(into, 0, bytes);
+    return into;
+}
+
 // A row that waits to be stored.
 const uint8_t* waiting_row(const CFILE* c, uint32_t segment, uint32_t row, int plane, size_t row_bytes) {
     const tif_gathering* out = &tif_spec_of(c)->out;
@@ -385,6 +389,13 @@ uint64_t tif_row_bytes(const tif_image* image, int plane) {
     return (samples * image->bits_per_sample[plane] + 7) / 8;
 }
 
+bool tif_is_sparse(const tif_image* image, uint32_t segment, int plane) {
+    uint32_t entry = tif_entry_of(image, segment, plane);
+    bool stored =
+        entry >= image->strip_count || image->strip_offsets[entry] != 0 || image->strip_byte_counts[entry] != 0;
+    return !stored && tif_row_bytes(image, plane) * tif_rows_of(image, segment) <= TIF_MOST_SPARSE;
+}
+
 cit_coding tif_fax_coding(const tif_image* image) {
     if (image->compression == TIF_FAX_1D) return cit_coding::aligned;
     if (image->compression == TIF_FAX_G4) return cit_coding::g4;
@@ -408,7 +419,9 @@ static const uint8_t* fetch_row(CFILE* c, uint32_t segment, uint32_t row, int pl
         return nullptr;
     }
     const uint8_t* found = waiting_row(c, segment, row, plane, bytes);
-    if (found == nullptr) {
+    if (found == nullptr && tif_is_sparse(image, segment, plane)) {
+        found = zero_row(c, bytes, into);
+    } else if (found == nullptr) {
         if (is_decoded_whole(image, segment)) {
             found = decoded_row(c, image, segment, row, plane);
         } else if (image->compression == TIF_PLAIN) {
@@ -424,7 +437,7 @@ static const uint8_t* fetch_row(CFILE* c, uint32_t segment, uint32_t row, int pl
 
 uint32_t tif_move_rows(CFILE* c, uint32_t segment, uint32_t rows, uint8_t* to, size_t pitch) {
     const tif_image* image = tif_image_of(c);
-    if (tif_row_bytes(image, 0) == 0 || tif_spec_of(c)->out.waiting) return 0;
+    if (tif_row_bytes(image, 0) == 0 || tif_spec_of(c)->out.waiting || tif_is_sparse(image, segment, 0)) return 0;
     if (image->compression == TIF_PLAIN) return move_plain_rows(c, image, segment, rows, to, pitch);
     bool unpacked = image->compression == TIF_PACKBITS && pitch == tif_row_bytes(image, 0) &&
                     is_decoded_whole(image, segment) && tif_spec_of(c)->in.segment != int64_t{segment};
@@ -434,7 +447,8 @@ uint32_t tif_move_rows(CFILE* c, uint32_t segment, uint32_t rows, uint8_t* to, s
 const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes) {
     const tif_image* image = tif_image_of(c);
     tif_reading* in = &tif_spec_of(c)->in;
-    if (tif_is_fax(image->compression) || !is_decoded_whole(image, segment) || tif_spec_of(c)->out.waiting)
+    if (tif_is_fax(image->compression) || !is_decoded_whole(image, segment) || tif_spec_of(c)->out.waiting ||
+        tif_is_sparse(image, segment, 0))
         return nullptr;
     if (!take_segment(c, image, segment)) return nullptr;
     if ((in->planes_decoded & 1) == 0 && !decode_plane(c, image, segment, 0)) return nullptr;
@@ -448,6 +462,12 @@ bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words) {
         const uint8_t* bytes = fetch_row(c, segment, row, 0, nullptr);
         if (bytes != nullptr) tif_row_to_words(bytes, tif_shape_of(image).width, words);
         return bytes != nullptr;
+    }
+    const tif_gathering* out = &tif_spec_of(c)->out;
+    bool waits = out->waiting && out->segment == int64_t{segment};
+    if (!waits && tif_is_sparse(image, segment, 0)) {
+        std::memset(words, 0, (size_t{tif_shape_of(image).width} + 15) / 16 * 2);
+        return true;
     }
     if (!open_fax(c, image, segment)) return false;
     uint32_t result = cit_reader_bits(tif_spec_of(c)->in.fax, row, words);

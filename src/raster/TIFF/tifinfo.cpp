@@ -1,8 +1,8 @@
-// TIFF: header fields as they are asked for.
+// TIFF: what a file tells about itself besides its pixels: header fields as they are asked for and set, user tags,
+// packets, the colour map.
 //
-// TIFF: header fields as they are set. What decides how the image is stored can be set until its header is written (its
-// height also later, as long as no strip is stored that the change would cut or stretch); everything else goes into the
-// file with the next header.
+// What decides how an image is stored can be set until its header is written, its height also later; everything else
+// goes into the file with the next header.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -467,37 +467,6 @@ bool can_change_layout(const CFILE* c) {
     return !has_flag(c, FLAG_HEADER_EXISTS);
 }
 
-// Whether the number of lines can change after the header was written: the image is the last of the chain, and the
-// strip that gets more lines or fewer is not stored.
-bool can_change_height(const CFILE* c, const tif_image* image, uint32_t height) {
-    if (tif_is_tiled(image) || image->next != nullptr || image->strip_offsets == nullptr || height == 0) return false;
-    tif_shape shape = tif_shape_of(image);
-    uint32_t shorter = std::min(height, image->image_length);
-    bool whole = shorter % image->rows_per_strip == 0;
-    return shape.planes == 1 && !tif_spec_of(c)->out.waiting &&
-           (whole || !tif_is_stored(image, shorter / image->rows_per_strip));
-}
-
-int change_height(CFILE* c, tif_image* image, uint32_t height) {
-    if (height == image->image_length) return 0;
-    if (!can_change_height(c, image, height)) {
-        c->ysize = static_cast<int32_t>(image->image_length);
-        return 0;
-    }
-    uint32_t before = image->image_length;
-    uint32_t count_before = image->strip_count;
-    image->image_length = height;
-    uint32_t count = tif_segments(image);
-    if (count > count_before && !tif_need_entry(c, image, count - 1)) {
-        image->image_length = before;
-        return 1;
-    }
-    image->strip_count = count;
-    image->flags |= TIF_OUT_OF_DATE;
-    tif_spec_of(c)->in.segment = -1;
-    return 0;
-}
-
 int set_width(CFILE* c, int32_t value) {
     tif_image* image = tif_image_of(c);
     if (value < 0) return refuse_value(c);
@@ -509,7 +478,10 @@ int set_width(CFILE* c, int32_t value) {
 int set_height(CFILE* c, int32_t value) {
     tif_image* image = tif_image_of(c);
     if (value < 0) return refuse_value(c);
-    if (!can_change_layout(c)) return change_height(c, image, static_cast<uint32_t>(value));
+    if (!can_change_layout(c)) {
+        if (value == 0) return refuse_value(c);
+        return tif_change_height(c, image, static_cast<uint32_t>(value)) ? 0 : 1;
+    }
     image->image_length = static_cast<uint32_t>(value);
     c->ysize = value;
     return 0;

@@ -351,11 +351,14 @@ bool chain_goes_on(CFILE* c, tif_image* image, offset_set* passed, uint64_t byte
     return false;
 }
 
+constexpr size_t DIRECTORIES_IN_VIEW = 64;
+
 bool read_directories(CFILE* c, offset_set* passed) {
     tif_spec* spec = tif_spec_of(c);
     auto bytes_left = static_cast<uint64_t>(std::max<int64_t>(io_size(c) - c->base_offset, 0));
     bool ignored = false;
     bool failed = false;
+    size_t count = 0;
     if (!add_offset(passed, spec->first_ifd, &ignored)) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     tif_image* last = nullptr;
     uint32_t offset = spec->first_ifd;
@@ -368,11 +371,15 @@ bool read_directories(CFILE* c, offset_set* passed) {
         if (!read_directory(c, image, &bytes_left)) return false;
         last = image;
         offset = image->next_ifd;
+        // A view would be filled anew for nearly every value of directories that stand far apart.
+        if (++count == DIRECTORIES_IN_VIEW && c->mapping != nullptr && rzl_set_mapped(c, false) != 0) return false;
     } while (chain_goes_on(c, last, passed, bytes_left, &failed));
     if (failed) return false;
     complete_limits(last);
     return true;
 }
+
+constexpr uint16_t BIG_TIFF = 43; // the version whose offsets have 64 bits
 
 bool read_file_header(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
@@ -380,7 +387,9 @@ bool read_file_header(CFILE* c) {
     if (!tif_read_at(c, 0, header, 2)) return tif_fails(c, RZL_READ_FAILED, SOURCE, "byte order");
     spec->order = load_u16le(header);
     if (spec->order != TIF_LITTLE && spec->order != TIF_BIG) return tif_fails(c, RZL_READ_FAILED, SOURCE, "byte order");
-    if (!tif_read_at(c, 2, header + 2, 2) || tif_u16(spec, header + 2) != 42) {
+    bool versioned = tif_read_at(c, 2, header + 2, 2);
+    if (versioned && tif_u16(spec, header + 2) == BIG_TIFF) return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "BigTIFF");
+    if (!versioned || tif_u16(spec, header + 2) != TIF_VERSION) {
         return tif_fails(c, RZL_READ_FAILED, SOURCE, "version number");
     }
     if (!tif_read_at(c, 4, header + 4, 4)) return tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD offset");
@@ -392,8 +401,11 @@ bool read_file_header(CFILE* c) {
 bool read_chain(CFILE* c) {
     if (!read_file_header(c)) return false;
     offset_set passed = {};
+    bool mapped = c->mapping != nullptr;
     bool read = read_directories(c, &passed);
     mem_free(passed.slots);
+    // Without memory for a view the file is read as it stands.
+    if (read && mapped && c->mapping == nullptr && rzl_set_mapped(c, true) != 0) c->status = 0;
     return read;
 }
 
@@ -481,15 +493,9 @@ bool tif_load_arrays(CFILE* c, tif_image* image) {
 
 namespace {
 
-// How a coding can expand: pixels that a byte of it stands for at most, per bit of a pixel's plane or as a whole.
-uint64_t expansion_of(uint16_t compression) {
-    if (tif_is_fax(compression)) return 65536;
-    if (compression == TIF_LZW) return 1400;
-    return compression == TIF_PACKBITS ? 64 : 1;
-}
-
-// A row of tiles is held in memory: so much is taken on trust, blank tiles having hardly any code.
-constexpr uint64_t TRUSTED_BYTES = 1 << 24;
+// A row of tiles is held in memory: so much is taken on trust, blank tiles having hardly any code. So is a line.
+constexpr uint64_t TRUSTED_BYTES = TIF_MOST_SPARSE;
+constexpr uint64_t TRUSTED_LINE = 1 << 16;
 constexpr uint64_t TILE_ROW_EXPANSION = 1400;
 // A file under update may not have its lines yet.
 constexpr uint64_t UNWRITTEN_BYTES = 1 << 20;
@@ -497,7 +503,7 @@ constexpr uint64_t UNWRITTEN_BYTES = 1 << 20;
 bool line_fits(const tif_image* image, uint64_t file_bytes) {
     uint64_t row = tif_row_bytes(image, 0);
     if (tif_is_tiled(image)) row = row * image->tiles_across;
-    return row / expansion_of(image->compression) <= file_bytes;
+    return row <= TRUSTED_LINE || row / tif_expansion(image->compression) <= file_bytes;
 }
 
 bool tile_row_fits(const tif_image* image, uint64_t file_bytes) {

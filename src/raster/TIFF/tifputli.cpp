@@ -370,6 +370,22 @@ bool tif_flush_segment(CFILE* c) {
     return tif_save_segment(c, segment, out->rows, out->plane_bytes, rows);
 }
 
+void tif_cut_segment(CFILE* c, uint32_t height) {
+    const tif_image* image = tif_image_of(c);
+    tif_gathering* out = &tif_spec_of(c)->out;
+    if (!out->waiting || tif_is_tiled(image)) return;
+    uint64_t first = static_cast<uint64_t>(out->segment) * image->rows_per_strip;
+    auto rows = static_cast<uint32_t>(first < height ? std::min<uint64_t>(height - first, image->rows_per_strip) : 0);
+    // A strip that is streamed has its rows in the file already.
+    if (rows == 0 || (can_stream(c, image) && out->next_row >= rows)) {
+        out->waiting = false;
+        cit_writer_free(out->fax);
+        out->fax = nullptr;
+    } else if (out->fax == nullptr) {
+        out->next_row = std::min(out->next_row, rows);
+    }
+}
+
 // ---- fax lines -----------------------------------------------------------------------------------------------------
 
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,

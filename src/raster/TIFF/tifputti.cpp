@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "raster/CORE/lines.h"
+#include "raster/CORE/tilesetup.h"
 #include "raster/TIFF/tiff.h"
 #include "support/checked.h"
 #include "support/memory.h"
@@ -168,13 +169,26 @@ void fill_line(CFILE* c, int plane, size_t row, size_t piece, const uint8_t* fro
     }
 }
 
+// Where the pieces of a line of the buffered row stand apart.
+size_t piece_bytes(const CFILE* c) {
+    return row_is_as_stored(c) ? static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0)) : tile_row_pitch(c);
+}
+
+void take_back_line(const CFILE* c, int plane, size_t row, size_t piece, uint8_t* to) {
+    const tile_record* t = c->tile;
+    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
+    const uint8_t* from = t->row_buffer + static_cast<size_t>(plane) * tile_row_plane_bytes(c) + row * piece;
+    for (size_t at = 0; at < bytes; at += piece, from += piece * t->height)
+        std::memcpy(to + at, from, std::min(piece, bytes - at));
+}
+
 // A plane that is not given is zero, and so are lines that are passed over.
 void gather_line(CFILE* c, int channels, write_planes buffers) {
     tile_record* t = c->tile;
     tif_spec* spec = tif_spec_of(c);
     auto row = static_cast<uint32_t>(c->line - t->first_line);
     uint32_t lines = t->row_dirty ? spec->row_lines : 0;
-    size_t piece = row_is_as_stored(c) ? static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0)) : tile_row_pitch(c);
+    size_t piece = piece_bytes(c);
     for (int i = 0; i < tile_row_planes(c); ++i) {
         for (uint32_t passed = lines; passed < row; ++passed)
             fill_line(c, i, passed, piece, nullptr);
@@ -222,6 +236,59 @@ bool tif_flush_tile_row(CFILE* c) {
     t->first_line += static_cast<int32_t>(t->height);
     t->row_dirty = false;
     return true;
+}
+
+// Gathers the lines of the first row of tiles anew, as an image less high than a tile has them.
+static bool gather_again(CFILE* c, int32_t height) {
+    auto lines = static_cast<int32_t>(tif_spec_of(c)->row_lines);
+    int planes = tile_row_planes(c);
+    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
+    size_t piece = piece_bytes(c);
+    size_t all = bytes * static_cast<size_t>(planes) * static_cast<size_t>(lines);
+    mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc(std::max<size_t>(all, 1))));
+    if (!block) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    auto place = [&](int32_t row, int plane) {
+        return block.get() + static_cast<size_t>(row * planes + plane) * bytes;
+    };
+    for (int32_t row = 0; row < lines; ++row)
+        for (int i = 0; i < planes; ++i)
+            take_back_line(c, i, static_cast<size_t>(row), piece, place(row, i));
+    drop_tile_row(c);
+    c->ysize = height;
+    if (!need_tile_row(c)) return false;
+    int32_t line = c->line;
+    for (c->line = 0; c->line < lines; ++c->line) {
+        const uint8_t* given[TIF_MAX_SAMPLES] = {};
+        for (int i = 0; i < planes; ++i)
+            given[i] = place(c->line, i);
+        gather_line(c, planes, given);
+    }
+    c->line = line;
+    return true;
+}
+
+bool tif_cut_tile_row(CFILE* c, uint32_t height) {
+    tile_record* t = c->tile;
+    if (!has_flag(c, FLAG_TILED) || t == nullptr || t->row_buffer == nullptr) return true;
+    auto first = static_cast<uint32_t>(t->first_line);
+    if (!t->row_dirty || first >= height) {
+        drop_tile_row(c);
+        t->row_dirty = t->row_read = false;
+        return true;
+    }
+    // The handle has the new height already.
+    int32_t asked = c->ysize;
+    c->ysize = static_cast<int32_t>(tif_image_of(c)->image_length);
+    flag_guard layout(c, FLAG_INTERLEAVED, (t->row_layout & FLAG_INTERLEAVED) != 0);
+    tif_spec_of(c)->row_lines = std::min(tif_spec_of(c)->row_lines, height - first);
+    bool done = true;
+    if (tif_spec_of(c)->row_lines == height - first) {
+        done = tif_flush_tile_row(c);
+    } else if (height < t->height) {
+        done = gather_again(c, static_cast<int32_t>(height));
+    }
+    c->ysize = asked;
+    return done;
 }
 
 int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {

@@ -110,7 +110,8 @@ int tif_get_rle_line(CFILE* c, int channels, read_planes buffers) {
         return 0;
     }
     run_line line = {};
-    bool direct = tif_is_fax(image->compression) && !has_flag(c, FLAG_TILED);
+    bool direct = tif_is_fax(image->compression) && !has_flag(c, FLAG_TILED) &&
+                  !tif_is_sparse(image, static_cast<uint32_t>(c->line) / image->rows_per_strip, 0);
     bool got = direct ? runs_from_fax(c, &line) : runs_from_bits(c, &line);
     got = got && give_runs(c, line, channels > 0 ? buffers[0] : nullptr);
     mem_free(line.runs);

@@ -173,6 +173,80 @@ bool resize_arrays(CFILE* c, tif_image* image, uint32_t count) {
     return true;
 }
 
+// ---- sizes
+
+// The bytes that an image's segments have in the file at the least; UINT64_MAX where no 64 bits hold them.
+uint64_t least_bytes(const tif_image* image) {
+    uint64_t rows = image->image_length;
+    if (tif_is_tiled(image)) rows = uint64_t{tif_segments(image)} * image->tile_length;
+    uint64_t all = 0;
+    for (int plane = 0; plane < tif_shape_of(image).planes; ++plane) {
+        uint64_t bytes = 0;
+        bool fits = checked_mul(rows, tif_row_bytes(image, plane), &bytes) && checked_add(all, bytes, &all);
+        if (!fits) return UINT64_MAX;
+    }
+    return all / tif_expansion(image->compression);
+}
+
+// Whether the file has offsets for so many more bytes of pixels, and as many more entries of the strip arrays.
+bool file_can_grow(CFILE* c, uint64_t bytes, uint64_t entries) {
+    const tif_spec* spec = tif_spec_of(c);
+    uint64_t end = spec->begun ? static_cast<uint64_t>(spec->end - c->base_offset) : TIF_FIRST_OFFSET;
+    bool fits = checked_add(end, entries * 2 * sizeof(uint32_t), &end) && checked_add(end, bytes, &end);
+    return (fits && end <= UINT32_MAX) || tif_fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "file too long");
+}
+
+// ---- a height that changes when lines are stored
+
+// Whether the image can get more lines: it is the last of the chain, and the strip that they go on in is not stored.
+bool can_get_longer(const CFILE* c, const tif_image* image) {
+    const tif_gathering* out = &tif_spec_of(c)->out;
+    uint32_t last = image->image_length / image->rows_per_strip;
+    bool stored = image->image_length % image->rows_per_strip != 0 && !(out->waiting && out->segment == int64_t{last});
+    for (int plane = 0; plane < tif_shape_of(image).planes && stored; ++plane)
+        stored = tif_is_stored(image, tif_entry_of(image, last, plane));
+    return !tif_is_tiled(image) && image->next == nullptr && !stored;
+}
+
+// The planes of an array that has `before` entries a plane move to where it has `after` of them.
+void move_planes(uint32_t* array, size_t planes, size_t before, size_t after) {
+    size_t kept = std::min(before, after) * sizeof(uint32_t);
+    for (size_t i = 1; i < planes; ++i) {
+        size_t plane = after < before ? i : planes - i;
+        std::memmove(array + plane * after, array + plane * before, kept);
+    }
+    for (size_t plane = 0; plane < planes && after > before; ++plane)
+        std::memset(array + plane * after + before, 0, (after - before) * sizeof(uint32_t));
+}
+
+bool move_entries(CFILE* c, tif_image* image, uint32_t before, uint32_t after) {
+    auto planes = static_cast<uint32_t>(tif_shape_of(image).planes);
+    uint32_t count = std::max(before, after) * planes;
+    if (image->strip_count != before * planes) {
+        // Arrays that a damaged file has cut: what stands in them of other planes can't be told.
+        if (planes > 1) return tif_fails(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        image->strip_count = std::min(image->strip_count, after);
+        return true;
+    }
+    if (after > before && !resize_arrays(c, image, count)) return false;
+    move_planes(image->strip_offsets, planes, before, after);
+    move_planes(image->strip_byte_counts, planes, before, after);
+    image->strip_count = after * planes;
+    return true;
+}
+
+// A plain strip that has become the last one is as long as its rows. Coded ones end where their reader has enough.
+void cut_last_strip(tif_image* image) {
+    if (tif_is_tiled(image) || image->compression != TIF_PLAIN) return;
+    uint32_t last = tif_segments(image) - 1;
+    for (int plane = 0; plane < tif_shape_of(image).planes; ++plane) {
+        uint64_t bytes = tif_row_bytes(image, plane) * tif_rows_of(image, last);
+        uint32_t entry = tif_entry_of(image, last, plane);
+        if (entry < image->strip_count && image->strip_byte_counts[entry] > bytes)
+            image->strip_byte_counts[entry] = static_cast<uint32_t>(bytes);
+    }
+}
+
 } // namespace
 
 int tif_format_of(const tif_image* image) {
@@ -244,6 +318,7 @@ static bool plan_strips(CFILE* c, tif_image* image) {
         fail(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
         return false;
     }
+    if (!file_can_grow(c, least_bytes(image), count)) return false;
     bool missing = image->strip_offsets == nullptr;
     if ((missing || image->strip_count != count) && !resize_arrays(c, image, count)) return false;
     if (missing) image->flags |= TIF_ARRAYS_CHANGED;
@@ -263,6 +338,30 @@ bool tif_need_entry(CFILE* c, tif_image* image, uint32_t entry) {
     }
     image->flags |= TIF_OUT_OF_DATE;
     return resize_arrays(c, image, static_cast<uint32_t>(segments > entry ? std::min(segments, room) : entry + 1));
+}
+
+bool tif_change_height(CFILE* c, tif_image* image, uint32_t height) {
+    tif_image changed = *image;
+    changed.image_length = height;
+    if (tif_is_tiled(image)) tif_count_tiles(&changed);
+    if (image->strip_offsets != nullptr && height != image->image_length) {
+        bool longer = height > image->image_length;
+        if (longer && !can_get_longer(c, image))
+            return tif_fails(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        uint32_t before = tif_segments(image);
+        uint32_t after = tif_segments(&changed);
+        uint64_t entries = uint64_t{after} * static_cast<uint64_t>(tif_shape_of(image).planes);
+        if (longer && !file_can_grow(c, least_bytes(&changed) - least_bytes(image), entries)) return false;
+        if (!longer && !tif_cut_tile_row(c, height)) return false;
+        if (!move_entries(c, image, before, after)) return false;
+        if (!longer) tif_cut_segment(c, height);
+        image->flags |= TIF_OUT_OF_DATE;
+    }
+    image->image_length = height;
+    image->tiles_down = changed.tiles_down;
+    cut_last_strip(image);
+    tif_spec_of(c)->in.segment = -1;
+    return true;
 }
 
 // ---- directories ---------------------------------------------------------------------------------------------------
@@ -519,7 +618,7 @@ bool begin_file(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     uint8_t header[TIF_FIRST_OFFSET] = {};
     put_u16(spec, header, spec->order);
-    put_u16(spec, header + 2, 42);
+    put_u16(spec, header + 2, TIF_VERSION);
     bool at_start = io_seek(c, c->base_offset) || (!is_readable(c) && c->base_offset == 0);
     if (!at_start || io_write(c, header, sizeof header) != sizeof header)
         return tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
