@@ -375,6 +375,7 @@ void tif_rewind(CFILE* c);
 int tif_randomize(CFILE* c);
 
 // ---- tifputli, tifsave, tifputbi, tifputti
+bool tif_need_header(CFILE* c); // writes it when it is not written; false with the status set
 int tif_putline(CFILE* c, int channels, write_planes buffers);
 int tif_put_line(CFILE* c, int channels, write_planes buffers);
 int tif_put_interleaved_line(CFILE* c, const uint8_t* buffer);

@@ -305,16 +305,20 @@ bool tif_make_color_table(CFILE* c, const tif_image* image) {
     return true;
 }
 
-// As many entries as field 6 tells.
+// All 256 slots have their number; those behind the map's have no colour.
 int tif_get_vlt(CFILE* c, rzl_vlt_entry* entries) {
     const tif_image* image = tif_image_of(c);
     if ((image->flags & TIF_HAS_MAP) == 0 || image->colour_map == nullptr) {
         return tif_refuse(c, RZL_NO_VLT, SOURCE, "tif get vlt");
     }
     size_t count = size_t{1} << tif_bits(image);
-    for (size_t i = 0; i < count; ++i)
-        entries[i] = {static_cast<uint16_t>(i), image->colour_map[i], image->colour_map[count + i],
-                      image->colour_map[2 * count + i]};
+    for (size_t i = 0; i < TIF_MAP_ENTRIES; ++i) {
+        entries[i] = {static_cast<uint16_t>(i), 0, 0, 0};
+        if (i >= count) continue;
+        entries[i].red = image->colour_map[i];
+        entries[i].green = image->colour_map[count + i];
+        entries[i].blue = image->colour_map[2 * count + i];
+    }
     return 0;
 }
 

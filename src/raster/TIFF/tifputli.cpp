@@ -463,8 +463,7 @@ void take_plane(const uint8_t* from, size_t count, size_t step, uint8_t* plane) 
 // The tests at the head of a put. False with the status set.
 bool can_put(CFILE* c) {
     if (!is_writable(c)) return tif_fails(c, RZL_NEEDS_WRITE, SOURCE, "tif_putline");
-    bool due = !has_flag(c, FLAG_HEADER_EXISTS) || tif_image_of(c)->strip_offsets == nullptr;
-    if (due && tif_write_header(c) != 0) return false;
+    if (!tif_need_header(c)) return false;
     if (c->line < 0 || c->line >= c->ysize) return tif_fails(c, RZL_PAST_END, SOURCE, "tif_putline");
     return tif_samples_can_be_put(c);
 }
@@ -554,6 +553,12 @@ void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int c
         }
         if (bits != 8) tif_pack_bytes(to, bits, order, width, narrowed, rows + s * row_bytes);
     }
+}
+
+// Through the public call, which notes where the pixels of a file in memory begin.
+bool tif_need_header(CFILE* c) {
+    bool due = !has_flag(c, FLAG_HEADER_EXISTS) || tif_image_of(c)->strip_offsets == nullptr;
+    return !due || rzl_write_header(c) == 0;
 }
 
 int tif_put_line(CFILE* c, int channels, write_planes buffers) {

@@ -300,10 +300,8 @@ int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {
 }
 
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour) {
-    if (rzl_puttile_check(c) != 0) return 0;
-    const tif_image* image = tif_image_of(c);
-    if (image->strip_offsets == nullptr && tif_write_header(c) != 0) return 0;
-    if (!can_put_tiles(c)) return 0;
+    if (is_writable(c) && !tif_need_header(c)) return 0;
+    if (rzl_puttile_check(c) != 0 || !can_put_tiles(c)) return 0;
     auto tile = static_cast<uint32_t>(c->line);
     tile_source source = {};
     bool put = take_source(c, channels, buffers, colour, &source) && put_source(c, tile, source);

@@ -69,18 +69,6 @@ int band_format(const tif_image* image) {
     return coded ? RZL_FORMAT_BYTE_RUNS : RZL_FORMAT_BYTE;
 }
 
-// The bits that the application asked for, where they go with the format.
-uint16_t wanted_bits(const CFILE* c, const tif_image* image) {
-    int low = 1;
-    int high = 16;
-    if (image->samples_per_pixel == 1) {
-        uint16_t bits = tif_bits(image);
-        low = bits == 1 ? 1 : bits <= 8 ? 2 : bits <= 16 ? 9 : 17;
-        high = bits == 1 ? 1 : bits <= 8 ? 8 : bits <= 16 ? 16 : 32;
-    }
-    return static_cast<uint16_t>(c->bits >= low && c->bits <= high ? c->bits : tif_bits(image));
-}
-
 // ---- strips
 
 // Bytes that a strip should have when its number of rows is not given, and the bytes of a line by this count.
@@ -122,20 +110,27 @@ void plan_tiles(const CFILE* c, tif_image* image) {
     image->rows_per_strip = image->tile_length;
 }
 
-// Photometric and samples have to say the same.
-void plan_samples(const CFILE* c, tif_image* image) {
-    uint16_t bits = wanted_bits(c, image);
+// Bits of a colour's sample at the most: its lines are bytes.
+constexpr int32_t MOST_COLOUR_BITS = 16;
+
+// Bits and samples wait on the handle, whether the data format has set them or fields 506 and 507. Photometric and
+// samples have to say the same.
+bool plan_samples(CFILE* c, tif_image* image) {
+    bool colour = c->samples == 3 || c->samples == 4;
+    if (c->samples != 1 && !colour) return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
+    if (c->bits < 1 || c->bits > (colour ? MOST_COLOUR_BITS : TIF_MAX_BITS))
+        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
+    image->samples_per_pixel = static_cast<uint16_t>(c->samples);
     for (uint16_t& value : image->bits_per_sample)
-        value = bits;
-    bool map = (image->flags & TIF_HAS_MAP) != 0;
-    if (image->samples_per_pixel == 3) image->photometric = TIF_RGB;
-    if (image->samples_per_pixel == 4) image->photometric = TIF_CMYK;
-    if (image->samples_per_pixel != 1) return;
-    if (map) {
+        value = static_cast<uint16_t>(c->bits);
+    if (colour) {
+        image->photometric = c->samples == 3 ? TIF_RGB : TIF_CMYK;
+    } else if ((image->flags & TIF_HAS_MAP) != 0) {
         image->photometric = TIF_PALETTE;
     } else if (image->photometric > TIF_BLACK_ZERO) {
         image->photometric = TIF_BLACK_ZERO;
     }
+    return true;
 }
 
 bool plan_is_possible(CFILE* c, const tif_image* image) {
@@ -308,7 +303,7 @@ int tif_set_format(CFILE* c, int32_t format) {
 }
 
 static bool plan_strips(CFILE* c, tif_image* image) {
-    plan_samples(c, image);
+    if (!plan_samples(c, image)) return false;
     plan_tiles(c, image);
     if (!plan_is_possible(c, image)) return false;
     if (!tif_is_tiled(image)) plan_rows(image);
@@ -735,6 +730,14 @@ bool tif_update_flag_registers(CFILE* c, tif_image* image) {
     return write_array(c, tif_u32(spec, entry + 8), image->flag_registers, 16);
 }
 
+// Where the next data go, and where a file in memory ends. A file that was not written stays where it is.
+static bool stand_at_end(CFILE* c) {
+    tif_spec* spec = tif_spec_of(c);
+    if (spec->at_end || !spec->begun) return true;
+    spec->at_end = io_seek(c, spec->end);
+    return spec->at_end || tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+}
+
 // A further image or an overview gets its directory when it is finished.
 int tif_write_header(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
@@ -747,7 +750,7 @@ int tif_write_header(CFILE* c) {
     c->vlt = nullptr;
     set_flag(c, FLAG_HEADER_EXISTS, true);
     c->line = 0;
-    return 0;
+    return stand_at_end(c) ? 0 : 1;
 }
 
 int tif_finish_image(CFILE* c) {
@@ -763,5 +766,5 @@ int tif_finish_image(CFILE* c) {
     } else if ((image->flags & TIF_ARRAYS_CHANGED) != 0 && (image->flags & TIF_IN_FILE) != 0) {
         told = update_strip_arrays(c, image);
     }
-    return stored && told ? 0 : 1;
+    return stored && told && stand_at_end(c) ? 0 : 1;
 }
