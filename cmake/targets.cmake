@@ -16,19 +16,13 @@ function(tinct_program name)
     install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
 
-# tinct_test(NAME LIBS ...): the test program of a subsystem, linked with what it needs and nothing above it.
+# tinct_test(NAME LIBS ...): the test program of a subsystem, linked with what it needs and nothing above it. What
+# every test program has, tests/CMakeLists.txt puts into tinct_test_main.
 function(tinct_test name)
     cmake_parse_arguments(arg "" "" "LIBS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS *.cpp)
-    if(NOT sources)
-        return()
-    endif()
     add_executable(${name} ${sources})
-    target_link_libraries(${name} PRIVATE ${arg_LIBS} tinct_options GTest::gtest GTest::gtest_main)
-    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-    # g++ 12 sees overlapping and overlong copies in std::string and std::vector where there are none.
-    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict$<SEMICOLON>-Wno-array-bounds$<SEMICOLON>-Wno-stringop-overflow$<SEMICOLON>-Wno-stringop-overread>)
-    target_compile_definitions(${name} PRIVATE TINCT_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
-        TINCT_BIN_DIR="${PROJECT_BINARY_DIR}/bin")
+    target_link_libraries(${name} PRIVATE ${arg_LIBS} tinct_test_main)
+    target_precompile_headers(${name} REUSE_FROM tinct_test_main)
     gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()

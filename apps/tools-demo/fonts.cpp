@@ -22,7 +22,7 @@ void paint_family(int window, int family) {
         int height = 0, width = 0, extra = 0;
         if (font < 0 || Inq_font_size(font, &height, &width, &extra) != 0) continue;
         any = true;
-        char label[8];
+        char label[16];
         std::snprintf(label, sizeof label, "%d", size);
         if (family == 0) demo_text(window, columns[0], y + (height - 12) / 2, label, SLOT_SHADOW);
         demo_text_in(window, font, columns[family] + (family == 0 ? 22 : 0), y, texts[family], SLOT_BLACK);

@@ -2,24 +2,14 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include "own_directory.h"
-#include "raster/rzl.h"
-
-struct run_result {
-    int status; // exit status; 128 + signal
-    std::string out, err;
-};
+#include "common/own_directory.h"
+#include "common/pictures.h"
+#include "common/run.h"
 
 class AppFixture : public OwnDirectory {
 protected:
@@ -29,20 +19,7 @@ protected:
     }
 
     // Runs "PROGRAM ARGUMENTS" by the shell, inside the test's directory.
-    run_result run(const std::string& command) const {
-        std::string err = directory + "/.stderr";
-        std::string line = "cd '" + directory + "' && " TINCT_BIN_DIR "/" + command + " 2>'" + err + "'";
-        run_result result = {0, "", ""};
-        FILE* pipe = popen(line.c_str(), "r");
-        char buffer[4096];
-        for (size_t count = 0; (count = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-            result.out.append(buffer, count);
-        int status = pclose(pipe);
-        result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        result.err = read(err);
-        std::filesystem::remove(err);
-        return result;
-    }
+    run_result run(const std::string& command) const { return run_command(directory, TINCT_BIN_DIR "/" + command); }
 
     std::vector<std::string> files() const {
         std::vector<std::string> names;
@@ -54,24 +31,9 @@ protected:
     // A native file of the given data format, grey in all planes: byte x + 10 y.
     std::string write_raster(const std::string& name, int32_t width, int32_t height, int32_t format = 27,
                              int32_t orientation = 4) const {
-        std::string path = directory + "/" + name;
-        CFILE* file = rzl_open_w(path.c_str());
-        int32_t standard = 0;
-        rzl_set_hdr_data(file, RZL_FIELD_STANDARD, &standard);
-        rzl_set_hdr_data(file, RZL_FIELD_FORMAT, &format);
-        rzl_set_hdr_data(file, RZL_FIELD_XSIZE, &width);
-        rzl_set_hdr_data(file, RZL_FIELD_YSIZE, &height);
-        rzl_set_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
-        std::vector<uint8_t> line(static_cast<size_t>(width));
-        for (int32_t y = 0; y < height; ++y) {
-            for (int32_t x = 0; x < width; ++x)
-                line[static_cast<size_t>(x)] = static_cast<uint8_t>(x + 10 * y);
-            int failed = format == 27 || format == 28 ? rzl_putline3(file, line.data(), line.data(), line.data())
-                                                      : rzl_putline(file, line.data());
-            EXPECT_EQ(failed, 0);
-        }
-        EXPECT_EQ(rzl_finish(file), 0u);
-        return path;
+        write_native(
+            path(name), width, height, format, [](int x, int y, int) { return x + 10 * y; }, orientation);
+        return path(name);
     }
 
     // still.tnc and still.rgb, 4 by 3: pen 1 (with u,v) on row 0, pen 2 (without) over it at column 1 and alone on

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "core/arguments.h"
-#include "own_directory.h"
+#include "common/own_directory.h"
 #include "support/log.h"
 #include "support/memory.h"
 

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "output/impack.h"
-#include "own_directory.h"
+#include "common/own_directory.h"
 #include "platform/files.h"
 #include "support/log.h"
 #include "support/memory.h"

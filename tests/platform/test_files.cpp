@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "own_directory.h"
+#include "common/own_directory.h"
 #include "platform/files.h"
 #include "support/memory.h"
 

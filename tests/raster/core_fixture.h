@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "own_directory.h"
+#include "common/own_directory.h"
 #include "raster/CORE/cfile.h"
 #include "support/memory.h"
 

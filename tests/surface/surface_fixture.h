@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include "own_directory.h"
+#include "common/own_directory.h"
 #include "raster/rzl.h"
 #include "support/log.h"
 #include "support/memory.h"

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "events_fixture.h"
-#include "own_directory.h"
+#include "common/own_directory.h"
 
 namespace {
 

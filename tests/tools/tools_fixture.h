@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "own_directory.h"
+#include "common/own_directory.h"
 #include "support/bytes.h"
 #include "support/memory.h"
 #include "tools/font.h"
