@@ -10,22 +10,6 @@ const char* raster_extension(const char* path) {
     return dot != nullptr && std::strpbrk(dot, "/\\") == nullptr ? dot + 1 : "";
 }
 
-int32_t raster_standard_of(const char* extension) {
-    constexpr struct {
-        const char* extension;
-        int32_t standard;
-    } EXTENSIONS[] = {{"rgb", RZL_STANDARD_KRVN}, {"tif", RZL_STANDARD_TIFF},  {"tiff", RZL_STANDARD_TIFF},
-                      {"gif", RZL_STANDARD_GIF},  {"tga", RZL_STANDARD_TARGA}, {"bmp", RZL_STANDARD_BMP},
-                      {"pcx", RZL_STANDARD_PCX},  {"jpg", RZL_STANDARD_JFIF},  {"jpeg", RZL_STANDARD_JFIF},
-                      {"ico", RZL_STANDARD_ICO},  {"cal", RZL_STANDARD_CALS},  {"ntf", RZL_STANDARD_NITF},
-                      {"xbm", RZL_STANDARD_XBM},  {"pbm", RZL_STANDARD_PNM},   {"pgm", RZL_STANDARD_PNM},
-                      {"ppm", RZL_STANDARD_PNM},  {"ras", RZL_STANDARD_SUN},   {"ps", RZL_STANDARD_POSTSCRIPT}};
-    for (const auto& e : EXTENSIONS) {
-        if (strcasecmp(extension, e.extension) == 0) return e.standard;
-    }
-    return -1;
-}
-
 int raster_line_failed(CFILE* file, const char* path, int32_t line) {
     uint32_t status = 0;
     rzl_get_hdr_data(file, RZL_FIELD_STATUS, &status);

@@ -8,9 +8,6 @@
 // What stands behind the last "." of a path's last component; an empty text when there is none.
 const char* raster_extension(const char* path);
 
-// The standard that an extension stands for, in any case of letters; -1 for one that is not known.
-int32_t raster_standard_of(const char* extension);
-
 // Passes over every line of the active image, from the current one on, without taking its pixels. False after a message
 // when one is not there, or the file is damaged: this is how a file that was cut is told from a whole one.
 bool raster_is_whole(CFILE* file, const char* path);

@@ -31,7 +31,7 @@ struct convert_request {
     bool keep_vlt;
 };
 
-// ---- words -------------------------------------------------------------------------------------------------------
+// ---- words ----------------------------------------------------------------------------------------------------------
 
 int take_standard(const char* word, convert_request* request) {
     if (word == nullptr) return program_usage("--standard needs a name or number");
@@ -83,12 +83,12 @@ int parse(word_list* words, convert_request* request) {
         if (status != EXIT_DONE) return status;
     }
     if (request->in.path == nullptr || request->out == nullptr) return program_usage("convert needs IN and OUT");
-    if (request->standard < 0) request->standard = raster_standard_of(raster_extension(request->out));
+    if (request->standard < 0) request->standard = rzl_standard_of_extension(raster_extension(request->out));
     if (request->standard < 0) request->standard = RZL_STANDARD_KRVN;
     return EXIT_DONE;
 }
 
-// ---- the target --------------------------------------------------------------------------------------------------
+// ---- the target -----------------------------------------------------------------------------------------------------
 
 pixel_kind kind_of_format(int64_t format) {
     switch (format) {
@@ -160,7 +160,7 @@ int check_target(const raster_source* source, convert_request* request) {
     return EXIT_DONE;
 }
 
-// ---- writing -----------------------------------------------------------------------------------------------------
+// ---- writing --------------------------------------------------------------------------------------------------------
 
 struct conversion {
     const raster_source* source;

@@ -172,7 +172,7 @@ bool takes_value(const char* word) {
 
 // The standard of an output type, -1 for one that pictures are not saved as.
 int32_t standard_of_type(const char* type) {
-    int32_t standard = raster_standard_of(type);
+    int32_t standard = rzl_standard_of_extension(type);
     return imp_format_ok(standard, RZL_FORMAT_BYTE_RUNS) != 0 ? standard : -1;
 }
 

@@ -97,11 +97,11 @@ enum {
     RZL_FIELD_YSIZE = 2,
     RZL_FIELD_FORMAT = 3,
     RZL_FIELD_MATRIX = 4,   /* double[16], row by row */
-    RZL_FIELD_VLT_TYPE = 5, /* 0 none, 1 byte table, 2 16-bit entries */
+    RZL_FIELD_VLT_TYPE = 5, /* RZL_VLT_ */
     RZL_FIELD_VLT_ENTRIES = 6,
     RZL_FIELD_PACKET_WORDS = 7, /* setting adds */
     RZL_FIELD_RESOLUTION = 8,
-    RZL_FIELD_ORIENTATION = 9, /* 4 top-down, 6 bottom-up: value & 3 of 2 or more is bottom-up */
+    RZL_FIELD_ORIENTATION = 9, /* RZL_TOP_DOWN or another: value & 3 of 2 or more is bottom-up */
     RZL_FIELD_APPLICATION = 10,
     RZL_FIELD_APP_VALUE_1 = 11,
     RZL_FIELD_APP_VALUE_2 = 12,
@@ -157,6 +157,16 @@ enum {
     RZL_FIELD_RAW_SAMPLES = 701,
     RZL_FIELD_STATUS = 702 /* uint32_t; the status of the operation before */
 };
+
+/* Kinds of colour tables, field RZL_FIELD_VLT_TYPE. */
+enum {
+    RZL_VLT_NONE = 0,
+    RZL_VLT_BYTES = 1,  /* 256 red, then green, then blue bytes */
+    RZL_VLT_ENTRIES = 2 /* entries of 16 bits */
+};
+
+/* Orders of lines, field RZL_FIELD_ORIENTATION. The odd ones have their pixels from right to left. */
+enum { RZL_TOP_DOWN = 4, RZL_TOP_DOWN_MIRRORED = 5, RZL_BOTTOM_UP = 6, RZL_BOTTOM_UP_MIRRORED = 7 };
 
 /* Library-wide values of rzl_get_global(). */
 enum {
@@ -239,7 +249,8 @@ typedef struct rzl_stat {
     int32_t packet_words, packet_room, jpeg_quality;
     double matrix[16];
     double aspect_ratio;
-    int32_t planar, compression; /* of TIFF files: fields 503 and 501 */
+    int32_t planar, compression;               /* fields 503 and 501 */
+    int32_t standard, samples, bits, vlt_bits; /* fields 500, 506, 507 and 31; rzl_set_stat() leaves them alone */
 } rzl_stat;
 
 /* A tag of a TIFF file, field RZL_FIELD_USER_TAG. Types: 1 bytes, 2 text, 3 16-bit and 4 32-bit values, 5 pairs of
@@ -395,6 +406,15 @@ RZL_API const char* rzl_status_text(uint32_t status);
 /* The name of a standard, as "KRVN", or null; and whether this build can create and read it. */
 RZL_API const char* rzl_standard_name(int32_t id);
 RZL_API int rzl_standard_support(int32_t id, int* can_create, int* can_read);
+
+/* The extensions of the standard's file names, without the dot and separated by blanks, the usual one first: "tif tiff".
+ * Empty where there is no usual one, null for an id that is none. And the standard of an extension, in any case of
+ * letters, or -1. */
+RZL_API const char* rzl_standard_extensions(int32_t id);
+RZL_API int32_t rzl_standard_of_extension(const char* extension);
+
+/* 1 when a new file of the standard can have the data format, field 3; else 0. */
+RZL_API int rzl_standard_takes(int32_t id, int32_t format);
 
 #ifdef __cplusplus
 }

@@ -236,8 +236,7 @@ TEST_F(Header, BadHeadersAreRefused) {
     }
 }
 
-// ---- colour tables
-// --------------------------------------------------------------------------------------------------
+// ---- colour tables --------------------------------------------------------------------------------------------------
 
 TEST_F(Header, ColourTablesAsWritten) {
     std::vector<rzl_vlt_entry> table(70);
@@ -340,8 +339,7 @@ TEST_F(Header, ColourTablesThatAreNoneAreDropped) {
     }
 }
 
-// ---- the text-headed form
-// --------------------------------------------------------------------------------------------
+// ---- the text-headed form -------------------------------------------------------------------------------------------
 
 TEST_F(Header, TextForm) {
     std::string p = path("t.rgb");

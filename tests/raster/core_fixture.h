@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "common/own_directory.h"
-#include "raster/CORE/cfile.h"
+#include "raster/CORE/module.h"
 #include "support/memory.h"
 
 using bytes_of_file = std::vector<uint8_t>;
@@ -42,10 +42,11 @@ protected:
     long live_before;
 };
 
+// The first four bytes of a field's value, whatever its size.
 inline int32_t field_of(CFILE* c, int32_t field) {
-    int32_t value = -12345;
-    EXPECT_EQ(rzl_get_hdr_data(c, field, &value), 0) << "field " << field;
-    return value;
+    uint8_t value[512] = {0xC7, 0xCF, 0xFF, 0xFF}; // -12345
+    EXPECT_EQ(rzl_get_hdr_data(c, field, value), 0) << "field " << field;
+    return int_of(value);
 }
 
 inline int set_field_to(CFILE* c, int32_t field, int32_t value) {
@@ -64,8 +65,7 @@ inline uint32_t library_status() {
     return status;
 }
 
-// ---- a module that notes what reaches it
-// ----------------------------------------------------------------------------
+// ---- a module that notes what reaches it ----------------------------------------------------------------------------
 
 struct module_notes {
     std::vector<int32_t> got, set;
@@ -111,8 +111,7 @@ inline CFILE* noting_handle(uint32_t mode, rzl_memfile* record) {
     return c;
 }
 
-// ---- native pictures
-// ------------------------------------------------------------------------------------------------
+// ---- native pictures ------------------------------------------------------------------------------------------------
 
 inline uint8_t pixel_of(int seed, int line, int x) {
     return static_cast<uint8_t>(seed + line * 13 + x / 4);

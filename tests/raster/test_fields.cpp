@@ -263,8 +263,7 @@ TEST_F(Fields, FormatTableIsHandedOut) {
     EXPECT_FALSE(format_layout(65, &samples, &bits));
 }
 
-// ---- status words
-// ---------------------------------------------------------------------------------------------------
+// ---- status words ---------------------------------------------------------------------------------------------------
 
 std::string words_of(uint32_t status, const char* detail) {
     char text[2048];

@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "platform/files.h"
-#include "raster/CORE/detect.h"
+#include "raster/CORE/standard.h"
 #include "raster/core_fixture.h"
 
 namespace {
@@ -321,8 +321,7 @@ TEST_F(Open, BadHandlesAreRefused) {
     EXPECT_EQ(value, 5);
 }
 
-// ---- sweeps
-// ---------------------------------------------------------------------------------------------------------
+// ---- sweeps ---------------------------------------------------------------------------------------------------------
 
 bool is_memory_or_open(uint32_t status) {
     return status == RZL_NO_MEMORY || status == RZL_CANNOT_OPEN;

@@ -147,7 +147,7 @@ TEST_F(Peers, LargePages) {
         for (int rows : {0, -1}) {
             CFILE* c = new_tiff(path("a.tif"), {WIDTH, HEIGHT, 1, 1, {}}, {{501, coding}, {505, rows}});
             for (size_t y = 0; y < HEIGHT; ++y) {
-                tif_row_to_words(&page[y * row], WIDTH, words.data());
+                bits_to_words(&page[y * row], WIDTH, 0, words.data());
                 ASSERT_EQ(rzl_putline(c, words.data()), 0);
             }
             ASSERT_EQ(rzl_finish(c), 0u);
@@ -160,7 +160,7 @@ TEST_F(Peers, LargePages) {
                 size_t wrong = 0;
                 for (size_t y = 0; y < HEIGHT; ++y) {
                     ASSERT_EQ(rzl_getline(c, words.data()), 0);
-                    tif_words_to_row(words.data(), WIDTH, back.data());
+                    words_to_bits(words.data(), WIDTH, 0, back.data());
                     wrong += std::equal(back.begin(), back.end(), page.begin() + static_cast<long>(y * row)) ? 0 : 1;
                 }
                 EXPECT_EQ(wrong, 0u) << coding << " " << rows << " " << file;

@@ -35,8 +35,7 @@ inline bool cit_succeeded(uint32_t result) {
     return (result & 1) != 0;
 }
 
-// ---- a line as changes: citlines.cpp
-// ---------------------------------------------------------------------------------
+// ---- a line as changes: citlines.cpp --------------------------------------------------------------------------------
 
 // The positions at which a line changes colour, from the left: the first is where white ends (0 for a line that starts
 // black). They never decrease; two equal ones are a run of 0. Every position is below or at the width, and behind the
@@ -72,8 +71,7 @@ bool cit_changes_from_runs(cit_changes* line, uint32_t width, const uint16_t* ru
 void cit_changes_to_bits(const cit_changes* line, uint32_t width, uint8_t* words);
 bool cit_changes_from_bits(cit_changes* line, uint32_t width, const uint8_t* words); // false: no memory
 
-// ---- runs and bits: citbits.cpp
-// --------------------------------------------------------------------------------------
+// ---- runs and bits: citbits.cpp -------------------------------------------------------------------------------------
 
 // Whether the runs, `count` at most, add up to exactly the width. Runs that come from a caller of the library or a file
 // are tested with this before they are handed to a call that takes no count.
@@ -93,8 +91,7 @@ size_t cit_runs_to_bytes(uint32_t width, const uint16_t* runs, uint8_t* bytes);
 // Reverses the order of the bits in each byte.
 void cit_reverse_bytes(uint8_t* bytes, size_t count);
 
-// ---- decoding of whole images: citdec.cpp
-// --------------------------------------------------------------
+// ---- decoding of whole images: citdec.cpp ---------------------------------------------------------------------------
 
 struct cit_params {
     uint32_t width;      // pixels, 1 or more
@@ -138,8 +135,7 @@ uint32_t cit_decode_1d(cit_params* params, cit_sink* sink, cit_sink_call sink_li
 uint32_t cit_decode_g4_line(const cit_params* params, const cit_changes* reference, cit_changes* current,
                             uint64_t* place, bool* ended);
 
-// ---- encoding: citenc.cpp
-// --------------------------------------------------------------------------------------------
+// ---- encoding: citenc.cpp -------------------------------------------------------------------------------------------
 
 struct cit_encoder; // one state serves any number of images, one after the other
 
@@ -181,8 +177,7 @@ void cit_encoder_move(cit_encoder* state, uint8_t* buffer, size_t size);
 uint32_t cit_encoder_finish_g4(cit_encoder* state, size_t* words);
 uint32_t cit_encoder_finish_g3(cit_encoder* state, size_t* words);
 
-// ---- lines of coded data in memory: citread.cpp
-// ----------------------------------------------------------------------
+// ---- lines of coded data in memory: citread.cpp ---------------------------------------------------------------------
 
 enum class cit_coding : uint8_t {
     aligned, // modified Huffman, no end-of-line codes, each line from a byte boundary (TIFF compression 2)
@@ -214,8 +209,7 @@ uint32_t cit_reader_runs(cit_reader* reader, uint32_t line, uint16_t* runs, size
 bool cit_reader_damaged(const cit_reader* reader);
 bool cit_reader_unended(const cit_reader* reader);
 
-// ---- coded bytes of lines: citwrite.cpp
-// ------------------------------------------------------------------------------
+// ---- coded bytes of lines: citwrite.cpp -----------------------------------------------------------------------------
 
 struct cit_writer;
 

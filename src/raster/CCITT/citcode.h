@@ -11,8 +11,7 @@
 #include "raster/CCITT/ccitt.h"
 #include "support/bytes.h"
 
-// ---- code tables: cittable.cpp
-// ----------------------------------------------------------------------------------------
+// ---- code tables: cittable.cpp --------------------------------------------------------------------------------------
 
 constexpr int CIT_LOOK_BITS = 13; // the longest code
 constexpr uint32_t CIT_LOOK_MASK = (1u << CIT_LOOK_BITS) - 1;
@@ -38,8 +37,7 @@ constexpr int32_t CIT_LONGEST_MAKE_UP = 2560;
 constexpr uint32_t CIT_END_OF_LINE = 0x800; // eleven 0 bits and a 1
 constexpr uint32_t CIT_END_OF_LINE_BITS = 12;
 
-// ---- the stream
-// --------------------------------------------------------------------------------------------------------
+// ---- the stream -----------------------------------------------------------------------------------------------------
 
 struct cit_stream {
     uint64_t buffer;     // bit 0 comes next; above `count` bits of data that will be counted later
@@ -97,8 +95,7 @@ inline bool cit_stream_at_end_of_line(const cit_stream* s) {
     return (s->buffer & 0x7FF) == 0;
 }
 
-// ---- one line
-// ----------------------------------------------------------------------------------------------------------
+// ---- one line -------------------------------------------------------------------------------------------------------
 
 // Ends a line behind its first `count` positions, for which there is room with the guards.
 inline void cit_end_changes(cit_changes* line, size_t count, uint32_t width) {

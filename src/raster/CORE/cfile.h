@@ -6,12 +6,11 @@
 // the format's own operations; the file slots are ten stream-like operations on the bytes, in four interchangeable
 // sets. A module never touches a file but through the file slots, and takes no lock.
 //
-// A module is one directory with one constant table of format slots and the functions in it. Its open function for
-// reading is called by detection and owns the handle from then on; its initialiser is called for a file being created.
-// Both end in install_slots(). A null slot in the table keeps the core's default, which refuses.
+// A module includes module.h, which says what a format is made of; this header is the handle and what the core's own
+// files share.
 //
-// Errors. Who finds a failure calls fail(), which sets the status and prints when the debug level asks for it; who
-// passes it on adds nothing.
+// Errors. Who finds a failure calls fail(), refuse() or fails(), which set the status and print when the debug level
+// asks for it; who passes it on adds nothing.
 #pragma once
 
 #include <cstddef>
@@ -20,8 +19,7 @@
 #include "platform/lock.h"
 #include "raster/rzl.h"
 
-// ---- slots
-// -----------------------------------------------------------------------------------------------------------
+// ---- slots ----------------------------------------------------------------------------------------------------------
 
 // A line's channel buffers: one plane each, null for one that is not wanted.
 using read_planes = uint8_t* const*;
@@ -40,50 +38,52 @@ using write_tile_slot = int (*)(CFILE* c, int channels, write_planes buffers, ui
 
 // The format's own operations. Results: 0 success and 1 failure where no other is told.
 struct format_slots {
-    read_line_slot Getline;   // a line, whatever the storage; modules use rzl_getline_generic
-    read_line_slot Get_line;  // a line, with no tile or squetch handling: the module's innermost read
-    read_line_slot Getline16; // 16-bit samples
-    read_line_slot Get_line16;
-    read_line_slot Getlinefromtile; // a line out of tiled storage; modules use rzl_getline_from_tiles
-    read_line_slot Getrleline;      // the stored coding of a line; its size in `rle_size`; bytes used, 0 failure
-    read_line_slot Getrlestrip;
-    int (*Getinlv)(CFILE* c, uint8_t* buffer); // a line as interleaved pixels; pixels, 0 failure
-    write_line_slot Putline;                   // modules use rzl_putline_generic
-    write_line_slot Put_line;                  // the module's innermost write
-    write_line_slot Putline16;
-    write_line_slot Put_line16;
-    write_line_slot Putrleline; // a line in the stored coding, `rle_size` bytes
-    int (*Putinlv)(CFILE* c, const uint8_t* buffer);
-    write_line_slot Putlinetotile; // modules use rzl_putline_to_tiles
-    read_tile_slot Gettile;
-    write_tile_slot Puttile;
-    read_tile_slot Gettile16;
-    write_tile_slot Puttile16;
-    read_tile_slot Getrletile;
-    write_tile_slot Putrletile;
-    int (*Get_hdr_data)(CFILE* c, int32_t field, void* value); // writes `value` in every case
-    int (*Set_hdr_data)(CFILE* c, int32_t field, const void* value);
-    int (*Get_stat)(CFILE* c, rzl_stat* stat);
-    int (*Set_stat)(CFILE* c, const rzl_stat* stat);
-    int (*Get_vlt)(CFILE* c, rzl_vlt_entry* entries);
-    int (*Get_format)(CFILE* c); // the data format code
-    int (*Get_packet)(CFILE* c, void* buffer);
-    int (*Put_Packet)(CFILE* c, const void* buffer);
-    int (*copydata)(CFILE* from, CFILE* to);
-    int (*init_std_hdr)(CFILE* from, CFILE* to);
-    int (*init_ov)(CFILE* from, CFILE* to);
-    int (*setactiveov)(CFILE* c, int32_t overview);
-    int (*Wrt_hdr)(CFILE* c);
-    int (*Seek)(CFILE* c, int32_t line);
-    int (*Get_number_of_images)(CFILE* c); // the count; 0 or -1 failure
-    int (*Set_Number_of_Images)(CFILE* c, int32_t count);
-    int (*Set_Active_Image)(CFILE* c, int32_t image);
-    int (*Randomize)(CFILE* c);
-    void (*Rewind)(CFILE* c);
-    void (*ckJPEG)(CFILE* c, uint32_t mark);
-    void (*Close)(CFILE* c);               // finish the file; free what hangs from `spec`, not `spec` itself
-    void (*Free_specs)(CFILE* c);          // free what hangs from `spec`; the core frees `spec` afterwards
-    int64_t (*Get_Image_Offset)(CFILE* c); // file offset of the first pixel data
+    read_line_slot Getline = nullptr;   // a line, whatever the storage; modules use rzl_getline_generic
+    read_line_slot Get_line = nullptr;  // a line, with no tile or squetch handling: the module's innermost read
+    read_line_slot Getline16 = nullptr; // 16-bit samples
+    read_line_slot Get_line16 = nullptr;
+    read_line_slot Getlinefromtile = nullptr; // a line out of tiled storage; modules use rzl_getline_from_tiles
+    read_line_slot Getrleline = nullptr; // the stored coding of a line; its size in `rle_size`; bytes used, 0 failure
+    read_line_slot Getrlestrip = nullptr;
+    int (*Getinlv)(CFILE* c, uint8_t* buffer) = nullptr; // a line as interleaved pixels; pixels, 0 failure
+    write_line_slot Putline = nullptr;                   // modules use rzl_putline_generic
+    write_line_slot Put_line = nullptr;                  // the module's innermost write
+    write_line_slot Putline16 = nullptr;
+    write_line_slot Put_line16 = nullptr;
+    write_line_slot Putrleline = nullptr; // a line in the stored coding, `rle_size` bytes
+    int (*Putinlv)(CFILE* c, const uint8_t* buffer) = nullptr;
+    write_line_slot Putlinetotile = nullptr; // modules use rzl_putline_to_tiles
+    read_tile_slot Gettile = nullptr;
+    write_tile_slot Puttile = nullptr;
+    read_tile_slot Gettile16 = nullptr;
+    write_tile_slot Puttile16 = nullptr;
+    read_tile_slot Getrletile = nullptr;
+    write_tile_slot Putrletile = nullptr;
+    // Header fields: `value` is aligned and has the size of the field (fields.h). On getting it holds the core's
+    // answer, which stands unless the module writes another. On setting it is a copy in which a text ends.
+    int (*Get_hdr_data)(CFILE* c, int32_t field, void* value) = nullptr;
+    int (*Set_hdr_data)(CFILE* c, int32_t field, const void* value) = nullptr;
+    int (*Get_stat)(CFILE* c, rzl_stat* stat) = nullptr;
+    int (*Set_stat)(CFILE* c, const rzl_stat* stat) = nullptr;
+    int (*Get_vlt)(CFILE* c, rzl_vlt_entry* entries) = nullptr;
+    int (*Get_format)(CFILE* c) = nullptr; // the data format code
+    int (*Get_packet)(CFILE* c, void* buffer) = nullptr;
+    int (*Put_Packet)(CFILE* c, const void* buffer) = nullptr;
+    int (*copydata)(CFILE* from, CFILE* to) = nullptr;
+    int (*init_std_hdr)(CFILE* from, CFILE* to) = nullptr;
+    int (*init_ov)(CFILE* from, CFILE* to) = nullptr;
+    int (*setactiveov)(CFILE* c, int32_t overview) = nullptr;
+    int (*Wrt_hdr)(CFILE* c) = nullptr;
+    int (*Seek)(CFILE* c, int32_t line) = nullptr;
+    int (*Get_number_of_images)(CFILE* c) = nullptr; // the count; 0 or -1 failure
+    int (*Set_Number_of_Images)(CFILE* c, int32_t count) = nullptr;
+    int (*Set_Active_Image)(CFILE* c, int32_t image) = nullptr;
+    int (*Randomize)(CFILE* c) = nullptr;
+    void (*Rewind)(CFILE* c) = nullptr;
+    void (*ckJPEG)(CFILE* c, uint32_t mark) = nullptr;
+    void (*Close)(CFILE* c) = nullptr;      // finish the file; Free_specs follows
+    void (*Free_specs)(CFILE* c) = nullptr; // free what `spec` owns; the core frees `spec` afterwards. May come twice
+    int64_t (*Get_Image_Offset)(CFILE* c) = nullptr; // file offset of the first pixel data
 };
 
 // The operations on bytes, on the opaque word `file` of the handle. Offsets are 64-bit.
@@ -100,8 +100,7 @@ struct file_slots {
     int (*file_flush)(void* file); // 0 on success
 };
 
-// ---- records of a handle
-// ---------------------------------------------------------------------------------------------
+// ---- records of a handle --------------------------------------------------------------------------------------------
 
 // Tiles of a tiled file. Between line calls `row_buffer` holds the planes of a row of tiles, one after the other, each
 // `height` lines of line_bytes.
@@ -113,7 +112,7 @@ struct tile_record {
     size_t row_bytes;                  // size of row_buffer
     uint32_t row_layout;               // the flags of the call that made row_buffer which decide its layout
     bool row_read;                     // row_buffer holds the tiles of first_line as the file has them
-    bool row_dirty;                    // lines were put into row_buffer that the file has not got yet
+    bool row_dirty;                    // lines were put into row_buffer that the file does not have yet
     uint8_t* row_buffer;               // owned; null until first used
     uint8_t* packet;                   // owned; the native tile packet
     void* module_arrays[2];            // owned; per-tile arrays of a module
@@ -149,8 +148,20 @@ struct jpeg_record {
 // A file seen through a moving view of at most MAPPING_VIEW_SIZE bytes; fakefile.cpp and mapped.cpp.
 struct mapping_record;
 
-// ---- the handle
-// ------------------------------------------------------------------------------------------------------
+// A format module: module.h.
+struct format_module;
+
+// Bytes of the file that were fetched ahead of the position, bytes.cpp: a window into a view or a block of memory, or,
+// with the other file sets, `buffer`. All are null and 0 when nothing is fetched. The io_ functions keep it in step.
+struct io_ahead {
+    const uint8_t* next;  // the byte that comes next
+    const uint8_t* end;   // one past the last
+    const uint8_t* start; // the first fetched
+    uint8_t* buffer;      // owned; null until first needed
+    uint8_t few[64];      // in its place when there is no memory
+};
+
+// ---- the handle -----------------------------------------------------------------------------------------------------
 
 constexpr uint32_t CFILE_MAGIC = 0xABCD;
 
@@ -185,6 +196,7 @@ enum cfile_flags : uint32_t {
     FLAG_FIELD_404 = 1u << 18,        // set at creation
     FLAG_MODULE = 1u << 19,           // module-defined
     FLAG_PADDED_TILES = 1u << 20,     // a row of tiles is tiles_across x width pixels wide
+    FLAG_LINE_CARRIES = 1u << 21,     // the decoder holds pixels of the line that comes next: no place to enter it at
     FLAG_FOUR_BYTE_PIXELS = 1u << 22, // interleaved lines have 4 bytes a pixel
     FLAG_INTERLEAVED = 1u << 23,      // the caller's line buffer is pixel-interleaved
     FLAG_16_BIT = 1u << 24,           // format 10 holds 16-bit values
@@ -202,19 +214,27 @@ constexpr int32_t OVERVIEW_BASE = -1;  // the base image is active
 constexpr int32_t OVERVIEW_UNSET = -2; // so that the first activation of the base image is not taken as no change
 constexpr uint64_t LINE_OFFSET_UNKNOWN = ~uint64_t{0};
 
+// Classes of compression, in `compression`.
+constexpr uint32_t CLASS_NONE = 0;
+constexpr uint32_t CLASS_RUNS = 2;
+constexpr uint32_t CLASS_LZW = 3;
+constexpr uint32_t CLASS_CCITT = 5;
+
 struct CFILE {
-    uint32_t magic;        // CFILE_MAGIC
-    void* file;            // what the file slots work on
-    char* name;            // owned, or null: the file name, of modules that reopen companions
-    int32_t xsize, ysize;  // of the active image or overview, pixels and lines
-    int32_t samples, bits; // samples a pixel, bits a sample
-    int32_t line;          // next line to read or write; next tile in tile calls
-    uint32_t status;       // of the last operation on this handle
-    int32_t format;        // data format code, refreshed after every open and header write
-    uint32_t mode;         // one of MODE_
-    int32_t standard;      // -1 until one is set
-    uint32_t flags;        // cfile_flags
-    uint32_t compression;  // class of the stored pixels: 0 none, 2 run-length, 3 LZW, 5 CCITT
+    uint32_t magic;              // CFILE_MAGIC
+    const format_module* module; // null until a standard is set
+    void* file;                  // what the file slots work on
+    io_ahead ahead;              // bytes that io_getc() fetched
+    char* name;                  // owned, or null: the file name, of modules that reopen companions: keep_name()
+    int32_t xsize, ysize;        // of the active image or overview, pixels and lines
+    int32_t samples, bits;       // samples a pixel, bits a sample
+    int32_t line;                // next line to read or write; next tile in tile calls
+    uint32_t status;             // of the last operation on this handle
+    int32_t format;              // data format code, refreshed after every open and header write
+    uint32_t mode;               // one of MODE_
+    int32_t standard;            // -1 until one is set
+    uint32_t flags;              // cfile_flags
+    uint32_t compression;        // CLASS_ of the stored pixels
     uint32_t compression_variant;
     int64_t base_offset; // file offset of this image's data structures; every seek of a module adds it
     int32_t active_image;
@@ -244,8 +264,7 @@ struct CFILE {
     file_slots io;
 };
 
-// ---- small helpers
-// ---------------------------------------------------------------------------------------------------
+// ---- small helpers --------------------------------------------------------------------------------------------------
 
 inline bool has_flag(const CFILE* c, uint32_t flag) {
     return (c->flags & flag) != 0;
@@ -281,30 +300,16 @@ constexpr bool format_is_jpeg(int32_t f) {
 // stores nothing. Format 26 keeps the `bits` it finds.
 bool format_layout(int32_t format, int32_t* samples, int32_t* bits);
 
-// Shorthands for the file slots. Offsets from the file's start.
-inline size_t io_read(CFILE* c, void* buffer, size_t bytes) {
-    return c->io.file_read(buffer, 1, bytes, c->file);
-}
-inline size_t io_write(CFILE* c, const void* buffer, size_t bytes) {
-    return c->io.file_write(buffer, 1, bytes, c->file);
-}
-inline bool io_seek(CFILE* c, int64_t offset) {
-    return c->io.file_seek(c->file, offset, 0) == 0;
-}
-inline int64_t io_tell(CFILE* c) {
-    return c->io.file_tell(c->file);
-}
-
-// The size of the whole file in bytes, keeping the position; -1 when it can't be told.
-int64_t io_size(CFILE* c);
-
-// ---- errors: report.cpp
-// ----------------------------------------------------------------------------------------------
+// ---- errors: report.cpp ---------------------------------------------------------------------------------------------
 
 // Sets `status` on the handle (null: only library-wide) and prints its words when the debug level is not 0. `source` is
 // the module path, as "CORE/open"; `detail` the word that says what was being done, null for none. `line` is the
 // caller's.
 void fail(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE());
+
+// fail() as a result: 1, for operations whose success is 0; and false, for tests, which as a count of pixels is 0.
+int refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE());
+bool fails(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE());
 
 // Builds the words of `status` and prints them on standard error. Changes no state.
 void rzl_report(uint32_t status, const char* source, int line, const char* detail);
@@ -327,8 +332,7 @@ void set_last_status(uint32_t status);
 int32_t debug_level();
 void read_debug_level(); // from the environment variable RZL_DEBUG, when it is set
 
-// ---- entry of public calls: report.cpp
-// -------------------------------------------------------------------------------
+// ---- entry of public calls: report.cpp ------------------------------------------------------------------------------
 
 // A handle that can be used. Otherwise false, with RZL_BAD_CFILE in the library-wide status and `word` reported.
 bool handle_is_valid(CFILE* c, const char* word);
@@ -339,8 +343,7 @@ bool handle_enter(CFILE* c, const char* word);
 // Copies the status to the library-wide one and gives the lock back. Returns `result`.
 int handle_leave(CFILE* c, int result);
 
-// ---- handles and slots: init.cpp, dummy.cpp, standard.cpp
-// ------------------------------------------------------------
+// ---- handles and slots: init.cpp, dummy.cpp, standard.cpp -----------------------------------------------------------
 
 // Every field to its initial value, a new lock, default slots. False when there is no memory.
 bool rzl_init_cfile(CFILE* c);
@@ -351,9 +354,8 @@ void rzl_set_default_slots(CFILE* c);
 // Defaults first, then every slot of `table` that is not null.
 void install_slots(CFILE* c, const format_slots& table);
 
-// Gives up a handle whose open failed: closes the file and frees all that hangs from the handle, without calling the
-// module's Close. What hangs from `spec` must have been freed by the module; `spec` itself is freed here. The status
-// stays in the library-wide word.
+// Gives up a handle whose open failed: lets the module free what it has made, closes the file and frees the handle,
+// without calling the module's Close. The status stays in the library-wide word.
 void abandon_cfile(CFILE* c);
 
 // Releases the parts that the core owns: buffers, tables, tile, squetch, ccitt and jpeg records.
@@ -361,19 +363,7 @@ void free_cfile_parts(CFILE* c);
 void free_tile_record(CFILE* c);    // and clears FLAG_TILED
 void free_squetch_record(CFILE* c); // and clears FLAG_SQUETCH
 
-// A format module, as the core sees it: standard.cpp holds the list.
-struct format_module {
-    int32_t standard;
-    const char* name;
-    CFILE* (*open)(CFILE* c);    // for reading: owns the handle and frees it on failure, having set the status; or null
-    int (*initialise)(CFILE* c); // for a file being created; 0 on success; null: can't be created
-};
-
-// The module of a standard, or null.
-const format_module* find_module(int32_t standard);
-
-// ---- file sets
-// -------------------------------------------------------------------------------------------------------
+// ---- file sets ------------------------------------------------------------------------------------------------------
 
 void rzl_set_stream_slots(CFILE* c); // stream.cpp
 void rzl_set_handle_slots(CFILE* c); // handle.cpp
@@ -387,16 +377,49 @@ int rzl_set_mapped(CFILE* c, bool on);
 void rzl_drop_mapping(CFILE* c);
 
 // The bytes that can be taken from the current position of the file without a call: *next up to *end. Empty when the
-// file is not read through a view or a block of memory, or at the end of the view; a read by file_read then brings the
-// next ones. After using n of them, call io_consume(c, n).
+// file is not read through a view or a block of memory, or at the end of the view; a read then brings the next ones.
+// After using n of them, call io_consume(c, n).
 void io_window(CFILE* c, const uint8_t** next, const uint8_t** end);
 void io_consume(CFILE* c, size_t bytes);
+
+// ---- bytes of the file, whatever its set: bytes.cpp ----------------------------------------------------------------
+
+// Fetches bytes so that c->ahead has one at least. False at the end of the file.
+bool io_fetch(CFILE* c);
+
+// Gives back what was fetched and not taken, so that the file slots can be used at the position.
+void io_settle(CFILE* c);
+
+// The next byte, or -1 at the end. The bytes around it are fetched together.
+inline int io_getc(CFILE* c) {
+    if (c->ahead.next == c->ahead.end && !io_fetch(c)) return -1;
+    return *c->ahead.next++;
+}
+
+// Bytes moved. Offsets from the file's start. A seek past the end succeeds, and reading then fails.
+size_t io_read(CFILE* c, void* buffer, size_t bytes);
+size_t io_write(CFILE* c, const void* buffer, size_t bytes);
+bool io_seek(CFILE* c, int64_t offset);
+int64_t io_tell(CFILE* c);
+
+// Passes over bytes. False when the file does not have them.
+bool io_skip(CFILE* c, int64_t bytes);
+
+// The size of the whole file in bytes, keeping the position; -1 when it can't be told.
+int64_t io_size(CFILE* c);
+
+// Whether so many bytes follow in the file: ask before taking memory by a size that the file states.
+bool io_has(CFILE* c, uint64_t bytes);
+
+// The next `bytes` bytes in a new block with `slack` zero bytes behind them, which the caller frees. Null with the
+// status set: RZL_READ_FAILED when the file does not have them, without any memory taken, or RZL_NO_MEMORY.
+uint8_t* io_read_block(CFILE* c, uint64_t bytes, size_t slack, const char* source, const char* detail,
+                       int line = __builtin_LINE());
 
 // The record of a name "/INMEM/<decimal>", or null. *is_memory tells whether the name is of that form.
 rzl_memfile* memfile_of_name(const char* name, bool* is_memory);
 
-// ---- header calls: info.cpp
-// ------------------------------------------------------------------------------------------
+// ---- header calls: info.cpp -----------------------------------------------------------------------------------------
 
 // Fields 100 and 104 (0: not given) on the base image: see the rules of rzl_set_hdr_data. 0 on success.
 int rzl_setup_tiles(CFILE* c, int32_t width, int32_t height);
@@ -407,8 +430,7 @@ void count_tiles(CFILE* c);
 // Field 403 for the handle's format.
 int32_t pixel_class(const CFILE* c);
 
-// ---- lines and tiles
-// -------------------------------------------------------------------------------------------------
+// ---- lines and tiles ------------------------------------------------------------------------------------------------
 
 // Bytes of one stored or delivered plane line of `pixels` pixels.
 size_t line_bytes(const CFILE* c, int64_t pixels);
@@ -423,6 +445,10 @@ int rzl_putline_to_tiles(CFILE* c, int channels, write_planes buffers);  // for 
 int rzl_getinlv_default(CFILE* c, uint8_t* buffer);                      // the default of Getinlv
 int rzl_putinlv_default(CFILE* c, const uint8_t* buffer);                // the default of Putinlv
 int rzl_seek_default(CFILE* c, int32_t line);                            // the default of Seek
+
+// The source line of a line that is sought: itself, or under squetch the one that the output line begins with, with
+// resampling set to begin anew there. False past the last output line, with RZL_PAST_END and `word`.
+bool rzl_seek_squetched(CFILE* c, int32_t* line, const char* source, const char* word);
 
 // Planes of a row of tiles: 3 or 4 for the colour and four-channel formats, `samples` when that is 5 or more, else 1; 1
 // when the row is interleaved.
@@ -458,14 +484,3 @@ int rzl_squetch(CFILE* c, int channels, read_planes buffers);
 
 // Resampling begins anew at an output line, whose source line has been sought. Nothing when it is not in force.
 void rzl_restart_squetch(CFILE* c, int32_t out_line);
-
-// Turns `count` stored values in `red` into real colours in the three planes (green and blue may be null), by the
-// colour table or by widening.
-void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count);
-
-// Shifts values of fewer than 8 bits up to 8, where nothing else gives them meaning.
-void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count);
-
-// One byte a pixel to bilevel words; back is rzl_unpack_bits(). Words are stored low byte first, the first pixel in
-// bit 15.
-void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int threshold);

@@ -1,6 +1,6 @@
 // The end of a handle.
-#include "raster/CORE/cfile.h"
 #include "raster/CORE/fileword.h"
+#include "raster/CORE/module.h"
 #include "support/memory.h"
 
 namespace {
@@ -22,6 +22,7 @@ uint32_t rzl_finish(CFILE* c) {
     if (!handle_enter(c, "rzl_close")) return RZL_BAD_CFILE;
     c->slots.Close(c);
     uint32_t first = c->status;
+    if (c->module != nullptr) c->slots.Free_specs(c);
     mem_free(c->spec);
     c->spec = nullptr;
     bool written = is_writable(c);

@@ -1,37 +1,20 @@
-// How the format of an existing file is found: an ordered table of tests on the file's first bytes and on its name. The
-// first test that holds decides, so the order is part of what a file means: names of companion files come before the
-// looser tests, the formats without a magic number last.
-//
-// A row whose standard has no module yet recognises its files and answers for them like for a file of no known format.
-#include "raster/CORE/detect.h"
-
+// How the format of an existing file is found: the tests on a file's first bytes and on its name, and the walk through
+// the rows of standard.cpp that name them.
 #include <cctype>
-#include <cstdlib>
 #include <cstring>
 
-#include "raster/CORE/cfile.h"
-#include "raster/KRVN/krv.h"
-#include "support/bytes.h"
+#include "raster/CORE/module.h"
+#include "raster/CORE/standard.h"
 #include "support/memory.h"
 
 namespace {
 
 constexpr char SOURCE[] = "CORE/open";
-constexpr size_t PROBE_SIZE = 512;
-
-// What the tests see. Bytes past the end of a short file are zero; a test that zeros could pass asks for `size`.
-struct probe {
-    CFILE* c;
-    const char* name; // null for the standard input
-    uint8_t b[PROBE_SIZE];
-    size_t size; // bytes of `b` that the file has
-};
-
-bool begins(const probe* p, const char* text) {
+bool begins(const file_probe* p, const char* text) {
     return std::memcmp(p->b, text, std::strlen(text)) == 0;
 }
 
-bool name_ends(const probe* p, const char* ending) {
+bool name_ends(const file_probe* p, const char* ending) {
     if (p->name == nullptr) return false;
     size_t length = std::strlen(p->name);
     size_t wanted = std::strlen(ending);
@@ -43,65 +26,62 @@ bool read_at(CFILE* c, int64_t offset, void* buffer, size_t bytes) {
     return io_seek(c, offset) && io_read(c, buffer, bytes) == bytes;
 }
 
-// A number of `width` decimal digits. False when a character is none.
 bool digits_value(const uint8_t* text, size_t width, size_t* value) {
-    *value = 0;
-    for (size_t i = 0; i < width; ++i) {
-        if (std::isdigit(text[i]) == 0) return false;
-        *value = *value * 10 + static_cast<size_t>(text[i] - '0');
-    }
-    return true;
+    return text_digits(reinterpret_cast<const char*>(text), width, value);
 }
 
-// ---- tests, in the order of the table
-// -------------------------------------------------------------------------------
+} // namespace
+
+// ---- tests, in the order of the rows -------------------------------------------------------------------------------
 
 // A native header: its words before the pixel data, less 2, fill blocks of 512 bytes.
-bool is_native(const probe* p) {
+bool is_native(const file_probe* p) {
     int words = static_cast<int8_t>(p->b[3]) * 256 + p->b[2];
     bool whole_blocks = words + 2 != 0 && (words + 2) % 256 == 0;
     bool old_type = p->b[0] == 0 || p->b[0] == 8 || p->b[0] == 9;
     return p->size >= 4 && whole_blocks && old_type && (p->b[1] == 0 || p->b[1] == 9);
 }
 
-bool is_tiff(const probe* p) {
+bool is_tiff(const file_probe* p) {
     return begins(p, "II*") || begins(p, "MM");
 }
-bool is_gif(const probe* p) {
+bool is_gif(const file_probe* p) {
     return begins(p, "GIF87a") || begins(p, "GIF89a");
 }
-bool is_bmp(const probe* p) {
+bool is_bmp(const file_probe* p) {
     return begins(p, "BM");
 }
-bool is_text_native(const probe* p) {
+bool is_text_native(const file_probe* p) {
     return begins(p, "Raster!");
 }
-bool is_jfif(const probe* p) {
+bool is_jfif(const file_probe* p) {
     return std::memcmp(p->b + 6, "JFIF", 4) == 0;
 }
-bool is_eps(const probe* p) {
+bool is_eps(const file_probe* p) {
     return load_u32be(p->b) == 0xC5D0D3C6u;
 }
-bool is_catalog(const probe* p) {
+bool is_catalog(const file_probe* p) {
     return begins(p, "SUPERT!");
 }
 
 // The red and the third layer's files of a set are opened through the set's head file only.
-bool is_mrg_companion(const probe* p) {
+bool is_mrg_companion(const file_probe* p) {
     if (p->name == nullptr || std::strlen(p->name) <= 6) return false;
     return name_ends(p, "r.mrg") || name_ends(p, "R.MRG") || name_ends(p, "3.mrg") || name_ends(p, "3.MRG");
 }
-bool is_mrg(const probe* p) {
+bool is_mrg(const file_probe* p) {
     return name_ends(p, "h.mrg") || name_ends(p, "p.mrg") || name_ends(p, "241.mrg") || name_ends(p, "H.MRG") ||
            name_ends(p, "P.MRG") || name_ends(p, "241.MRG");
 }
 
-bool is_pnm(const probe* p) {
+bool is_pnm(const file_probe* p) {
     return p->b[0] == 'P' && p->b[1] >= '1' && p->b[1] <= '6';
 }
-bool is_sun(const probe* p) {
+bool is_sun(const file_probe* p) {
     return load_u32be(p->b) == 0x59A66A95u || load_u32be(p->b) == 0x956AA659u;
 }
+
+namespace {
 
 // The leader of a data record file: lengths and addresses as decimal text lead to the name of the second record, which
 // tells what is stored. 1 and 2: ADRG; 3: ASRP; 0: neither.
@@ -120,33 +100,36 @@ int record_file_kind(CFILE* c) {
     return std::memcmp(name, "IMG", 3) == 0 ? 3 : 0;
 }
 
-bool is_record_file(const probe* p, int lowest, int highest) {
+bool is_record_file(const file_probe* p, int lowest, int highest) {
     if (std::memcmp(p->b + 5, "2L   ", 5) != 0) return false;
     int kind = record_file_kind(p->c);
     return kind >= lowest && kind <= highest;
 }
-bool is_adrg(const probe* p) {
+
+} // namespace
+
+bool is_adrg(const file_probe* p) {
     return is_record_file(p, 1, 2);
 }
-bool is_asrp(const probe* p) {
+bool is_asrp(const file_probe* p) {
     return is_record_file(p, 3, 3);
 }
 
-bool is_hrf(const probe* p) {
+bool is_hrf(const file_probe* p) {
     return begins(p, "CADC/KR RST");
 }
 
-bool is_pcx(const probe* p) {
+bool is_pcx(const file_probe* p) {
     bool version = p->b[1] == 0 || (p->b[1] >= 2 && p->b[1] <= 5);
     bool bits = p->b[3] == 1 || p->b[3] == 2 || p->b[3] == 4 || p->b[3] == 8;
     return p->b[0] == 10 && version && bits;
 }
 
-bool is_sym(const probe* p) {
+bool is_sym(const file_probe* p) {
     return begins(p, "FONT");
 }
 
-bool is_ico(const probe* p) {
+bool is_ico(const file_probe* p) {
     auto is_side = [](uint8_t v) { return v == 16 || v == 32 || v == 64; };
     static constexpr uint8_t zeros[5] = {};
     bool colors = p->b[8] == 2 || p->b[8] == 8 || p->b[8] == 16;
@@ -154,30 +137,36 @@ bool is_ico(const probe* p) {
            std::memcmp(p->b + 9, zeros, sizeof zeros) == 0;
 }
 
-bool is_cals(const probe* p) {
+bool is_cals(const file_probe* p) {
     return begins(p, "srcdocid:") || begins(p, "specversion:") || p->b[0] == 160;
 }
 
-bool is_nitf(const probe* p) {
+bool is_nitf(const file_probe* p) {
     size_t ignored = 0;
     return begins(p, "NITF") && digits_value(p->b + 4, 2, &ignored) && p->b[6] == '.' &&
            digits_value(p->b + 7, 2, &ignored);
 }
 
+namespace {
+
 // The value of "#define <name><ending> <value>" in a text of C, or 0.
-long defined_value(const char* text, const char* ending) {
+int64_t defined_value(const char* text, const char* ending) {
     for (const char* at = std::strstr(text, "#define"); at != nullptr; at = std::strstr(at + 1, "#define")) {
         const char* name = at + 7 + std::strspn(at + 7, " \t");
         size_t length = std::strcspn(name, " \t\r\n");
         size_t wanted = std::strlen(ending);
         if (length < wanted || std::memcmp(name + length - wanted, ending, wanted) != 0) continue;
-        return std::strtol(name + length, nullptr, 10);
+        int64_t value = 0;
+        (void)text_integer(name + length, std::strlen(name + length), &value);
+        return value;
     }
     return 0;
 }
 
+} // namespace
+
 // A bitmap as C source: its size is defined before the first brace.
-bool is_xbm(const probe* p) {
+bool is_xbm(const file_probe* p) {
     constexpr size_t TEXT_SIZE = 4096;
     mem_guard<char> text(static_cast<char*>(mem_alloc_zeroed(TEXT_SIZE + 1)));
     if (!text || !io_seek(p->c, 0)) return false;
@@ -186,6 +175,8 @@ bool is_xbm(const probe* p) {
     if (brace != nullptr) *brace = '\0';
     return defined_value(text.get(), "_width") > 0 && defined_value(text.get(), "_height") > 0;
 }
+
+namespace {
 
 // A number field of the first record of a USGS file and the values that it can have.
 struct record_field {
@@ -199,15 +190,15 @@ constexpr record_field USGS_FIELDS[] = {
 };
 
 bool field_holds(const uint8_t* record, const record_field& field) {
-    char text[8] = {};
-    std::memcpy(text, record + field.offset, field.width);
-    char* end = nullptr;
-    long value = std::strtol(text, &end, 10);
-    return end != text && value >= field.lowest && value <= field.highest;
+    int64_t value = 0;
+    const char* text = reinterpret_cast<const char*>(record + field.offset);
+    return text_integer(text, field.width, &value) && value >= field.lowest && value <= field.highest;
 }
 
+} // namespace
+
 // Four text records without a magic number: the fields have to make sense.
-bool is_usgs(const probe* p) {
+bool is_usgs(const file_probe* p) {
     constexpr size_t RECORD_SIZE = 400;
     constexpr double FULL_CIRCLE = 6.283185307179586;
     if (p->size < RECORD_SIZE) return false;
@@ -216,14 +207,13 @@ bool is_usgs(const probe* p) {
     for (const record_field& field : USGS_FIELDS) {
         if (!field_holds(p->b, field)) return false;
     }
-    char angle_text[25] = {};
-    std::memcpy(angle_text, p->b + 171, 24);
-    double angle = std::strtod(angle_text, nullptr);
+    double angle = 0;
+    (void)text_number(reinterpret_cast<const char*>(p->b) + 171, 24, &angle);
     return angle > 0 && angle < FULL_CIRCLE;
 }
 
 // The mark at the start of the directory that ends the file.
-bool is_vrlc(const probe* p) {
+bool is_vrlc(const file_probe* p) {
     constexpr int64_t DIRECTORY_SIZE = 344;
     static constexpr uint8_t mark[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0x1A, 0x1A, 'U', 'd', 's', 0x82, 'C', 'J'};
     uint8_t found[sizeof mark];
@@ -232,14 +222,15 @@ bool is_vrlc(const probe* p) {
            std::memcmp(found, mark, sizeof mark) == 0;
 }
 
-bool is_targa(const probe* p) {
+bool is_targa(const file_probe* p) {
     constexpr size_t HEADER_SIZE = 18;
     bool kind = (p->b[2] >= 1 && p->b[2] <= 3) || (p->b[2] >= 9 && p->b[2] <= 11);
     return p->size >= HEADER_SIZE && p->b[1] <= 1 && kind;
 }
 
-// ---- the table
-// -------------------------------------------------------------------------------------------------------
+// ---- the walk through the rows -------------------------------------------------------------------------------------
+
+namespace {
 
 // Closes the file, frees the handle and tells that the file has no known format.
 CFILE* refuse_unknown(CFILE* c, const char* name) {
@@ -248,94 +239,65 @@ CFILE* refuse_unknown(CFILE* c, const char* name) {
     return nullptr;
 }
 
-CFILE* refuse_companion(CFILE* c, const char*) {
+// A companion is no failure: it is opened through its set's head file.
+CFILE* refuse_companion(CFILE* c) {
     c->status = 0;
     set_last_status(0);
     abandon_cfile(c);
     return nullptr;
 }
 
-CFILE* open_with_module(CFILE* c, const char* name, int32_t standard) {
-    const format_module* module = find_module(standard);
-    if (module == nullptr || module->open == nullptr || !io_seek(c, 0)) return refuse_unknown(c, name);
-    return module->open(c);
+// Whether the row and its module take the file. A module that refuses leaves nothing behind.
+bool takes(const standard_row& row, const file_probe* p) {
+    bool asked = row.module != nullptr && row.module->probe != nullptr;
+    if (row.test == nullptr ? !asked : !row.test(p)) return false;
+    if (!asked || row.module->probe(p)) return true;
+    if (p->c->status != RZL_NO_MEMORY) p->c->status = 0;
+    return false;
 }
 
-CFILE* open_text_native(CFILE* c, const char* name) {
-    if (!io_seek(c, 0)) return refuse_unknown(c, name);
-    return krv_open_text(c);
-}
-
-// A binary head before the PostScript tells where a TIFF preview lies. The head's check word is the exclusive or of its
-// other words, or all ones for a head without a check.
-CFILE* open_eps_preview(CFILE* c, const char* name) {
-    uint8_t head[32];
-    if (!read_at(c, 0, head, sizeof head)) return refuse_unknown(c, name);
-    uint16_t sum = 0;
-    for (size_t i = 0; i < 28; i += 2)
-        sum = static_cast<uint16_t>(sum ^ load_u16le(head + i));
-    uint16_t check = load_u16le(head + 28);
-    uint32_t offset = load_u32le(head + 20);
-    uint32_t length = load_u32le(head + 24);
-    if (offset == 0 || length == 0 || (check != sum && check != 0xFFFF)) return refuse_unknown(c, name);
-    c->base_offset = offset;
-    return open_with_module(c, name, RZL_STANDARD_TIFF);
-}
-
-struct detection_row {
-    bool (*test)(const probe* p);
-    int32_t standard;
-    CFILE* (*open)(CFILE* c, const char* name); // null: the module of the standard
-};
-
-constexpr detection_row DETECTION[] = {
-    {is_native, RZL_STANDARD_KRVN, nullptr},
-    {is_tiff, RZL_STANDARD_TIFF, nullptr},
-    {is_gif, RZL_STANDARD_GIF, nullptr},
-    {is_bmp, RZL_STANDARD_BMP, nullptr},
-    {is_text_native, RZL_STANDARD_KRVN, open_text_native},
-    {is_jfif, RZL_STANDARD_JFIF, nullptr},
-    {is_eps, RZL_STANDARD_TIFF, open_eps_preview},
-    {is_catalog, DETECTED_CATALOG, nullptr},
-    {is_mrg_companion, DETECTED_COMPANION, refuse_companion},
-    {is_mrg, RZL_STANDARD_MRG, nullptr},
-    {is_pnm, RZL_STANDARD_PNM, nullptr},
-    {is_sun, RZL_STANDARD_SUN, nullptr},
-    {is_adrg, RZL_STANDARD_ADRG, nullptr},
-    {is_asrp, RZL_STANDARD_ASRP, nullptr},
-    {is_hrf, RZL_STANDARD_HRF, nullptr},
-    {is_pcx, RZL_STANDARD_PCX, nullptr},
-    {is_sym, RZL_STANDARD_SYM, nullptr},
-    {is_ico, RZL_STANDARD_ICO, nullptr},
-    {is_cals, RZL_STANDARD_CALS, nullptr},
-    {is_nitf, RZL_STANDARD_NITF, nullptr},
-    {is_xbm, RZL_STANDARD_XBM, nullptr},
-    {is_usgs, RZL_STANDARD_USGS, nullptr},
-    {is_vrlc, RZL_STANDARD_VRLC, nullptr},
-    {is_targa, RZL_STANDARD_TARGA, nullptr},
-};
-
-// The row that recognises the file, or null.
-const detection_row* find_row(CFILE* c, const char* name) {
-    probe p = {};
-    p.c = c;
-    p.name = name;
-    if (io_seek(c, 0)) p.size = io_read(c, p.b, PROBE_SIZE);
-    for (const detection_row& row : DETECTION) {
-        if (row.test(&p)) return &row;
+// The row that takes the file, or null.
+const standard_row* find_row(CFILE* c, const char* name) {
+    uint8_t bytes[PROBE_SIZE] = {};
+    file_probe p = {c, name, bytes, 0};
+    if (io_seek(c, 0)) p.size = io_read(c, bytes, PROBE_SIZE);
+    uint32_t before = c->status; // that of a view that could not be had stays until the next call
+    c->status = 0;
+    for (const standard_row& row : all_standards()) {
+        bool taken = takes(row, &p);
+        if (c->status == RZL_NO_MEMORY) return nullptr;
+        if (!taken) continue;
+        c->status = before;
+        return &row;
     }
+    return nullptr;
+}
+
+CFILE* open_with_module(CFILE* c, const char* name, const standard_row* row) {
+    const format_module* module = row->module;
+    if (module == nullptr || module->open == nullptr || !io_seek(c, 0)) return refuse_unknown(c, name);
+    if (row->id >= 0) c->standard = row->id;
+    c->active_overview = OVERVIEW_UNSET;
+    set_flag(c, FLAG_HEADER_EXISTS, true);
+    if (install_module(c, module) && module->open(c, name) == 0) return c;
+    if (c->status == 0) fail(c, RZL_READ_FAILED, module->word, name);
+    abandon_cfile(c);
     return nullptr;
 }
 
 } // namespace
 
 CFILE* detect_and_open(CFILE* c, const char* name) {
-    const detection_row* row = find_row(c, name);
+    const standard_row* row = find_row(c, name);
+    if (row == nullptr && c->status == RZL_NO_MEMORY) {
+        abandon_cfile(c);
+        return nullptr;
+    }
     if (row == nullptr) return refuse_unknown(c, name);
-    return row->open != nullptr ? row->open(c, name) : open_with_module(c, name, row->standard);
+    return row->id == DETECTED_COMPANION ? refuse_companion(c) : open_with_module(c, name, row);
 }
 
 int32_t detected_standard(CFILE* c, const char* name) {
-    const detection_row* row = find_row(c, name);
-    return row != nullptr ? row->standard : DETECTED_NOTHING;
+    const standard_row* row = find_row(c, name);
+    return row != nullptr ? row->id : DETECTED_NOTHING;
 }

@@ -145,10 +145,3 @@ int rzl_memfile_name(const rzl_memfile* record, char* name, size_t size) {
     int length = std::snprintf(name, size, "%s%" PRIuPTR, MEMORY_PREFIX, reinterpret_cast<uintptr_t>(record));
     return length > 0 && static_cast<size_t>(length) < size ? 0 : 1;
 }
-
-int64_t io_size(CFILE* c) {
-    int64_t position = c->io.file_tell(c->file);
-    if (position < 0 || c->io.file_seek(c->file, 0, FILES_FROM_END) != 0) return -1;
-    int64_t size = c->io.file_tell(c->file);
-    return c->io.file_seek(c->file, position, FILES_FROM_START) == 0 ? size : -1;
-}

@@ -20,9 +20,5 @@ unsigned open_flags_of(const char* mode);
 // Whether `file` is a plain handle at present.
 bool uses_handle_slots(const CFILE* c);
 
-// Ends the view if there is one and closes the file; the standard input is only flushed. 0 on success, -1 when
-// something that was written is lost. `file` is null afterwards.
-int close_cfile_file(CFILE* c);
-
 // The last step: makes the handle invalid, and frees its lock and the record.
 void free_cfile(CFILE* c);

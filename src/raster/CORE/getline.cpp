@@ -35,16 +35,6 @@ int read_coding_call(CFILE* c, const char* word, read_line_slot format_slots::*s
     return handle_leave(c, public_result(c, bytes));
 }
 
-// Takes one plane after the other out of `block` and lays them into the interleaved buffer. Bytes of a pixel that
-// belong to no sample stay as they are.
-void interleave(uint8_t* buffer, const uint8_t* block, size_t pixels, size_t samples, size_t step) {
-    for (size_t s = 0; s < samples; ++s) {
-        const uint8_t* plane = block + s * pixels;
-        for (size_t i = 0; i < pixels; ++i)
-            buffer[i * step + s] = plane[i];
-    }
-}
-
 } // namespace
 
 int rzl_getline(CFILE* c, void* buffer) {
@@ -115,8 +105,7 @@ int rzl_getline_generic(CFILE* c, int channels, read_planes buffers) {
         pixels = c->slots.Get_line(c, channels, buffers);
     }
     // `line` has moved on: the position is where the line that comes next begins.
-    if (pixels > 0 && c->line_offsets != nullptr && c->line < c->ysize && c->line < c->line_offset_count)
-        c->line_offsets[c->line] = static_cast<uint64_t>(io_tell(c));
+    if (pixels > 0) rzl_note_line(c);
     return pixels;
 }
 
@@ -140,6 +129,6 @@ int rzl_getinlv_default(CFILE* c, uint8_t* buffer) {
         planes[s] = block.get() + s * pixels;
     int result = c->slots.Getline(c, samples, planes.get());
     size_t step = has_flag(c, FLAG_FOUR_BYTE_PIXELS) && samples < 4 ? 4 : n;
-    if (result > 0 && c->status == 0) interleave(buffer, block.get(), pixels, n, step);
+    if (result > 0 && c->status == 0) join_pixels(buffer, pixels, step, planes.get(), n);
     return result;
 }

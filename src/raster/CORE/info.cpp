@@ -1,10 +1,9 @@
 // Header fields: which ones the core answers or changes by itself, what may change when, and what goes on to the
 // module. Also the other calls that tell about a file as a whole.
-#include "raster/CORE/cfile.h"
-
 #include <cstring>
 
 #include "raster/CORE/formats.h"
+#include "raster/CORE/module.h"
 #include "raster/CORE/tilesetup.h"
 
 namespace {
@@ -30,31 +29,11 @@ constexpr field_range MODULE_SET_FIELDS[] = {{3, 19},    {21, 30},   {32, 33},  
                                              {403, 403}, {501, 505}, {509, 509}, {600, 609}, {630, 630},
                                              {640, 652}, {660, 660}, {667, 674}, {720, 720}};
 
-// Values travel through a pointer of the caller that need not be aligned.
-void put_i32(void* value, int32_t v) {
-    std::memcpy(value, &v, sizeof v);
-}
-int32_t take_i32(const void* value) {
-    int32_t v = 0;
-    std::memcpy(&v, value, sizeof v);
-    return v;
-}
-
 int refuse_field(CFILE* c, uint32_t status, const char* word, int line = __builtin_LINE()) {
-    fail(c, status, SOURCE, word, line);
-    return 1;
+    return refuse(c, status, SOURCE, word, line);
 }
 
-// ---- reading
-// ---------------------------------------------------------------------------------------------------------
-
-int get_matrix(CFILE* c, void* value) {
-    double identity[16] = {};
-    for (int i = 0; i < 16; i += 5)
-        identity[i] = 1.0;
-    std::memcpy(value, identity, sizeof identity);
-    return c->slots.Get_hdr_data(c, RZL_FIELD_MATRIX, value);
-}
+// ---- reading --------------------------------------------------------------------------------------------------------
 
 int32_t image_count(CFILE* c) {
     if (c->active_image != 0) return -1;
@@ -91,24 +70,7 @@ bool core_value(CFILE* c, int32_t field, int32_t* v) {
     }
 }
 
-int get_field(CFILE* c, int32_t field, void* value) {
-    int32_t v = 0;
-    if (core_value(c, field, &v)) {
-        put_i32(value, v);
-        return 0;
-    }
-    if (field == RZL_FIELD_MATRIX) return get_matrix(c, value);
-    if (field >= RZL_FIELD_TILE_WIDTH && field <= RZL_FIELD_TILE_HEIGHT) {
-        if (has_flag(c, FLAG_TILED)) return c->slots.Get_hdr_data(c, field, value);
-        put_i32(value, 0);
-        return 0;
-    }
-    if (is_in(MODULE_GET_FIELDS, field)) return c->slots.Get_hdr_data(c, field, value);
-    return refuse_field(c, RZL_BAD_FIELD_ID, "rzl_get_hdr_data");
-}
-
-// ---- setting
-// ---------------------------------------------------------------------------------------------------------
+// ---- setting --------------------------------------------------------------------------------------------------------
 
 // Lines buffered for a row of tiles are laid out for the pixel width in force. A row that was only read is read again;
 // one that waits to be written would come out scrambled, so the change is refused.
@@ -127,10 +89,10 @@ int set_four_byte_pixels(CFILE* c, bool on) {
 bool set_in_any_mode(CFILE* c, int32_t field, const void* value, int* result) {
     *result = 0;
     switch (field) {
-    case RZL_FIELD_RAW_SAMPLES: set_flag(c, FLAG_RAW_SAMPLES, take_i32(value) == 1); return true;
-    case RZL_FIELD_FLAG_404: set_flag(c, FLAG_FIELD_404, take_i32(value) != 0); return true;
-    case RZL_FIELD_FOUR_BYTE_PIXELS: *result = set_four_byte_pixels(c, take_i32(value) != 0); return true;
-    case RZL_FIELD_MAPPED: *result = rzl_set_mapped(c, take_i32(value) != 0); return true;
+    case RZL_FIELD_RAW_SAMPLES: set_flag(c, FLAG_RAW_SAMPLES, int_of(value) == 1); return true;
+    case RZL_FIELD_FLAG_404: set_flag(c, FLAG_FIELD_404, int_of(value) != 0); return true;
+    case RZL_FIELD_FOUR_BYTE_PIXELS: *result = set_four_byte_pixels(c, int_of(value) != 0); return true;
+    case RZL_FIELD_MAPPED: *result = rzl_set_mapped(c, int_of(value) != 0); return true;
     default: return false;
     }
 }
@@ -159,15 +121,12 @@ int set_407(CFILE* c, bool on) {
     return 0;
 }
 
-int call_module(CFILE* c, int32_t field, const void* value) {
-    return c->slots.Set_hdr_data(c, field, value);
-}
-
 // A size goes to the module after the handle has it, since the module works with both; a refused one is taken back.
 int set_size(CFILE* c, int32_t field, const void* value, int32_t* size) {
     int32_t before = *size;
-    *size = take_i32(value);
-    int result = *size >= 0 ? call_module(c, field, value) : refuse_field(c, RZL_BAD_FIELD_VALUE, "rzl_set_hdr_data");
+    *size = int_of(value);
+    int result =
+        *size >= 0 ? set_module_field(c, field, value) : refuse_field(c, RZL_BAD_FIELD_VALUE, "rzl_set_hdr_data");
     if (result != 0) *size = before;
     count_tiles(c);
     return result;
@@ -175,11 +134,11 @@ int set_size(CFILE* c, int32_t field, const void* value, int32_t* size) {
 
 int set_tile_size(CFILE* c, int32_t field, const void* value) {
     tile_shape before = tile_shape_of(c);
-    int32_t v = take_i32(value);
+    int32_t v = int_of(value);
     bool is_width = field == RZL_FIELD_TILE_WIDTH;
     int result = rzl_setup_tiles(c, is_width ? v : 0, is_width ? 0 : v);
     if (result != 0) return result;
-    result = call_module(c, field, value);
+    result = set_module_field(c, field, value);
     if (result != 0) restore_tile_shape(c, before);
     return result;
 }
@@ -192,10 +151,10 @@ int set_samples_or_bits(CFILE* c, int32_t v, int32_t limit, int32_t* target) {
 
 // A table entry is a byte, and a colour of the application has 16 bits.
 int set_vlt_bits(CFILE* c, const void* value) {
-    int32_t bits = take_i32(value);
+    int32_t bits = int_of(value);
     if (bits < 0 || bits > 16) return refuse_field(c, RZL_BAD_FIELD_VALUE, "rzl_set_hdr_data");
     c->vlt_bits = static_cast<uint32_t>(bits);
-    return call_module(c, RZL_FIELD_VLT_BITS, value);
+    return set_module_field(c, RZL_FIELD_VLT_BITS, value);
 }
 
 int set_image_count(CFILE* c, int32_t count) {
@@ -212,15 +171,15 @@ int set_overview_field(CFILE* c, int32_t field, const void* value) {
     case RZL_FIELD_XSIZE:
     case RZL_FIELD_YSIZE:
     case RZL_FIELD_STRIP_LINES:
-    case RZL_FIELD_OVERVIEW_VALUE: return call_module(c, field, value);
+    case RZL_FIELD_OVERVIEW_VALUE: return set_module_field(c, field, value);
     case RZL_FIELD_TILE_WIDTH:
     case RZL_FIELD_TILE_HEIGHT: break;
     default: return refuse_field(c, RZL_BAD_FIELD_ID, "rzl_set_hdr_data");
     }
     tile_shape before = tile_shape_of(c);
-    int result = setup_overview_tiles(c, field == RZL_FIELD_TILE_WIDTH, take_i32(value));
+    int result = setup_overview_tiles(c, field == RZL_FIELD_TILE_WIDTH, int_of(value));
     if (result != 0) return result;
-    result = call_module(c, field, value);
+    result = set_module_field(c, field, value);
     if (result != 0) restore_tile_shape(c, before);
     return result;
 }
@@ -232,29 +191,55 @@ bool is_layout_field(int32_t field) {
     return is_in(LAYOUT_FIELDS, field);
 }
 
+bool has_trait(const CFILE* c, uint32_t trait) {
+    return c->module == nullptr || (c->module->traits & trait) != 0;
+}
+
+// Size and data format are fixed once the header exists, except in formats that look at them themselves.
+bool is_fixed(const CFILE* c, int32_t field) {
+    bool shape = field >= RZL_FIELD_XSIZE && field <= RZL_FIELD_FORMAT;
+    return has_flag(c, FLAG_HEADER_EXISTS) && (is_layout_field(field) || (shape && !has_trait(c, MODULE_RESIZES)));
+}
+
 int set_base_field(CFILE* c, int32_t field, const void* value) {
     constexpr int32_t MAX_SAMPLES = 65535;
     constexpr int32_t MAX_BITS = 128;
-    if (is_layout_field(field) && has_flag(c, FLAG_HEADER_EXISTS)) return 0;
-    if (is_in(MODULE_SET_FIELDS, field)) return call_module(c, field, value);
+    if (is_fixed(c, field)) return 0;
+    if (is_in(MODULE_SET_FIELDS, field)) return set_module_field(c, field, value);
     switch (field) {
     case RZL_FIELD_XSIZE: return set_size(c, field, value, &c->xsize);
     case RZL_FIELD_YSIZE: return set_size(c, field, value, &c->ysize);
     case RZL_FIELD_TILE_WIDTH:
-    case RZL_FIELD_TILE_HEIGHT: return set_tile_size(c, field, value);
+    case RZL_FIELD_TILE_HEIGHT:
+        return has_trait(c, MODULE_TILES) ? set_tile_size(c, field, value) : set_module_field(c, field, value);
     case RZL_FIELD_VLT_BITS: return set_vlt_bits(c, value);
-    case RZL_FIELD_IMAGES: return set_image_count(c, take_i32(value));
-    case RZL_FIELD_BOARD: return set_use_board(c, take_i32(value) != 0);
-    case RZL_FIELD_BOARD_KEEP: return set_keep_tables(c, take_i32(value) != 0);
-    case RZL_FIELD_BOARD_407: return set_407(c, take_i32(value) != 0);
-    case RZL_FIELD_STANDARD: return rzl_set_standard(c, take_i32(value));
-    case RZL_FIELD_SAMPLES: return set_samples_or_bits(c, take_i32(value), MAX_SAMPLES, &c->samples);
-    case RZL_FIELD_BITS: return set_samples_or_bits(c, take_i32(value), MAX_BITS, &c->bits);
+    case RZL_FIELD_IMAGES: return set_image_count(c, int_of(value));
+    case RZL_FIELD_BOARD: return set_use_board(c, int_of(value) != 0);
+    case RZL_FIELD_BOARD_KEEP: return set_keep_tables(c, int_of(value) != 0);
+    case RZL_FIELD_BOARD_407: return set_407(c, int_of(value) != 0);
+    case RZL_FIELD_STANDARD: return rzl_set_standard(c, int_of(value));
+    case RZL_FIELD_SAMPLES: return set_samples_or_bits(c, int_of(value), MAX_SAMPLES, &c->samples);
+    case RZL_FIELD_BITS: return set_samples_or_bits(c, int_of(value), MAX_BITS, &c->bits);
     case RZL_FIELD_QUALITY:
-        if (c->jpeg != nullptr) c->jpeg->quality = take_i32(value);
+        if (c->jpeg != nullptr) c->jpeg->quality = int_of(value);
         return 0;
     default: return refuse_field(c, RZL_BAD_FIELD_ID, "rzl_set_hdr_data");
     }
+}
+
+} // namespace
+
+// ---- inside the lock
+
+int get_field(CFILE* c, int32_t field, void* value) {
+    int32_t v = 0;
+    bool is_tile_field = field >= RZL_FIELD_TILE_WIDTH && field <= RZL_FIELD_TILE_HEIGHT;
+    if (core_value(c, field, &v) || (is_tile_field && !has_flag(c, FLAG_TILED))) {
+        give_int(value, v);
+        return 0;
+    }
+    bool known = field == RZL_FIELD_MATRIX || is_tile_field || is_in(MODULE_GET_FIELDS, field);
+    return known ? get_module_field(c, field, value) : refuse_field(c, RZL_BAD_FIELD_ID, "rzl_get_hdr_data");
 }
 
 int set_field(CFILE* c, int32_t field, const void* value) {
@@ -266,10 +251,7 @@ int set_field(CFILE* c, int32_t field, const void* value) {
     return set_base_field(c, field, value);
 }
 
-} // namespace
-
-// ---- public
-// ----------------------------------------------------------------------------------------------------------
+// ---- public ---------------------------------------------------------------------------------------------------------
 
 int32_t pixel_class(const CFILE* c) {
     int32_t f = c->format;
@@ -315,6 +297,7 @@ int rzl_write_header(CFILE* c) {
     if (!handle_enter(c, "rzl_write_header")) return 1;
     int result = c->slots.Wrt_hdr(c);
     if (result == 0) {
+        io_settle(c);
         c->format = c->slots.Get_format(c);
         if (has_flag(c, FLAG_MEMORY)) static_cast<rzl_memfile*>(c->file)->data_start = static_cast<int32_t>(io_tell(c));
     }
@@ -351,8 +334,8 @@ int rzl_get_global(int32_t field, void* value) {
     const rzl_format_row* rows = format_table();
     switch (field) {
     case RZL_GLOBAL_STATUS: std::memcpy(value, &status, sizeof status); break;
-    case RZL_GLOBAL_DEBUG_LEVEL: put_i32(value, debug_level()); break;
-    case RZL_GLOBAL_FORMAT_ROWS: put_i32(value, FORMAT_ROW_COUNT); break;
+    case RZL_GLOBAL_DEBUG_LEVEL: give_int(value, debug_level()); break;
+    case RZL_GLOBAL_FORMAT_ROWS: give_int(value, FORMAT_ROW_COUNT); break;
     case RZL_GLOBAL_FORMAT_TABLE: *static_cast<const rzl_format_row**>(value) = rows; break;
     default: break;
     }

@@ -1,6 +1,6 @@
-// The initial state of a handle, and the release of what hangs from it.
+// The initial state of a handle, and the release of what it owns.
 #include "raster/CCITT/citfile.h"
-#include "raster/CORE/cfile.h"
+#include "raster/CORE/module.h"
 
 #include "platform/files.h"
 #include "raster/CORE/fileword.h"
@@ -46,6 +46,7 @@ void free_squetch_record(CFILE* c) {
 }
 
 void free_cfile_parts(CFILE* c) {
+    mem_free(c->ahead.buffer);
     mem_free(c->name);
     mem_free(c->buffer_a);
     mem_free(c->buffer_d);
@@ -61,6 +62,7 @@ void free_cfile_parts(CFILE* c) {
 }
 
 int close_cfile_file(CFILE* c) {
+    if (c->file != nullptr) io_settle(c);
     rzl_drop_mapping(c);
     if (c->file == nullptr) return 0;
     bool shared = uses_handle_slots(c) && files_is_standard_input(handle_of_word(c->file));
@@ -78,6 +80,7 @@ void free_cfile(CFILE* c) {
 
 void abandon_cfile(CFILE* c) {
     if (c->status != 0) set_last_status(c->status);
+    if (c->module != nullptr) c->slots.Free_specs(c);
     (void)close_cfile_file(c);
     mem_free(c->spec);
     free_cfile_parts(c);

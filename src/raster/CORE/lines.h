@@ -2,7 +2,7 @@
 // public ones.
 #pragma once
 
-#include "raster/CORE/cfile.h"
+#include "raster/CORE/module.h"
 #include "support/memory.h"
 
 // The planes of a public call as the slots take them: a typed copy of the caller's array. `all` is null when there is

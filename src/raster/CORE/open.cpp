@@ -1,11 +1,10 @@
 // Opening existing files and creating new ones.
-#include "raster/CORE/cfile.h"
-
 #include <cstring>
 
 #include "platform/files.h"
-#include "raster/CORE/detect.h"
 #include "raster/CORE/fileword.h"
+#include "raster/CORE/module.h"
+#include "raster/CORE/standard.h"
 #include "support/memory.h"
 
 namespace {
@@ -27,21 +26,18 @@ struct file_source {
     os_file handle;
 };
 
-// False when there is no such file, with the status set.
-bool find_source(const char* name, bool update, file_source* source) {
+// False when there is no such file, with the status set, on the handle if there is one.
+bool find_source(CFILE* c, const char* name, bool update, file_source* source) {
     bool is_memory = false;
     source->handle = OS_FILE_NONE;
     source->memory = memfile_of_name(name, &is_memory);
     if (is_memory) {
         if (source->memory != nullptr) return true;
-        fail(nullptr, RZL_NO_MEMORY, SOURCE, name);
-        return false;
+        return fails(c, RZL_NO_MEMORY, SOURCE, name);
     }
     unsigned flags = update ? FILES_READ | FILES_WRITE : unsigned{FILES_READ};
     source->handle = name != nullptr ? files_open(name, flags) : files_standard_input();
-    if (source->handle >= 0) return true;
-    fail(nullptr, RZL_CANNOT_OPEN, SOURCE, name);
-    return false;
+    return source->handle >= 0 || fails(c, RZL_CANNOT_OPEN, SOURCE, name);
 }
 
 void attach_source(CFILE* c, const file_source& source) {
@@ -53,13 +49,15 @@ void attach_source(CFILE* c, const file_source& source) {
         c->file = word_of_handle(source.handle);
         rzl_set_handle_slots(c);
     }
+    // What can't be seen through a view is read through the handle.
+    if (c->mode == MODE_READ && source.memory == nullptr) (void)rzl_set_mapped(c, true);
 }
 
 CFILE* rzl_open_existing(const char* name, bool update) {
     set_last_status(0);
     if (name == nullptr) update = false;
     file_source source = {};
-    if (!find_source(name, update, &source)) return nullptr;
+    if (!find_source(nullptr, name, update, &source)) return nullptr;
     read_debug_level();
     CFILE* c = new_cfile(name);
     if (c == nullptr) {
@@ -69,8 +67,6 @@ CFILE* rzl_open_existing(const char* name, bool update) {
     c->mode = update ? MODE_UPDATE : MODE_READ;
     set_flag(c, FLAG_HEADER_EXISTS, update);
     attach_source(c, source);
-    // What can't be seen through a view is read through the handle.
-    if (!update && source.memory == nullptr) (void)rzl_set_mapped(c, true);
     return detect_and_open(c, name);
 }
 
@@ -80,19 +76,24 @@ CFILE* open_with_format(const char* name, bool update) {
     return c;
 }
 
-// A catalog of several files takes a new member at its end. Nothing here can write one yet, and truncating it would
-// lose the others, so a file that is a catalog, or can't be told from one, is not created anew. Only a plain file is
-// looked into: to read from a device could wait for ever.
+// A catalog of several files takes a new member at its end: emptying it would lose the others. So a file that is a
+// catalog, or can't be told from one, is created anew only by the catalog's module. Only a plain file is looked into:
+// to read from a device could wait for ever.
 bool may_be_replaced(const char* name) {
-    constexpr char MARK[] = "SUPERT!";
-    constexpr size_t MARK_LENGTH = sizeof MARK - 1;
-    char head[MARK_LENGTH] = {};
-    if (files_size_of(name) < static_cast<int64_t>(MARK_LENGTH)) return true;
+    constexpr size_t MARK_SIZE = 7;
+    uint8_t head[PROBE_SIZE] = {};
+    if (files_size_of(name) < static_cast<int64_t>(MARK_SIZE)) return true;
     file_stream* stream = stream_open(name, "rb");
     if (stream == nullptr) return true; // it may be writable all the same
-    size_t read = stream_read(head, 1, sizeof head, stream);
+    file_probe p = {nullptr, name, head, stream_read(head, 1, MARK_SIZE, stream)};
     (void)stream_close(stream);
-    return read == MARK_LENGTH && std::memcmp(head, MARK, MARK_LENGTH) != 0;
+    return p.size == MARK_SIZE && !is_catalog(&p);
+}
+
+// A new handle without a file becomes the next part of an existing one. Null: no module can do that.
+const format_module* extending_module() {
+    const format_module* module = find_standard(DETECTED_CATALOG)->module;
+    return module != nullptr && module->extend != nullptr ? module : nullptr;
 }
 
 // The file of a handle being created. False, with the status set, when it can't be had.
@@ -119,11 +120,24 @@ bool create_file(CFILE* c, const char* name) {
     return false;
 }
 
+bool is_memory_name(const char* name) {
+    bool is_memory = false;
+    (void)memfile_of_name(name, &is_memory);
+    return is_memory;
+}
+
 CFILE* rzl_create(const char* name, bool readback) {
     set_last_status(0);
     CFILE* c = new_cfile(name);
     if (c == nullptr) return nullptr;
     c->mode = readback && name != nullptr ? MODE_WRITE_READ : MODE_WRITE;
+    const format_module* extending = extending_module();
+    bool extends = extending != nullptr && name != nullptr && !is_memory_name(name) && !may_be_replaced(name);
+    if (extends) {
+        if (install_module(c, extending) && extending->extend(c, name) == 0) return c;
+        abandon_cfile(c);
+        return nullptr;
+    }
     if (!create_file(c, name)) {
         abandon_cfile(c);
         return nullptr;
@@ -137,6 +151,14 @@ CFILE* rzl_create(const char* name, bool readback) {
 }
 
 } // namespace
+
+bool reopen_cfile_file(CFILE* c, const char* name) {
+    file_source source = {};
+    if (!find_source(c, name, c->mode == MODE_UPDATE, &source)) return false;
+    set_flag(c, FLAG_MEMORY, false);
+    attach_source(c, source);
+    return true;
+}
 
 CFILE* rzl_open_r(const char* name) {
     return open_with_format(name, false);

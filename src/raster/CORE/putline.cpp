@@ -29,6 +29,7 @@ bool lines_vary(const CFILE* c) {
 
 // True at the end of the file. Otherwise the file stands at its last byte and the status is set.
 bool is_at_end(CFILE* c) {
+    io_settle(c);
     int64_t position = io_tell(c);
     if (c->io.file_getc(c->file) < 0) {
         // A stream that has met its end must be positioned before it is written to.
@@ -46,14 +47,6 @@ bool is_at_end(CFILE* c) {
 bool header_is_there(CFILE* c) {
     if (has_flag(c, FLAG_HEADER_EXISTS) || has_flag(c, FLAG_RAW)) return true;
     return rzl_write_header(c) == 0;
-}
-
-void deinterleave(uint8_t* block, const uint8_t* buffer, size_t pixels, size_t samples, size_t step) {
-    for (size_t s = 0; s < samples; ++s) {
-        uint8_t* plane = block + s * pixels;
-        for (size_t i = 0; i < pixels; ++i)
-            plane[i] = buffer[i * step + s];
-    }
 }
 
 } // namespace
@@ -165,7 +158,7 @@ int rzl_putinlv_default(CFILE* c, const uint8_t* buffer) {
     size_t bytes = 0;
     bool fits = checked_mul(pixels, n, &bytes);
     mem_guard<uint8_t> block(fits ? static_cast<uint8_t*>(mem_alloc(bytes)) : nullptr);
-    mem_guard<const uint8_t*> planes(mem_new_array<const uint8_t*>(n));
+    mem_guard<uint8_t*> planes(mem_new_array<uint8_t*>(n));
     if (!block || !planes) {
         fail(c, RZL_NO_MEMORY, SOURCE, "putinlv");
         return 0;
@@ -173,6 +166,6 @@ int rzl_putinlv_default(CFILE* c, const uint8_t* buffer) {
     for (size_t s = 0; s < n; ++s)
         planes[s] = block.get() + s * pixels;
     size_t step = has_flag(c, FLAG_FOUR_BYTE_PIXELS) && c->samples < 4 ? 4 : n;
-    deinterleave(block.get(), buffer, pixels, n, step);
+    split_pixels(buffer, pixels, step, planes.get(), n);
     return c->slots.Putline(c, c->samples, planes.get());
 }

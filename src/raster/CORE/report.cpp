@@ -268,6 +268,16 @@ void fail(CFILE* c, uint32_t status, const char* source, const char* detail, int
     if (debug_level() != 0) rzl_report(status, source, line, detail);
 }
 
+int refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line) {
+    fail(c, status, source, detail, line);
+    return 1;
+}
+
+bool fails(CFILE* c, uint32_t status, const char* source, const char* detail, int line) {
+    fail(c, status, source, detail, line);
+    return false;
+}
+
 uint32_t last_status() {
     return library_status.load(std::memory_order_relaxed);
 }
@@ -302,6 +312,8 @@ bool handle_enter(CFILE* c, const char* word) {
 }
 
 int handle_leave(CFILE* c, int result) {
+    // The block of a file in memory is the application's between calls.
+    if (c->ahead.start != nullptr && has_flag(c, FLAG_MEMORY)) io_settle(c);
     set_last_status(c->status);
     lock_leave(c->lock);
     return result;

@@ -1,72 +1,253 @@
-// The standards: their names, the modules that implement them, and the choice of one for a file being created.
-#include "raster/CORE/cfile.h"
+// The table of standards, and the choice of one for a file being created.
+#include "raster/CORE/standard.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
+#include <strings.h>
 
-#include "raster/GIF/gif.h"
-#include "raster/KRVN/krv.h"
-#include "raster/TIFF/tiff.h"
-#include "support/memory.h"
+#include "raster/CORE/module.h"
+
+// What each format's directory defines, besides functions of its own.
+extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module;
 
 namespace {
 
 constexpr char SOURCE[] = "CORE/standard";
 
-// A new format is one row here, and one row of the detection table for reading.
-constexpr format_module MODULES[] = {
-    {RZL_STANDARD_KRVN, "KRVN", krv_open, krv_initialise},
-    {RZL_STANDARD_GIF, "GIF", gif_open, gif_initialise},
-    {RZL_STANDARD_TIFF, "TIFF", tif_open, tif_initialise},
+// In the order of detection: the first test that holds decides, so the order is part of what a file means. Names of
+// companion files come before the looser tests, the formats without a magic number last. A row whose module is null
+// recognises its files and answers for them like for a file of no known format.
+constexpr standard_row STANDARDS[] = {
+    {
+        .id = RZL_STANDARD_KRVN,
+        .name = "KRVN",
+        .extensions = "rgb",
+        .test = is_native,
+        .module = &krv_module,
+    },
+    {
+        .id = RZL_STANDARD_TIFF,
+        .name = "TIFF",
+        .extensions = "tif tiff",
+        .test = is_tiff,
+        .module = &tif_module,
+    },
+    {
+        .id = RZL_STANDARD_GIF,
+        .name = "GIF",
+        .extensions = "gif",
+        .test = is_gif,
+        .module = &gif_module,
+    },
+    {
+        .id = RZL_STANDARD_BMP,
+        .name = "BMP",
+        .extensions = "bmp",
+        .test = is_bmp,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_KRVN, // with a text header
+        .name = nullptr,
+        .extensions = "",
+        .test = is_text_native,
+        .module = &krv_text_module,
+    },
+    {
+        .id = RZL_STANDARD_JFIF,
+        .name = "JFIF",
+        .extensions = "jpg jpeg",
+        .test = is_jfif,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_TIFF, // the preview of a PostScript file
+        .name = nullptr,
+        .extensions = "",
+        .test = is_eps,
+        .module = &tif_eps_module,
+    },
+    {
+        .id = DETECTED_CATALOG,
+        .name = nullptr,
+        .extensions = "",
+        .test = is_catalog,
+        .module = nullptr,
+    },
+    {
+        .id = DETECTED_COMPANION,
+        .name = nullptr,
+        .extensions = "",
+        .test = is_mrg_companion,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_MRG,
+        .name = "MRG",
+        .extensions = "mrg",
+        .test = is_mrg,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_PNM,
+        .name = "PNM",
+        .extensions = "ppm pgm pbm pnm",
+        .test = is_pnm,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_SUN,
+        .name = "SUN",
+        .extensions = "ras",
+        .test = is_sun,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_ADRG,
+        .name = "ADRG",
+        .extensions = "",
+        .test = is_adrg,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_ASRP,
+        .name = "ASRP",
+        .extensions = "",
+        .test = is_asrp,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_HRF,
+        .name = "HRF",
+        .extensions = "",
+        .test = is_hrf,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_PCX,
+        .name = "PCX",
+        .extensions = "pcx",
+        .test = is_pcx,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_SYM,
+        .name = "SYM",
+        .extensions = "",
+        .test = is_sym,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_ICO,
+        .name = "ICO",
+        .extensions = "ico",
+        .test = is_ico,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_CALS,
+        .name = "CALS",
+        .extensions = "cal",
+        .test = is_cals,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_NITF,
+        .name = "NITF",
+        .extensions = "ntf",
+        .test = is_nitf,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_XBM,
+        .name = "XBM",
+        .extensions = "xbm",
+        .test = is_xbm,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_USGS,
+        .name = "USGS",
+        .extensions = "",
+        .test = is_usgs,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_VRLC,
+        .name = "IGS",
+        .extensions = "",
+        .test = is_vrlc,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_TARGA,
+        .name = "TGA",
+        .extensions = "tga",
+        .test = is_targa,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_POSTSCRIPT, // is written only
+        .name = "POSTSCRIPT",
+        .extensions = "ps",
+        .test = nullptr,
+        .module = nullptr,
+    },
+    {
+        .id = RZL_STANDARD_USRP, // found as ASRP, whose module tells the two apart
+        .name = "USRP",
+        .extensions = "",
+        .test = nullptr,
+        .module = nullptr,
+    },
 };
-
-// By id. Id 7 is no format.
-constexpr const char* STANDARD_NAMES[] = {"KRVN", "TIFF", "GIF",  "TGA",  "BMP",  "PCX",        "JFIF", nullptr,
-                                          "ADRG", "ICO",  "SYM",  "CALS", "NITF", "XBM",        "PNM",  "SUN",
-                                          "USGS", "MRG",  "ASRP", "HRF",  "IGS",  "POSTSCRIPT", "USRP"};
-constexpr int32_t STANDARD_COUNT = static_cast<int32_t>(std::size(STANDARD_NAMES));
 
 // The standard of a file whose program has not chosen one.
 int32_t standard_of_environment() {
     const char* text = std::getenv("RZL_STANDARD");
-    long id = text != nullptr ? std::strtol(text, nullptr, 10) : 0;
+    int64_t id = 0;
+    if (text == nullptr || !text_integer(text, std::strlen(text), &id)) return 0;
     return id >= 0 && id <= INT32_MAX ? static_cast<int32_t>(id) : 0;
 }
 
-// The module that can create files of a standard: the native one when there is none for it.
-const format_module* creating_module(int32_t id) {
-    const format_module* module = find_module(id);
-    if (module != nullptr && module->initialise != nullptr) return module;
+// The row of a standard whose files can be created: the native one when there is none of that id.
+const standard_row* creating_row(int32_t id) {
+    const standard_row* row = find_standard(id);
+    if (row != nullptr && row->module != nullptr && row->module->initialise != nullptr) return row;
     if (debug_level() != 0) rzl_report(RZL_NO_SUCH_FIELD, SOURCE, __LINE__, "Unknown standard ");
-    return find_module(RZL_STANDARD_KRVN);
-}
-
-void drop_spec(CFILE* c) {
-    if (c->standard >= 0) c->slots.Free_specs(c);
-    mem_free(c->spec);
-    c->spec = nullptr;
+    return find_standard(RZL_STANDARD_KRVN);
 }
 
 // After a failure the handle has no standard, so that the next choice starts over.
 int initialise_standard(CFILE* c, int32_t id) {
-    const format_module* module = creating_module(id);
-    drop_spec(c);
-    rzl_set_default_slots(c);
-    c->standard = module->standard;
-    int result = module->initialise(c);
-    if (result == 0) return 0;
-    mem_free(c->spec);
-    c->spec = nullptr;
-    rzl_set_default_slots(c);
+    const standard_row* row = creating_row(id);
+    drop_module(c);
+    c->standard = row->id;
+    if (install_module(c, row->module) && row->module->initialise(c) == 0) return 0;
+    drop_module(c);
     c->standard = -1;
-    return result;
+    return 1;
+}
+
+// Whether `word` is one of the words of a list, in any case of letters.
+bool is_listed(const char* list, const char* word) {
+    size_t length = std::strlen(word);
+    for (size_t size = text_word(&list); size > 0; list += size, size = text_word(&list)) {
+        if (size == length && strncasecmp(list, word, length) == 0) return true;
+    }
+    return false;
 }
 
 } // namespace
 
-const format_module* find_module(int32_t standard) {
-    for (const format_module& module : MODULES) {
-        if (module.standard == standard) return &module;
+standard_rows all_standards() {
+    return {std::begin(STANDARDS), std::end(STANDARDS)};
+}
+
+const standard_row* find_standard(int32_t id) {
+    for (const standard_row& row : STANDARDS) {
+        if (row.id == id) return &row;
     }
     return nullptr;
 }
@@ -75,10 +256,7 @@ const format_module* find_module(int32_t standard) {
 // image of it is being made, a choice is passed over.
 int rzl_set_standard(CFILE* c, int32_t id) {
     if (!handle_enter(c, "rzl_set_standard")) return 1;
-    if (!is_writable(c)) {
-        fail(c, RZL_NEEDS_WRITE, SOURCE, "rzl_set_standard");
-        return handle_leave(c, 1);
-    }
+    if (!is_writable(c)) return handle_leave(c, refuse(c, RZL_NEEDS_WRITE, SOURCE, "rzl_set_standard"));
     if (has_flag(c, FLAG_HEADER_EXISTS) || c->active_image != 0) return handle_leave(c, 0);
     int32_t wanted = id >= 0 ? id : standard_of_environment();
     int result = c->standard == wanted ? 0 : initialise_standard(c, wanted);
@@ -87,12 +265,36 @@ int rzl_set_standard(CFILE* c, int32_t id) {
 }
 
 const char* rzl_standard_name(int32_t id) {
-    return id >= 0 && id < STANDARD_COUNT ? STANDARD_NAMES[id] : nullptr;
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    return row != nullptr ? row->name : nullptr;
+}
+
+const char* rzl_standard_extensions(int32_t id) {
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    return row != nullptr ? row->extensions : nullptr;
+}
+
+int32_t rzl_standard_of_extension(const char* extension) {
+    if (extension == nullptr || *extension == '\0') return -1;
+    for (const standard_row& row : STANDARDS) {
+        if (is_listed(row.extensions, extension)) return row.id;
+    }
+    return -1;
+}
+
+int rzl_standard_takes(int32_t id, int32_t format) {
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
+    for (int32_t known : row->module->formats) {
+        if (known == format) return 1;
+    }
+    return 0;
 }
 
 int rzl_standard_support(int32_t id, int* can_create, int* can_read) {
-    const format_module* module = find_module(id);
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    const format_module* module = row != nullptr ? row->module : nullptr;
     if (can_create != nullptr) *can_create = module != nullptr && module->initialise != nullptr ? 1 : 0;
     if (can_read != nullptr) *can_read = module != nullptr && module->open != nullptr ? 1 : 0;
-    return rzl_standard_name(id) != nullptr ? 0 : 1;
+    return row != nullptr ? 0 : 1;
 }

@@ -9,7 +9,7 @@
 // empty block ends them. 0x3B ends the file.
 #pragma once
 
-#include "raster/CORE/cfile.h"
+#include "raster/CORE/module.h"
 
 constexpr size_t GIF_HEADER_SIZE = 13;
 constexpr size_t GIF_DESCRIPTOR_SIZE = 10;
@@ -17,7 +17,6 @@ constexpr size_t GIF_COLORS = 256;
 constexpr size_t GIF_TABLE_SIZE = GIF_COLORS * 3;
 constexpr int32_t GIF_MOST_PIXELS = 65535; // of a line, and lines: sizes are 16-bit numbers
 constexpr size_t GIF_BLOCK_MOST = 255;     // data bytes of a block
-constexpr uint32_t GIF_COMPRESSION = 3;    // LZW, among the classes of the handle
 
 // Offsets, and bits of the packed bytes there.
 constexpr size_t GIF_AT_SCREEN_WIDTH = 6;       // u16, and so is the height behind it
@@ -66,47 +65,31 @@ inline gif_spec* gif_spec_of(const CFILE* c) {
     return static_cast<gif_spec*>(c->spec);
 }
 
-// ---- gifopen.cpp ---------------------------------------------------------------------------------------------------
-
-// Opens a GIF file that detection has found. The handle is the module's from here on: on failure it is closed and
-// freed, null is returned, and the library-wide status tells why.
-CFILE* gif_open(CFILE* c);
-
-// Makes a handle being created a GIF one. 0 on success, else 1 with RZL_NO_MEMORY.
-int gif_initialise(CFILE* c);
-
-// Finishes a file being written, and frees what hangs from the record. An image whose lines have not all come leaves no
-// file that could be read, and the status RZL_WRITE_FAILED.
-void gif_close(CFILE* c);
-void gif_free_specs(CFILE* c);
+// ---- gifopen.cpp: reading ------------------------------------------------------------------------------------------
 
 // Fills entries from `first` on with grey: entry i is i, i, i.
 void gif_grey_table(gif_spec* spec, size_t first);
 
-// ---- gifinfo.cpp ---------------------------------------------------------------------------------------------------
-
-int gif_get_hdr_data(CFILE* c, int32_t field, void* value);
-int gif_set_hdr_data(CFILE* c, int32_t field, const void* value);
-int gif_get_stat(CFILE* c, rzl_stat* stat);
-int gif_set_stat(CFILE* c, const rzl_stat* stat);
-int gif_get_format(CFILE* c);
-
-// The colours of the table in force. `entries` has room for 256: those past the last colour get their slot, up to 254,
-// and keep their colour words.
-int gif_get_vlt(CFILE* c, rzl_vlt_entry* entries);
-
-int gif_seek(CFILE* c, int32_t line);
-void gif_rewind(CFILE* c);
-int gif_randomize(CFILE* c);
-
-// ---- gifgetli.cpp, lzw_dcmp.cpp ------------------------------------------------------------------------------------
-
-// The next line: with 1 buffer its pixels, a two-colour file's as a bilevel line; with 3 buffers the colours, a byte a
-// pixel. 0 buffers, and null ones, deliver nothing. The width, 0 on failure.
-int gif_get_line(CFILE* c, int channels, read_planes buffers);
-
 // Where line `line` of an interlaced file with `height` lines stands among the lines of the file, counted from 0.
 int32_t gif_interlaced_place(int32_t line, int32_t height);
+
+// Frees the pixels, on either way.
+void gif_free_specs(CFILE* c);
+
+// ---- gifputli.cpp: writing -----------------------------------------------------------------------------------------
+
+// Fixes size and colours of the file. Nothing is written yet. 0 on success.
+int gif_write_header(CFILE* c);
+
+// A line of one channel: pixels, or a bilevel line when the file's samples have 1 bit; a null one is all 0. When all
+// lines have come, the file is written. The width, 0 on failure.
+int gif_putline(CFILE* c, int channels, write_planes buffers);
+
+// Finishes a file being written. An image whose lines have not all come leaves no file that could be read, and the
+// status RZL_WRITE_FAILED.
+void gif_close(CFILE* c);
+
+// ---- lzw_dcmp.cpp: the decoder -------------------------------------------------------------------------------------
 
 // What a run of the decoder came to.
 struct gif_decoded {
@@ -120,16 +103,3 @@ gif_decoded gif_lzw_decode(const uint8_t* data, size_t size, uint8_t* pixels, in
 
 // The most pixels that `size` bytes of coded data can stand for.
 uint64_t gif_lzw_most_pixels(uint64_t size, int code_size);
-
-// ---- gifputli.cpp, gifencod.cpp ------------------------------------------------------------------------------------
-
-// Fixes size and colours of the file. Nothing is written yet. 0 on success.
-int gif_write_header(CFILE* c);
-
-// A line of one channel: pixels, or a bilevel line when the file's samples have 1 bit; a null one is all 0. When all
-// lines have come, the file is written. The width, 0 on failure.
-int gif_putline(CFILE* c, int channels, write_planes buffers);
-
-// Writes header, table, descriptor and coded pixels. Without what ends the file, which is gif_close()'s. False: the
-// status is set.
-bool gif_encode(CFILE* c);

@@ -11,8 +11,7 @@
 // The lines themselves stand in krvlines.h.
 #pragma once
 
-#include "raster/CORE/cfile.h"
-#include "support/bytes.h"
+#include "raster/CORE/module.h"
 
 constexpr size_t KRV_HEADER_SIZE = 1024;
 constexpr size_t KRV_SHORT_HEADER_SIZE = 768; // a byte colour table follows at once
@@ -61,9 +60,6 @@ constexpr size_t KRV_DESCRIPTION_SIZE = 80;
 constexpr size_t KRV_COMMENT_SIZE = 200;
 constexpr int KRV_APPLICATION_9 = 9; // its app_values and comment are valid
 
-constexpr int KRV_VLT_NONE = 0;
-constexpr int KRV_VLT_BYTES = 1;
-constexpr int KRV_VLT_ENTRIES = 2;
 constexpr size_t KRV_VLT_ENTRY_SIZE = 8;
 
 // Packets: a head of type (u16), subtype (u16) and the words that follow (u32), then those words.
@@ -111,8 +107,7 @@ inline krv_spec* krv_spec_of(const CFILE* c) {
     return static_cast<krv_spec*>(c->spec);
 }
 
-// ---- header values
-// ---------------------------------------------------------------------------------------------------
+// ---- header values --------------------------------------------------------------------------------------------------
 
 inline int krv_words_to_follow(const uint8_t* header) {
     return static_cast<int16_t>(load_u16le(header + KRV_AT_WORDS_TO_FOLLOW));
@@ -134,32 +129,26 @@ inline int64_t krv_data_start(const CFILE* c) {
 // File offset of line 0 of what is active: the data start, or where the active overview's lines begin.
 int64_t krv_first_line(const CFILE* c); // krvpos.cpp
 
+// What the header's fields of less than 32 bits hold.
+constexpr field_limit KRV_LIMITS[] = {
+    {RZL_FIELD_RESOLUTION, INT16_MIN, INT16_MAX}, {RZL_FIELD_ORIENTATION, INT8_MIN, INT8_MAX},
+    {RZL_FIELD_APPLICATION, 0, UINT16_MAX},       {RZL_FIELD_VERSION, 0, UINT8_MAX},
+    {RZL_FIELD_TYPE_MODIFIER, 0, UINT16_MAX},     {RZL_FIELD_OVERVIEW_VALUE, INT16_MIN, UINT16_MAX},
+    {RZL_FIELD_VLT_TYPE, 0, RZL_VLT_ENTRIES},     {RZL_FIELD_VLT_ENTRIES, 0, INT32_MAX},
+    {RZL_FIELD_PACKET_ROOM, 0, KRV_MAX_WORDS},    {RZL_FIELD_STRIP_LINES, 0, INT32_MAX},
+};
+
 // Status RZL_BAD_FIELD_ID with the module's words; gives 1.
 int krv_refuse(CFILE* c); // krvinfo.cpp
 
-// ---- open, create, close: krvopen.cpp, krvorgb.cpp
-// -------------------------------------------------------------------
+// ---- open, create, close: krvopen.cpp, krvorgb.cpp ------------------------------------------------------------------
 
-// Open a native file, or one with the text header, that detection has found. The handle is the module's from here on:
-// on failure it is closed and freed, null is returned, and the library-wide status tells why.
-CFILE* krv_open(CFILE* c);
-CFILE* krv_open_text(CFILE* c);
-
-// Makes a handle being created a native one. 0 on success, else 1 with RZL_NO_MEMORY.
-int krv_initialise(CFILE* c);
-
-// A record for the handle with an initial header, which takes its size from the handle. False: RZL_NO_MEMORY is set.
-bool krv_new_spec(CFILE* c);
+// Opens a file with the text header. 0, or 1 with the status set.
+int krv_open_text(CFILE* c, const char* name);
 
 // The record's header to its state at creation: all zero but type, words_to_follow, data_type 2, sizes, orientation 4
 // and version 3.
 void krv_init_spec(CFILE* c);
-
-void krv_install_slots(CFILE* c);
-void krv_install_text_slots(CFILE* c);
-CFILE* krv_abandon(CFILE* c); // gives up a handle whose open failed; always null
-void krv_close(CFILE* c);
-void krv_free_specs(CFILE* c);
 
 // Rewrites directories of the active image that have changed. False: the status is set.
 bool krv_flush_directories(CFILE* c);
@@ -184,16 +173,14 @@ bool krv_line_fits(int32_t data_type, uint32_t xsize, bool scannable, int64_t by
 // The same for `ysize` lines of data.
 bool krv_lines_fit(int32_t data_type, uint32_t xsize, uint32_t ysize, int64_t bytes);
 
-// ---- colour tables: krvvlt.cpp
-// ---------------------------------------------------------------------------------------
+// ---- colour tables: krvvlt.cpp --------------------------------------------------------------------------------------
 
 // The colour table of the image with that header at `base`, as an owned block in *table; null when it has none or it
 // had to be dropped (then *dropped is set). vlt_entries of the header becomes 256 with a byte table. False: no memory.
 bool krv_read_color_table(CFILE* c, int64_t base, uint8_t* header, uint8_t** table, bool* dropped);
 int krv_get_vlt(CFILE* c, rzl_vlt_entry* entries);
 
-// ---- packets: krvpackt.cpp
-// -------------------------------------------------------------------------------------------
+// ---- packets: krvpackt.cpp ------------------------------------------------------------------------------------------
 
 // Reads the library's packets of the active image, whose colour table has been read.
 void krv_read_packets(CFILE* c);
@@ -212,13 +199,10 @@ int krv_get_packet(CFILE* c, void* buffer);
 int krv_put_packet(CFILE* c, const void* buffer);
 void krv_drop_app_packet(CFILE* c); // frees it when it is the library's
 
-// ---- header fields: krvinfo.cpp, krvdfloat.cpp
-// -----------------------------------------------------------------------
+// ---- header fields: krvinfo.cpp, krvdfloat.cpp ----------------------------------------------------------------------
 
 int krv_get_hdr_data(CFILE* c, int32_t field, void* value);
 int krv_set_hdr_data(CFILE* c, int32_t field, const void* value);
-int krv_get_stat(CFILE* c, rzl_stat* stat);
-int krv_set_stat(CFILE* c, const rzl_stat* stat);
 int krv_get_format(CFILE* c);
 
 // Stores application type and version, and converts the doubles of fields 27 to 30 when they move into or out of the
@@ -234,20 +218,17 @@ void krv_store_double(uint8_t* header, size_t at, double value);
 void krv_store_d_float(uint8_t* p, double value);
 double krv_load_d_float(const uint8_t* p);
 
-// ---- writing the header: krvwrthd.cpp
-// --------------------------------------------------------------------------------
+// ---- writing the header: krvwrthd.cpp -------------------------------------------------------------------------------
 
 int krv_write_header(CFILE* c);
 
-// ---- copying: krvinit.cpp
-// --------------------------------------------------------------------------------------------
+// ---- copying: krvinit.cpp -------------------------------------------------------------------------------------------
 
 int krv_copydata(CFILE* from, CFILE* to);
 int krv_init_std_hdr(CFILE* from, CFILE* to);
 int krv_init_ov(CFILE* from, CFILE* to);
 
-// ---- overviews: krvov.cpp
-// --------------------------------------------------------------------------------------------
+// ---- overviews: krvov.cpp -------------------------------------------------------------------------------------------
 
 struct krv_overview {
     uint32_t ysize, xsize, info;     // lines, pixels, KRV_OVERVIEW_TILED and field 201
@@ -277,8 +258,7 @@ void krv_detect_line_padding(CFILE* c);
 // *aligned: up to 7 bytes of filling may stand in front of it.
 int64_t krv_target_end(CFILE* c, int64_t first, bool* aligned);
 
-// ---- CCITT data: krvccitt.cpp
-// ----------------------------------------------------------------------------------------
+// ---- CCITT data: krvccitt.cpp ---------------------------------------------------------------------------------------
 
 // Whether the active target has lines of group 3 or group 4; those of a scannable file are refused.
 bool krv_is_coded(const CFILE* c);
@@ -291,15 +271,13 @@ int krv_get_coded_strip(CFILE* c, int channels, read_planes buffers);
 // Writes lines that have come of an image without its last. False: the status is set.
 bool krv_finish_coded(CFILE* c);
 
-// ---- several images: krvmulti.cpp
-// ------------------------------------------------------------------------------------
+// ---- several images: krvmulti.cpp -----------------------------------------------------------------------------------
 
 int krv_get_number_of_images(CFILE* c);
 int krv_set_number_of_images(CFILE* c, int32_t count);
 int krv_set_active_image(CFILE* c, int32_t image);
 
-// ---- positions: krvpos.cpp, krvrand.cpp
-// ------------------------------------------------------------------------------
+// ---- positions: krvpos.cpp, krvrand.cpp -----------------------------------------------------------------------------
 
 // An entry of `line_offsets` is where the file stands when the line comes next. In a scannable file that is behind the
 // line's first header, which has been read ahead.

@@ -14,20 +14,7 @@ uint8_t* header_of(const CFILE* c) {
 }
 
 int refuse_value(CFILE* c) {
-    fail(c, RZL_BAD_FIELD_VALUE, SOURCE, "field value");
-    return 1;
-}
-
-int32_t integer_at(const void* value) {
-    int32_t number = 0;
-    std::memcpy(&number, value, sizeof number);
-    return number;
-}
-
-// A count of a file that no 32-bit integer holds is given as the greatest that does.
-void give(void* value, int64_t number) {
-    auto narrow = static_cast<int32_t>(number < INT32_MAX ? number : int64_t{INT32_MAX});
-    std::memcpy(value, &narrow, sizeof narrow);
+    return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "field value");
 }
 
 bool is_existing(const CFILE* c) {
@@ -40,8 +27,7 @@ bool is_existing_readable(const CFILE* c) {
     return is_existing(c) && is_readable(c);
 }
 
-// ---- fields that are plain bytes of the header
-// -------------------------------------------------------------------------
+// ---- fields that are plain bytes of the header ----------------------------------------------------------------------
 
 enum class kind { text, doubles, bytes };
 
@@ -109,8 +95,7 @@ void set_byte_field(CFILE* c, const byte_field& row, const void* value) {
     }
 }
 
-// ---- getting
-// -----------------------------------------------------------------------------------------------------------
+// ---- getting --------------------------------------------------------------------------------------------------------
 
 bool needs_application_9(int32_t field) {
     return field == RZL_FIELD_APP_VALUE_1 || field == RZL_FIELD_APP_VALUE_2 || field == RZL_FIELD_APP_VALUE_3 ||
@@ -123,8 +108,8 @@ int64_t free_words(const CFILE* c) {
     int64_t room = int64_t{krv_words_to_follow(header)} + 2 - int64_t{KRV_HEADER_SIZE / 2};
     int vlt_type = load_u16le(header + KRV_AT_VLT_TYPE);
     int64_t entries = load_u32le(header + KRV_AT_VLT_ENTRIES);
-    if (vlt_type == KRV_VLT_BYTES) room -= 256;
-    if (vlt_type == KRV_VLT_ENTRIES) room -= (entries + 63) / 64 * 256;
+    if (vlt_type == RZL_VLT_BYTES) room -= 256;
+    if (vlt_type == RZL_VLT_ENTRIES) room -= (entries + 63) / 64 * 256;
     room -= (int64_t{load_u32le(header + KRV_AT_PACKET_WORDS)} + 255) / 256 * 256;
     return room > 0 ? room : 0;
 }
@@ -134,18 +119,8 @@ int32_t overview_value(const CFILE* c) {
     return static_cast<int32_t>(krv_load_overview(krv_spec_of(c), c->active_overview).info & 0xFFFF);
 }
 
-int64_t tile_value(const CFILE* c, int32_t field) {
-    if (!has_flag(c, FLAG_TILED) || c->tile == nullptr) return 0;
-    switch (field) {
-    case RZL_FIELD_TILE_WIDTH: return c->tile->width;
-    case RZL_FIELD_TILE_HEIGHT: return c->tile->height;
-    case RZL_FIELD_TILES_ACROSS: return c->tile->tiles_across;
-    case RZL_FIELD_TILES_DOWN: return c->tile->tiles_down;
-    default: return 0; // the directory belongs to the tile packet
-    }
-}
-
-int64_t get_integer(const CFILE* c, int32_t field) {
+// The answer of the header to a field of one integer, or the handle's.
+int64_t get_integer(const CFILE* c, int32_t field, int64_t otherwise) {
     const uint8_t* header = header_of(c);
     switch (field) {
     case RZL_FIELD_VLT_TYPE: return load_u16le(header + KRV_AT_VLT_TYPE);
@@ -159,34 +134,20 @@ int64_t get_integer(const CFILE* c, int32_t field) {
     case RZL_FIELD_APP_VALUE_3:
         return static_cast<int32_t>(
             load_u32le(header + KRV_AT_APP_VALUES + static_cast<size_t>(field - RZL_FIELD_APP_VALUE_1) * 4));
-    case RZL_FIELD_SCANNABLE: return has_flag(c, FLAG_SCANNABLE) ? 1 : 0;
     case RZL_FIELD_HEADER_WORDS: return krv_words_to_follow(header);
     case RZL_FIELD_VERSION: return header[KRV_AT_VERSION];
     case RZL_FIELD_MINIMUM: return static_cast<int32_t>(load_u32le(header + KRV_AT_MINIMUM));
     case RZL_FIELD_MAXIMUM: return static_cast<int32_t>(load_u32le(header + KRV_AT_MAXIMUM));
     case RZL_FIELD_TYPE_MODIFIER: return load_u16le(header + KRV_AT_TYPE_MODIFIER);
-    case RZL_FIELD_TILE_WIDTH:
-    case RZL_FIELD_TILE_HEIGHT:
-    case RZL_FIELD_TILES_ACROSS:
-    case RZL_FIELD_TILES_DOWN:
-    case RZL_FIELD_TILE_DIRECTORY: return tile_value(c, field);
     case RZL_FIELD_OVERVIEWS: return krv_overview_count(krv_spec_of(c));
     case RZL_FIELD_OVERVIEW_VALUE: return overview_value(c);
     case RZL_FIELD_VLT_ROOM: return free_words(c);
     case RZL_FIELD_PACKET_ROOM: return is_existing(c) ? free_words(c) : krv_spec_of(c)->reserved_words;
-    case RZL_FIELD_PLANAR: return 1;
-    default: return 0; // a field that a native file lacks
+    default: return otherwise;
     }
 }
 
-// ---- setting
-// -----------------------------------------------------------------------------------------------------------
-
-void forget_line_offsets(CFILE* c) {
-    mem_free(c->line_offsets);
-    c->line_offsets = nullptr;
-    c->line_offset_count = 0;
-}
+// ---- setting --------------------------------------------------------------------------------------------------------
 
 // A size of the active overview, which can be given once.
 int set_overview_size(CFILE* c, int32_t field, int32_t size) {
@@ -217,7 +178,7 @@ int set_size(CFILE* c, int32_t field, int32_t size) {
     }
     *recorded = *of_handle = size;
     store_u32le(header_of(c) + (is_width ? KRV_AT_PIXELS_PER_LINE : KRV_AT_LINES), static_cast<uint32_t>(size));
-    forget_line_offsets(c);
+    rzl_forget_lines(c);
     count_tiles(c);
     return 0;
 }
@@ -281,7 +242,6 @@ int set_strip_lines(CFILE* c, int32_t lines) {
         return 1;
     }
     if (c->ccitt == nullptr) return krv_refuse(c);
-    if (lines < 0) return refuse_value(c);
     c->ccitt->strip_lines = lines;
     return 0;
 }
@@ -294,7 +254,6 @@ int set_scannable(CFILE* c, int32_t value) {
 
 int set_reserved_words(CFILE* c, int32_t words) {
     if (is_raw_or_existing(c)) return krv_refuse(c);
-    if (words < 0 || words > KRV_MAX_WORDS) return refuse_value(c);
     krv_spec_of(c)->reserved_words = (words + RESERVED_STEP - 1) / RESERVED_STEP * RESERVED_STEP;
     return 0;
 }
@@ -309,7 +268,6 @@ int set_overview_value(CFILE* c, int32_t value) {
 }
 
 int set_vlt(CFILE* c, int32_t field, int32_t value) {
-    if (value < 0 || (field == RZL_FIELD_VLT_TYPE && value > KRV_VLT_ENTRIES)) return refuse_value(c);
     if (field == RZL_FIELD_VLT_TYPE) {
         store_u16le(header_of(c) + KRV_AT_VLT_TYPE, static_cast<uint16_t>(value));
     } else {
@@ -318,25 +276,7 @@ int set_vlt(CFILE* c, int32_t field, int32_t value) {
     return 0;
 }
 
-// Fields that the header holds in less than 32 bits, with what fits.
-struct narrow_field {
-    int32_t field, low, high;
-};
-constexpr narrow_field NARROW_FIELDS[] = {
-    {RZL_FIELD_RESOLUTION, INT16_MIN, INT16_MAX}, {RZL_FIELD_ORIENTATION, INT8_MIN, INT8_MAX},
-    {RZL_FIELD_APPLICATION, 0, UINT16_MAX},       {RZL_FIELD_VERSION, 0, UINT8_MAX},
-    {RZL_FIELD_TYPE_MODIFIER, 0, UINT16_MAX},     {RZL_FIELD_OVERVIEW_VALUE, INT16_MIN, UINT16_MAX},
-};
-
-bool is_in_range(int32_t field, int32_t value) {
-    for (const narrow_field& row : NARROW_FIELDS) {
-        if (row.field == field) return value >= row.low && value <= row.high;
-    }
-    return true;
-}
-
 int set_integer(CFILE* c, int32_t field, int32_t value) {
-    if (!is_in_range(field, value)) return refuse_value(c);
     uint8_t* header = header_of(c);
     auto low = static_cast<uint16_t>(value);
     switch (field) {
@@ -385,15 +325,11 @@ int krv_get_format(CFILE* c) {
 int krv_get_hdr_data(CFILE* c, int32_t field, void* value) {
     const byte_field* row = find_byte_field(field);
     bool hidden = needs_application_9(field) && load_u16le(header_of(c) + KRV_AT_APPLICATION_TYPE) != KRV_APPLICATION_9;
-    if (hidden) {
-        std::memset(value, 0, row != nullptr ? row->size : sizeof(int32_t));
-        fail(c, RZL_NO_SUCH_FIELD, SOURCE, "application type");
-        return 1;
-    }
+    if (hidden) return refuse(c, RZL_NO_SUCH_FIELD, SOURCE, "application type");
     if (row != nullptr) {
         get_byte_field(c, *row, value);
     } else {
-        give(value, get_integer(c, field));
+        give_int(value, get_integer(c, field, int_of(value)));
     }
     return 0;
 }
@@ -403,70 +339,7 @@ int krv_set_hdr_data(CFILE* c, int32_t field, const void* value) {
     if (needs_application_9(field)) {
         krv_set_application(header_of(c), KRV_APPLICATION_9, header_of(c)[KRV_AT_VERSION]);
     }
-    if (row == nullptr) return set_integer(c, field, integer_at(value));
+    if (row == nullptr) return set_integer(c, field, int_of(value));
     set_byte_field(c, *row, value);
-    return 0;
-}
-
-int krv_get_stat(CFILE* c, rzl_stat* stat) {
-    *stat = {};
-    auto number = [&](int32_t field) {
-        int32_t value;
-        give(&value, get_integer(c, field));
-        return value;
-    };
-    stat->xsize = c->xsize;
-    stat->ysize = c->ysize;
-    stat->format = krv_get_format(c);
-    stat->device_resolution = number(RZL_FIELD_RESOLUTION);
-    stat->scan_orientation = number(RZL_FIELD_ORIENTATION);
-    stat->scannable = number(RZL_FIELD_SCANNABLE);
-    stat->version = number(RZL_FIELD_VERSION);
-    stat->application_type = number(RZL_FIELD_APPLICATION);
-    stat->tile_size = number(RZL_FIELD_TILE_WIDTH);
-    stat->tiles_across = number(RZL_FIELD_TILES_ACROSS);
-    stat->tiles_down = number(RZL_FIELD_TILES_DOWN);
-    if (c->jpeg != nullptr) stat->jpeg_quality = c->jpeg->quality;
-    stat->overview_count = number(RZL_FIELD_OVERVIEWS);
-    stat->overview_value = number(RZL_FIELD_OVERVIEW_VALUE);
-    stat->vlt_type = number(RZL_FIELD_VLT_TYPE);
-    stat->vlt_entries = number(RZL_FIELD_VLT_ENTRIES);
-    stat->vlt_room = number(RZL_FIELD_VLT_ROOM);
-    stat->packet_words = number(RZL_FIELD_PACKET_WORDS);
-    stat->packet_room = number(RZL_FIELD_PACKET_ROOM);
-    std::memcpy(stat->matrix, header_of(c) + KRV_AT_MATRIX, sizeof stat->matrix);
-    std::memcpy(&stat->aspect_ratio, header_of(c) + KRV_AT_ASPECT_RATIO, sizeof stat->aspect_ratio);
-    return 0;
-}
-
-// The fields of the record that a file can take, in the order in which they have to be set. Only what differs is set,
-// so that the record of an existing file can be given back to it. The rest of the record follows from other fields.
-int krv_set_stat(CFILE* c, const rzl_stat* stat) {
-    rzl_stat now;
-    krv_get_stat(c, &now);
-    int32_t packet_growth = 0;
-    if (__builtin_sub_overflow(stat->packet_words, now.packet_words, &packet_growth)) return refuse_value(c);
-    const int32_t fields[][3] = {
-        {RZL_FIELD_FORMAT, now.format, stat->format},
-        {RZL_FIELD_XSIZE, now.xsize, stat->xsize},
-        {RZL_FIELD_YSIZE, now.ysize, stat->ysize},
-        {RZL_FIELD_RESOLUTION, now.device_resolution, stat->device_resolution},
-        {RZL_FIELD_ORIENTATION, now.scan_orientation, stat->scan_orientation},
-        {RZL_FIELD_SCANNABLE, now.scannable, stat->scannable},
-        {RZL_FIELD_APPLICATION, now.application_type, stat->application_type},
-        {RZL_FIELD_VERSION, now.version, stat->version},
-        {RZL_FIELD_TILE_WIDTH, now.tile_size, stat->tile_size},
-        {RZL_FIELD_OVERVIEWS, now.overview_count, stat->overview_count},
-        {RZL_FIELD_VLT_TYPE, now.vlt_type, stat->vlt_type},
-        {RZL_FIELD_VLT_ENTRIES, now.vlt_entries, stat->vlt_entries},
-        {RZL_FIELD_PACKET_WORDS, 0, packet_growth},
-    };
-    for (const auto& field : fields) {
-        if (field[1] != field[2] && set_integer(c, field[0], field[2]) != 0) return 1;
-    }
-    if (c->jpeg != nullptr) c->jpeg->quality = stat->jpeg_quality;
-    for (size_t i = 0; i < 16; ++i)
-        store_f64le(header_of(c) + KRV_AT_MATRIX + 8 * i, stat->matrix[i]);
-    store_f64le(header_of(c) + KRV_AT_ASPECT_RATIO, stat->aspect_ratio);
     return 0;
 }

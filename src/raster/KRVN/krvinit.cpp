@@ -7,7 +7,6 @@ namespace {
 
 constexpr const char* SOURCE = "KRVN/krvinit";
 constexpr int32_t LINE_AFTER_COPY = 0x7FFFFFFF;
-constexpr uint32_t CLASS_CCITT = 5;
 
 int refuse_both(CFILE* from, CFILE* to, uint32_t status, const char* detail) {
     fail(from, status, SOURCE, detail);

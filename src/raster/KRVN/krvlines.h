@@ -19,7 +19,7 @@ constexpr uint16_t KRV_NO_MORE_LINES = 65535;
 // Bytes of a line header in the file.
 constexpr size_t KRV_LINE_HEADER_SIZE = 8;
 
-// ---- slots ---------------------------------------------------------------------------------------------------------
+// ---- slots ----------------------------------------------------------------------------------------------------------
 
 // Getline and Putline: 1, 3 or 4 channels (any other number: RZL_UNSUP_KRVN), then the generic bodies. Putline refuses
 // an image that is not the last of its file with RZL_NO_SUCH_IMAGE.
@@ -47,7 +47,7 @@ int krv_getrleline(CFILE* c, int channels, read_planes buffers);
 int krv_getrlestrip(CFILE* c, int channels, read_planes buffers);
 int krv_putrleline(CFILE* c, int channels, write_planes buffers);
 
-// ---- for positioning -----------------------------------------------------------------------------------------------
+// ---- for positioning ------------------------------------------------------------------------------------------------
 
 // Moves forward to `target`, a line at or behind the current one, without delivering anything: afterwards `line` is
 // `target`. Offsets of the lines passed go into `line_offsets` when that exists. 1 on success, 0 with the status set.

@@ -119,53 +119,6 @@ void mark_cut_file(CFILE* c) {
     if (bytes < 0 || !krv_lines_fit(spec->data_type, xsize, ysize, bytes)) set_flag(c, FLAG_DAMAGED, true);
 }
 
-bool refuse_open(CFILE* c, uint32_t status, const char* detail) {
-    fail(c, status, SOURCE, detail);
-    return false;
-}
-
-format_slots native_slots() {
-    format_slots slots{};
-    slots.Getline = krv_getline;
-    slots.Get_line = krv_get_line;
-    slots.Getline16 = krv_getline16;
-    slots.Get_line16 = krv_get_line16;
-    slots.Getlinefromtile = rzl_getline_from_tiles;
-    slots.Getrleline = krv_getrleline;
-    slots.Getrlestrip = krv_getrlestrip;
-    slots.Getinlv = krv_getinlv;
-    slots.Putline = krv_putline;
-    slots.Put_line = krv_put_line;
-    slots.Putline16 = krv_putline16;
-    slots.Put_line16 = krv_put_line16;
-    slots.Putrleline = krv_putrleline;
-    slots.Putinlv = krv_putinlv;
-    slots.Putlinetotile = rzl_putline_to_tiles;
-    slots.Get_hdr_data = krv_get_hdr_data;
-    slots.Set_hdr_data = krv_set_hdr_data;
-    slots.Get_stat = krv_get_stat;
-    slots.Set_stat = krv_set_stat;
-    slots.Get_vlt = krv_get_vlt;
-    slots.Get_format = krv_get_format;
-    slots.Get_packet = krv_get_packet;
-    slots.Put_Packet = krv_put_packet;
-    slots.copydata = krv_copydata;
-    slots.init_std_hdr = krv_init_std_hdr;
-    slots.init_ov = krv_init_ov;
-    slots.setactiveov = krv_set_active_overview;
-    slots.Wrt_hdr = krv_write_header;
-    slots.Seek = krv_seek;
-    slots.Get_number_of_images = krv_get_number_of_images;
-    slots.Set_Number_of_Images = krv_set_number_of_images;
-    slots.Set_Active_Image = krv_set_active_image;
-    slots.Randomize = krv_randomize;
-    slots.Rewind = krv_rewind;
-    slots.Close = krv_close;
-    slots.Free_specs = krv_free_specs;
-    slots.Get_Image_Offset = krv_get_image_offset;
-    return slots;
-}
-
 } // namespace
 
 bool krv_line_fits(int32_t data_type, uint32_t xsize, bool scannable, int64_t bytes) {
@@ -203,7 +156,7 @@ bool krv_check_header(const CFILE* c, uint8_t* header) {
         // What stands behind the 512 bytes are pixels.
         std::memset(header + KRV_OLD_HEADER_SIZE, 0, KRV_HEADER_SIZE - KRV_OLD_HEADER_SIZE);
         store_f64le(header + KRV_AT_ASPECT_RATIO, 1.0);
-    } else if (load_u16le(header + KRV_AT_VLT_TYPE) == KRV_VLT_BYTES) {
+    } else if (load_u16le(header + KRV_AT_VLT_TYPE) == RZL_VLT_BYTES) {
         // And here they are colours: such a header has no application values and no comment.
         std::memset(header + KRV_SHORT_HEADER_SIZE, 0, KRV_HEADER_SIZE - KRV_SHORT_HEADER_SIZE);
     }
@@ -219,11 +172,11 @@ bool krv_load_image(CFILE* c, int64_t base, const uint8_t* header) {
     uint8_t fresh[KRV_HEADER_SIZE];
     std::memcpy(fresh, header, KRV_HEADER_SIZE);
     uint32_t status = judge_header(c, base, fresh);
-    if (status != 0) return refuse_open(c, status, "header");
+    if (status != 0) return fails(c, status, SOURCE, "header");
     if (!krv_need_ccitt(c, load_u16le(fresh + KRV_AT_DATA_TYPE))) return false;
     uint8_t* table = nullptr;
     bool dropped = false;
-    if (!krv_read_color_table(c, base, fresh, &table, &dropped)) return refuse_open(c, RZL_NO_MEMORY, "color table");
+    if (!krv_read_color_table(c, base, fresh, &table, &dropped)) return fails(c, RZL_NO_MEMORY, SOURCE, "color table");
     drop_image_parts(c);
     if (dropped) set_flag(c, FLAG_DAMAGED, true);
     c->color_table = table;
@@ -258,20 +211,95 @@ void krv_init_spec(CFILE* c) {
     spec->link_from = -1;
 }
 
-bool krv_new_spec(CFILE* c) {
-    c->spec = mem_new<krv_spec>();
-    if (c->spec == nullptr) return refuse_open(c, RZL_NO_MEMORY, "krv_spec");
+int krv_open(CFILE* c, const char*) {
     krv_init_spec(c);
+    uint8_t header[KRV_HEADER_SIZE];
+    if (!krv_read_header(c, 0, 1, header)) return refuse(c, RZL_READ_FAILED, SOURCE, "header");
+    set_flag(c, FLAG_NATIVE, true);
+    return krv_load_image(c, 0, header) ? 0 : 1;
+}
+
+int krv_initialise(CFILE* c) {
+    krv_init_spec(c);
+    c->format = RZL_FORMAT_BYTE;
+    c->compression = 0;
+    c->compression_variant = 0;
+    set_flag(c, FLAG_NATIVE, true);
+    return 0;
+}
+
+// A directory that has grown out of its place in the file gets there with the header, which finds room for it or fails.
+bool krv_flush_directories(CFILE* c) {
+    krv_spec* spec = krv_spec_of(c);
+    if (!is_writable(c) || !has_flag(c, FLAG_OVERVIEWS_CHANGED) || !has_flag(c, FLAG_HEADER_EXISTS)) return true;
+    if (spec->overview_packet == nullptr) return true;
+    if (spec->overview_at == 0) return krv_write_header(c) == 0;
+    size_t bytes = size_t{krv_packet_total(spec->overview_packet)} * 2;
+    if (!io_seek(c, c->base_offset + spec->overview_at) || io_write(c, spec->overview_packet, bytes) != bytes) {
+        return fails(c, RZL_WRITE_FAILED, SOURCE, "overviews");
+    }
+    set_flag(c, FLAG_OVERVIEWS_CHANGED, false);
     return true;
 }
 
-void krv_install_slots(CFILE* c) {
-    install_slots(c, native_slots());
+void krv_close(CFILE* c) {
+    if (c->spec == nullptr) return;
+    (void)krv_finish_coded(c);
+    krv_flush_directories(c); // its status stays on the handle
 }
 
-// No overviews, no further images and no random access there.
-void krv_install_text_slots(CFILE* c) {
-    format_slots slots = native_slots();
+void krv_free_specs(CFILE* c) {
+    set_flag(c, FLAG_NATIVE, false);
+    if (c->spec == nullptr) return;
+    krv_free_packets(c);
+    mem_free(krv_spec_of(c)->code_buffer);
+    krv_spec_of(c)->code_buffer = nullptr;
+}
+
+// ---- the module ----------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr format_slots NATIVE_SLOTS = {
+    .Getline = krv_getline,
+    .Get_line = krv_get_line,
+    .Getline16 = krv_getline16,
+    .Get_line16 = krv_get_line16,
+    .Getlinefromtile = rzl_getline_from_tiles,
+    .Getrleline = krv_getrleline,
+    .Getrlestrip = krv_getrlestrip,
+    .Getinlv = krv_getinlv,
+    .Putline = krv_putline,
+    .Put_line = krv_put_line,
+    .Putline16 = krv_putline16,
+    .Put_line16 = krv_put_line16,
+    .Putrleline = krv_putrleline,
+    .Putinlv = krv_putinlv,
+    .Putlinetotile = rzl_putline_to_tiles,
+    .Get_hdr_data = krv_get_hdr_data,
+    .Set_hdr_data = krv_set_hdr_data,
+    .Get_vlt = krv_get_vlt,
+    .Get_format = krv_get_format,
+    .Get_packet = krv_get_packet,
+    .Put_Packet = krv_put_packet,
+    .copydata = krv_copydata,
+    .init_std_hdr = krv_init_std_hdr,
+    .init_ov = krv_init_ov,
+    .setactiveov = krv_set_active_overview,
+    .Wrt_hdr = krv_write_header,
+    .Seek = krv_seek,
+    .Get_number_of_images = krv_get_number_of_images,
+    .Set_Number_of_Images = krv_set_number_of_images,
+    .Set_Active_Image = krv_set_active_image,
+    .Randomize = krv_randomize,
+    .Rewind = krv_rewind,
+    .Close = krv_close,
+    .Free_specs = krv_free_specs,
+    .Get_Image_Offset = krv_get_image_offset,
+};
+
+// No overviews, no further images and no random access in a file with a text header.
+constexpr format_slots without_images(format_slots slots) {
     slots.Getline16 = nullptr;
     slots.Get_line16 = nullptr;
     slots.Getlinefromtile = nullptr;
@@ -287,71 +315,56 @@ void krv_install_text_slots(CFILE* c) {
     slots.Get_number_of_images = nullptr;
     slots.Set_Number_of_Images = nullptr;
     slots.Set_Active_Image = nullptr;
-    slots.Randomize = nullptr;
     slots.Get_Image_Offset = nullptr;
-    install_slots(c, slots);
+    slots.Randomize = nullptr;
+    return slots;
 }
+constexpr format_slots TEXT_SLOTS = without_images(NATIVE_SLOTS);
 
-CFILE* krv_abandon(CFILE* c) {
-    krv_free_specs(c);
-    abandon_cfile(c);
-    return nullptr;
-}
+constexpr int32_t FORMATS[] = {RZL_FORMAT_BYTE,
+                               RZL_FORMAT_RGB,
+                               RZL_FORMAT_BILEVEL,
+                               RZL_FORMAT_BILEVEL_RUNS,
+                               RZL_FORMAT_BYTE_PAIRS,
+                               RZL_FORMAT_BYTE_RUNS,
+                               RZL_FORMAT_PLANE_RUNS,
+                               RZL_FORMAT_COLOR_RUNS,
+                               RZL_FORMAT_GROUP3,
+                               RZL_FORMAT_GROUP4,
+                               RZL_FORMAT_PACKED_RUNS,
+                               RZL_FORMAT_FOUR,
+                               RZL_FORMAT_FOUR_PLANE_RUNS,
+                               RZL_FORMAT_INT16,
+                               RZL_FORMAT_INT32,
+                               RZL_FORMAT_REAL32,
+                               RZL_FORMAT_INT64,
+                               RZL_FORMAT_REAL64,
+                               RZL_FORMAT_128};
 
-CFILE* krv_open(CFILE* c) {
-    if (!krv_new_spec(c)) return krv_abandon(c);
-    uint8_t header[KRV_HEADER_SIZE];
-    if (!krv_read_header(c, 0, 1, header)) {
-        fail(c, RZL_READ_FAILED, SOURCE, "header");
-        return krv_abandon(c);
-    }
-    c->standard = RZL_STANDARD_KRVN;
-    set_flag(c, FLAG_NATIVE, true);
-    krv_install_slots(c);
-    return krv_load_image(c, 0, header) ? c : krv_abandon(c);
-}
+} // namespace
 
-int krv_initialise(CFILE* c) {
-    if (!krv_new_spec(c)) return 1;
-    c->standard = RZL_STANDARD_KRVN;
-    c->format = RZL_FORMAT_BYTE;
-    c->compression = 0;
-    c->compression_variant = 0;
-    set_flag(c, FLAG_NATIVE, true);
-    krv_install_slots(c);
-    return 0;
-}
+extern const format_module krv_module;
+extern const format_module krv_text_module;
 
-// A directory that has grown out of its place in the file gets there with the header, which finds room for it or fails.
-bool krv_flush_directories(CFILE* c) {
-    krv_spec* spec = krv_spec_of(c);
-    if (!is_writable(c) || !has_flag(c, FLAG_OVERVIEWS_CHANGED) || !has_flag(c, FLAG_HEADER_EXISTS)) return true;
-    if (spec->overview_packet == nullptr) return true;
-    if (spec->overview_at == 0) return krv_write_header(c) == 0;
-    size_t bytes = size_t{krv_packet_total(spec->overview_packet)} * 2;
-    if (!io_seek(c, c->base_offset + spec->overview_at) || io_write(c, spec->overview_packet, bytes) != bytes) {
-        return refuse_open(c, RZL_WRITE_FAILED, "overviews");
-    }
-    set_flag(c, FLAG_OVERVIEWS_CHANGED, false);
-    return true;
-}
+const format_module krv_module = {
+    .word = SOURCE,
+    .squetch_word = "Krvn seek",
+    .slots = &NATIVE_SLOTS,
+    .spec_size = sizeof(krv_spec),
+    .formats = FORMATS,
+    .limits = KRV_LIMITS,
+    .traits = MODULE_TILES | MODULE_RESIZES,
+    .open = krv_open,
+    .initialise = krv_initialise,
+};
 
-void krv_close(CFILE* c) {
-    if (c->spec == nullptr) return;
-    (void)krv_finish_coded(c);
-    krv_flush_directories(c); // its status stays on the handle
-    krv_free_packets(c);
-    mem_free(krv_spec_of(c)->code_buffer);
-    krv_spec_of(c)->code_buffer = nullptr;
-    mem_free(c->line_offsets);
-    c->line_offsets = nullptr;
-    c->line_offset_count = 0;
-}
-
-void krv_free_specs(CFILE* c) {
-    set_flag(c, FLAG_NATIVE, false);
-    if (c->spec == nullptr) return;
-    krv_free_packets(c);
-    mem_free(krv_spec_of(c)->code_buffer);
-    krv_spec_of(c)->code_buffer = nullptr;
-}
+const format_module krv_text_module = {
+    .word = SOURCE,
+    .squetch_word = "Krvn seek",
+    .slots = &TEXT_SLOTS,
+    .spec_size = sizeof(krv_spec),
+    .formats = FORMATS,
+    .limits = KRV_LIMITS,
+    .traits = MODULE_TILES | MODULE_RESIZES,
+    .open = krv_open_text,
+};

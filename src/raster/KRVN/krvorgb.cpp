@@ -15,15 +15,8 @@ struct text_cursor {
     bool failed;
 };
 
-bool is_space(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 void skip_space(text_cursor* text) {
-    while (is_space(*text->next))
+    while (is_blank(*text->next))
         ++text->next;
 }
 
@@ -56,7 +49,7 @@ int32_t take_number_line(text_cursor* text) {
 void pass_word(text_cursor* text) {
     skip_space(text);
     if (*text->next == '\0') text->failed = true;
-    while (*text->next != '\0' && !is_space(*text->next))
+    while (*text->next != '\0' && !is_blank(*text->next))
         ++text->next;
     skip_space(text);
 }
@@ -104,17 +97,12 @@ uint32_t read_text_header(CFILE* c) {
 
 } // namespace
 
-CFILE* krv_open_text(CFILE* c) {
-    if (!krv_new_spec(c)) return krv_abandon(c);
+int krv_open_text(CFILE* c, const char*) {
+    krv_init_spec(c);
     uint32_t status = read_text_header(c);
-    if (status != 0) {
-        fail(c, status, SOURCE, "text header");
-        return krv_abandon(c);
-    }
-    c->standard = RZL_STANDARD_KRVN;
+    if (status != 0) return refuse(c, status, SOURCE, "text header");
     set_flag(c, FLAG_NATIVE, true);
-    krv_install_text_slots(c);
     uint8_t header[KRV_HEADER_SIZE];
     std::memcpy(header, krv_spec_of(c)->header, KRV_HEADER_SIZE);
-    return krv_load_image(c, 0, header) ? c : krv_abandon(c);
+    return krv_load_image(c, 0, header) ? 0 : 1;
 }

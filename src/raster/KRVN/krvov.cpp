@@ -8,7 +8,6 @@
 namespace {
 
 constexpr const char* SOURCE = "KRVN/krvov";
-constexpr uint32_t CLASS_CCITT = 5;
 constexpr int64_t OVERVIEW_ALIGNMENT = 8;
 
 // 32-bit words of a directory of n overviews.

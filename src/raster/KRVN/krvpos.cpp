@@ -5,7 +5,6 @@
 namespace {
 
 constexpr const char* SOURCE = "KRVN/krvpos";
-constexpr uint32_t CLASS_CCITT = 5;
 
 int refuse_seek(CFILE* c, const char* detail) {
     fail(c, RZL_PAST_END, SOURCE, detail);

@@ -9,7 +9,6 @@
 namespace {
 
 constexpr const char* SOURCE = "KRVN/krvrand";
-constexpr uint32_t CLASS_CCITT = 5;
 constexpr int64_t SMALLEST_CODED_LINE = 2; // bytes of a run-coded line
 
 // Entries worth having, for lines of at least `size` bytes.

@@ -56,17 +56,17 @@ bool deliver_entries(CFILE* c, int64_t at, bool bytes_only, uint32_t entries, rz
 
 bool krv_read_color_table(CFILE* c, int64_t base, uint8_t* header, uint8_t** table, bool* dropped) {
     int type = load_u16le(header + KRV_AT_VLT_TYPE);
-    if (type == KRV_VLT_BYTES) store_u32le(header + KRV_AT_VLT_ENTRIES, 256);
+    if (type == RZL_VLT_BYTES) store_u32le(header + KRV_AT_VLT_ENTRIES, 256);
     uint32_t entries = load_u32le(header + KRV_AT_VLT_ENTRIES);
-    if (type == KRV_VLT_NONE || entries == 0) return true;
-    if (type > KRV_VLT_ENTRIES || entries > MOST_ENTRIES) {
+    if (type == RZL_VLT_NONE || entries == 0) return true;
+    if (type > RZL_VLT_ENTRIES || entries > MOST_ENTRIES) {
         rzl_warn("rzl_open_r: WARNING - Color table in file ignored");
         *dropped = true;
         return true;
     }
     auto* block = static_cast<uint8_t*>(mem_alloc_zeroed(TABLE_SIZE));
     if (block == nullptr) return false;
-    bool read = type == KRV_VLT_BYTES ? read_byte_table(c, base + int64_t{KRV_SHORT_HEADER_SIZE}, block)
+    bool read = type == RZL_VLT_BYTES ? read_byte_table(c, base + int64_t{KRV_SHORT_HEADER_SIZE}, block)
                                       : read_entry_table(c, base + int64_t{KRV_HEADER_SIZE}, entries, block);
     if (!read) {
         mem_free(block);
@@ -80,7 +80,7 @@ bool krv_read_color_table(CFILE* c, int64_t base, uint8_t* header, uint8_t** tab
 int krv_get_vlt(CFILE* c, rzl_vlt_entry* entries) {
     const uint8_t* header = krv_spec_of(c)->header;
     int type = load_u16le(header + KRV_AT_VLT_TYPE);
-    if (type != KRV_VLT_BYTES && type != KRV_VLT_ENTRIES) {
+    if (type != RZL_VLT_BYTES && type != RZL_VLT_ENTRIES) {
         fail(c, RZL_NO_VLT, SOURCE, "Krvn getvlt");
         return 1;
     }
@@ -88,7 +88,7 @@ int krv_get_vlt(CFILE* c, rzl_vlt_entry* entries) {
         fail(c, RZL_NEEDS_READ, SOURCE, "Krvn getvlt");
         return 1;
     }
-    bool bytes_only = type == KRV_VLT_BYTES;
+    bool bytes_only = type == RZL_VLT_BYTES;
     int64_t at = c->base_offset + static_cast<int64_t>(bytes_only ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE);
     uint32_t count = load_u32le(header + KRV_AT_VLT_ENTRIES);
     int64_t position = io_tell(c);

@@ -47,14 +47,14 @@ bool vlt_stays(const CFILE* c, const header_plan& plan) {
 void plan_vlt(const CFILE* c, header_plan* plan) {
     int type = load_u16le(plan->header + KRV_AT_VLT_TYPE);
     plan->entries = load_u32le(plan->header + KRV_AT_VLT_ENTRIES);
-    plan->vlt_at = static_cast<int64_t>(type == KRV_VLT_BYTES ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE);
+    plan->vlt_at = static_cast<int64_t>(type == RZL_VLT_BYTES ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE);
     plan->total = KRV_PLAIN_WORDS;
-    if (type == KRV_VLT_ENTRIES) plan->total += rounded_up(plan->entries, VLT_STEP) * int64_t{KRV_VLT_ENTRY_SIZE / 2};
-    if (type == KRV_VLT_BYTES) {
+    if (type == RZL_VLT_ENTRIES) plan->total += rounded_up(plan->entries, VLT_STEP) * int64_t{KRV_VLT_ENTRY_SIZE / 2};
+    if (type == RZL_VLT_BYTES) {
         plan->total = KRV_PLAIN_WORDS - int64_t{KRV_HEADER_SIZE - KRV_SHORT_HEADER_SIZE} / 2 + BYTE_VLT_WORDS;
         store_u32le(plan->header + KRV_AT_VLT_ENTRIES, 256);
     }
-    bool known = type == KRV_VLT_BYTES || type == KRV_VLT_ENTRIES;
+    bool known = type == RZL_VLT_BYTES || type == RZL_VLT_ENTRIES;
     plan->writes_vlt = known && !vlt_stays(c, *plan) && (c->vlt != nullptr || c->color_table != nullptr);
     if (plan->writes_vlt || (known && vlt_stays(c, *plan))) return;
     store_u16le(plan->header + KRV_AT_VLT_TYPE, 0);
@@ -126,8 +126,7 @@ int refuse_content(CFILE* c) {
     return refuse(c, RZL_JPEG_HARDWARE_3, "header");
 }
 
-// ---- the bytes
-// -------------------------------------------------------------------------------------------------------
+// ---- the bytes ------------------------------------------------------------------------------------------------------
 
 uint8_t high_byte(uint16_t value) {
     return static_cast<uint8_t>(value >> 8);
@@ -179,7 +178,7 @@ uint8_t* append_packet(uint8_t* at, const uint8_t* packet) {
 // Everything that stands before the pixel data, in a block of zeros of that size.
 void fill_block(const CFILE* c, const header_plan& plan, uint8_t* block) {
     const krv_spec* spec = krv_spec_of(c);
-    bool bytes_only = load_u16le(plan.header + KRV_AT_VLT_TYPE) == KRV_VLT_BYTES;
+    bool bytes_only = load_u16le(plan.header + KRV_AT_VLT_TYPE) == RZL_VLT_BYTES;
     std::memcpy(block, plan.header, bytes_only ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE);
     if (plan.writes_vlt && bytes_only) fill_byte_vlt(c, plan, block + plan.vlt_at);
     if (plan.writes_vlt && !bytes_only) fill_entry_vlt(c, plan, block + plan.vlt_at);
@@ -199,7 +198,7 @@ bool write_part(CFILE* c, const uint8_t* block, int64_t from, int64_t to) {
 // packets, reserved room.
 bool rewrite_parts(CFILE* c, const header_plan& plan, const uint8_t* block) {
     const krv_spec* spec = krv_spec_of(c);
-    bool bytes_only = load_u16le(plan.header + KRV_AT_VLT_TYPE) == KRV_VLT_BYTES;
+    bool bytes_only = load_u16le(plan.header + KRV_AT_VLT_TYPE) == RZL_VLT_BYTES;
     auto end = static_cast<int64_t>(bytes_only ? KRV_SHORT_HEADER_SIZE : KRV_HEADER_SIZE);
     if (plan.writes_vlt) {
         int64_t entries = rounded_up(plan.entries, VLT_STEP);

@@ -17,7 +17,7 @@
 // that fails leaves the file as it was.
 #pragma once
 
-#include "raster/CORE/cfile.h"
+#include "raster/CORE/module.h"
 #include "support/bytes.h"
 
 enum class cit_coding : uint8_t;
@@ -227,6 +227,10 @@ inline tif_image* tif_image_of(const CFILE* c) {
 
 // ---- values in the file's byte order
 
+inline bool tif_is_big(const CFILE* c) {
+    return tif_spec_of(c)->order == TIF_BIG;
+}
+
 inline uint16_t tif_u16(const tif_spec* spec, const uint8_t* p) {
     return spec->order == TIF_BIG ? load_u16be(p) : load_u16le(p);
 }
@@ -268,13 +272,9 @@ inline bool tif_is_stored(const tif_image* image, uint32_t entry) {
 }
 
 // ---- tifopen
-CFILE* tif_open(CFILE* c);    // for detection: owns the handle
-int tif_initialise(CFILE* c); // for a file being created
-tif_image* tif_new_image();   // defaults of a new file; null without memory
+tif_image* tif_new_image(); // defaults of a new file; null without memory
 void tif_free_image(tif_image* image);
 void tif_drop_segments(CFILE* c); // forgets what reading and writing have at hand; nothing is written
-int tif_refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE()); // 1
-bool tif_fails(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE()); // false
 
 // ---- tifdir
 const uint8_t* tif_find_entry(const tif_spec* spec, const tif_image* image, uint16_t tag); // the last one, or null
@@ -437,17 +437,7 @@ constexpr size_t tif_lzw_bound(size_t length) {
 size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif_lzw_table* table);
 size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_t limit, bool* sound);
 
-// ---- tifsampl: samples of a row
-// `count` samples of a row, as a line of one sample a pixel has them: bytes, 16-bit or 32-bit words; `bits` of 2 to 32.
-void tif_unpack_samples(const uint8_t* row, int bits, uint16_t order, size_t count, uint8_t* line);
-void tif_pack_samples(const uint8_t* line, int bits, uint16_t order, size_t count, uint8_t* row);
-// The same with a byte for every sample, of any number of bits: narrow ones shifted up by `widen`, wide ones cut.
-void tif_unpack_bytes(const uint8_t* row, int bits, uint16_t order, size_t count, bool widen, uint8_t* out);
-void tif_pack_bytes(const uint8_t* in, int bits, uint16_t order, size_t count, bool widen, uint8_t* row);
-// Bilevel rows and lines of words, `width` pixels; what stands behind the last pixel becomes 0. A row can become words
-// where it stands.
-void tif_row_to_words(const uint8_t* row, uint32_t width, uint8_t* words);
-void tif_words_to_row(const uint8_t* words, uint32_t width, uint8_t* row);
+// ---- differences
 // Predictor 2: each sample as the difference to the one `step` samples before it.
-void tif_make_differences(uint8_t* row, int bits, uint16_t order, size_t count, size_t step);
-void tif_undo_differences(uint8_t* row, int bits, uint16_t order, size_t count, size_t step);
+void tif_make_differences(uint8_t* row, int bits, bool big, size_t count, size_t step);
+void tif_undo_differences(uint8_t* row, int bits, bool big, size_t count, size_t step);

@@ -38,7 +38,7 @@ uint64_t coded_bytes(CFILE* c, const tif_image* image, uint32_t entry, uint64_t 
 
 bool read_stored(CFILE* c, const tif_image* image, uint32_t entry, uint8_t* out, size_t bytes) {
     if (bytes != 0 && tif_read_at(c, image->strip_offsets[entry], out, bytes)) return true;
-    return tif_fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
+    return fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
 }
 
 bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) {
@@ -93,7 +93,7 @@ bool need_decoded(CFILE* c, const tif_image* image, uint32_t segment) {
     in->plane_bytes = static_cast<size_t>(std::min(full, coded * tif_expansion(image->compression)) + TIF_LZW_SLACK);
     uint64_t all = 0;
     if (!checked_mul(uint64_t{in->plane_bytes}, static_cast<uint64_t>(shape.planes), &all)) {
-        return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     }
     return tif_need_room(c, &in->decoded, &in->decoded_room, all);
 }
@@ -126,7 +126,7 @@ void undo_predictor(CFILE* c, const tif_image* image, int plane, uint8_t* rows, 
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
     auto step = static_cast<size_t>(shape.together);
     for (size_t at = 0; at + row_bytes <= filled; at += row_bytes)
-        tif_undo_differences(rows + at, image->bits_per_sample[plane], tif_spec_of(c)->order, shape.width * step, step);
+        tif_undo_differences(rows + at, image->bits_per_sample[plane], tif_is_big(c), shape.width * step, step);
 }
 
 bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane) {
@@ -178,7 +178,7 @@ const uint8_t* decoded_row(CFILE* c, const tif_image* image, uint32_t segment, u
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, plane));
     size_t at = row * row_bytes;
     if (at + row_bytes > in->plane_filled[plane]) {
-        tif_fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
+        fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
         return nullptr;
     }
     return in->decoded + static_cast<size_t>(plane) * in->plane_bytes + at;
@@ -190,7 +190,7 @@ const uint8_t* plain_row(CFILE* c, const tif_image* image, uint32_t entry, uint3
     uint64_t at = uint64_t{row} * bytes;
     uint32_t size = entry < image->strip_count ? image->strip_byte_counts[entry] : 0;
     if (!tif_is_stored(image, entry) || (size != 0 && at + bytes > size)) {
-        tif_fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
+        fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
         return nullptr;
     }
     int64_t offset = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
@@ -202,7 +202,7 @@ const uint8_t* plain_row(CFILE* c, const tif_image* image, uint32_t entry, uint3
         into = in->row;
     }
     if (tif_read_at(c, offset, into, bytes)) return into;
-    tif_fails(c, RZL_READ_FAILED, SOURCE, nullptr);
+    fails(c, RZL_READ_FAILED, SOURCE, nullptr);
     return nullptr;
 }
 
@@ -266,7 +266,7 @@ bool note_start(CFILE* c, packed_rows* rows, uint32_t start) {
     if (rows->known == rows->room) {
         uint32_t room = rows->room < 64 ? 64 : rows->room * 2;
         auto* grown = static_cast<uint32_t*>(mem_realloc(rows->starts, size_t{room} * sizeof(uint32_t)));
-        if (grown == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        if (grown == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
         rows->starts = grown;
         rows->room = room;
     }
@@ -296,7 +296,7 @@ const uint8_t* packed_row(CFILE* c, const tif_image* image, uint32_t segment, ui
                                                         rows->bytes - start, into, row_bytes, &used);
         if (!whole) {
             set_flag(c, FLAG_DAMAGED, true);
-            if (c->status == 0) tif_fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
+            if (c->status == 0) fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
             return nullptr;
         }
         if (at + 1 == rows->known && !note_start(c, rows, start + static_cast<uint32_t>(used))) return nullptr;
@@ -326,7 +326,7 @@ const uint8_t* waiting_row(const CFILE* c, uint32_t segment, uint32_t row, int p
 bool open_fax(CFILE* c, const tif_image* image, uint32_t segment) {
     tif_reading* in = &tif_spec_of(c)->in;
     if (in->segment == int64_t{segment} && in->fax != nullptr) return true;
-    if (image->image_width == 0) return tif_fails(c, RZL_READ_FAILED, SOURCE, "image size");
+    if (image->image_width == 0) return fails(c, RZL_READ_FAILED, SOURCE, "image size");
     if (!take_segment(c, image, segment)) return false;
     tif_shape shape = tif_shape_of(image);
     uint32_t rows = tif_rows_of(image, segment);
@@ -335,7 +335,7 @@ bool open_fax(CFILE* c, const tif_image* image, uint32_t segment) {
     if (!read_coded(c, image, segment, bytes)) return false;
     if (image->fill_order != 2) cit_reverse_bytes(in->coded, bytes);
     in->fax = cit_reader_new(tif_fax_coding(image), shape.width, rows, in->coded, bytes, 0);
-    if (in->fax == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (in->fax == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     in->segment = segment;
     return true;
 }
@@ -407,7 +407,7 @@ bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes) {
     mem_free(*block);
     *block = bytes <= PTRDIFF_MAX ? static_cast<uint8_t*>(mem_alloc(static_cast<size_t>(bytes))) : nullptr;
     *room = *block != nullptr ? static_cast<size_t>(bytes) : 0;
-    return *block != nullptr || tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    return *block != nullptr || fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
 }
 
 static const uint8_t* fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
@@ -415,7 +415,7 @@ static const uint8_t* fetch_row(CFILE* c, uint32_t segment, uint32_t row, int pl
     auto bytes = static_cast<size_t>(tif_row_bytes(image, plane));
     if (bytes == 0) {
         // An image without pixels has no rows.
-        tif_fails(c, RZL_READ_FAILED, SOURCE, "image size");
+        fails(c, RZL_READ_FAILED, SOURCE, "image size");
         return nullptr;
     }
     const uint8_t* found = waiting_row(c, segment, row, plane, bytes);
@@ -460,7 +460,7 @@ bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words) {
     const tif_image* image = tif_image_of(c);
     if (!tif_is_fax(image->compression)) {
         const uint8_t* bytes = fetch_row(c, segment, row, 0, nullptr);
-        if (bytes != nullptr) tif_row_to_words(bytes, tif_shape_of(image).width, words);
+        if (bytes != nullptr) bits_to_words(bytes, tif_shape_of(image).width, 0, words);
         return bytes != nullptr;
     }
     const tif_gathering* out = &tif_spec_of(c)->out;
@@ -471,7 +471,7 @@ bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words) {
     }
     if (!open_fax(c, image, segment)) return false;
     uint32_t result = cit_reader_bits(tif_spec_of(c)->in.fax, row, words);
-    if (result == CIT_NO_MEMORY) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (result == CIT_NO_MEMORY) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     if (!cit_succeeded(result)) tell_damage(c);
     return true;
 }
@@ -479,7 +479,7 @@ bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words) {
 uint32_t tif_fetch_runs(CFILE* c, uint32_t segment, uint32_t row, uint16_t* runs, size_t room, size_t* count) {
     if (!open_fax(c, tif_image_of(c), segment)) return CIT_NO_MEMORY; // with the status set
     uint32_t result = cit_reader_runs(tif_spec_of(c)->in.fax, row, runs, room, count);
-    if (result == CIT_NO_MEMORY) tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (result == CIT_NO_MEMORY) fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     if (result != CIT_BAD_DATA) return result;
     tell_damage(c);
     return CIT_OK;
@@ -504,28 +504,8 @@ const uint8_t* byte_row(CFILE* c, uint32_t segment, uint32_t row, int plane, siz
         if (!tif_need_room(c, &out->row, &out->row_room, samples)) return nullptr;
         into = out->row;
     }
-    tif_unpack_bytes(packed, bits, tif_spec_of(c)->order, samples, widens(c), into);
+    unpack_bytes(packed, bits, tif_is_big(c), samples, widens(c), into);
     return into;
-}
-
-void split3(const uint8_t* pixels, size_t count, uint8_t* const* planes) {
-    uint8_t* red = planes[0];
-    uint8_t* green = planes[1];
-    uint8_t* blue = planes[2];
-    for (size_t i = 0; i < count; ++i) {
-        red[i] = pixels[3 * i];
-        green[i] = pixels[3 * i + 1];
-        blue[i] = pixels[3 * i + 2];
-    }
-}
-
-void split_sample(const uint8_t* pixels, size_t count, size_t step, uint8_t* plane) {
-    for (size_t i = 0; i < count; ++i)
-        plane[i] = pixels[i * step];
-}
-
-bool all_given(int channels, uint8_t* const* planes) {
-    return channels >= 3 && planes[0] != nullptr && planes[1] != nullptr && planes[2] != nullptr;
 }
 
 // The fourth sample of red, green, blue is none of the picture: a plane for it is cleared.
@@ -533,25 +513,18 @@ bool drops_sample(const tif_image* image, int sample) {
     return sample == 3 && image->photometric == TIF_RGB;
 }
 
-bool split_pixels(CFILE* c, uint32_t segment, uint32_t row, int channels, uint8_t* const* planes) {
+bool split_row(CFILE* c, uint32_t segment, uint32_t row, int channels, uint8_t* const* planes) {
     const tif_image* image = tif_image_of(c);
     size_t width = tif_shape_of(image).width;
     size_t step = image->samples_per_pixel;
     const uint8_t* pixels = byte_row(c, segment, row, 0, width * step, nullptr);
     if (pixels == nullptr) return false;
-    int first = 0;
-    if (step == 3 && all_given(channels, planes)) {
-        split3(pixels, width, planes);
-        first = 3;
+    size_t given = std::min(static_cast<size_t>(channels), step);
+    if (given > 3 && drops_sample(image, 3)) {
+        if (planes[3] != nullptr) std::memset(planes[3], 0, width);
+        given = 3;
     }
-    for (int s = first; s < channels && s < static_cast<int>(step); ++s) {
-        if (planes[s] == nullptr) continue;
-        if (drops_sample(image, s)) {
-            std::memset(planes[s], 0, width);
-        } else {
-            split_sample(pixels + s, width, step, planes[s]);
-        }
-    }
+    split_pixels(pixels, width, step, planes, given);
     return true;
 }
 
@@ -580,15 +553,15 @@ void spread_pixels(const uint8_t* from, size_t count, size_t samples, uint8_t* p
 bool tif_colour_is_readable(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (image->samples_per_pixel != 3 && image->samples_per_pixel != 4) {
-        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
+        return fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
     }
     bool colour = image->photometric == TIF_RGB || image->photometric == TIF_CMYK;
-    return colour || tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff RGB/CMYK");
+    return colour || fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff RGB/CMYK");
 }
 
 bool tif_colour_planes(CFILE* c, uint32_t segment, uint32_t row, int channels, uint8_t* const* planes) {
     bool apart = tif_shape_of(tif_image_of(c)).planes > 1;
-    return apart ? copy_planes(c, segment, row, channels, planes) : split_pixels(c, segment, row, channels, planes);
+    return apart ? copy_planes(c, segment, row, channels, planes) : split_row(c, segment, row, channels, planes);
 }
 
 bool tif_colour_pixels(CFILE* c, uint32_t segment, uint32_t row, uint8_t* pixels, size_t step) {
@@ -672,13 +645,13 @@ bool tif_band_line(CFILE* c, uint32_t segment, uint32_t row, uint8_t* line) {
     uint32_t width = tif_shape_of(image).width;
     if (tif_is_bilevel(image)) return tif_fetch_bits(c, segment, row, line);
     int bits = tif_bits(image);
-    bool direct = bits == 8 || (bits == 16 && tif_spec_of(c)->order == TIF_LITTLE);
+    bool direct = bits == 8 || (bits == 16 && !tif_is_big(c));
     const uint8_t* bytes = fetch_row(c, segment, row, 0, direct ? line : nullptr);
     if (bytes == nullptr) return false;
     if (bits < 8) {
-        tif_unpack_bytes(bytes, bits, tif_spec_of(c)->order, width, is_widened(c, image), line);
+        unpack_bytes(bytes, bits, tif_is_big(c), width, is_widened(c, image), line);
     } else if (bytes != line) {
-        tif_unpack_samples(bytes, bits, tif_spec_of(c)->order, width, line);
+        unpack_samples(bytes, bits, tif_is_big(c), width, line);
     }
     return true;
 }
@@ -743,7 +716,7 @@ int tif_seek(CFILE* c, int32_t line) {
     const tif_image* image = tif_image_of(c);
     if (has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr) {
         squetch_record* squetch = c->squetch;
-        if (line < 0 || line >= squetch->out_ysize) return tif_refuse(c, RZL_PAST_END, SOURCE, "tiff squetch");
+        if (line < 0 || line >= squetch->out_ysize) return refuse(c, RZL_PAST_END, SOURCE, "tiff squetch");
         double ratio = static_cast<double>(c->ysize) / squetch->out_ysize;
         c->line = static_cast<int32_t>(ratio * line);
         squetch->out_line = line;
@@ -754,7 +727,7 @@ int tif_seek(CFILE* c, int32_t line) {
         c->line = line;
         return 0;
     }
-    if (line < 0 || line >= c->ysize) return tif_refuse(c, RZL_PAST_END, SOURCE, "tiff seek");
+    if (line < 0 || line >= c->ysize) return refuse(c, RZL_PAST_END, SOURCE, "tiff seek");
     const tif_gathering* out = &tif_spec_of(c)->out;
     bool leaves = out->waiting && out->segment != int64_t{line} / image->rows_per_strip;
     if (leaves && !tif_flush_segment(c)) return 1;
@@ -777,7 +750,7 @@ int tif_randomize(CFILE* c) {
     // No longer than the file is: a height can be anything.
     if (static_cast<int64_t>(count) > io_size(c)) return 0;
     c->line_offsets = mem_new_array<uint64_t>(count);
-    if (c->line_offsets == nullptr) return tif_refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (c->line_offsets == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
     for (size_t i = 0; i < count; ++i)
         c->line_offsets[i] = LINE_OFFSET_UNKNOWN;
     if (tif_is_stored(image, 0)) c->line_offsets[0] = image->strip_offsets[0];

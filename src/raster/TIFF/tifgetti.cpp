@@ -27,9 +27,9 @@ bool tile_row(CFILE* c, uint32_t tile, uint32_t row, int channels, uint8_t* cons
 // Makes words of rows where they stand. Rows of whole words, one behind the other, are one long row.
 void rows_to_words(uint8_t* rows, uint32_t count, uint32_t width, size_t pitch) {
     bool joined = width % 16 == 0 && pitch == width / 8 && uint64_t{width} * count <= UINT32_MAX;
-    if (joined) return tif_row_to_words(rows, width * count, rows);
+    if (joined) return bits_to_words(rows, width * count, 0, rows);
     for (uint32_t row = 0; row < count; ++row)
-        tif_row_to_words(rows + row * pitch, width, rows + row * pitch);
+        bits_to_words(rows + row * pitch, width, 0, rows + row * pitch);
 }
 
 // Rows that only have to be moved, of a tile that is plain or decoded whole. How many were; the others go one by one.
@@ -49,7 +49,7 @@ uint32_t move_rows(CFILE* c, uint32_t tile, uint32_t rows, uint8_t* plane, size_
     rows = static_cast<uint32_t>(std::min<size_t>(rows, bytes / row_bytes));
     for (uint32_t row = 0; row < rows; ++row) {
         if (bilevel) {
-            tif_row_to_words(block + row * row_bytes, image->tile_width, plane + row * pitch);
+            bits_to_words(block + row * row_bytes, image->tile_width, 0, plane + row * pitch);
         } else {
             std::memcpy(plane + row * pitch, block + row * row_bytes, row_bytes);
         }
@@ -131,7 +131,7 @@ static bool tile_is_readable(CFILE* c) {
     if (image->samples_per_pixel != 1 && !tif_colour_is_readable(c)) return false;
     bool planes = tif_shape_of(image).planes > 1;
     if (!planes || image->compression == TIF_PLAIN || image->compression == TIF_PACKBITS) return true;
-    return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
+    return fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
 }
 
 static bool tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch) {

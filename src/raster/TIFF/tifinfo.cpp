@@ -32,7 +32,7 @@ const tif_user_tag* find_added(const tif_image* image, uint16_t tag) {
 // Values of up to four bytes are in the record itself.
 int give_value(CFILE* c, rzl_user_tag* tag, const uint8_t* values) {
     uint64_t bytes = tif_value_bytes(tag->type, tag->count);
-    if (bytes > 4 && tag->data.pointer == nullptr) return tif_refuse(c, RZL_NO_OUTPUT_BUFFER_2, SOURCE, nullptr);
+    if (bytes > 4 && tag->data.pointer == nullptr) return refuse(c, RZL_NO_OUTPUT_BUFFER_2, SOURCE, nullptr);
     void* to = bytes > 4 ? tag->data.pointer : static_cast<void*>(tag->data.bytes);
     if (bytes <= 4) std::memset(tag->data.bytes, 0, sizeof tag->data.bytes);
     std::memcpy(to, values, static_cast<size_t>(bytes));
@@ -45,10 +45,10 @@ int give_stored(CFILE* c, const uint8_t* entry, rzl_user_tag* tag) {
     uint8_t small[4];
     tif_copy_values(spec, tag->type, small, entry + 8, bytes <= 4 ? tag->count : 0);
     if (bytes <= 4 || tag->data.pointer == nullptr) return give_value(c, tag, small);
-    if (static_cast<int64_t>(bytes) > io_size(c)) return tif_refuse(c, RZL_READ_FAILED, SOURCE, "user tag");
+    if (static_cast<int64_t>(bytes) > io_size(c)) return refuse(c, RZL_READ_FAILED, SOURCE, "user tag");
     auto* to = static_cast<uint8_t*>(tag->data.pointer);
     if (!tif_read_at(c, tif_u32(spec, entry + 8), to, static_cast<size_t>(bytes))) {
-        return tif_refuse(c, RZL_READ_FAILED, SOURCE, "user tag");
+        return refuse(c, RZL_READ_FAILED, SOURCE, "user tag");
     }
     tif_copy_values(spec, tag->type, to, to, tag->count);
     return 0;
@@ -61,10 +61,10 @@ static int get_user_tag(CFILE* c, rzl_user_tag* tag) {
     const tif_image* image = spec->image;
     const uint8_t* entry = tif_find_entry(spec, image, tag->tag);
     const tif_user_tag* added = find_added(image, tag->tag);
-    if (entry == nullptr && added == nullptr) return tif_refuse(c, RZL_NO_SUCH_TAG, SOURCE, "Tag not found.\n");
+    if (entry == nullptr && added == nullptr) return refuse(c, RZL_NO_SUCH_TAG, SOURCE, "Tag not found.\n");
     tag->type = added != nullptr ? added->type : tif_u16(spec, entry + 2);
     tag->count = added != nullptr ? added->count : tif_u32(spec, entry + 4);
-    if (tif_type_size(tag->type) == 0) return tif_refuse(c, RZL_NO_SUCH_TAG, SOURCE, "Invalid user tag");
+    if (tif_type_size(tag->type) == 0) return refuse(c, RZL_NO_SUCH_TAG, SOURCE, "Invalid user tag");
     if (c->mode == MODE_WRITE) return 0; // what is in the file can't be read back
     return added != nullptr ? give_value(c, tag, added->data) : give_stored(c, entry, tag);
 }
@@ -89,14 +89,14 @@ static int add_user_tag(CFILE* c, const rzl_user_tag* tag) {
     bool own = tif_is_managed(tag->tag) || tag->tag == TIF_TAG_PACKETS; // only the module writes those
     uint64_t bytes = tif_value_bytes(tag->type, tag->count);
     bool given = bytes <= 4 || tag->data.pointer != nullptr;
-    if (own || !given || tag->count == 0) return tif_refuse(c, RZL_NO_SUCH_TAG, SOURCE, "Tag not found");
-    if (bytes > INT32_MAX) return tif_refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "user tag");
+    if (own || !given || tag->count == 0) return refuse(c, RZL_NO_SUCH_TAG, SOURCE, "Tag not found");
+    if (bytes > INT32_MAX) return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "user tag");
     if (tif_type_size(tag->type) == 0 && debug_level() != 0) {
         rzl_report(RZL_NO_SUCH_TAG, SOURCE, __LINE__, "Bad generic tag");
     }
     const void* values = bytes > 4 ? tag->data.pointer : static_cast<const void*>(tag->data.bytes);
     if (!tif_keep_user_tag(image, tag->tag, tag->type, tag->count, values)) {
-        return tif_refuse(c, RZL_NO_MEMORY, SOURCE, "user tag");
+        return refuse(c, RZL_NO_MEMORY, SOURCE, "user tag");
     }
     return 0;
 }
@@ -129,12 +129,12 @@ bool read_words(CFILE* c, int64_t place, uint16_t* words, size_t count) {
 // Reads all words of the tag into `words`. False: damaged, with the status set.
 bool read_packets(CFILE* c, const tif_image* image, uint16_t* words) {
     if (!read_words(c, image->packet_offset, words, image->packet_words)) {
-        return tif_fails(c, RZL_READ_FAILED, SOURCE, "Packet data");
+        return fails(c, RZL_READ_FAILED, SOURCE, "Packet data");
     }
     uint64_t at = 0;
     while (at + HEAD_WORDS <= image->packet_words) {
         uint64_t end = at + HEAD_WORDS + head_of(words + at).words;
-        if (end > image->packet_words) return tif_fails(c, RZL_READ_FAILED, SOURCE, "Packet data");
+        if (end > image->packet_words) return fails(c, RZL_READ_FAILED, SOURCE, "Packet data");
         at = end;
     }
     return true;
@@ -201,12 +201,12 @@ bool tif_find_transform(CFILE* c, tif_image* image) {
 int tif_get_packet(CFILE* c, void* buffer) {
     const tif_image* image = tif_image_of(c);
     if (image->packet_offset == 0 || image->packet_words < 1) {
-        return tif_refuse(c, RZL_NO_PACKETS, SOURCE, "Application packet not found");
+        return refuse(c, RZL_NO_PACKETS, SOURCE, "Application packet not found");
     }
     mem_guard<uint16_t> words(nullptr);
     // The caller's buffer need not be aligned, and is not touched by packets that are damaged.
     if (int64_t{image->packet_words} * 2 <= io_size(c)) words.block = mem_new_array<uint16_t>(image->packet_words);
-    if (!words) return tif_refuse(c, RZL_READ_FAILED, SOURCE, "Packet data");
+    if (!words) return refuse(c, RZL_READ_FAILED, SOURCE, "Packet data");
     if (!read_packets(c, image, words.get())) return 1;
     std::memcpy(buffer, words.get(), size_t{image->packet_words} * 2);
     return 0;
@@ -233,7 +233,7 @@ bool tif_make_packets(CFILE* c, tif_image* image, uint8_t** packets, uint32_t* c
     uint32_t head = transform ? HEAD_WORDS + TRANSFORM_WORDS : 0;
     if (words > UINT32_MAX - head || words + head == 0) return true;
     mem_guard<uint16_t> block(mem_new_array<uint16_t>(size_t{words} + head));
-    if (!block) return tif_fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
+    if (!block) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
     if (given && !gather_packets(c, image, block.get() + head)) return false;
     words = drop_transform(block.get() + head, words);
     if (transform) {
@@ -309,7 +309,7 @@ bool tif_make_color_table(CFILE* c, const tif_image* image) {
 int tif_get_vlt(CFILE* c, rzl_vlt_entry* entries) {
     const tif_image* image = tif_image_of(c);
     if ((image->flags & TIF_HAS_MAP) == 0 || image->colour_map == nullptr) {
-        return tif_refuse(c, RZL_NO_VLT, SOURCE, "tif get vlt");
+        return refuse(c, RZL_NO_VLT, SOURCE, "tif get vlt");
     }
     size_t count = size_t{1} << tif_bits(image);
     for (size_t i = 0; i < TIF_MAP_ENTRIES; ++i) {
@@ -432,7 +432,7 @@ constexpr int32_t OVERVIEW_TILE_STEP = 32;
 constexpr int32_t MAX_TILE = 65535; // a 16-bit value in the file
 
 int refuse_value(CFILE* c) {
-    return tif_refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "field value");
+    return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "field value");
 }
 
 // ---- resolution, orientation
@@ -497,7 +497,7 @@ int set_height(CFILE* c, int32_t value) {
 int set_layout_word(CFILE* c, uint16_t* member, int32_t value, bool possible) {
     if (value == *member) return 0;
     if (!possible) return refuse_value(c);
-    if (!can_change_layout(c)) return tif_refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+    if (!can_change_layout(c)) return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
     *member = static_cast<uint16_t>(value);
     return 0;
 }
@@ -506,7 +506,7 @@ int set_compression(CFILE* c, int32_t value) {
     tif_image* image = tif_image_of(c);
     if (value == 0) value = TIF_PLAIN;
     bool known = (value >= TIF_PLAIN && value <= TIF_LZW) || value == TIF_PACKBITS;
-    if (!known) return tif_refuse(c, RZL_UNSUP_TIFF, SOURCE, "Tiff compression type");
+    if (!known) return refuse(c, RZL_UNSUP_TIFF, SOURCE, "Tiff compression type");
     if (set_layout_word(c, &image->compression, value, true) != 0) return 1;
     // Bits that were asked for wait on the handle for the header.
     int32_t bits = c->bits;
@@ -521,7 +521,7 @@ int set_strip_rows(CFILE* c, int32_t value) {
     tif_image* image = tif_image_of(c);
     auto rows = static_cast<uint32_t>(value);
     if (rows == image->rows_per_strip) return 0;
-    if (!can_change_layout(c)) return tif_refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+    if (!can_change_layout(c)) return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
     image->rows_per_strip = rows;
     return 0;
 }
@@ -529,7 +529,7 @@ int set_strip_rows(CFILE* c, int32_t value) {
 // The core has made the tile record.
 int check_tile(CFILE* c, int32_t value, int32_t step) {
     bool fits = value >= 0 && value <= MAX_TILE && value % step == 0;
-    return fits ? 0 : tif_refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "Invalid tile size");
+    return fits ? 0 : refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "Invalid tile size");
 }
 
 int set_format(CFILE* c, int32_t format) {
@@ -540,9 +540,9 @@ int set_format(CFILE* c, int32_t format) {
 
 int set_vlt_type(CFILE* c, int32_t type) {
     tif_image* image = tif_image_of(c);
-    if (type < 0 || type > 2) return tif_refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+    if (type < 0 || type > 2) return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
     if (!can_change_layout(c) && (type == 0) == ((image->flags & TIF_HAS_MAP) != 0)) {
-        return tif_refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
     }
     if (type == 0) {
         image->flags &= ~uint32_t{TIF_HAS_MAP};
@@ -561,7 +561,7 @@ int set_vlt_entries(CFILE* c, int32_t count) {
     bool asked = image->colour_map_count != 0;
     bool map = count != 0 && (asked || (image->flags & TIF_HAS_MAP) != 0);
     if (!can_change_layout(c) && map != ((image->flags & TIF_HAS_MAP) != 0)) {
-        return tif_refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
     }
     image->flags = map ? image->flags | TIF_HAS_MAP : image->flags & ~uint32_t{TIF_HAS_MAP};
     image->colour_map_count = count;
@@ -621,7 +621,7 @@ int set_base_number(CFILE* c, int32_t field, int32_t value) {
 // With an overview active: its size, its tiles, its register.
 int set_overview_number(CFILE* c, int32_t field, int32_t value) {
     tif_image* image = tif_image_of(c);
-    if (image->previous == nullptr) return tif_refuse(c, RZL_NO_OVERVIEWS, SOURCE, "No overviews");
+    if (image->previous == nullptr) return refuse(c, RZL_NO_OVERVIEWS, SOURCE, "No overviews");
     bool fresh = (image->flags & TIF_IN_FILE) == 0 && image->strip_offsets == nullptr;
     switch (field) {
     case RZL_FIELD_XSIZE:
@@ -636,7 +636,7 @@ int set_overview_number(CFILE* c, int32_t field, int32_t value) {
     }
     case RZL_FIELD_TILE_WIDTH:
     case RZL_FIELD_TILE_HEIGHT:
-        if (!fresh) return tif_refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        if (!fresh) return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
         return check_tile(c, value, OVERVIEW_TILE_STEP);
     case RZL_FIELD_OVERVIEW_VALUE:
         image->flag_registers[0] = static_cast<uint32_t>(value) & 3;

@@ -92,7 +92,7 @@ tif_image* add_record(CFILE* c, const tif_image* like, uint32_t subfile_type) {
 // A further image of the size and kind of the one in hand.
 int append_image(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
-    if ((spec->image->flags & TIF_IN_FILE) == 0) return tif_refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+    if ((spec->image->flags & TIF_IN_FILE) == 0) return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
     tif_image* image = add_record(c, spec->image, 2);
     if (image == nullptr) return 1;
     image->image_width = spec->image->image_width;
@@ -137,7 +137,7 @@ bool tif_activate(CFILE* c, tif_image* image) {
     if ((image->flags & TIF_IN_FILE) != 0) {
         const char* detail = nullptr;
         uint32_t status = tif_judge(c, image, &detail);
-        if (status != 0) return tif_fails(c, status, SOURCE, detail);
+        if (status != 0) return fails(c, status, SOURCE, detail);
         if (!tif_load_arrays(c, image)) return false;
         // Packets that are damaged leave the image without a transformation.
         if ((image->flags & TIF_HAS_TRANSFORM) == 0) (void)tif_find_transform(c, image);
@@ -174,7 +174,7 @@ int tif_set_active_image(CFILE* c, int32_t number) {
     int32_t count = tif_get_number_of_images(c);
     bool appends = number == count && is_writable(c);
     if (!several || number < 0 || (number >= count && !appends)) {
-        return tif_refuse(c, RZL_NO_SUCH_IMAGE, SOURCE, "Invalid image number");
+        return refuse(c, RZL_NO_SUCH_IMAGE, SOURCE, "Invalid image number");
     }
     if (finish_active(c) != 0) return 1;
     if (appends ? append_image(c) != 0 : !tif_activate(c, find_image(c, number))) return 1;
@@ -214,11 +214,11 @@ uint32_t tif_overview_count(const tif_spec* spec) {
 int tif_set_overview_count(CFILE* c, int32_t count) {
     tif_spec* spec = tif_spec_of(c);
     if (count < 0 || count > MAX_OVERVIEWS || has_flag(c, FLAG_MULTI_IMAGE)) {
-        return tif_refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "overviews");
+        return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "overviews");
     }
     auto now = static_cast<int32_t>(tif_overview_count(spec));
     for (; now > count; --now)
-        if (!drop_last(spec)) return tif_refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "overviews");
+        if (!drop_last(spec)) return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "overviews");
     for (; now < count; ++now) {
         const tif_image* last = spec->first;
         while (last->next != nullptr)
@@ -232,7 +232,7 @@ int tif_set_active_overview(CFILE* c, int32_t overview) {
     tif_spec* spec = tif_spec_of(c);
     if (overview < 0) overview = OVERVIEW_BASE;
     if (overview != c->active_overview && overview >= static_cast<int32_t>(tif_overview_count(spec))) {
-        return tif_refuse(c, RZL_NO_SUCH_OVERVIEW, SOURCE, nullptr);
+        return refuse(c, RZL_NO_SUCH_OVERVIEW, SOURCE, nullptr);
     }
     if (is_writable(c) && tif_finish_image(c) != 0) return 1;
     tif_image* image = has_flag(c, FLAG_MULTI_IMAGE) ? spec->image : spec->first;
@@ -240,7 +240,7 @@ int tif_set_active_overview(CFILE* c, int32_t overview) {
         image = image->next;
     // The chain of the file begins with the main image.
     if (image != spec->first && (spec->first->flags & TIF_IN_FILE) == 0) {
-        return tif_refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+        return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
     }
     bool header = has_flag(c, FLAG_HEADER_EXISTS);
     if (image == spec->image) {

@@ -165,10 +165,10 @@ bool take_entry(CFILE* c, tif_image* image, const uint8_t* entry) {
     case TIF_TAG_STRIP_OFFSETS:
     case TIF_TAG_STRIP_COUNTS: image->given_strips = tif_u32(spec, entry + 4); return true;
     case TIF_TAG_MIN:
-    case TIF_TAG_SMIN: return read_limits(c, entry, image->min_sample) || tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+    case TIF_TAG_SMIN: return read_limits(c, entry, image->min_sample) || fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     case TIF_TAG_MAX:
-    case TIF_TAG_SMAX: return read_limits(c, entry, image->max_sample) || tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
-    case TIF_TAG_REGISTERS: return read_registers(c, entry, image) || tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+    case TIF_TAG_SMAX: return read_limits(c, entry, image->max_sample) || fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+    case TIF_TAG_REGISTERS: return read_registers(c, entry, image) || fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     case TIF_TAG_PACKETS: take_packets(c, entry, image); return true;
     default: return true;
     }
@@ -187,8 +187,8 @@ bool read_bits(CFILE* c, tif_image* image) {
     }
     uint32_t count = tif_u32(spec, entry + 4);
     if (count != 1 && count != image->samples_per_pixel)
-        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "# BPS entries != SPP");
-    if (tif_read_numbers(c, entry, bits, TIF_MAX_SAMPLES) < 0) return tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+        return fails(c, RZL_UNSUP_TIFF, SOURCE, "# BPS entries != SPP");
+    if (tif_read_numbers(c, entry, bits, TIF_MAX_SAMPLES) < 0) return fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     // One value holds for all samples.
     for (uint32_t i = 0; i < TIF_MAX_SAMPLES; ++i)
         image->bits_per_sample[i] = static_cast<uint16_t>(std::min(bits[i < count ? i : 0], uint32_t{UINT16_MAX}));
@@ -198,7 +198,7 @@ bool read_bits(CFILE* c, tif_image* image) {
 bool read_resolution(CFILE* c, const tif_image* image, uint16_t tag, uint32_t* value) {
     const uint8_t* entry = tif_find_entry(tif_spec_of(c), image, tag);
     if (entry == nullptr) return true;
-    return read_longs(c, entry, value, 2) || tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+    return read_longs(c, entry, value, 2) || fails(c, RZL_READ_FAILED, SOURCE, "IFD");
 }
 
 bool read_colour_map(CFILE* c, tif_image* image) {
@@ -207,12 +207,11 @@ bool read_colour_map(CFILE* c, tif_image* image) {
     if (entry == nullptr) return true;
     size_t values = size_t{3} << tif_bits(image);
     if (tif_u16(spec, entry + 2) != TIF_SHORT || tif_u32(spec, entry + 4) < values) {
-        return tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+        return fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     }
-    if (image->colour_map == nullptr && !tif_need_map(image)) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (image->colour_map == nullptr && !tif_need_map(image)) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     uint8_t block[3 * TIF_MAP_ENTRIES * 2] = {};
-    if (!tif_read_at(c, tif_u32(spec, entry + 8), block, values * 2))
-        return tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+    if (!tif_read_at(c, tif_u32(spec, entry + 8), block, values * 2)) return fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     for (size_t i = 0; i < values; ++i)
         image->colour_map[i] = tif_u16(spec, block + i * 2);
     image->flags |= TIF_HAS_MAP;
@@ -223,7 +222,7 @@ bool read_colour_map(CFILE* c, tif_image* image) {
 // Tables have a place for 8-bit samples, and a pixel for 4: what goes beyond is refused before anything is taken of it.
 bool fits_record(CFILE* c, const tif_image* image) {
     if (image->samples_per_pixel == 0 || image->samples_per_pixel > TIF_MAX_SAMPLES) {
-        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
+        return fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
     }
     return true;
 }
@@ -231,8 +230,7 @@ bool tables_fit(CFILE* c, const tif_image* image) {
     const tif_spec* spec = tif_spec_of(c);
     for (uint16_t tag : {TIF_TAG_GRAY_CURVE, TIF_TAG_COLOUR_CURVE, TIF_TAG_COLOUR_MAP}) {
         if (tif_find_entry(spec, image, tag) == nullptr) continue;
-        if (tif_bits(image) == 0 || tif_bits(image) > 8)
-            return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
+        if (tif_bits(image) == 0 || tif_bits(image) > 8) return fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
     }
     return true;
 }
@@ -246,7 +244,7 @@ bool lay_out_tiles(CFILE* c, tif_image* image) {
         return true;
     }
     if (image->tile_width == 0 || image->tile_length == 0)
-        return tif_fails(c, RZL_BAD_TILE_SIZE, SOURCE, "Invalid tile size");
+        return fails(c, RZL_BAD_TILE_SIZE, SOURCE, "Invalid tile size");
     image->flags |= TIF_TILED;
     tif_count_tiles(image);
     image->rows_per_strip = image->tile_length;
@@ -292,15 +290,15 @@ tif_image* record_after(const tif_image* before) {
 bool read_entries(CFILE* c, tif_image* image, uint64_t* bytes_left) {
     const tif_spec* spec = tif_spec_of(c);
     uint8_t count[2];
-    if (!tif_read_at(c, image->ifd_offset, count, 2)) return tif_fails(c, RZL_READ_FAILED, SOURCE, "entry_count");
+    if (!tif_read_at(c, image->ifd_offset, count, 2)) return fails(c, RZL_READ_FAILED, SOURCE, "entry_count");
     image->entry_count = tif_u16(spec, count);
     size_t bytes = size_t{image->entry_count} * TIF_ENTRY_SIZE;
-    if (bytes + 6 > *bytes_left) return tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+    if (bytes + 6 > *bytes_left) return fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     *bytes_left -= bytes + 6;
     image->entries = static_cast<uint8_t*>(mem_alloc(bytes));
-    if (image->entries == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (image->entries == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     if (!tif_read_at(c, int64_t{image->ifd_offset} + 2, image->entries, bytes)) {
-        return tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+        return fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     }
     return true;
 }
@@ -318,7 +316,7 @@ bool read_directory(CFILE* c, tif_image* image, uint64_t* bytes_left) {
     if (!read_colour_map(c, image)) return false;
     int64_t at = int64_t{image->ifd_offset} + 2 + int64_t{image->entry_count} * int64_t{TIF_ENTRY_SIZE};
     uint8_t next[4];
-    if (!tif_read_at(c, at, next, 4)) return tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD offset");
+    if (!tif_read_at(c, at, next, 4)) return fails(c, RZL_READ_FAILED, SOURCE, "IFD offset");
     image->next_ifd_pos = static_cast<uint32_t>(at);
     image->next_ifd = tif_u32(spec, next);
     return true;
@@ -339,11 +337,11 @@ bool chain_goes_on(CFILE* c, tif_image* image, offset_set* passed, uint64_t byte
     bool known = false;
     if (image->next_ifd == 0) return false;
     if (image->next_ifd < TIF_FIRST_OFFSET) {
-        *failed = !tif_fails(c, RZL_READ_FAILED, SOURCE, "Invalid ifd_offset");
+        *failed = !fails(c, RZL_READ_FAILED, SOURCE, "Invalid ifd_offset");
         return false;
     }
     if (!add_offset(passed, image->next_ifd, &known)) {
-        *failed = !tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        *failed = !fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
         return false;
     }
     if (!known && bytes_left > 6) return true;
@@ -359,12 +357,12 @@ bool read_directories(CFILE* c, offset_set* passed) {
     bool ignored = false;
     bool failed = false;
     size_t count = 0;
-    if (!add_offset(passed, spec->first_ifd, &ignored)) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (!add_offset(passed, spec->first_ifd, &ignored)) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     tif_image* last = nullptr;
     uint32_t offset = spec->first_ifd;
     do {
         tif_image* image = record_after(last);
-        if (image == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        if (image == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
         image->ifd_offset = offset;
         image->previous = last;
         (last != nullptr ? last->next : spec->first) = image;
@@ -384,17 +382,17 @@ constexpr uint16_t BIG_TIFF = 43; // the version whose offsets have 64 bits
 bool read_file_header(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     uint8_t header[8];
-    if (!tif_read_at(c, 0, header, 2)) return tif_fails(c, RZL_READ_FAILED, SOURCE, "byte order");
+    if (!tif_read_at(c, 0, header, 2)) return fails(c, RZL_READ_FAILED, SOURCE, "byte order");
     spec->order = load_u16le(header);
-    if (spec->order != TIF_LITTLE && spec->order != TIF_BIG) return tif_fails(c, RZL_READ_FAILED, SOURCE, "byte order");
+    if (spec->order != TIF_LITTLE && spec->order != TIF_BIG) return fails(c, RZL_READ_FAILED, SOURCE, "byte order");
     bool versioned = tif_read_at(c, 2, header + 2, 2);
-    if (versioned && tif_u16(spec, header + 2) == BIG_TIFF) return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "BigTIFF");
+    if (versioned && tif_u16(spec, header + 2) == BIG_TIFF) return fails(c, RZL_UNSUP_TIFF, SOURCE, "BigTIFF");
     if (!versioned || tif_u16(spec, header + 2) != TIF_VERSION) {
-        return tif_fails(c, RZL_READ_FAILED, SOURCE, "version number");
+        return fails(c, RZL_READ_FAILED, SOURCE, "version number");
     }
-    if (!tif_read_at(c, 4, header + 4, 4)) return tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD offset");
+    if (!tif_read_at(c, 4, header + 4, 4)) return fails(c, RZL_READ_FAILED, SOURCE, "IFD offset");
     spec->first_ifd = tif_u32(spec, header + 4);
-    if (spec->first_ifd < TIF_FIRST_OFFSET) return tif_fails(c, RZL_READ_FAILED, SOURCE, "Invalid ifd_offset");
+    if (spec->first_ifd < TIF_FIRST_OFFSET) return fails(c, RZL_READ_FAILED, SOURCE, "Invalid ifd_offset");
     return true;
 }
 
@@ -420,6 +418,12 @@ void complete_single_strip(CFILE* c, tif_image* image) {
 }
 
 } // namespace
+
+void tif_copy_values(const tif_spec* spec, uint16_t type, uint8_t* to, const uint8_t* from, size_t count) {
+    int bits = type == TIF_SHORT ? 16 : type == TIF_LONG || type == TIF_RATIONAL ? 32 : 8;
+    if (type == TIF_RATIONAL) count *= 2;
+    unpack_samples(from, bits, spec->order == TIF_BIG, count, to);
+}
 
 bool tif_read_at(CFILE* c, int64_t offset, void* out, size_t bytes) {
     int64_t place = 0;
@@ -474,10 +478,10 @@ bool tif_load_arrays(CFILE* c, tif_image* image) {
     image->strip_offsets = static_cast<uint32_t*>(mem_alloc_zeroed(size_t{count} * sizeof(uint32_t)));
     image->strip_byte_counts = static_cast<uint32_t*>(mem_alloc_zeroed(size_t{count} * sizeof(uint32_t)));
     if (image->strip_offsets == nullptr || image->strip_byte_counts == nullptr) {
-        tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     } else if ((offsets != nullptr && tif_read_numbers(c, offsets, image->strip_offsets, count) < 0) ||
                (counts != nullptr && tif_read_numbers(c, counts, image->strip_byte_counts, count) < 0)) {
-        tif_fails(c, RZL_READ_FAILED, SOURCE, "IFD");
+        fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     } else {
         image->strip_count = count;
         complete_single_strip(c, image);
@@ -549,16 +553,6 @@ uint32_t judge_samples(const tif_image* image, const char** detail) {
 }
 
 } // namespace
-
-int tif_refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line) {
-    fail(c, status, source, detail, line);
-    return 1;
-}
-
-bool tif_fails(CFILE* c, uint32_t status, const char* source, const char* detail, int line) {
-    fail(c, status, source, detail, line);
-    return false;
-}
 
 uint32_t tif_judge(CFILE* c, const tif_image* image, const char** detail) {
     uint32_t status = judge_coding(image, detail);
@@ -643,78 +637,26 @@ void free_specs(CFILE* c) {
         image = next;
     }
     spec->first = spec->image = nullptr;
-    mem_free(c->line_offsets);
-    c->line_offsets = nullptr;
-    c->line_offset_count = 0;
     set_flag(c, FLAG_PADDED_TILES, false);
 }
 
+// Its status stays on the handle.
 void close_file(CFILE* c) {
+    const tif_spec* spec = tif_spec_of(c);
+    if (spec != nullptr && spec->image != nullptr && is_writable(c)) (void)tif_finish_image(c);
+}
+
+int64_t first_offset(CFILE*) {
+    return TIF_FIRST_OFFSET;
+}
+
+void start_spec(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
-    if (spec == nullptr) return;
-    if (spec->image != nullptr && is_writable(c)) (void)tif_finish_image(c); // its status stays on the handle
-    free_specs(c);
-}
-
-format_slots tiff_slots() {
-    format_slots slots{};
-    slots.Getline = tif_getline;
-    slots.Get_line = tif_get_line;
-    slots.Getlinefromtile = tif_getline_from_tiles;
-    slots.Getrleline = tif_get_rle_line;
-    slots.Getinlv = tif_get_interleaved_line;
-    slots.Putline = tif_putline;
-    slots.Put_line = tif_put_line;
-    slots.Putrleline = tif_put_rle_line;
-    slots.Putinlv = tif_put_interleaved_line;
-    slots.Putlinetotile = tif_putline_to_tiles;
-    slots.Gettile = tif_get_tile;
-    slots.Puttile = tif_put_tile;
-    slots.Getrletile = tif_get_rle_tile;
-    slots.Get_hdr_data = tif_get_hdr_data;
-    slots.Set_hdr_data = tif_set_hdr_data;
-    slots.Get_stat = tif_get_stat;
-    slots.Set_stat = tif_set_stat;
-    slots.Get_vlt = tif_get_vlt;
-    slots.Get_format = tif_get_format;
-    slots.Get_packet = tif_get_packet;
-    slots.Put_Packet = tif_put_packet;
-    slots.copydata = tif_copydata;
-    slots.init_std_hdr = tif_init_std_hdr;
-    slots.init_ov = tif_init_ov;
-    slots.setactiveov = tif_set_active_overview;
-    slots.Wrt_hdr = tif_write_header;
-    slots.Seek = tif_seek;
-    slots.Get_number_of_images = tif_get_number_of_images;
-    slots.Set_Number_of_Images = tif_set_number_of_images;
-    slots.Set_Active_Image = tif_set_active_image;
-    slots.Randomize = tif_randomize;
-    slots.Rewind = tif_rewind;
-    slots.Close = close_file;
-    slots.Free_specs = free_specs;
-    slots.Get_Image_Offset = [](CFILE*) { return int64_t{TIF_FIRST_OFFSET}; };
-    return slots;
-}
-
-bool make_spec(CFILE* c) {
-    auto* spec = mem_new<tif_spec>();
-    c->spec = spec;
-    if (spec == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     spec->order = TIF_LITTLE;
     spec->begun = c->mode == MODE_READ || c->mode == MODE_UPDATE;
     spec->end = spec->begun ? io_size(c) : c->base_offset;
     spec->in.segment = spec->out.segment = -1;
-    c->standard = RZL_STANDARD_TIFF;
     set_flag(c, FLAG_PADDED_TILES, true);
-    set_flag(c, FLAG_NATIVE, false);
-    install_slots(c, tiff_slots());
-    return true;
-}
-
-CFILE* give_up(CFILE* c) {
-    free_specs(c);
-    abandon_cfile(c);
-    return nullptr;
 }
 
 // Images behind the main one are its overviews as long as all of them are reduced.
@@ -723,27 +665,109 @@ void classify_chain(CFILE* c) {
         if ((image->subfile_type & 1) == 0) set_flag(c, FLAG_MULTI_IMAGE, true);
 }
 
-} // namespace
-
-CFILE* tif_open(CFILE* c) {
-    if (!make_spec(c) || !read_chain(c)) return give_up(c);
+int open_file(CFILE* c, const char*) {
+    start_spec(c);
+    if (!read_chain(c)) return 1;
     classify_chain(c);
-    set_flag(c, FLAG_HEADER_EXISTS, true);
-    if (!tif_activate(c, tif_spec_of(c)->first)) return give_up(c);
+    if (!tif_activate(c, tif_spec_of(c)->first)) return 1;
     c->active_image = 0;
     c->active_overview = OVERVIEW_UNSET;
-    return c;
+    return 0;
+}
+
+// A binary head before the PostScript tells where a TIFF preview lies. The head's check word is the exclusive or of its
+// other words, or all ones for a head without a check.
+int open_preview(CFILE* c, const char* name) {
+    uint8_t head[32];
+    if (io_read(c, head, sizeof head) != sizeof head) return refuse(c, RZL_READ_FAILED, SOURCE, name);
+    uint16_t sum = 0;
+    for (size_t i = 0; i < 28; i += 2)
+        sum = static_cast<uint16_t>(sum ^ load_u16le(head + i));
+    uint16_t check = load_u16le(head + 28);
+    uint32_t offset = load_u32le(head + 20);
+    uint32_t length = load_u32le(head + 24);
+    if (offset == 0 || length == 0 || (check != sum && check != 0xFFFF))
+        return refuse(c, RZL_READ_FAILED, SOURCE, name);
+    c->base_offset = offset;
+    return io_seek(c, 0) ? open_file(c, name) : refuse(c, RZL_READ_FAILED, SOURCE, name);
 }
 
 // Nothing is written yet, so that another standard can still be chosen: the file begins with its first append.
-int tif_initialise(CFILE* c) {
-    if (!make_spec(c)) return 1;
+int start_file(CFILE* c) {
+    start_spec(c);
     tif_spec* spec = tif_spec_of(c);
     spec->first = spec->image = tif_new_image();
-    if (spec->first == nullptr) return tif_refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (spec->first == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
     spec->first->image_width = static_cast<uint32_t>(c->xsize);
     spec->first->image_length = static_cast<uint32_t>(c->ysize);
-    if (tif_set_format(c, RZL_FORMAT_BYTE) == 0) return 0;
-    free_specs(c);
-    return 1;
+    return tif_set_format(c, RZL_FORMAT_BYTE);
 }
+
+constexpr format_slots SLOTS = {
+    .Getline = tif_getline,
+    .Get_line = tif_get_line,
+    .Getlinefromtile = tif_getline_from_tiles,
+    .Getrleline = tif_get_rle_line,
+    .Getinlv = tif_get_interleaved_line,
+    .Putline = tif_putline,
+    .Put_line = tif_put_line,
+    .Putrleline = tif_put_rle_line,
+    .Putinlv = tif_put_interleaved_line,
+    .Putlinetotile = tif_putline_to_tiles,
+    .Gettile = tif_get_tile,
+    .Puttile = tif_put_tile,
+    .Getrletile = tif_get_rle_tile,
+    .Get_hdr_data = tif_get_hdr_data,
+    .Set_hdr_data = tif_set_hdr_data,
+    .Get_stat = tif_get_stat,
+    .Set_stat = tif_set_stat,
+    .Get_vlt = tif_get_vlt,
+    .Get_format = tif_get_format,
+    .Get_packet = tif_get_packet,
+    .Put_Packet = tif_put_packet,
+    .copydata = tif_copydata,
+    .init_std_hdr = tif_init_std_hdr,
+    .init_ov = tif_init_ov,
+    .setactiveov = tif_set_active_overview,
+    .Wrt_hdr = tif_write_header,
+    .Seek = tif_seek,
+    .Get_number_of_images = tif_get_number_of_images,
+    .Set_Number_of_Images = tif_set_number_of_images,
+    .Set_Active_Image = tif_set_active_image,
+    .Randomize = tif_randomize,
+    .Rewind = tif_rewind,
+    .Close = close_file,
+    .Free_specs = free_specs,
+    .Get_Image_Offset = first_offset,
+};
+
+constexpr int32_t FORMATS[] = {
+    RZL_FORMAT_BYTE,         RZL_FORMAT_RGB,    RZL_FORMAT_BILEVEL, RZL_FORMAT_BYTE_RUNS,      RZL_FORMAT_PLANE_RUNS,
+    RZL_FORMAT_BILEVEL_RUNS, RZL_FORMAT_GROUP3, RZL_FORMAT_GROUP4,  RZL_FORMAT_BYTE_PAIRS,     RZL_FORMAT_INT16,
+    RZL_FORMAT_INT32,        RZL_FORMAT_REAL32, RZL_FORMAT_FOUR,    RZL_FORMAT_FOUR_PLANE_RUNS};
+
+} // namespace
+
+extern const format_module tif_module;
+extern const format_module tif_eps_module;
+
+const format_module tif_module = {
+    .word = SOURCE,
+    .squetch_word = "tiff squetch",
+    .slots = &SLOTS,
+    .spec_size = sizeof(tif_spec),
+    .formats = FORMATS,
+    .traits = MODULE_TILES | MODULE_RESIZES,
+    .open = open_file,
+    .initialise = start_file,
+};
+
+const format_module tif_eps_module = {
+    .word = SOURCE,
+    .squetch_word = "tiff squetch",
+    .slots = &SLOTS,
+    .spec_size = sizeof(tif_spec),
+    .formats = FORMATS,
+    .traits = MODULE_TILES | MODULE_RESIZES,
+    .open = open_preview,
+};

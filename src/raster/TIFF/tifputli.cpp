@@ -40,8 +40,7 @@ bool replace_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t ro
     uint64_t at = uint64_t{row} * row_bytes;
     for (int plane = 0; plane < shape.planes; ++plane) {
         uint32_t entry = tif_entry_of(image, segment, plane);
-        if (!has_place(c, image, entry, at + row_bytes))
-            return tif_fails(c, RZL_WRITE_FAILED, SOURCE, "strip too short");
+        if (!has_place(c, image, entry, at + row_bytes)) return fails(c, RZL_WRITE_FAILED, SOURCE, "strip too short");
         int64_t place = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
         if (!tif_write_at(c, place, rows + static_cast<size_t>(plane) * row_bytes, row_bytes)) return false;
     }
@@ -67,17 +66,17 @@ bool need_rows(CFILE* c, const tif_image* image, uint32_t count) {
     uint64_t plane = std::max(row * count, std::min({full, uint64_t{out->plane_bytes} * 2, uint64_t{1} << 24}));
     plane = std::max(plane, std::min(full, uint64_t{1} << 20));
     fits = fits && checked_mul(plane, static_cast<uint64_t>(tif_shape_of(image).planes), &all);
-    if (!fits) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (!fits) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     // Rows that are passed over are kept as well: so many at once are no picture.
     if (c->mode == MODE_UPDATE && row * count > uint64_t{out->plane_bytes} * 2 + MOST_PASSED) {
-        return tif_fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+        return fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
     }
     if (out->rows != nullptr && all <= out->rows_room && out->next_row == 0) {
         out->plane_bytes = static_cast<size_t>(plane);
         return true;
     }
     auto* block = static_cast<uint8_t*>(mem_alloc(static_cast<size_t>(all)));
-    if (block == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (block == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     move_rows(image, out, block, static_cast<size_t>(plane));
     mem_free(out->rows);
     out->rows = block;
@@ -176,12 +175,12 @@ bool lzw_rows(CFILE* c, uint8_t* rows, size_t row_bytes, uint32_t count, size_t*
     if (out->lzw_table == nullptr) {
         out->lzw_table = mem_new<tif_lzw_table>();
     }
-    if (out->lzw_table == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (out->lzw_table == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     if (!need_coded(c, tif_lzw_bound(bytes))) return false;
     tif_shape shape = tif_shape_of(image);
     auto step = static_cast<size_t>(shape.together);
     for (uint32_t i = 0; image->predictor == 2 && i < count; ++i)
-        tif_make_differences(rows + i * row_bytes, tif_bits(image), tif_spec_of(c)->order, shape.width * step, step);
+        tif_make_differences(rows + i * row_bytes, tif_bits(image), tif_is_big(c), shape.width * step, step);
     *coded = tif_lzw_encode(rows, out->coded, bytes, out->lzw_table);
     return true;
 }
@@ -195,7 +194,7 @@ bool code_rows(CFILE* c, uint8_t** bytes, size_t* count, uint32_t rows) {
     case TIF_PLAIN: *count = row_bytes * rows; return true;
     case TIF_PACKBITS: coded = pack_rows(c, *bytes, row_bytes, rows, count); break;
     case TIF_LZW: coded = lzw_rows(c, *bytes, row_bytes, rows, count); break;
-    default: return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
+    default: return fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
     }
     *bytes = tif_spec_of(c)->out.coded;
     return coded;
@@ -205,8 +204,8 @@ bool code_rows(CFILE* c, uint8_t** bytes, size_t* count, uint32_t rows) {
 
 bool take_result(CFILE* c, uint32_t result) {
     if (cit_succeeded(result)) return true;
-    if (result == CIT_NO_MEMORY) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    return tif_fails(c, RZL_WRITE_FAILED, SOURCE, "compression errors");
+    if (result == CIT_NO_MEMORY) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    return fails(c, RZL_WRITE_FAILED, SOURCE, "compression errors");
 }
 
 bool need_writer(CFILE* c) {
@@ -214,7 +213,7 @@ bool need_writer(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (out->fax != nullptr) return true;
     out->fax = cit_writer_new(tif_fax_coding(image), tif_shape_of(image).width, 4);
-    return out->fax != nullptr || tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    return out->fax != nullptr || fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
 }
 
 // White lines up to `row`.
@@ -223,7 +222,7 @@ bool put_white(CFILE* c, uint32_t row) {
     if (out->next_row >= row) return true;
     size_t bytes = (size_t{tif_shape_of(tif_image_of(c)).width} + 15) / 16 * 2;
     mem_guard<uint8_t> white(static_cast<uint8_t*>(mem_alloc_zeroed(bytes)));
-    if (!white) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (!white) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     for (; out->next_row < row; ++out->next_row)
         if (!take_result(c, cit_writer_bits(out->fax, white.get()))) return false;
     return true;
@@ -258,7 +257,7 @@ bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t coun
         return tif_write_at(c, image->strip_offsets[entry], bytes, count);
     }
     uint32_t offset = 0;
-    if (count > UINT32_MAX) return tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+    if (count > UINT32_MAX) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     if (!tif_append(c, bytes, count, &offset)) return false;
     note_place(image, entry, offset, static_cast<uint32_t>(count));
     return true;
@@ -267,8 +266,7 @@ bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t coun
 bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* bytes, size_t tile_bytes) {
     tif_image* image = tif_image_of(c);
     uint64_t all = 0;
-    if (!checked_mul(uint64_t{tile_bytes}, uint64_t{count}, &all))
-        return tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+    if (!checked_mul(uint64_t{tile_bytes}, uint64_t{count}, &all)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     if (!tif_need_entry(c, image, first + count - 1)) return false;
     // One by one where some were put as tiles before, or could not all begin at an even place.
     bool alone = tile_bytes % 2 != 0;
@@ -299,7 +297,7 @@ bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_by
 bool tif_samples_can_be_put(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     for (uint16_t bits : image->bits_per_sample)
-        if (bits != tif_bits(image)) return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
+        if (bits != tif_bits(image)) return fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
     set_flag(c, FLAG_MODULE, true);
     return true;
 }
@@ -309,8 +307,7 @@ static bool begin_put(CFILE* c, uint32_t segment) {
     tif_gathering* out = &tif_spec_of(c)->out;
     if (out->waiting && out->segment == int64_t{segment}) return true;
     if (!tif_flush_segment(c)) return false;
-    if (tif_is_stored(image, segment))
-        return tif_fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
+    if (tif_is_stored(image, segment)) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
     out->segment = segment;
     out->next_row = 0;
     out->plane_bytes = 0;
@@ -392,7 +389,7 @@ bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* 
                        size_t count) {
     tif_gathering* out = &tif_spec_of(c)->out;
     if (!begin_put(c, segment)) return false;
-    if (row < out->next_row) return tif_fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
+    if (row < out->next_row) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
     if (!need_writer(c) || !put_white(c, row)) {
         drop_writer(out);
         return false;
@@ -417,33 +414,21 @@ bool is_narrowed(const CFILE* c, const tif_image* image) {
 
 void make_band_row(const CFILE* c, const tif_image* image, uint32_t width, const uint8_t* line, uint8_t* row) {
     int bits = tif_bits(image);
-    uint16_t order = tif_spec_of(c)->order;
+    bool big = tif_is_big(c);
     if (bits == 1) {
-        tif_words_to_row(line, width, row);
+        words_to_bits(line, width, 0, row);
     } else if (bits < 8) {
-        tif_pack_bytes(line, bits, order, width, is_narrowed(c, image), row);
+        pack_bytes(line, bits, big, width, is_narrowed(c, image), row);
     } else {
-        tif_pack_samples(line, bits, order, width, row);
-    }
-}
-
-void join3(const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count, uint8_t* pixels) {
-    for (size_t i = 0; i < count; ++i) {
-        pixels[3 * i] = red[i];
-        pixels[3 * i + 1] = green[i];
-        pixels[3 * i + 2] = blue[i];
+        pack_samples(line, bits, big, width, row);
     }
 }
 
 // Bytes of a colour, plane by plane, into pixels. A plane that is not given is zero.
 void join_planes(int channels, write_planes planes, size_t count, size_t samples, uint8_t* pixels) {
-    bool all = samples == 3 && channels >= 3 && planes[0] != nullptr && planes[1] != nullptr && planes[2] != nullptr;
-    if (all) return join3(planes[0], planes[1], planes[2], count, pixels);
-    for (size_t s = 0; s < samples; ++s) {
-        const uint8_t* plane = static_cast<int>(s) < channels ? planes[s] : nullptr;
-        for (size_t i = 0; i < count; ++i)
-            pixels[i * samples + s] = plane != nullptr ? plane[i] : uint8_t{0};
-    }
+    size_t given = std::min(static_cast<size_t>(channels), samples);
+    if (given < samples || std::count(planes, planes + given, nullptr) != 0) std::memset(pixels, 0, count * samples);
+    join_pixels(pixels, count, samples, planes, given);
 }
 
 void close_pixels(const uint8_t* from, size_t count, size_t step, size_t samples, uint8_t* pixels) {
@@ -455,16 +440,11 @@ void close_pixels(const uint8_t* from, size_t count, size_t step, size_t samples
         std::memcpy(pixels + i * samples, from + i * step, samples);
 }
 
-void take_plane(const uint8_t* from, size_t count, size_t step, uint8_t* plane) {
-    for (size_t i = 0; i < count; ++i)
-        plane[i] = from[i * step];
-}
-
 // The tests at the head of a put. False with the status set.
 bool can_put(CFILE* c) {
-    if (!is_writable(c)) return tif_fails(c, RZL_NEEDS_WRITE, SOURCE, "tif_putline");
+    if (!is_writable(c)) return fails(c, RZL_NEEDS_WRITE, SOURCE, "tif_putline");
     if (!tif_need_header(c)) return false;
-    if (c->line < 0 || c->line >= c->ysize) return tif_fails(c, RZL_PAST_END, SOURCE, "tif_putline");
+    if (c->line < 0 || c->line >= c->ysize) return fails(c, RZL_PAST_END, SOURCE, "tif_putline");
     return tif_samples_can_be_put(c);
 }
 
@@ -531,27 +511,27 @@ void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int c
     if (samples == 1) return make_band_row(c, image, width, first_given(channels, planes), rows);
     tif_shape shape = tif_shape_of(image);
     int bits = tif_bits(image);
-    uint16_t order = tif_spec_of(c)->order;
+    bool big = tif_is_big(c);
     auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
     uint8_t* line = bits == 8 ? rows : rows + row_bytes * static_cast<size_t>(shape.planes);
     bool narrowed = !has_flag(c, FLAG_RAW_SAMPLES);
     if (shape.planes == 1) {
         step != 0 ? close_pixels(planes[0], width, step, samples, line)
                   : join_planes(channels, planes, width, samples, line);
-        if (bits != 8) tif_pack_bytes(line, bits, order, width * samples, narrowed, rows);
+        if (bits != 8) pack_bytes(line, bits, big, width * samples, narrowed, rows);
         return;
     }
     for (size_t s = 0; s < samples; ++s) {
         const uint8_t* plane = step != 0 ? nullptr : static_cast<int>(s) < channels ? planes[s] : nullptr;
         uint8_t* to = bits == 8 ? rows + s * row_bytes : line;
         if (step != 0) {
-            take_plane(planes[0] + s, width, step, to);
+            split_pixels(planes[0] + s, width, step, &to, 1);
         } else if (plane != nullptr) {
             std::memcpy(to, plane, width);
         } else {
             std::memset(to, 0, width);
         }
-        if (bits != 8) tif_pack_bytes(to, bits, order, width, narrowed, rows + s * row_bytes);
+        if (bits != 8) pack_bytes(to, bits, big, width, narrowed, rows + s * row_bytes);
     }
 }
 

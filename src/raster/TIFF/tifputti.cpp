@@ -47,9 +47,9 @@ bool take_source(CFILE* c, int channels, write_planes buffers, const uint32_t* c
         missing = missing || source->planes[i] == nullptr;
     }
     if (!missing) return true;
-    if (colour == nullptr || channels <= 0) return tif_fails(c, RZL_NO_OUTPUT_BUFFER, SOURCE, nullptr);
+    if (colour == nullptr || channels <= 0) return fails(c, RZL_NO_OUTPUT_BUFFER, SOURCE, nullptr);
     source->fill = static_cast<uint8_t*>(mem_alloc(source->pitch * static_cast<size_t>(source->count)));
-    if (source->fill == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (source->fill == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     for (int i = 0; i < source->count; ++i)
         std::memset(source->fill + static_cast<size_t>(i) * source->pitch, colour_byte(*colour, i), source->pitch);
     return true;
@@ -67,7 +67,7 @@ bool put_fax_tile(CFILE* c, uint32_t tile, const tile_source& source) {
     tif_image* image = tif_image_of(c);
     const uint8_t* lines[TIF_MAX_SAMPLES] = {};
     // A tile that is put again is coded anew; it takes its place in the arrays when it is stored.
-    if (tif_is_stored(image, tile)) return tif_fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
+    if (tif_is_stored(image, tile)) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
     for (uint32_t row = 0; row < source.rows; ++row) {
         take_lines(source, row, lines);
         if (!tif_save_fax_line(c, tile, row, lines[0], nullptr, 0)) return false;
@@ -92,7 +92,7 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     size_t plane = 0;
     size_t all = 0;
     bool fits = checked_mul(row_bytes, size_t{shape.rows}, &plane) && checked_mul(plane, planes, &all);
-    if (!fits) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (!fits) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     size_t line = row_bytes * planes + size_t{shape.width} * image->samples_per_pixel;
     if (!tif_need_room(c, &out->rows, &out->rows_room, all)) return false;
     if (!tif_need_room(c, &out->row, &out->row_room, line)) return false;
@@ -131,7 +131,7 @@ bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
 bool can_put_tiles(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (tif_shape_of(image).planes > 1 && image->compression == TIF_LZW) {
-        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
+        return fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
     }
     return tif_samples_can_be_put(c);
 }
@@ -142,11 +142,11 @@ bool can_put_tiles(CFILE* c) {
 bool line_fits_row(CFILE* c) {
     tile_record* t = c->tile;
     bool other = t->row_buffer != nullptr && t->row_dirty && ((t->row_layout ^ c->flags) & TILE_LAYOUT_FLAGS) != 0;
-    if (other) return tif_fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
+    if (other) return fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
     if (!need_tile_row(c)) return false;
     int64_t above = int64_t{c->line} - t->first_line;
     bool fits = above >= 0 && above < int64_t{t->height} && c->line < c->ysize;
-    return fits || tif_fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
+    return fits || fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
 }
 
 // Whether the buffered row of tiles holds them one behind the other, as the file will have them. Plain tiles of a new
@@ -246,7 +246,7 @@ static bool gather_again(CFILE* c, int32_t height) {
     size_t piece = piece_bytes(c);
     size_t all = bytes * static_cast<size_t>(planes) * static_cast<size_t>(lines);
     mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc(std::max<size_t>(all, 1))));
-    if (!block) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (!block) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     auto place = [&](int32_t row, int plane) {
         return block.get() + static_cast<size_t>(row * planes + plane) * bytes;
     };

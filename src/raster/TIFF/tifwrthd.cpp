@@ -25,12 +25,6 @@ namespace {
 // Strips that a file under update can get beyond those that it has.
 constexpr uint64_t MOST_NEW_ENTRIES = 1 << 20;
 
-// Compression classes of the handle.
-constexpr uint32_t CLASS_NONE = 0;
-constexpr uint32_t CLASS_RUNS = 2;
-constexpr uint32_t CLASS_LZW = 3;
-constexpr uint32_t CLASS_CCITT = 5;
-
 // What a data format is in a file.
 struct format_row {
     int32_t format;
@@ -117,9 +111,9 @@ constexpr int32_t MOST_COLOUR_BITS = 16;
 // samples have to say the same.
 bool plan_samples(CFILE* c, tif_image* image) {
     bool colour = c->samples == 3 || c->samples == 4;
-    if (c->samples != 1 && !colour) return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
+    if (c->samples != 1 && !colour) return fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
     if (c->bits < 1 || c->bits > (colour ? MOST_COLOUR_BITS : TIF_MAX_BITS))
-        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
+        return fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
     image->samples_per_pixel = static_cast<uint16_t>(c->samples);
     for (uint16_t& value : image->bits_per_sample)
         value = static_cast<uint16_t>(c->bits);
@@ -188,7 +182,7 @@ bool file_can_grow(CFILE* c, uint64_t bytes, uint64_t entries) {
     const tif_spec* spec = tif_spec_of(c);
     uint64_t end = spec->begun ? static_cast<uint64_t>(spec->end - c->base_offset) : TIF_FIRST_OFFSET;
     bool fits = checked_add(end, entries * 2 * sizeof(uint32_t), &end) && checked_add(end, bytes, &end);
-    return (fits && end <= UINT32_MAX) || tif_fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "file too long");
+    return (fits && end <= UINT32_MAX) || fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "file too long");
 }
 
 // ---- a height that changes when lines are stored
@@ -219,7 +213,7 @@ bool move_entries(CFILE* c, tif_image* image, uint32_t before, uint32_t after) {
     uint32_t count = std::max(before, after) * planes;
     if (image->strip_count != before * planes) {
         // Arrays that a damaged file has cut: what stands in them of other planes can't be told.
-        if (planes > 1) return tif_fails(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        if (planes > 1) return fails(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
         image->strip_count = std::min(image->strip_count, after);
         return true;
     }
@@ -341,8 +335,7 @@ bool tif_change_height(CFILE* c, tif_image* image, uint32_t height) {
     if (tif_is_tiled(image)) tif_count_tiles(&changed);
     if (image->strip_offsets != nullptr && height != image->image_length) {
         bool longer = height > image->image_length;
-        if (longer && !can_get_longer(c, image))
-            return tif_fails(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        if (longer && !can_get_longer(c, image)) return fails(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
         uint32_t before = tif_segments(image);
         uint32_t after = tif_segments(&changed);
         uint64_t entries = uint64_t{after} * static_cast<uint64_t>(tif_shape_of(image).planes);
@@ -469,7 +462,7 @@ void carry_over(entry_list* list, const tif_spec* spec, const tif_image* image) 
 bool list_entries(CFILE* c, const tif_image* image, const uint8_t* packets, uint32_t packet_words, entry_list* list) {
     list->room = 32 + size_t{image->user_tag_count} + image->entry_count;
     list->rows = static_cast<new_entry*>(mem_alloc_array(list->room, sizeof(new_entry)));
-    if (list->rows == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, "Malloc error in write_header");
+    if (list->rows == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc error in write_header");
     add_description(list, image);
     add_coding(list, image);
     add_layout(list, image);
@@ -534,10 +527,10 @@ bool make_block(CFILE* c, const tif_image* image, const entry_list* list, uint32
         size += outside_bytes(&list->rows[i]);
     block->entries_at = static_cast<size_t>(size) + 2;
     size += 2 + list->count * TIF_ENTRY_SIZE + 4;
-    if (list->count > UINT16_MAX || size > UINT32_MAX - place) return tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+    if (list->count > UINT16_MAX || size > UINT32_MAX - place) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     block->size = static_cast<size_t>(size);
     block->bytes = static_cast<uint8_t*>(mem_alloc_zeroed(block->size));
-    if (block->bytes == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, "Malloc error in write_header");
+    if (block->bytes == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc error in write_header");
     fill_block(tif_spec_of(c), list, place, block);
     put_u32(tif_spec_of(c), block->bytes + block->size - 4, image->next_ifd);
     return true;
@@ -577,7 +570,7 @@ bool write_block(CFILE* c, tif_image* image, const entry_list* list, uint32_t pl
     ifd_block block = {};
     size_t bytes = list->count * TIF_ENTRY_SIZE;
     mem_guard<uint8_t> entries(static_cast<uint8_t*>(mem_alloc(bytes)));
-    if (!entries) return tif_fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
+    if (!entries) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
     if (!make_block(c, image, list, place, &block)) return false;
     std::memcpy(entries.get(), block.bytes + block.entries_at, bytes);
     uint32_t at = 0;
@@ -604,7 +597,7 @@ int64_t array_place(const tif_spec* spec, const tif_image* image, uint16_t tag) 
 bool write_array(CFILE* c, int64_t place, const uint32_t* values, uint32_t count) {
     size_t bytes = size_t{count} * sizeof(uint32_t);
     mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc(bytes)));
-    if (!block) return tif_fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
+    if (!block) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
     tif_copy_values(tif_spec_of(c), TIF_LONG, block.get(), reinterpret_cast<const uint8_t*>(values), count);
     return tif_write_at(c, place, block.get(), bytes);
 }
@@ -616,7 +609,7 @@ bool begin_file(CFILE* c) {
     put_u16(spec, header + 2, TIF_VERSION);
     bool at_start = io_seek(c, c->base_offset) || (!is_readable(c) && c->base_offset == 0);
     if (!at_start || io_write(c, header, sizeof header) != sizeof header)
-        return tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+        return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     spec->begun = true;
     spec->end = c->base_offset + int64_t{TIF_FIRST_OFFSET};
     spec->at_end = true;
@@ -653,17 +646,17 @@ bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count) {
         spec->end = std::max(spec->end, place + static_cast<int64_t>(count));
         return true;
     }
-    return tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+    return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
 }
 
 bool tif_extend(CFILE* c, const void* bytes, size_t count) {
     tif_spec* spec = tif_spec_of(c);
     uint64_t end = 0;
     bool fits = checked_add(static_cast<uint64_t>(spec->end - c->base_offset), uint64_t{count}, &end);
-    if (!fits || end > UINT32_MAX) return tif_fails(c, RZL_WRITE_FAILED, SOURCE, "file too long");
+    if (!fits || end > UINT32_MAX) return fails(c, RZL_WRITE_FAILED, SOURCE, "file too long");
     bool written = (spec->at_end || io_seek(c, spec->end)) && io_write(c, bytes, count) == count;
     spec->at_end = written;
-    if (!written) return tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+    if (!written) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     spec->end += static_cast<int64_t>(count);
     return true;
 }
@@ -690,7 +683,7 @@ static bool write_ifd(CFILE* c, tif_image* image) {
     entry_list list = {};
     int64_t place = spec->end - c->base_offset;
     place += place % 2;
-    bool written = place <= int64_t{UINT32_MAX} || tif_fails(c, RZL_WRITE_FAILED, SOURCE, "file too long");
+    bool written = place <= int64_t{UINT32_MAX} || fails(c, RZL_WRITE_FAILED, SOURCE, "file too long");
     written = written && list_entries(c, image, packets, packet_words, &list) &&
               write_block(c, image, &list, static_cast<uint32_t>(place));
     mem_free(list.rows);
@@ -722,7 +715,7 @@ static bool update_strip_arrays(CFILE* c, tif_image* image) {
 bool tif_update_flag_registers(CFILE* c, tif_image* image) {
     tif_spec* spec = tif_spec_of(c);
     if ((image->flags & TIF_IN_FILE) == 0) return true; // they go into the file with the directory
-    if ((image->flags & TIF_OUT_OF_DATE) != 0) return tif_fails(c, RZL_NO_SUCH_TAG, SOURCE, nullptr);
+    if ((image->flags & TIF_OUT_OF_DATE) != 0) return fails(c, RZL_NO_SUCH_TAG, SOURCE, nullptr);
     const uint8_t* entry = tif_find_entry(spec, image, TIF_TAG_REGISTERS);
     if (entry == nullptr || tif_u16(spec, entry + 2) != TIF_LONG || tif_u32(spec, entry + 4) != 16) {
         return write_ifd(c, image);
@@ -735,14 +728,14 @@ static bool stand_at_end(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     if (spec->at_end || !spec->begun) return true;
     spec->at_end = io_seek(c, spec->end);
-    return spec->at_end || tif_fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+    return spec->at_end || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
 }
 
 // A further image or an overview gets its directory when it is finished.
 int tif_write_header(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     tif_image* image = spec->image;
-    if (!is_writable(c)) return tif_refuse(c, RZL_NEEDS_WRITE, SOURCE, "header");
+    if (!is_writable(c)) return refuse(c, RZL_NEEDS_WRITE, SOURCE, "header");
     bool existed = (image->flags & TIF_IN_FILE) != 0;
     if (existed ? !tif_take_vlt(c, image) || !tif_take_image(c, image) : !plan_strips(c, image)) return 1;
     if (image == spec->first && !tif_flush_segment(c)) return 1;

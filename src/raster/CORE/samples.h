@@ -1,0 +1,84 @@
+// Samples of a line on their way between the file and the caller's planes: packed bits, bilevel words, interleaved
+// pixels, widening and colour tables. Every format uses these; a layout that one has alone stands in its directory.
+//
+// Words kept apart: a row is a line as a file stores it, bits packed most significant first; a line is what the caller
+// has: a byte a sample of up to 8 bits, a native 16-bit word up to 16, a 32-bit word above, and for bilevel formats
+// 16-bit words, low byte first, with the first pixel in bit 15.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+struct CFILE;
+
+// ---- packed samples ------------------------------------------------------------------------------------------------
+
+// `count` samples of `bits` (1 to 32) of a row, without gaps, most significant bit first; samples of 16, 24 and 32 bits
+// are whole bytes with the low byte first unless `big`. Reads (count x bits + 7) / 8 bytes.
+void unpack_samples(const uint8_t* row, int bits, bool big, size_t count, uint8_t* line);
+void pack_samples(const uint8_t* line, int bits, bool big, size_t count, uint8_t* row);
+
+// Single samples one after the other, of up to 32 bits.
+struct sample_reader {
+    const uint8_t* next;
+    uint64_t bits;
+    int count; // valid low bits of `bits`
+};
+inline uint32_t next_sample(sample_reader* r, int bits) {
+    while (r->count < bits) {
+        r->bits = r->bits << 8 | *r->next++;
+        r->count += 8;
+    }
+    r->count -= bits;
+    return static_cast<uint32_t>(r->bits >> r->count & ((uint64_t{1} << bits) - 1));
+}
+
+struct sample_writer {
+    uint8_t* next;
+    uint64_t bits;
+    int count; // bits that are no whole byte yet
+};
+inline void put_sample(sample_writer* w, int bits, uint32_t value) {
+    w->bits = w->bits << bits | (value & ((uint64_t{1} << bits) - 1));
+    w->count += bits;
+    while (w->count >= 8) {
+        w->count -= 8;
+        *w->next++ = static_cast<uint8_t>(w->bits >> w->count);
+    }
+}
+inline void end_samples(sample_writer* w) {
+    if (w->count > 0) *w->next++ = static_cast<uint8_t>(w->bits << (8 - w->count));
+}
+
+// The same with a byte a sample on the caller's side. Samples of more than 8 bits give their top byte, and get a byte
+// that is repeated to fill them; `widen` shifts samples of fewer bits to the top of the byte, and back.
+void unpack_bytes(const uint8_t* row, int bits, bool big, size_t count, bool widen, uint8_t* out);
+void pack_bytes(const uint8_t* in, int bits, bool big, size_t count, bool widen, uint8_t* row);
+
+// ---- bilevel lines -------------------------------------------------------------------------------------------------
+
+// A bilevel row, one bit a pixel and the first pixel in the top bit, as words, and back. `invert` is 0, or 0xFF for a
+// file that means the opposite. Bits behind the last pixel become 0. A line has ((width + 15) / 16) x 2 bytes, a row
+// (width + 7) / 8. The two may be the same memory when it has room for the longer.
+void bits_to_words(const uint8_t* row, uint32_t width, uint8_t invert, uint8_t* words);
+void words_to_bits(const uint8_t* words, uint32_t width, uint8_t invert, uint8_t* row);
+
+// One byte a pixel to bilevel words: a pixel of at least `threshold` sets its bit. Back is rzl_unpack_bits().
+void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int threshold);
+
+// ---- pixels --------------------------------------------------------------------------------------------------------
+
+// Pixels of `step` bytes, of which the first `samples` are given, into planes and back; null planes are left out. An
+// order of samples other than that of the planes is an order of the planes: {blue, green, red} for a file that stores
+// so. Bytes of a pixel that belong to no plane stay as they are.
+void split_pixels(const uint8_t* pixels, size_t count, size_t step, uint8_t* const* planes, size_t samples);
+void join_pixels(uint8_t* pixels, size_t count, size_t step, const uint8_t* const* planes, size_t samples);
+
+// ---- values --------------------------------------------------------------------------------------------------------
+
+// Turns `count` stored values in `red` into real colours in the three planes (green and blue may be null), by the
+// colour table or by widening.
+void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count);
+
+// Shifts values of fewer than 8 bits up to 8, where nothing else gives them meaning.
+void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count);

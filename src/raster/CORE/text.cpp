@@ -1,0 +1,64 @@
+// Texts in files: see text.h.
+#include "raster/CORE/text.h"
+
+#include <charconv>
+
+#include "raster/CORE/cfile.h"
+
+namespace {
+
+// Behind blanks and a plus, which the conversions do not take.
+const char* number_start(const char* text, const char* end) {
+    while (text != end && is_blank(*text))
+        ++text;
+    bool plus = text != end && *text == '+' && text + 1 != end && text[1] != '-';
+    return plus ? text + 1 : text;
+}
+
+} // namespace
+
+bool text_integer(const char* text, size_t size, int64_t* value) {
+    *value = 0;
+    const char* end = text + size;
+    return std::from_chars(number_start(text, end), end, *value).ec == std::errc();
+}
+
+// Words such as "inf" are numbers to the conversion, but none to a file.
+bool text_number(const char* text, size_t size, double* value) {
+    *value = 0;
+    const char* end = text + size;
+    const char* start = number_start(text, end);
+    const char* first = start != end && *start == '-' ? start + 1 : start;
+    if (first == end || (!is_digit(*first) && *first != '.')) return false;
+    return std::from_chars(start, end, *value).ec == std::errc();
+}
+
+bool text_digits(const char* text, size_t width, uint64_t* value) {
+    *value = 0;
+    for (size_t i = 0; i < width; ++i) {
+        if (!is_digit(text[i])) return false;
+    }
+    return std::from_chars(text, text + width, *value).ec == std::errc();
+}
+
+size_t text_word(const char** text) {
+    while (is_blank(**text))
+        ++*text;
+    size_t length = 0;
+    while ((*text)[length] != '\0' && !is_blank((*text)[length]))
+        ++length;
+    return length;
+}
+
+bool io_get_text_line(CFILE* c, char* text, size_t room) {
+    size_t length = 0;
+    int byte = io_getc(c);
+    bool any = byte >= 0;
+    while (byte > 0 && byte != '\n' && byte != '\r') {
+        text[length++] = static_cast<char>(byte);
+        if (length + 1 >= room) break;
+        byte = io_getc(c);
+    }
+    text[length] = '\0';
+    return any;
+}
