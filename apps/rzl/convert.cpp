@@ -213,9 +213,10 @@ bool write_header(conversion* c) {
     if (r->compression >= 0) good = good && set_field(c->out, RZL_FIELD_COMPRESSION, r->compression);
     good = good && set_field(c->out, RZL_FIELD_XSIZE, c->source->width) &&
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
+    if (!good) return false;
     set_field(c->out, RZL_FIELD_ORIENTATION, c->source->orientation); // what a format does not keep is no failure
     set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
-    return good && copy_vlt(c) && rzl_write_header(c->out) == 0;
+    return copy_vlt(c) && rzl_write_header(c->out) == 0;
 }
 
 bool read_line(conversion* c) {
@@ -283,6 +284,14 @@ int write_lines(conversion* c) {
     return c->reduced != nullptr ? write_reduced(c) : copy_lines(c);
 }
 
+// A tile size that the format has no place for is passed over without a status.
+int header_failed(conversion* c) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
+    const char* reason = status != 0 ? raster_reason(status) : "The format does not take this tile size.";
+    return program_fail("The header of \"%s\" can not be written: %s", c->request->out, reason);
+}
+
 int write_file(conversion* c, const char* fresh) {
     if (reduces(c->source, c->request)) {
         int status = reduce_source(c->source, c->request->in.path, &c->reduced);
@@ -295,8 +304,7 @@ int write_file(conversion* c, const char* fresh) {
     char name[PLAIN_NAME_SIZE];
     c->out = rzl_open_w(plain_name(fresh, name));
     if (c->out == nullptr) return program_fail("\"%s\" can not be written.", c->request->out);
-    int status =
-        write_header(c) ? write_lines(c) : program_fail("The header of \"%s\" can not be written.", c->request->out);
+    int status = write_header(c) ? write_lines(c) : header_failed(c);
     if (rzl_finish(c->out) != 0 && status == EXIT_DONE) {
         status = program_fail("\"%s\" could not be written to its end.", c->request->out);
     }

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "common/raster.h"
+
 namespace {
 
 // The low bits of the scan order.
@@ -55,15 +57,23 @@ void read_shape(raster_source* s) {
     s->kind = kind_of(s);
 }
 
+// Why an image or overview could not be made the active one: there is none of that number, or it can't be read.
+bool refuse_part(const source_request* request, CFILE* file, const char* part, int32_t number) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_STATUS, &status);
+    if (status == RZL_NO_SUCH_IMAGE || status == RZL_NO_SUCH_OVERVIEW || status == RZL_UNSUPPORTED) {
+        program_fail("\"%s\" has no %s %d.", request->path, part, number);
+    } else {
+        program_fail("\"%s\": %s %d can not be read: %s", request->path, part, number, raster_reason(status));
+    }
+    return false;
+}
+
 bool activate(const source_request* request, CFILE* file) {
-    if (request->image != 0 && rzl_set_active_image(file, request->image) != 0) {
-        program_fail("\"%s\" has no image %d.", request->path, request->image);
-        return false;
-    }
-    if (request->overview >= 0 && rzl_set_active_overview(file, request->overview) != 0) {
-        program_fail("\"%s\" has no overview %d.", request->path, request->overview);
-        return false;
-    }
+    if (request->image != 0 && rzl_set_active_image(file, request->image) != 0)
+        return refuse_part(request, file, "image", request->image);
+    if (request->overview >= 0 && rzl_set_active_overview(file, request->overview) != 0)
+        return refuse_part(request, file, "overview", request->overview);
     return true;
 }
 
@@ -94,7 +104,7 @@ bool source_open(const source_request* request, raster_source* source) {
     if (source->file == nullptr) {
         uint32_t status = 0;
         rzl_get_global(RZL_GLOBAL_STATUS, &status);
-        program_fail("\"%s\" could not be opened: %s", request->path, rzl_status_text(status));
+        program_fail("\"%s\" could not be opened: %s", request->path, raster_reason(status));
         return false;
     }
     if (!activate(request, source->file)) {
