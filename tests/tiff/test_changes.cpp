@@ -202,3 +202,60 @@ TEST_F(Changes, SegmentsThatAreLeftOutAreZero) {
         rzl_close(c);
     }
 }
+
+// The planes of a colour are bytes, also those of deeper samples: they can be resampled.
+TEST_F(Changes, SixteenBitsOfColourAreResampled) {
+    picture p = make_picture(40, 30, 3, 16);
+    ASSERT_EQ(write_library(file(), p, {{501, 5}}), 0u);
+    CFILE* c = rzl_open_r(file().c_str());
+    ASSERT_NE(c, nullptr);
+    std::vector<bytes_of_file> all(30, bytes_of_file(120));
+    for (bytes_of_file& line : all)
+        EXPECT_EQ(rzl_getline_interleaved(c, line.data()), 0);
+    EXPECT_EQ(rzl_set_squetch(c, 20, 15, 0), 0);
+    for (int y : {0, 1, 9, 14}) {
+        bytes_of_file line(60), planes[3] = {bytes_of_file(20), bytes_of_file(20), bytes_of_file(20)};
+        EXPECT_EQ(rzl_seek(c, y), 0);
+        EXPECT_EQ(rzl_getline_interleaved(c, line.data()), 0);
+        EXPECT_EQ(rzl_seek(c, y), 0);
+        EXPECT_EQ(rzl_getline3(c, planes[0].data(), planes[1].data(), planes[2].data()), 0);
+        for (size_t i = 0; i < 60; ++i) {
+            EXPECT_EQ(line[i], all[size_t(2 * y)][i / 3 * 6 + i % 3]) << y << "," << i;
+            EXPECT_EQ(planes[i % 3][i / 3], line[i]);
+        }
+    }
+    // A seek past the last of the resampled lines has the module's word.
+    setenv("RZL_DEBUG", "1", 1);
+    rzl_close(rzl_open_r(file().c_str()));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(rzl_seek(c, 15), 1);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("tiff squetch"), std::string::npos);
+    setenv("RZL_DEBUG", "0", 1);
+    rzl_close(rzl_open_r(file().c_str()));
+    unsetenv("RZL_DEBUG");
+    rzl_close(c);
+}
+
+// Red, green, blue and something else: the planes are the three, the pixels are all four.
+TEST_F(Changes, AFourthSampleOfRedGreenBlueIsNoPlane) {
+    hand_file f(true);
+    uint32_t at = f.add({1, 2, 3, 200, 4, 5, 6, 201});
+    auto entries = grey_entries(2, 1, 8, 1, at, 8);
+    entries[2].values = {8, 8, 8, 8};
+    entries[4].values = {2};
+    entries.push_back({277, 3, {4}});
+    f.add_directory(entries);
+    write_bytes(file(), f.bytes);
+    CFILE* c = rzl_open_r(file().c_str());
+    ASSERT_NE(c, nullptr);
+    bytes_of_file planes[4] = {bytes_of_file(2), bytes_of_file(2), bytes_of_file(2), bytes_of_file(2, 9)};
+    void* all[4] = {planes[0].data(), planes[1].data(), planes[2].data(), planes[3].data()};
+    EXPECT_EQ(rzl_getline_channels(c, 4, all), 0);
+    EXPECT_EQ(planes[2], (bytes_of_file{3, 6}));
+    EXPECT_EQ(planes[3], (bytes_of_file{0, 0}));
+    bytes_of_file pixels(8);
+    EXPECT_EQ(rzl_rewind(c), 0);
+    EXPECT_EQ(rzl_getline_interleaved(c, pixels.data()), 0);
+    EXPECT_EQ(pixels, (bytes_of_file{1, 2, 3, 200, 4, 5, 6, 201}));
+    rzl_close(c);
+}

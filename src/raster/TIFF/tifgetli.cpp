@@ -595,18 +595,23 @@ uint8_t* first_buffer(int channels, read_planes buffers) {
     return nullptr;
 }
 
-// The values in the first of three buffers, turned into colours in all of them.
+// The values in the first of three buffers, turned into colours in all of them: those of the colour map where there is
+// one, for bits as well, and otherwise the same grey.
 void spread_line(CFILE* c, int channels, read_planes buffers) {
     bool three = channels == 3 && buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
     const tif_image* image = tif_image_of(c);
-    if (!three || tif_bits(image) > 8 || tif_is_bilevel(image)) return;
+    if (!three || tif_bits(image) > 8) return;
     if (c->color_table != nullptr) {
         flag_guard colours(c, FLAG_RAW_SAMPLES, false);
+        if (tif_is_bilevel(image)) {
+            rzl_unpack_bits(buffers[0], buffers[2], c->xsize, 0, 1);
+            std::memcpy(buffers[0], buffers[2], static_cast<size_t>(c->xsize));
+        }
         rzl_apply_color_table(c, buffers[0], buffers[1], buffers[2], c->xsize);
-        return;
+    } else if (!tif_is_bilevel(image)) {
+        for (int i = 1; i < 3; ++i)
+            std::memcpy(buffers[i], buffers[0], static_cast<size_t>(c->xsize));
     }
-    for (int i = 1; i < 3; ++i)
-        std::memcpy(buffers[i], buffers[0], static_cast<size_t>(c->xsize));
 }
 
 bool get_line(CFILE* c, int channels, read_planes buffers) {
@@ -676,7 +681,10 @@ int tif_getline(CFILE* c, int channels, read_planes buffers) {
     spec->raw_row = raw;
     bool tiles = has_flag(c, FLAG_TILED) && !has_flag(c, FLAG_SQUETCH) && is_readable(c);
     if (tiles && !tif_fill_tile_row(c)) return 0;
-    return is_narrow_grey(c) ? get_narrow_line(c, channels, buffers) : rzl_getline_generic(c, channels, buffers);
+    if (is_narrow_grey(c)) return get_narrow_line(c, channels, buffers);
+    int pixels = rzl_getline_generic(c, channels, buffers);
+    if (pixels > 0 && tiles && tif_is_bilevel(tif_image_of(c))) spread_line(c, channels, buffers);
+    return pixels;
 }
 
 // Strips go straight into the buffer; tiles are buffered in interleaved rows.
@@ -712,24 +720,14 @@ void stand_at_start(CFILE* c) {
 
 } // namespace
 
+// Every row is found by its number, so that seeking is a matter of the line counter; what waits to be stored of another
+// strip is stored first.
 int tif_seek(CFILE* c, int32_t line) {
-    const tif_image* image = tif_image_of(c);
-    if (has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr) {
-        squetch_record* squetch = c->squetch;
-        if (line < 0 || line >= squetch->out_ysize) return refuse(c, RZL_PAST_END, SOURCE, "tiff squetch");
-        double ratio = static_cast<double>(c->ysize) / squetch->out_ysize;
-        c->line = static_cast<int32_t>(ratio * line);
-        squetch->out_line = line;
-        squetch->carry = 0;
-        return 0;
-    }
-    if (has_flag(c, FLAG_TILED)) {
-        c->line = line;
-        return 0;
-    }
-    if (line < 0 || line >= c->ysize) return refuse(c, RZL_PAST_END, SOURCE, "tiff seek");
+    if (!rzl_seek_squetched(c, &line, SOURCE, "tiff squetch")) return 1;
+    bool strips = !has_flag(c, FLAG_TILED) && !has_flag(c, FLAG_SQUETCH);
+    if (strips && (line < 0 || line >= c->ysize)) return refuse(c, RZL_PAST_END, SOURCE, "tiff seek");
     const tif_gathering* out = &tif_spec_of(c)->out;
-    bool leaves = out->waiting && out->segment != int64_t{line} / image->rows_per_strip;
+    bool leaves = strips && out->waiting && out->segment != int64_t{line} / tif_image_of(c)->rows_per_strip;
     if (leaves && !tif_flush_segment(c)) return 1;
     c->line = line;
     return 0;
@@ -738,22 +736,13 @@ int tif_seek(CFILE* c, int32_t line) {
 void tif_rewind(CFILE* c) {
     stand_at_start(c);
     c->line = 0;
-    if (has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr) c->squetch->out_line = 0;
+    rzl_restart_squetch(c, 0);
 }
 
 // Lines of plain and PackBits data can be told in advance; the others are found by their strip.
 int tif_randomize(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     bool useful = !tif_is_tiled(image) && image->compression != TIF_LZW && !tif_is_fax(image->compression);
-    if (!useful || c->line_offsets != nullptr || c->ysize <= 0) return 0;
-    auto count = static_cast<size_t>(c->ysize);
-    // No longer than the file is: a height can be anything.
-    if (static_cast<int64_t>(count) > io_size(c)) return 0;
-    c->line_offsets = mem_new_array<uint64_t>(count);
-    if (c->line_offsets == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    for (size_t i = 0; i < count; ++i)
-        c->line_offsets[i] = LINE_OFFSET_UNKNOWN;
-    if (tif_is_stored(image, 0)) c->line_offsets[0] = image->strip_offsets[0];
-    c->line_offset_count = c->ysize;
-    return 0;
+    if (!useful || c->line_offsets != nullptr) return 0;
+    return rzl_record_lines(c, tif_is_stored(image, 0) ? int64_t{image->strip_offsets[0]} : 0, 1);
 }

@@ -329,10 +329,6 @@ namespace {
 constexpr int32_t ROOM = 4096;
 constexpr int DEFAULT_ORIENTATION = 4;
 
-int32_t narrowed(uint64_t value) {
-    return static_cast<int32_t>(std::min<uint64_t>(value, INT32_MAX));
-}
-
 // Negative: dots an inch. Positive: micrometres a dot.
 int32_t resolution_of(const tif_image* image) {
     double above = image->x_resolution[0];
@@ -349,78 +345,54 @@ int orientation_of(const tif_image* image) {
     return found != std::end(TIF_ORIENTATIONS) ? static_cast<int>(found - TIF_ORIENTATIONS) : DEFAULT_ORIENTATION;
 }
 
-int32_t image_count(CFILE* c) {
-    return has_flag(c, FLAG_MULTI_IMAGE) ? tif_get_number_of_images(c) : 1;
-}
-
-int32_t value_of(CFILE* c, int32_t field) {
+// Fields whose answer the handle does not know.
+void give_value(CFILE* c, int32_t field, void* value) {
     const tif_spec* spec = tif_spec_of(c);
     const tif_image* image = spec->image;
     bool palette = image->photometric == TIF_PALETTE;
     switch (field) {
-    case RZL_FIELD_VLT_TYPE: return palette ? 2 : 0;
-    case RZL_FIELD_VLT_ENTRIES: return palette && tif_bits(image) <= 8 ? 1 << tif_bits(image) : 0;
-    case RZL_FIELD_PACKET_WORDS: return narrowed(image->packet_words);
-    case RZL_FIELD_RESOLUTION: return resolution_of(image);
-    case RZL_FIELD_ORIENTATION: return orientation_of(image);
-    case RZL_FIELD_MINIMUM: return static_cast<int32_t>(image->min_sample[0]);
-    case RZL_FIELD_MAXIMUM: return static_cast<int32_t>(image->max_sample[0]);
-    case RZL_FIELD_TILE_WIDTH: return c->tile != nullptr ? narrowed(c->tile->width) : 0;
-    case RZL_FIELD_TILE_HEIGHT: return c->tile != nullptr ? narrowed(c->tile->height) : 0;
-    case RZL_FIELD_TILES_ACROSS: return c->tile != nullptr ? narrowed(c->tile->tiles_across) : 0;
-    case RZL_FIELD_TILES_DOWN: return c->tile != nullptr ? narrowed(c->tile->tiles_down) : 0;
-    case RZL_FIELD_OVERVIEWS: return narrowed(tif_overview_count(spec));
-    case RZL_FIELD_OVERVIEW_VALUE: return static_cast<int32_t>(image->flag_registers[0] & 3);
+    case RZL_FIELD_VLT_TYPE: return give_int(value, palette ? RZL_VLT_ENTRIES : RZL_VLT_NONE);
+    case RZL_FIELD_VLT_ENTRIES: return give_int(value, palette && tif_bits(image) <= 8 ? 1 << tif_bits(image) : 0);
+    case RZL_FIELD_PACKET_WORDS: return give_int(value, image->packet_words);
+    case RZL_FIELD_RESOLUTION: return give_int(value, resolution_of(image));
+    case RZL_FIELD_ORIENTATION: return give_int(value, orientation_of(image));
+    case RZL_FIELD_MINIMUM: return give_int(value, static_cast<int32_t>(image->min_sample[0]));
+    case RZL_FIELD_MAXIMUM: return give_int(value, static_cast<int32_t>(image->max_sample[0]));
+    case RZL_FIELD_ASPECT_RATIO: return give_number(value, 0);
+    case RZL_FIELD_OVERVIEWS: return give_int(value, tif_overview_count(spec));
+    case RZL_FIELD_OVERVIEW_VALUE: return give_int(value, image->flag_registers[0] & 3);
     case RZL_FIELD_VLT_ROOM:
-    case RZL_FIELD_PACKET_ROOM: return ROOM;
-    case RZL_FIELD_IMAGES: return image_count(c);
-    case RZL_FIELD_COMPRESSION: return image->compression;
-    case RZL_FIELD_PREDICTOR: return image->predictor;
-    case RZL_FIELD_PLANAR: return image->planar_config;
-    case RZL_FIELD_PHOTOMETRIC: return image->photometric;
-    case RZL_FIELD_STRIP_ROWS: return static_cast<int32_t>(image->rows_per_strip);
-    case RZL_FIELD_BITS: return tif_bits(image);
-    default: return 0;
+    case RZL_FIELD_PACKET_ROOM: return give_int(value, ROOM);
+    case RZL_FIELD_COMPRESSION: return give_int(value, image->compression);
+    case RZL_FIELD_PREDICTOR: return give_int(value, image->predictor);
+    case RZL_FIELD_PLANAR: return give_int(value, image->planar_config);
+    case RZL_FIELD_PHOTOMETRIC: return give_int(value, image->photometric);
+    case RZL_FIELD_STRIP_ROWS: return give_int(value, static_cast<int32_t>(image->rows_per_strip));
+    case RZL_FIELD_MATRIX:
+        // An image without one leaves the identity.
+        if ((image->flags & TIF_HAS_TRANSFORM) != 0) std::memcpy(value, image->transform, sizeof image->transform);
+        return;
+    default: return;
     }
 }
 
 } // namespace
 
 int tif_get_hdr_data(CFILE* c, int32_t field, void* value) {
-    if (field == RZL_FIELD_MATRIX) {
-        const tif_image* image = tif_image_of(c);
-        // An image without one leaves the identity that the core has put there.
-        if ((image->flags & TIF_HAS_TRANSFORM) != 0) std::memcpy(value, image->transform, sizeof image->transform);
+    if (field == RZL_FIELD_USER_TAG) return get_user_tag(c, static_cast<rzl_user_tag*>(value));
+    if (field == RZL_FIELD_TILE_DIRECTORY) {
+        std::memset(value, 0, sizeof(int32_t) * tif_segments(tif_image_of(c)));
         return 0;
     }
-    if (field == RZL_FIELD_USER_TAG) return get_user_tag(c, static_cast<rzl_user_tag*>(value));
-    int32_t number = value_of(c, field);
-    std::memcpy(value, &number, sizeof number);
-    // The aspect ratio, a double of 0.
-    if (field == RZL_FIELD_ASPECT_RATIO) std::memset(value, 0, sizeof(double));
+    give_value(c, field, value);
     return 0;
 }
 
+// The matrix as it is stored: one of zeros for none, as Set_stat takes it.
 int tif_get_stat(CFILE* c, rzl_stat* stat) {
-    *stat = {};
-    stat->xsize = c->xsize;
-    stat->ysize = c->ysize;
-    stat->format = tif_get_format(c);
-    stat->device_resolution = value_of(c, RZL_FIELD_RESOLUTION);
-    stat->scan_orientation = value_of(c, RZL_FIELD_ORIENTATION);
-    stat->tile_size = value_of(c, RZL_FIELD_TILE_WIDTH);
-    stat->tiles_across = value_of(c, RZL_FIELD_TILES_ACROSS);
-    stat->tiles_down = value_of(c, RZL_FIELD_TILES_DOWN);
-    stat->overview_count = value_of(c, RZL_FIELD_OVERVIEWS);
-    stat->overview_value = value_of(c, RZL_FIELD_OVERVIEW_VALUE);
-    stat->vlt_type = value_of(c, RZL_FIELD_VLT_TYPE);
-    stat->vlt_entries = value_of(c, RZL_FIELD_VLT_ENTRIES);
-    stat->vlt_room = stat->packet_room = ROOM;
-    stat->packet_words = value_of(c, RZL_FIELD_PACKET_WORDS);
+    int result = rzl_get_stat_of_fields(c, stat);
     std::memcpy(stat->matrix, tif_image_of(c)->transform, sizeof stat->matrix);
-    stat->planar = value_of(c, RZL_FIELD_PLANAR);
-    stat->compression = value_of(c, RZL_FIELD_COMPRESSION);
-    return 0;
+    return result;
 }
 
 // ---- fields that are set -------------------------------------------------------------------------------------------
@@ -653,10 +625,7 @@ int tif_set_hdr_data(CFILE* c, int32_t field, const void* value) {
     if (field == RZL_FIELD_USER_TAG) {
         return overview ? 0 : add_user_tag(c, static_cast<const rzl_user_tag*>(value));
     }
-    int32_t number = 0;
-    // Texts of other formats need not be as long as a number.
-    bool text = field >= RZL_FIELD_DESCRIPTION && field <= RZL_FIELD_NAME_3;
-    if (!text) std::memcpy(&number, value, sizeof number);
+    int32_t number = int_of(value);
     return overview ? set_overview_number(c, field, number) : set_base_number(c, field, number);
 }
 

@@ -147,9 +147,7 @@ bool tif_activate(CFILE* c, tif_image* image) {
     tif_drop_segments(c);
     if (spec->image != image) release_arrays(c, spec->image);
     spec->image = image;
-    mem_free(c->line_offsets);
-    c->line_offsets = nullptr;
-    c->line_offset_count = 0;
+    rzl_forget_lines(c);
     set_flag(c, FLAG_MODULE, false);
     set_flag(c, FLAG_HEADER_EXISTS, (spec->first->flags & TIF_IN_FILE) != 0 || image != spec->first);
     c->line = 0;
