@@ -17,7 +17,7 @@ constexpr const char* SOURCE = "TIFF/tifgetli";
 
 } // namespace
 
-// ---- rows of segments ----------------------------------------------------------------------------------------------
+// ---- rows of segments -----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -340,7 +340,7 @@ bool open_fax(CFILE* c, const tif_image* image, uint32_t segment) {
     return true;
 }
 
-// Damaged lines are white where nothing could be decoded; that is told once an image.
+// Damaged lines are white where nothing could be decoded; that is reported once an image.
 void tell_damage(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     set_flag(c, FLAG_DAMAGED, true);
@@ -410,6 +410,8 @@ bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes) {
     return *block != nullptr || fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
 }
 
+// The row of a segment of the active image, valid until the next call that reads. A plain row is read into `into` when
+// that is not null and stays there. Null with the status set.
 static const uint8_t* fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into) {
     const tif_image* image = tif_image_of(c);
     auto bytes = static_cast<size_t>(tif_row_bytes(image, plane));
@@ -485,7 +487,7 @@ uint32_t tif_fetch_runs(CFILE* c, uint32_t segment, uint32_t row, uint16_t* runs
     return CIT_OK;
 }
 
-// ---- lines of three or four samples --------------------------------------------------------------------------------
+// ---- lines of three or four samples ---------------------------------------------------------------------------------
 
 namespace {
 
@@ -579,7 +581,7 @@ bool tif_colour_pixels(CFILE* c, uint32_t segment, uint32_t row, uint8_t* pixels
     return true;
 }
 
-// ---- lines ---------------------------------------------------------------------------------------------------------
+// ---- lines ----------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -679,8 +681,7 @@ int tif_getline(CFILE* c, int channels, read_planes buffers) {
     bool raw = has_flag(c, FLAG_RAW_SAMPLES);
     if (raw != spec->raw_row && has_flag(c, FLAG_TILED) && !c->tile->row_dirty) drop_tile_row(c);
     spec->raw_row = raw;
-    bool tiles = has_flag(c, FLAG_TILED) && !has_flag(c, FLAG_SQUETCH) && is_readable(c);
-    if (tiles && !tif_fill_tile_row(c)) return 0;
+    bool tiles = has_flag(c, FLAG_TILED) && !has_flag(c, FLAG_SQUETCH);
     if (is_narrow_grey(c)) return get_narrow_line(c, channels, buffers);
     int pixels = rzl_getline_generic(c, channels, buffers);
     if (pixels > 0 && tiles && tif_is_bilevel(tif_image_of(c))) spread_line(c, channels, buffers);
@@ -703,7 +704,7 @@ int tif_get_interleaved_line(CFILE* c, uint8_t* buffer) {
     return c->xsize;
 }
 
-// ---- positions -----------------------------------------------------------------------------------------------------
+// ---- positions ------------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -307,7 +307,7 @@ size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif
     return static_cast<size_t>(out.next - target);
 }
 
-// ---- differences between neighbours --------------------------------------------------------------------------------
+// ---- differences between neighbours ---------------------------------------------------------------------------------
 
 namespace {
 

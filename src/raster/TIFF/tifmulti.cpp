@@ -11,7 +11,7 @@ constexpr const char* SOURCE = "TIFF/tifmulti";
 
 } // namespace
 
-// ---- images --------------------------------------------------------------------------------------------------------
+// ---- images ---------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -182,13 +182,13 @@ int tif_set_active_image(CFILE* c, int32_t number) {
     return 0;
 }
 
-// ---- overviews -----------------------------------------------------------------------------------------------------
+// ---- overviews ------------------------------------------------------------------------------------------------------
 
 namespace {
 
 constexpr int32_t MAX_OVERVIEWS = 65535;
 
-// Takes records off the end of the chain that the file has not got. False: the last one is in the file or active.
+// Takes records off the end of the chain that the file does not have. False: the last one is in the file or active.
 bool drop_last(tif_spec* spec) {
     tif_image* last = spec->first;
     while (last->next != nullptr)

@@ -26,7 +26,7 @@ constexpr const char* SOURCE = "TIFF/tifopen";
 
 } // namespace
 
-// ---- directories ---------------------------------------------------------------------------------------------------
+// ---- directories ----------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -493,7 +493,7 @@ bool tif_load_arrays(CFILE* c, tif_image* image) {
     return false;
 }
 
-// ---- opening, creating, closing ------------------------------------------------------------------------------------
+// ---- opening, creating, closing -------------------------------------------------------------------------------------
 
 namespace {
 
@@ -706,7 +706,7 @@ int start_file(CFILE* c) {
 constexpr format_slots SLOTS = {
     .Getline = tif_getline,
     .Get_line = tif_get_line,
-    .Getlinefromtile = tif_getline_from_tiles,
+    .Getlinefromtile = rzl_getline_from_tiles,
     .Getrleline = tif_get_rle_line,
     .Getinlv = tif_get_interleaved_line,
     .Putline = tif_putline,

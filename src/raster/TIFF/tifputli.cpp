@@ -19,7 +19,7 @@ constexpr const char* SOURCE = "TIFF/tifputli";
 
 } // namespace
 
-// ---- rows of segments ----------------------------------------------------------------------------------------------
+// ---- rows of segments -----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -145,7 +145,7 @@ bool stream_row(CFILE* c, uint32_t row, const uint8_t* bytes) {
     return stream_bytes(c, bytes, static_cast<size_t>(tif_row_bytes(image, 0))) && end_row(c, strip, row);
 }
 
-// What replaces stored data is told by new arrays, so that the old ones hold until these stand.
+// What replaces stored data stands in new arrays, so that the old ones hold until these stand.
 void note_place(tif_image* image, uint32_t entry, uint32_t offset, uint32_t bytes) {
     if (tif_is_stored(image, entry) && (image->flags & TIF_IN_FILE) != 0) image->flags |= TIF_OUT_OF_DATE;
     image->strip_offsets[entry] = offset;
@@ -302,6 +302,7 @@ bool tif_samples_can_be_put(CFILE* c) {
     return true;
 }
 
+// Leaves another segment that waits, and judges this one.
 static bool begin_put(CFILE* c, uint32_t segment) {
     tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
@@ -317,6 +318,8 @@ static bool begin_put(CFILE* c, uint32_t segment) {
     return true;
 }
 
+// The place of the row of a segment that is gathered, for a caller that makes a row of chunky data there and calls
+// end_row(). Null: the row can't be made in place (status 0), or a failure.
 static uint8_t* row_place(CFILE* c, uint32_t segment, uint32_t row) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
@@ -328,6 +331,8 @@ static uint8_t* row_place(CFILE* c, uint32_t segment, uint32_t row) {
     return out->rows + row * static_cast<size_t>(tif_row_bytes(image, 0));
 }
 
+// Takes the rows of a line, from tif_make_rows(). Stores the segment when it is complete: the plain strips of a new
+// file with one plane are streamed, each row goes into the file as it comes.
 static bool save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows) {
     const tif_image* image = tif_image_of(c);
     tif_gathering* out = &tif_spec_of(c)->out;
@@ -383,7 +388,7 @@ void tif_cut_segment(CFILE* c, uint32_t height) {
     }
 }
 
-// ---- fax lines -----------------------------------------------------------------------------------------------------
+// ---- fax lines ------------------------------------------------------------------------------------------------------
 
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,
                        size_t count) {
@@ -404,7 +409,7 @@ bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* 
     return row + 1 != tif_rows_of(tif_image_of(c), segment) || tif_flush_segment(c);
 }
 
-// ---- lines ---------------------------------------------------------------------------------------------------------
+// ---- lines ----------------------------------------------------------------------------------------------------------
 
 namespace {
 

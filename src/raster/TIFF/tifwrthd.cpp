@@ -18,7 +18,7 @@ constexpr const char* SOURCE = "TIFF/tifwrthd";
 
 } // namespace
 
-// ---- formats, and the plan of an image -----------------------------------------------------------------------------
+// ---- formats, and the plan of an image ------------------------------------------------------------------------------
 
 namespace {
 
@@ -352,7 +352,7 @@ bool tif_change_height(CFILE* c, tif_image* image, uint32_t height) {
     return true;
 }
 
-// ---- directories ---------------------------------------------------------------------------------------------------
+// ---- directories ----------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -750,7 +750,7 @@ int tif_finish_image(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     tif_image* image = spec->image;
     bool stored = flush_tile_row(c) && tif_flush_segment(c);
-    // What was stored before is told even when the last part could not be.
+    // What was stored before is noted even when the last part could not be.
     bool told = true;
     if (directory_is_due(c, image)) {
         bool planned = image->strip_offsets != nullptr || plan_strips(c, image);
