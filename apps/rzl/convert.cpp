@@ -19,7 +19,6 @@ namespace {
 
 constexpr int CHANNELS = 4;
 constexpr int SAMPLES_OF_COLOR = 3;
-constexpr int32_t VLT_TYPE_ENTRIES = 2;
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
 struct convert_request {
@@ -151,6 +150,10 @@ int check_target(const raster_source* source, convert_request* request) {
     if (target == pixel_kind::deep) {
         return program_fail("This version does not convert to data format %d.", static_cast<int>(request->format));
     }
+    if (rzl_standard_takes(request->standard, static_cast<int32_t>(request->format)) == 0) {
+        return program_fail("A %s file does not have data format %d.", rzl_standard_name(request->standard),
+                            static_cast<int>(request->format));
+    }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
     }
@@ -180,7 +183,7 @@ bool set_field(CFILE* file, int32_t field, int64_t value) {
 }
 
 bool put_vlt(conversion* c, int32_t entries, const rzl_vlt_entry* vlt) {
-    return set_field(c->out, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
+    return set_field(c->out, RZL_FIELD_VLT_TYPE, RZL_VLT_ENTRIES) &&
            set_field(c->out, RZL_FIELD_VLT_ENTRIES, entries) && rzl_put_vlt(c->out, vlt) == 0;
 }
 
@@ -304,12 +307,11 @@ int write_lines(conversion* c) {
     return c->reduced != nullptr ? write_reduced(c) : copy_lines(c);
 }
 
-// A tile size that the format has no place for is passed over without a status.
-int header_failed(conversion* c) {
+int header_failed(const conversion* c) {
     uint32_t status = 0;
     rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
-    const char* reason = status != 0 ? raster_reason(status) : "The format does not take this tile size.";
-    return program_fail("The header of \"%s\" can not be written: %s", c->request->out, reason);
+    if (status == 0) return program_fail("The header of \"%s\" can not be written.", c->request->out);
+    return program_fail("The header of \"%s\" can not be written: %s", c->request->out, raster_reason(status));
 }
 
 int write_file(conversion* c, const char* fresh) {

@@ -10,15 +10,18 @@ namespace {
 constexpr int32_t ORIENTATION_FROM_BOTTOM = 2;
 constexpr int32_t ORIENTATION_FROM_RIGHT = 1;
 
-constexpr int32_t VLT_TYPE_BYTES = 1;
+// A table with more entries than this is none that pixels are looked up in.
+constexpr int32_t MOST_VLT_ENTRIES = 512;
 
-// The two colours of such a GIF file are any, and no matter of black and white.
-bool is_two_color_gif(const raster_source* s) {
-    return source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF && s->bits == 1;
+// A byte table always has its 256 colours, whatever count stands beside it.
+bool has_table(const raster_source* s) {
+    if (s->vlt_type == RZL_VLT_BYTES) return true;
+    return s->vlt_type == RZL_VLT_ENTRIES && s->vlt_entries > 0 && s->vlt_entries <= MOST_VLT_ENTRIES;
 }
 
 pixel_kind kind_of(const raster_source* s) {
-    if (is_two_color_gif(s)) return pixel_kind::mapped;
+    bool two_colors = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF || has_table(s);
+    if (s->bits == 1 && two_colors) return pixel_kind::mapped;
     switch (s->format) {
     case RZL_FORMAT_BILEVEL:
     case RZL_FORMAT_BILEVEL_RUNS:
@@ -40,9 +43,7 @@ pixel_kind kind_of(const raster_source* s) {
     default: break;
     }
     if (s->bits > 8) return pixel_kind::deep;
-    // A byte table always has its 256 colours, whatever count stands beside it.
-    bool has_table = s->vlt_type == VLT_TYPE_BYTES || (s->vlt_type != 0 && s->vlt_entries != 0);
-    return has_table ? pixel_kind::mapped : pixel_kind::grey;
+    return has_table(s) ? pixel_kind::mapped : pixel_kind::grey;
 }
 
 void read_shape(raster_source* s) {
@@ -57,23 +58,25 @@ void read_shape(raster_source* s) {
     s->kind = kind_of(s);
 }
 
-// Why an image or overview could not be made the active one: there is none of that number, or it can't be read.
-bool refuse_part(const source_request* request, CFILE* file, const char* part, int32_t number) {
+// An image that is there, but can't be read, has another reason than one that is not.
+bool refuse_part(const source_request* request, CFILE* file, uint32_t missing, const char* what, int32_t number) {
     uint32_t status = 0;
     rzl_get_hdr_data(file, RZL_FIELD_STATUS, &status);
-    if (status == RZL_NO_SUCH_IMAGE || status == RZL_NO_SUCH_OVERVIEW || status == RZL_UNSUPPORTED) {
-        program_fail("\"%s\" has no %s %d.", request->path, part, number);
+    if (status == missing) {
+        program_fail("\"%s\" has no %s %d.", request->path, what, number);
     } else {
-        program_fail("\"%s\": %s %d can not be read: %s", request->path, part, number, raster_reason(status));
+        program_fail("The %s %d of \"%s\" can not be read: %s", what, number, request->path, raster_reason(status));
     }
     return false;
 }
 
 bool activate(const source_request* request, CFILE* file) {
-    if (request->image != 0 && rzl_set_active_image(file, request->image) != 0)
-        return refuse_part(request, file, "image", request->image);
-    if (request->overview >= 0 && rzl_set_active_overview(file, request->overview) != 0)
-        return refuse_part(request, file, "overview", request->overview);
+    if (request->image != 0 && rzl_set_active_image(file, request->image) != 0) {
+        return refuse_part(request, file, RZL_NO_SUCH_IMAGE, "image", request->image);
+    }
+    if (request->overview >= 0 && rzl_set_active_overview(file, request->overview) != 0) {
+        return refuse_part(request, file, RZL_NO_SUCH_OVERVIEW, "overview", request->overview);
+    }
     return true;
 }
 

@@ -218,6 +218,7 @@ int check_pens(const apply_request* request) {
 int apply_sets(const apply_request* request) {
     pass_progress progress = {0, request->set_count};
     open_image.rows_changed = {show_row, &progress};
+    image_history_limit(0); // nothing is taken back
     int status = check_pens(request);
     for (int i = 0; status == EXIT_DONE && i < request->set_count; ++i) {
         progress.done_sets = i;

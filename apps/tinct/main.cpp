@@ -2,22 +2,24 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/main.h"
 #include "core/version.h"
+#include "desktop/main.h"
 #include "surface/file_types.h"
 #include "surface/paths.h"
 #include "tools/process.h"
 
 namespace {
 
-constexpr const char* HELP = "usage: tinct [-f FILE.tnc] [-p FILE.tnp] [@FILE ...]\n"
+constexpr const char* HELP = "usage: tinct [[-f] FILE.tnc] [-p FILE.tnp] [@FILE ...]\n"
                              "\n"
                              "Opens a rendered image in a window.\n"
                              "\n"
                              "  -f FILE.tnc   the rendered image to open; its picture stands beside it\n"
                              "  -p FILE.tnp   the palette to load\n"
                              "  @FILE         a file with more arguments\n"
-                             "  --            ends the options\n"
+                             "  --            ends the options; what follows is not opened\n"
+                             "  -h, --help    shows this\n"
+                             "  --version     shows the version\n"
                              "\n"
                              "In the window:\n"
                              "\n"
@@ -34,16 +36,19 @@ constexpr const char* HELP = "usage: tinct [-f FILE.tnc] [-p FILE.tnp] [@FILE ..
                              "Environment: TINCT_HOST=sdl|headless, TINCT_SCREEN=WIDTHxHEIGHTxDEPTH (depth 4, 8, 15, "
                              "16 or 24), TINCT_SCALE=N.\n";
 
+// Whether the option stands on the command line as one: not behind "--", and not as the file of another option.
 bool asks_for(int count, char** arguments, const char* option) {
-    for (int i = 1; i < count; ++i)
+    for (int i = 1; i < count && std::strcmp(arguments[i], "--") != 0; ++i) {
         if (std::strcmp(arguments[i], option) == 0) return true;
+        if (std::strcmp(arguments[i], "-f") == 0 || std::strcmp(arguments[i], "-p") == 0) ++i;
+    }
     return false;
 }
 
 } // namespace
 
 int main(int count, char** arguments, char** environment) {
-    if (asks_for(count, arguments, "--help")) return std::fputs(HELP, stdout) < 0 ? 1 : 0;
+    if (asks_for(count, arguments, "--help") || asks_for(count, arguments, "-h")) return std::fputs(HELP, stdout) < 0 ? 1 : 0;
     if (asks_for(count, arguments, "--version")) return std::printf("%s\n", TINCT_VERSION) < 0 ? 1 : 0;
     product_root_init();
     const tools_program program = {search_paths_init, tinct_main};

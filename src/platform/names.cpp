@@ -6,11 +6,11 @@
 #include <cstring>
 
 #include <dirent.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/files.h"
+#include "support/text.h"
 
 namespace {
 
@@ -61,16 +61,17 @@ bool try_component(path_text* done, const char* name, size_t length, const char*
     return false;
 }
 
-// Looks for the component in the directory without regard to case. Each candidate is followed to the end, so that a
-// second directory that differs in case only is found as well.
+// Looks for the component in the directory without regard to case, and to whether it is UTF-8 or Latin-1. Each
+// candidate is followed to the end, so that a second directory that differs in case only is found as well.
 bool try_other_case(path_text* done, const char* name, size_t length, const char* rest) {
     DIR* directory = opendir(done->length > 0 ? done->text : ".");
     if (directory == nullptr) return false;
     bool found = false;
     for (const dirent* entry = readdir(directory); entry != nullptr && !found; entry = readdir(directory)) {
-        if (std::strlen(entry->d_name) != length || strncasecmp(entry->d_name, name, length) != 0) continue;
-        if (std::strncmp(entry->d_name, name, length) == 0) continue; // tried already
-        found = try_component(done, entry->d_name, length, rest);
+        const size_t entry_length = std::strlen(entry->d_name);
+        if (!text_same_name(entry->d_name, entry_length, name, length)) continue;
+        if (entry_length == length && std::memcmp(entry->d_name, name, length) == 0) continue; // tried already
+        found = try_component(done, entry->d_name, entry_length, rest);
     }
     closedir(directory);
     return found;
@@ -101,9 +102,10 @@ bool files_resolve_new(const char* path, char* real, size_t size) {
     char slashes[FILES_PATH_SIZE];
     if (path == nullptr || !to_slashes(path, slashes, sizeof slashes)) return false;
     char* last = std::strrchr(slashes, '/');
-    if (last == nullptr) return copy_text(slashes, real, size);
-    if (last[1] == '\0') return false;
-    const char* name = last + 1;
+    char name[FILES_PATH_SIZE];
+    if (!text_to_utf8(last != nullptr ? last + 1 : slashes, name, sizeof name)) return false;
+    if (last == nullptr) return copy_text(name, real, size);
+    if (name[0] == '\0') return false;
     char directory[FILES_PATH_SIZE] = "/";
     if (last != slashes) {
         *last = '\0';

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "platform/files.h"
+#include "platform/pages.h"
 #include "raster/rzl.h"
 #include "support/checked.h"
 #include "support/log.h"
@@ -168,14 +169,21 @@ bool read_lines(const line_reader* r, raster_image* image) {
     return true;
 }
 
+// A plane is walked over by every redraw and every pass, from its beginning to its end.
+uint8_t* new_plane(size_t bytes) {
+    auto* plane = mem_new_array<uint8_t>(bytes);
+    if (plane != nullptr) pages_prefer_large(plane, bytes);
+    return plane;
+}
+
 bool allocate(raster_image* image, const raster_shape* shape, const char* path) {
     size_t bytes = 0;
     if (!plane_size(shape, &bytes)) return false;
     image->width = shape->width;
     image->height = shape->height;
-    image->red = mem_new_array<uint8_t>(bytes);
-    image->green = mem_new_array<uint8_t>(bytes);
-    image->blue = mem_new_array<uint8_t>(bytes);
+    image->red = new_plane(bytes);
+    image->green = new_plane(bytes);
+    image->blue = new_plane(bytes);
     image->name = mem_copy_text(path);
     return image->red != nullptr && image->green != nullptr && image->blue != nullptr && image->name != nullptr;
 }
@@ -218,6 +226,10 @@ bool find_raster_file(const char* path, char* found, size_t size) {
 raster_image* load_image(const char* path, int32_t max_width, int32_t max_height) {
     char found[FILES_PATH_SIZE];
     find_raster_file(path, found, sizeof found);
+    return load_found_image(path, found, max_width, max_height);
+}
+
+raster_image* load_found_image(const char* path, const char* found, int32_t max_width, int32_t max_height) {
     auto* image = mem_new<raster_image>();
     if (image == nullptr) {
         log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");

@@ -40,7 +40,7 @@ struct pen_builder {
     int32_t x;
     int32_t y;
     int32_t max_pen; // highest pen with samples on the current line, -1 for none
-    bool failed;     // a stop came back: nothing more is packed
+    bool failed;     // no line can be packed any more
     int64_t skip_allowance;
     line_nodes nodes;
     line_done_action action;

@@ -33,7 +33,7 @@ void builder_add_sample(pen_builder* builder, int pen, uint8_t red, uint8_t gree
 void builder_next_line(pen_builder* builder);
 void builder_skip_lines(pen_builder* builder, int32_t count);
 
-// True after the builder stopped the program for want of memory and a test let it come back: nothing more is packed.
+// True when there was no memory to pack lines in, which is to end the program: nothing more is packed.
 bool builder_has_failed(const pen_builder* builder);
 
 // Packs the line still open, and releases the builder.

@@ -69,10 +69,12 @@ inline bool next_item(penline_position* at, run_item* item) {
         ptrdiff_t bytes = LAYOUTS.of[kind].ahead + LAYOUTS.of[kind].per_pixel * count;
         if (end - p < bytes) break;
         *item = {x, count, kind, p};
-        *at = {p + bytes, end, x + count};
+        at->next = p + bytes;
+        at->x = x + count;
         return true;
     }
-    *at = {end, end, x};
+    at->next = end;
+    at->x = x;
     return false;
 }
 
@@ -187,7 +189,7 @@ template <bool WITH_UV> struct run_decoders {
 template <bool WITH_UV> bool take_run(penline_position* at, penline_run* run) {
     run_item item;
     if (!next_item(at, &item)) return false;
-    if ((item.kind & PENLINE_UV) == 0) log_message(LOG_WARNING, "Error - uv_code = 0\n");
+    if ((item.kind & PENLINE_UV) == 0) at->no_uv_code = true;
     run->x = item.x;
     run->count = item.count;
     run->constant_shade = (item.kind & PENLINE_CONSTANT) != 0;
@@ -196,6 +198,10 @@ template <bool WITH_UV> bool take_run(penline_position* at, penline_run* run) {
 }
 
 } // namespace
+
+void penline_report_no_uv_code() {
+    log_message(LOG_WARNING, "Error - uv_code = 0\n");
+}
 
 bool penline_next_run(penline_position* at, penline_run* run) {
     return take_run<true>(at, run);

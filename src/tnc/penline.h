@@ -52,11 +52,15 @@ struct penline_position {
     const uint8_t* next;
     const uint8_t* end;
     int32_t x;
+    bool no_uv_code; // a run with a uv of 0 has been decoded
 };
 
 inline penline_position penline_begin(const pline* line) {
-    return {line->code, line->code + line->length, 0};
+    return {line->code, line->code + line->length, 0, false};
 }
+
+// Reports that a run had a uv of 0: a walk does so once, however many there were.
+void penline_report_no_uv_code();
 
 // Decodes the next pixel run into `run`, passing over skip items. False at the end of the line.
 // `run` may be reused from call to call.

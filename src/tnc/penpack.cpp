@@ -237,16 +237,14 @@ layer_size measure_layer(const line_nodes* nodes, const autoreflex* layer) {
     return size;
 }
 
-// Makes the scratch buffers large enough. False after a message and a stop that came back.
+// Makes the scratch buffers large enough. False after a message.
 bool make_scratch(const layer_size* size) {
     if (!make_room(&scratch.line, &scratch.line_bytes, static_cast<size_t>(size->bytes))) {
         log_message(LOG_ERROR, "Error : compressed_pen_line0 - no memory. delx = %d\n", size->delx);
-        stop_program(1);
         return false;
     }
     if (!make_room(&scratch.xlate_run, &scratch.xlate_count, static_cast<size_t>(size->longest_run))) {
         log_message(LOG_WARNING, "Failed to allocate memory for xlate_run. count = %d\n", size->longest_run);
-        stop_program(1);
         return false;
     }
     return true;

@@ -33,15 +33,19 @@ struct tnc_image {
     char* name;                      // owned: text of the last header record of kind 1, or null
     int32_t line_count;              // scan lines; given by the caller, who takes it from the companion raster
     int32_t version;                 // the file's version byte, 0 to 3
-    bool complete;                   // false: the file ended before its end record and before the last line
+    bool complete;                   // false: the file ended, or could not be read on, inside of a record
     compressed_pen* pens[PEN_COUNT]; // owned; null for a pen that the file never defined
     struct pline_chunk* chunks;      // owned; where the lines stand that came packed, null for none
 };
 
 // Reads a .tnc file as `line_count` scan lines. Null on failure, after a message. A file that can't be opened, is no
 // .tnc file, or holds samples of an unknown pen stops the program with status 1; where a test replaces that stop, null
-// is given. Damage that leaves the rest usable is passed over: `complete` tells of a file that ended early.
+// is given. Damage that leaves the rest usable is passed over: `complete` tells of a file that ended early. A file may
+// end between two records.
 tnc_image* tnc_read(const char* path, int32_t line_count);
+
+// The same for a program that goes on: null after the message where tnc_read() would stop it.
+tnc_image* tnc_try_read(const char* path, int32_t line_count);
 
 // Releases an image and all that hangs from it. Null does nothing.
 void tnc_free(tnc_image* image);

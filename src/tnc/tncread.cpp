@@ -82,10 +82,17 @@ enum class reading {
     ends,  // normally
     cut,   // the image is given with what it holds
     fails, // after a message: no image
+    stops, // the same, and the program is to stop
 };
 
+// The next byte, -1 where there is none: between two records that is the end of the image.
+int source_next(record_source* s) {
+    return s->stream != nullptr ? decompress_getc(s->stream) : reader_getc(s->file);
+}
+
+// The same inside of a record, which is cut then.
 int source_getc(record_source* s) {
-    int byte = s->stream != nullptr ? decompress_getc(s->stream) : reader_getc(s->file);
+    int byte = source_next(s);
     if (byte < 0) s->ended = true;
     return byte;
 }
@@ -207,8 +214,7 @@ reading read_sample(tnc_reader* r, int pen) {
     const compressed_pen* found = pen < PEN_COUNT ? r->image->pens[pen] : nullptr;
     if (found == nullptr) {
         log_message(LOG_WARNING, "Pixel data found for unknown pen %d\n", pen);
-        stop_program(1);
-        return reading::fails;
+        return reading::stops;
     }
     uint16_t u = 0;
     uint16_t v = 0;
@@ -292,8 +298,7 @@ reading start_compressed(tnc_reader* r) {
     decompress_context* stream = decompress_open(r->source.file);
     if (stream == nullptr) {
         log_message(LOG_WARNING, "failed to start decompression\n");
-        stop_program(1);
-        return reading::fails;
+        return reading::stops;
     }
     source_use_stream(&r->source, stream);
     return reading::goes_on;
@@ -362,10 +367,10 @@ reading read_record(tnc_reader* r, int code) {
 
 reading read_records(tnc_reader* r) {
     for (;;) {
-        int code = source_getc(&r->source);
-        if (code < 0) return reading::cut;
+        int code = source_next(&r->source);
+        if (code < 0) return r->source.file->failed ? reading::cut : reading::ends; // no end record is needed
         reading state = read_record(r, code);
-        if (builder_has_failed(r->builder)) return reading::fails;
+        if (builder_has_failed(r->builder)) return reading::stops;
         if (state != reading::goes_on) return state;
         if (builder_y(r->builder) >= r->image->line_count) return reading::ends;
     }
@@ -373,7 +378,7 @@ reading read_records(tnc_reader* r) {
 
 // ---- the file ------------------------------------------------------------------------------------------------------
 
-// Checks the two bytes at the start of the file. False after a message and a stop that came back.
+// Checks the two bytes at the start of the file. False after a message.
 bool read_start(tnc_reader* r, const char* path) {
     int magic = source_getc(&r->source);
     int version = source_getc(&r->source);
@@ -382,7 +387,6 @@ bool read_start(tnc_reader* r, const char* path) {
         return true;
     }
     log_message(LOG_WARNING, "expected \"%s\" to be version 0, 1, 2 or 3 tnc file\n", path);
-    stop_program(1);
     return false;
 }
 
@@ -393,41 +397,59 @@ reading read_with_builder(tnc_reader* r) {
     reading state = read_records(r);
     // The line still open is packed here, which may fail too.
     builder_next_line(r->builder);
-    if (builder_has_failed(r->builder)) state = reading::fails;
+    if (builder_has_failed(r->builder)) state = reading::stops;
     builder_free(r->builder);
     decompress_close(r->source.stream);
     return state;
 }
 
-// Reads the opened file. False when there is to be no image.
-bool read_file(tnc_reader* r, const char* path) {
-    if (!read_start(r, path)) return false;
-    reading state = read_with_builder(r);
+// Reads the opened file.
+reading read_file(tnc_reader* r, const char* path) {
+    if (!read_start(r, path)) return reading::stops;
+    const reading state = read_with_builder(r);
     r->image->complete = state == reading::ends && !r->source.ended;
-    return state != reading::fails;
+    return state;
 }
 
-} // namespace
+reading read_named_file(tnc_reader* r, const char* path) {
+    file_reader* file = reader_open(path);
+    if (file == nullptr) {
+        log_message(LOG_WARNING, "Failed to open %s for read\n", path);
+        return reading::stops;
+    }
+    source_use_file(&r->source, file);
+    const reading state = read_file(r, path);
+    reader_close(file);
+    return state;
+}
 
-tnc_image* tnc_read(const char* path, int32_t line_count) {
+// The image, or null; `stops` tells whether that is a fault that ends the program.
+tnc_image* read_image(const char* path, int32_t line_count, bool* stops) {
+    *stops = false;
     tnc_reader r = {};
     for (line_range& used : r.used)
         used = NO_LINES;
     r.image = image_new(line_count);
     if (r.image == nullptr) return nullptr;
-    file_reader* file = reader_open(path);
-    bool done = false;
-    if (file == nullptr) {
-        log_message(LOG_WARNING, "Failed to open %s for read\n", path);
-        stop_program(1);
-    } else {
-        source_use_file(&r.source, file);
-        done = read_file(&r, path);
-        reader_close(file);
-    }
-    if (done) return r.image;
+    const reading state = read_named_file(&r, path);
+    *stops = state == reading::stops;
+    if (state != reading::fails && !*stops) return r.image;
     tnc_free(r.image);
     return nullptr;
+}
+
+} // namespace
+
+tnc_image* tnc_read(const char* path, int32_t line_count) {
+    bool stops = false;
+    tnc_image* image = read_image(path, line_count, &stops);
+    if (stops) stop_program(1);
+    return image;
+}
+
+tnc_image* tnc_try_read(const char* path, int32_t line_count) {
+    bool stops = false;
+    return read_image(path, line_count, &stops);
 }
 
 void tnc_free(tnc_image* image) {

@@ -1,8 +1,10 @@
 // The queues of events and the two masks: putting, looking, taking, clearing.
+#include "support/invariant.h"
 #include "support/memory.h"
 #include "tools/eventdata.h"
 
 #include <algorithm>
+#include <bit>
 #include <type_traits>
 
 uint32_t enabled_events = 0;
@@ -181,6 +183,20 @@ int Get_message_data(int* kind, uint32_t* word1, uint32_t* word2) {
     return look(QUEUE_MESSAGE, true, kind, word1, word2);
 }
 
+int Inq_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers) {
+    return look(QUEUE_WHEEL, false, window, x, y, steps, modifiers);
+}
+int Get_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers) {
+    return look(QUEUE_WHEEL, true, window, x, y, steps, modifiers);
+}
+
+int Drop_event(uint32_t event) {
+    const int queue = std::countr_zero(event);
+    if (queue >= EVENT_QUEUES || queue_first(queue) == nullptr) return event_fail(EVENT_ERROR_EMPTY);
+    queue_drop_first(queue);
+    return 0;
+}
+
 int Post_user_data(uint32_t value) {
     return queue_put(QUEUE_USER, &value, 1);
 }
@@ -242,4 +258,14 @@ int Clear_event_8000_data() {
 }
 int Clear_motion_data() {
     return queue_clear(QUEUE_MOTION);
+}
+int Clear_wheel_data() {
+    return queue_clear(QUEUE_WHEEL);
+}
+
+void queues_check() {
+    for (int queue = 0; INVARIANTS_CHECKED && queue < EVENT_QUEUES; ++queue) {
+        const bool is_pending = (pending_events & event_bit(queue)) != 0;
+        invariant(is_pending == (last_records[queue] != nullptr), "a bit is pending while its queue has an event");
+    }
 }

@@ -50,6 +50,16 @@ TEST_F(Files, CleanNamesFindFilesWhateverTheirCase) {
     EXPECT_EQ(resolved(""), "");
 }
 
+TEST_F(Files, ALatin1NameFindsItsUtf8File) {
+    const std::string wanted = root / "renders" / "K\xC3\xBC\xC3\x84.rgb";
+    write(wanted, "");
+    EXPECT_EQ(resolved(root.string() + "\\renders\\k\xFC\xE4.rgb"), wanted);
+    EXPECT_EQ(resolved(root.string() + "\\renders\\k\xFC.rgb"), "");
+    char real[FILES_PATH_SIZE];
+    ASSERT_TRUE(files_resolve_new((root / "renders" / "N\xFC.rgb").c_str(), real, sizeof real));
+    EXPECT_EQ(std::string(real), root / "renders" / "N\xC3\xBC.rgb");
+}
+
 TEST_F(Files, ANameGivenAsItStandsComesFirst) {
     write(root / "a\\b", "odd");
     EXPECT_EQ(resolved(root.string() + "/a\\b"), root.string() + "/a\\b");

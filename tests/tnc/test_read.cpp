@@ -94,13 +94,22 @@ TEST_F(read_test, packed_lines_go_to_the_front_of_their_chain) {
     EXPECT_TRUE(complete);
 }
 
-TEST_F(read_test, a_cut_file_is_told_apart_wherever_it_ends) {
-    bytes content = START + bytes{243, 1, 'x', 0} + pen_record(4, true) + uv_sample(4, 9, 1, 2) + COLUMN +
-                    packed_record(4, 1, {0x1F, 7, 1, 0, 2, 0, 0}) + skip_record(252, 3) + END;
-    for (size_t length = 2; length < content.size(); ++length) {
-        pixels(bytes(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(length)), 3);
-        EXPECT_FALSE(complete) << length;
-        EXPECT_EQ(stops, 0) << length;
+TEST_F(read_test, a_file_may_end_between_records_and_is_cut_inside_of_one) {
+    const bytes records[] = {bytes{243, 1, 'x', 0},
+                             pen_record(4, true),
+                             uv_sample(4, 9, 1, 2),
+                             COLUMN,
+                             packed_record(4, 1, {0x1F, 7, 1, 0, 2, 0, 0}),
+                             skip_record(252, 3),
+                             END};
+    bytes content = START;
+    for (const bytes& record : records) {
+        for (size_t length = 0; length < record.size(); ++length) {
+            pixels(content + bytes(record.begin(), record.begin() + static_cast<std::ptrdiff_t>(length)), 3);
+            EXPECT_EQ(complete, length == 0) << content.size() << " + " << length;
+            EXPECT_EQ(stops, 0) << length;
+        }
+        content = content + record;
     }
     pixels(START + pen_record(4, true) + bytes{241, 4, 0, 0, 0x10, 0x27, 1, 2, 3}, 3);
     EXPECT_EQ(messages, "2:Failed to read 10000 bytes for pline.\n");

@@ -32,7 +32,7 @@ bool digits_value(const uint8_t* text, size_t width, size_t* value) {
 
 } // namespace
 
-// ---- tests, in the order of the rows -------------------------------------------------------------------------------
+// ---- tests, in the order of the rows --------------------------------------------------------------------------------
 
 // A native header: its words before the pixel data, less 2, fill blocks of 512 bytes.
 bool is_native(const file_probe* p) {
@@ -230,7 +230,7 @@ bool is_targa(const file_probe* p) {
     return p->size >= HEADER_SIZE && p->b[1] <= 1 && kind;
 }
 
-// ---- the walk through the rows -------------------------------------------------------------------------------------
+// ---- the walk through the rows --------------------------------------------------------------------------------------
 
 namespace {
 

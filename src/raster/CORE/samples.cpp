@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "raster/CORE/cfile.h"
+#include "raster/CORE/squetch.h"
 #include "support/bytes.h"
 
 size_t line_bytes(const CFILE* c, int64_t pixels) {
@@ -265,6 +266,20 @@ void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue
     auto bytes = static_cast<size_t>(count);
     if (green != nullptr) std::memcpy(green, red, bytes);
     if (blue != nullptr) std::memcpy(blue, red, bytes);
+}
+
+bool bits_have_colors(const CFILE* c) {
+    return format_is_bilevel(c->format) && c->color_table != nullptr && !has_flag(c, FLAG_RAW_SAMPLES);
+}
+
+// From the last pixel on, so that a byte is written behind all bits that are still to be read; the first word, whose
+// pixels stand in front of none, is taken out before.
+void rzl_apply_color_table_to_bits(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count) {
+    if (count <= 0) return;
+    uint8_t first[2] = {red[0], red[1]};
+    for (int64_t i = count - 1; i >= 0; --i)
+        red[i] = bilevel_bit(i < 16 ? first : red, i) ? 1 : 0;
+    look_up(c, red, green, blue, count);
 }
 
 void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count) {

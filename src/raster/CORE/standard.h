@@ -33,7 +33,7 @@ constexpr int32_t DETECTED_NOTHING = -1;
 constexpr int32_t DETECTED_CATALOG = -2;   // several files in one; its standard is that of its members
 constexpr int32_t DETECTED_COMPANION = -3; // opened through another file of its set only
 
-// ---- detect.cpp ----------------------------------------------------------------------------------------------------
+// ---- detect.cpp -----------------------------------------------------------------------------------------------------
 
 // Finds the format of the handle's file from its bytes and from its name (null: the standard input), and lets the
 // format's module open it. The handle, or null with it closed and freed and the library-wide status set.

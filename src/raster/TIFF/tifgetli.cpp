@@ -597,23 +597,18 @@ uint8_t* first_buffer(int channels, read_planes buffers) {
     return nullptr;
 }
 
-// The values in the first of three buffers, turned into colours in all of them: those of the colour map where there is
-// one, for bits as well, and otherwise the same grey.
+// The values in the first of three buffers, turned into colours in all of them. (Bits are the core's.)
 void spread_line(CFILE* c, int channels, read_planes buffers) {
     bool three = channels == 3 && buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
     const tif_image* image = tif_image_of(c);
-    if (!three || tif_bits(image) > 8) return;
+    if (!three || tif_bits(image) > 8 || tif_is_bilevel(image)) return;
     if (c->color_table != nullptr) {
         flag_guard colours(c, FLAG_RAW_SAMPLES, false);
-        if (tif_is_bilevel(image)) {
-            rzl_unpack_bits(buffers[0], buffers[2], c->xsize, 0, 1);
-            std::memcpy(buffers[0], buffers[2], static_cast<size_t>(c->xsize));
-        }
         rzl_apply_color_table(c, buffers[0], buffers[1], buffers[2], c->xsize);
-    } else if (!tif_is_bilevel(image)) {
-        for (int i = 1; i < 3; ++i)
-            std::memcpy(buffers[i], buffers[0], static_cast<size_t>(c->xsize));
+        return;
     }
+    for (int i = 1; i < 3; ++i)
+        std::memcpy(buffers[i], buffers[0], static_cast<size_t>(c->xsize));
 }
 
 bool get_line(CFILE* c, int channels, read_planes buffers) {
@@ -681,11 +676,8 @@ int tif_getline(CFILE* c, int channels, read_planes buffers) {
     bool raw = has_flag(c, FLAG_RAW_SAMPLES);
     if (raw != spec->raw_row && has_flag(c, FLAG_TILED) && !c->tile->row_dirty) drop_tile_row(c);
     spec->raw_row = raw;
-    bool tiles = has_flag(c, FLAG_TILED) && !has_flag(c, FLAG_SQUETCH);
     if (is_narrow_grey(c)) return get_narrow_line(c, channels, buffers);
-    int pixels = rzl_getline_generic(c, channels, buffers);
-    if (pixels > 0 && tiles && tif_is_bilevel(tif_image_of(c))) spread_line(c, channels, buffers);
-    return pixels;
+    return rzl_getline_generic(c, channels, buffers);
 }
 
 // Strips go straight into the buffer; tiles are buffered in interleaved rows.
