@@ -5,6 +5,7 @@
 // four. Colour into 8 bits with a colour table is reduced to 256 colours, where a table is asked for or the standard
 // has nothing else; anything else that would have to reduce the picture is refused. Lines are written in the order of
 // the source.
+#include <algorithm>
 #include <cstring>
 #include <strings.h>
 
@@ -19,6 +20,7 @@ namespace {
 
 constexpr int CHANNELS = 4;
 constexpr int SAMPLES_OF_COLOR = 3;
+constexpr int64_t PLAIN_TILE = 1024;       // a side that needs no picture of its size
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
 struct convert_request {
@@ -67,7 +69,8 @@ int take_convert_word(word_list* words, const char* word, convert_request* reque
         return EXIT_DONE;
     }
     bool taken = false;
-    int status = source_take_word(words, word, &request->in, &taken);
+    int status = request->in.path != nullptr ? check_output_name(word) : EXIT_DONE;
+    if (status == EXIT_DONE) status = source_take_word(words, word, &request->in, &taken);
     if (status != EXIT_DONE || taken) return status;
     if (word[0] == '-' || word[0] == '\0' || request->out != nullptr) {
         return program_usage("convert does not take \"%s\"", word);
@@ -280,6 +283,12 @@ bool write_line(conversion* c) {
     return rzl_putline(c->out, p[0].get()) == 0;
 }
 
+int line_not_written(const conversion* c) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
+    return program_fail_writing(c->request->out, rzl_status_text(status));
+}
+
 int copy_lines(conversion* c) {
     const raster_source* s = c->source;
     const char* path = c->request->in.path;
@@ -287,7 +296,7 @@ int copy_lines(conversion* c) {
     for (int32_t line = 0; line < s->height; ++line) {
         if (!read_line(c)) return raster_line_failed(s->file, path, line);
         if (rzl_is_damaged(s->file) != 0) break;
-        if (!write_line(c)) return program_fail("Line %d of \"%s\" can not be written.", line, c->request->out);
+        if (!write_line(c)) return line_not_written(c);
         progress_show("converting", line + 1, s->height);
     }
     return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
@@ -297,7 +306,7 @@ int write_reduced(conversion* c) {
     const Impack* pack = c->reduced;
     for (int32_t line = 0; line < pack->ysize; ++line) {
         if (rzl_putline(c->out, pack->index_plane + int64_t{line} * pack->xsize) != 0) {
-            return program_fail("Line %d of \"%s\" can not be written.", line, c->request->out);
+            return line_not_written(c);
         }
     }
     return EXIT_DONE;
@@ -310,8 +319,8 @@ int write_lines(conversion* c) {
 int header_failed(const conversion* c) {
     uint32_t status = 0;
     rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
-    if (status == 0) return program_fail("The header of \"%s\" can not be written.", c->request->out);
-    return program_fail("The header of \"%s\" can not be written: %s", c->request->out, raster_reason(status));
+    return program_fail_writing(c->request->out,
+                                status != 0 ? raster_reason(status) : "its header does not take these values.");
 }
 
 int write_file(conversion* c, const char* fresh) {
@@ -325,22 +334,32 @@ int write_file(conversion* c, const char* fresh) {
     }
     char name[PLAIN_NAME_SIZE];
     c->out = rzl_open_w(plain_name(fresh, name));
-    if (c->out == nullptr) return program_fail("\"%s\" can not be written.", c->request->out);
+    if (c->out == nullptr) return program_fail_writing(c->request->out, "it could not be opened.");
     int status = write_header(c) ? write_lines(c) : header_failed(c);
-    if (rzl_finish(c->out) != 0 && status == EXIT_DONE) {
-        status = program_fail("\"%s\" could not be written to its end.", c->request->out);
-    }
+    uint32_t closing = rzl_finish(c->out);
+    if (closing != 0 && status == EXIT_DONE) status = program_fail_writing(c->request->out, rzl_status_text(closing));
     return status;
+}
+
+// What is known to be cut before its first line is read is not converted: the target would be sized by a claim.
+int check_claims(const raster_source* source, const convert_request* request) {
+    if (raster_lines(source->file) < source->height) raster_is_undamaged(source->file, request->in.path);
+    if (program_has_reported()) return EXIT_FAILED;
+    // A tile takes its memory whole, however little of the picture it holds.
+    int64_t side = std::max(source->width, source->height);
+    if (request->tile > PLAIN_TILE && request->tile >= 2 * side) {
+        return program_fail("Tiles of %d pixels are too large for %d lines of %d pixels.",
+                            static_cast<int>(request->tile), source->height, source->width);
+    }
+    return EXIT_DONE;
 }
 
 int convert(const raster_source* source, convert_request* request) {
     int status = check_target(source, request);
+    if (status == EXIT_DONE) status = check_claims(source, request);
     if (status != EXIT_DONE) return status;
     char fresh[FILES_PATH_SIZE];
-    if (!files_replace_begin(request->out, fresh, sizeof fresh)) {
-        return program_fail("\"%s\" can not be written: it is a directory, or its directory does not exist.",
-                            request->out);
-    }
+    if (!files_replace_begin(request->out, fresh, sizeof fresh)) return program_fail_writing(request->out, "");
     conversion c = {source,
                     request,
                     nullptr,
@@ -357,7 +376,7 @@ int convert(const raster_source* source, convert_request* request) {
         files_replace_abandon();
         return status;
     }
-    return files_replace_commit() ? EXIT_DONE : program_fail("\"%s\" can not be replaced.", request->out);
+    return program_put_in_place(request->out);
 }
 
 } // namespace

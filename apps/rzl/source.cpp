@@ -107,7 +107,7 @@ bool source_open(const source_request* request, raster_source* source) {
     if (source->file == nullptr) {
         uint32_t status = 0;
         rzl_get_global(RZL_GLOBAL_STATUS, &status);
-        program_fail("\"%s\" could not be opened: %s", request->path, raster_reason(status));
+        program_fail_reading(request->path, raster_reason(status));
         return false;
     }
     if (!activate(request, source->file)) {

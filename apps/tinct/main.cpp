@@ -45,11 +45,19 @@ bool asks_for(int count, char** arguments, const char* option) {
     return false;
 }
 
+// A failure shows at the latest when what is buffered goes out.
+int say(const char* text, const char* end) {
+    bool good = std::fputs(text, stdout) >= 0 && std::fputs(end, stdout) >= 0;
+    if (std::fflush(stdout) == 0 && good) return 0;
+    std::perror("tinct: standard output could not be written");
+    return 1;
+}
+
 } // namespace
 
 int main(int count, char** arguments, char** environment) {
-    if (asks_for(count, arguments, "--help") || asks_for(count, arguments, "-h")) return std::fputs(HELP, stdout) < 0 ? 1 : 0;
-    if (asks_for(count, arguments, "--version")) return std::printf("%s\n", TINCT_VERSION) < 0 ? 1 : 0;
+    if (asks_for(count, arguments, "--help") || asks_for(count, arguments, "-h")) return say(HELP, "");
+    if (asks_for(count, arguments, "--version")) return say(TINCT_VERSION, "\n");
     product_root_init();
     const tools_program program = {search_paths_init, tinct_main};
     const int status = tools_process_entry(count, arguments, environment, &program);

@@ -85,8 +85,8 @@ bool read_files(fresh_image* f) {
         return false;
     }
     if (is_open_already(f)) return true;
-    f->tnc = tnc_try_read(f->tnc_path, height);
-    if (f->tnc != nullptr && !f->tnc->complete)
+    f->tnc = tnc_try_read(f->tnc_path, height, f->picture->width);
+    if (f->tnc != nullptr && !f->tnc->complete && !f->tnc->reason_told)
         log_message(LOG_WARNING, "\"%s\" ends early: the file is cut.\n", f->tnc_path);
     return f->tnc != nullptr;
 }

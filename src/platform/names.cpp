@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -181,20 +182,31 @@ bool files_full_path(const char* path, char* full, size_t size) {
 
 bool files_make_directory(const char* path) {
     if (files_is_directory(path)) return true;
-    char parent[FILES_PATH_SIZE];
-    if (!to_slashes(path, parent, sizeof parent)) return false;
-    size_t length = std::strlen(parent);
-    while (length > 1 && parent[length - 1] == '/')
-        parent[--length] = '\0';
+    char part[FILES_PATH_SIZE];
     char real[FILES_PATH_SIZE];
-    char* last = std::strrchr(parent, '/');
-    if (last != nullptr && last != parent) {
-        *last = '\0';
-        if (!files_make_directory(parent)) return false;
-        *last = '/';
+    if (path[0] == '\0' || !to_slashes(path, part, sizeof part)) return false;
+    // up to the first component that does not exist
+    char* end = part;
+    char kept = '\0';
+    do {
+        *end = end == part ? *end : kept;
+        end += std::strspn(end, "/");
+        end += std::strcspn(end, "/");
+        kept = std::exchange(*end, '\0');
+    } while (kept != '\0' && files_is_directory(part));
+    if (!files_resolve_new(part, real, sizeof real)) return false;
+    *end = kept;
+    // that one, and from there on names are as they are given
+    path_text made = {};
+    if (!append(&made, real, std::strlen(real))) return false;
+    while (mkdir(made.text, 0777) == 0 || files_is_directory(made.text)) {
+        end += std::strspn(end, "/");
+        if (*end == '\0') return true;
+        size_t length = std::strcspn(end, "/");
+        if (!append(&made, "/", 1) || !append(&made, end, length)) return false;
+        end += length;
     }
-    if (!files_resolve_new(parent, real, sizeof real)) return false;
-    return mkdir(real, 0777) == 0 || files_is_directory(real);
+    return false;
 }
 
 bool files_remove(const char* path) {

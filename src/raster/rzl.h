@@ -413,6 +413,11 @@ RZL_API int rzl_get_global(int32_t field, void* value);
  * as zero, a colour table or packets that were dropped. 0 otherwise. */
 RZL_API int rzl_is_damaged(CFILE* cfile);
 
+/* How many lines of the active image the file can hold, as large as it is and with each byte standing for as many pixels
+ * as its coding has at best: field 2, or fewer where the header claims what can't be there. A caller that takes memory or
+ * loops by the height of a file that it does not trust takes this instead. 0 for a handle that is none. */
+RZL_API int32_t rzl_lines_held(CFILE* cfile);
+
 /* The symbolic name of a status word, such as "RZL_CANNOT_OPEN". Never null. */
 RZL_API const char* rzl_status_name(uint32_t status);
 

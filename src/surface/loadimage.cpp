@@ -18,11 +18,6 @@ constexpr const char* DEFAULT_ROOT = "c:\\vantor";
 constexpr int32_t ORIENTATION_ROWS = 3;      // low two bits of the scan order
 constexpr int32_t ORIENTATION_BOTTOM_UP = 2; // from this value on the last row comes first
 
-// The most pixels that a byte of a file can stand for, by data format. What a header claims beyond that can't be there,
-// and no memory is taken for it. Other standards report the nearest data format, so only native files are held to it.
-constexpr int64_t GREATEST_EXPANSION = 70000;
-constexpr int64_t BYTE_RUN_EXPANSION = 64; // 128 pixels in a control byte and a value
-
 // ---- finding the file --------------------------------------------------------------------------------------------
 
 // A name of the form "/INMEM/..." is an address to the raster library. A palette or header that holds one must not
@@ -41,7 +36,23 @@ struct raster_shape {
     int32_t width, height; // stored
     int32_t format;
     bool bottom_up;
+    bool black_and_white; // bilevel, without a table of its two colours
 };
+
+bool is_bilevel(int32_t format) {
+    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP3 ||
+           format == RZL_FORMAT_GROUP4;
+}
+
+// A table with more entries is none that the library looks pixels up in.
+bool has_table(CFILE* file) {
+    constexpr int32_t MOST_ENTRIES = 512;
+    int32_t type = RZL_VLT_NONE;
+    int32_t entries = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_VLT_TYPE, &type);
+    rzl_get_hdr_data(file, RZL_FIELD_VLT_ENTRIES, &entries);
+    return (type == RZL_VLT_BYTES || type == RZL_VLT_ENTRIES) && entries > 0 && entries <= MOST_ENTRIES;
+}
 
 bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape* shape) {
     int32_t orientation = 0;
@@ -50,6 +61,7 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
                 rzl_get_hdr_data(file, RZL_FIELD_FORMAT, &shape->format) == 0;
     if (!good || shape->file_width < 1 || shape->file_height < 1) return false;
     rzl_get_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
+    shape->black_and_white = is_bilevel(shape->format) && !has_table(file);
     shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
     // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up file is stored whole.
     bool whole = shape->bottom_up;
@@ -58,30 +70,10 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
     return shape->width > 0 && shape->height > 0;
 }
 
-int64_t greatest_expansion(CFILE* file, int32_t format) {
-    int32_t standard = -1;
-    int32_t scannable = 0;
-    rzl_get_hdr_data(file, RZL_FIELD_STANDARD, &standard);
-    rzl_get_hdr_data(file, RZL_FIELD_SCANNABLE, &scannable);
-    if (standard != RZL_STANDARD_KRVN || scannable != 0) return GREATEST_EXPANSION; // scannable: lines may be left out
-    switch (format) {
-    case RZL_FORMAT_BYTE:
-    case RZL_FORMAT_RGB:
-    case RZL_FORMAT_FOUR: return 1;
-    case RZL_FORMAT_PLANE_RUNS:
-    case RZL_FORMAT_BYTE_RUNS:
-    case RZL_FORMAT_FOUR_PLANE_RUNS: return BYTE_RUN_EXPANSION;
-    default: return GREATEST_EXPANSION;
-    }
-}
-
-bool file_can_hold(CFILE* file, const char* path, const raster_shape* shape) {
-    int64_t size = files_size_of(path);
-    if (size < 0) return true; // a device: reading tells
-    // The last row is as wide as the file's, whatever is stored of it.
-    int64_t pixels = int64_t{shape->width} * shape->height;
-    if (pixels < shape->file_width) pixels = shape->file_width;
-    return pixels / greatest_expansion(file, shape->format) <= size;
+// No memory is taken for what a header claims beyond what the file can hold. The last row is as wide as the file's,
+// whatever is stored of it.
+bool file_can_hold(CFILE* file, const raster_shape* shape) {
+    return rzl_lines_held(file) >= shape->height;
 }
 
 // A line is read whole while rows stand the stored width apart, so that the last row needs room for the file's width.
@@ -92,11 +84,6 @@ bool plane_size(const raster_shape* shape, size_t* bytes) {
 }
 
 // ---- lines -------------------------------------------------------------------------------------------------------
-
-bool is_bilevel(int32_t format) {
-    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP3 ||
-           format == RZL_FORMAT_GROUP4;
-}
 
 bool is_four_channel(int32_t format) {
     return format == RZL_FORMAT_JPEG_FOUR || format == RZL_FORMAT_FOUR_PLANE_RUNS || format == RZL_FORMAT_FOUR;
@@ -142,14 +129,14 @@ bool read_deep_grey(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t*
 
 bool read_line(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
     if (is_deep_grey(r->shape->format)) return read_deep_grey(r, red, green, blue);
-    if (is_bilevel(r->shape->format)) return read_bilevel(r, red, green, blue);
+    if (r->shape->black_and_white) return read_bilevel(r, red, green, blue);
     if (!is_four_channel(r->shape->format)) return rzl_getline3(r->file, red, green, blue) == 0;
     void* buffers[4] = {red, green, blue, r->spare};
     return rzl_getline_channels(r->file, 4, buffers) == 0;
 }
 
-bool needs_spare(int32_t format) {
-    return is_bilevel(format) || is_four_channel(format) || is_deep_grey(format);
+bool needs_spare(const raster_shape* shape) {
+    return shape->black_and_white || is_four_channel(shape->format) || is_deep_grey(shape->format);
 }
 
 int bits_below_high_byte(CFILE* file) {
@@ -193,10 +180,10 @@ enum class outcome { loaded, unreadable, no_memory };
 outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t max_height, raster_image* image) {
     raster_shape shape = {};
     if (!read_shape(file, max_width, max_height, &shape)) return outcome::unreadable;
-    if (!has_byte_samples(shape.format) || !file_can_hold(file, path, &shape)) return outcome::unreadable;
+    if (!has_byte_samples(shape.format) || !file_can_hold(file, &shape)) return outcome::unreadable;
     if (!allocate(image, &shape, path)) return outcome::no_memory;
     mem_guard<uint8_t> spare(nullptr);
-    if (needs_spare(shape.format)) {
+    if (needs_spare(&shape)) {
         spare.block = mem_new_array<uint8_t>((static_cast<size_t>(shape.file_width) + 2) * sizeof(uint16_t));
         if (!spare) return outcome::no_memory;
     }

@@ -170,7 +170,6 @@ struct reevaluation {
     int32_t change[CHANNELS][SHADES]; // new less old
     row_changed told;
     const compressed_pen* pen;           // null: it has no pixels
-    bool no_uv_code;                     // a run without a uv code has come
     int32_t first_changed, last_changed; // columns of the row at work; first above last: none
 };
 
@@ -231,7 +230,6 @@ void change_row(reevaluation* r, int32_t y, const pline* chain) {
         // Only a pattern looks at u and v.
         while (r->by_table ? penline_next_shades(&at, &run) : penline_next_run(&at, &run))
             change_run(r, y, &run);
-        if (at.no_uv_code) r->no_uv_code = true;
     }
     bool changed = r->first_changed <= r->last_changed;
     if (changed && r->told.changed != nullptr) {
@@ -303,7 +301,6 @@ void reevaluation_run(reevaluation* r) {
     for (int32_t y = 0; y < rows; ++y) {
         if (r->pen->lines[y] != nullptr) change_row(r, y, r->pen->lines[y]);
     }
-    if (r->no_uv_code) penline_report_no_uv_code();
 }
 
 void reevaluation_free(reevaluation* r) {

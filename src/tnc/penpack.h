@@ -45,7 +45,7 @@ struct line_nodes {
 
 enum class pack_result {
     done,
-    no_memory, // after a message: leave the layer out
+    no_memory, // leave the layer out
     stopped,   // after a message: no line can be packed any more, which is to end the program
 };
 

@@ -46,8 +46,10 @@ void add_run(pen_summary* summary, int32_t x, int32_t y, int32_t count) {
     summary->y2 = y;
 }
 
-// False when the line has a run without a uv code.
-bool decode_line(const pline* line, int32_t y, void* context, pixel_callback callback) {
+} // namespace
+
+void pline_decode(const pline* line, int32_t y, void* context, pixel_callback callback) {
+    if (line == nullptr || callback == nullptr) return;
     penline_position at = penline_begin(line);
     penline_run run;
     while (penline_next_run(&at, &run)) {
@@ -55,26 +57,16 @@ bool decode_line(const pline* line, int32_t y, void* context, pixel_callback cal
             callback(context, run.x + i, y, run.red[i], run.green[i], run.blue[i], run.u[i], run.v[i]);
         }
     }
-    return !at.no_uv_code;
-}
-
-} // namespace
-
-void pline_decode(const pline* line, int32_t y, void* context, pixel_callback callback) {
-    if (line == nullptr || callback == nullptr) return;
-    if (!decode_line(line, y, context, callback)) penline_report_no_uv_code();
 }
 
 void pen_for_each_pixel(const tnc_image* image, int pen, void* context, pixel_callback callback) {
     const compressed_pen* found = find_pen(image, pen);
     if (found == nullptr || callback == nullptr) return;
-    bool good = true;
     for (int32_t y = 0; y < found->line_count; ++y) {
         for (const pline* line = found->lines[y]; line != nullptr; line = line->next) {
-            if (!decode_line(line, y, context, callback)) good = false;
+            pline_decode(line, y, context, callback);
         }
     }
-    if (!good) penline_report_no_uv_code();
 }
 
 int pen_for_each_run(const tnc_image* image, int pen, void* context, run_callback callback) {

@@ -108,6 +108,15 @@ int Get_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers);
 // Takes the oldest event off the queue of that bit (of the lowest, when there are more) and drops it.
 int Drop_event(uint32_t event);
 
+// For loops that follow one button or count one timer while other events wait. Both find their event wherever it stands
+// in its queue, and leave the others there.
+//
+// Takes the oldest event of that timer. -1 when there is none.
+int Get_timer_data_of(int number);
+// The oldest event of that button: a release is taken, anything else stays.
+enum class button_next { none, released, pressed };
+button_next Get_button_release(int button);
+
 int Post_user_data(uint32_t value);
 
 // Empty one queue. They never fail.

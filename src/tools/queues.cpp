@@ -201,6 +201,46 @@ int Post_user_data(uint32_t value) {
     return queue_put(QUEUE_USER, &value, 1);
 }
 
+namespace {
+
+// Frees the record behind another in a ring.
+void drop_behind(int queue, event_record* before) {
+    event_record* record = before->next;
+    if (record == before) return queue_drop_first(queue);
+    before->next = record->next;
+    if (record == last_records[queue]) last_records[queue] = before;
+    mem_free(record);
+}
+
+// The record in front of the oldest that has `value` in a word; null when there is none.
+event_record* before_matching(int queue, int word, uint32_t value) {
+    event_record* last = last_records[queue];
+    for (event_record* at = last; at != nullptr; at = at->next == last ? nullptr : at->next)
+        if (at->next->words[word] == value) return at;
+    return nullptr;
+}
+
+constexpr int TIMER_NUMBER = 0; // words of payloads
+constexpr int BUTTON_NUMBER = 3;
+constexpr int BUTTON_TRANSITION = 4;
+
+} // namespace
+
+int Get_timer_data_of(int number) {
+    event_record* before = before_matching(QUEUE_TIMER, TIMER_NUMBER, uint32_t(number));
+    if (before == nullptr) return event_fail(EVENT_ERROR_EMPTY);
+    drop_behind(QUEUE_TIMER, before);
+    return 0;
+}
+
+button_next Get_button_release(int button) {
+    event_record* before = before_matching(QUEUE_BUTTON, BUTTON_NUMBER, uint32_t(button));
+    if (before == nullptr) return button_next::none;
+    if (before->next->words[BUTTON_TRANSITION] != TRANS_UP) return button_next::pressed;
+    drop_behind(QUEUE_BUTTON, before);
+    return button_next::released;
+}
+
 int put_collapse_event(int window, int state) {
     const uint32_t words[] = {uint32_t(window), uint32_t(state)};
     return queue_put(QUEUE_COLLAPSE, words, 2);

@@ -1,6 +1,7 @@
 // Finding the pair, opening it, and applying to it.
 #include "core_fixture.h"
 
+#include "common/failures.h"
 #include "core/open_image.h"
 #include "platform/files.h"
 
@@ -161,24 +162,22 @@ TEST_F(OpenImage, AFileThatEndsEarlyOpens) {
 
 TEST_F(OpenImage, EveryFailedAllocationOrReadLeavesASoundState) {
     write_pair();
-    for (int kind = 0; kind < 3; ++kind) {
-        bool hit = true;
-        for (long n = 0; hit; ++n) {
-            image_close();
-            if (kind == 0) {
-                mem_fail_after(n, mem_fail::once);
-            } else {
-                files_fail_after(n, kind == 1 ? files_fail::onward : files_fail::nothing);
-            }
-            bool opened = image_open("still.tnc") != 0;
-            applique* green = opened ? color(0, 1, 0) : nullptr;
-            bool applied = green != nullptr && apply_col_pat(1, green) != 0;
-            hit = kind == 0 ? mem_fail_stop() : files_fail_stop();
-            EXPECT_TRUE(hit || applied);
-            if (!opened) {
-                EXPECT_FALSE(messages.empty());
-            }
-        }
-    }
+    bool opened = false;
+    bool applied = false;
+    const auto run_once = [&] {
+        opened = image_open("still.tnc") != 0;
+        applique* green = opened ? color(0, 1, 0) : nullptr;
+        applied = green != nullptr && apply_col_pat(1, green) != 0;
+    };
+    const auto check = [&](bool hit) {
+        EXPECT_TRUE(hit || applied);
+        EXPECT_TRUE(opened || !messages.empty());
+        EXPECT_EQ(opened, open_image.picture != nullptr && open_image.tnc != nullptr);
+        messages.clear();
+        image_close();
+        penpack_release_scratch();
+        file_types_free();
+    };
+    sweep_failures(ALL_FAILURES, run_once, check);
     EXPECT_EQ(image_open("still.tnc"), 1);
 }

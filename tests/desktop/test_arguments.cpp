@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "common/failures.h"
 #include "common/own_directory.h"
 #include "desktop/arguments.h"
 #include "support/log.h"
@@ -98,14 +99,12 @@ TEST_F(Arguments, TheReaderStopsAtTheFirstWordThatIsNoOption) {
 }
 
 TEST_F(Arguments, EveryFailedAllocationGivesNothing) {
-    std::string path = write("args", "-f x a b c");
-    long before = mem_live();
-    bool hit = true;
-    for (long n = 0; hit; ++n) {
-        mem_fail_after(n, mem_fail::once);
-        words result = expanded({"@" + path, "-x"});
-        hit = mem_fail_stop();
-        EXPECT_EQ(result.empty(), hit);
-        EXPECT_EQ(mem_live(), before);
-    }
+    const std::string path = write("args", "-f x a b c");
+    words result;
+    sweep_failures(
+        MEMORY_FAILURES,
+        [&] {
+            result = expanded({"@" + path, "-x"});
+        },
+        [&](bool hit) { EXPECT_EQ(result.empty(), hit); });
 }

@@ -13,7 +13,14 @@ class PictureSession : public Session {
 protected:
     void SetUp() override {
         Session::SetUp();
-        ASSERT_EQ(run("tinct-sample still . --size 311x233").status, 0);
+        static std::string tnc, raster; // rendered once
+        if (tnc.empty()) {
+            ASSERT_EQ(run("tinct-sample still . --size 311x233").status, 0);
+            tnc = read("still.tnc");
+            raster = read("still.rgb");
+        }
+        write("still.tnc", tnc);
+        write("still.rgb", raster);
     }
     // The window is right after each of these actions.
     void check(std::function<void()> action) {
@@ -174,10 +181,56 @@ TEST_F(PictureSession, ReevaluationShowsFromTopToBottom) {
         set_pen(pixel_pen());
     });
     check([] { apply_col_pat(highlighted_pen, color(0.2, 0.3, 1.0)); });
+    // Steps back and forth, and a drag that is cancelled.
+    check([] { EXPECT_EQ(image_undo(), 1); });
+    check([] { EXPECT_EQ(image_redo(), 1); });
+    check([] { EXPECT_EQ(image_begin(pixel_pen()) + image_preview(color(0.1, 0.9, 0.2)), 2); });
+    check([] { EXPECT_EQ(image_cancel(), 1); });
     step([] {
         EXPECT_EQ(highlighted_pen, NO_PEN);
-        open_image.image_changed = false;
+        image_mark_unchanged();
     });
     run_at_all_depths();
     EXPECT_GT(rows, 5 * 20);
+}
+
+// The picture can't be lost by panning or zooming, the wheel comes back to where it began, and a screen of another size
+// shows the same place in the middle.
+TEST_F(PictureSession, ThePictureStaysInSight) {
+    static view before;
+    static view_point middle;
+    const auto is_seen = [] {
+        view_area area;
+        const raster_image* p = open_image.picture;
+        return view_area_of(&picture_view, p->width, p->height, 0, 0, p->width, p->height, &area);
+    };
+    for (const host_key k : {host_key::left, host_key::down, host_key::right, host_key::up}) {
+        step([k] {
+            for (int i = 0; i < 20; ++i)
+                arrow(k);
+        });
+        check([is_seen] { EXPECT_TRUE(is_seen()); });
+    }
+    step([] { headless_type("f--------------"); });
+    check([is_seen] { EXPECT_TRUE(is_seen()); });
+    step([] { key('f'); });
+    step([] { before = picture_view; });
+    for (const int turn : {-1, -1, -1, 1, 1, 1, 1, 2, -3})
+        step([turn] { wheel(123, 45, turn); });
+    check([] {
+        const view* v = &picture_view;
+        EXPECT_EQ(v->zoom, before.zoom);
+        EXPECT_EQ(v->origin_x, before.origin_x);
+        EXPECT_EQ(v->origin_y, before.origin_y);
+        middle = view_point_at(v, v->x2 / 2, v->y2 / 2);
+        headless_resize(460, 360, host_state::restored);
+    });
+    check([] {
+        const view* v = &picture_view;
+        EXPECT_EQ(v->x2, 460 - 1 - 2 * Win_frame_width());
+        const view_point now = view_point_at(v, v->x2 / 2, v->y2 / 2);
+        EXPECT_NEAR(now.x, middle.x, 1.0);
+        EXPECT_NEAR(now.y, middle.y, 1.0);
+    });
+    EXPECT_EQ(run_program({"-f", "still.tnc"}, 400, 300, 24), 0);
 }

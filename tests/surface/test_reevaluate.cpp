@@ -2,8 +2,8 @@
 #include <cmath>
 #include <random>
 
+#include "common/failures.h"
 #include "scene.h"
-#include "support/memory.h"
 #include "surface/patterncache.h"
 
 namespace {
@@ -163,20 +163,19 @@ TEST_F(Reevaluate, RefusesWithoutTouchingThePicture) {
 TEST_F(Reevaluate, AFailedAllocationChangesNothing) {
     applique plain = pattern(pattern_path, 10, 0, 0.3);
     applique other = pattern(other_path, 20, 0, 0.3);
-    for (long n = 0;; ++n) {
-        std::mt19937 random(7);
-        scene s(random);
-        auto before = s.red;
-        long live = mem_live();
-        mem_fail_after(n, mem_fail::once);
-        int done = reevaluate_pen(&s.picture, s.image, {nullptr, nullptr}, &plain, &other, 5);
-        bool hit = mem_fail_stop();
+    std::mt19937 random(7);
+    scene s(random);
+    auto before = s.red;
+    int done = 0;
+    const auto check = [&](bool hit) {
+        EXPECT_TRUE(done == 1 || (hit && s.red == before));
+        before = s.red;
         pattern_cache_clear();
-        EXPECT_EQ(mem_live(), live);
-        if (done == 0) {
-            EXPECT_EQ(s.red, before);
-        }
-        EXPECT_TRUE(done == 1 || hit);
-        if (!hit) break;
-    }
+    };
+    sweep_failures(
+        MEMORY_FAILURES,
+        [&] {
+            done = reevaluate_pen(&s.picture, s.image, {nullptr, nullptr}, &plain, &other, 5);
+        },
+        check);
 }

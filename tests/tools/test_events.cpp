@@ -349,3 +349,35 @@ TEST_F(Events, ClosingTheMainWindowEndsTheProcess) {
     EXPECT_EQ(Start_timer(1, 0, &number), -1);
     EXPECT_EQ(Sleep_ticks(10), -1);
 }
+
+// What a loop needs that follows one button, or counts one timer: the others' events keep their order.
+TEST_F(Events, ReleasesAndTimersAreFoundBehindOthers) {
+    int fast = -1, slow = -1;
+    ASSERT_EQ(Start_timer(6, 0, &slow), 0);
+    ASSERT_EQ(Start_timer(3, 1, &fast), 0);
+    advance(50);
+    advance(50);
+    EXPECT_EQ(Get_timer_data_of(fast), 0);
+    EXPECT_EQ(Get_timer_data_of(7), -1);
+    EXPECT_EQ(Get_timer_data_of(fast), 0);
+    EXPECT_EQ(Get_timer_data_of(fast), -1);
+    EXPECT_EQ(all_data(Get_timer_data), std::to_string(slow) + ", ");
+    Stop_timer(fast);
+
+    Set_win_button_mode(window, 3);
+    headless_pointer(150, 150);
+    headless_button(HOST_LEFT, true, 0);
+    headless_button(HOST_RIGHT, true, 0);
+    advance(10);
+    EXPECT_EQ(Get_button_release(1), button_next::pressed); // it stays
+    EXPECT_EQ(Get_button_release(0), button_next::none);
+    Get_button_data(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    headless_button(HOST_LEFT, false, 0);
+    advance(10);
+    EXPECT_EQ(Get_button_release(1), button_next::released);
+    EXPECT_EQ(Get_button_release(1), button_next::none);
+    headless_button(HOST_RIGHT, false, 0);
+    advance(10);
+    EXPECT_EQ(buttons(), "2.1 2.0 ");
+    EXPECT_EQ(pending_events, 0U);
+}

@@ -88,36 +88,35 @@ struct desk_queued {
 };
 
 struct desk_data {
-    bool started;
-    bool main_alive;
-    bool quit_waits;
     desk_window main;
     desk_window** order;
-    int count, room;
-    desk_metrics metrics;
     desk_window* active;
     desk_window* capture;
     desk_window* modal;           // only it gets input
-    host_key swallowed;           // its press was for a menu, a drag or a modal box; nobody gets the release
     desk_window* press_window[3]; // for each button: whose client area it was pressed in
-    canvas_point pointer;
-    host_cursor shown_cursor;
-    desk_drag drag;
-    desk_bar bars[2];
+    desk_window* pressed_window;  // by the press before, for double clicks on captions and icons; with the next three
     desk_queued* first;
     desk_queued* last;
     char* taken_text;
-    bool timer_set;
+    desk_drag drag;
+    int count, room; // of the order
+    desk_metrics metrics;
+    canvas_point pointer;
+    desk_bar bars[2];
+    canvas_point pressed_at;
+    uint32_t pressed_time;
     uint32_t timer_at;
     uint32_t flushed_at;
     uint32_t uses;        // counts activations
     uint32_t modal_since; // a wish to close the main window from this time on answers the modal window
-    host_state main_state;
-    // The press before, for double clicks on captions and icons.
-    desk_window* pressed_window;
+    bool started;
+    bool main_alive;
+    bool quit_waits;
+    bool timer_set;
     desk_part pressed_part;
-    canvas_point pressed_at;
-    uint32_t pressed_time;
+    host_state main_state;
+    host_key swallowed; // its press was for a menu, a drag or a modal box; nobody gets the release
+    host_cursor shown_cursor;
 };
 extern desk_data desk;
 

@@ -42,6 +42,10 @@ CFILE* detect_and_open(CFILE* c, const char* name);
 // The standard that the detection finds, or one of the words above. Opens nothing; moves the file's position.
 int32_t detected_standard(CFILE* c, const char* name);
 
+// The first of the rows that takes the file, or null; with RZL_NO_MEMORY in the handle's status when a module could not
+// be asked. Moves the file's position.
+const standard_row* detect_row(CFILE* c, const char* name, standard_rows rows);
+
 // The tests of the rows.
 bool is_native(const file_probe* p);
 bool is_tiff(const file_probe* p);
