@@ -571,7 +571,7 @@ bool write_block(CFILE* c, tif_image* image, const entry_list* list, uint32_t pl
     size_t bytes = list->count * TIF_ENTRY_SIZE;
     mem_guard<uint8_t> entries(static_cast<uint8_t*>(mem_alloc(bytes)));
     if (!entries) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
-    if (!make_block(c, image, list, place, &block)) return false;
+    if (!make_block(c, image, list, place, &block) || block.bytes == nullptr) return false;
     std::memcpy(entries.get(), block.bytes + block.entries_at, bytes);
     uint32_t at = 0;
     bool written = tif_append(c, block.bytes, block.size, &at);
