@@ -10,6 +10,7 @@
 #include "forms/ops.h"
 #include "forms/press.h"
 #include "platform/window/desk.h"
+#include "surface/paths.h"
 #include "tools/events.h"
 #include "tools/process.h"
 
@@ -105,8 +106,8 @@ BENCHMARK(press_button)->Unit(benchmark::kMicrosecond);
 BENCHMARK(redraw_area)->Unit(benchmark::kMicrosecond);
 
 int main(int count, char** arguments) {
+    product_root_init();
     set_program_paths(arguments[0]);
-    setenv("VANTORAMA", root_dir, 0);
     benchmark::Initialize(&count, arguments);
     benchmark::RunSpecifiedBenchmarks();
     FI_leave();

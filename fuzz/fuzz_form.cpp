@@ -30,8 +30,8 @@ void ignore(int /*form_label*/, int /*label*/, double /*value*/, FI_form* /*form
 
 // All over the form; a press that waits for the mouse ends at once, since nothing holds the button.
 void press_all_over(FI_form* form) {
-    for (int y = 5; y < 480 && y < fi_form_height(form); y += 61)
-        for (int x = 5; x < 640 && x < fi_form_width(form); x += 83)
+    for (int y = 5; y < 480 && y < fi_form_height(form); y += 119)
+        for (int x = 5; x < 640 && x < fi_form_width(form); x += 157)
             fi_form_button(form, x, y, 1, TRANS_CLICK, 0);
 }
 

@@ -137,13 +137,13 @@ int gallery_main(int count, char** arguments, char** /*environment*/) {
 bool gallery_quit = false;
 
 void gallery_failed(const char* format, ...) {
-    ++failures;
+    char text[512];
     va_list arguments;
     va_start(arguments, format);
-    std::fputs("forms-gallery: failed: ", stderr);
-    std::vfprintf(stderr, format, arguments);
-    std::fputc('\n', stderr);
+    std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
+    std::fprintf(stderr, "forms-gallery: failed: %s\n", text);
+    ++failures;
 }
 
 int main(int count, char** arguments, char** environment) {

@@ -1,7 +1,9 @@
 // Start and end of the toolkit.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
+#include "forms/array.h"
 #include "forms/colors.h"
 #include "forms/env.h"
 #include "forms/fonts.h"
@@ -30,8 +32,8 @@ void take_root() {
 }
 
 bool make_tables() {
-    fi_state.forms = static_cast<FI_form**>(mem_alloc_zeroed(FI_FORM_SLOTS * sizeof(FI_form*)));
-    if (fi_state.forms == nullptr) return false;
+    if (!fi_resize(&fi_state.forms, FI_FORM_SLOTS)) return false;
+    std::fill_n(fi_state.forms, FI_FORM_SLOTS, nullptr);
     fi_state.form_slots = FI_FORM_SLOTS;
     fi_state.sr_window = -1;
     return true;

@@ -50,7 +50,7 @@ bool choose_screen(FI_form* form) {
     else
         screen = screen_by_mode(form->screen_mode);
     if (screen < 0 || screen >= FI_COLOR_MAPS) return false;
-    form->screen = static_cast<int8_t>(screen);
+    form->screen = static_cast<int16_t>(screen);
     return true;
 }
 
@@ -74,7 +74,7 @@ int open_window(FI_form* form) {
         window < 0 || window >= FI_WINDOWS)
         return FI_NO_WINDOW;
     enter_window(form, window);
-    form->window = static_cast<int8_t>(window);
+    form->window = static_cast<int16_t>(window);
     return FI_SUCCESS;
 }
 
@@ -100,7 +100,7 @@ int open_popup(FI_form* form) {
         return FI_NO_WINDOW;
     }
     fi_state.sr_forms[++fi_state.sr_depth] = form;
-    form->window = static_cast<int8_t>(fi_state.sr_window);
+    form->window = static_cast<int16_t>(fi_state.sr_window);
     FI_gadget* permanent = fi_find_gadget(form, PERMANENT_LABEL);
     if (permanent != nullptr) fi_enable_gadget(permanent);
     return FI_SUCCESS;

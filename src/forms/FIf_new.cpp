@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "forms/array.h"
 #include "forms/env.h"
 #include "forms/forms.h"
 #include "forms/formshow.h"
@@ -25,12 +26,9 @@ bool enter(FI_form* form) {
         return true;
     }
     const int slots = fi_state.form_slots + TABLE_GROWTH;
-    auto** grown =
-        static_cast<FI_form**>(mem_realloc(fi_state.forms, static_cast<size_t>(slots) * sizeof *fi_state.forms));
-    if (grown == nullptr) return false;
-    std::fill(grown + fi_state.form_slots, grown + slots, nullptr);
-    grown[fi_state.form_slots] = form;
-    fi_state.forms = grown;
+    if (!fi_resize(&fi_state.forms, slots)) return false;
+    std::fill(fi_state.forms + fi_state.form_slots, fi_state.forms + slots, nullptr);
+    fi_state.forms[fi_state.form_slots] = form;
     fi_state.form_slots = slots;
     return true;
 }

@@ -2,6 +2,7 @@
 #include "forms/checklist.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "forms/drawtext.h"
 #include "forms/edges.h"
@@ -69,8 +70,8 @@ int text_gap(const FI_gadget* g) {
 
 void fit(FI_gadget* g) {
     auto* c = fi_as<fi_checklist>(g);
-    c->box_size = std::max(static_cast<int>(static_cast<float>(BOX) * c->box_scale + 0.5F), BOX_INSET * 2);
-    c->box_gap = fi_is_text_face(g) ? text_gap(g) : static_cast<int>(SYMBOL_GAP * c->box_scale + 0.5F);
+    c->box_size = std::max(static_cast<int>(std::lround(BOX * c->box_scale)), BOX_INSET * 2);
+    c->box_gap = fi_is_text_face(g) ? text_gap(g) : static_cast<int>(std::lround(SYMBOL_GAP * c->box_scale));
     const int height = face_height(g);
     g->x2 = g->x1 + static_cast<float>(c->box_size + c->box_gap + face_width(g));
     g->y2 = g->y1 + static_cast<float>(height <= c->box_size ? c->box_size : c->box_size / 2 + height / 2);

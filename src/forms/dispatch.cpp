@@ -112,7 +112,7 @@ int get(refresh* r, bool take) {
 void refresh_form(FI_form* form, const refresh& r) {
     const fi_hold hold(form);
     if ((r.op_mask & SCREEN_CHANGED) != 0 && r.screen >= 0 && r.screen < FI_COLOR_MAPS) {
-        form->screen = static_cast<int8_t>(r.screen);
+        form->screen = static_cast<int16_t>(r.screen);
         form->colormap_id = static_cast<uint32_t>(fi_state.screens[r.screen][FI_SCREEN_COLORMAP]);
     }
     if ((r.op_mask & (MOVED | RESIZED)) != 0) fi_follow_window(form, r.place, (r.op_mask & RESIZED) != 0);

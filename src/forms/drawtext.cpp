@@ -93,7 +93,7 @@ void fi_text_extent(const char* text, int* lines, int* width, uint32_t font, int
         if (own > widest) widest = own;
         return true;
     });
-    if (measures) *width = widest;
+    if (width != nullptr && *width != 0) *width = widest;
 }
 
 void fi_each_text_line(const FI_gadget* g, fi_line_act act, void* user) {

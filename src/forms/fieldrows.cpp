@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "forms/array.h"
 #include "forms/forms.h"
 #include "support/memory.h"
 
@@ -50,10 +51,8 @@ int grow(fi_field* f, int count) {
     while (capacity < count)
         capacity *= 2;
     if (capacity == f->capacity) return FI_SUCCESS;
-    auto* rows = static_cast<FI_field_row*>(mem_realloc(f->rows, static_cast<size_t>(capacity) * sizeof *f->rows));
-    if (rows == nullptr) return FI_NO_MEMORY;
-    std::fill(rows + f->capacity, rows + capacity, FI_field_row{});
-    f->rows = rows;
+    if (!fi_resize(&f->rows, capacity)) return FI_NO_MEMORY;
+    std::fill(f->rows + f->capacity, f->rows + capacity, FI_field_row{});
     f->capacity = capacity;
     return FI_SUCCESS;
 }
@@ -89,13 +88,10 @@ void fi_rows_free(fi_field* f) {
 int fi_default_rows_resize(fi_field* f, int count) {
     if (count > FI_MAX_ROWS) return FI_INVALID_ROW;
     if (count <= f->num_default_rows) return FI_SUCCESS;
-    auto* rows =
-        static_cast<FI_field_row*>(mem_realloc(f->default_rows, static_cast<size_t>(count) * sizeof *f->default_rows));
-    if (rows == nullptr) return FI_NO_MEMORY;
-    std::fill(rows + f->num_default_rows, rows + count, FI_field_row{});
+    if (!fi_resize(&f->default_rows, count)) return FI_NO_MEMORY;
+    std::fill(f->default_rows + f->num_default_rows, f->default_rows + count, FI_field_row{});
     for (int i = f->num_default_rows; i < count; ++i)
-        rows[i].text = fi_empty_text;
-    f->default_rows = rows;
+        f->default_rows[i].text = fi_empty_text;
     f->num_default_rows = static_cast<int16_t>(count);
     return FI_SUCCESS;
 }

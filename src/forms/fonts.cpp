@@ -5,9 +5,11 @@
 #include "forms/fonts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
+#include "forms/array.h"
 #include "forms/env.h"
 #include "forms/envdata.h"
 #include "forms/forms.h"
@@ -32,19 +34,17 @@ const fi_cached_font* cached(const char* name, int key) {
 }
 
 // Without memory, and for a name that doesn't fit, the font is looked for again the next time.
-void remember(const char* name, int key, uint32_t id) {
+void remember(const char* name, int key, int file_key, uint32_t id) {
     if (std::strlen(name) >= sizeof fi_state.fonts->name) return;
     if (fi_state.font_count == fi_state.font_room) {
         const int room = fi_state.font_room + GROWTH;
-        auto* grown = static_cast<fi_cached_font*>(
-            mem_realloc(fi_state.fonts, static_cast<size_t>(room) * sizeof *fi_state.fonts));
-        if (grown == nullptr) return;
-        fi_state.fonts = grown;
+        if (!fi_resize(&fi_state.fonts, room)) return;
         fi_state.font_room = room;
     }
     fi_cached_font* entry = &fi_state.fonts[fi_state.font_count++];
     std::snprintf(entry->name, sizeof entry->name, "%s", name);
     entry->key = key;
+    entry->file_key = file_key;
     entry->font_id = id;
 }
 
@@ -63,11 +63,17 @@ bool find_font_file(const char* file, char* path) {
     return find_in(".", file, path) || (fi_join_path(usual, fi_state.root_dir, "fonts") && find_in(usual, file, path));
 }
 
-// The font of exactly that key. False when there is none; a file that can't be loaded gives FI_NO_FONT.
-bool load_key(const char* name, int key, uint32_t* id) {
+int key_of(int size) {
+    return std::min(static_cast<int>(std::lround(std::min(size, HIGHEST_KEY) * KEY_OF_SIZE)), HIGHEST_KEY);
+}
+
+// What there is for exactly that key: a font, or FI_NO_FONT when it is known that there is none at or below, or that
+// its file can't be loaded. False when there is no such file.
+bool load_key(const char* name, int key, int* file_key, uint32_t* id) {
     const fi_cached_font* known = cached(name, key);
     if (known != nullptr) {
         *id = known->font_id;
+        *file_key = known->file_key;
         return true;
     }
     char file[FILES_PATH_SIZE];
@@ -76,23 +82,35 @@ bool load_key(const char* name, int key, uint32_t* id) {
     if (length < 0 || static_cast<size_t>(length) >= sizeof file || !find_font_file(file, path)) return false;
     int loaded = -1;
     *id = fi_graphic.Load_symbol_file(path, &loaded) == 0 ? static_cast<uint32_t>(loaded) : FI_NO_FONT;
-    if (*id != FI_NO_FONT) remember(name, key, *id);
+    *file_key = key;
+    if (*id != FI_NO_FONT) remember(name, key, key, *id);
     return true;
 }
 
 } // namespace
 
+// A size that isn't on disk is searched for once: what stood in for it is remembered, too.
 int fi_load_font(const char* name, int size, int* actual_size, uint32_t* id) {
     *actual_size = -1;
     *id = FI_NO_FONT;
     if (*name == '\0') return FI_NO_SUCH_FONT;
-    const double wanted = size * KEY_OF_SIZE + 0.5;
-    int key = wanted < HIGHEST_KEY ? static_cast<int>(wanted) : HIGHEST_KEY;
-    while (key >= 1 && !load_key(name, key, id))
+    const int wanted = key_of(size);
+    int key = wanted;
+    int file_key = 0;
+    while (key >= 1 && !load_key(name, key, &file_key, id))
         --key;
+    if (key < 1 && wanted >= 1) remember(name, wanted, 0, FI_NO_FONT);
     if (key < 1 || *id == FI_NO_FONT) return FI_NO_SUCH_FONT;
-    *actual_size = static_cast<int>(key * SIZE_OF_KEY + 0.5);
+    if (key < wanted) remember(name, wanted, file_key, *id);
+    *actual_size = static_cast<int>(std::lround(file_key * SIZE_OF_KEY));
     return FI_SUCCESS;
+}
+
+// Only fonts under their own key are certain in other directories.
+void fi_forget_found_fonts() {
+    fi_cached_font* end = fi_state.fonts + fi_state.font_count;
+    end = std::remove_if(fi_state.fonts, end, [](const fi_cached_font& f) { return f.key != f.file_key; });
+    fi_state.font_count = static_cast<int>(end - fi_state.fonts);
 }
 
 void fi_free_fonts() {
@@ -109,7 +127,7 @@ int fi_find_font(const char* name, float body_size, uint32_t* id, int* actual_si
     const fi_cached_font* fallback = cached(is_field ? "mono821" : "dutch801", FALLBACK_KEY);
     if (fallback == nullptr) return 0;
     *id = fallback->font_id;
-    *actual_size = static_cast<int>(FALLBACK_KEY * SIZE_OF_KEY + 0.5);
+    *actual_size = static_cast<int>(std::lround(FALLBACK_KEY * SIZE_OF_KEY));
     return 0;
 }
 

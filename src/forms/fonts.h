@@ -9,4 +9,5 @@ constexpr uint32_t FI_NO_FONT = UINT32_MAX; // measures and draws nothing
 // FI_NO_SUCH_FONT with id FI_NO_FONT and size -1.
 int fi_load_font(const char* name, int size, int* actual_size, uint32_t* id);
 
-void fi_free_fonts(); // forgets what the caches know
+void fi_forget_found_fonts(); // the font path has changed
+void fi_free_fonts();         // forgets what the cache knows

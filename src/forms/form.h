@@ -66,8 +66,8 @@ struct FI_form {
     char* description;
     FI_group* root_group; // owned; label 0. Null once the form is dead
     char** strings;       // owned, string_count of them
-    int8_t window;        // -1 while it isn't displayed
-    int8_t screen;        // -1 while none is chosen
+    int16_t window;       // -1 while it isn't displayed
+    int16_t screen;       // -1 while none is chosen
     int32_t start_seq;    // FI_NO_START; the label of a gadget, whose keyboard sequence starts when the
                           // form is displayed; or a pending start
     int16_t string_count;

@@ -25,7 +25,7 @@ inline bool frm_good(const frm_reader* r) {
 bool frm_fail(frm_reader* r, int status);
 
 uint8_t frm_u8(frm_reader* r);
-int8_t frm_s8(frm_reader* r);
+int frm_s8(frm_reader* r); // sign-extended
 uint16_t frm_u16(frm_reader* r);
 int16_t frm_s16(frm_reader* r);
 uint32_t frm_u32(frm_reader* r);

@@ -30,8 +30,9 @@ uint8_t frm_u8(frm_reader* r) {
     const uint8_t* at = take(r, 1);
     return at != nullptr ? *at : uint8_t{0};
 }
-int8_t frm_s8(frm_reader* r) {
-    return static_cast<int8_t>(frm_u8(r));
+int frm_s8(frm_reader* r) {
+    const int value = frm_u8(r);
+    return value < 128 ? value : value - 256;
 }
 uint16_t frm_u16(frm_reader* r) {
     const uint8_t* at = take(r, 2);

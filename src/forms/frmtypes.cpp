@@ -29,7 +29,7 @@ void read_toggle(frm_reader* r, FI_gadget* g) {
 
 void read_dial(frm_reader* r, FI_gadget* g) {
     auto* d = fi_as<fi_dial>(g);
-    d->direction = frm_s8(r);
+    d->direction = static_cast<int8_t>(frm_s8(r));
     d->zero_angle = frm_f32(r);
     d->scale = frm_f32(r);
     d->ticks = frm_s16(r);

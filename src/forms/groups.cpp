@@ -1,11 +1,11 @@
 // Members of groups, the rule of single select, and the size of a group.
 #include <algorithm>
 
+#include "forms/array.h"
 #include "forms/forms.h"
 #include "forms/link.h"
 #include "forms/ops.h"
 #include "forms/show.h"
-#include "support/memory.h"
 
 FI_gadget* fi_next_member(const FI_group* group, int* at) {
     while (*at < group->capacity) {
@@ -18,11 +18,8 @@ FI_gadget* fi_next_member(const FI_group* group, int* at) {
 int fi_group_room(FI_group* group, int slots) {
     if (slots <= group->capacity) return FI_SUCCESS;
     if (slots > FI_GROUP_LIMIT) return FI_NO_MEMORY;
-    auto** members =
-        static_cast<FI_gadget**>(mem_realloc(group->members, static_cast<size_t>(slots) * sizeof *group->members));
-    if (members == nullptr) return FI_NO_MEMORY;
-    std::fill(members + group->capacity, members + slots, nullptr);
-    group->members = members;
+    if (!fi_resize(&group->members, slots)) return FI_NO_MEMORY;
+    std::fill(group->members + group->capacity, group->members + slots, nullptr);
     group->capacity = static_cast<uint16_t>(slots);
     return FI_SUCCESS;
 }

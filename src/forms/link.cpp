@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "forms/array.h"
 #include "forms/env.h"
 #include "support/memory.h"
 
@@ -37,9 +38,7 @@ bool was_visited(const FI_form* form, int label) {
 bool make_room() {
     if (visited_count < visited_room) return true;
     const size_t room = static_cast<size_t>(visited_room) + static_cast<size_t>(GROWTH + visited_room / 2);
-    auto* grown = static_cast<visited_label*>(mem_realloc(visited, room * sizeof *visited));
-    if (grown == nullptr) return false;
-    visited = grown;
+    if (!fi_resize(&visited, room)) return false;
     visited_room = static_cast<int>(room);
     return true;
 }

@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "forms/array.h"
 #include "forms/envdata.h"
+#include "forms/fonts.h"
 #include "forms/forms.h"
 #include "support/memory.h"
 
@@ -21,12 +23,7 @@ const char* next_entry(const char* at, size_t* length) {
 
 int add_entry(fi_path_list* list, const char* entry, size_t length) {
     if (length >= FI_PATH_ENTRY) return FI_INVALID_ARGUMENT;
-    if (list->count % GROWTH == 0) {
-        const size_t room = static_cast<size_t>(list->count + GROWTH) * sizeof *list->entries;
-        auto* grown = static_cast<char(*)[FI_PATH_ENTRY]>(mem_realloc(list->entries, room));
-        if (grown == nullptr) return FI_NO_MEMORY;
-        list->entries = grown;
-    }
+    if (list->count % GROWTH == 0 && !fi_resize(&list->entries, list->count + GROWTH)) return FI_NO_MEMORY;
     std::memcpy(list->entries[list->count], entry, length);
     list->entries[list->count++][length] = '\0';
     return FI_SUCCESS;
@@ -86,5 +83,7 @@ int FI_set_symbol_path(const char* list) {
 }
 
 int FI_set_font_path(const char* list) {
-    return fi_set_path_list(&fi_state.font_path, list);
+    const int status = fi_set_path_list(&fi_state.font_path, list);
+    if (status == FI_SUCCESS) fi_forget_found_fonts();
+    return status;
 }

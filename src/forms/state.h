@@ -49,7 +49,8 @@ struct fi_path_list {
 
 struct fi_cached_font {
     char name[16];
-    int32_t key; // the size number in the file's name
+    int32_t key;      // the size number that was asked for
+    int32_t file_key; // that of the file's name; 0: there is none at or below
     uint32_t font_id;
 };
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "forms/array.h"
 #include "forms/env.h"
 #include "forms/envdata.h"
 #include "forms/forms.h"
@@ -27,10 +28,7 @@ void remember(const char* name, const char* path, uint32_t id) {
     if (std::strlen(name) >= sizeof fi_state.symbol_files->name) return;
     if (fi_state.symbol_count == fi_state.symbol_room) {
         const int room = fi_state.symbol_room + GROWTH;
-        auto* grown = static_cast<fi_cached_symbols*>(
-            mem_realloc(fi_state.symbol_files, static_cast<size_t>(room) * sizeof *fi_state.symbol_files));
-        if (grown == nullptr) return;
-        fi_state.symbol_files = grown;
+        if (!fi_resize(&fi_state.symbol_files, room)) return;
         fi_state.symbol_room = room;
     }
     fi_cached_symbols* entry = &fi_state.symbol_files[fi_state.symbol_count];

@@ -16,7 +16,8 @@ namespace {
 constexpr int HATCH_RIGHT = 3; // that the hatch reaches beyond a text
 
 float text_height(const FI_gadget* g) {
-    return static_cast<float>(g->text_lines * g->char_height + g->char_height / 5 * (g->text_lines - 1));
+    const int between = g->char_height / 5;
+    return static_cast<float>(g->text_lines * g->char_height + between * (g->text_lines - 1));
 }
 
 void measure(FI_gadget* g, float factor) {

@@ -433,9 +433,9 @@ RZL_API const char* rzl_status_detail(void);
 RZL_API const char* rzl_standard_name(int32_t id);
 RZL_API int rzl_standard_support(int32_t id, int* can_create, int* can_read);
 
-/* The extensions of the standard's file names, without the dot and separated by blanks, the usual one first: "tif tiff".
- * Empty where there is no usual one, null for an id that is none. And the standard of an extension, in any case of
- * letters, or -1. */
+/* The extensions of the standard's file names, without the dot and separated by blanks, the usual one first: "tif
+ * tiff". Empty where there is no usual one, null for an id that is none. And the standard of an extension, in any case
+ * of letters, or -1. */
 RZL_API const char* rzl_standard_extensions(int32_t id);
 RZL_API int32_t rzl_standard_of_extension(const char* extension);
 

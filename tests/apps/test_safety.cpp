@@ -121,7 +121,9 @@ TEST_F(Safety, EveryFailureOfMemoryAndTransfersIsTold) {
         run_once(); // what is made once for the process is there
         // The listing of the standards takes no memory and moves no bytes by way of the files.
         if (c.words[1] == "formats") continue;
-        sweep_failures(ALL_FAILURES, run_once, check);
+        const std::vector<failing> some = {failing::allocation, failing::transfers_onward};
+        const std::vector<failing> all(std::begin(ALL_FAILURES), std::end(ALL_FAILURES));
+        sweep_failures(torture() > 0 ? all : some, run_once, check);
         clear_outs(c);
     }
     stop_set_action(nullptr, nullptr);
@@ -265,7 +267,8 @@ TEST_F(Safety, LittleAddressSpaceIsTold) {
 
 // Each call of the system that could go wrong does so once, and then from then on.
 TEST_F(Safety, EveryFailingCallOfTheSystemIsTold) {
-    if (torture() == 0 || WITH_SANITIZER) GTEST_SKIP() << "scripts/torture does so, with what it traces with";
+    if (torture() == 0) GTEST_SKIP() << "scripts/torture does so, with what it traces with";
+    setenv("ASAN_OPTIONS", "detect_leaks=0", 1); // leaks are looked for by tracing, which only one can do
     if (!run_command(directory, "strace -o trace true && rm trace").ok()) GTEST_SKIP() << "nothing may be traced here";
     const struct {
         const char* call;
@@ -279,6 +282,7 @@ TEST_F(Safety, EveryFailingCallOfTheSystemIsTold) {
         // Of the commands that write nothing, standard output alone could fail, which is another test's.
         if (c.outs.empty()) continue;
         for (const auto& f : failures) {
+            if (WITH_SANITIZER && std::string(f.call) == "mmap") continue; // it ends the program by itself
             bool hit = true;
             // The first calls are the loader's.
             for (int n = 1; hit && n < 400; n += n < 40 ? 1 : 17) {

@@ -381,3 +381,11 @@ TEST_F(Events, ReleasesAndTimersAreFoundBehindOthers) {
     EXPECT_EQ(buttons(), "2.1 2.0 ");
     EXPECT_EQ(pending_events, 0U);
 }
+
+TEST_F(Events, ShiftAndTabIsAKeyOfItsOwn) {
+    headless_key(host_key::tab, 0, 0);
+    headless_key(host_key::tab, 0, HOST_SHIFT);
+    headless_key(host_key::backspace, 0, 0);
+    tools_pump();
+    EXPECT_EQ(keys(), "9 8 127 ");
+}

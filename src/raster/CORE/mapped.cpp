@@ -19,7 +19,7 @@ struct mapping_record {
     int64_t position;   // current, at most file_size
     int64_t view_start; // file offset of the view, a multiple of VIEW_SIZE; -1 while nothing is in it
     size_t view_length; // bytes at hand from view_start on: what the file has there, or what was written
-    size_t dirty_start; // changed bytes of the view that the file has not got yet
+    size_t dirty_start; // changed bytes of the view that the file does not have yet
     size_t dirty_end;   // dirty_start == dirty_end: none
     bool writable;
     bool write_failed; // a change was lost; told at the close

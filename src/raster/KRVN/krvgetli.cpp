@@ -52,7 +52,7 @@ bool piece_size(CFILE* c, uint64_t* bytes) {
     return true;
 }
 
-// The pixel at which the held piece begins. It is told in 16 bits, which a line longer than that passes over several
+// The pixel at which the held piece begins. It stands in 16 bits, which a line longer than that passes over several
 // times; a piece never leads back.
 int64_t piece_begin(const CFILE* c, const krv_line& l) {
     int64_t told = krv_spec_of(c)->line_header.pixel_offset;
@@ -329,14 +329,14 @@ int krv_getinlv(CFILE* c, uint8_t* buffer) {
 // Reading lines in their stored coding.
 //
 // What is delivered are the bytes of the file: of an ordinary line its coding, of a scannable one its pieces with their
-// line headers. A line that a scannable file leaves out is told by a header and one run. When the buffer is too small
+// line headers. A line that a scannable file leaves out is given as a header and one run. When the buffer is too small
 // the handle stays at the line, so that the call can be made again.
 
 namespace {
 
 constexpr size_t SUBSTITUTE_WORDS = 6;
 
-// Tells the size that is needed when the buffer has not got it.
+// Gives the size that is needed when the buffer does not have it.
 bool has_room(CFILE* c, int64_t bytes) {
     bool enough = bytes <= c->rle_size;
     c->rle_size = static_cast<int32_t>(std::min(bytes, int64_t{INT32_MAX}));

@@ -341,7 +341,7 @@ int krv_set_hdr_data(CFILE* c, int32_t field, const void* value) {
 // ---- doubles of the view fields -------------------------------------------------------------------------------------
 //
 // Native files: doubles of the view fields, which older files store in a form that is not IEEE. Which form a header has
-// is told by its application type and version, so a change of either converts what is stored.
+// follows from its application type and version, so a change of either converts what is stored.
 
 namespace {
 

@@ -138,8 +138,9 @@ enum class step { taken, ended, broken };
 // than are left.
 step next_packet(CFILE* c, packet_walk* walk) {
     if (walk->left < KRV_PACKET_HEAD_WORDS) return step::ended;
-    uint8_t* bytes = krv_spec_of(c)->packet_head;
+    uint8_t bytes[KRV_PACKET_HEAD_SIZE];
     if (!io_seek(c, walk->at) || io_read(c, bytes, KRV_PACKET_HEAD_SIZE) != KRV_PACKET_HEAD_SIZE) return step::broken;
+    std::memcpy(krv_spec_of(c)->packet_head, bytes, sizeof bytes);
     walk->head = {load_u16le(bytes), load_u16le(bytes + 2), load_u32le(bytes + 4)};
     if (walk->head.words > walk->left - KRV_PACKET_HEAD_WORDS) return step::broken;
     walk->content_at = walk->at + int64_t{KRV_PACKET_HEAD_SIZE};
