@@ -59,6 +59,10 @@ struct format_slots {
     write_tile_slot Puttile16 = nullptr;
     read_tile_slot Getrletile = nullptr;
     write_tile_slot Putrletile = nullptr;
+    // Null, or Gettile for a caller that wants the first `rows` rows of the tile in planes of any pitch:
+    // rzl_get_tiles() then copies none. Columns of the tile that lie outside of the image are given as well. Pixels, 0
+    // failure.
+    int (*Gettilerows)(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows) = nullptr;
     // Header fields: `value` is aligned and has the size of the field (fields.h). On getting it holds the core's
     // answer, which stands unless the module writes another. On setting it is a copy in which a text ends.
     int (*Get_hdr_data)(CFILE* c, int32_t field, void* value) = nullptr;

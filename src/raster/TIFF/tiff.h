@@ -370,6 +370,7 @@ int tif_put_rle_line(CFILE* c, int channels, write_planes buffers);
 
 // ---- tifgetti: tiles as they are read
 int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
+int tif_get_tile_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows);
 int tif_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
 // Whether a call's one buffer takes all samples of a pixel, and the bytes of a tile's line in a plane of such a call.
 bool tif_is_together(const CFILE* c);

@@ -142,16 +142,19 @@ size_t tif_tile_pitch(const CFILE* c) {
     return line_bytes(c, tif_image_of(c)->tile_width) * (tif_is_together(c) ? samples_together(c) : 1);
 }
 
-// The planes keep the distance of full tile lines.
-int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {
+int tif_get_tile_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows) {
     int64_t tile = next_tile(c);
     if (tile < 0 || !tile_is_readable(c)) return 0;
-    const tif_image* image = tif_image_of(c);
     int used = std::min(channels, TIF_MAX_SAMPLES);
-    uint32_t rows = used > 0 ? image->tile_length : 0;
-    if (!tile_rows(c, static_cast<uint32_t>(tile), rows, used, buffers, tif_tile_pitch(c))) return 0;
+    if (used > 0 && !tile_rows(c, static_cast<uint32_t>(tile), rows, used, planes, pitch)) return 0;
     ++c->line;
     return 1;
+}
+
+// The planes keep the distance of full tile lines.
+int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {
+    const tif_image* image = tif_image_of(c);
+    return tif_get_tile_rows(c, channels, buffers, tif_is_tiled(image) ? tif_tile_pitch(c) : 0, image->tile_length);
 }
 
 int tif_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {

@@ -717,6 +717,7 @@ constexpr format_slots SLOTS = {
     .Gettile = tif_get_tile,
     .Puttile = tif_put_tile,
     .Getrletile = tif_get_rle_tile,
+    .Gettilerows = tif_get_tile_rows,
     .Get_hdr_data = tif_get_hdr_data,
     .Set_hdr_data = tif_set_hdr_data,
     .Get_stat = tif_get_stat,
