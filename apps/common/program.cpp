@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "raster/rzl.h"
 #include "support/log.h"
 
 namespace {
@@ -66,6 +67,7 @@ void format_text(char text[LOG_TEXT_SIZE], const char* format, va_list arguments
 int program_run(const program_definition* definition, int count, char** arguments) {
     state = {definition, false};
     log_set_sink(report, nullptr);
+    rzl_set_extended(1);
     // A reader of our output that goes away makes a write fail, which is told like any other failure.
     std::signal(SIGPIPE, SIG_IGN);
     word_list words = {count, arguments, 1};

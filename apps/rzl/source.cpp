@@ -10,13 +10,25 @@ constexpr int32_t ORIENTATION_FROM_RIGHT = 1;
 
 constexpr int32_t VLT_TYPE_BYTES = 1;
 
-// The two colours of such a GIF file are any, and no matter of black and white.
-bool is_two_color_gif(const raster_source* s) {
-    return source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF && s->bits == 1;
+// A table of two colours that are any, and no matter of black and white: that of a GIF file always, that of a BMP or PCX
+// file when its first is not black or its second not white.
+bool is_two_colors(const raster_source* s) {
+    constexpr int WHITE = 255;
+    int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);
+    if (s->bits != 1) return false;
+    if (standard == RZL_STANDARD_GIF) return true;
+    rzl_vlt_entry table[256] = {};
+    bool has_table = (standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX) && s->vlt_entries >= 2 &&
+                     s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
+    if (!has_table) return false;
+    auto is = [](const rzl_vlt_entry& e, int value) {
+        return e.red >> 8 == value && e.green >> 8 == value && e.blue >> 8 == value;
+    };
+    return !is(table[0], 0) || !is(table[1], WHITE);
 }
 
 pixel_kind kind_of(const raster_source* s) {
-    if (is_two_color_gif(s)) return pixel_kind::mapped;
+    if (is_two_colors(s)) return pixel_kind::mapped;
     switch (s->format) {
     case RZL_FORMAT_BILEVEL:
     case RZL_FORMAT_BILEVEL_RUNS:

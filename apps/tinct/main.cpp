@@ -4,6 +4,7 @@
 
 #include "core/main.h"
 #include "core/version.h"
+#include "raster/rzl.h"
 #include "surface/file_types.h"
 #include "surface/paths.h"
 #include "tools/process.h"
@@ -45,6 +46,7 @@ bool asks_for(int count, char** arguments, const char* option) {
 int main(int count, char** arguments, char** environment) {
     if (asks_for(count, arguments, "--help")) return std::fputs(HELP, stdout) < 0 ? 1 : 0;
     if (asks_for(count, arguments, "--version")) return std::printf("%s\n", TINCT_VERSION) < 0 ? 1 : 0;
+    rzl_set_extended(1);
     product_root_init();
     const tools_program program = {search_paths_init, tinct_main};
     const int status = tools_process_entry(count, arguments, environment, &program);

@@ -1,4 +1,5 @@
 // Loading a raster file into three planes.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr const char* DEFAULT_ROOT = "c:\\vantor";
 constexpr int32_t ORIENTATION_ROWS = 3;      // low two bits of the scan order
+constexpr int32_t ORIENTATION_RIGHT_TO_LEFT = 1;
 constexpr int32_t ORIENTATION_BOTTOM_UP = 2; // from this value on the last row comes first
 
 // The most pixels that a byte of a file can stand for, by data format. What a header claims beyond that can't be there,
@@ -39,8 +41,19 @@ struct raster_shape {
     int32_t file_width, file_height;
     int32_t width, height; // stored
     int32_t format;
-    bool bottom_up;
+    bool bottom_up, right_to_left;
+    bool has_colors; // a table that standards with tables of two colours turn their lines into
 };
+
+// Of the standards with bilevel lines, those that keep colours for them.
+bool has_two_colors(CFILE* file) {
+    int32_t standard = -1;
+    int32_t type = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_STANDARD, &standard);
+    rzl_get_hdr_data(file, RZL_FIELD_VLT_TYPE, &type);
+    bool keeps = standard == RZL_STANDARD_GIF || standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX;
+    return keeps && type != RZL_VLT_NONE;
+}
 
 bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape* shape) {
     int32_t orientation = 0;
@@ -50,8 +63,10 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
     if (!good || shape->file_width < 1 || shape->file_height < 1) return false;
     rzl_get_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
     shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
-    // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up file is stored whole.
-    bool whole = shape->bottom_up;
+    shape->right_to_left = orientation > 0 && (orientation & ORIENTATION_RIGHT_TO_LEFT) != 0;
+    shape->has_colors = has_two_colors(file);
+    // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up or mirrored file is stored whole.
+    bool whole = shape->bottom_up || shape->right_to_left;
     shape->width = whole || shape->file_width < max_width ? shape->file_width : max_width;
     shape->height = whole || shape->file_height < max_height ? shape->file_height : max_height;
     return shape->width > 0 && shape->height > 0;
@@ -112,7 +127,9 @@ struct line_reader {
     uint8_t* spare; // a packed bilevel line, or the fourth channel; null when neither is needed
 };
 
+// Two colours, where the file has a table of them; black and white otherwise.
 bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
+    if (r->shape->has_colors) return rzl_getline3(r->file, red, green, blue) == 0;
     if (rzl_getline(r->file, r->spare) != 0) return false;
     auto width = static_cast<size_t>(r->shape->file_width);
     rzl_unpack_bits(r->spare, red, r->shape->file_width, 0, 255);
@@ -138,7 +155,10 @@ bool read_lines(const line_reader* r, raster_image* image) {
     for (int32_t line = 0; line < image->height; ++line) {
         int32_t row = r->shape->bottom_up ? image->height - 1 - line : line;
         size_t offset = static_cast<size_t>(row) * static_cast<size_t>(image->width);
-        if (!read_line(r, image->red + offset, image->green + offset, image->blue + offset)) return false;
+        uint8_t* const row_planes[3] = {image->red + offset, image->green + offset, image->blue + offset};
+        if (!read_line(r, row_planes[0], row_planes[1], row_planes[2])) return false;
+        for (uint8_t* plane : row_planes)
+            if (r->shape->right_to_left) std::reverse(plane, plane + image->width);
     }
     return true;
 }

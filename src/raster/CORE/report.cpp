@@ -16,6 +16,7 @@ namespace {
 
 std::atomic<uint32_t> library_status{0};
 std::atomic<int32_t> library_debug_level{0};
+std::atomic<bool> library_extended{false};
 
 constexpr size_t REPORT_SIZE = 2048;
 constexpr int32_t DEBUG_TILE_MEMORY = 16;
@@ -284,6 +285,13 @@ uint32_t last_status() {
 
 void set_last_status(uint32_t status) {
     library_status.store(status, std::memory_order_relaxed);
+}
+
+bool is_extended() {
+    return library_extended.load(std::memory_order_relaxed);
+}
+void rzl_set_extended(int on) {
+    library_extended.store(on != 0, std::memory_order_relaxed);
 }
 
 int32_t debug_level() {

@@ -267,6 +267,24 @@ void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue
     if (blue != nullptr) std::memcpy(blue, red, bytes);
 }
 
+uint8_t* values_target(int channels, uint8_t* const* buffers, uint8_t* spare) {
+    if (channels > 0 && buffers[0] != nullptr) return buffers[0];
+    for (int i = 1; i < channels; ++i)
+        if (buffers[i] != nullptr) return spare;
+    return nullptr;
+}
+
+// Three planes of which some are not wanted, the first among them that are, take the stored values.
+void rzl_spread_values(CFILE* c, int channels, uint8_t* const* buffers, uint8_t* values) {
+    if (values == nullptr) return;
+    if (channels != 3) {
+        rzl_widen_samples(c, values, c->xsize);
+        return;
+    }
+    bool all = buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
+    if (all || values != buffers[0]) rzl_apply_color_table(c, values, buffers[1], buffers[2], c->xsize);
+}
+
 void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count) {
     if (has_flag(c, FLAG_RAW_SAMPLES) || c->color_table != nullptr) return;
     int shift = shift_to_byte(c->bits);
