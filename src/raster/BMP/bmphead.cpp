@@ -156,6 +156,14 @@ int read_colors(CFILE* c, bmp_spec* spec, const info_header& info) {
 
 // ---- bit fields ----------------------------------------------------------------------------------------------------
 
+// A value of fewer than 8 bits as a byte: its bits repeated.
+uint8_t widened(uint32_t value, int bits) {
+    uint32_t byte = 0;
+    for (int at = 8 - bits; at > -bits; at -= bits)
+        byte |= at >= 0 ? value << at : value >> -at;
+    return static_cast<uint8_t>(byte);
+}
+
 // The top 8 bits of a mask, whose bits must stand together. None: the colour is not there.
 bool make_field(uint32_t mask, bmp_bit_field* field) {
     *field = {};
@@ -166,9 +174,9 @@ bool make_field(uint32_t mask, bmp_bit_field* field) {
     int bits = std::popcount(most);
     field->shift = low + std::max(bits - 8, 0);
     field->mask = mask & ~((1u << field->shift) - 1);
-    uint32_t top = bits >= 8 ? 255 : most;
-    for (uint32_t v = 0; v <= top; ++v)
-        field->bytes[v] = static_cast<uint8_t>((v * 255 + top / 2) / top);
+    int kept = std::min(bits, 8);
+    for (uint32_t v = 0; v < 1u << kept; ++v)
+        field->bytes[v] = widened(v, kept);
     return true;
 }
 

@@ -65,6 +65,22 @@ bool has_rle_line(CFILE* c) {
     return format_is_bilevel(c->format) || fails(c, RZL_UNSUP_PCX, SOURCE, "PCX");
 }
 
+// The runs with none longer than 32767: what is more stands behind a run of 0.
+size_t split_runs(const uint16_t* runs, size_t count, uint16_t* out) {
+    constexpr uint16_t RUN_MOST = 32767;
+    size_t made = 0;
+    for (size_t i = 0; i < count; ++i) {
+        uint16_t left = runs[i];
+        for (; left > RUN_MOST; left = static_cast<uint16_t>(left - RUN_MOST)) {
+            out[made++] = RUN_MOST;
+            out[made++] = 0;
+        }
+        out[made++] = left;
+    }
+    if (made % 2 == 0) out[made++] = 0; // the last is one of clear bits
+    return made;
+}
+
 } // namespace
 
 int pcx_get_line(CFILE* c, int channels, read_planes buffers) {
@@ -89,13 +105,16 @@ int pcx_get_rle_line(CFILE* c, int channels, read_planes buffers) {
     if (!has_rle_line(c)) return 0;
     auto width = static_cast<uint32_t>(c->xsize);
     mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc(line_bytes(c, c->xsize))));
-    mem_guard<uint16_t> runs(mem_new_array<uint16_t>(cit_max_runs(width) + 1));
-    if (!words || !runs) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    // A line has at most 65536 pixels, so two of its runs are split at most, once or twice.
+    constexpr size_t MOST_SPLITS = 4;
+    size_t most = cit_max_runs(width);
+    mem_guard<uint16_t> counted(mem_new_array<uint16_t>(most));
+    mem_guard<uint16_t> runs(mem_new_array<uint16_t>(most + 2 * MOST_SPLITS + 1));
+    if (!words || !counted || !runs) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     int64_t start = io_tell(c);
     uint8_t* plane = words.get();
     if (pcx_get_line(c, 1, &plane) <= 0) return 0;
-    size_t count = cit_bits_to_runs(width, words.get(), runs.get());
-    if (count % 2 == 0) runs[count++] = 0;
+    size_t count = split_runs(counted.get(), cit_bits_to_runs(width, words.get(), counted.get()), runs.get());
     size_t bytes = count * sizeof(uint16_t);
     bool fits = channels > 0 && buffers[0] != nullptr && bytes <= static_cast<size_t>(std::max(c->rle_size, 0));
     c->rle_size = static_cast<int32_t>(fits ? bytes : bytes + MORE_ROOM);

@@ -12,13 +12,14 @@ constexpr char SOURCE[] = "PCX/pcxopen";
 
 // ---- palette -------------------------------------------------------------------------------------------------------
 
-// The long palette, when the file's last bytes are one.
+// The long palette, when the file's last bytes are one. False: bytes that are there could not be read.
 bool read_long_palette(CFILE* c, pcx_spec* spec) {
     int64_t place = io_size(c) - static_cast<int64_t>(PCX_TRAILER_SIZE);
-    bool found = place >= static_cast<int64_t>(PCX_HEADER_SIZE) && io_seek(c, place) && io_getc(c) == PCX_PALETTE_MARK &&
-                 io_read(c, spec->palette, PCX_LONG_BYTES) == PCX_LONG_BYTES;
-    if (found) spec->palette_kind = pcx_palette::colors_256;
-    return found;
+    if (place < static_cast<int64_t>(PCX_HEADER_SIZE)) return true;
+    int mark = io_seek(c, place) ? io_getc(c) : -1;
+    if (mark != PCX_PALETTE_MARK) return mark >= 0;
+    spec->palette_kind = pcx_palette::colors_256;
+    return io_read(c, spec->palette, PCX_LONG_BYTES) == PCX_LONG_BYTES;
 }
 
 // Some files of one bit leave their palette empty and mean black and white.
@@ -31,15 +32,17 @@ void repair_two_colors(pcx_spec* spec) {
 }
 
 // Bits have two colours, which stand in the header; a 12 near the end of such a file is one of its lines.
-void read_palette(CFILE* c, pcx_spec* spec, const uint8_t* h) {
+bool read_palette(CFILE* c, pcx_spec* spec, const uint8_t* h) {
     spec->palette_kind = pcx_palette::none;
-    if (spec->planes != 1 && !spec->indexed) return;
+    if (spec->planes != 1 && !spec->indexed) return true;
     bool may_be_long = spec->version == PCX_VERSION && spec->bits > 1;
-    if (may_be_long && read_long_palette(c, spec)) return;
+    if (may_be_long && !read_long_palette(c, spec)) return fails(c, RZL_READ_FAILED, SOURCE, nullptr);
+    if (spec->palette_kind != pcx_palette::none) return true;
     std::memset(spec->palette, 0, PCX_LONG_BYTES);
     std::memcpy(spec->palette, h + PCX_AT_PALETTE, PCX_SHORT_COLORS * 3);
     spec->palette_kind = pcx_palette::colors_16;
     if (is_extended()) repair_two_colors(spec);
+    return true;
 }
 
 // ---- layout --------------------------------------------------------------------------------------------------------
@@ -81,8 +84,7 @@ int pcx_open(CFILE* c, const char*) {
     uint8_t h[PCX_HEADER_SIZE];
     if (io_read(c, h, sizeof h) != sizeof h) return refuse(c, RZL_READ_FAILED, SOURCE, nullptr);
     if (take_header(c, spec, h) != 0) return 1;
-    read_palette(c, spec, h);
-    if (!pcx_keep_colors(c)) return 1;
+    if (!read_palette(c, spec, h) || !pcx_keep_colors(c)) return 1;
     size_t row = pcx_row_bytes(spec);
     spec->row = mem_new_array<uint8_t>(row + PCX_ROW_SLACK + static_cast<size_t>(c->xsize));
     if (spec->row == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
