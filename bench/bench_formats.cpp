@@ -1,6 +1,7 @@
-// Formats that keep plain lines or simple run codes, through the public calls: a photograph-like picture of 16 megapixels
-// and a drawing of few colours, written line by line to a file and read back. A format has a row in FORMATS for each of
-// its codings. `copy` beside each is what can't be undercut by much: the same file from one to another, in blocks.
+// Formats that keep plain lines or simple run codes, through the public calls: a photograph-like picture of 16
+// megapixels and a drawing of few colours, written line by line to a file and read back. A format has a row in FORMATS
+// for each of its codings. `copy` beside each is what can't be undercut by much: the same file from one to another, in
+// blocks.
 //
 // The program also serves bench/peers/formats.sh, which compares whole programs:
 //   bench_formats make photo|drawing FILE.ppm      the picture
@@ -37,10 +38,14 @@ struct format_row {
     int32_t standard, format;
 };
 constexpr format_row FORMATS[] = {
-    {"tga_rgb", RZL_STANDARD_TARGA, RZL_FORMAT_RGB},       {"tga_rgb_runs", RZL_STANDARD_TARGA, RZL_FORMAT_PLANE_RUNS},
-    {"tga_byte", RZL_STANDARD_TARGA, RZL_FORMAT_BYTE},     {"tga_byte_runs", RZL_STANDARD_TARGA, RZL_FORMAT_BYTE_RUNS},
-    {"bmp_rgb", RZL_STANDARD_BMP, RZL_FORMAT_RGB},         {"bmp_byte", RZL_STANDARD_BMP, RZL_FORMAT_BYTE},
-    {"bmp_byte_runs", RZL_STANDARD_BMP, RZL_FORMAT_BYTE_RUNS}, {"pcx_rgb", RZL_STANDARD_PCX, RZL_FORMAT_PLANE_RUNS},
+    {"tga_rgb", RZL_STANDARD_TARGA, RZL_FORMAT_RGB},
+    {"tga_rgb_runs", RZL_STANDARD_TARGA, RZL_FORMAT_PLANE_RUNS},
+    {"tga_byte", RZL_STANDARD_TARGA, RZL_FORMAT_BYTE},
+    {"tga_byte_runs", RZL_STANDARD_TARGA, RZL_FORMAT_BYTE_RUNS},
+    {"bmp_rgb", RZL_STANDARD_BMP, RZL_FORMAT_RGB},
+    {"bmp_byte", RZL_STANDARD_BMP, RZL_FORMAT_BYTE},
+    {"bmp_byte_runs", RZL_STANDARD_BMP, RZL_FORMAT_BYTE_RUNS},
+    {"pcx_rgb", RZL_STANDARD_PCX, RZL_FORMAT_PLANE_RUNS},
     {"pcx_byte", RZL_STANDARD_PCX, RZL_FORMAT_BYTE_RUNS},
 };
 
@@ -58,7 +63,8 @@ uint32_t next_random(uint32_t* state) {
 
 // Shades with the noise of a sensor.
 uint8_t photo_value(size_t plane, int32_t x, int32_t y, uint32_t* state) {
-    double shade = 128 + 70 * std::sin(x * 0.003 + static_cast<double>(plane)) * std::cos(y * 0.004) + 20 * std::sin(x * 0.05);
+    double shade =
+        128 + 70 * std::sin(x * 0.003 + static_cast<double>(plane)) * std::cos(y * 0.004) + 20 * std::sin(x * 0.05);
     return static_cast<uint8_t>(shade + static_cast<double>(next_random(state) % 9));
 }
 
@@ -96,8 +102,10 @@ bool has_planes(int32_t format) {
 void write_file(const char* name, const format_row& row, const picture& from) {
     CFILE* c = rzl_open_w(name);
     if (c == nullptr) stop("a file can't be made");
-    const int32_t fields[][2] = {{RZL_FIELD_STANDARD, row.standard}, {RZL_FIELD_FORMAT, row.format},
-                                 {RZL_FIELD_XSIZE, WIDTH},           {RZL_FIELD_YSIZE, HEIGHT},
+    const int32_t fields[][2] = {{RZL_FIELD_STANDARD, row.standard},
+                                 {RZL_FIELD_FORMAT, row.format},
+                                 {RZL_FIELD_XSIZE, WIDTH},
+                                 {RZL_FIELD_YSIZE, HEIGHT},
                                  {RZL_FIELD_ORIENTATION, RZL_TOP_DOWN}};
     for (const auto& field : fields)
         if (rzl_set_hdr_data(c, field[0], &field[1]) != 0) stop("a header field can't be set");

@@ -230,7 +230,8 @@ void settle_orientation(conversion* c) {
     constexpr int32_t FROM_BOTTOM = 2;
     int32_t wanted = c->source->orientation;
     // A BMP file takes any order and has two.
-    if (c->request->standard == RZL_STANDARD_BMP) wanted = source_is_bottom_up(c->source) ? RZL_BOTTOM_UP : RZL_TOP_DOWN;
+    if (c->request->standard == RZL_STANDARD_BMP)
+        wanted = source_is_bottom_up(c->source) ? RZL_BOTTOM_UP : RZL_TOP_DOWN;
     set_field(c->out, RZL_FIELD_ORIENTATION, wanted); // what a format does not keep is no failure
     int32_t kept = RZL_TOP_DOWN;
     rzl_get_hdr_data(c->out, RZL_FIELD_ORIENTATION, &kept);

@@ -10,8 +10,8 @@ constexpr int32_t ORIENTATION_FROM_RIGHT = 1;
 
 constexpr int32_t VLT_TYPE_BYTES = 1;
 
-// A table of two colours that are any, and no matter of black and white: that of a GIF file always, that of a BMP or PCX
-// file when its first is not black or its second not white.
+// A table of two colours that are any, and no matter of black and white: that of a GIF file always, that of a BMP or
+// PCX file when its first is not black or its second not white.
 bool is_two_colors(const raster_source* s) {
     constexpr int WHITE = 255;
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);

@@ -153,16 +153,16 @@ enum {
     RZL_FIELD_SAMPLES = 506,
     RZL_FIELD_BITS = 507,
     RZL_FIELD_QUALITY = 508,
-    RZL_FIELD_USER_TAG = 509, /* rzl_user_tag */
-    RZL_FIELD_TARGA_MAP = 600,          /* 2 with a colour map, 0 without; the same as field 5 */
-    RZL_FIELD_TARGA_MAP_FIRST = 601,    /* the first index of the map: field 6 tells how many follow from it on */
-    RZL_FIELD_TARGA_MAP_LENGTH = 602,   /* the same as field 6 */
-    RZL_FIELD_TARGA_MAP_BITS = 603,     /* of an entry: 15, 16, 24 or 32 */
+    RZL_FIELD_USER_TAG = 509,         /* rzl_user_tag */
+    RZL_FIELD_TARGA_MAP = 600,        /* 2 with a colour map, 0 without; the same as field 5 */
+    RZL_FIELD_TARGA_MAP_FIRST = 601,  /* the first index of the map: field 6 tells how many follow from it on */
+    RZL_FIELD_TARGA_MAP_LENGTH = 602, /* the same as field 6 */
+    RZL_FIELD_TARGA_MAP_BITS = 603,   /* of an entry: 15, 16, 24 or 32 */
     RZL_FIELD_TARGA_X_ORIGIN = 604,
     RZL_FIELD_TARGA_Y_ORIGIN = 605,
-    RZL_FIELD_TARGA_ATTRIBUTES = 606,   /* bits of a pixel that are no colour */
-    RZL_FIELD_TARGA_ID_LENGTH = 607,    /* bytes; to be set before the identification */
-    RZL_FIELD_TARGA_ID = 608,           /* char[256]: the identification */
+    RZL_FIELD_TARGA_ATTRIBUTES = 606, /* bits of a pixel that are no colour */
+    RZL_FIELD_TARGA_ID_LENGTH = 607,  /* bytes; to be set before the identification */
+    RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
     RZL_FIELD_TARGA_PIXEL_BITS = 609,
     RZL_FIELD_RAW_SAMPLES = 701,
     RZL_FIELD_STATUS = 702 /* uint32_t; the status of the operation before */
@@ -408,8 +408,8 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
  *          of such a header, and field 9 is RZL_BOTTOM_UP for a 12-byte header, too, which is 0 otherwise.
  *   TGA    sides of up to 65535 pixels, pixels of 15 bits; field 21 is 2 for a file of version 2, and field 26 is the
  *          aspect ratio that its extension area tells.
- *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's table.
- * For the whole process; open files stay as they were opened. */
+ *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's
+ * table. For the whole process; open files stay as they were opened. */
 RZL_API void rzl_set_extended(int on);
 
 /* A library-wide value. Always 0. */
@@ -429,9 +429,9 @@ RZL_API const char* rzl_status_text(uint32_t status);
 RZL_API const char* rzl_standard_name(int32_t id);
 RZL_API int rzl_standard_support(int32_t id, int* can_create, int* can_read);
 
-/* The extensions of the standard's file names, without the dot and separated by blanks, the usual one first: "tif tiff".
- * Empty where there is no usual one, null for an id that is none. And the standard of an extension, in any case of
- * letters, or -1. */
+/* The extensions of the standard's file names, without the dot and separated by blanks, the usual one first: "tif
+ * tiff". Empty where there is no usual one, null for an id that is none. And the standard of an extension, in any case
+ * of letters, or -1. */
 RZL_API const char* rzl_standard_extensions(int32_t id);
 RZL_API int32_t rzl_standard_of_extension(const char* extension);
 

@@ -15,7 +15,7 @@
 namespace {
 
 constexpr const char* DEFAULT_ROOT = "c:\\vantor";
-constexpr int32_t ORIENTATION_ROWS = 3;      // low two bits of the scan order
+constexpr int32_t ORIENTATION_ROWS = 3; // low two bits of the scan order
 constexpr int32_t ORIENTATION_RIGHT_TO_LEFT = 1;
 constexpr int32_t ORIENTATION_BOTTOM_UP = 2; // from this value on the last row comes first
 

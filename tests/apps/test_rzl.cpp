@@ -132,7 +132,10 @@ TEST_F(Rzl, ConvertKeepsPicturesUpright) {
         }
     }
     // A map that does not begin with its first index, and two colours that are neither black nor white.
-    write("m.tga", std::string("\0\1\1\5\0\2\0\x18\0\0\0\0\2\0\1\0\x08\x20" "\1\2\3\4\5\6" "\5\6", 26));
+    write("m.tga", std::string("\0\1\1\5\0\2\0\x18\0\0\0\0\2\0\1\0\x08\x20"
+                               "\1\2\3\4\5\6"
+                               "\5\6",
+                               26));
     write("t.bmp", std::string("BM\0\0\0\0\0\0\0\0\x20\0\0\0\x0C\0\0\0\2\0\1\0\1\0\1\0\1\2\3\4\5\6\x40\0\0\0", 36));
     for (const char* source : {"m.tga", "t.bmp"}) {
         EXPECT_EQ(run(std::string("rzl cat ") + source).out, "\3\2\1\6\5\4");

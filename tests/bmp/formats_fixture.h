@@ -121,8 +121,8 @@ inline uint32_t put_lines(CFILE* c, int width, int height, const bytes_of_file& 
             for (size_t x = 0; x < static_cast<size_t>(width); ++x)
                 planes[p][x] = line[x * 3 + p];
         }
-        const int result = triples ? rzl_putline3(c, planes[0].data(), planes[1].data(), planes[2].data())
-                                   : rzl_putline(c, line);
+        const int result =
+            triples ? rzl_putline3(c, planes[0].data(), planes[1].data(), planes[2].data()) : rzl_putline(c, line);
         if (result != 0) return c->status;
     }
     return 0;
@@ -223,8 +223,10 @@ protected:
         const std::string name = path("swept");
         for (bool memory : {true, false}) {
             for (bool onward : {false, true}) {
-                sweep(memory, onward, [&] { return write_picture(name, standard, format, width, height, pixels, {}, table); },
-                      [](bool) {});
+                sweep(
+                    memory, onward,
+                    [&] { return write_picture(name, standard, format, width, height, pixels, {}, table); },
+                    [](bool) {});
             }
         }
         ASSERT_EQ(write_picture(name, standard, format, width, height, pixels, {}, table), 0u);

@@ -11,7 +11,9 @@ struct bmp_parts {
     bytes_of_file behind; // the first 40 bytes of the header, and what stands before the colours
     bytes_of_file colors, lines;
 
-    size_t data_offset() const { return 14 + static_cast<size_t>(header < 40 ? 12 : 40) + behind.size() + colors.size(); }
+    size_t data_offset() const {
+        return 14 + static_cast<size_t>(header < 40 ? 12 : 40) + behind.size() + colors.size();
+    }
     bytes_of_file file() const {
         bytes_made b;
         b.text("BM").u32(0).u32(0).u32(static_cast<int64_t>(data_offset())).u32(header);
@@ -50,8 +52,23 @@ bmp_parts coded(int bits, const bytes_of_file& codes, int width, int height) {
 
 TEST_F(Bmp, TheBytesOfAFile) {
     const auto head = [](int size, int offset, int width, int height, int bits, int compression, int dots) {
-        return bytes_made().text("BM").u32(size).u32(0).u32(offset).u32(40).u32(width).u32(height).u16(1).u16(bits)
-            .u32(compression).u32(0).u32(dots).u32(dots).u32(0).u32(0).made;
+        return bytes_made()
+            .text("BM")
+            .u32(size)
+            .u32(0)
+            .u32(offset)
+            .u32(40)
+            .u32(width)
+            .u32(height)
+            .u16(1)
+            .u16(bits)
+            .u32(compression)
+            .u32(0)
+            .u32(dots)
+            .u32(dots)
+            .u32(0)
+            .u32(0)
+            .made;
     };
     struct {
         const char* what;
@@ -60,17 +77,48 @@ TEST_F(Bmp, TheBytesOfAFile) {
         field_values fields;
         bytes_of_file header, lines;
     } cases[] = {
-        {"top-down triples", 28, 1, 2, {1, 2, 3, 4, 5, 6}, {{8, -72}}, head(62, 54, 1, 2, 24, 0, 2835),
+        {"top-down triples",
+         28,
+         1,
+         2,
+         {1, 2, 3, 4, 5, 6},
+         {{8, -72}},
+         head(62, 54, 1, 2, 24, 0, 2835),
          {6, 5, 4, 0, 3, 2, 1, 0}},
-        {"bottom-up triples", 28, 1, 2, {1, 2, 3, 4, 5, 6}, {{9, 6}, {8, 1000}}, head(62, 54, 1, 2, 24, 0, 1000),
+        {"bottom-up triples",
+         28,
+         1,
+         2,
+         {1, 2, 3, 4, 5, 6},
+         {{9, 6}, {8, 1000}},
+         head(62, 54, 1, 2, 24, 0, 1000),
          {3, 2, 1, 0, 6, 5, 4, 0}},
-        {"bits, asked for as runs", 9, 17, 1, {0x01, 0x80, 0x00, 0x80}, {}, head(66, 62, 17, 1, 1, 0, 0), {0x80, 0x01, 0x80, 0}},
+        {"bits, asked for as runs",
+         9,
+         17,
+         1,
+         {0x01, 0x80, 0x00, 0x80},
+         {},
+         head(66, 62, 17, 1, 1, 0, 0),
+         {0x80, 0x01, 0x80, 0}},
         {"bytes", 2, 3, 1, {7, 8, 9}, {}, head(1082, 1078, 3, 1, 8, 0, 0), {7, 8, 9, 0}},
         {"nibbles", 2, 3, 1, {7, 8, 9}, {{507, 4}}, head(122, 118, 3, 1, 4, 0, 0), {0x78, 0x90, 0, 0}},
-        {"runs of bytes", 29, 8, 1, {5, 5, 5, 1, 2, 3, 4, 4}, {}, head(1092, 1078, 8, 1, 8, 1, 0),
+        {"runs of bytes",
+         29,
+         8,
+         1,
+         {5, 5, 5, 1, 2, 3, 4, 4},
+         {},
+         head(1092, 1078, 8, 1, 8, 1, 0),
          {3, 5, 0, 3, 1, 2, 3, 0, 2, 4, 0, 0, 0, 0}},
         {"few bytes", 29, 4, 1, {1, 2, 2, 3}, {}, head(1086, 1078, 4, 1, 8, 1, 0), {1, 1, 2, 2, 1, 3, 0, 0}},
-        {"runs of nibbles", 29, 9, 1, {1, 2, 1, 2, 3, 4, 5, 6, 7}, {{507, 4}}, head(128, 118, 9, 1, 4, 2, 0),
+        {"runs of nibbles",
+         29,
+         9,
+         1,
+         {1, 2, 1, 2, 3, 4, 5, 6, 7},
+         {{507, 4}},
+         head(128, 118, 9, 1, 4, 2, 0),
          {4, 0x12, 0, 5, 0x34, 0x56, 0x70, 0, 0, 0}},
         {"compression asked for", 2, 2, 1, {9, 9}, {{501, 1}}, head(1082, 1078, 2, 1, 8, 1, 0), {2, 9, 0, 0}},
     };
@@ -94,13 +142,17 @@ TEST_F(Bmp, TheBytesOfAFile) {
 }
 
 TEST_F(Bmp, WhatIsWrittenIsRead) {
-    for (auto [format, bits, values] : {std::tuple(2, 8, 256), {29, 8, 256}, {29, 8, 3}, {2, 4, 16}, {29, 4, 16}, {29, 4, 2}}) {
+    for (auto [format, bits, values] :
+         {std::tuple(2, 8, 256), {29, 8, 256}, {29, 8, 3}, {2, 4, 16}, {29, 4, 16}, {29, 4, 2}}) {
         for (int width : {1, 2, 3, 5, 254, 255, 256, 257, 701}) {
             for (int orientation : {4, 6}) {
-                SCOPED_TRACE(std::to_string(width) + " format " + std::to_string(format) + " bits " + std::to_string(bits));
+                SCOPED_TRACE(std::to_string(width) + " format " + std::to_string(format) + " bits " +
+                             std::to_string(bits));
                 const bytes_of_file pixels = some_samples(static_cast<size_t>(width) * 7, values, 2);
                 color_table table = some_table(1 << bits);
-                ASSERT_EQ(write_picture(path("a.bmp"), 4, format, width, 7, pixels, {{507, bits}, {9, orientation}}, table), 0u);
+                ASSERT_EQ(
+                    write_picture(path("a.bmp"), 4, format, width, 7, pixels, {{507, bits}, {9, orientation}}, table),
+                    0u);
                 const picture p = read_picture(path("a.bmp"));
                 EXPECT_TRUE(p.status == 0 && p.format == format && p.bits == bits && p.orientation == 6);
                 bytes_of_file expected = pixels;
@@ -124,27 +176,98 @@ TEST_F(Bmp, HeadersAndDepths) {
         uint32_t status, extended_status; // of the open
         bytes_of_file colors;
     } cases[] = {
-        {"core, 1 bit", {12, 3, 2, 1, 0, 0, 0, 0, {}, {0, 0, 0, 255, 255, 255}, {0x40, 0, 0, 0, 0xA0, 0, 0, 0}}, 1, 0, 0, 0,
+        {"core, 1 bit",
+         {12, 3, 2, 1, 0, 0, 0, 0, {}, {0, 0, 0, 255, 255, 255}, {0x40, 0, 0, 0, 0xA0, 0, 0, 0}},
+         1,
+         0,
+         0,
+         0,
          {0, 0, 0, 255, 255, 255, 0, 0, 0, 255, 255, 255, 0, 0, 0, 255, 255, 255}},
-        {"core, 4 bits", {12, 3, 2, 4, 0, 0, 0, 0, {}, table_bytes(16, 3), {0x12, 0x30, 0, 0, 0x45, 0x60, 0, 0}}, 2, 0, 0, 0,
+        {"core, 4 bits",
+         {12, 3, 2, 4, 0, 0, 0, 0, {}, table_bytes(16, 3), {0x12, 0x30, 0, 0, 0x45, 0x60, 0, 0}},
+         2,
+         0,
+         0,
+         0,
          {1, 2, 3, 2, 3, 4, 3, 4, 5, 4, 5, 6, 5, 6, 7, 6, 7, 8}},
-        {"core, 24 bits", {12, 1, 2, 24, 0, 0, 0, 0, {}, {}, {1, 2, 3, 0, 4, 5, 6, 0}}, 28, 0, 0, 0, {3, 2, 1, 6, 5, 4}},
-        {"five colours, top-down", {40, 3, -2, 8, 0, 5, 0, 0, {}, table_bytes(5, 4), {0, 1, 2, 0, 4, 5, 9, 0}}, 2, 4, 0, 0,
+        {"core, 24 bits",
+         {12, 1, 2, 24, 0, 0, 0, 0, {}, {}, {1, 2, 3, 0, 4, 5, 6, 0}},
+         28,
+         0,
+         0,
+         0,
+         {3, 2, 1, 6, 5, 4}},
+        {"five colours, top-down",
+         {40, 3, -2, 8, 0, 5, 0, 0, {}, table_bytes(5, 4), {0, 1, 2, 0, 4, 5, 9, 0}},
+         2,
+         4,
+         0,
+         0,
          {0, 1, 2, 1, 2, 3, 2, 3, 4, 4, 5, 6, 0, 0, 0, 0, 0, 0}},
         {"24 bits ignore a table", {40, 1, 1, 24, 0, 5, 0, 0, {}, {}, {1, 2, 3, 0}}, 28, 6, 0, 0, {3, 2, 1}},
-        {"16 bits", {40, 2, 1, 16, 0, 0, 0, 0, {}, {}, {0x1F, 0x7C, 0xE0, 0x03}}, 28, 6, RZL_READ_FAILED, 0, {255, 0, 255, 0, 255, 0}},
-        {"5, 6 and 5 bits", {40, 2, 1, 16, 3, 0, 0, 0, bytes_made().u32(0xF800).u32(0x7E0).u32(0x1F).made, {}, {0xE0, 0x07, 0x01, 0x08}},
-         28, 6, RZL_READ_FAILED, 0, {0, 255, 0, 8, 0, 8}},
+        {"16 bits",
+         {40, 2, 1, 16, 0, 0, 0, 0, {}, {}, {0x1F, 0x7C, 0xE0, 0x03}},
+         28,
+         6,
+         RZL_READ_FAILED,
+         0,
+         {255, 0, 255, 0, 255, 0}},
+        {"5, 6 and 5 bits",
+         {40, 2, 1, 16, 3, 0, 0, 0, bytes_made().u32(0xF800).u32(0x7E0).u32(0x1F).made, {}, {0xE0, 0x07, 0x01, 0x08}},
+         28,
+         6,
+         RZL_READ_FAILED,
+         0,
+         {0, 255, 0, 8, 0, 8}},
         {"32 bits", {40, 1, 1, 32, 0, 0, 0, 0, {}, {}, {1, 2, 3, 4}}, 28, 6, RZL_READ_FAILED, 0, {3, 2, 1}},
-        {"10 bits each", {52, 1, 1, 32, 3, 0, 0, 0, bytes_made().u32(0x3FF).u32(0xFFC00).u32(0x3FF00000).made, {},
-                          bytes_made().u32(0x3FF | 0x200 << 10 | 4 << 20).made},
-         28, 6, RZL_READ_FAILED, 0, {255, 128, 1}},
-        {"a header of 124 bytes", {124, 1, 1, 32, 3, 0, 0, 0,
-                                   bytes_made().u32(0xFF).u32(0xFF00).u32(0xFF0000).u32(0xFF000000).fill(68).made, {}, {1, 2, 3, 4}},
-         28, 6, RZL_READ_FAILED, 0, {1, 2, 3}},
-        {"masks with gaps", {52, 1, 1, 32, 3, 0, 0, 0, bytes_made().u32(5).u32(0xFF00).u32(0xFF0000).made, {}, {1, 2, 3, 4}},
-         0, 0, RZL_READ_FAILED, RZL_UNSUP_BMP, {}},
-        {"a header of 41 bytes", {41, 1, 1, 24, 0, 0, 0, 0, {0}, {}, {1, 2, 3, 0}}, 0, 0, RZL_READ_FAILED, RZL_READ_FAILED, {}},
+        {"10 bits each",
+         {52,
+          1,
+          1,
+          32,
+          3,
+          0,
+          0,
+          0,
+          bytes_made().u32(0x3FF).u32(0xFFC00).u32(0x3FF00000).made,
+          {},
+          bytes_made().u32(0x3FF | 0x200 << 10 | 4 << 20).made},
+         28,
+         6,
+         RZL_READ_FAILED,
+         0,
+         {255, 128, 1}},
+        {"a header of 124 bytes",
+         {124,
+          1,
+          1,
+          32,
+          3,
+          0,
+          0,
+          0,
+          bytes_made().u32(0xFF).u32(0xFF00).u32(0xFF0000).u32(0xFF000000).fill(68).made,
+          {},
+          {1, 2, 3, 4}},
+         28,
+         6,
+         RZL_READ_FAILED,
+         0,
+         {1, 2, 3}},
+        {"masks with gaps",
+         {52, 1, 1, 32, 3, 0, 0, 0, bytes_made().u32(5).u32(0xFF00).u32(0xFF0000).made, {}, {1, 2, 3, 4}},
+         0,
+         0,
+         RZL_READ_FAILED,
+         RZL_UNSUP_BMP,
+         {}},
+        {"a header of 41 bytes",
+         {41, 1, 1, 24, 0, 0, 0, 0, {0}, {}, {1, 2, 3, 0}},
+         0,
+         0,
+         RZL_READ_FAILED,
+         RZL_READ_FAILED,
+         {}},
     };
     for (const auto& k : cases) {
         SCOPED_TRACE(k.what);
@@ -199,7 +322,13 @@ TEST_F(Bmp, RunCodes) {
         bytes_of_file values, extended; // of the lines that are read
     } cases[] = {
         {"runs and a literal", 8, 6, 1, {2, 7, 0, 3, 1, 2, 3, 0, 1, 9, 0, 0}, {7, 7, 1, 2, 3, 9}, {7, 7, 1, 2, 3, 9}},
-        {"turns and an odd literal", 4, 8, 1, {3, 0x12, 0, 5, 0x34, 0x56, 0x70, 0, 0, 0}, {1, 2, 1, 3, 4, 5, 6, 7}, {1, 2, 1, 3, 4, 5, 6, 7}},
+        {"turns and an odd literal",
+         4,
+         8,
+         1,
+         {3, 0x12, 0, 5, 0x34, 0x56, 0x70, 0, 0, 0},
+         {1, 2, 1, 3, 4, 5, 6, 7},
+         {1, 2, 1, 3, 4, 5, 6, 7}},
         {"a line that ends early", 8, 3, 2, {1, 7, 0, 0, 3, 8, 0, 1}, {7, 0, 0, 8, 8, 8}, {7, 0, 0, 8, 8, 8}},
         {"an image that ends early", 8, 2, 3, {1, 7, 0, 1}, {7, 0, 0, 0, 0, 0}, {7, 0, 0, 0, 0, 0}},
         {"the last line without its end", 8, 2, 2, {2, 7, 0, 0, 2, 8}, {7, 7, 8, 8}, {7, 7, 8, 8}},
@@ -210,7 +339,13 @@ TEST_F(Bmp, RunCodes) {
         {"a step past the image", 8, 2, 2, {1, 7, 0, 2, 0, 200}, {}, {7, 0, 0, 0}},
         {"a run past the line", 8, 4, 1, {5, 7, 0, 0}, {}, {}},
         {"a literal past the line", 8, 4, 1, {2, 7, 0, 3, 1, 2, 3, 0}, {}, {}},
-        {"codes for filling bytes", 8, 3, 2, {3, 7, 1, 0, 0, 0, 0, 4, 8, 8, 8, 0, 0, 1}, {7, 7, 7, 0, 0, 0}, {7, 7, 7, 8, 8, 8}},
+        {"codes for filling bytes",
+         8,
+         3,
+         2,
+         {3, 7, 1, 0, 0, 0, 0, 4, 8, 8, 8, 0, 0, 1},
+         {7, 7, 7, 0, 0, 0},
+         {7, 7, 7, 8, 8, 8}},
     };
     for (const auto& k : cases) {
         SCOPED_TRACE(k.what);
@@ -262,7 +397,8 @@ TEST_F(Bmp, WritingIsRefused) {
     EXPECT_EQ(last_status(), RZL_UNSUP_BMP);
     CFILE* c = new_file(path("a.bmp"), 4, 2, 2, 2);
     EXPECT_TRUE(rzl_putline3(c, "ab", "ab", "ab") == 1 && c->status == RZL_UNSUP_BMP);
-    EXPECT_TRUE(rzl_putline_channels(c, 2, std::begin({(const void*)"ab", (const void*)"ab"})) == 1 && c->status == RZL_UNSUP_KRVN);
+    EXPECT_TRUE(rzl_putline_channels(c, 2, std::begin({(const void*)"ab", (const void*)"ab"})) == 1 &&
+                c->status == RZL_UNSUP_KRVN);
     rzl_close(c);
     for (auto [field, value] : {std::pair(507, 2), {501, 3}}) {
         c = new_file(path("a.bmp"), 4, 2, 2, 2, {{field, value}});

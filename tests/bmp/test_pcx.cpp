@@ -51,7 +51,14 @@ TEST_F(Pcx, TheBytesOfAFile) {
         size_t trailer;
     } cases[] = {
         {"bytes", 2, 3, {7, 7, 9}, {{8, -100}}, head(8, 3, 1, 4, ramp, 100), {0xC2, 7, 9, 0}, 769},
-        {"counts for high values", 29, 4, {0xBF, 0xC0, 0xFF, 0xFF}, {}, head(8, 4, 1, 4, ramp, 0), {0xBF, 0xC1, 0xC0, 0xC2, 0xFF}, 769},
+        {"counts for high values",
+         29,
+         4,
+         {0xBF, 0xC0, 0xFF, 0xFF},
+         {},
+         head(8, 4, 1, 4, ramp, 0),
+         {0xBF, 0xC1, 0xC0, 0xC2, 0xFF},
+         769},
         {"126 of a kind", 29, 126, bytes_of_file(126, 5), {}, head(8, 126, 1, 126, ramp, 0), {0xFF, 5, 0xFF, 5}, 769},
         {"planes", 28, 2, {1, 2, 3, 1, 2, 4}, {}, head(8, 2, 3, 2, ramp, 0), {0xC2, 1, 0xC2, 2, 3, 4}, 0},
         {"bits", 1, 9, {0x00, 0x80, 0x00, 0x80}, {}, head(1, 9, 1, 2, bilevel, 0), {0x80, 0x00}, 0},
@@ -71,7 +78,8 @@ TEST_F(Pcx, TheBytesOfAFile) {
 }
 
 TEST_F(Pcx, WhatIsWrittenIsRead) {
-    for (auto [width, format, values] : {std::tuple(1, 29, 256), {99, 29, 256}, {1000, 29, 2}, {1, 27, 256}, {64, 27, 9}, {99, 28, 256}}) {
+    for (auto [width, format, values] :
+         {std::tuple(1, 29, 256), {99, 29, 256}, {1000, 29, 2}, {1, 27, 256}, {64, 27, 9}, {99, 28, 256}}) {
         SCOPED_TRACE(std::to_string(width) + " format " + std::to_string(format));
         const bool triples = format_is_color(format);
         const bytes_of_file pixels = some_samples(static_cast<size_t>(width) * 11 * (triples ? 3 : 1), values, 4);
@@ -103,22 +111,72 @@ TEST_F(Pcx, LayoutsAndPalettes) {
         int extended_format;
         bytes_of_file extended; // empty: the same
     } cases[] = {
-        {"the long palette", {5, 1, 8, 1, 3, 2, 4, 0, 0, COLORS, {1, 0xC2, 2, 0, 0xC4, 9}, long_palette()}, 29, 256,
-         {1, 2, 3, 2, 3, 4, 2, 3, 4, 9, 10, 11, 9, 10, 11, 9, 10, 11}, 29, {}},
+        {"the long palette",
+         {5, 1, 8, 1, 3, 2, 4, 0, 0, COLORS, {1, 0xC2, 2, 0, 0xC4, 9}, long_palette()},
+         29,
+         256,
+         {1, 2, 3, 2, 3, 4, 2, 3, 4, 9, 10, 11, 9, 10, 11, 9, 10, 11},
+         29,
+         {}},
         {"no long palette", {5, 1, 8, 1, 2, 1, 2, 0, 0, COLORS, {0, 1}, {}}, 29, 16, {1, 2, 3, 4, 5, 6}, 29, {}},
-        {"an old version", {3, 1, 8, 1, 2, 1, 2, 0, 0, COLORS, {0, 1}, long_palette()}, 29, 16, {1, 2, 3, 4, 5, 6}, 29, {}},
+        {"an old version",
+         {3, 1, 8, 1, 2, 1, 2, 0, 0, COLORS, {0, 1}, long_palette()},
+         29,
+         16,
+         {1, 2, 3, 4, 5, 6},
+         29,
+         {}},
         {"raw bytes", {5, 0, 8, 1, 2, 1, 2, 0, 0, COLORS, {0, 1}, {}}, 2, 16, {1, 2, 3, 4, 5, 6}, 2, {}},
-        {"bits", {5, 1, 1, 1, 9, 1, 2, 0, 0, COLORS, {0x40, 0x80}, {}}, 9, 16,
-         {1, 2, 3, 4, 5, 6, 1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3, 4, 5, 6}, 9, {}},
-        {"bits with an empty palette", {5, 1, 1, 1, 2, 1, 2, 0, 0, {}, {0x40, 0}, {}}, 9, 16, {0, 0, 0, 0, 0, 0}, 9, {0, 0, 0, 255, 255, 255}},
+        {"bits",
+         {5, 1, 1, 1, 9, 1, 2, 0, 0, COLORS, {0x40, 0x80}, {}},
+         9,
+         16,
+         {1, 2, 3, 4, 5, 6, 1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3, 4, 5, 6},
+         9,
+         {}},
+        {"bits with an empty palette",
+         {5, 1, 1, 1, 2, 1, 2, 0, 0, {}, {0x40, 0}, {}},
+         9,
+         16,
+         {0, 0, 0, 0, 0, 0},
+         9,
+         {0, 0, 0, 255, 255, 255}},
         {"raw bits", {5, 0, 1, 1, 2, 1, 2, 0, 0, COLORS, {0x40, 0}, {}}, 1, 16, {1, 2, 3, 4, 5, 6}, 1, {}},
-        {"nibbles", {5, 1, 4, 1, 3, 1, 2, 0, 0, COLORS, {0x12, 0x30}, {}}, 2, 16, {4, 5, 6, 7, 8, 9, 10, 11, 12}, 2, {}},
-        {"three planes, a run across them", {5, 1, 8, 3, 2, 1, 2, 0, 0, no_palette, {0xC3, 1, 2, 3, 4}, {}}, 27, 0, {1, 1, 3, 1, 2, 4}, 27, {}},
-        {"three raw planes", {5, 0, 8, 3, 2, 1, 2, 0, 0, no_palette, {1, 2, 3, 4, 5, 6}, {}}, 27, 0, {1, 3, 5, 2, 4, 6}, 27, {}},
-        {"a fourth plane is passed over", {5, 1, 8, 4, 1, 2, 2, 0, 0, no_palette, {1, 0, 2, 0, 3, 0, 9, 9, 4, 0, 5, 0, 6, 0, 9, 9}, {}},
-         27, 0, {1, 2, 3, 4, 5, 6}, 27, {}},
-        {"bits of four planes", {5, 1, 1, 4, 2, 1, 2, 0, 0, COLORS, {0x40, 0, 0x80, 0, 0x40, 0, 0, 0}, {}}, 27, 0,
-         {0, 128, 0, 128, 0, 128}, 29, {7, 8, 9, 16, 17, 18}},
+        {"nibbles",
+         {5, 1, 4, 1, 3, 1, 2, 0, 0, COLORS, {0x12, 0x30}, {}},
+         2,
+         16,
+         {4, 5, 6, 7, 8, 9, 10, 11, 12},
+         2,
+         {}},
+        {"three planes, a run across them",
+         {5, 1, 8, 3, 2, 1, 2, 0, 0, no_palette, {0xC3, 1, 2, 3, 4}, {}},
+         27,
+         0,
+         {1, 1, 3, 1, 2, 4},
+         27,
+         {}},
+        {"three raw planes",
+         {5, 0, 8, 3, 2, 1, 2, 0, 0, no_palette, {1, 2, 3, 4, 5, 6}, {}},
+         27,
+         0,
+         {1, 3, 5, 2, 4, 6},
+         27,
+         {}},
+        {"a fourth plane is passed over",
+         {5, 1, 8, 4, 1, 2, 2, 0, 0, no_palette, {1, 0, 2, 0, 3, 0, 9, 9, 4, 0, 5, 0, 6, 0, 9, 9}, {}},
+         27,
+         0,
+         {1, 2, 3, 4, 5, 6},
+         27,
+         {}},
+        {"bits of four planes",
+         {5, 1, 1, 4, 2, 1, 2, 0, 0, COLORS, {0x40, 0, 0x80, 0, 0x40, 0, 0, 0}, {}},
+         27,
+         0,
+         {0, 128, 0, 128, 0, 128},
+         29,
+         {7, 8, 9, 16, 17, 18}},
     };
     for (const auto& k : cases) {
         SCOPED_TRACE(k.what);
@@ -169,7 +227,8 @@ TEST_F(Pcx, Fields) {
 TEST_F(Pcx, LinesOfRuns) {
     constexpr int WIDTH = 40000;
     const std::vector<uint16_t> lines[] = {{3, 39997, 0}, {0, 32767, 0, 7233, 0}, {WIDTH}, {1, 1, 1, 1, WIDTH - 4}};
-    std::vector<uint16_t> split[4] = {{3, 32767, 0, 7230, 0}, {0, 32767, 0, 7233, 0}, {32767, 0, 7233}, {1, 1, 1, 1, 32767, 0, 7229}};
+    std::vector<uint16_t> split[4] = {
+        {3, 32767, 0, 7230, 0}, {0, 32767, 0, 7233, 0}, {32767, 0, 7233}, {1, 1, 1, 1, 32767, 0, 7229}};
     CFILE* c = new_file(path("a.pcx"), 5, 9, WIDTH, 4, {}, rzl_open_wr);
     for (const auto& line : lines)
         EXPECT_EQ(rzl_put_rle_line(c, line.data(), static_cast<int32_t>(line.size() * 2)), 0);

@@ -31,20 +31,48 @@ TEST_F(Targa, TheBytesOfAFile) {
         bool with_table;
         bytes_of_file expected;
     } cases[] = {
-        {28, 24, rgb, {}, false, bytes_made().bytes({0, 0, 2}).fill(9).u16(2).u16(1).bytes({24, 32, 3, 2, 1, 6, 5, 4}).made},
-        {27, 24, rgb, {{604, 7}, {605, 0x102}, {9, 5}, {606, 0x13}}, false,
+        {28,
+         24,
+         rgb,
+         {},
+         false,
+         bytes_made().bytes({0, 0, 2}).fill(9).u16(2).u16(1).bytes({24, 32, 3, 2, 1, 6, 5, 4}).made},
+        {27,
+         24,
+         rgb,
+         {{604, 7}, {605, 0x102}, {9, 5}, {606, 0x13}},
+         false,
          bytes_made().bytes({0, 0, 10}).fill(5).u16(7).u16(0x102).u16(2).u16(1).bytes({24, 0x33}).made},
-        {2, 8, {1, 0}, {{607, 3}}, true,
-         bytes_made().bytes({3, 1, 1}).u16(0).u16(2).bytes({24}).u32(0).u16(2).u16(1).bytes({8, 32, 0, 0, 0})
-             .bytes({0x9A, 0x56, 0x12, 0x08, 0x80, 0xFF, 1, 0}).made},
+        {2,
+         8,
+         {1, 0},
+         {{607, 3}},
+         true,
+         bytes_made()
+             .bytes({3, 1, 1})
+             .u16(0)
+             .u16(2)
+             .bytes({24})
+             .u32(0)
+             .u16(2)
+             .u16(1)
+             .bytes({8, 32, 0, 0, 0})
+             .bytes({0x9A, 0x56, 0x12, 0x08, 0x80, 0xFF, 1, 0})
+             .made},
         {29, 8, {7, 7}, {}, false, bytes_made().bytes({0, 0, 11}).fill(9).u16(2).u16(1).bytes({8, 32, 0x81, 7}).made},
-        {2, 8, {7, 9}, {{501, 1}}, false, bytes_made().bytes({0, 0, 11}).fill(9).u16(2).u16(1).bytes({8, 32, 1, 7, 9}).made},
+        {2,
+         8,
+         {7, 9},
+         {{501, 1}},
+         false,
+         bytes_made().bytes({0, 0, 11}).fill(9).u16(2).u16(1).bytes({8, 32, 1, 7, 9}).made},
     };
     for (const auto& k : cases) {
         SCOPED_TRACE(k.format);
         const bool refused = k.fields.size() > 2; // attribute bits leave a depth that lines are not put in
-        EXPECT_EQ(write_picture(path("a.tga"), 3, k.format, 2, 1, k.pixels, k.fields, k.with_table ? table : color_table()),
-                  refused ? RZL_UNSUP_TGA : 0u);
+        EXPECT_EQ(
+            write_picture(path("a.tga"), 3, k.format, 2, 1, k.pixels, k.fields, k.with_table ? table : color_table()),
+            refused ? RZL_UNSUP_TGA : 0u);
         EXPECT_EQ(read_bytes(path("a.tga")), k.expected);
     }
     // Maps of other depths: 5 bits a colour, and a fourth byte of 0.
@@ -73,7 +101,8 @@ TEST_F(Targa, Packets) {
     for (uint8_t v : bytes_of_file{2, 127, 128, 129})
         expected.push_back(v);
     EXPECT_EQ(bytes_of_file(b.begin() + 18, b.end()), expected);
-    for (auto [width, format] : {std::pair(1, 29), {2, 29}, {1000, 29}, {1, 27}, {7, 27}, {999, 27}, {17, 28}, {17, 2}}) {
+    for (auto [width, format] :
+         {std::pair(1, 29), {2, 29}, {1000, 29}, {1, 27}, {7, 27}, {999, 27}, {17, 28}, {17, 2}}) {
         SCOPED_TRACE(std::to_string(width) + " format " + std::to_string(format));
         const bool triples = format_is_color(format);
         bytes_of_file pixels;
@@ -100,14 +129,31 @@ TEST_F(Targa, Depths) {
     } cases[] = {
         {"16", 2, 16, 0x20, words, word_colors},
         {"16 with one attribute bit", 2, 16, 0x21, words, word_colors},
-        {"24", 2, 24, 0x20, {1, 2, 3, 4, 5, 6, 7, 8, 9, 5, 5, 5, 5, 5, 5, 5, 5, 5},
+        {"24",
+         2,
+         24,
+         0x20,
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 5, 5, 5, 5, 5, 5, 5, 5, 5},
          {3, 2, 1, 6, 5, 4, 9, 8, 7, 5, 5, 5, 5, 5, 5, 5, 5, 5}},
-        {"32", 2, 32, 0x20, {1, 2, 3, 99, 4, 5, 6, 98, 7, 8, 9, 97, 5, 5, 5, 9, 5, 5, 5, 9, 5, 5, 5, 9},
+        {"32",
+         2,
+         32,
+         0x20,
+         {1, 2, 3, 99, 4, 5, 6, 98, 7, 8, 9, 97, 5, 5, 5, 9, 5, 5, 5, 9, 5, 5, 5, 9},
          {3, 2, 1, 6, 5, 4, 9, 8, 7, 5, 5, 5, 5, 5, 5, 5, 5, 5}},
-        {"32 with eight attribute bits", 2, 32, 0x28, {1, 2, 3, 99, 4, 5, 6, 98, 7, 8, 9, 97, 5, 5, 5, 9, 5, 5, 5, 9, 5, 5, 5, 9},
+        {"32 with eight attribute bits",
+         2,
+         32,
+         0x28,
+         {1, 2, 3, 99, 4, 5, 6, 98, 7, 8, 9, 97, 5, 5, 5, 9, 5, 5, 5, 9, 5, 5, 5, 9},
          {3, 2, 1, 6, 5, 4, 9, 8, 7, 5, 5, 5, 5, 5, 5, 5, 5, 5}},
         {"8", 3, 8, 0x20, grey, {1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4}},
-        {"8 with alpha", 3, 16, 0x28, {1, 9, 2, 9, 3, 9, 4, 9, 4, 9, 4, 9}, {1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4}},
+        {"8 with alpha",
+         3,
+         16,
+         0x28,
+         {1, 9, 2, 9, 3, 9, 4, 9, 4, 9, 4, 9},
+         {1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4}},
     };
     for (const auto& k : cases) {
         SCOPED_TRACE(k.what);
@@ -121,12 +167,22 @@ TEST_F(Targa, Depths) {
         const auto step = static_cast<long>(k.bits / 8);
         t.type |= 8;
         // One pixel, then two in a literal, then a run of three: the second packet crosses the line when it has three.
-        t.lines = bytes_made().bytes({1}).bytes({k.raw.begin(), k.raw.begin() + 2 * step}).bytes({0}).bytes(
-            {k.raw.begin() + 2 * step, k.raw.begin() + 3 * step}).bytes({0x82}).bytes({k.raw.end() - step, k.raw.end()}).made;
+        t.lines = bytes_made()
+                      .bytes({1})
+                      .bytes({k.raw.begin(), k.raw.begin() + 2 * step})
+                      .bytes({0})
+                      .bytes({k.raw.begin() + 2 * step, k.raw.begin() + 3 * step})
+                      .bytes({0x82})
+                      .bytes({k.raw.end() - step, k.raw.end()})
+                      .made;
         write_bytes(path("a.tga"), t.file());
         EXPECT_EQ(read_picture(path("a.tga")).colors, k.colors);
-        t.lines = bytes_made().bytes({3}).bytes({k.raw.begin(), k.raw.begin() + 4 * step}).bytes({0x85}).bytes(
-            {k.raw.end() - step, k.raw.end()}).made; // across the lines, and past the image's end
+        t.lines = bytes_made()
+                      .bytes({3})
+                      .bytes({k.raw.begin(), k.raw.begin() + 4 * step})
+                      .bytes({0x85})
+                      .bytes({k.raw.end() - step, k.raw.end()})
+                      .made; // across the lines, and past the image's end
         write_bytes(path("a.tga"), t.file());
         EXPECT_EQ(read_picture(path("a.tga")).colors, k.colors);
         expect_seeks(path("a.tga"));
@@ -140,7 +196,8 @@ TEST_F(Targa, Depths) {
     uint8_t planes[3][3];
     EXPECT_TRUE(set_field_to(c, 701, 1) == 0 && rzl_getline3(c, planes[0], planes[1], planes[2]) == 0);
     EXPECT_TRUE(planes[0][0] == 31 && planes[1][1] == 31 && planes[2][0] == 31 && field_of(c, 507) == 5);
-    EXPECT_TRUE(rzl_getline_channels(c, 2, std::begin({(void*)planes[0], (void*)planes[1]})) == 1 && c->status == RZL_UNSUP_TGA);
+    EXPECT_TRUE(rzl_getline_channels(c, 2, std::begin({(void*)planes[0], (void*)planes[1]})) == 1 &&
+                c->status == RZL_UNSUP_TGA);
     EXPECT_TRUE(rzl_getline_channels(c, 1, std::begin({(void*)planes[0]})) == 1 && c->status == RZL_NOT_STANDARD);
     rzl_close(c);
 }
@@ -171,7 +228,8 @@ TEST_F(Targa, Maps) {
     t.map_bits = 16;
     t.map = {0x1F, 0x7C, 0xE0, 0x03, 0, 0};
     write_bytes(path("a.tga"), t.file());
-    EXPECT_EQ(read_picture(path("a.tga")).colors, bytes_of_file({0xF8, 0, 0xF8, 0, 0xF8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(read_picture(path("a.tga")).colors,
+              bytes_of_file({0xF8, 0, 0xF8, 0, 0xF8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
     t.map_type = 0; // its measures don't count, and the image is grey
     t.type = 3;
     t.map.clear();

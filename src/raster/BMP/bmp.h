@@ -1,10 +1,10 @@
 // BMP files: the module's private record and what its files offer to each other.
 //
-// The file: 14 bytes of file header, an information header that begins with its own size, the colour table (blue, green,
-// red, and behind all headers but the oldest a zero), and the lines, from the bottom up unless the height is negative.
-// Lines fill whole 32-bit words. Run-coded ones are codes of two bytes: a count and a value (of 4-bit pixels two, which
-// take turns), or 0 and 0 for the end of the line, 1 for the end of the image, 2 for a step to the right and down, or
-// the count of pixels that follow as they are, filled up to 16 bits.
+// The file: 14 bytes of file header, an information header that begins with its own size, the colour table (blue,
+// green, red, and behind all headers but the oldest a zero), and the lines, from the bottom up unless the height is
+// negative. Lines fill whole 32-bit words. Run-coded ones are codes of two bytes: a count and a value (of 4-bit pixels
+// two, which take turns), or 0 and 0 for the end of the line, 1 for the end of the image, 2 for a step to the right and
+// down, or the count of pixels that follow as they are, filled up to 16 bits.
 //
 // A new file is gathered in memory and written at its close, since its lines may come from the top.
 #pragma once

@@ -153,7 +153,8 @@ bool take_escape(decoder* d, int code) {
     }
 }
 
-// Behind a full line its end is still to come. Anything else there is dropped, and so is a file's end: the line is whole.
+// Behind a full line its end is still to come. Anything else there is dropped, and so is a file's end: the line is
+// whole.
 void take_end(decoder* d) {
     uint8_t spare[2];
     const uint8_t* code = io_take(d->c, 2, spare);
@@ -244,7 +245,8 @@ int bmp_get_line(CFILE* c, int channels, read_planes buffers) {
     if (spec->row == nullptr) return fails(c, RZL_READ_FAILED, SOURCE, "getline"); // a new file without its header
     // Coded lines of a new file are not in the file before its close.
     if (spec->lines != nullptr && bmp_is_coded(spec)) return fails(c, RZL_UNSUP_BMP, SOURCE, "getline");
-    bool there = c->samples == 3 ? deliver_colors(c, spec, channels, buffers) : deliver_plane(c, spec, channels, buffers);
+    bool there =
+        c->samples == 3 ? deliver_colors(c, spec, channels, buffers) : deliver_plane(c, spec, channels, buffers);
     if (!there) return fails(c, RZL_READ_FAILED, SOURCE, "getline");
     ++c->line;
     return c->xsize;

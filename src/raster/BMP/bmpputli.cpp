@@ -71,8 +71,7 @@ bool keep_colors(CFILE* c, const uint8_t* table, int32_t count) {
 bool write_colors(CFILE* c, const bmp_spec* spec) {
     uint8_t table[BMP_COLORS * 4] = {};
     store_colors(c, spec, table);
-    return keep_colors(c, table, spec->colour_count) &&
-           put_all(c, table, static_cast<size_t>(spec->colour_count) * 4);
+    return keep_colors(c, table, spec->colour_count) && put_all(c, table, static_cast<size_t>(spec->colour_count) * 4);
 }
 
 // ---- the lines in memory -------------------------------------------------------------------------------------------
@@ -86,7 +85,8 @@ size_t coded_line_room(const CFILE* c) {
 bool allocate_lines(CFILE* c, bmp_spec* spec) {
     uint64_t row = bmp_row_bytes(c->xsize, spec->bit_count);
     uint64_t all = 0;
-    bool fits = checked_mul(row, static_cast<uint64_t>(c->ysize), &all) && all <= UINT32_MAX - START_SIZE - BMP_COLORS * 4;
+    bool fits =
+        checked_mul(row, static_cast<uint64_t>(c->ysize), &all) && all <= UINT32_MAX - START_SIZE - BMP_COLORS * 4;
     if (!fits) return fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "Wrt_hdr");
     spec->row_bytes = static_cast<size_t>(row);
     auto lines = static_cast<size_t>(c->ysize);

@@ -27,8 +27,8 @@ template <size_t Planes> bool are_equal(const uint8_t* const* lines, size_t a, s
     return true;
 }
 
-// Samples from `at` on, at most `limit`, of which each is equal to the one `step` behind it in all lines. The lines have
-// `limit` + `step` samples from `at` on.
+// Samples from `at` on, at most `limit`, of which each is equal to the one `step` behind it in all lines. The lines
+// have `limit` + `step` samples from `at` on.
 template <size_t Planes> size_t equal_stretch(const uint8_t* const* lines, size_t at, size_t step, size_t limit) {
     size_t n = 0;
     for (; n + 8 <= limit; n += 8) {

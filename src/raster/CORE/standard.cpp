@@ -9,7 +9,8 @@
 #include "raster/CORE/module.h"
 
 // What each format's directory defines, besides functions of its own.
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module, pcx_module;
+extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
+    pcx_module;
 
 namespace {
 

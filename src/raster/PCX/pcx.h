@@ -36,7 +36,7 @@ struct pcx_spec {
     int32_t across, down;   // dots an inch, 0: not told
     double aspect_ratio;    // field 26 of a new file, 0: not told
     pcx_palette palette_kind;
-    int32_t announced;      // field 6 of a new file: entries of the application's table; -1: not told
+    int32_t announced; // field 6 of a new file: entries of the application's table; -1: not told
     uint8_t palette[PCX_LONG_BYTES];
     int32_t file_line; // raw lines: the line that the file stands at, -1 when it is not known
     int32_t lines_put;

@@ -142,7 +142,9 @@ int pcx_get_hdr_data(CFILE* c, int32_t field, void* value) {
     case RZL_FIELD_VLT_TYPE: give_int(value, colour_count_of(spec) > 0 ? RZL_VLT_ENTRIES : RZL_VLT_NONE); break;
     case RZL_FIELD_VLT_ENTRIES: give_int(value, colour_count_of(spec)); break;
     case RZL_FIELD_RESOLUTION: give_int(value, has_dots ? -spec->across : 0); break;
-    case RZL_FIELD_ASPECT_RATIO: give_number(value, has_dots ? static_cast<double>(spec->across) / spec->down : 0); break;
+    case RZL_FIELD_ASPECT_RATIO:
+        give_number(value, has_dots ? static_cast<double>(spec->across) / spec->down : 0);
+        break;
     case RZL_FIELD_COMPRESSION: give_int(value, spec->encoding); break;
     default: break;
     }
@@ -189,8 +191,8 @@ void pcx_free_specs(CFILE* c) {
     spec->row = nullptr;
 }
 
-constexpr int32_t FORMATS[] = {RZL_FORMAT_BYTE_RUNS,    RZL_FORMAT_BYTE,   RZL_FORMAT_PLANE_RUNS, RZL_FORMAT_RGB,
-                               RZL_FORMAT_BILEVEL_RUNS, RZL_FORMAT_BILEVEL};
+constexpr int32_t FORMATS[] = {RZL_FORMAT_BYTE_RUNS, RZL_FORMAT_BYTE,         RZL_FORMAT_PLANE_RUNS,
+                               RZL_FORMAT_RGB,       RZL_FORMAT_BILEVEL_RUNS, RZL_FORMAT_BILEVEL};
 
 constexpr field_limit LIMITS[] = {{RZL_FIELD_VLT_ENTRIES, 0, INT32_MAX}};
 

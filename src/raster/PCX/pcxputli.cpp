@@ -201,8 +201,8 @@ int pcx_put_rle_line(CFILE* c, int channels, write_planes buffers) {
 void pcx_close(CFILE* c) {
     const pcx_spec* spec = pcx_spec_of(c);
     bool is_new = c->mode == MODE_WRITE || c->mode == MODE_WRITE_READ;
-    bool wanted = spec != nullptr && is_new && has_flag(c, FLAG_HEADER_EXISTS) &&
-                  spec->palette_kind == pcx_palette::colors_256;
+    bool wanted =
+        spec != nullptr && is_new && has_flag(c, FLAG_HEADER_EXISTS) && spec->palette_kind == pcx_palette::colors_256;
     if (!wanted) return;
     int64_t size = c->mode == MODE_WRITE_READ ? io_size(c) : -1;
     if (size >= 0 && !io_seek(c, size)) {

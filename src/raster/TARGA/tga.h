@@ -12,8 +12,8 @@
 
 constexpr size_t TGA_HEADER_SIZE = 18;
 constexpr size_t TGA_FOOTER_SIZE = 26;
-constexpr int32_t TGA_MOST_PIXELS = 65535;   // of a line, and lines: sizes are 16-bit numbers
-constexpr int32_t TGA_USUAL_PIXELS = 10000;  // more is no Targa file, unless the library is told to take it
+constexpr int32_t TGA_MOST_PIXELS = 65535;    // of a line, and lines: sizes are 16-bit numbers
+constexpr int32_t TGA_USUAL_PIXELS = 10000;   // more is no Targa file, unless the library is told to take it
 constexpr int32_t TGA_MOST_MAP_LENGTH = 4096; // colours
 constexpr size_t TGA_MOST_ID = 255;
 constexpr int32_t TGA_PACKET_MOST = 128; // pixels
@@ -75,7 +75,8 @@ inline bool tga_is_coded(const tga_spec* spec) {
     return (spec->image_type & TGA_CODED) != 0;
 }
 
-// The line that the file stands at behind the one at hand. Where reads and writes can follow each other, each is sought.
+// The line that the file stands at behind the one at hand. Where reads and writes can follow each other, each is
+// sought.
 inline int32_t tga_next_file_line(const CFILE* c) {
     return c->mode == MODE_READ || c->mode == MODE_WRITE ? c->line + 1 : -1;
 }

@@ -45,7 +45,8 @@ void store_header(const CFILE* c, const tga_spec* spec, uint8_t* h) {
 
 void store_color(const rzl_vlt_entry& color, int32_t bits, uint8_t* entry) {
     if (bits == 16) {
-        store_u16le(entry, static_cast<uint16_t>((color.red >> 11) << 10 | (color.green >> 11) << 5 | color.blue >> 11));
+        store_u16le(entry,
+                    static_cast<uint16_t>((color.red >> 11) << 10 | (color.green >> 11) << 5 | color.blue >> 11));
         return;
     }
     entry[0] = static_cast<uint8_t>(color.blue >> 8);
@@ -141,7 +142,8 @@ bool write_row(CFILE* c, tga_spec* spec, const uint8_t* const* lines, size_t pla
     if (!go_to_line(c, spec, bytes)) return false;
     if (tga_is_coded(spec)) {
         uint8_t* packets = coder_room(c, spec);
-        bytes = planes == 3 ? encode_row<3>(lines, pixels, width, packets) : encode_row<1>(lines, pixels, width, packets);
+        bytes =
+            planes == 3 ? encode_row<3>(lines, pixels, width, packets) : encode_row<1>(lines, pixels, width, packets);
         pixels = packets;
     }
     if (!put_all(c, pixels, bytes)) return false;
@@ -167,8 +169,8 @@ int tga_write_header(CFILE* c) {
     bool written = at_start && put_all(c, header, sizeof header) &&
                    put_all(c, spec->image_id, static_cast<size_t>(spec->id_length)) && write_map(c, spec);
     if (!written) return c->status != 0 ? 1 : refuse(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    spec->data_offset = static_cast<int64_t>(TGA_HEADER_SIZE) + spec->id_length +
-                        int64_t{spec->map_length} * spec->map_bits / 8;
+    spec->data_offset =
+        static_cast<int64_t>(TGA_HEADER_SIZE) + spec->id_length + int64_t{spec->map_length} * spec->map_bits / 8;
     if (tga_take_image_type(c) != 0) return 1;
     spec->unpack = tga_unpack_of(spec);
     spec->file_line = 0;
