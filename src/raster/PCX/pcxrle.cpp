@@ -61,6 +61,25 @@ bool decode_code(CFILE* c, uint8_t* out, size_t bytes, size_t* done) {
     return true;
 }
 
+// Bytes that no equal one follows, each with a count of 1 where it can't stand for itself. Without a branch on their
+// values, which in a photograph are any.
+uint8_t* put_singles(const uint8_t* in, size_t count, uint8_t* out) {
+    for (size_t i = 0; i < count; ++i) {
+        size_t counted = in[i] >= PCX_RUN ? 1 : 0;
+        out[0] = PCX_RUN | 1;
+        out[counted] = in[i];
+        out += 1 + counted;
+    }
+    return out;
+}
+
+uint8_t* put_run(uint8_t value, size_t count, uint8_t* out) {
+    if (count == 1) return put_singles(&value, 1, out);
+    *out++ = static_cast<uint8_t>(PCX_RUN | count);
+    *out++ = value;
+    return out;
+}
+
 } // namespace
 
 bool pcx_decode(CFILE* c, uint8_t* out, size_t bytes) {
@@ -77,18 +96,20 @@ size_t pcx_encode(const uint8_t* in, size_t bytes, size_t all, uint8_t* out) {
     for (size_t at = 0; at < bytes;) {
         if (at + WORD < bytes) {
             uint64_t word = load_u64le(in + at);
-            bool alone = lowest_zero_byte(word ^ load_u64le(in + at + 1)) == 0 && !has_counts(word);
-            if (alone) {
+            uint64_t equal = lowest_zero_byte(word ^ load_u64le(in + at + 1));
+            size_t singles = equal != 0 ? static_cast<size_t>(__builtin_ctzll(equal)) / 8 : WORD;
+            if (singles == WORD && !has_counts(word)) {
                 std::memcpy(out, in + at, WORD);
                 out += WORD;
-                at += WORD;
-                continue;
+            } else {
+                out = put_singles(in + at, singles, out);
             }
+            at += singles;
+            if (singles == WORD) continue;
         }
         size_t most = std::min(bytes - at, PCX_RUN_MOST);
         size_t count = 1 + equal_stretch<1>(&in, at, 1, most - 1);
-        if (count > 1 || in[at] >= PCX_RUN) *out++ = static_cast<uint8_t>(PCX_RUN | count);
-        *out++ = in[at];
+        out = put_run(in[at], count, out);
         at += count;
     }
     std::memset(out, 0, all - bytes);
