@@ -15,7 +15,7 @@ constexpr double MICROMETRES_A_METRE = 1000000;
 // Pixels a metre as negative dots an inch.
 int32_t resolution_of(const bmp_spec* spec) {
     bool told = spec->header_size != BMP_CORE_HEADER_SIZE && spec->across > 0 && spec->down > 0;
-    return told ? -static_cast<int32_t>(spec->across * METRES_AN_INCH + 0.5) : 0;
+    return told ? -static_cast<int32_t>(std::lround(spec->across * METRES_AN_INCH)) : 0;
 }
 
 // Positive: micrometres a dot; negative: dots an inch.
