@@ -1,7 +1,9 @@
-// Colour reduction of a photograph-like picture of 16 megapixels: the whole, the error diffusion alone, and the working
-// memory. The program also serves bench/peers/colors.sh, which compares whole programs:
-//   bench_colors make FILE.ppm             the picture
-//   bench_colors reduce FILE.ppm OUT.ppm   the picture in 256 colours, and the seconds that the reduction took
+// Colour reduction of two pictures of 16 megapixels: the whole, the error diffusion alone, and the working memory. One
+// has soft shades and a million colours, as a photograph, the other is a rendered scene with coarse grain and seven
+// million. The program also serves bench/peers/colors.sh, which compares whole programs:
+//   bench_colors make soft|grain FILE.ppm    the picture
+//   bench_colors reduce FILE.ppm OUT.ppm     a picture in 256 colours, and the seconds of wall and
+//                                            processor time that the reduction took
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
@@ -11,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -20,10 +23,9 @@
 
 namespace {
 
-constexpr int32_t WIDTH = 4896;
-constexpr int32_t HEIGHT = 3264;
-
 using plane = std::vector<uint8_t>;
+
+constexpr uint32_t GRAIN = 64; // levels
 
 struct picture {
     int32_t width, height;
@@ -40,23 +42,76 @@ uint32_t next_random(uint32_t* state) {
     return *state >> 16;
 }
 
-// Soft shades of several scales and hues, edges, and the noise of a sensor.
-picture make_picture() {
-    picture p = {WIDTH, HEIGHT, {}};
+picture blank(int32_t width, int32_t height) {
+    picture p = {width, height, {}};
     for (plane& c : p.channels)
-        c.resize(size_t{WIDTH} * HEIGHT);
+        c.resize(static_cast<size_t>(width) * static_cast<size_t>(height));
+    return p;
+}
+
+// A value with noise of up to `amount` above and below, most of it small.
+uint8_t with_noise(double value, uint32_t amount, uint32_t* state) {
+    uint32_t noise = next_random(state) % (amount + 1) + next_random(state) % (amount + 1);
+    return static_cast<uint8_t>(std::clamp(value + static_cast<double>(noise) - amount, 0.0, 255.0));
+}
+
+// Soft shades of several scales and hues, edges, and the noise of a sensor.
+picture make_soft_picture() {
+    picture p = blank(4896, 3264);
     uint32_t state = 1;
-    for (int32_t y = 0; y < HEIGHT; ++y) {
+    size_t at = 0;
+    for (int32_t y = 0; y < p.height; ++y) {
         double row = std::cos(y * 0.0021) + 0.4 * std::sin(y * 0.013);
-        for (int32_t x = 0; x < WIDTH; ++x) {
+        for (int32_t x = 0; x < p.width; ++x, ++at) {
             double shade = 120 + 60 * std::sin(x * 0.0013 + row) + 30 * std::sin(x * 0.011 + y * 0.004);
             double patch = (x / 612 + y / 544) % 3 == 0 ? 25 : 0;
             const double hue[3] = {patch, 20 * std::sin(x * 0.0007 + y * 0.0011), -patch + 15 * row};
-            for (int c = 0; c < 3; ++c) {
-                double noise = static_cast<double>(next_random(&state) % 7 + next_random(&state) % 7) - 6;
-                p.channels[c][static_cast<size_t>(y) * WIDTH + static_cast<size_t>(x)] =
-                    static_cast<uint8_t>(std::clamp(shade + hue[c] + noise, 0.0, 255.0));
-            }
+            for (int c = 0; c < 3; ++c)
+                p.channels[c][at] = with_noise(shade + hue[c], 6, &state);
+        }
+    }
+    return p;
+}
+
+struct ball {
+    double x, y, radius; // in widths of the picture
+    double color[3];
+};
+
+constexpr ball BALLS[] = {
+    {0.18, 0.62, 0.15, {0.95, 0.15, 0.10}}, {0.47, 0.70, 0.19, {0.15, 0.75, 0.25}},
+    {0.79, 0.60, 0.17, {0.15, 0.30, 0.95}}, {0.33, 0.33, 0.10, {0.95, 0.85, 0.15}},
+    {0.62, 0.30, 0.12, {0.80, 0.20, 0.85}}, {0.88, 0.25, 0.08, {0.10, 0.85, 0.90}},
+};
+
+// The colour of the scene at a point: balls in the light from above left, with highlights, before a board of squares.
+void shade_scene(double x, double y, double color[3]) {
+    bool square = (static_cast<int>(x * 10) + static_cast<int>(y * 10)) % 2 != 0;
+    const double board[3] = {0.3 + 0.5 * x, 0.3 + 0.5 * y, 0.8 - 0.5 * x};
+    for (int c = 0; c < 3; ++c)
+        color[c] = square ? board[c] : 0.6 * board[c] + 0.1;
+    for (const ball& b : BALLS) {
+        double dx = (x - b.x) / b.radius;
+        double dy = (y - b.y) / b.radius;
+        double depth = 1 - dx * dx - dy * dy;
+        if (depth <= 0) continue;
+        double light = std::max(0.0, -0.5 * dx - 0.6 * dy + 0.62 * std::sqrt(depth));
+        double shine = std::pow(light, 40) * 0.8;
+        for (int c = 0; c < 3; ++c)
+            color[c] = b.color[c] * (0.25 + 0.75 * light) + shine;
+    }
+}
+
+picture make_grain_picture() {
+    picture p = blank(4096, 4096);
+    uint32_t state = 1;
+    size_t at = 0;
+    for (int32_t y = 0; y < p.height; ++y) {
+        for (int32_t x = 0; x < p.width; ++x, ++at) {
+            double color[3];
+            shade_scene(static_cast<double>(x) / p.width, static_cast<double>(y) / p.height, color);
+            for (int c = 0; c < 3; ++c)
+                p.channels[c][at] = with_noise(255 * color[c], GRAIN, &state);
         }
     }
     return p;
@@ -105,26 +160,28 @@ int64_t distinct_colors(const picture& p) {
     return std::count(met.begin(), met.end(), true);
 }
 
-void whole_reduction(benchmark::State& state) {
-    picture p = make_picture();
+using picture_maker = picture (*)();
+
+void whole_reduction(benchmark::State& state, picture_maker make, int32_t dither) {
+    picture p = make();
     int64_t colors = distinct_colors(p);
     malloc_trim(0); // what an earlier run has freed is not to hide what this one takes
     reset_peak();
     long before = peak_kilobytes();
     while (state.KeepRunning()) {
         Impack* pack = pack_of(&p);
-        if (reduce(pack, static_cast<int32_t>(state.range(0))) != IMP_OK) stop("not reduced");
+        if (reduce(pack, dither) != IMP_OK) stop("not reduced");
         imp_free(&pack);
     }
     long working = peak_kilobytes() - before - static_cast<long>(p.channels[0].size() / 1024);
     state.counters["colors"] = static_cast<double>(colors);
     state.counters["bytes_a_color"] = static_cast<double>(working) * 1024 / static_cast<double>(colors);
-    state.SetItemsProcessed(state.iterations() * int64_t{WIDTH} * HEIGHT);
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(p.channels[0].size()));
 }
 
 // The mapping with a table that stands: the inverse table and the diffusion.
-void diffusion_alone(benchmark::State& state) {
-    picture p = make_picture();
+void diffusion_alone(benchmark::State& state, picture_maker make) {
+    picture p = make();
     Impack* pack = pack_of(&p);
     if (imp_make_vlt(pack, 0, 256, 0.0, 0, 0, nullptr, 0, 0, nullptr) != IMP_OK) stop("not reduced");
     imp_progress none = {};
@@ -132,11 +189,15 @@ void diffusion_alone(benchmark::State& state) {
         if (imp_map_colors(pack, 0, &none) != IMP_OK) stop("not mapped");
     }
     imp_free(&pack);
-    state.SetItemsProcessed(state.iterations() * int64_t{WIDTH} * HEIGHT);
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(p.channels[0].size()));
 }
 
-BENCHMARK(whole_reduction)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
-BENCHMARK(diffusion_alone)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(whole_reduction, soft_diffused, make_soft_picture, 0)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(whole_reduction, soft_nearest, make_soft_picture, 1)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(whole_reduction, grain_diffused, make_grain_picture, 0)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(whole_reduction, grain_nearest, make_grain_picture, 1)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(diffusion_alone, soft, make_soft_picture)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(diffusion_alone, grain, make_grain_picture)->Unit(benchmark::kMillisecond);
 
 // ---- for bench/peers/colors.sh -------------------------------------------------------------------------------------
 
@@ -172,8 +233,10 @@ void reduce_file(const char* from, const char* to) {
     picture p = read_ppm(from);
     Impack* pack = pack_of(&p);
     auto start = std::chrono::steady_clock::now();
+    std::clock_t start_processor = std::clock();
     if (reduce(pack, 0) != IMP_OK) stop("not reduced");
-    std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    auto processor = static_cast<double>(std::clock() - start_processor) / CLOCKS_PER_SEC;
+    std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
     for (size_t i = 0; i < p.channels[0].size(); ++i) {
         const rzl_vlt_entry& e = pack->vlt[pack->index_plane[i]];
         p.channels[0][i] = static_cast<uint8_t>(e.red >> 8);
@@ -182,14 +245,15 @@ void reduce_file(const char* from, const char* to) {
     }
     imp_free(&pack);
     write_ppm(to, p);
-    std::printf("%.3f\n", taken.count());
+    std::printf("%.3f %.3f\n", wall.count(), processor);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 3 && std::strcmp(argv[1], "make") == 0) {
-        write_ppm(argv[2], make_picture());
+    if (argc == 4 && std::strcmp(argv[1], "make") == 0) {
+        bool grain = std::strcmp(argv[2], "grain") == 0;
+        write_ppm(argv[3], grain ? make_grain_picture() : make_soft_picture());
         return 0;
     }
     if (argc == 4 && std::strcmp(argv[1], "reduce") == 0) {

@@ -80,6 +80,7 @@ void rgb_rect_picture(benchmark::State& state) {
 BENCHMARK(rgb_rect_picture)
     ->Args({24, 24})
     ->Args({24, 15})
+    ->Args({15, 15})
     ->Args({16, 16})
     ->Args({8, 8})
     ->Args({4, 4})

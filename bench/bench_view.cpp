@@ -9,11 +9,9 @@
 #include <vector>
 
 #include "core/open_image.h"
-#include "core/pick.h"
-#include "core/picture.h"
-#include "core/program.h"
-#include "core/viewdraw.h"
-#include "core/viewtools.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
+#include "platform/pages.h"
 #include "platform/window/host.h"
 #include "support/memory.h"
 #include "surface/paths.h"
@@ -21,6 +19,10 @@
 #include "tools/colors.h"
 #include "tools/process.h"
 #include "tools/windows.h"
+#include "view/highlight.h"
+#include "view/pick.h"
+#include "view/viewdraw.h"
+#include "view/viewtools.h"
 
 namespace {
 
@@ -72,6 +74,8 @@ raster_image* make_picture() {
     p->red = mem_new_array<uint8_t>(size);
     p->green = mem_new_array<uint8_t>(size);
     p->blue = mem_new_array<uint8_t>(size);
+    for (uint8_t* plane : {p->red, p->green, p->blue})
+        pages_prefer_large(plane, size); // as load_image() does
     for (size_t i = 0; i < size; ++i) {
         p->red[i] = static_cast<uint8_t>(i * 3 >> 7);
         p->green[i] = static_cast<uint8_t>(i / WIDTH);
@@ -86,6 +90,7 @@ void open_pair() {
     if (pair != nullptr && image_open(pair) != 0) return;
     open_image.picture = make_picture();
     open_image.tnc = make_image();
+    if (!span_room_init(&open_image.room, WIDTH)) std::exit(1);
 }
 
 // The window at a depth, with the picture open.
@@ -98,6 +103,8 @@ void start(int planes) {
     RGB_init(0, display_planes);
     picture_view.window = NO_WINDOW;
     picture_watch_image();
+    tools_start(pick_advance, nullptr);
+    pick_start(&picture_view, choose_pen);
     if (!picture_open_window()) std::exit(1);
     open_pair();
     view_fit(open_image.picture, &picture_view);
@@ -129,12 +136,12 @@ BENCHMARK(bm_pan)
     ->ArgsProduct({{4, 8, 16}, {0, 4, -4}})
     ->Unit(benchmark::kMillisecond);
 
-// The pixel where most surfaces stand.
+// The pixel where most surfaces stand, from the middle on.
 void find_busiest(int* best_x, int* best_y) {
     int32_t pens[PENS_AT_PIXEL_MAX];
     int most = -1;
-    for (int32_t y = 0; y < open_image.picture->height; y += 4)
-        for (int32_t x = 0; x < open_image.picture->width; x += 4) {
+    for (int32_t y = open_image.picture->height / 2; y < open_image.picture->height; y += 64)
+        for (int32_t x = open_image.picture->width / 2; x < open_image.picture->width; x += 64) {
             const int count = pens_at_pixel(open_image.tnc, x, y, pens, PENS_AT_PIXEL_MAX);
             if (count <= most) continue;
             most = count;
@@ -143,14 +150,18 @@ void find_busiest(int* best_x, int* best_y) {
         }
 }
 
-// Pick, old highlight off, new highlight on, shown: through all surfaces of the busiest pixel.
+// A click: pick, old highlight off, new highlight on, shown. Through all surfaces of the busiest pixel, at a zoom.
 void bm_click(benchmark::State& state) {
     start(static_cast<int>(state.range(0)));
     view* v = &picture_view;
     int ix = 0;
     int iy = 0;
     find_busiest(&ix, &iy);
+    v->zoom = static_cast<int32_t>(state.range(1));
+    v->origin_x = v->origin_y = 0;
     const double s = view_scale(v);
+    view_center(v, v->x1 + static_cast<int>(ix * s), v->y1 + static_cast<int>(iy * s));
+    view_keep_in_sight(open_image.picture, v);
     const int x = v->x1 + static_cast<int>((ix - v->origin_x) * s);
     const int y = v->y1 + static_cast<int>((iy - v->origin_y) * s);
     int step = 0;
@@ -163,35 +174,76 @@ void bm_click(benchmark::State& state) {
     }
     pick_reset();
 }
-BENCHMARK(bm_click)->Arg(8)->Arg(24)->Unit(benchmark::kMillisecond);
+BENCHMARK(bm_click)
+    ->ArgsProduct({{24}, {0, 2, 4, 16, -2, -4, -8, -64}})
+    ->ArgsProduct({{8}, {0, -4}})
+    ->Unit(benchmark::kMillisecond);
 
-// One pass over the surface with the most samples, shown (1) or not (0).
-void bm_reevaluate(benchmark::State& state) {
-    start(24);
+int busiest_pen(int64_t* samples) {
     int pen = 0;
-    int64_t most = 0;
+    *samples = 0;
     for (int p = 0; p < PEN_COUNT; ++p) {
         pen_summary summary = {};
-        if (!pen_summarise(open_image.tnc, p, &summary) || summary.samples <= most) continue;
-        most = summary.samples;
+        if (!pen_summarise(open_image.tnc, p, &summary) || summary.samples <= *samples) continue;
+        *samples = summary.samples;
         pen = p;
     }
-    if (state.range(0) == 0) {
-        open_image.rows_changed = {};
-        open_image.display = {};
-    }
-    double red = 0.25;
-    for (auto _ : state) {
-        red = red < 0.5 ? 0.75 : 0.25;
-        applique* a = applique_new();
-        a->is_color = 1;
-        a->a0 = red;
-        a->a1 = a->a2 = 0.5;
-        apply_col_pat(pen, a);
-    }
-    state.SetItemsProcessed(state.iterations() * most); // samples
+    return pen;
 }
-BENCHMARK(bm_reevaluate)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+applique* next_color() {
+    static double red = 0.25;
+    red = red < 0.5 ? 0.75 : 0.25;
+    applique* a = applique_new();
+    a->is_color = 1;
+    a->a0 = red;
+    a->a1 = a->a2 = 0.5;
+    return a;
+}
+
+void start_changes(bool shown) {
+    start(24);
+    if (shown) return;
+    open_image.rows_changed = {};
+    open_image.display = {};
+}
+
+// One pass over the surface with the most samples, shown (1) or not (0), kept for an undo (1) or not (0).
+void bm_reevaluate(benchmark::State& state) {
+    start_changes(state.range(0) != 0);
+    image_history_limit(state.range(1) != 0 ? HISTORY_LIMIT : 0);
+    int64_t most = 0;
+    const int pen = busiest_pen(&most);
+    for (auto _ : state)
+        apply_col_pat(pen, next_color());
+    state.SetItemsProcessed(state.iterations() * most); // samples
+    image_history_limit(0);
+}
+BENCHMARK(bm_reevaluate)->ArgsProduct({{0, 1}, {0, 1}})->Unit(benchmark::kMillisecond);
+
+// A step of a live drag, and an undo, of the same surface.
+void bm_preview(benchmark::State& state) {
+    start_changes(state.range(0) != 0);
+    int64_t most = 0;
+    image_begin(busiest_pen(&most));
+    for (auto _ : state)
+        image_preview(next_color());
+    image_cancel();
+    state.SetItemsProcessed(state.iterations() * most);
+}
+BENCHMARK(bm_preview)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+void bm_undo(benchmark::State& state) {
+    start_changes(state.range(0) != 0);
+    image_history_limit(HISTORY_LIMIT);
+    int64_t most = 0;
+    apply_col_pat(busiest_pen(&most), next_color());
+    for (auto _ : state)
+        if (image_undo() == 0) image_redo();
+    state.SetItemsProcessed(state.iterations() * most);
+    image_history_limit(0);
+}
+BENCHMARK(bm_undo)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -6,10 +6,19 @@ function(tinct_library name)
     target_link_libraries(${name} PUBLIC tinct_options ${arg_LIBS})
 endfunction()
 
-# tinct_program(NAME LIBS ...): a program, from all the sources of its directory.
+# tinct_program(NAME [COMMANDS LIBRARY] LIBS ...): a program, from all the sources of its directory. With COMMANDS all but
+# main.cpp are a library of that name, so that tests and fuzz targets can run the program's commands without a process.
 function(tinct_program name)
-    cmake_parse_arguments(arg "" "" "LIBS" ${ARGN})
+    cmake_parse_arguments(arg "" "COMMANDS" "LIBS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+    if(arg_COMMANDS)
+        set(main ${CMAKE_CURRENT_SOURCE_DIR}/main.cpp)
+        list(REMOVE_ITEM sources ${main})
+        add_library(${arg_COMMANDS} STATIC ${sources})
+        target_link_libraries(${arg_COMMANDS} PUBLIC tinct_options ${arg_LIBS})
+        set(sources ${main})
+        set(arg_LIBS ${arg_COMMANDS})
+    endif()
     add_executable(${name} ${sources})
     target_link_libraries(${name} PRIVATE tinct_options ${arg_LIBS})
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)

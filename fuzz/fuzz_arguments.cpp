@@ -1,5 +1,5 @@
 // Response files: any bytes expand or are refused, and the options can be read through.
-#include "core/arguments.h"
+#include "desktop/arguments.h"
 #include "scratch.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);

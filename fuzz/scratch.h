@@ -15,7 +15,7 @@ inline std::string scratch_file(const uint8_t* data, size_t size, const char* ex
     std::string path = "/tmp/tinct-fuzz-" + std::to_string(getpid()) + extension;
     FILE* file = fopen(path.c_str(), "wb");
     if (file == nullptr) abort();
-    fwrite(data, 1, size, file);
+    if (size > 0) fwrite(data, 1, size, file);
     fclose(file);
     return path;
 }

@@ -1,4 +1,5 @@
 // Standard output in large pieces, and the progress bar.
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -17,6 +18,7 @@ struct output_buffer {
     char bytes[OUT_BUFFER_SIZE];
     size_t used;
     bool failed;
+    int reason; // errno of the failure
 };
 output_buffer output = {};
 
@@ -29,6 +31,7 @@ progress_bar shown = {false, -1};
 void out_write(const void* bytes, size_t size) {
     if (output.failed || size == 0) return;
     output.failed = std::fwrite(bytes, 1, size, stdout) != size || std::fflush(stdout) != 0;
+    if (output.failed) output.reason = errno;
 }
 
 void out_flush() {
@@ -37,6 +40,12 @@ void out_flush() {
 }
 
 } // namespace
+
+void out_begin() {
+    output.used = 0;
+    output.failed = false;
+    shown = {false, -1};
+}
 
 void out_text(const char* text) {
     out_bytes(text, std::strlen(text));
@@ -64,6 +73,10 @@ void out_bytes(const void* bytes, size_t size) {
 
 bool out_failed() {
     return output.failed;
+}
+
+const char* out_failure() {
+    return std::strerror(output.reason);
 }
 
 char* out_room(size_t size) {

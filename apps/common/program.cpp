@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/files.h"
 #include "raster/rzl.h"
 #include "support/log.h"
 
@@ -66,15 +67,18 @@ void format_text(char text[LOG_TEXT_SIZE], const char* format, va_list arguments
 
 int program_run(const program_definition* definition, int count, char** arguments) {
     state = {definition, false};
+    out_begin();
     log_set_sink(report, nullptr);
     rzl_set_extended(1);
-    // A reader of our output that goes away makes a write fail, which is told like any other failure.
+    // A reader of our output that goes away, and a file that outgrows its limit, make a write fail, which is told like
+    // any other failure.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     word_list words = {count, arguments, 1};
     int status = run_command(definition, &words);
     progress_end();
     out_bytes(nullptr, 0);
-    if (out_failed()) program_fail("standard output could not be written");
+    if (out_failed()) program_fail("standard output could not be written: %s", out_failure());
     return status == EXIT_DONE && state.has_reported ? static_cast<int>(EXIT_FAILED) : status;
 }
 
@@ -89,6 +93,24 @@ int program_fail(const char* format, ...) {
     format_text(text, format, arguments);
     va_end(arguments);
     log_message(LOG_ERROR, "%s", text);
+    return EXIT_FAILED;
+}
+
+int program_fail_writing(const char* path, const char* otherwise) {
+    const char* reason = files_write_failure();
+    return program_fail("\"%s\" can not be written: %s", path, reason[0] != '\0' ? reason : otherwise);
+}
+
+int program_fail_reading(const char* path, const char* otherwise) {
+    const char* fault = files_input_fault(path);
+    return program_fail("\"%s\" could not be opened: %s", path, fault != nullptr ? fault : otherwise);
+}
+
+int program_put_in_place(const char* path) {
+    if (!state.has_reported) {
+        return files_replace_commit() ? static_cast<int>(EXIT_DONE) : program_fail_writing(path, "");
+    }
+    files_replace_abandon();
     return EXIT_FAILED;
 }
 
@@ -116,6 +138,11 @@ bool parse_number(const char* text, double* value) {
     const char* end = text + std::strlen(text);
     auto result = std::from_chars(text, end, *value);
     return result.ec == std::errc() && result.ptr == end && std::isfinite(*value);
+}
+
+int check_output_name(const char* path) {
+    if (std::strcmp(path, "-") == 0) return program_usage("\"-\" is no file to write to; ./- is one of that name");
+    return EXIT_DONE;
 }
 
 const char* plain_name(const char* path, char out[PLAIN_NAME_SIZE]) {

@@ -1,6 +1,9 @@
 // What the command-line programs share: choosing the command, exit statuses, messages on standard error, option words,
 // and the text that goes to standard output.
 //
+// A run that failed has replaced nothing: a command writes a file of the user's as the new content of a replacement
+// (platform/files.h) and ends with program_put_in_place().
+//
 // Every error or warning that a layer below reports goes to standard error with the program's name in front and makes
 // the run a failed one: input that is cut or damaged never gives success, even where what could be read has been shown.
 #pragma once
@@ -48,6 +51,15 @@ bool program_has_reported();
 int program_fail(const char* format, ...) __attribute__((format(printf, 1, 2)));
 int program_usage(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+// Report that the user's file can't be written, with the reason that the system gave since its replacement was begun,
+// or can't be opened, with what is wrong with it; with the words `otherwise` when there is no such reason. EXIT_FAILED.
+int program_fail_writing(const char* path, const char* otherwise);
+int program_fail_reading(const char* path, const char* otherwise);
+
+// Puts the new content of the user's file, which is under way, in its place; unless something was reported, as a run
+// that failed replaces nothing. EXIT_DONE, or EXIT_FAILED after a message.
+int program_put_in_place(const char* path);
+
 // ---- words of the command line -------------------------------------------------------------------------------------
 
 // The next word, or null at the end.
@@ -67,13 +79,21 @@ constexpr size_t PLAIN_NAME_SIZE = 4097;
 // library; with one more separator in front it names a file like any other.
 const char* plain_name(const char* path, char out[PLAIN_NAME_SIZE]);
 
+// Refuses "-", which would be standard output elsewhere, as the name of a file to write. EXIT_DONE, or EXIT_USAGE after
+// a message.
+int check_output_name(const char* path);
+
 // ---- standard output -----------------------------------------------------------------------------------------------
+
+// Forgets an earlier run in the same process.
+void out_begin();
 
 // Buffered. A failed write is remembered and makes the run a failed one; what comes after it is dropped.
 void out_text(const char* text);
 void out_format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void out_bytes(const void* bytes, size_t size);
 bool out_failed();
+const char* out_failure(); // why, in the system's words
 
 // Room for `size` bytes, at most OUT_ROOM_MAX, to be filled in place; out_taken() tells how many were.
 constexpr size_t OUT_ROOM_MAX = 4096;

@@ -4,6 +4,8 @@
 #include <strings.h>
 
 #include "common/program.h"
+#include "support/checked.h"
+#include "support/memory.h"
 
 const char* raster_extension(const char* path) {
     const char* dot = std::strrchr(path, '.');
@@ -16,22 +18,49 @@ int raster_line_failed(CFILE* file, const char* path, int32_t line) {
     return program_fail("Line %d of \"%s\" can not be read: %s", line, path, rzl_status_text(status));
 }
 
+namespace {
+
+int32_t field_of(CFILE* file, int32_t field) {
+    int32_t value = 0;
+    return rzl_get_hdr_data(file, field, &value) == 0 ? value : 0;
+}
+
+constexpr size_t WIDEST_PIXEL = 16; // bytes of a sample of 128 bits
+constexpr size_t LINE_MARGIN = 16;  // the words of a bilevel line
+
+} // namespace
+
+int32_t raster_lines(CFILE* file) {
+    return rzl_lines_held(file);
+}
+
 bool raster_is_undamaged(CFILE* file, const char* path) {
-    if (rzl_is_damaged(file) == 0) return true;
+    if (rzl_is_damaged(file) == 0 && rzl_lines_held(file) >= field_of(file, RZL_FIELD_YSIZE)) return true;
     program_fail("\"%s\" is damaged: something that it should hold is missing.", path);
     return false;
 }
 
 bool raster_is_whole(CFILE* file, const char* path) {
-    void* nothing[1] = {nullptr};
-    int32_t height = 0;
-    rzl_get_hdr_data(file, RZL_FIELD_YSIZE, &height);
-    for (int32_t line = 0; line < height; ++line) {
-        if (rzl_getline_channels(file, 1, nothing) != 0) {
-            raster_line_failed(file, path, line);
+    size_t bytes = 0;
+    if (!checked_mul(static_cast<size_t>(field_of(file, RZL_FIELD_XSIZE)), WIDEST_PIXEL, &bytes) ||
+        !checked_add(bytes, LINE_MARGIN, &bytes)) {
+        program_fail("\"%s\" is too wide.", path);
+        return false;
+    }
+    // One plane is enough: the samples of a pixel stand together, or the planes of a line behind each other.
+    mem_guard<uint8_t> line(mem_new_array<uint8_t>(bytes));
+    if (!line) {
+        program_fail("There is no memory for a line of \"%s\".", path);
+        return false;
+    }
+    void* planes[1] = {line.get()};
+    int32_t lines = raster_lines(file);
+    for (int32_t i = 0; i < lines; ++i) {
+        if (rzl_getline_channels(file, 1, planes) != 0) {
+            raster_line_failed(file, path, i);
             return false;
         }
-        // A header may claim any number of lines; behind the first that was made up there is nothing to pass over.
+        // Behind the first line that was made up there is nothing.
         if (rzl_is_damaged(file) != 0) break;
     }
     return raster_is_undamaged(file, path);

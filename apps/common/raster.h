@@ -8,12 +8,18 @@
 // What stands behind the last "." of a path's last component; an empty text when there is none.
 const char* raster_extension(const char* path);
 
-// Passes over every line of the active image, from the current one on, without taking its pixels. False after a message
-// when one is not there, or the file is damaged: this is how a file that was cut is told from a whole one.
+// Reads every line of the active image, from the current one on. False after a message when one is not there, or the
+// file is damaged: this is how a file that was cut is told from a whole one. The lines are read and not passed over,
+// since only their pixels show whether they are there.
 bool raster_is_whole(CFILE* file, const char* path);
+
+// The lines of the active image that are worth reading: its height, or as many as the file can hold when it claims
+// more; then raster_is_undamaged() fails.
+int32_t raster_lines(CFILE* file);
 
 // The message that a line can't be read, with the reason that the handle holds. Gives EXIT_FAILED.
 int raster_line_failed(CFILE* file, const char* path, int32_t line);
 
-// Looks at whether the library had to make something up. False after a message.
+// Looks at whether the library had to make something up, or the file claims more than it can hold. False after a
+// message.
 bool raster_is_undamaged(CFILE* file, const char* path);

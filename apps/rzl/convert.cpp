@@ -19,7 +19,7 @@
 namespace {
 
 constexpr int CHANNELS = 4;
-constexpr int32_t VLT_TYPE_ENTRIES = 2;
+constexpr int64_t PLAIN_TILE = 1024;       // a side that needs no picture of its size
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
 struct convert_request {
@@ -68,7 +68,8 @@ int take_convert_word(word_list* words, const char* word, convert_request* reque
         return EXIT_DONE;
     }
     bool taken = false;
-    int status = source_take_word(words, word, &request->in, &taken);
+    int status = request->in.path != nullptr ? check_output_name(word) : EXIT_DONE;
+    if (status == EXIT_DONE) status = source_take_word(words, word, &request->in, &taken);
     if (status != EXIT_DONE || taken) return status;
     if (word[0] == '-' || word[0] == '\0' || request->out != nullptr) {
         return program_usage("convert does not take \"%s\"", word);
@@ -158,6 +159,10 @@ int check_target(const raster_source* source, convert_request* request) {
     if (target == pixel_kind::deep) {
         return program_fail("This version does not convert to data format %d.", static_cast<int>(request->format));
     }
+    if (rzl_standard_takes(request->standard, static_cast<int32_t>(request->format)) == 0) {
+        return program_fail("A %s file does not have data format %d.", rzl_standard_name(request->standard),
+                            static_cast<int>(request->format));
+    }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
     }
@@ -188,7 +193,7 @@ bool set_field(CFILE* file, int32_t field, int64_t value) {
 }
 
 bool put_vlt(conversion* c, int32_t entries, const rzl_vlt_entry* vlt) {
-    return set_field(c->out, RZL_FIELD_VLT_TYPE, VLT_TYPE_ENTRIES) &&
+    return set_field(c->out, RZL_FIELD_VLT_TYPE, RZL_VLT_ENTRIES) &&
            set_field(c->out, RZL_FIELD_VLT_ENTRIES, entries) && rzl_put_vlt(c->out, vlt) == 0;
 }
 
@@ -246,9 +251,10 @@ bool write_header(conversion* c) {
     if (r->compression >= 0) good = good && set_field(c->out, RZL_FIELD_COMPRESSION, r->compression);
     good = good && set_field(c->out, RZL_FIELD_XSIZE, c->source->width) &&
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
+    if (!good) return false;
     settle_orientation(c);
     set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
-    return good && copy_vlt(c) && rzl_write_header(c->out) == 0;
+    return copy_vlt(c) && rzl_write_header(c->out) == 0;
 }
 
 bool read_line(conversion* c) {
@@ -307,6 +313,12 @@ bool write_line(conversion* c) {
     return rzl_putline(c->out, p[0].get()) == 0;
 }
 
+int line_not_written(const conversion* c) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
+    return program_fail_writing(c->request->out, rzl_status_text(status));
+}
+
 int copy_lines(conversion* c) {
     const raster_source* s = c->source;
     const char* path = c->request->in.path;
@@ -315,7 +327,7 @@ int copy_lines(conversion* c) {
         if (c->turned && rzl_seek(s->file, s->height - 1 - line) != 0) return raster_line_failed(s->file, path, line);
         if (!read_line(c)) return raster_line_failed(s->file, path, line);
         if (rzl_is_damaged(s->file) != 0) break;
-        if (!write_line(c)) return program_fail("Line %d of \"%s\" can not be written.", line, c->request->out);
+        if (!write_line(c)) return line_not_written(c);
         progress_show("converting", line + 1, s->height);
     }
     return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
@@ -325,7 +337,7 @@ int write_reduced(conversion* c) {
     const Impack* pack = c->reduced;
     for (int32_t line = 0; line < pack->ysize; ++line) {
         if (rzl_putline(c->out, pack->index_plane + int64_t{line} * pack->xsize) != 0) {
-            return program_fail("Line %d of \"%s\" can not be written.", line, c->request->out);
+            return line_not_written(c);
         }
     }
     return EXIT_DONE;
@@ -333,6 +345,13 @@ int write_reduced(conversion* c) {
 
 int write_lines(conversion* c) {
     return c->reduced != nullptr ? write_reduced(c) : copy_lines(c);
+}
+
+int header_failed(const conversion* c) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
+    return program_fail_writing(c->request->out,
+                                status != 0 ? rzl_status_text(status) : "its header does not take these values.");
 }
 
 int write_file(conversion* c, const char* fresh) {
@@ -346,23 +365,32 @@ int write_file(conversion* c, const char* fresh) {
     }
     char name[PLAIN_NAME_SIZE];
     c->out = rzl_open_w(plain_name(fresh, name));
-    if (c->out == nullptr) return program_fail("\"%s\" can not be written.", c->request->out);
-    int status =
-        write_header(c) ? write_lines(c) : program_fail("The header of \"%s\" can not be written.", c->request->out);
-    if (rzl_finish(c->out) != 0 && status == EXIT_DONE) {
-        status = program_fail("\"%s\" could not be written to its end.", c->request->out);
-    }
+    if (c->out == nullptr) return program_fail_writing(c->request->out, "it could not be opened.");
+    int status = write_header(c) ? write_lines(c) : header_failed(c);
+    uint32_t closing = rzl_finish(c->out);
+    if (closing != 0 && status == EXIT_DONE) status = program_fail_writing(c->request->out, rzl_status_text(closing));
     return status;
+}
+
+// What is known to be cut before its first line is read is not converted: the target would be sized by a claim.
+int check_claims(const raster_source* source, const convert_request* request) {
+    if (raster_lines(source->file) < source->height) raster_is_undamaged(source->file, request->in.path);
+    if (program_has_reported()) return EXIT_FAILED;
+    // A tile takes its memory whole, however little of the picture it holds.
+    int64_t side = std::max(source->width, source->height);
+    if (request->tile > PLAIN_TILE && request->tile >= 2 * side) {
+        return program_fail("Tiles of %d pixels are too large for %d lines of %d pixels.",
+                            static_cast<int>(request->tile), source->height, source->width);
+    }
+    return EXIT_DONE;
 }
 
 int convert(const raster_source* source, convert_request* request) {
     int status = check_target(source, request);
+    if (status == EXIT_DONE) status = check_claims(source, request);
     if (status != EXIT_DONE) return status;
     char fresh[FILES_PATH_SIZE];
-    if (!files_replace_begin(request->out, fresh, sizeof fresh)) {
-        return program_fail("\"%s\" can not be written: it is a directory, or its directory does not exist.",
-                            request->out);
-    }
+    if (!files_replace_begin(request->out, fresh, sizeof fresh)) return program_fail_writing(request->out, "");
     conversion c = {source,
                     request,
                     nullptr,
@@ -380,7 +408,7 @@ int convert(const raster_source* source, convert_request* request) {
         files_replace_abandon();
         return status;
     }
-    return files_replace_commit() ? EXIT_DONE : program_fail("\"%s\" can not be replaced.", request->out);
+    return program_put_in_place(request->out);
 }
 
 } // namespace

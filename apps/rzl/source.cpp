@@ -8,27 +8,32 @@ namespace {
 constexpr int32_t ORIENTATION_FROM_BOTTOM = 2;
 constexpr int32_t ORIENTATION_FROM_RIGHT = 1;
 
-constexpr int32_t VLT_TYPE_BYTES = 1;
+// A table with more entries than this is none that pixels are looked up in.
+constexpr int32_t MOST_VLT_ENTRIES = 512;
 
-// A table of two colours that are any, and no matter of black and white: that of a GIF file always, that of a BMP or
-// PCX file when its first is not black or its second not white.
-bool is_two_colors(const raster_source* s) {
+// A byte table always has its 256 colours, whatever count stands beside it.
+bool has_table(const raster_source* s) {
+    if (s->vlt_type == RZL_VLT_BYTES) return true;
+    return s->vlt_type == RZL_VLT_ENTRIES && s->vlt_entries > 0 && s->vlt_entries <= MOST_VLT_ENTRIES;
+}
+
+// Files of these standards always have a table, which for most says no more than what bits mean without one.
+bool is_black_and_white(const raster_source* s) {
     constexpr int WHITE = 255;
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);
-    if (s->bits != 1) return false;
-    if (standard == RZL_STANDARD_GIF) return true;
     rzl_vlt_entry table[256] = {};
-    bool has_table = (standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX) && s->vlt_entries >= 2 &&
-                     s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
-    if (!has_table) return false;
+    bool looks = (standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX) && s->bits == 1 &&
+                 s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
     auto is = [](const rzl_vlt_entry& e, int value) {
         return e.red >> 8 == value && e.green >> 8 == value && e.blue >> 8 == value;
     };
-    return !is(table[0], 0) || !is(table[1], WHITE);
+    return looks && is(table[0], 0) && is(table[1], WHITE);
 }
 
 pixel_kind kind_of(const raster_source* s) {
-    if (is_two_colors(s)) return pixel_kind::mapped;
+    bool is_gif = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF;
+    bool two_colors = is_gif || (has_table(s) && !is_black_and_white(s));
+    if (s->bits == 1 && two_colors) return pixel_kind::mapped;
     switch (s->format) {
     case RZL_FORMAT_BILEVEL:
     case RZL_FORMAT_BILEVEL_RUNS:
@@ -50,9 +55,7 @@ pixel_kind kind_of(const raster_source* s) {
     default: break;
     }
     if (s->bits > 8) return pixel_kind::deep;
-    // A byte table always has its 256 colours, whatever count stands beside it.
-    bool has_table = s->vlt_type == VLT_TYPE_BYTES || (s->vlt_type != 0 && s->vlt_entries != 0);
-    return has_table ? pixel_kind::mapped : pixel_kind::grey;
+    return has_table(s) ? pixel_kind::mapped : pixel_kind::grey;
 }
 
 void read_shape(raster_source* s) {
@@ -67,14 +70,24 @@ void read_shape(raster_source* s) {
     s->kind = kind_of(s);
 }
 
+// An image that is there, but can't be read, has another reason than one that is not.
+bool refuse_part(const source_request* request, CFILE* file, uint32_t missing, const char* what, int32_t number) {
+    uint32_t status = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_STATUS, &status);
+    if (status == missing) {
+        program_fail("\"%s\" has no %s %d.", request->path, what, number);
+    } else {
+        program_fail("The %s %d of \"%s\" can not be read: %s", what, number, request->path, rzl_status_text(status));
+    }
+    return false;
+}
+
 bool activate(const source_request* request, CFILE* file) {
     if (request->image != 0 && rzl_set_active_image(file, request->image) != 0) {
-        program_fail("\"%s\" has no image %d.", request->path, request->image);
-        return false;
+        return refuse_part(request, file, RZL_NO_SUCH_IMAGE, "image", request->image);
     }
     if (request->overview >= 0 && rzl_set_active_overview(file, request->overview) != 0) {
-        program_fail("\"%s\" has no overview %d.", request->path, request->overview);
-        return false;
+        return refuse_part(request, file, RZL_NO_SUCH_OVERVIEW, "overview", request->overview);
     }
     return true;
 }
@@ -106,7 +119,7 @@ bool source_open(const source_request* request, raster_source* source) {
     if (source->file == nullptr) {
         uint32_t status = 0;
         rzl_get_global(RZL_GLOBAL_STATUS, &status);
-        program_fail("\"%s\" could not be opened: %s", request->path, rzl_status_text(status));
+        program_fail_reading(request->path, rzl_status_text(status));
         return false;
     }
     if (!activate(request, source->file)) {

@@ -43,6 +43,7 @@ int load_palettes(const apply_request* request, palettes* p) {
         if (!files_exists(p->path)) p->path[0] = '\0';
     }
     if (p->path[0] == '\0') return EXIT_DONE;
+    if (files_exists(p->path) && files_input_fault(p->path) != nullptr) return program_fail_reading(p->path, "");
     return load_palette_file(&p->colors, &p->patterns, p->path) != 0 ? EXIT_DONE : EXIT_FAILED;
 }
 
@@ -119,7 +120,10 @@ int check_patterns(const apply_request* request) {
     for (int i = 0; i < request->set_count; ++i) {
         const set_request* set = &request->sets[i];
         if (set->kind == surface_kind::raster && !find_raster_file(set->text, found, sizeof found)) {
-            return program_fail("There is no pattern file \"%s\".", set->text);
+            return program_fail("load_image : failed to open \"%s\" for read", set->text);
+        }
+        if (set->kind == surface_kind::raster && files_input_fault(found) != nullptr) {
+            return program_fail_reading(found, "");
         }
     }
     return EXIT_DONE;
@@ -158,17 +162,18 @@ int save_planes(const char* path, const output_settings* settings) {
 
 int save(const apply_request* request, const output_settings* settings) {
     char fresh[FILES_PATH_SIZE];
-    if (!files_replace_begin(request->out, fresh, sizeof fresh)) {
-        return program_fail("\"%s\" can not be written.", request->out);
-    }
+    bool begun = request->force ? files_replace_begin(request->out, fresh, sizeof fresh)
+                                : files_create_begin(request->out, fresh, sizeof fresh);
+    if (!begun) return program_fail_writing(request->out, "");
     int code = save_planes(fresh, settings);
     if (code != IMP_OK) {
         files_replace_abandon();
         if (code == IMP_STOPPED) interrupt_deliver();
-        return program_fail("%s: \"%s\"", imp_error_text[code], request->out);
+        bool of_file = code == IMP_WRITE_FAILED || code == IMP_TRUNCATED;
+        return of_file ? program_fail_writing(request->out, imp_error_text[code])
+                       : program_fail("%s: \"%s\"", imp_error_text[code], request->out);
     }
-    if (!files_replace_commit()) return program_fail("%s: \"%s\"", imp_error_text[IMP_WRITE_FAILED], request->out);
-    return EXIT_DONE;
+    return program_put_in_place(request->out);
 }
 
 // ---- surfaces ------------------------------------------------------------------------------------------------------
@@ -218,6 +223,7 @@ int check_pens(const apply_request* request) {
 int apply_sets(const apply_request* request) {
     pass_progress progress = {0, request->set_count};
     open_image.rows_changed = {show_row, &progress};
+    image_history_limit(0); // nothing is taken back
     int status = check_pens(request);
     for (int i = 0; status == EXIT_DONE && i < request->set_count; ++i) {
         progress.done_sets = i;
@@ -225,7 +231,8 @@ int apply_sets(const apply_request* request) {
         if (a == nullptr || apply_col_pat(request->sets[i].pen, a) == 0) status = EXIT_FAILED;
     }
     progress_end();
-    return status;
+    // A pattern that was damaged has been used as far as it goes.
+    return status == EXIT_DONE && program_has_reported() ? static_cast<int>(EXIT_FAILED) : status;
 }
 
 // Damaged input gives no output: a picture that is half right would be taken for a whole one.
@@ -233,7 +240,6 @@ int open_pair(const apply_request* request) {
     pair checked;
     if (!pair_check(request->tnc, &checked)) return EXIT_FAILED;
     if (image_open(request->tnc) == 0) return EXIT_FAILED;
-    if (!open_image.tnc->complete) return program_fail("\"%s\" ends early: the file is cut.", request->tnc);
     return program_has_reported() ? EXIT_FAILED : EXIT_DONE;
 }
 
@@ -253,7 +259,7 @@ int run(apply_request* request, palettes* p) {
 
 } // namespace
 
-int command_apply(word_list* words) {
+int batch_apply(word_list* words) {
     apply_request request;
     palettes p = {};
     int status = request_parse(words, &request);

@@ -3,7 +3,10 @@
 
 #include "common/program.h"
 
-int command_info(word_list* words);
-int command_pick(word_list* words);
-int command_samples(word_list* words);
-int command_apply(word_list* words);
+// The whole program: a process, a test or a fuzz target gives it its words, the program's name first.
+int batch_run(int count, char** arguments);
+
+int batch_info(word_list* words);
+int batch_pick(word_list* words);
+int batch_samples(word_list* words);
+int batch_apply(word_list* words);

@@ -60,7 +60,7 @@ void print_table(const char* path, const pair* p) {
 
 } // namespace
 
-int command_info(word_list* words) {
+int batch_info(word_list* words) {
     const char* path = nullptr;
     bool as_json = false;
     for (const char* word = take_word(words); word != nullptr; word = take_word(words)) {

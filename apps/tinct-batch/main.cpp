@@ -1,55 +1,5 @@
-// tinct-batch: Tinct's work with no window. The commands stand in files of their own.
-#include <iterator>
-
 #include "commands.h"
-#include "core/version.h"
-#include "surface/file_types.h"
-#include "surface/paths.h"
-
-namespace {
-
-constexpr const char* SYNOPSIS =
-    "usage: tinct-batch info FILE.tnc [--json]\n"
-    "       tinct-batch pick FILE.tnc X Y [--json]\n"
-    "       tinct-batch samples FILE.tnc PEN\n"
-    "       tinct-batch apply FILE.tnc [--palette FILE.tnp] --set PEN=SURFACE [--set ...] -o OUT [options]\n";
-
-constexpr const char* HELP =
-    "info lists the surfaces (pens) of a rendered image; pick those at a pixel, strongest first; samples every sample\n"
-    "of one as x y red green blue u v. apply gives surfaces colours and patterns and saves the picture.\n"
-    "\n"
-    "SURFACE is R,G,B (0.0 to 1.0), the name of a colour or pattern of the palette, or @RASTER. A pattern takes\n"
-    ":rotation=DEG, :mirror and :size=S behind it, as in --set 7=@brick.rgb:rotation=30:size=0.5\n"
-    "\n"
-    "  --palette FILE.tnp   the palette for names; without it the product's own\n"
-    "  --type T             rgb, tif, gif, tga, bmp or pcx; without it by the extension of OUT\n"
-    "  --bits N             8 or 24\n"
-    "  --uncompressed       store the pixels plainly\n"
-    "  --colors N           reduce to N colours\n"
-    "  --gamma G            apply a gamma; without it pixels go out as they stand, and so they do\n"
-    "                       into a compressed rgb file of 24 bits\n"
-    "  --closest            the nearest colour, without dither\n"
-    "  --grey               grey levels\n"
-    "  --force              overwrite an existing OUT; the input files never\n"
-    "\n"
-    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
-
-constexpr program_command COMMANDS[] = {
-    {"info", command_info},
-    {"pick", command_pick},
-    {"samples", command_samples},
-    {"apply", command_apply},
-};
-
-constexpr program_definition PROGRAM = {
-    "tinct-batch", TINCT_VERSION, SYNOPSIS, HELP, COMMANDS, static_cast<int>(std::size(COMMANDS)), nullptr};
-
-} // namespace
 
 int main(int count, char** arguments) {
-    product_root_init();
-    search_paths_init();
-    int status = program_run(&PROGRAM, count, arguments);
-    file_types_free();
-    return status;
+    return batch_run(count, arguments);
 }

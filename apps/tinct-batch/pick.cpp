@@ -41,7 +41,7 @@ void print_sample(void* /*context*/, int32_t x, int32_t y, int32_t red, int32_t 
 
 } // namespace
 
-int command_pick(word_list* words) {
+int batch_pick(word_list* words) {
     const char* given[3] = {nullptr, nullptr, nullptr};
     int count = 0;
     bool as_json = false;
@@ -72,7 +72,7 @@ int command_pick(word_list* words) {
     return EXIT_DONE;
 }
 
-int command_samples(word_list* words) {
+int batch_samples(word_list* words) {
     const char* path = take_word(words);
     const char* pen_word = take_word(words);
     if (path == nullptr || pen_word == nullptr) return program_usage("samples needs a .tnc file and a PEN");

@@ -212,7 +212,7 @@ int request_parse(word_list* words, apply_request* request) {
     if (request->tnc == nullptr) return program_usage("apply needs a .tnc file");
     if (request->set_count == 0) return program_usage("apply needs at least one --set PEN=SURFACE");
     if (request->out == nullptr) return program_usage("apply needs -o OUT");
-    return EXIT_DONE;
+    return check_output_name(request->out);
 }
 
 void request_free(apply_request* request) {

@@ -1,4 +1,4 @@
-// The LZW coder: a hash table of the strings met, and codes in blocks as readers of the format take them.
+// The LZW coder: a table of the strings met, by code and byte, and codes in blocks as readers of the format take them.
 #include "compress.h"
 
 #include <algorithm>
@@ -12,7 +12,6 @@ constexpr uint32_t FIRST_CODE = 257;
 constexpr uint32_t CODE_LIMIT = 1u << LAST_WIDTH;
 constexpr int CODES_IN_BLOCK = 8;
 constexpr int LONGEST_STRING = 8000; // readers refuse longer ones
-constexpr size_t HASH_SIZE = 1 << 18;
 
 void put_bits(compressor* c, uint32_t bits, int count) {
     c->pending |= static_cast<uint64_t>(bits) << c->pending_bits;
@@ -47,20 +46,8 @@ void widen_when_due(compressor* c) {
 }
 
 void clear_table(compressor* c) {
-    std::fill(c->keys.begin(), c->keys.end(), 0u);
+    std::fill(c->codes.begin(), c->codes.end(), uint16_t{0});
     c->next_code = FIRST_CODE;
-}
-
-size_t hash_of(uint32_t key) {
-    return (key * 0x9E3779B1u) >> 14;
-}
-
-// The place of a key, or of the empty slot where it belongs.
-size_t find(const compressor* c, uint32_t key) {
-    size_t at = hash_of(key) % HASH_SIZE;
-    while (c->keys[at] != 0 && c->keys[at] != key)
-        at = (at + 1) % HASH_SIZE;
-    return at;
 }
 
 void restart(compressor* c) {
@@ -83,11 +70,9 @@ void put_byte(compressor* c, uint8_t byte) {
         c->length = 1;
         return;
     }
-    uint32_t key = (static_cast<uint32_t>(c->prefix) << 8 | byte) + 1;
-    size_t at = find(c, key);
-    bool known = c->keys[at] == key;
-    if (known && c->length < LONGEST_STRING) {
-        c->prefix = c->codes[at];
+    uint16_t* code = &c->codes[static_cast<size_t>(c->prefix) << 8 | byte];
+    if (*code != 0 && c->length < LONGEST_STRING) {
+        c->prefix = *code;
         c->length++;
         return;
     }
@@ -97,10 +82,7 @@ void put_byte(compressor* c, uint8_t byte) {
         restart(c);
         return;
     }
-    if (!known) {
-        c->keys[at] = key;
-        c->codes[at] = static_cast<uint16_t>(c->next_code);
-    }
+    if (*code == 0) *code = static_cast<uint16_t>(c->next_code);
     ++c->next_code;
     widen_when_due(c);
 }
@@ -109,8 +91,7 @@ void put_byte(compressor* c, uint8_t byte) {
 
 void compress_begin(compressor* c, std::vector<uint8_t>* out) {
     c->out = out;
-    c->keys.assign(HASH_SIZE, 0);
-    c->codes.assign(HASH_SIZE, 0);
+    c->codes.assign(size_t{CODE_LIMIT} << 8, 0);
     c->next_code = FIRST_CODE;
     c->width = FIRST_WIDTH;
     c->prefix = -1;

@@ -9,8 +9,7 @@
 // Takes bytes and appends the coded stream to `out`.
 struct compressor {
     std::vector<uint8_t>* out;
-    std::vector<uint32_t> keys;  // hash table: prefix and byte of an entry, plus 1; 0 empty
-    std::vector<uint16_t> codes; // its code
+    std::vector<uint16_t> codes; // of the string of a code and a byte behind it; 0 none
     uint32_t next_code;
     int width;        // of the codes written now
     int32_t prefix;   // code of the string gathered so far; -1 none

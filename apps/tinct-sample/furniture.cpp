@@ -5,29 +5,18 @@
 
 namespace {
 
-double rounded_box(vec3 p, vec3 half, double radius) {
-    vec3 q = {std::fabs(p.x) - half.x + radius, std::fabs(p.y) - half.y + radius, std::fabs(p.z) - half.z + radius};
-    vec3 outside = {std::max(q.x, 0.0), std::max(q.y, 0.0), std::max(q.z, 0.0)};
-    return length(outside) + std::min(std::max({q.x, q.y, q.z}), 0.0) - radius;
-}
-
-double swelling(vec3 p, double half_x, double half_z) {
-    double x = std::clamp(p.x / half_x, -1.0, 1.0), z = std::clamp(p.z / half_z, -1.0, 1.0);
-    return (1 - x * x) * (1 - z * z);
-}
-
 // params: radius, puff, inner half extents
 double distance_cushion(const shape& s, vec3 p) {
     vec3 half = {s.params[2], s.params[3], s.params[4]};
-    half.y += s.params[1] * swelling(p, half.x, half.z);
+    double x = std::clamp(p.x / half.x, -1.0, 1.0), z = std::clamp(p.z / half.z, -1.0, 1.0);
+    half.y += s.params[1] * (1 - x * x) * (1 - z * z);
     return rounded_box(p, half, s.params[0]);
 }
 
 // params: as above, then the distance of the axis about which it is bent, above the middle
 double distance_bent(const shape& s, vec3 p) {
     double bend = s.params[5], up = bend - p.y;
-    double out = std::sqrt(p.x * p.x + up * up);
-    return distance_cushion(s, {std::atan2(p.x, up) * bend, bend - out, p.z});
+    return distance_cushion(s, {std::atan2(p.x, up) * bend, bend - std::hypot(p.x, up), p.z});
 }
 
 // params: half extents
@@ -46,41 +35,34 @@ double distance_pillow(const shape& s, vec3 p) {
 // params: half width, half height, folds
 double distance_curtain(const shape& s, vec3 p) {
     double turns = p.z / s.params[0] * s.params[2] * PI;
-    double fold = 0.035 * std::sin(turns + 0.25 * p.y);
-    vec3 q = {std::fabs(p.x - fold) - 0.002, std::fabs(p.y) - s.params[1], std::fabs(p.z) - s.params[0]};
-    return std::max({q.x, q.y, q.z});
+    p.x -= 0.035 * std::sin(turns + 0.25 * p.y);
+    return largest(absolute(p) - vec3{0.002, s.params[1], s.params[0]});
 }
 
 } // namespace
 
 shape* add_cushion(scene* s, int material, vec3 centre, vec3 half, double radius, double puff, const frame& f) {
-    shape* c = add_field(s, material, centre, half + vec3{0, puff, 0}, distance_cushion, f, 0.85);
-    const double params[5] = {radius, puff, half.x, half.y, half.z};
-    std::copy(params, params + 5, c->params);
-    return c;
+    return add_field(s, material, centre, half + vec3{0, puff, 0}, distance_cushion,
+                     {radius, puff, half.x, half.y, half.z}, 0.85, f);
 }
 
 shape* add_bent(scene* s, int material, vec3 centre, vec3 half, double radius, double puff, double bend,
                 const frame& f) {
     double rise = bend - (bend - half.y - puff) * std::cos(half.x / bend);
-    shape* c = add_field(s, material, centre, {half.x * 1.05, rise, half.z}, distance_bent, f, 0.8);
-    const double params[6] = {radius, puff, half.x, half.y, half.z, bend};
-    std::copy(params, params + 6, c->params);
-    return c;
+    return add_field(s, material, centre, {half.x * 1.05, rise, half.z}, distance_bent,
+                     {radius, puff, half.x, half.y, half.z, bend}, 0.8, f);
 }
 
 shape* add_pillow(scene* s, int material, vec3 centre, vec3 half, const frame& f) {
-    shape* c = add_field(s, material, centre, half + vec3{0.01, 0.01, 0.01}, distance_pillow, f, 0.45);
-    const double params[3] = {half.x, half.y, half.z};
-    std::copy(params, params + 3, c->params);
+    shape* c = add_field(s, material, centre, half + vec3{0.01, 0.01, 0.01}, distance_pillow, {half.x, half.y, half.z},
+                         0.45, f);
     set_uv(c, uv_kind::flat_z, 2 * std::max(half.x, half.y));
     return c;
 }
 
 shape* add_curtain(scene* s, int material, vec3 centre, double half_wide, double half_high, int folds) {
-    shape* c = add_field(s, material, centre, {0.055, half_high, half_wide}, distance_curtain, UPRIGHT, 0.42);
-    const double params[3] = {half_wide, half_high, static_cast<double>(folds)};
-    std::copy(params, params + 3, c->params);
+    shape* c = add_field(s, material, centre, {0.055, half_high, half_wide}, distance_curtain,
+                         {half_wide, half_high, static_cast<double>(folds)}, 0.42);
     set_uv(c, uv_kind::flat_x, 2 * std::max(half_wide, half_high));
     return c;
 }
@@ -95,9 +77,7 @@ void add_book(scene* s, int cover, int pages, vec3 centre, vec3 half, const fram
 
 void add_frame(scene* s, int material, vec3 centre, double half_wide, double half_high, double bar, double depth) {
     for (double side : {-1.0, 1.0}) {
-        add_rounded_box(s, material, centre + vec3{0, side * half_high, 0}, {half_wide + bar, bar, depth}, 0.006,
-                        UPRIGHT);
-        add_rounded_box(s, material, centre + vec3{side * half_wide, 0, 0}, {bar, half_high - bar, depth}, 0.006,
-                        UPRIGHT);
+        add_rounded_box(s, material, centre + vec3{0, side * half_high, 0}, {half_wide + bar, bar, depth}, 0.006);
+        add_rounded_box(s, material, centre + vec3{side * half_wide, 0, 0}, {bar, half_high - bar, depth}, 0.006);
     }
 }

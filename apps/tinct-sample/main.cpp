@@ -1,7 +1,11 @@
 // tinct-sample: renders a scene and writes the pair, SCENE.rgb and SCENE.tnc.
+#include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/program.h"
@@ -10,6 +14,7 @@
 #include "platform/files.h"
 #include "raster/rzl.h"
 #include "scene.h"
+#include "support/log.h"
 #include "tncwrite.h"
 
 namespace {
@@ -46,13 +51,10 @@ struct sample_request {
 // ---- words ----------------------------------------------------------------------------------------------------------
 
 int take_size(const char* word, sample_request* request) {
-    char text[32] = "";
     const char* cross = word != nullptr ? std::strchr(word, 'x') : nullptr;
-    int64_t width = 0;
-    int64_t height = 0;
-    bool good = cross != nullptr && cross - word < static_cast<ptrdiff_t>(sizeof text);
-    if (good) std::memcpy(text, word, static_cast<size_t>(cross - word));
-    good = good && parse_integer(text, 1, SIZE_MAX_SIDE, &width) && parse_integer(cross + 1, 1, SIZE_MAX_SIDE, &height);
+    int64_t width = 0, height = 0;
+    bool good = cross != nullptr && parse_integer(std::string(word, cross).c_str(), 1, SIZE_MAX_SIDE, &width) &&
+                parse_integer(cross + 1, 1, SIZE_MAX_SIDE, &height);
     if (!good) return program_usage("--size takes WxH, from 1 to %d each", SIZE_MAX_SIDE);
     request->width = static_cast<int32_t>(width);
     request->height = static_cast<int32_t>(height);
@@ -76,31 +78,30 @@ int take_scene(const char* word, const scene_entry** entry) {
                            : program_usage("--pens needs a scene");
 }
 
+int take_seed(const char* word, sample_request* request) {
+    bool good = word != nullptr && parse_integer(word, 0, UINT32_MAX, &request->seed);
+    return good ? static_cast<int>(EXIT_DONE) : program_usage("--seed takes a number from 0");
+}
+
+int take_argument(word_list* words, const char* word, sample_request* request) {
+    if (std::strcmp(word, "--size") == 0) return take_size(take_word(words), request);
+    if (std::strcmp(word, "--compress") == 0) return take_packing(take_word(words), request);
+    if (std::strcmp(word, "--seed") == 0) return take_seed(take_word(words), request);
+    if (word[0] == '-' || word[0] == '\0' || request->directory != nullptr)
+        return program_usage("\"%s\" is not understood", word);
+    if (request->entry == nullptr) return take_scene(word, &request->entry);
+    request->directory = word;
+    return EXIT_DONE;
+}
+
 int parse(word_list* words, sample_request* request) {
     *request = {nullptr, nullptr, 1200, 900, tnc_packing::both, 1};
     for (const char* word = take_word(words); word != nullptr; word = take_word(words)) {
-        int status = EXIT_DONE;
-        if (std::strcmp(word, "--size") == 0) {
-            status = take_size(take_word(words), request);
-        } else if (std::strcmp(word, "--compress") == 0) {
-            status = take_packing(take_word(words), request);
-        } else if (std::strcmp(word, "--seed") == 0) {
-            const char* seed = take_word(words);
-            if (seed == nullptr || !parse_integer(seed, 0, UINT32_MAX, &request->seed)) {
-                status = program_usage("--seed takes a number from 0");
-            }
-        } else if (word[0] == '-' || word[0] == '\0' || request->directory != nullptr) {
-            status = program_usage("\"%s\" is not understood", word);
-        } else if (request->entry == nullptr) {
-            status = take_scene(word, &request->entry);
-        } else {
-            request->directory = word;
-        }
+        int status = take_argument(words, word, request);
         if (status != EXIT_DONE) return status;
     }
-    if (request->entry == nullptr || request->directory == nullptr)
-        return program_usage("a scene and a directory are needed");
-    return EXIT_DONE;
+    bool whole = request->entry != nullptr && request->directory != nullptr;
+    return whole ? static_cast<int>(EXIT_DONE) : program_usage("a scene and a directory are needed");
 }
 
 int list_scenes(word_list* /*words*/) {
@@ -122,8 +123,7 @@ int list_pens(word_list* words) {
     return EXIT_DONE;
 }
 
-// ---- the pair
-// --------------------------------------------------------------------------------------------------------
+// ---- the pair ------------------------------------------------------------------------------------------------------
 
 struct rendering {
     CFILE* raster;
@@ -156,11 +156,6 @@ bool begin_raster(CFILE* file, int32_t width, int32_t height) {
     return rzl_write_header(file) == 0;
 }
 
-bool render_into(const scene& s, const sample_request& request, rendering* r) {
-    return begin_raster(r->raster, request.width, request.height) &&
-           picture_render(s, request.width, request.height, static_cast<uint32_t>(request.seed), take_row, r);
-}
-
 // Writes a whole file under the name of its new content.
 bool write_file(const std::string& path, const std::vector<uint8_t>& bytes) {
     char fresh[FILES_PATH_SIZE];
@@ -183,16 +178,17 @@ int write_pair(const scene& s, const sample_request& request) {
     }
     bool good = tnc_begin(&r.tnc, request.packing, s.pens, companion.c_str());
     r.raster = rzl_open_w(fresh);
-    good = good && r.raster != nullptr && render_into(s, request, &r);
+    good = good && r.raster != nullptr && begin_raster(r.raster, request.width, request.height) &&
+           picture_render(s, request.width, request.height, static_cast<uint32_t>(request.seed), take_row, &r);
     tnc_end(&r.tnc);
     if (r.raster != nullptr && rzl_finish(r.raster) != 0) good = false;
     progress_end();
     // The new picture must not stand beside the samples of an older one, nor be lost to them: both are put in place, or
     // none.
     const char* failed = good ? "tnc" : "rgb";
-    good = good && write_file(stem + ".tnc", r.tnc.file);
+    good = good && !program_has_reported() && write_file(stem + ".tnc", r.tnc.file);
     if (!good) files_replace_abandon();
-    if (!good || !files_replace_commit()) return program_fail("\"%s.%s\" could not be written.", stem.c_str(), failed);
+    if (!good || !files_replace_commit()) return program_fail_writing((stem + "." + failed).c_str(), "it is not whole.");
     out_format("%s.rgb\n%s.tnc\n", stem.c_str(), stem.c_str());
     return EXIT_DONE;
 }
@@ -209,15 +205,24 @@ int render(word_list* words) {
     return write_pair(s, request);
 }
 
-constexpr program_command COMMANDS[] = {
-    {"--list", list_scenes},
-    {"--pens", list_pens},
-};
+// Memory that a container asks for and does not get, on any of the threads: no half-written file stays.
+void out_of_memory() {
+    static std::atomic_flag met;
+    while (met.test_and_set())
+        std::this_thread::yield(); // another thread is ending the program
+    program_fail("There is not enough memory for this picture.");
+    files_replace_abandon();
+    stop_program(EXIT_FAILED);
+}
 
-constexpr program_definition PROGRAM = {"tinct-sample", TINCT_VERSION, SYNOPSIS, HELP, COMMANDS, 2, render};
+constexpr program_command COMMANDS[] = {{"--list", list_scenes}, {"--pens", list_pens}};
+
+constexpr program_definition PROGRAM = {
+    "tinct-sample", TINCT_VERSION, SYNOPSIS, HELP, COMMANDS, static_cast<int>(std::size(COMMANDS)), render};
 
 } // namespace
 
 int main(int count, char** arguments) {
+    std::set_new_handler(out_of_memory);
     return program_run(&PROGRAM, count, arguments);
 }

@@ -7,17 +7,18 @@
 #include <cmath>
 #include <deque>
 #include <thread>
+#include <threads.h>
 
+#include "noise.h"
 #include "trace.h"
 
 namespace {
 
 constexpr int GROUP = 32; // rows traced together
 constexpr int REACH = 3;  // pixels to each side that smoothing takes in
-constexpr int GUIDE_REACH = 3;
 
 struct traced_row {
-    std::vector<uint32_t> first; // of each pixel's fragments, and one more
+    std::vector<size_t> first; // of each pixel's fragments, and one more
     std::vector<fragment> fragments;
     std::vector<vec3> plain;
 };
@@ -35,155 +36,132 @@ struct work {
     int32_t base;
 };
 
-// Runs job(i) for i from 0 to count - 1 on all processors.
-template <typename job_type> void in_parallel(int count, const job_type& job) {
-    std::atomic<int> next{0};
-    auto loop = [&] {
-        for (int i = next++; i < count; i = next++)
-            job(i);
-    };
-    unsigned processors = std::max(std::thread::hardware_concurrency(), 1u);
-    std::vector<std::thread> others;
-    for (unsigned i = 1; i < std::min(processors, static_cast<unsigned>(count)); i++)
-        others.emplace_back(loop);
-    loop();
-    for (std::thread& o : others)
-        o.join();
+traced_row& row_at(work* w, int32_t y) {
+    return w->rows[static_cast<size_t>(y - w->base)];
 }
 
-void trace_row(const work& w, int32_t y, traced_row* row) {
+// Runs job(y) for the rows from `from` to `to` on all processors, or as many as there are threads to be had for.
+template <typename F> void for_rows(int32_t from, int32_t to, const F& job) {
+    struct shared {
+        const F* job;
+        std::atomic<int32_t> next;
+        int32_t end;
+    } work_left = {&job, from, to};
+    auto loop = [](void* argument) {
+        auto* s = static_cast<shared*>(argument);
+        for (int32_t y = s->next++; y < s->end; y = s->next++)
+            (*s->job)(y);
+        return 0;
+    };
+    std::vector<thrd_t> others(std::max(std::thread::hardware_concurrency(), 1u) - 1);
+    size_t started = 0;
+    while (started < others.size() && thrd_create(&others[started], loop, &work_left) == thrd_success)
+        started++;
+    loop(&work_left);
+    for (size_t i = 0; i < started; i++)
+        thrd_join(others[i], nullptr);
+}
+
+void trace_row(work* w, int32_t y) {
+    traced_row& row = row_at(w, y);
     pixel_result result;
-    for (int32_t x = 0; x < w.width; x++) {
-        trace_pixel(w.t, x, y, &result);
+    for (int32_t x = 0; x < w->width; x++) {
+        trace_pixel(w->t, x, y, &result);
         std::sort(result.fragments.begin(), result.fragments.end(), [](const fragment& a, const fragment& b) {
             return a.pen != b.pen ? a.pen < b.pen : a.layer < b.layer;
         });
-        row->first.push_back(static_cast<uint32_t>(row->fragments.size()));
-        row->fragments.insert(row->fragments.end(), result.fragments.begin(), result.fragments.end());
-        row->plain.push_back(result.plain);
+        row.first.push_back(row.fragments.size());
+        row.fragments.insert(row.fragments.end(), result.fragments.begin(), result.fragments.end());
+        row.plain.push_back(result.plain);
     }
-    row->first.push_back(static_cast<uint32_t>(row->fragments.size()));
+    row.first.push_back(row.fragments.size());
 }
 
-const fragment* same_surface(const traced_row& row, int32_t x, const fragment& f) {
-    for (uint32_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
-        const fragment& g = row.fragments[i];
-        if (g.pen == f.pen && g.layer == f.layer) return &g;
-    }
-    return nullptr;
-}
+// ---- smoothing -----------------------------------------------------------------------------------------------------
 
 // How far two neighbours belong to the same smooth stretch: little across bends and steps.
 double alike(const fragment& f, const fragment& g) {
-    double facing = f.normal[0] * g.normal[0] + f.normal[1] * g.normal[1] + f.normal[2] * g.normal[2];
-    if (facing < 0.8 || std::fabs(f.depth - g.depth) > 0.05F * f.depth) return 0;
-    return std::min(static_cast<double>(g.weight) * 4, 1.0) * std::max(1 - (1 - facing) * 30, 0.0);
+    double facing = dot(f.normal, g.normal);
+    if (facing < 0.8 || std::fabs(f.depth - g.depth) > 0.05 * f.depth) return 0;
+    return std::min(g.weight * 4, 1.0) * std::max(1 - (1 - facing) * 30, 0.0);
 }
 
-// Little across the edges of shadows.
+// The same, and little across the edges of shadows and highlights.
 double lit_alike(const fragment& f, const fragment& g) {
-    double differ = 0, bright = 0.10;
-    for (int c = 0; c < 3; c++) {
-        differ = std::max(differ, static_cast<double>(std::fabs(f.guide[c] - g.guide[c])));
-        differ = std::max(differ, 2 * static_cast<double>(std::fabs(f.shine[c] - g.shine[c])) - 0.05);
-        bright = std::max(bright, static_cast<double>(std::max(f.guide[c], g.guide[c])));
-    }
-    differ /= 0.25 * bright;
-    return differ > 3 ? 0 : std::exp(-differ * differ);
+    double differ = std::max(largest(absolute(f.guide - g.guide)), 2 * largest(absolute(f.shine - g.shine)) - 0.05);
+    differ /= 0.25 * std::max(largest(greater(f.guide, g.guide)), 0.10);
+    return differ > 3 ? 0 : alike(f, g) * std::exp(-differ * differ);
 }
 
-struct smooth_result {
-    float light[3], shine[3];
+struct smooth_light {
+    vec3 light, shine;
 };
 
 // The mean of the light on a surface around a pixel, weighted by `likeness`.
-template <typename likeness_function>
-smooth_result mean_light(const work& w, int32_t x, int32_t y, const fragment& f, int reach,
-                         likeness_function likeness) {
-    double sum = 1e-6, light[3], shine[3];
-    for (int c = 0; c < 3; c++) {
-        light[c] = sum * static_cast<double>(f.light[c]);
-        shine[c] = sum * static_cast<double>(f.shine[c]);
-    }
-    for (int32_t j = std::max(y - reach, 0); j <= std::min(y + reach, w.height - 1); j++) {
-        const traced_row& row = w.rows[static_cast<size_t>(j - w.base)];
-        for (int32_t i = std::max(x - reach, 0); i <= std::min(x + reach, w.width - 1); i++) {
-            const fragment* g = same_surface(row, i, f);
-            if (g == nullptr) continue;
-            // this slope takes out what repeats every four pixels, as the light points do
-            double weight = likeness(f, *g) * (reach + 1 - std::abs(i - x)) * (reach + 1 - std::abs(j - y));
-            sum += weight;
-            for (int c = 0; c < 3; c++) {
-                light[c] += weight * static_cast<double>(g->light[c]);
-                shine[c] += weight * static_cast<double>(g->shine[c]);
+template <typename F> smooth_light mean_light(work* w, int32_t x, int32_t y, const fragment& f, const F& likeness) {
+    double sum = 1e-6;
+    smooth_light out = {f.light * sum, f.shine * sum};
+    for (int32_t j = std::max(y - REACH, 0); j <= std::min(y + REACH, w->height - 1); j++) {
+        const traced_row& row = row_at(w, j);
+        for (int32_t i = std::max(x - REACH, 0); i <= std::min(x + REACH, w->width - 1); i++) {
+            for (size_t k = row.first[static_cast<size_t>(i)]; k < row.first[static_cast<size_t>(i) + 1]; k++) {
+                const fragment& g = row.fragments[k];
+                if (g.pen != f.pen || g.layer != f.layer) continue;
+                // this slope takes out what repeats every four pixels, as the light points do
+                double weight = likeness(f, g) * (REACH + 1 - std::abs(i - x)) * (REACH + 1 - std::abs(j - y));
+                sum += weight;
+                out.light = out.light + g.light * weight;
+                out.shine = out.shine + g.shine * weight;
             }
         }
     }
-    smooth_result out;
-    for (int c = 0; c < 3; c++) {
-        out.light[c] = static_cast<float>(light[c] / sum);
-        out.shine[c] = static_cast<float>(shine[c] / sum);
-    }
-    return out;
+    return {out.light * (1 / sum), out.shine * (1 / sum)};
 }
 
 void guide_row(work* w, int32_t y) {
-    traced_row& row = w->rows[static_cast<size_t>(y - w->base)];
+    traced_row& row = row_at(w, y);
     for (int32_t x = 0; x < w->width; x++) {
-        for (uint32_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
-            fragment& f = row.fragments[i];
-            smooth_result rough = mean_light(*w, x, y, f, GUIDE_REACH, alike);
-            std::copy(rough.light, rough.light + 3, f.guide);
-        }
+        for (size_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++)
+            row.fragments[i].guide = mean_light(w, x, y, row.fragments[i], alike).light;
     }
 }
 
-smooth_result smooth_light(const work& w, int32_t x, int32_t y, const fragment& f) {
-    auto likeness = [](const fragment& a, const fragment& b) {
-        double same = alike(a, b);
-        return same > 0 ? same * lit_alike(a, b) : 0.0;
-    };
-    return mean_light(w, x, y, f, REACH, likeness);
-}
+// ---- bytes ---------------------------------------------------------------------------------------------------------
 
-// Light to brightness, 0 to 1: shadows are lifted as the eye lifts them, and full light fades out softly.
-double toned(double light, double exposure) {
-    return std::pow(1 - std::exp(-1.35 * exposure * std::max(light, 0.0)), 1 / 1.45);
+// Light to a share of full: in proportion, but full light is reached softly.
+double toned(double light) {
+    return 1 - std::exp(-std::max(light, 0.0));
 }
 
 uint8_t to_byte(double x) {
     return static_cast<uint8_t>(std::clamp(x + 0.5, 0.0, 255.0));
 }
 
-uint16_t to_uv(float x) {
-    return static_cast<uint16_t>(std::clamp(static_cast<int>(x * 65536.0F), 0, 65535));
+uint16_t to_uv(double x) {
+    return static_cast<uint16_t>(std::clamp(x * 65536, 0.0, 65535.0));
 }
 
-pen_sample sample_of(const work& w, int32_t x, const fragment& f, const float* light) {
-    double full = 255.0 * static_cast<double>(std::min(f.weight, 1.0F)), exposure = w.of->exposure;
-    pen_sample s = {x,
-                    static_cast<uint8_t>(f.pen),
-                    to_byte(full * toned(static_cast<double>(light[0]), exposure)),
-                    to_byte(full * toned(static_cast<double>(light[1]), exposure)),
-                    to_byte(full * toned(static_cast<double>(light[2]), exposure)),
-                    0,
-                    0};
-    if (w.of->pens[static_cast<size_t>(f.pen)].has_uv) {
-        s.u = to_uv(f.u);
-        s.v = to_uv(f.v);
-    }
-    return s;
+pen_sample sample_of(const work* w, int32_t x, const fragment& f, vec3 light) {
+    double full = 255 * std::min(f.weight, 1.0);
+    bool has_uv = w->of->pens[static_cast<size_t>(f.pen)].has_uv;
+    return {x,
+            static_cast<uint8_t>(f.pen),
+            to_byte(full * toned(light.x)),
+            to_byte(full * toned(light.y)),
+            to_byte(full * toned(light.z)),
+            has_uv ? to_uv(f.u) : uint16_t{0},
+            has_uv ? to_uv(f.v) : uint16_t{0}};
 }
 
-void finish_row(const work& w, int32_t y, finished_row* out) {
-    const traced_row& row = w.rows[static_cast<size_t>(y - w.base)];
-    for (int32_t x = 0; x < w.width; x++) {
+void finish_row(work* w, int32_t y, finished_row* out) {
+    const traced_row& row = row_at(w, y);
+    for (int32_t x = 0; x < w->width; x++) {
         vec3 plain = row.plain[static_cast<size_t>(x)];
         int pixel[3] = {};
-        for (uint32_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
+        for (size_t i = row.first[static_cast<size_t>(x)]; i < row.first[static_cast<size_t>(x) + 1]; i++) {
             const fragment& f = row.fragments[i];
-            smooth_result smooth = smooth_light(w, x, y, f);
-            plain = plain + vec3{smooth.shine[0], smooth.shine[1], smooth.shine[2]} * static_cast<double>(f.weight);
+            smooth_light smooth = mean_light(w, x, y, f, lit_alike);
+            plain = plain + smooth.shine * f.weight;
             pen_sample s = sample_of(w, x, f, smooth.light);
             if (s.red == 0 && s.green == 0 && s.blue == 0) continue; // nothing to re-colour
             // half of each shade, rounded down: exactly what is taken out again when the surface gets a colour
@@ -198,9 +176,9 @@ void finish_row(const work& w, int32_t y, finished_row* out) {
     }
 }
 
-bool finish_group(const work& w, int32_t from, int32_t to, row_action action, void* user) {
+bool finish_rows(work* w, int32_t from, int32_t to, row_action action, void* user) {
     std::vector<finished_row> done(static_cast<size_t>(to - from));
-    in_parallel(to - from, [&](int i) { finish_row(w, from + i, &done[static_cast<size_t>(i)]); });
+    for_rows(from, to, [&](int32_t y) { finish_row(w, y, &done[static_cast<size_t>(y - from)]); });
     for (int32_t y = from; y < to; y++) {
         const finished_row& r = done[static_cast<size_t>(y - from)];
         if (!action(user, y, r.pixels.data(), r.samples.data(), r.samples.size())) return false;
@@ -219,20 +197,17 @@ bool picture_render(const scene& s, int32_t width, int32_t height, uint32_t seed
     while (finished < height) {
         int32_t until = std::min(traced + GROUP, height);
         w.rows.resize(static_cast<size_t>(until - w.base));
-        in_parallel(until - traced,
-                    [&](int i) { trace_row(w, traced + i, &w.rows[static_cast<size_t>(traced + i - w.base)]); });
+        for_rows(traced, until, [&](int32_t y) { trace_row(&w, y); });
         traced = until;
         // the last rows wait for those below them
-        int32_t guide_until = traced == height ? height : traced - GUIDE_REACH;
-        in_parallel(guide_until - guided, [&](int i) { guide_row(&w, guided + i); });
-        guided = guide_until;
-        int32_t ready = traced == height ? height : guided - REACH;
-        if (!finish_group(w, finished, ready, action, user)) return false;
-        finished = ready;
-        while (w.base < finished - REACH) {
+        until = traced == height ? height : traced - REACH;
+        for_rows(guided, until, [&](int32_t y) { guide_row(&w, y); });
+        guided = until;
+        until = traced == height ? height : guided - REACH;
+        if (!finish_rows(&w, finished, until, action, user)) return false;
+        finished = until;
+        for (; w.base < finished - REACH; w.base++)
             w.rows.pop_front();
-            w.base++;
-        }
     }
     return true;
 }

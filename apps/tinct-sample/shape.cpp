@@ -9,33 +9,17 @@ constexpr int WALK_STEPS = 160;
 
 // The stretch of the ray within a box of its own frame.
 bool box_span(const box3& b, vec3 o, vec3 d, double* enter, double* leave) {
-    const double low[3] = {b.low.x, b.low.y, b.low.z}, high[3] = {b.high.x, b.high.y, b.high.z};
-    const double origin[3] = {o.x, o.y, o.z}, direction[3] = {d.x, d.y, d.z};
-    for (int i = 0; i < 3; i++) {
-        if (std::fabs(direction[i]) < 1e-12) {
-            if (origin[i] < low[i] || origin[i] > high[i]) return false;
-            continue;
-        }
-        double inverse = 1 / direction[i];
-        double a = (low[i] - origin[i]) * inverse, c = (high[i] - origin[i]) * inverse;
-        *enter = std::max(*enter, std::min(a, c));
-        *leave = std::min(*leave, std::max(a, c));
-    }
+    auto inverted = [](double x) { return 1 / (std::fabs(x) < 1e-12 ? std::copysign(1e-12, x) : x); };
+    vec3 inverse = {inverted(d.x), inverted(d.y), inverted(d.z)};
+    vec3 low = (b.low - o) * inverse, high = (b.high - o) * inverse;
+    *enter = std::max(*enter, largest(lesser(low, high)));
+    *leave = std::min(*leave, -largest(-greater(low, high)));
     return *enter <= *leave;
 }
 
 bool nearer(double t, double nearest, double* distance) {
     if (t <= nearest || t >= *distance) return false;
     *distance = t;
-    return true;
-}
-
-bool meets_quad(const shape& s, vec3 o, vec3 d, double nearest, double* distance, hit* h) {
-    if (std::fabs(d.z) < 1e-12) return false;
-    double t = -o.z / d.z;
-    vec3 p = o + d * t;
-    if (std::fabs(p.x) > s.half.x || std::fabs(p.y) > s.half.y || !nearer(t, nearest, distance)) return false;
-    h->local_normal = {0, 0, 1};
     return true;
 }
 
@@ -52,10 +36,9 @@ bool meets_sphere(const shape& s, vec3 o, vec3 d, double nearest, double* distan
 }
 
 vec3 box_normal(vec3 half, vec3 p) {
-    double x = std::fabs(p.x) - half.x, y = std::fabs(p.y) - half.y, z = std::fabs(p.z) - half.z;
-    if (x >= y && x >= z) return {p.x < 0 ? -1.0 : 1.0, 0, 0};
-    if (y >= z) return {0, p.y < 0 ? -1.0 : 1.0, 0};
-    return {0, 0, p.z < 0 ? -1.0 : 1.0};
+    vec3 out = absolute(p) - half;
+    if (out.x >= out.y && out.x >= out.z) return {std::copysign(1.0, p.x), 0, 0};
+    return out.y >= out.z ? vec3{0, std::copysign(1.0, p.y), 0} : vec3{0, 0, std::copysign(1.0, p.z)};
 }
 
 bool meets_box(const shape& s, vec3 o, vec3 d, double nearest, double* distance, hit* h) {
@@ -66,38 +49,11 @@ bool meets_box(const shape& s, vec3 o, vec3 d, double nearest, double* distance,
     return true;
 }
 
-// A cylinder about y with flat ends.
-bool meets_cylinder(const shape& s, vec3 o, vec3 d, double nearest, double* distance, hit* h) {
-    bool met = false;
-    double radius = s.half.x, height = s.half.y;
-    double a = d.x * d.x + d.z * d.z, b = o.x * d.x + o.z * d.z, c = o.x * o.x + o.z * o.z - radius * radius;
-    double root = b * b - a * c;
-    if (a > 1e-12 && root >= 0) {
-        root = std::sqrt(root);
-        for (double t : {(-b - root) / a, (-b + root) / a}) {
-            if (std::fabs(o.y + d.y * t) > height || !nearer(t, nearest, distance)) continue;
-            vec3 p = o + d * t;
-            h->local_normal = {p.x / radius, 0, p.z / radius};
-            met = true;
-        }
-    }
-    if (std::fabs(d.y) < 1e-12) return met;
-    for (double end : {-height, height}) {
-        double t = (end - o.y) / d.y;
-        vec3 p = o + d * t;
-        if (p.x * p.x + p.z * p.z > radius * radius || !nearer(t, nearest, distance)) continue;
-        h->local_normal = {0, end < 0 ? -1.0 : 1.0, 0};
-        met = true;
-    }
-    return met;
-}
-
 // One conical piece of a lathe between two profile points.
 bool meets_piece(const profile_point& p0, const profile_point& p1, vec3 o, vec3 d, double nearest, double* distance,
                  hit* h) {
     double rise = p1.height - p0.height;
-    double share[2];
-    double at[2];
+    double share[2], at[2];
     int count = 0;
     if (std::fabs(rise) < 1e-9) { // a flat ring
         if (std::fabs(d.y) < 1e-12) return false;
@@ -182,10 +138,8 @@ bool shape_meets(const shape& s, const ray& r, double nearest, double* distance,
     vec3 o = to_local(s.axes, r.origin - s.origin), d = to_local(s.axes, r.direction);
     bool met = false;
     switch (s.kind) {
-    case shape_kind::quad: met = meets_quad(s, o, d, nearest, distance, h); break;
     case shape_kind::sphere: met = meets_sphere(s, o, d, nearest, distance, h); break;
     case shape_kind::box: met = meets_box(s, o, d, nearest, distance, h); break;
-    case shape_kind::cylinder: met = meets_cylinder(s, o, d, nearest, distance, h); break;
     case shape_kind::lathe: met = meets_lathe(s, o, d, nearest, distance, h); break;
     case shape_kind::field: met = meets_field(s, o, d, nearest, distance, h); break;
     }
@@ -205,11 +159,9 @@ void shape_finish_hit(const ray& r, hit* h) {
 
 void shape_uv(const shape& s, vec3 local, vec3 n, double* u, double* v) {
     uv_kind kind = s.uv;
-    bool cap = kind == uv_kind::round && s.kind != shape_kind::lathe && std::fabs(n.y) > 0.9;
-    if (cap && s.kind == shape_kind::cylinder) kind = uv_kind::flat_y;
     if (kind == uv_kind::box) {
-        double x = std::fabs(n.x), y = std::fabs(n.y), z = std::fabs(n.z);
-        kind = y >= x && y >= z ? uv_kind::flat_y : (x >= z ? uv_kind::flat_x : uv_kind::flat_z);
+        n = absolute(n);
+        kind = n.y >= n.x && n.y >= n.z ? uv_kind::flat_y : (n.x >= n.z ? uv_kind::flat_x : uv_kind::flat_z);
     }
     double a = local.x, b = -local.y; // v runs downwards, so that a pattern stands upright
     if (kind == uv_kind::flat_x) a = -local.z;
@@ -220,24 +172,19 @@ void shape_uv(const shape& s, vec3 local, vec3 n, double* u, double* v) {
 }
 
 void shape_set_bounds(shape* s) {
-    s->bounds = {{1e30, 1e30, 1e30}, {-1e30, -1e30, -1e30}};
-    for (int i = 0; i < 8; i++) {
-        vec3 p = {i & 1 ? s->local.high.x : s->local.low.x, i & 2 ? s->local.high.y : s->local.low.y,
-                  i & 4 ? s->local.high.z : s->local.low.z};
-        p = s->origin + to_world(s->axes, p);
-        s->bounds.low = {std::min(s->bounds.low.x, p.x), std::min(s->bounds.low.y, p.y),
-                         std::min(s->bounds.low.z, p.z)};
-        s->bounds.high = {std::max(s->bounds.high.x, p.x), std::max(s->bounds.high.y, p.y),
-                          std::max(s->bounds.high.z, p.z)};
-    }
+    vec3 middle = s->origin + to_world(s->axes, (s->local.low + s->local.high) * 0.5);
+    vec3 half = (s->local.high - s->local.low) * 0.5;
+    vec3 reach = absolute(s->axes.x) * half.x + absolute(s->axes.y) * half.y + absolute(s->axes.z) * half.z;
+    s->bounds = {middle - reach, middle + reach};
+}
+
+double rounded_box(vec3 p, vec3 half, double radius) {
+    vec3 q = absolute(p) - half + vec3{radius, radius, radius};
+    return length(greater(q, {0, 0, 0})) + std::min(largest(q), 0.0) - radius;
 }
 
 double distance_rounded_box(const shape& s, vec3 p) {
-    double radius = s.params[0];
-    vec3 q = {std::fabs(p.x) - s.half.x + radius, std::fabs(p.y) - s.half.y + radius,
-              std::fabs(p.z) - s.half.z + radius};
-    vec3 outside = {std::max(q.x, 0.0), std::max(q.y, 0.0), std::max(q.z, 0.0)};
-    return length(outside) + std::min(std::max({q.x, q.y, q.z}), 0.0) - radius;
+    return rounded_box(p, s.half, s.params[0]);
 }
 
 double distance_torus(const shape& s, vec3 p) {

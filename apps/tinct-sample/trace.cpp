@@ -9,6 +9,7 @@ namespace {
 
 constexpr int SAMPLES = 16;    // of a pixel where surfaces meet
 constexpr int FEW_SAMPLES = 4; // of a pixel within one surface
+constexpr int SKY_RAYS = 3;    // from each point that a sample sees
 constexpr int DEEPEST = 7;
 constexpr double FAINT = 0.008;      // a share of a pixel that can't be seen
 constexpr double WEAK_MIRROR = 0.05; // what is seen in it needs no soft edges
@@ -59,7 +60,7 @@ vec3 lamp_light(const path& p, const area_light& l, vec3 at, vec3 n, double off,
     // what almost touches a lamp is not lit without end
     double near = std::min((l.reach * l.reach) / (distance * distance), BRIGHTEST);
     double strength = lit * shines * near;
-    if (strength * std::max({l.color.x, l.color.y, l.color.z}) < 0.003) return {0, 0, 0};
+    if (strength * largest(l.color) < 0.003) return {0, 0, 0};
     // light from the other side starts there
     ray r = {at + n * (facing > 0 ? off : -off), *direction};
     *through = tree_light_through(*p.t->tree, r, 1e-6, distance - 2 * off);
@@ -68,22 +69,25 @@ vec3 lamp_light(const path& p, const area_light& l, vec3 at, vec3 n, double off,
 
 vec3 sky_light(path* p, vec3 at, vec3 n, double off) {
     const scene& s = *p->t->of;
-    point2 aim = next_point(p);
-    vec3 a, b;
+    vec3 a, b, sum = {};
     tangents(n, &a, &b);
-    double radius = std::sqrt(aim.a), turn = 2 * PI * aim.b;
-    vec3 d = a * (radius * std::cos(turn)) + b * (radius * std::sin(turn)) + n * std::sqrt(1 - aim.a);
-    double open = tree_light_through(*p->t->tree, {at + n * off, d}, 1e-6, s.sky_reach);
-    return toward_sky(s, d) * mix(s.bounce, 1, open);
+    for (int i = 0; i < SKY_RAYS; i++) {
+        point2 aim = next_point(p);
+        double radius = std::sqrt(aim.a), turn = 2 * PI * aim.b;
+        vec3 d = a * (radius * std::cos(turn)) + b * (radius * std::sin(turn)) + n * std::sqrt(1 - aim.a);
+        double open = tree_light_through(*p->t->tree, {at + n * off, d}, 1e-6, s.sky_reach);
+        sum = sum + toward_sky(s, d) * mix(s.bounce, 1, open);
+    }
+    return sum * (1.0 / SKY_RAYS);
 }
 
 // The surface's unevenness tilts the normal.
 vec3 uneven(const material& m, const hit& h, vec3 n) {
-    vec3 p = h.local * (1 / m.bump_size);
     constexpr double E = 0.02;
-    double here = layered_noise3(p, 2);
-    vec3 slope = {layered_noise3(p + vec3{E, 0, 0}, 2) - here, layered_noise3(p + vec3{0, E, 0}, 2) - here,
-                  layered_noise3(p + vec3{0, 0, E}, 2) - here};
+    vec3 p = h.local * (1 / m.bump_size);
+    auto height = [&](vec3 step) { return layered_noise3(p + step, 2); };
+    double here = height({0, 0, 0});
+    vec3 slope = {height({E, 0, 0}) - here, height({0, E, 0}) - here, height({0, 0, E}) - here};
     slope = to_world(h.object->axes, slope) * (m.bump / E);
     return normalised(n - (slope - n * dot(slope, n)));
 }
@@ -92,7 +96,7 @@ fragment* fragment_of(pixel_result* out, int pen, int layer) {
     for (fragment& f : out->fragments) {
         if (f.pen == pen && f.layer == layer) return &f;
     }
-    out->fragments.push_back({pen, layer, 0, {}, {}, {}, {}, 0, 0, 0, 1e30F});
+    out->fragments.push_back({pen, layer, 0, {}, {}, {}, {}, 0, 0, 0, 1e30});
     return &out->fragments.back();
 }
 
@@ -104,29 +108,29 @@ struct surface_light {
 void add_to_fragment(path* p, const hit& h, int pen, bool indirect, double own, const surface_light& light, vec3 n,
                      double way) {
     fragment* f = fragment_of(p->out, pen, indirect ? 1 : 0);
-    const double lights[3] = {light.light.x, light.light.y, light.light.z};
-    const double shines[3] = {light.shine.x, light.shine.y, light.shine.z};
-    f->weight += static_cast<float>(own);
-    for (int c = 0; c < 3; c++) {
-        f->light[c] += static_cast<float>(own * lights[c]);
-        f->shine[c] += static_cast<float>(shines[c]);
-    }
-    if (static_cast<float>(p->centre_gap) >= f->centre_gap) return;
-    f->centre_gap = static_cast<float>(p->centre_gap);
-    f->normal[0] = static_cast<float>(n.x);
-    f->normal[1] = static_cast<float>(n.y);
-    f->normal[2] = static_cast<float>(n.z);
-    f->depth = static_cast<float>(way);
+    f->weight += own;
+    f->light = f->light + light.light * own;
+    f->shine = f->shine + light.shine;
+    if (p->centre_gap >= f->centre_gap) return;
+    f->centre_gap = p->centre_gap;
+    f->normal = n;
+    f->depth = way;
     if (h.object->uv == uv_kind::none) return;
     double u, v;
     shape_uv(*h.object, h.local, h.local_normal, &u, &v);
-    f->u = static_cast<float>(fraction(u));
-    f->v = static_cast<float>(fraction(v));
+    f->u = fraction(u);
+    f->v = fraction(v);
 }
 
-void add_plain(path* p, vec3 look, double share) {
-    auto limited = [share](double x) { return std::clamp(x * share, 0.0, 1.0); };
-    p->out->plain = p->out->plain + vec3{limited(look.x), limited(look.y), limited(look.z)};
+// Light of a share of the pixel that carries no pen.
+void add_plain(path* p, vec3 light, double share) {
+    p->out->plain = p->out->plain + lesser(light * share, {1, 1, 1});
+}
+
+// The light of what is given as it looks on a screen.
+vec3 as_light(vec3 look) {
+    constexpr double SCREEN_GAMMA = 2.2;
+    return {std::pow(look.x, SCREEN_GAMMA), std::pow(look.y, SCREEN_GAMMA), std::pow(look.z, SCREEN_GAMMA)};
 }
 
 surface_light light_on(path* p, const hit& h, const material& m, vec3 n, vec3 view, double off, double share) {
@@ -145,13 +149,13 @@ surface_light light_on(path* p, const hit& h, const material& m, vec3 n, vec3 vi
     return sum;
 }
 
-// The nearest lamp that a ray looks into; null for none before `distance`.
-const area_light* lamp_ahead(const scene& s, const ray& r, bool direct, double distance) {
+// The nearest lamp that a reflected ray looks into; null for none before `distance`.
+const area_light* lamp_ahead(const scene& s, const ray& r, double distance) {
     const area_light* found = nullptr;
     for (const area_light& l : s.lights) {
         vec3 n = cross(l.half_a, l.half_b);
         double slant = dot(n, r.direction);
-        if ((direct && !l.seen) || dot(l.look, l.look) <= 0 || slant >= 0) continue;
+        if (dot(l.look, l.look) <= 0 || slant >= 0) continue;
         double t = dot(n, l.centre - r.origin) / slant;
         vec3 p = r.origin + r.direction * t - l.centre;
         bool within = std::fabs(dot(p, l.half_a)) <= dot(l.half_a, l.half_a) &&
@@ -163,56 +167,26 @@ const area_light* lamp_ahead(const scene& s, const ray& r, bool direct, double d
     return found;
 }
 
-// The direction into or out of a clear solid; false when all light is thrown back.
-bool bent(vec3 direction, vec3 n, double ratio, vec3* out) {
-    double c = -dot(n, direction);
-    double k = 1 - ratio * ratio * (1 - c * c);
-    if (k < 0) return false;
-    *out = normalised(direction * ratio + n * (ratio * c - std::sqrt(k)));
-    return true;
-}
-
-seen follow(path* p, const ray& r, double share, int depth, bool indirect, double way);
-
-seen go_on_through(path* p, const hit& h, const ray& r, const material& m, vec3 n, bool outside, double share,
-                   int depth, bool indirect, double way) {
-    vec3 direction = r.direction;
-    double off = START * 0.2 * way;
-    bool passes = m.refraction <= 1 || bent(r.direction, n, outside ? 1 / m.refraction : m.refraction, &direction);
-    if (!passes) direction = reflected(r.direction, n);
-    return follow(p, {h.point + n * (passes ? -off : off), direction}, share, depth + 1, indirect, way);
-}
-
+// Follows a ray that shows `share` of the pixel, `way` long so far; `indirect` after a reflection.
 seen follow(path* p, const ray& r, double share, int depth, bool indirect, double way) {
     const scene& s = *p->t->of;
     hit h;
-    bool met = tree_first_hit(*p->t->tree, r, 1e-6, !indirect, &h);
-    const area_light* lamp = lamp_ahead(s, r, !indirect, met ? h.distance : 1e30);
-    if (lamp != nullptr) {
-        add_plain(p, lamp->look, share);
-        return {.normal = {}, .lit = 0, .object = -2, .plain = true};
-    }
-    if (!met) {
-        add_plain(p, s.surroundings(s, r.direction, indirect), share);
+    bool met = tree_first_hit(*p->t->tree, r, 1e-6, &h);
+    const area_light* lamp = indirect ? lamp_ahead(s, r, h.distance) : nullptr;
+    if (lamp != nullptr || !met) {
+        add_plain(p, lamp != nullptr ? lamp->look : as_light(s.surroundings(r.direction, indirect)), share);
         return {.normal = {}, .lit = 0, .object = -1, .plain = true};
     }
     const material& m = s.materials[static_cast<size_t>(h.object->material)];
     way += h.distance;
     if (m.pen < 0) {
-        add_plain(p, m.glow, share * m.opacity);
-        if (m.opacity < 1 && depth < DEEPEST) {
-            double off = START * way;
-            follow(p, {h.point + r.direction * off, r.direction}, share * (1 - m.opacity), depth + 1, indirect, way);
-        }
-        return {.normal = h.normal, .lit = 0, .object = h.object->id, .plain = m.opacity >= 1};
+        add_plain(p, as_light(m.glow), share);
+        return {.normal = h.normal, .lit = 0, .object = h.object->id, .plain = true};
     }
-    bool outside = dot(h.normal, r.direction) < 0;
-    vec3 n = outside ? h.normal : -h.normal;
-    vec3 flat = n;
-    if (m.bump > 0) n = uneven(m, h, n);
+    vec3 flat = dot(h.normal, r.direction) < 0 ? h.normal : -h.normal;
+    vec3 n = m.bump > 0 ? uneven(m, h, flat) : flat;
     double grazing = std::pow(1 - std::clamp(-dot(n, r.direction), 0.0, 1.0), 5);
-    double thrown_back = m.mirror > 0 ? m.mirror + (1 - m.mirror) * grazing * 0.9 : 0;
-    if (depth >= DEEPEST) thrown_back = 0;
+    double thrown_back = m.mirror > 0 && depth < DEEPEST ? m.mirror + (1 - m.mirror) * grazing * 0.9 : 0;
     double off = START * 0.3 * way;
     double own = share * (1 - thrown_back) * m.opacity;
     if (own > FAINT / 8) {
@@ -227,7 +201,7 @@ seen follow(path* p, const ray& r, double share, int depth, bool indirect, doubl
     double passed = share * (1 - thrown_back) * (1 - m.opacity);
     seen result = {.normal = flat, .lit = 0, .object = h.object->id, .plain = m.mirror <= WEAK_MIRROR};
     if (passed > FAINT && depth < DEEPEST) {
-        seen behind = go_on_through(p, h, r, m, flat, outside, passed, depth, indirect, way);
+        seen behind = follow(p, {h.point - flat * off, r.direction}, passed, depth + 1, indirect, way);
         result.object = static_cast<int>(hash32(static_cast<uint32_t>(result.object * 977 + behind.object)) >> 1);
         result.plain = result.plain && behind.plain;
     }
@@ -291,11 +265,10 @@ void trace_pixel(const tracer& t, int x, int y, pixel_result* out) {
             enough = half_lit(first, FEW_SAMPLES) ? 2 * FEW_SAMPLES : taken;
     }
     for (fragment& f : out->fragments) {
-        for (float& l : f.light)
-            l /= std::max(f.weight, 1e-9F);
-        for (float& l : f.shine)
-            l /= std::max(f.weight, 1e-9F);
-        f.weight /= static_cast<float>(taken);
+        double whole = 1 / std::max(f.weight, 1e-9);
+        f.light = f.light * whole;
+        f.shine = f.shine * whole;
+        f.weight /= taken;
     }
     out->plain = out->plain * (1.0 / taken);
 }

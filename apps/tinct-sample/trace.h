@@ -11,19 +11,19 @@
 struct fragment {
     int pen;
     int layer;
-    float weight;     // share of the pixel, 0 to 1
-    float light[3];   // light on the surface, mean
-    float guide[3];   // the same, roughly smoothed: tells edges of shadows from grain
-    float shine[3];   // highlights on it, mean; they carry no pen
-    float normal[3];  // of the nearest sample to the pixel's centre
-    float depth;      // length of the way to it
-    float u, v;       // of the same sample
-    float centre_gap; // its distance from the pixel's centre, squared
+    double weight;     // share of the pixel, 0 to 1
+    vec3 light;        // light on the surface, mean
+    vec3 guide;        // the same, roughly smoothed: tells edges of shadows from grain
+    vec3 shine;        // highlights on it, mean; they carry no pen
+    vec3 normal;       // of the nearest sample to the pixel's centre
+    double depth;      // length of the way to it
+    double u, v;       // of the same sample
+    double centre_gap; // its distance from the pixel's centre, squared
 };
 
 struct pixel_result {
     std::vector<fragment> fragments;
-    vec3 plain; // what carries no pen, as it looks, 0 to 1
+    vec3 plain; // light that carries no pen, 0 to 1
 };
 
 struct tracer {

@@ -2,183 +2,107 @@
 #include "tree.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace {
 
-constexpr int LEAF_SHAPES = 2;
-constexpr int STACK = 64;
+constexpr size_t LEAF_SHAPES = 2;
+constexpr int STACK = 64; // the tree is halved at each step down, so that it is never as deep
 
-box3 around(const box3& a, const box3& b) {
-    return {{std::min(a.low.x, b.low.x), std::min(a.low.y, b.low.y), std::min(a.low.z, b.low.z)},
-            {std::max(a.high.x, b.high.x), std::max(a.high.y, b.high.y), std::max(a.high.z, b.high.z)}};
-}
-
-double axis_of(vec3 v, int axis) {
+double along_axis(vec3 v, int axis) {
     return axis == 0 ? v.x : (axis == 1 ? v.y : v.z);
 }
 
-double middle(const shape& s, int axis) {
-    return axis_of(s.bounds.low + s.bounds.high, axis);
+const shape& shape_at(const ray_tree& tree, size_t place) {
+    return tree.of->shapes[tree.order[place]];
 }
 
-double surface(const box3& b) {
-    vec3 d = b.high - b.low;
-    return d.x * d.y + d.y * d.z + d.z * d.x;
-}
-
-// Where to cut shapes ordered along an axis: the place at which boxes around both sides are smallest.
-int best_cut(const ray_tree& tree, int first, int count, double* cost) {
-    const std::vector<shape>& shapes = tree.of->shapes;
-    std::vector<double> right(static_cast<size_t>(count));
-    box3 box =
-        shapes[static_cast<size_t>(tree.order[static_cast<size_t>(first) + static_cast<size_t>(count) - 1])].bounds;
-    for (int i = count - 1; i > 0; i--) {
-        box = around(
-            box, shapes[static_cast<size_t>(tree.order[static_cast<size_t>(first) + static_cast<size_t>(i)])].bounds);
-        right[static_cast<size_t>(i)] = surface(box) * (count - i);
+void build_node(ray_tree* tree, size_t first, size_t count) {
+    box3 bounds = shape_at(*tree, first).bounds;
+    box3 middles = {{1e30, 1e30, 1e30}, {-1e30, -1e30, -1e30}};
+    for (size_t i = first; i < first + count; i++) {
+        const box3& b = shape_at(*tree, i).bounds;
+        vec3 middle = b.low + b.high;
+        bounds = {lesser(bounds.low, b.low), greater(bounds.high, b.high)};
+        middles = {lesser(middles.low, middle), greater(middles.high, middle)};
     }
-    int best = 1;
-    *cost = 1e300;
-    box = shapes[static_cast<size_t>(tree.order[static_cast<size_t>(first)])].bounds;
-    for (int i = 1; i < count; i++) {
-        box = around(box, shapes[static_cast<size_t>(tree.order[static_cast<size_t>(first + i - 1)])].bounds);
-        double here = surface(box) * i + right[static_cast<size_t>(i)];
-        if (here < *cost) {
-            *cost = here;
-            best = i;
-        }
-    }
-    return best;
-}
-
-void order_along(ray_tree* tree, int first, int count, int axis) {
-    const std::vector<shape>& shapes = tree->of->shapes;
-    std::stable_sort(tree->order.begin() + first, tree->order.begin() + first + count, [&](int a, int b) {
-        return middle(shapes[static_cast<size_t>(a)], axis) < middle(shapes[static_cast<size_t>(b)], axis);
+    size_t number = tree->nodes.size();
+    tree->nodes.push_back({bounds, first, count, 0, 0});
+    if (count <= LEAF_SHAPES) return;
+    vec3 wide = middles.high - middles.low;
+    int axis = wide.x >= wide.y && wide.x >= wide.z ? 0 : (wide.y >= wide.z ? 1 : 2);
+    auto begin = tree->order.begin() + static_cast<std::ptrdiff_t>(first);
+    std::stable_sort(begin, begin + static_cast<std::ptrdiff_t>(count), [&](size_t a, size_t b) {
+        auto middle = [&](size_t i) {
+            return along_axis(tree->of->shapes[i].bounds.low + tree->of->shapes[i].bounds.high, axis);
+        };
+        return middle(a) < middle(b);
     });
+    build_node(tree, first, count / 2);
+    tree->nodes[number].right = tree->nodes.size();
+    tree->nodes[number].count = 0;
+    tree->nodes[number].axis = axis;
+    build_node(tree, first + count / 2, count - count / 2);
 }
 
-int build_node(ray_tree* tree, int first, int count) {
-    const std::vector<shape>& shapes = tree->of->shapes;
-    tree_node node = {{{1e30, 1e30, 1e30}, {-1e30, -1e30, -1e30}}, first, count, -1, -1};
-    for (int i = 0; i < count; i++) {
-        node.bounds = around(
-            node.bounds,
-            shapes[static_cast<size_t>(tree->order[static_cast<size_t>(first) + static_cast<size_t>(i)])].bounds);
-    }
-    int number = static_cast<int>(tree->nodes.size());
-    tree->nodes.push_back(node);
-    if (count <= LEAF_SHAPES) return number;
-    int axis = 0, cut = 1;
-    double lowest = 1e300;
-    for (int a = 0; a < 3; a++) {
-        order_along(tree, first, count, a);
-        double cost;
-        int at = best_cut(*tree, first, count, &cost);
-        if (cost < lowest) {
-            lowest = cost;
-            axis = a;
-            cut = at;
+// Whether the ray enters the box before `farthest`.
+bool enters(const box3& b, vec3 origin, vec3 inverse, double farthest) {
+    vec3 a = (b.low - origin) * inverse, c = (b.high - origin) * inverse;
+    vec3 in = lesser(a, c), out = greater(a, c);
+    return std::max({in.x, in.y, in.z, 0.0}) <= std::min({out.x, out.y, out.z, farthest});
+}
+
+// Calls take(shape) for the shapes whose boxes the ray enters before *farthest, which it may lower, the nearer ones
+// first as far as the cuts tell, until it gives false.
+template <typename F> void walk(const ray_tree& tree, const ray& r, const double* farthest, F take) {
+    auto inverted = [](double d) { return 1 / (std::fabs(d) < 1e-12 ? std::copysign(1e-12, d) : d); };
+    vec3 inverse = {inverted(r.direction.x), inverted(r.direction.y), inverted(r.direction.z)};
+    size_t stack[STACK];
+    int depth = 0;
+    stack[depth++] = 0;
+    while (depth > 0) {
+        size_t number = stack[--depth];
+        const tree_node& node = tree.nodes[number];
+        if (!enters(node.bounds, r.origin, inverse, *farthest)) continue;
+        for (size_t i = node.first; i < node.first + node.count; i++) {
+            if (!take(shape_at(tree, i))) return;
         }
+        if (node.count > 0) continue;
+        bool forward = along_axis(r.direction, node.axis) >= 0;
+        stack[depth++] = forward ? node.right : number + 1;
+        stack[depth++] = forward ? number + 1 : node.right;
     }
-    order_along(tree, first, count, axis);
-    int left = build_node(tree, first, cut), right = build_node(tree, first + cut, count - cut);
-    tree_node& inner = tree->nodes[static_cast<size_t>(number)];
-    inner.count = 0;
-    inner.left = left;
-    inner.right = right;
-    return number;
-}
-
-// A ray with what the box tests need.
-struct box_ray {
-    vec3 origin, inverse;
-};
-
-box_ray prepare(const ray& r) {
-    auto inverse = [](double d) { return 1 / (std::fabs(d) < 1e-12 ? std::copysign(1e-12, d) : d); };
-    return {r.origin, {inverse(r.direction.x), inverse(r.direction.y), inverse(r.direction.z)}};
-}
-
-// Distance at which the ray enters the box, or a huge one.
-double box_entry(const box3& b, const box_ray& r, double farthest) {
-    vec3 a = (b.low - r.origin) * r.inverse, c = (b.high - r.origin) * r.inverse;
-    double enter = std::max({std::min(a.x, c.x), std::min(a.y, c.y), std::min(a.z, c.z), 0.0});
-    double leave = std::min({std::max(a.x, c.x), std::max(a.y, c.y), std::max(a.z, c.z), farthest});
-    return enter <= leave ? enter : 1e300;
 }
 
 } // namespace
 
 void tree_build(ray_tree* tree, const scene* s) {
-    tree->of = s;
-    tree->nodes.clear();
-    tree->order.resize(s->shapes.size());
+    *tree = {s, {}, std::vector<size_t>(s->shapes.size())};
     for (size_t i = 0; i < tree->order.size(); i++)
-        tree->order[i] = static_cast<int>(i);
-    if (!s->shapes.empty()) build_node(tree, 0, static_cast<int>(s->shapes.size()));
+        tree->order[i] = i;
+    build_node(tree, 0, tree->order.size());
 }
 
-bool tree_first_hit(const ray_tree& tree, const ray& r, double nearest, bool direct, hit* h) {
+bool tree_first_hit(const ray_tree& tree, const ray& r, double nearest, hit* h) {
     h->object = nullptr;
     h->distance = 1e30;
-    if (tree.nodes.empty()) return false;
-    box_ray prepared = prepare(r);
-    int stack[STACK];
-    int depth = 0;
-    stack[depth++] = 0;
-    while (depth > 0) {
-        const tree_node& node = tree.nodes[static_cast<size_t>(stack[--depth])];
-        if (box_entry(node.bounds, prepared, h->distance) > h->distance) continue;
-        if (node.count > 0) {
-            for (int i = node.first; i < node.first + node.count; i++) {
-                const shape& s = tree.of->shapes[static_cast<size_t>(tree.order[static_cast<size_t>(i)])];
-                if (direct && !tree.of->materials[static_cast<size_t>(s.material)].seen_direct) continue;
-                shape_meets(s, r, nearest, &h->distance, h);
-            }
-            continue;
-        }
-        double left = box_entry(tree.nodes[static_cast<size_t>(node.left)].bounds, prepared, h->distance);
-        double right = box_entry(tree.nodes[static_cast<size_t>(node.right)].bounds, prepared, h->distance);
-        // the nearer child is searched first, so that the farther one can often be passed over
-        if (right < 1e299 && left < 1e299) {
-            stack[depth++] = left < right ? node.right : node.left;
-            stack[depth++] = left < right ? node.left : node.right;
-        } else if (left < 1e299) {
-            stack[depth++] = node.left;
-        } else if (right < 1e299) {
-            stack[depth++] = node.right;
-        }
-    }
-    if (h->object == nullptr) return false;
-    shape_finish_hit(r, h);
-    return true;
+    walk(tree, r, &h->distance, [&](const shape& s) {
+        shape_meets(s, r, nearest, &h->distance, h);
+        return true;
+    });
+    if (h->object != nullptr) shape_finish_hit(r, h);
+    return h->object != nullptr;
 }
 
 double tree_light_through(const ray_tree& tree, const ray& r, double nearest, double farthest) {
-    if (tree.nodes.empty()) return 1;
-    box_ray prepared = prepare(r);
-    int stack[STACK];
-    int depth = 0;
     double light = 1;
-    stack[depth++] = 0;
-    while (depth > 0) {
-        const tree_node& node = tree.nodes[static_cast<size_t>(stack[--depth])];
-        if (box_entry(node.bounds, prepared, farthest) > farthest) continue;
-        if (node.count == 0) {
-            stack[depth++] = node.left;
-            stack[depth++] = node.right;
-            continue;
-        }
-        for (int i = node.first; i < node.first + node.count; i++) {
-            const shape& s = tree.of->shapes[static_cast<size_t>(tree.order[static_cast<size_t>(i)])];
-            const material& m = tree.of->materials[static_cast<size_t>(s.material)];
-            double distance = farthest;
-            hit ignored;
-            if (!m.casts_shadow || !shape_meets(s, r, nearest, &distance, &ignored)) continue;
-            if (m.opacity >= 1) return 0;
-            light *= (1 - m.opacity) * 0.95;
-        }
-    }
+    walk(tree, r, &farthest, [&](const shape& s) {
+        const material& m = tree.of->materials[static_cast<size_t>(s.material)];
+        double distance = farthest;
+        hit ignored;
+        if (m.casts_shadow && shape_meets(s, r, nearest, &distance, &ignored))
+            light *= m.opacity >= 1 ? 0 : (1 - m.opacity) * 0.95;
+        return light > 0;
+    });
     return light;
 }

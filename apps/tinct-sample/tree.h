@@ -4,24 +4,25 @@
 
 #include "scene.h"
 
+// A node; the children of an inner one are the node behind it and `right`.
 struct tree_node {
     box3 bounds;
-    int first, count; // shapes of a leaf, in `order`; count 0: an inner node
-    int left, right;  // children of an inner node
+    size_t first, count; // shapes of a leaf, in `order`; count 0: an inner node
+    size_t right;
+    int axis; // along which an inner node is cut
 };
 
 struct ray_tree {
     const scene* of;
     std::vector<tree_node> nodes; // 0 is the root
-    std::vector<int> order;
+    std::vector<size_t> order;
 };
 
-// The scene must outlive the tree and keep its shapes.
+// The scene must have shapes, outlive the tree and keep them.
 void tree_build(ray_tree* tree, const scene* s);
 
-// The first shape beyond `nearest`; false when there is none. `h` is finished. Shapes that the camera does not see are
-// passed over when `direct`.
-bool tree_first_hit(const ray_tree& tree, const ray& r, double nearest, bool direct, hit* h);
+// The first shape beyond `nearest`; false when there is none. `h` is finished.
+bool tree_first_hit(const ray_tree& tree, const ray& r, double nearest, hit* h);
 
 // The share of light that comes along the ray from `nearest` to `farthest`: 0 when something solid is in the way, less
 // than 1 through glass.

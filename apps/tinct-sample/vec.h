@@ -47,6 +47,19 @@ constexpr vec3 mix(vec3 a, vec3 b, double t) {
     return a + (b - a) * t;
 }
 
+constexpr vec3 lesser(vec3 a, vec3 b) {
+    return {a.x < b.x ? a.x : b.x, a.y < b.y ? a.y : b.y, a.z < b.z ? a.z : b.z};
+}
+constexpr vec3 greater(vec3 a, vec3 b) {
+    return {a.x > b.x ? a.x : b.x, a.y > b.y ? a.y : b.y, a.z > b.z ? a.z : b.z};
+}
+constexpr vec3 absolute(vec3 a) {
+    return {a.x < 0 ? -a.x : a.x, a.y < 0 ? -a.y : a.y, a.z < 0 ? -a.z : a.z};
+}
+constexpr double largest(vec3 a) {
+    return a.x >= a.y && a.x >= a.z ? a.x : (a.y >= a.z ? a.y : a.z);
+}
+
 // 0 below `low`, 1 above `high`, smooth between.
 constexpr double smooth_step(double low, double high, double x) {
     double t = (x - low) / (high - low);

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/main.h"
 #include "core/version.h"
+#include "desktop/main.h"
 #include "raster/rzl.h"
 #include "surface/file_types.h"
 #include "surface/paths.h"
@@ -11,14 +11,16 @@
 
 namespace {
 
-constexpr const char* HELP = "usage: tinct [-f FILE.tnc] [-p FILE.tnp] [@FILE ...]\n"
+constexpr const char* HELP = "usage: tinct [[-f] FILE.tnc] [-p FILE.tnp] [@FILE ...]\n"
                              "\n"
                              "Opens a rendered image in a window.\n"
                              "\n"
                              "  -f FILE.tnc   the rendered image to open; its picture stands beside it\n"
                              "  -p FILE.tnp   the palette to load\n"
                              "  @FILE         a file with more arguments\n"
-                             "  --            ends the options\n"
+                             "  --            ends the options; what follows is not opened\n"
+                             "  -h, --help    shows this\n"
+                             "  --version     shows the version\n"
                              "\n"
                              "In the window:\n"
                              "\n"
@@ -35,17 +37,28 @@ constexpr const char* HELP = "usage: tinct [-f FILE.tnc] [-p FILE.tnp] [@FILE ..
                              "Environment: TINCT_HOST=sdl|headless, TINCT_SCREEN=WIDTHxHEIGHTxDEPTH (depth 4, 8, 15, "
                              "16 or 24), TINCT_SCALE=N.\n";
 
+// Whether the option stands on the command line as one: not behind "--", and not as the file of another option.
 bool asks_for(int count, char** arguments, const char* option) {
-    for (int i = 1; i < count; ++i)
+    for (int i = 1; i < count && std::strcmp(arguments[i], "--") != 0; ++i) {
         if (std::strcmp(arguments[i], option) == 0) return true;
+        if (std::strcmp(arguments[i], "-f") == 0 || std::strcmp(arguments[i], "-p") == 0) ++i;
+    }
     return false;
+}
+
+// A failure shows at the latest when what is buffered goes out.
+int say(const char* text, const char* end) {
+    bool good = std::fputs(text, stdout) >= 0 && std::fputs(end, stdout) >= 0;
+    if (std::fflush(stdout) == 0 && good) return 0;
+    std::perror("tinct: standard output could not be written");
+    return 1;
 }
 
 } // namespace
 
 int main(int count, char** arguments, char** environment) {
-    if (asks_for(count, arguments, "--help")) return std::fputs(HELP, stdout) < 0 ? 1 : 0;
-    if (asks_for(count, arguments, "--version")) return std::printf("%s\n", TINCT_VERSION) < 0 ? 1 : 0;
+    if (asks_for(count, arguments, "--help") || asks_for(count, arguments, "-h")) return say(HELP, "");
+    if (asks_for(count, arguments, "--version")) return say(TINCT_VERSION, "\n");
     rzl_set_extended(1);
     product_root_init();
     const tools_program program = {search_paths_init, tinct_main};

@@ -10,8 +10,10 @@
 
 namespace {
 
-constexpr int SMALLEST_BODY = 10; // body sizes in pixels
-constexpr int LARGEST_BODY = 24;
+// Body sizes in pixels. Where one isn't there the next smaller one is taken, which large ones may be by a twentieth
+// without being missed.
+constexpr int bodies[] = {10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25,
+                          26, 27, 28, 29, 30, 32, 34, 36, 38, 40, 42, 44, 46, 48, 50, 53};
 
 struct family {
     const char* short_name; // of its files, within eight characters
@@ -153,7 +155,8 @@ bool make_family(const family& of, const std::string& outlines, const std::strin
     outline_font* font = outline_open(outlines + "/" + of.outline);
     if (font == nullptr) return false;
     bool good = true;
-    for (int body = SMALLEST_BODY; good && body <= LARGEST_BODY; ++body) {
+    for (int body : bodies) {
+        if (!good) break;
         std::string path = directory + "/" + of.short_name + "." + std::to_string(line_height(body));
         std::vector<uint8_t> bytes = font_bytes(glyphs_of(font, of, body));
         good = !bytes.empty() && write_bytes(path, bytes);

@@ -1,5 +1,6 @@
 // make-patterns DIRECTORY: makes the pattern rasters of the product, each a tile that repeats without a seam, as native
-// raster files. A pattern is a function of a place in the tile, 0 to 1 in both directions.
+// raster files. A pattern is a function of a place in the tile, 0 to 1 in both directions, that gives the colour as it
+// looks on a screen; what is stored is linear in light, as the pictures are that patterns are laid into.
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -12,6 +13,7 @@ namespace {
 
 constexpr int32_t SIDE = 256;
 constexpr int SUPER = 3; // sub-pixels in each direction, so that edges are soft
+constexpr double SCREEN_GAMMA = 2.2;
 constexpr double PI = 3.14159265358979323846;
 
 double fraction(double value) {
@@ -36,7 +38,7 @@ rgb oak(double x, double y) {
 
 rgb walnut(double x, double y) {
     double dark = fractal(x, y, 3, 10, 4, 21);
-    return mix({0.47, 0.31, 0.20}, {0.20, 0.11, 0.07}, 0.6 * grain(x, y, 5, 31) + 0.4 * dark);
+    return mix({0.52, 0.35, 0.24}, {0.30, 0.19, 0.13}, 0.6 * grain(x, y, 5, 31) + 0.4 * dark);
 }
 
 rgb brick(double x, double y) {
@@ -116,7 +118,7 @@ rgb leather(double x, double y) {
     cell_distance c = cells(bend_x, bend_y, 26, 26, 53);
     double crease = smooth_step(0.02, 0.30, c.second - c.nearest);
     double tone = 0.80 + 0.25 * fractal(x, y, 5, 5, 4, 54) + 0.08 * (c.number - 0.5);
-    return mix({0.20, 0.09, 0.05}, {0.56, 0.29, 0.16}, 0.25 + 0.75 * crease) * tone;
+    return mix({0.36, 0.20, 0.13}, {0.60, 0.34, 0.20}, 0.25 + 0.75 * crease) * tone;
 }
 
 rgb terrazzo(double x, double y) {
@@ -177,6 +179,11 @@ uint8_t byte_of(double value) {
     return static_cast<uint8_t>(scaled < 0.0 ? 0.0 : (scaled > 255.0 ? 255.0 : scaled));
 }
 
+rgb as_light(rgb look) {
+    auto light = [](double channel) { return std::pow(channel < 0.0 ? 0.0 : channel, SCREEN_GAMMA); };
+    return {light(look.red), light(look.green), light(look.blue)};
+}
+
 rgb pixel(const pattern& p, int32_t px, int32_t py) {
     rgb sum = {0.0, 0.0, 0.0};
     for (int i = 0; i < SUPER * SUPER; ++i) {
@@ -184,7 +191,7 @@ rgb pixel(const pattern& p, int32_t px, int32_t py) {
         int row = i / SUPER;
         double x = (px + (column + 0.5) / SUPER) / SIDE;
         double y = (py + (row + 0.5) / SUPER) / SIDE;
-        rgb c = p.color(x, y);
+        rgb c = as_light(p.color(x, y));
         sum = {sum.red + c.red, sum.green + c.green, sum.blue + c.blue};
     }
     return sum * (1.0 / (SUPER * SUPER));

@@ -1,4 +1,4 @@
-// Opening a pair, and applying colours and patterns to it.
+// Opening a pair and closing it.
 #include "core/open_image.h"
 
 #include <cstring>
@@ -7,6 +7,7 @@
 #include "raster/rzl.h"
 #include "support/log.h"
 #include "support/memory.h"
+#include "surface/patterncache.h"
 
 open_image_state open_image = {};
 
@@ -16,74 +17,113 @@ bool is_plain_name(const char* path) {
     return std::strncmp(path, "/INMEM/", 7) != 0;
 }
 
-// The height of the raster; 0 after a message when it can't be opened.
-int32_t raster_height(const char* path) {
-    int32_t height = 0;
+// The height of the raster; false after a message when it can't be opened.
+bool raster_height(const char* path, int32_t* height) {
     // A name of the library's files in memory is no file of the user's.
     CFILE* file = is_plain_name(path) ? rzl_open_r(path) : nullptr;
     if (file == nullptr) {
         log_message(LOG_WARNING, "Failed to open \"%s\" for read as RGB file.\n", path);
-        return 0;
+        return false;
     }
-    rzl_get_hdr_data(file, RZL_FIELD_YSIZE, &height);
+    *height = 0;
+    rzl_get_hdr_data(file, RZL_FIELD_YSIZE, height);
     rzl_close(file);
-    return height;
+    return true;
 }
 
-void drop_tnc() {
-    tnc_free(open_image.tnc);
-    mem_free(open_image.tnc_path);
-    open_image.tnc = nullptr;
-    open_image.tnc_path = nullptr;
+file_stamp stamp_of(const char* path) {
+    return {files_size_of(path), files_changed_at(path)};
 }
 
-void drop_picture() {
-    raster_image_free(open_image.picture);
-    open_image.picture = nullptr;
+bool same_stamp(file_stamp a, file_stamp b) {
+    return a.size == b.size && a.time == b.time && a.size >= 0;
 }
 
-void clear_appliques() {
+// What is opened, until it is whole and takes the place of what was open before. All of it is owned.
+struct fresh_image {
+    raster_image* picture;
+    tnc_image* tnc; // null: the present one stays
+    char* tnc_path;
+    char* raster_path;
+    file_stamp tnc_stamp, raster_stamp;
+    span_room room;
+};
+
+void fresh_free(fresh_image* f) {
+    raster_image_free(f->picture);
+    tnc_free(f->tnc);
+    mem_free(f->tnc_path);
+    mem_free(f->raster_path);
+    span_room_free(&f->room);
+}
+
+bool remember_paths(fresh_image* f, const char* tnc_path, const char* raster_path) {
+    f->tnc_path = mem_copy_text(tnc_path);
+    f->raster_path = mem_copy_text(raster_path);
+    f->tnc_stamp = stamp_of(tnc_path);
+    f->raster_stamp = stamp_of(raster_path);
+    if (f->tnc_path != nullptr && f->raster_path != nullptr) return true;
+    log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");
+    return false;
+}
+
+// The raster's path tells that the same image comes again, as long as both files are what they were.
+bool is_open_already(const fresh_image* f) {
+    return open_image.tnc != nullptr && std::strcmp(open_image.raster_path, f->raster_path) == 0 &&
+           same_stamp(open_image.tnc_stamp, f->tnc_stamp) && same_stamp(open_image.raster_stamp, f->raster_stamp);
+}
+
+// The picture comes first: a raster that holds fewer lines than it claims is to cost no memory for their samples.
+bool read_files(fresh_image* f) {
+    int32_t height = 0;
+    if (!raster_height(f->raster_path, &height)) return false;
+    // The whole picture is wanted whatever its size: what a limit cut off could not be saved again.
+    f->picture = load_image(f->raster_path, INT32_MAX, INT32_MAX);
+    if (f->picture == nullptr) return false;
+    if (!span_room_init(&f->room, f->picture->width)) {
+        log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");
+        return false;
+    }
+    if (is_open_already(f)) return true;
+    f->tnc = tnc_try_read(f->tnc_path, height, f->picture->width);
+    if (f->tnc != nullptr && !f->tnc->complete && !f->tnc->reason_told)
+        log_message(LOG_WARNING, "\"%s\" ends early: the file is cut.\n", f->tnc_path);
+    return f->tnc != nullptr;
+}
+
+void drop_changes() {
+    image_commit(); // what a drag owns goes to the steps
+    history_clear(&open_image.steps);
     for (applique*& a : open_image.appliques) {
         applique_free(a);
         a = nullptr;
     }
-}
-
-// Replaces the rendered-image data. The raster path is remembered with it: it alone tells whether the same image comes
-// again.
-bool read_tnc(const char* tnc_path, int32_t line_count) {
-    drop_tnc();
-    open_image.tnc = tnc_read(tnc_path, line_count);
-    open_image.tnc_path = mem_copy_text(tnc_path);
-    return open_image.tnc != nullptr && open_image.tnc_path != nullptr;
-}
-
-bool same_raster(const char* raster_path) {
-    return open_image.raster_path != nullptr && open_image.tnc != nullptr &&
-           std::strcmp(open_image.raster_path, raster_path) == 0;
-}
-
-bool load_picture(const char* raster_path) {
-    // The whole picture is wanted whatever its size: what a limit cut off could not be saved again.
-    open_image.picture = load_image(raster_path, INT32_MAX, INT32_MAX);
     open_image.image_changed = false;
-    return open_image.picture != nullptr;
 }
 
-// The pass over the pen's pixels, between the two calls of the display.
-bool reevaluate(int pen, const applique* present, const applique* next) {
-    const image_display* display = &open_image.display;
-    if (display->pass_begins != nullptr) display->pass_begins();
-    bool done = reevaluate_pen(open_image.picture, open_image.tnc, open_image.rows_changed, present, next, pen) != 0;
-    if (display->pass_ends != nullptr) display->pass_ends(pen, done);
-    return done;
+// Releases what is open; the rendered-image data too, unless it is to stay.
+void drop_image(bool with_tnc) {
+    drop_changes();
+    raster_image_free(open_image.picture);
+    open_image.picture = nullptr;
+    span_room_free(&open_image.room);
+    mem_free(open_image.tnc_path);
+    mem_free(open_image.raster_path);
+    open_image.tnc_path = open_image.raster_path = nullptr;
+    if (!with_tnc) return;
+    tnc_free(open_image.tnc);
+    open_image.tnc = nullptr;
 }
 
-// Puts the new applique in the pen's place after the planes have taken it.
-void store_applique(int pen, applique* a) {
-    applique_free(open_image.appliques[pen]);
-    open_image.appliques[pen] = a;
-    open_image.image_changed = true;
+void put_in_place(const fresh_image* f) {
+    drop_image(f->tnc != nullptr);
+    open_image.picture = f->picture;
+    if (f->tnc != nullptr) open_image.tnc = f->tnc;
+    open_image.tnc_path = f->tnc_path;
+    open_image.raster_path = f->raster_path;
+    open_image.tnc_stamp = f->tnc_stamp;
+    open_image.raster_stamp = f->raster_stamp;
+    open_image.room = f->room;
 }
 
 } // namespace
@@ -94,58 +134,27 @@ int image_open(const char* path) {
         log_message(LOG_WARNING, "The path \"%.200s\" is too long.\n", path);
         return 0;
     }
+    if (!files_exists(path)) return 0; // find_companion() has told that it can't be opened
     if (check_pair(path, raster_path) == 0) return 0;
-    mem_guard<char> remembered(mem_copy_text(raster_path));
-    if (!remembered) {
-        log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");
+    fresh_image fresh = {};
+    if (!remember_paths(&fresh, path, raster_path) || !read_files(&fresh)) {
+        fresh_free(&fresh);
         return 0;
     }
-    bool keeps_tnc = open_image.picture != nullptr && same_raster(raster_path);
-    drop_picture();
-    // The picture comes first: a raster that holds fewer lines than it claims is to cost no memory for their samples.
-    int32_t height = keeps_tnc ? 0 : raster_height(raster_path);
-    bool loaded = load_picture(raster_path);
-    bool good = keeps_tnc || read_tnc(path, loaded ? height : 0);
-    clear_appliques();
-    mem_free(open_image.raster_path);
-    open_image.raster_path = remembered.keep();
-    if (!good) drop_picture();
+    put_in_place(&fresh);
     if (open_image.display.replaced != nullptr) open_image.display.replaced();
-    return good && loaded ? 1 : 0;
+    return 1;
 }
 
 void image_close() {
-    drop_picture();
-    drop_tnc();
-    clear_appliques();
-    mem_free(open_image.raster_path);
-    open_image.raster_path = nullptr;
-    open_image.image_changed = false;
+    drop_image(true);
     applique_free_all();
+    pattern_cache_clear();
 }
 
-int apply_col_pat(int pen, applique* a) {
-    if (pen < 0 || pen >= PEN_COUNT) {
-        log_message(LOG_WARNING, "apply_col_pat : pen = %d\n", pen);
-        applique_free(a);
-        return 0;
-    }
-    if (open_image.picture == nullptr || open_image.tnc == nullptr) {
-        log_message(LOG_WARNING, "There is no image to apply to.\n");
-        applique_free(a);
-        return 0;
-    }
-    if (a == nullptr) return 0; // there is no way back to the rendered state but to open the image again
-    applique* present = open_image.appliques[pen];
-    if (applique_equal(present, a) != 0) {
-        applique_free(a);
-        if (open_image.display.kept != nullptr) open_image.display.kept(pen);
-        return 1;
-    }
-    if (!reevaluate(pen, present, a)) {
-        applique_free(a);
-        return 0;
-    }
-    store_applique(pen, a);
-    return 1;
+void image_mark_unchanged() {
+    open_image.image_changed = false;
+    open_image.drag.changed = true; // a drag that is under way leads back to another state
+    for (int i = 0; i < open_image.steps.count; ++i)
+        open_image.steps.steps[i].changed = true;
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/history.h"
 #include "surface/applique.h"
 #include "surface/raster_image.h"
 #include "surface/reevaluate.h"
@@ -11,10 +12,24 @@
 
 // Told of what happens to the image, beyond its rows. Any of them may be null.
 struct image_display {
-    void (*replaced)();                    // another picture is open, or none after one that couldn't be loaded
+    void (*replaced)();                    // another picture is open
     void (*pass_begins)();                 // a pen's pixels are about to change,
     void (*pass_ends)(int pen, bool done); // have changed, or stay as they were after a failure
     void (*kept)(int pen);                 // a pen was given what it carries already
+};
+
+// A drag under way: what it began with.
+struct image_drag {
+    bool is_open;
+    int pen;
+    applique* carried;  // owned: what the pen carried. The pen's entry is this one while nothing else is shown
+    kept_pixels pixels; // owned: what its pixels were
+    bool changed;       // whether the image was changed
+};
+
+// What tells that a file is still the same.
+struct file_stamp {
+    int64_t size, time;
 };
 
 // Program-wide state; one instance.
@@ -23,10 +38,15 @@ struct open_image_state {
     tnc_image* tnc;                 // owned: the rendered-image data, or null
     char* tnc_path;                 // owned: path of the open .tnc file, or null
     char* raster_path;              // owned: path of its companion, or null
+    file_stamp tnc_stamp;           // of the two files when they were read
+    file_stamp raster_stamp;        //
     applique* appliques[PEN_COUNT]; // owned: what each pen carries; null for the rendered state
-    bool image_changed;             // some pen has been given a new applique since the image was opened
-    row_changed rows_changed;       // where changes are shown; installed from above
-    image_display display;          // the same
+    bool image_changed;             // some pen has another applique than at the opening, or at the last save
+    image_drag drag;
+    history steps;
+    span_room room;           // owned: for the picture's width
+    row_changed rows_changed; // where changes are shown; installed from above
+    image_display display;    // the same
 };
 
 extern open_image_state open_image;
@@ -38,12 +58,41 @@ bool find_companion(const char* tnc_path, char* raster_path, size_t size);
 // Non-zero if both are usable, by name and existence; messages tell what is not.
 int check_pair(const char* tnc_path, const char* raster_path);
 
-// Opens a pair, replacing the present one. Non-zero on success.
+// Opens a pair, replacing the present one, which stays when that fails. Non-zero on success; 0 after a message. A .tnc
+// file that ends inside of a record is told too, and opens.
 int image_open(const char* path);
 
-// Releases everything. For the end of a program.
+// Releases everything but the limit of the steps. For the end of a program.
 void image_close();
 
-// Gives a pen a new colour or pattern. Takes ownership of the applique in every case. Returns 1 when the pen now
-// carries it (also when it did before), 0 after a message.
+// The image as it stands is saved, or isn't wanted: image_changed is cleared, and set again by a change, an undo or a
+// redo that leads away from here.
+void image_mark_unchanged();
+
+// ---- apply.cpp: changes of surfaces --------------------------------------------------------------------------------
+
+// Gives a pen a new colour or pattern, as one step that can be undone. Takes ownership of the applique in every case.
+// Returns 1 when the pen now carries it (also when it did before), 0 after a message.
 int apply_col_pat(int pen, applique* a);
+
+// A live drag. image_begin() notes what the pen has and carries: 1, or 0 after a message. Each image_preview() shows it
+// with another applique, as if that had been applied to what it had at the beginning; it takes ownership in every case,
+// and leaves what is shown at a failure: 0 after a message. image_commit() makes one step of the drag, as far as it
+// came, and image_cancel() gives the planes back to the last bit. Only one drag is open at a time: whatever else
+// changes or replaces the image ends it first, with a commit. Without an open drag the three do nothing, and give 0.
+int image_begin(int pen);
+int image_preview(applique* a);
+int image_commit(); // 1 when there was something to make a step of
+int image_cancel(); // 1 when there was a drag
+
+// Steps back and forth: planes and appliques as they were, to the last bit. 1, or 0 when there is none to go.
+int image_undo();
+int image_redo();
+
+// How many steps there are to go, and the bytes that they take.
+int image_undo_count();
+int image_redo_count();
+size_t image_history_bytes();
+
+// The most bytes that steps may take, HISTORY_LIMIT unless told; the oldest go first. 0: no steps are kept.
+void image_history_limit(size_t bytes);

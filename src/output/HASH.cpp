@@ -1,8 +1,8 @@
-// Counting the colours of a picture: see hash.h.
+// The colours of a picture: see hash.h.
 #include "output/hash.h"
 
-#include <cstring>
-#include <utility>
+#include <array>
+#include <bit>
 
 #include "output/imp.h"
 #include "support/memory.h"
@@ -10,289 +10,239 @@
 namespace {
 
 constexpr const char* SOURCE = "HASH.c";
-constexpr int FIRST_BITS = 6;
-constexpr int BLOCKS_FROM_BITS = 17; // below, blocks take more than their colours are allowed
-constexpr int64_t BYTES_PER_COLOR = 32;
+constexpr size_t PLACES = size_t{1} << 24;
+constexpr size_t CELLS = PLACES / CELL_PLACES;
+constexpr size_t WORDS = PLACES / 64;
+constexpr int CELL_SIDE = 8;
+constexpr int CELL_LEVEL = 5; // of the boxes that are cells, and the next one's are words
+constexpr uint32_t NOT_COUNTED = UINT32_MAX;
+
+// The bits of a channel's value where they stand in a place.
+using place_table = std::array<uint32_t, 256>;
+
+constexpr place_table spread_bits(int channel) {
+    place_table table = {};
+    for (uint32_t value = 0; value < 256; ++value) {
+        for (int bit = 0; bit < 8; ++bit)
+            table[value] |= (value >> bit & 1) << (3 * bit + 2 - channel);
+    }
+    return table;
+}
+
+constexpr place_table RED_BITS = spread_bits(0);
+constexpr place_table GREEN_BITS = spread_bits(1);
+constexpr place_table BLUE_BITS = spread_bits(2);
+
+uint32_t place_of(uint8_t red, uint8_t green, uint8_t blue) {
+    return RED_BITS[red] | GREEN_BITS[green] | BLUE_BITS[blue];
+}
+
+// The value of a channel (0 red, 1 green, 2 blue) at a place.
+uint8_t channel_of(uint32_t place, int channel) {
+    uint32_t value = 0;
+    for (int bit = 0; bit < 8; ++bit)
+        value |= (place >> (3 * bit + 2 - channel) & 1) << bit;
+    return static_cast<uint8_t>(value);
+}
+
+uint32_t places_of(const color_box* box) {
+    return uint32_t{1} << (24 - 3 * box->level);
+}
+
+uint64_t word_at(const color_hash* hash, uint32_t place) {
+    return hash->cells[place / CELL_PLACES].met[place / 64 % CELL_WORDS];
+}
+
+// The bits of a box that is a word or a part of one, from bit 0 on.
+uint64_t bits_of(const color_hash* hash, const color_box* box) {
+    uint64_t bits = word_at(hash, box->first) >> (box->first % 64);
+    uint32_t places = places_of(box);
+    return places == 64 ? bits : bits & ((uint64_t{1} << places) - 1);
+}
+
+int32_t colors_of(const color_hash* hash, const color_box* box) {
+    if (box->level > CELL_LEVEL) return std::popcount(bits_of(hash, box));
+    const color_cell* cell = &hash->cells[box->first / CELL_PLACES];
+    int32_t colors = 0;
+    for (const color_cell* end = cell + places_of(box) / CELL_PLACES; cell < end; ++cell)
+        colors += cell->distinct;
+    return colors;
+}
 
 bool no_memory(size_t bytes, int line) {
     imp_fail_saying(IMP_NO_MEMORY, "Couldnt allocate %d bytes.  Line %d, File %s\n", imp_printed(bytes), line, SOURCE);
     return false;
 }
 
-uint32_t color_of(uint8_t red, uint8_t green, uint8_t blue) {
-    return uint32_t{red} << 16 | uint32_t{green} << 8 | blue;
+// ---- the mean from sums --------------------------------------------------------------------------------------------
+
+// The mean rounded, from exact numbers. The sum of shares in floating point is off from the exact mean by less than one
+// unit in the last place of 256 for each of its colours, with what its last additions round; twice that is kept away
+// from the places where rounding changes the value. False inside of them.
+bool round_mean(uint64_t sum, uint64_t pixels, int32_t colors, uint8_t* mean) {
+    constexpr double TWO_UNITS = 0x1p-44;
+    uint64_t whole = 2 * pixels;
+    if (whole == 0) return false; // no colours, no mean
+    uint64_t rest = (2 * sum + pixels) % whole;
+    double margin = (colors + 8.0) * TWO_UNITS * static_cast<double>(whole);
+    *mean = static_cast<uint8_t>((2 * sum + pixels) / whole);
+    return static_cast<double>(rest) > margin && static_cast<double>(whole - rest) > margin;
 }
 
-// The upper bits of a product with the golden ratio spread neighbouring colours evenly.
-size_t cell_of(uint32_t color, int bits) {
-    return color * 0x9E3779B1U >> (32 - bits);
+void single_color(const color_hash* hash, const color_box* box, uint8_t mean[3]) {
+    uint32_t place = box->first;
+    while ((word_at(hash, place) >> (place % 64) & 1) == 0)
+        ++place;
+    for (int c = 0; c < 3; ++c)
+        mean[c] = channel_of(place, c);
 }
 
-color_count* find_cell(color_count* cells, int bits, uint32_t color) {
-    size_t mask = (size_t{1} << bits) - 1;
-    size_t at = cell_of(color, bits);
-    while (cells[at].count != 0 && cells[at].color != color)
-        at = (at + 1) & mask;
-    return &cells[at];
+// ---- counts of single colours --------------------------------------------------------------------------------------
+
+// The counter of a colour that has been met.
+uint32_t* counter_of(const color_hash* hash, uint32_t place) {
+    uint64_t before = word_at(hash, place) & ((uint64_t{1} << (place % 64)) - 1);
+    return &hash->counts[hash->bases[place / 64] + static_cast<uint32_t>(std::popcount(before))];
 }
 
-bool may_not_grow(const color_hash* hash) {
-    return hash->bits >= (hash->last_bits != 0 ? hash->last_bits : HASH_LAST_BITS);
-}
-
-// ---- growing -------------------------------------------------------------------------------------------------------
-
-bool start(color_hash* hash, int bits) {
-    size_t bytes = sizeof(color_count) << bits;
-    hash->cells = static_cast<color_count*>(mem_alloc_zeroed(bytes));
-    hash->bits = bits;
-    return hash->cells != nullptr || no_memory(bytes, __LINE__);
-}
-
-// Moves all counts into blocks.
-bool change_to_blocks(color_hash* hash) {
-    hash->blocks = blocks_new();
-    if (hash->blocks == nullptr) return no_memory(sizeof(color_blocks), __LINE__);
-    for (size_t i = 0; i < size_t{1} << hash->bits; ++i) {
-        const color_count* cell = &hash->cells[i];
-        if (cell->count != 0 && blocks_add(hash->blocks, cell->color, cell->count) < 0)
-            return no_memory(sizeof(block_chunk), __LINE__);
+// Gives counters to the colours of a box, from `next` on. Returns the next free one.
+uint32_t give_counters(color_hash* hash, const color_box* box, uint32_t next) {
+    uint32_t end = box->first + places_of(box);
+    for (uint32_t place = box->first & ~63U; place < end; place += 64) {
+        uint32_t* base = &hash->bases[place / 64];
+        if (*base != NOT_COUNTED) continue; // two boxes may share a word
+        *base = next;
+        next += static_cast<uint32_t>(std::popcount(word_at(hash, place)));
     }
-    mem_free(hash->cells);
-    hash->cells = nullptr;
-    return true;
+    return next;
 }
 
-// The blocks that the colours of the hash stand in; -1 when that can't be told.
-int64_t blocks_needed(const color_hash* hash) {
-    mem_guard<uint8_t> met(static_cast<uint8_t*>(mem_alloc_zeroed(BLOCK_COUNT / 8)));
-    if (!met) return -1;
-    int64_t blocks = 0;
-    for (size_t i = 0; i < size_t{1} << hash->bits; ++i) {
-        if (hash->cells[i].count == 0) continue;
-        uint32_t at = block_of(hash->cells[i].color);
-        auto bit = static_cast<uint8_t>(1 << at % 8);
-        blocks += (met[at / 8] & bit) == 0 ? 1 : 0;
-        met[at / 8] |= bit;
-    }
-    return blocks;
-}
-
-// Whether blocks, beside the hash that they come from, take no more than the colours are allowed.
-bool suits_blocks(const color_hash* hash) {
-    if (hash->bits < BLOCKS_FROM_BITS || hash->were_sparse) return false;
-    int64_t needed = blocks_needed(hash);
-    int64_t bytes = static_cast<int64_t>(sizeof(color_count) << hash->bits) + blocks_bytes(needed);
-    return needed >= 0 && bytes <= hash->distinct * BYTES_PER_COLOR;
-}
-
-bool grow(color_hash* hash) {
-    if (may_not_grow(hash) || suits_blocks(hash)) return change_to_blocks(hash);
-    color_count* old = hash->cells;
-    size_t count = size_t{1} << hash->bits;
-    if (!start(hash, hash->bits + 1)) {
-        hash->cells = old;
-        --hash->bits;
-        return false;
-    }
-    for (size_t i = 0; i < count; ++i) {
-        if (old[i].count != 0) *find_cell(hash->cells, hash->bits, old[i].color) = old[i];
-    }
-    mem_free(old);
-    return true;
-}
-
-// Three quarters: a cell takes 8 bytes and growing needs three times the old cells, which gives 32 bytes a colour.
-bool is_full(const color_hash* hash) {
-    return static_cast<size_t>(hash->distinct) >= (size_t{3} << hash->bits) / 4;
-}
-
-// ---- counting ------------------------------------------------------------------------------------------------------
-
-bool add_by_hash(color_hash* hash, color_count more) {
-    color_count* cell = find_cell(hash->cells, hash->bits, more.color);
-    bool is_new = cell->count == 0;
-    cell->color = more.color;
-    cell->count += more.count;
-    if (!is_new) return true;
-    ++hash->distinct;
-    return !is_full(hash) || grow(hash);
-}
-
-// Counts pixels in the hash until they end or it gives way to blocks. `done` gets how many.
-bool add_pixels_by_hash(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count,
-                        size_t* done) {
-    size_t i = 0;
-    bool good = true;
-    while (good && i < count && hash->blocks == nullptr) {
-        good = add_by_hash(hash, {color_of(red[i], green[i], blue[i]), 1});
-        ++i;
-    }
-    *done = i;
-    return good;
-}
-
-bool add_pixels_by_blocks(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue,
-                          size_t count) {
-    for (size_t i = 0; i < count; ++i) {
-        int found = blocks_add(hash->blocks, color_of(red[i], green[i], blue[i]), 1);
-        if (found < 0) return no_memory(sizeof(block_chunk), __LINE__);
-        hash->distinct += found;
-    }
-    return true;
-}
-
-// Colours that came later may stand far apart: their blocks are then given up for a hash again.
-bool leave_sparse_blocks(color_hash* hash) {
-    int64_t allowed = hash->distinct * BYTES_PER_COLOR;
-    if (blocks_bytes(hash->blocks->count) <= allowed || may_not_grow(hash)) return true;
-    color_blocks* blocks = hash->blocks;
-    int bits = hash->bits;
-    while ((int64_t{3} << bits) / 4 <= hash->distinct)
-        ++bits;
-    if (bits > HASH_LAST_BITS) return true;
-    if (!start(hash, bits)) return false;
-    hash->blocks = nullptr;
-    hash->were_sparse = true;
-    constexpr color_box ALL = {255, 0, 255, 0, 255, 0, false, 0, 0, 0};
-    blocks_each(blocks, &ALL, false, hash, [](void* user, uint32_t color, uint32_t pixels) {
-        auto* h = static_cast<color_hash*>(user);
-        *find_cell(h->cells, h->bits, color) = {color, pixels};
-    });
-    blocks_free(blocks);
-    return true;
-}
-
-// ---- the list ------------------------------------------------------------------------------------------------------
-
-// Moves the cells in use to the front.
-void pack_cells(color_hash* hash) {
-    color_count* to = hash->cells;
-    for (const color_count* from = to; from < hash->cells + (size_t{1} << hash->bits); ++from) {
-        if (from->count != 0) *to++ = *from;
+// Calls take(red, green, blue, count) for the colours of a box in order: falling at even levels and rising at odd ones,
+// since each halving moves the items of a list to the heads of others.
+template <typename F> void each_in_order(const color_hash* hash, const color_box* box, F take) {
+    int side = 256 >> box->level;
+    int turned = box->level % 2 == 0 ? side - 1 : 0; // side - 1 turns 0, 1, ... into side - 1, side - 2, ...
+    uint8_t low[3];
+    for (int c = 0; c < 3; ++c)
+        low[c] = channel_of(box->first, c);
+    for (int r = 0; r < side; ++r) {
+        for (int g = 0; g < side; ++g) {
+            for (int b = 0; b < side; ++b) {
+                auto red = static_cast<uint8_t>(low[0] + (r ^ turned));
+                auto green = static_cast<uint8_t>(low[1] + (g ^ turned));
+                auto blue = static_cast<uint8_t>(low[2] + (b ^ turned));
+                uint32_t place = place_of(red, green, blue);
+                if (b % CELL_SIDE == 0 && hash->cells[place / CELL_PLACES].pixels == 0) {
+                    b += CELL_SIDE - 1; // the rest of an empty cell's row
+                    continue;
+                }
+                if ((word_at(hash, place) >> (place % 64) & 1) != 0) take(red, green, blue, *counter_of(hash, place));
+            }
+        }
     }
 }
 
-// Sorts by one byte of the colour, keeping the order of equals.
-void sort_by_byte(const color_count* from, color_count* to, size_t count, int shift) {
-    size_t place[256] = {};
-    for (size_t i = 0; i < count; ++i)
-        ++place[from[i].color >> shift & 255];
-    size_t sum = 0;
-    for (size_t& p : place)
-        sum += std::exchange(p, sum);
-    for (size_t i = 0; i < count; ++i)
-        to[place[from[i].color >> shift & 255]++] = from[i];
-}
-
-uint32_t channel(uint32_t color, int shift) {
-    return color >> shift & 255;
-}
-
-// The child that a colour falls into: bit 2 for the upper half of red, bit 1 of green, bit 0 of blue.
-int child_of(uint32_t color, const color_box* first_child) {
-    return (channel(color, 16) > first_child->max_red ? 4 : 0) + (channel(color, 8) > first_child->max_green ? 2 : 0) +
-           (channel(color, 0) > first_child->max_blue ? 1 : 0);
-}
-
-void split_list(color_hash* hash, const color_box* box, color_box children[BOX_CHILDREN]) {
-    color_count* list = hash->cells + box->first;
-    auto count = static_cast<size_t>(box->colors);
-    size_t place[BOX_CHILDREN] = {};
-    for (size_t i = 0; i < count; ++i)
-        ++place[child_of(list[i].color, children)];
-    size_t sum = 0;
-    for (int k = 0; k < BOX_CHILDREN; ++k) {
-        children[k].first = box->first + static_cast<int64_t>(sum);
-        children[k].colors = static_cast<int32_t>(place[k]);
-        sum += std::exchange(place[k], sum);
-    }
-    for (size_t i = 0; i < count; ++i)
-        hash->spare[place[child_of(list[i].color, children)]++] = list[i];
-    std::memcpy(list, hash->spare, count * sizeof *list);
-}
-
-// ---- the mean ------------------------------------------------------------------------------------------------------
-
-void add_share(mean_color* mean, uint32_t color, uint32_t count, double total) {
-    double share = static_cast<int32_t>(count) / total;
-    mean->red += share * channel(color, 16);
-    mean->green += share * channel(color, 8);
-    mean->blue += share * channel(color, 0);
-}
-
-mean_color mean_of_list(const color_hash* hash, const color_box* box) {
-    const color_count* list = hash->cells + box->first;
-    double total = 0.0;
-    for (int32_t i = 0; i < box->colors; ++i)
-        total += list[i].count;
-    mean_color mean = {};
-    for (int32_t i = 0; i < box->colors; ++i) {
-        const color_count* c = &list[box->descending ? box->colors - 1 - i : i];
-        add_share(&mean, c->color, c->count, total);
-    }
-    return mean;
-}
-
-struct mean_sum {
-    double total;
-    mean_color mean;
-};
-
-mean_color mean_of_blocks(const color_hash* hash, const color_box* box) {
-    mean_sum sum = {};
-    blocks_each(hash->blocks, box, box->descending, &sum,
-                [](void* user, uint32_t, uint32_t count) { static_cast<mean_sum*>(user)->total += count; });
-    blocks_each(hash->blocks, box, box->descending, &sum, [](void* user, uint32_t color, uint32_t count) {
-        auto* s = static_cast<mean_sum*>(user);
-        add_share(&s->mean, color, count, s->total);
-    });
-    return sum.mean;
+uint8_t rounded(double value) {
+    value += 0.5;
+    return static_cast<uint8_t>(value < 255.0 ? value : 255.0);
 }
 
 } // namespace
 
-bool hash_add(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count) {
-    size_t done = 0;
-    if (hash->bits == 0 && !start(hash, FIRST_BITS)) return false;
-    if (hash->blocks == nullptr && !add_pixels_by_hash(hash, red, green, blue, count, &done)) return false;
-    if (hash->blocks == nullptr || done == count) return true;
-    return add_pixels_by_blocks(hash, red + done, green + done, blue + done, count - done) && leave_sparse_blocks(hash);
+bool hash_start(color_hash* hash) {
+    constexpr size_t BYTES = CELLS * sizeof(color_cell);
+    *hash = {};
+    hash->cells = static_cast<color_cell*>(mem_alloc_zeroed(BYTES));
+    return hash->cells != nullptr || no_memory(BYTES, __LINE__);
 }
 
-bool hash_seal(color_hash* hash) {
-    if (hash->blocks != nullptr || hash->distinct == 0) return true;
-    auto count = static_cast<size_t>(hash->distinct);
-    pack_cells(hash);
-    auto* fitted = static_cast<color_count*>(mem_realloc(hash->cells, count * sizeof(color_count)));
-    if (fitted != nullptr) hash->cells = fitted;
-    hash->spare = mem_new_array<color_count>(count);
-    if (hash->spare == nullptr) return false;
-    for (int shift = 0; shift < 24; shift += 8) {
-        sort_by_byte(hash->cells, hash->spare, count, shift);
-        std::swap(hash->cells, hash->spare);
+void hash_add(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        uint32_t place = place_of(red[i], green[i], blue[i]);
+        color_cell* cell = &hash->cells[place / CELL_PLACES];
+        cell->met[place / 64 % CELL_WORDS] |= uint64_t{1} << (place % 64);
+        ++cell->pixels;
+        cell->red += red[i];
+        cell->green += green[i];
+        cell->blue += blue[i];
     }
-    return true;
 }
 
-void hash_split(color_hash* hash, const color_box* box, color_box children[BOX_CHILDREN]) {
-    for (int k = 0; k < BOX_CHILDREN; ++k)
-        children[k].descending = !box->descending;
-    if (hash->blocks == nullptr) {
-        split_list(hash, box, children);
-        return;
+void hash_seal(color_hash* hash) {
+    for (color_cell* cell = hash->cells; cell < hash->cells + CELLS; ++cell) {
+        if (cell->pixels == 0) continue; // leaves memory untouched that the picture does not need
+        for (uint64_t word : cell->met)
+            cell->distinct += std::popcount(word);
+        hash->distinct += cell->distinct;
     }
-    for (int k = 0; k < BOX_CHILDREN; ++k)
-        children[k].colors = blocks_colors(hash->blocks, &children[k]);
 }
 
-mean_color hash_mean(const color_hash* hash, const color_box* box) {
-    return hash->blocks != nullptr ? mean_of_blocks(hash, box) : mean_of_list(hash, box);
+void hash_split(const color_hash* hash, const color_box* box, color_box children[BOX_CHILDREN]) {
+    uint32_t step = places_of(box) / BOX_CHILDREN;
+    for (uint32_t k = 0; k < BOX_CHILDREN; ++k) {
+        children[k] = {box->first + k * step, box->level + 1, 0, 0};
+        children[k].colors = colors_of(hash, &children[k]);
+    }
+}
+
+bool hash_mean(const color_hash* hash, const color_box* box, uint8_t mean[3]) {
+    if (box->colors == 1) {
+        single_color(hash, box, mean);
+        return true;
+    }
+    if (box->level > CELL_LEVEL) return false;
+    const color_cell* cell = &hash->cells[box->first / CELL_PLACES];
+    uint64_t pixels = 0;
+    uint64_t sums[3] = {};
+    for (const color_cell* end = cell + places_of(box) / CELL_PLACES; cell < end; ++cell) {
+        pixels += cell->pixels;
+        sums[0] += cell->red;
+        sums[1] += cell->green;
+        sums[2] += cell->blue;
+    }
+    bool settled = true;
+    for (int c = 0; c < 3; ++c)
+        settled = round_mean(sums[c], pixels, box->colors, &mean[c]) && settled;
+    return settled;
+}
+
+bool hash_recount(color_hash* hash, const color_box* boxes, int count) {
+    hash->bases = mem_new_array<uint32_t>(WORDS);
+    if (hash->bases == nullptr) return no_memory(WORDS * sizeof(uint32_t), __LINE__);
+    for (size_t i = 0; i < WORDS; ++i)
+        hash->bases[i] = NOT_COUNTED;
+    uint32_t counters = 0;
+    for (int i = 0; i < count; ++i)
+        counters = give_counters(hash, &boxes[i], counters);
+    size_t bytes = counters * sizeof(uint32_t);
+    hash->counts = static_cast<uint32_t*>(mem_alloc_zeroed(bytes));
+    return hash->counts != nullptr || no_memory(bytes, __LINE__);
+}
+
+void hash_count(color_hash* hash, const uint8_t* red, const uint8_t* green, const uint8_t* blue, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        uint32_t place = place_of(red[i], green[i], blue[i]);
+        if (hash->bases[place / 64] != NOT_COUNTED) ++*counter_of(hash, place);
+    }
+}
+
+void hash_mean_in_order(const color_hash* hash, const color_box* box, uint8_t mean[3]) {
+    double total = 0.0;
+    each_in_order(hash, box, [&](uint8_t, uint8_t, uint8_t, uint32_t pixels) { total += pixels; });
+    double sums[3] = {};
+    each_in_order(hash, box, [&](uint8_t red, uint8_t green, uint8_t blue, uint32_t pixels) {
+        double share = pixels / total;
+        sums[0] += share * red;
+        sums[1] += share * green;
+        sums[2] += share * blue;
+    });
+    for (int c = 0; c < 3; ++c)
+        mean[c] = rounded(sums[c]);
 }
 
 void hash_free(color_hash* hash) {
     mem_free(hash->cells);
-    mem_free(hash->spare);
-    blocks_free(hash->blocks);
+    mem_free(hash->bases);
+    mem_free(hash->counts);
     *hash = {};
 }

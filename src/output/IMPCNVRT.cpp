@@ -240,6 +240,14 @@ int grey_to_mapped(Impack* pack, const request* r) {
 
 // ---- the choice ----------------------------------------------------------------------------------------------------
 
+using conversion = int (*)(Impack*, const request*);
+
+// A step between levels, and an index in a byte, ask for 2 to 256 colours.
+int with_colors(Impack* pack, const request* r, conversion convert) {
+    bool fits = r->colors >= 2 && r->colors <= COLORS_MAX;
+    return fits ? convert(pack, r) : imp_fail(IMP_BAD_FLAG);
+}
+
 int run_selector(Impack* pack, const request* r) {
     bool to_8_bit = imp_format_is_8_bit(r->format) != 0;
     int selector = pack->index_plane != nullptr ? HAS_INDEX : 0;
@@ -249,12 +257,12 @@ int run_selector(Impack* pack, const request* r) {
     if ((selector & HAS_INDEX) == 0 && imp_lacks_planes(pack)) return imp_fail(IMP_BAD_PACK);
     switch (selector) {
     case 0: return correct_gamma(pack, r);
-    case TO_8_BIT: return planes_to_grey(pack, r);
-    case TO_8_BIT | TO_MAPPED: return planes_to_mapped(pack, r);
+    case TO_8_BIT: return with_colors(pack, r, planes_to_grey);
+    case TO_8_BIT | TO_MAPPED: return with_colors(pack, r, planes_to_mapped);
     case HAS_INDEX: return index_to_planes(pack, r);
     case HAS_INDEX | HAS_TABLE: return expand_by_table(pack, r);
-    case HAS_INDEX | TO_8_BIT | HAS_TABLE: return table_to_grey(pack, r);
-    case HAS_INDEX | TO_8_BIT | TO_MAPPED: return grey_to_mapped(pack, r);
+    case HAS_INDEX | TO_8_BIT | HAS_TABLE: return with_colors(pack, r, table_to_grey);
+    case HAS_INDEX | TO_8_BIT | TO_MAPPED: return with_colors(pack, r, grey_to_mapped);
     default: return IMP_OK;
     }
 }
@@ -285,9 +293,7 @@ int settle_request(request* r, bool correct) {
         return imp_fail_saying(IMP_BAD_FORMAT, "Unsupported format: %d. Line %d, File %s.\n", r->format, __LINE__,
                                SOURCE);
     }
-    // A step between levels, and an index in a byte, ask for as many.
-    bool counts = imp_format_is_8_bit(r->format) != 0;
-    return counts && (r->colors < 2 || r->colors > COLORS_MAX) ? imp_fail(IMP_BAD_FLAG) : static_cast<int>(IMP_OK);
+    return IMP_OK;
 }
 
 } // namespace

@@ -18,7 +18,10 @@ struct table_maker {
     color_hash hash;
     color_box stack[COLORS_MAX]; // the boxes still to be dealt with: each has a slot of the table or more
     int boxes;
-    int32_t made; // entries
+    int32_t made;                    // entries
+    color_box unsettled[COLORS_MAX]; // boxes of entries whose colour takes a second pass
+    int32_t unsettled_entry[COLORS_MAX];
+    int unsettled_count;
 };
 
 int ran_out_of_memory(int line) {
@@ -34,51 +37,25 @@ void tell_stage(const imp_progress* p, const char* text) {
 int imp_accumulate_colors(table_maker* m) {
     const Impack* pack = m->pack;
     tell_stage(m->progress, "       Accumulating color data");
+    if (!hash_start(&m->hash)) return ran_out_of_memory(__LINE__);
     int64_t at = 0;
     for (int32_t y = 0; y < pack->ysize; ++y, at += pack->xsize) {
-        if (!hash_add(&m->hash, pack->red_plane + at, pack->green_plane + at, pack->blue_plane + at,
-                      static_cast<size_t>(pack->xsize))) {
-            return ran_out_of_memory(__LINE__);
-        }
+        hash_add(&m->hash, pack->red_plane + at, pack->green_plane + at, pack->blue_plane + at,
+                 static_cast<size_t>(pack->xsize));
         if (imp_line_done(m->progress, pack, y)) return IMP_STOPPED;
     }
     imp_lines_done(m->progress, pack);
     return IMP_OK;
 }
 
-int imp_make_root_box(table_maker* m, int32_t colors) {
-    if (!hash_seal(&m->hash)) return ran_out_of_memory(__LINE__);
+void imp_make_root_box(table_maker* m, int32_t colors) {
+    hash_seal(&m->hash);
     auto distinct = static_cast<int32_t>(m->hash.distinct);
-    int32_t slots = colors < distinct ? colors : distinct;
-    m->stack[0] = {255, 0, 255, 0, 255, 0, true, distinct, slots, 0};
+    m->stack[0] = {0, 0, distinct, colors < distinct ? colors : distinct};
     m->boxes = 1;
-    return IMP_OK;
 }
 
 // ---- boxes ---------------------------------------------------------------------------------------------------------
-
-// A half of a channel's range. The upper half of a single value is empty.
-void take_half(uint8_t* high, uint8_t* low, bool upper) {
-    int middle = (*high + *low) >> 1;
-    if (!upper) {
-        *high = static_cast<uint8_t>(middle);
-    } else if (middle < *high) {
-        *low = static_cast<uint8_t>(middle + 1);
-    } else {
-        *low = 1;
-        *high = 0;
-    }
-}
-
-// Red varies slowest.
-void make_children(const color_box* box, color_box children[BOX_CHILDREN]) {
-    for (int k = 0; k < BOX_CHILDREN; ++k) {
-        children[k] = *box;
-        take_half(&children[k].max_red, &children[k].min_red, (k & 4) != 0);
-        take_half(&children[k].max_green, &children[k].min_green, (k & 2) != 0);
-        take_half(&children[k].max_blue, &children[k].min_blue, (k & 1) != 0);
-    }
-}
 
 // The child that gives up a slot: the most slots, then the fewest colours, then the first.
 color_box* richest(color_box children[BOX_CHILDREN]) {
@@ -106,7 +83,6 @@ void share_slots(const color_box* box, color_box children[BOX_CHILDREN]) {
 
 void split_box(table_maker* m, const color_box* box) {
     color_box children[BOX_CHILDREN];
-    make_children(box, children);
     hash_split(&m->hash, box, children);
     share_slots(box, children);
     for (const color_box& child : children) {
@@ -114,20 +90,37 @@ void split_box(table_maker* m, const color_box* box) {
     }
 }
 
-uint16_t rounded(double value) {
-    value += 0.5;
-    return static_cast<uint16_t>(value < 255.0 ? value : 255.0);
+rzl_vlt_entry entry_of(int32_t slot, const uint8_t color[3]) {
+    return {static_cast<uint16_t>(slot), color[0], color[1], color[2]};
 }
 
 // Stores the next entry of the table. True when the work is to stop.
 bool imp_box_color(table_maker* m, const color_box* box) {
-    mean_color mean = hash_mean(&m->hash, box);
-    auto slot = static_cast<uint16_t>(m->made);
-    m->pack->vlt[m->made++] = {slot, rounded(mean.red), rounded(mean.green), rounded(mean.blue)};
+    uint8_t mean[3] = {};
+    if (!hash_mean(&m->hash, box, mean)) {
+        m->unsettled_entry[m->unsettled_count] = m->made;
+        m->unsettled[m->unsettled_count++] = *box;
+    }
+    m->pack->vlt[m->made] = entry_of(m->made, mean);
+    ++m->made;
     if (imp_wants(m->progress, IMP_COUNTERS)) {
         imp_tell(m->progress, IMP_MESSAGE_LINES, "       COLOR %3d/%3d\r", m->made, m->pack->vlt_count);
     }
     return imp_step_stops(m->progress);
+}
+
+// The colours that hash_mean() has left open.
+int settle_entries(table_maker* m) {
+    const Impack* pack = m->pack;
+    if (m->unsettled_count == 0) return IMP_OK;
+    if (!hash_recount(&m->hash, m->unsettled, m->unsettled_count)) return ran_out_of_memory(__LINE__);
+    hash_count(&m->hash, pack->red_plane, pack->green_plane, pack->blue_plane, static_cast<size_t>(pack->pixels));
+    for (int i = 0; i < m->unsettled_count; ++i) {
+        uint8_t mean[3];
+        hash_mean_in_order(&m->hash, &m->unsettled[i], mean);
+        pack->vlt[m->unsettled_entry[i]] = entry_of(m->unsettled_entry[i], mean);
+    }
+    return IMP_OK;
 }
 
 int imp_split_boxes(table_maker* m) {
@@ -180,14 +173,17 @@ void imp_place_black_white(Impack* pack) {
 
 int pick_with(table_maker* m, int32_t colors) {
     int code = imp_accumulate_colors(m);
-    if (code == IMP_OK) code = imp_make_root_box(m, colors);
     if (code != IMP_OK) return code;
+    imp_make_root_box(m, colors);
     m->pack->vlt_count = m->stack[0].slots;
-    return imp_split_boxes(m);
+    code = imp_split_boxes(m);
+    return code == IMP_OK ? settle_entries(m) : code;
 }
 
 int imp_pick_colors(Impack* pack, int32_t colors, imp_progress* p) {
-    table_maker m = {pack, p, {}, {}, 0, 0};
+    table_maker m = {};
+    m.pack = pack;
+    m.progress = p;
     int code = pick_with(&m, colors);
     hash_free(&m.hash);
     if (code == IMP_OK) imp_place_black_white(pack);

@@ -3,8 +3,8 @@
 //
 // Names. The application keeps paths in clean form, lower case with "\" as separator. A path is turned into a real one
 // at the moment of access: the text as given is tried first; then a drive such as "c:" is dropped, "\" becomes "/", and
-// each component is matched exactly, or else without regard to case. A file to be created gets its directory resolved
-// so and its last component as given. Every call below that takes a path does this by itself.
+// each component is matched exactly, or else without regard to case; one that is Latin-1 finds its UTF-8 name. A file to
+// be created gets its directory resolved so and its last component as given, in UTF-8. Every call below that takes a path does this by itself.
 //
 // Offsets and sizes are 64-bit byte counts. A transfer goes on until it is complete, at the end of the file, or failed.
 #pragma once
@@ -52,20 +52,39 @@ bool files_rename(const char* from, const char* to); // replaces `to`
 // The directory of the running program's file, without a trailing separator. False when it can't be told.
 bool files_program_directory(char* path, size_t size);
 
+// Why a file can't be opened for reading, in words that follow its name and a colon; null when it can. FIFOs and
+// sockets are refused, and nothing is waited for.
+const char* files_input_fault(const char* path);
+
 // ---- replacing a file --------------------------------------------------------------------------------------------
 
-// Writes a name for the new content of `target` into `fresh`, in the same directory, and sees to it that such a file is
-// removed if the process is interrupted or stops. A second call takes another file into the same replacement. False when
-// the name does not fit, the directory doesn't exist, `target` exists and is no plain file or is under way already, or
-// two files are.
+// The one way to write a file of the user's. The new content is written under a name of its own in the target's
+// directory, which nobody can foresee and which is made for it, with the target's permissions before it holds a byte.
+// The commit brings the content to the disk before it takes the target's name, and the directory after that. Until
+// then, after a failure, and after a signal that ends the process, the target stands as it was and the new content is
+// gone. What a process that was killed has left is removed when the same target is written again.
+
+// Writes the name for the new content of `target` into `fresh`. A second call takes another file into the same
+// replacement. A link is followed: the file that it names is replaced. False when a name does not fit, the directory
+// doesn't exist or can't be written, `target` exists and is no plain file or is under way already, or two files are.
 bool files_replace_begin(const char* target, char* fresh, size_t size);
 
+// The same for a file that must not exist yet: false when it does, and the commit fails when it does by then.
+bool files_create_begin(const char* target, char* fresh, size_t size);
+
 // Puts the new content in the place of `target`, which is old or new as a whole at every moment; two files in the order
-// in which they were begun. False, with what is left of the new content removed, when that fails.
+// in which they were begun. False, with the targets as they were, when that fails.
 bool files_replace_commit();
 
 // Gives the replacement up and removes what was written.
 void files_replace_abandon();
+
+// All of it at once, for a file that is in memory; independent of a replacement that is under way.
+bool files_replace_whole(const char* target, const void* bytes, size_t size);
+
+// The system's words for the first failure of this thread to write, create or replace a file since a replacement was
+// begun, as "No space left on device"; empty when there was none or the system gave no reason.
+const char* files_write_failure();
 
 // ---- handles -----------------------------------------------------------------------------------------------------
 
@@ -84,7 +103,8 @@ constexpr int FILES_FROM_START = 0;
 constexpr int FILES_FROM_HERE = 1;
 constexpr int FILES_FROM_END = 2;
 
-// OS_FILE_NONE on failure. A directory can't be opened.
+// OS_FILE_NONE on failure. A directory can't be opened, nor, for reading, a FIFO or socket that has a name: nothing is
+// waited for.
 os_file files_open(const char* path, unsigned flags);
 
 // The standard input as a handle that can seek. A pipe is copied to a nameless temporary file first.

@@ -9,6 +9,7 @@
 
 #include "platform/faults.h"
 #include "platform/files.h"
+#include "platform/opening.h"
 #include "support/memory.h"
 
 namespace {
@@ -25,12 +26,7 @@ int open_flags(unsigned flags) {
     if ((flags & FILES_WRITE) != 0) mode = (flags & FILES_READ) != 0 ? O_RDWR : O_WRONLY;
     if ((flags & FILES_CREATE) != 0) mode |= O_CREAT;
     if ((flags & FILES_TRUNCATE) != 0) mode |= O_TRUNC;
-    return mode | O_CLOEXEC;
-}
-
-bool is_directory(int fd) {
-    struct stat info;
-    return fstat(fd, &info) == 0 && S_ISDIR(info.st_mode);
+    return mode;
 }
 
 // Repeats `move` (a read or write of the rest at `done`) until all is moved, nothing more comes, or it fails.
@@ -45,6 +41,12 @@ template <typename Move> int64_t transfer(size_t bytes, Move move) {
         done += static_cast<size_t>(moved);
     }
     return static_cast<int64_t>(done);
+}
+
+// Keeps the reason of a write that failed.
+ssize_t noted(ssize_t written) {
+    if (written < 0 && errno != EINTR) note_write_failure(errno);
+    return written;
 }
 
 int copy_to_nameless_file(int from) {
@@ -74,13 +76,9 @@ os_file files_open(const char* path, unsigned flags) {
     bool may_create = (flags & FILES_CREATE) != 0;
     bool named = may_create ? files_resolve_new(path, real, sizeof real) : files_resolve(path, real, sizeof real);
     if (!named) return OS_FILE_NONE;
-    int fd = open(real, open_flags(flags), 0666);
-    if (fd < 0) return OS_FILE_NONE;
-    if (is_directory(fd)) {
-        close(fd);
-        return OS_FILE_NONE;
-    }
-    return fd;
+    int fd = open_real(real, open_flags(flags));
+    if (fd < 0 && (flags & FILES_WRITE) != 0) note_write_failure(errno);
+    return fd >= 0 ? fd : OS_FILE_NONE;
 }
 
 os_file files_standard_input() {
@@ -106,7 +104,7 @@ int64_t files_read(os_file handle, void* buffer, size_t bytes) {
 
 int64_t files_write(os_file handle, const void* buffer, size_t bytes) {
     const auto* in = static_cast<const uint8_t*>(buffer);
-    return transfer(bytes, [&](size_t done, size_t left) { return write(descriptor(handle), in + done, left); });
+    return transfer(bytes, [&](size_t done, size_t left) { return noted(write(descriptor(handle), in + done, left)); });
 }
 
 int64_t files_read_at(os_file handle, int64_t offset, void* buffer, size_t bytes) {
@@ -119,7 +117,7 @@ int64_t files_read_at(os_file handle, int64_t offset, void* buffer, size_t bytes
 int64_t files_write_at(os_file handle, int64_t offset, const void* buffer, size_t bytes) {
     const auto* in = static_cast<const uint8_t*>(buffer);
     return transfer(bytes, [&](size_t done, size_t left) {
-        return pwrite(descriptor(handle), in + done, left, offset + static_cast<int64_t>(done));
+        return noted(pwrite(descriptor(handle), in + done, left, offset + static_cast<int64_t>(done)));
     });
 }
 

@@ -4,13 +4,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <dirent.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/files.h"
+#include "support/text.h"
 
 namespace {
 
@@ -61,16 +62,17 @@ bool try_component(path_text* done, const char* name, size_t length, const char*
     return false;
 }
 
-// Looks for the component in the directory without regard to case. Each candidate is followed to the end, so that a
-// second directory that differs in case only is found as well.
+// Looks for the component in the directory without regard to case, and to whether it is UTF-8 or Latin-1. Each
+// candidate is followed to the end, so that a second directory that differs in case only is found as well.
 bool try_other_case(path_text* done, const char* name, size_t length, const char* rest) {
     DIR* directory = opendir(done->length > 0 ? done->text : ".");
     if (directory == nullptr) return false;
     bool found = false;
     for (const dirent* entry = readdir(directory); entry != nullptr && !found; entry = readdir(directory)) {
-        if (std::strlen(entry->d_name) != length || strncasecmp(entry->d_name, name, length) != 0) continue;
-        if (std::strncmp(entry->d_name, name, length) == 0) continue; // tried already
-        found = try_component(done, entry->d_name, length, rest);
+        const size_t entry_length = std::strlen(entry->d_name);
+        if (!text_same_name(entry->d_name, entry_length, name, length)) continue;
+        if (entry_length == length && std::memcmp(entry->d_name, name, length) == 0) continue; // tried already
+        found = try_component(done, entry->d_name, entry_length, rest);
     }
     closedir(directory);
     return found;
@@ -101,9 +103,10 @@ bool files_resolve_new(const char* path, char* real, size_t size) {
     char slashes[FILES_PATH_SIZE];
     if (path == nullptr || !to_slashes(path, slashes, sizeof slashes)) return false;
     char* last = std::strrchr(slashes, '/');
-    if (last == nullptr) return copy_text(slashes, real, size);
-    if (last[1] == '\0') return false;
-    const char* name = last + 1;
+    char name[FILES_PATH_SIZE];
+    if (!text_to_utf8(last != nullptr ? last + 1 : slashes, name, sizeof name)) return false;
+    if (last == nullptr) return copy_text(name, real, size);
+    if (name[0] == '\0') return false;
     char directory[FILES_PATH_SIZE] = "/";
     if (last != slashes) {
         *last = '\0';
@@ -179,20 +182,31 @@ bool files_full_path(const char* path, char* full, size_t size) {
 
 bool files_make_directory(const char* path) {
     if (files_is_directory(path)) return true;
-    char parent[FILES_PATH_SIZE];
-    if (!to_slashes(path, parent, sizeof parent)) return false;
-    size_t length = std::strlen(parent);
-    while (length > 1 && parent[length - 1] == '/')
-        parent[--length] = '\0';
+    char part[FILES_PATH_SIZE];
     char real[FILES_PATH_SIZE];
-    char* last = std::strrchr(parent, '/');
-    if (last != nullptr && last != parent) {
-        *last = '\0';
-        if (!files_make_directory(parent)) return false;
-        *last = '/';
+    if (path[0] == '\0' || !to_slashes(path, part, sizeof part)) return false;
+    // up to the first component that does not exist
+    char* end = part;
+    char kept = '\0';
+    do {
+        *end = end == part ? *end : kept;
+        end += std::strspn(end, "/");
+        end += std::strcspn(end, "/");
+        kept = std::exchange(*end, '\0');
+    } while (kept != '\0' && files_is_directory(part));
+    if (!files_resolve_new(part, real, sizeof real)) return false;
+    *end = kept;
+    // that one, and from there on names are as they are given
+    path_text made = {};
+    if (!append(&made, real, std::strlen(real))) return false;
+    while (mkdir(made.text, 0777) == 0 || files_is_directory(made.text)) {
+        end += std::strspn(end, "/");
+        if (*end == '\0') return true;
+        size_t length = std::strcspn(end, "/");
+        if (!append(&made, "/", 1) || !append(&made, end, length)) return false;
+        end += length;
     }
-    if (!files_resolve_new(parent, real, sizeof real)) return false;
-    return mkdir(real, 0777) == 0 || files_is_directory(real);
+    return false;
 }
 
 bool files_remove(const char* path) {

@@ -151,18 +151,6 @@ bool make_directory_of(const char* path) {
     return files_make_directory(directory);
 }
 
-bool write_whole(const char* path, const char* text, size_t size) {
-    char fresh[FILES_PATH_SIZE];
-    if (std::snprintf(fresh, sizeof fresh, "%s.new", path) >= static_cast<int>(sizeof fresh)) return false;
-    file_stream* stream = stream_open(fresh, "wb");
-    if (stream == nullptr) return false;
-    bool good = stream_write(text, 1, size, stream) == size;
-    if (stream_close(stream) != 0) good = false;
-    if (good && files_rename(fresh, path)) return true;
-    files_remove(fresh);
-    return false;
-}
-
 } // namespace
 
 bool profile_default_path(char* path, size_t size) {
@@ -196,5 +184,5 @@ bool profile_set(const char* path, const char* section, const char* key, const c
     if (!text && files_exists(path)) return false; // it stands there but can't be read: it is not overwritten
     size_t size = 0;
     mem_guard<char> fresh(with_value(text ? text.get() : "", old_size, section, key, value, &size));
-    return static_cast<bool>(fresh) && make_directory_of(path) && write_whole(path, fresh.get(), size);
+    return static_cast<bool>(fresh) && make_directory_of(path) && files_replace_whole(path, fresh.get(), size);
 }

@@ -3,11 +3,16 @@
 // What is only written waits in room of ours, and the C library keeps none: it would copy a part of every large block.
 // It goes on in pieces that end where multiples of their size end in the file, which file systems take fastest.
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "platform/faults.h"
 #include "platform/files.h"
+#include "platform/opening.h"
 #include "support/memory.h"
 
 struct file_stream {
@@ -40,8 +45,15 @@ size_t room_left(const file_stream* stream) {
     return WRITE_ROOM - static_cast<size_t>(stream->place) % WRITE_ROOM - stream->count;
 }
 
-size_t write_through(file_stream* stream, const void* bytes, size_t count) {
+// fwrite() with the reason of its failure kept.
+size_t write_noted(file_stream* stream, const void* bytes, size_t count) {
     size_t written = std::fwrite(bytes, 1, count, stream->file);
+    if (written != count) note_write_failure(errno);
+    return written;
+}
+
+size_t write_through(file_stream* stream, const void* bytes, size_t count) {
+    size_t written = write_noted(stream, bytes, count);
     stream->place += static_cast<int64_t>(written);
     return written;
 }
@@ -57,7 +69,7 @@ bool pass_on(file_stream* stream) {
 
 // How many bytes were taken.
 size_t put(file_stream* stream, const void* bytes, size_t count) {
-    if (stream->waiting == nullptr) return std::fwrite(bytes, 1, count, stream->file);
+    if (stream->waiting == nullptr) return write_noted(stream, bytes, count);
     if (count >= WRITE_ROOM) return pass_on(stream) ? write_through(stream, bytes, count) : 0;
     const auto* from = static_cast<const uint8_t*>(bytes);
     for (size_t done = 0; done < count;) {
@@ -70,20 +82,39 @@ size_t put(file_stream* stream, const void* bytes, size_t count) {
     return count;
 }
 
+// Whether what the C library still held went out.
+bool went_out(int result) {
+    if (result != 0) note_write_failure(errno);
+    return result == 0;
+}
+
+// The C library's stream over a file that open_real() lets pass.
+std::FILE* open_stream(const char* real, const char* mode) {
+    bool both = std::strchr(mode, '+') != nullptr;
+    int words = both ? O_RDWR : mode[0] == 'r' ? O_RDONLY : O_WRONLY;
+    if (mode[0] != 'r') words |= O_CREAT | (mode[0] == 'a' ? O_APPEND : O_TRUNC);
+    int fd = open_real(real, words);
+    std::FILE* file = fd >= 0 ? fdopen(fd, mode) : nullptr;
+    if (file != nullptr) return file;
+    if (mode[0] != 'r' || both) note_write_failure(errno);
+    if (fd >= 0) close(fd);
+    return nullptr;
+}
+
 } // namespace
 
 file_stream* stream_open(const char* path, const char* mode) {
     char real[FILES_PATH_SIZE];
     bool existing = mode[0] == 'r';
     bool named = existing ? files_resolve(path, real, sizeof real) : files_resolve_new(path, real, sizeof real);
-    if (!named || files_is_directory(real)) return nullptr;
+    if (!named) return nullptr;
     // What can be read back as well is left to the C library.
     bool only_written = !existing && std::strchr(mode, '+') == nullptr;
     size_t bytes = only_written ? WRITE_ROOM : existing ? 0 : READ_BACK_ROOM;
     auto* stream = static_cast<file_stream*>(mem_alloc(sizeof(file_stream) + bytes));
     if (stream == nullptr) return nullptr;
     *stream = {};
-    stream->file = std::fopen(real, mode);
+    stream->file = open_stream(real, mode);
     if (stream->file == nullptr) {
         mem_free(stream);
         return nullptr;
@@ -104,8 +135,8 @@ file_stream* stream_standard_output() {
 int stream_close(file_stream* stream) {
     (void)pass_on(stream);
     bool failed = stream->failed || std::ferror(stream->file) != 0;
-    if (stream->is_standard_output) return std::fflush(stream->file) == 0 && !failed ? 0 : -1;
-    if (std::fclose(stream->file) != 0) failed = true;
+    if (stream->is_standard_output) return went_out(std::fflush(stream->file)) && !failed ? 0 : -1;
+    if (!went_out(std::fclose(stream->file))) failed = true;
     mem_free(stream);
     return failed ? -1 : 0;
 }
@@ -148,7 +179,7 @@ int64_t stream_tell(file_stream* stream) {
 }
 
 int stream_flush(file_stream* stream) {
-    if (pass_on(stream) && std::fflush(stream->file) == 0) return 0;
+    if (pass_on(stream) && went_out(std::fflush(stream->file))) return 0;
     stream->failed = true;
     return -1;
 }

@@ -248,7 +248,7 @@ typedef struct rzl_memfile {
     int32_t length; /* size of the block; it never grows */
     uint32_t owned; /* bit 0: closing frees the record with free() */
     int32_t position;
-    uint32_t reserved;
+    int32_t used; /* the size of the file that was written: up to the last byte that a put or the header reached */
     int32_t data_start; /* position when rzl_write_header() finished */
 } rzl_memfile;
 
@@ -291,8 +291,8 @@ typedef struct rzl_format_row {
 
 /* ---- opening and closing ---- */
 
-/* Open an existing file: for reading, or for changing it in place. A null name is the standard input, read only.
- * The handle, or null. */
+/* Open an existing file: for reading, or for changing it in place. A null name is the standard input, read only. A
+ * backslash in a name separates directories, as a slash does. The handle, or null. */
 RZL_API CFILE* rzl_open_r(const char* name);
 RZL_API CFILE* rzl_open_rw(const char* name);
 
@@ -347,7 +347,8 @@ RZL_API int rzl_copy_data(CFILE* from, CFILE* to);
 
 /* Read the next line: into one buffer, into three planes, or into `channels` planes. A plane that is not wanted is
  * null. A plane has field-1 samples: a byte each, or as the data format has it; a bilevel line is ((xsize + 15) / 16) x
- * 2 bytes. On a file with three planes rzl_getline() gives the first. */
+ * 2 bytes, but three planes of a bilevel file with a colour table are colours, a byte each. On a file with three planes
+ * rzl_getline() gives the first. */
 RZL_API int rzl_getline(CFILE* cfile, void* buffer);
 RZL_API int rzl_getline3(CFILE* cfile, void* red, void* green, void* blue);
 RZL_API int rzl_getline_channels(CFILE* cfile, int channels, void* const* buffers);
@@ -357,8 +358,11 @@ RZL_API int rzl_getline16(CFILE* cfile, uint16_t* buffer);
  * field 35 is set. */
 RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
 
-/* Read the next line in its stored coding. `*size` is the buffer's size on entry and the size used, or, with status
- * RZL_RLE_BUFFER_SMALL, the size needed, on return. */
+/* Read the next line in run-coded form. A native file gives the bytes that it stores; every other gives 16-bit run
+ * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. `*size` is the buffer's
+ * size on entry and the size used on return, or, with status RZL_RLE_BUFFER_SMALL, the size needed. A strip is a block
+ * of field-32 lines as such runs, one line behind the other; there the size told is a first try, which may have to be
+ * repeated. */
 RZL_API int rzl_get_rle_line(CFILE* cfile, void* buffer, int32_t* size);
 RZL_API int rzl_get_rle_strip(CFILE* cfile, void* buffer, int32_t* size);
 
@@ -396,6 +400,10 @@ RZL_API int rzl_put_rle_tile(CFILE* cfile, const void* buffer, int32_t size);
 
 /* ---- the rest ---- */
 
+/* Turn one byte a pixel into a bilevel line of ((count + 15) / 16) x 2 bytes: a pixel of at least `threshold` sets its
+ * bit. `in` and `out` must not overlap. */
+RZL_API void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int threshold);
+
 /* Turn `count` pixels of a bilevel line (16-bit words, low byte first, the first pixel in the top bit) into one byte a
  * pixel: `zero` or `one`. `in` and `out` must not overlap. */
 RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uint8_t zero, uint8_t one);
@@ -412,12 +420,25 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
  * table. For the whole process; open files stay as they were opened. */
 RZL_API void rzl_set_extended(int on);
 
+/* Room that each plane of a line call needs, in bytes, for the active image and a resampling that is in force; and that
+ * the one buffer of an interleaved call needs. 0 for a handle that is not valid. */
+RZL_API size_t rzl_line_size(CFILE* cfile);
+RZL_API size_t rzl_interleaved_size(CFILE* cfile);
+
+/* The version of the library that runs, RZL_VERSION of the one that it was built from. */
+RZL_API const char* rzl_version(void);
+
 /* A library-wide value. Always 0. */
 RZL_API int rzl_get_global(int32_t field, void* value);
 
 /* 1 when something that the file should hold was missing and had to be made up: lines of a cut scannable file that read
  * as zero, a colour table or packets that were dropped. 0 otherwise. */
 RZL_API int rzl_is_damaged(CFILE* cfile);
+
+/* How many lines of the active image the file can hold, as large as it is and with each byte standing for as many
+ * pixels as its coding has at best: field 2, or fewer where the header claims what can't be there. A caller that takes
+ * memory or loops by the height of a file that it does not trust takes this instead. 0 for a handle that is none. */
+RZL_API int32_t rzl_lines_held(CFILE* cfile);
 
 /* The symbolic name of a status word, such as "RZL_CANNOT_OPEN". Never null. */
 RZL_API const char* rzl_status_name(uint32_t status);

@@ -27,6 +27,11 @@ void log_set_sink(log_sink sink, void* user) {
     state.sink_user = user;
 }
 
+void log_get_sink(log_sink* sink, void** user) {
+    *sink = state.sink;
+    *user = state.sink_user;
+}
+
 void log_to_standard_error(void* /*user*/, int /*level*/, const char* text) {
     std::fprintf(stderr, "%s\n", text);
 }

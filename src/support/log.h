@@ -27,6 +27,9 @@ using stop_action = void (*)(void* user, int status);
 // Installs the sink; null shows nothing. `user` is handed back at each call.
 void log_set_sink(log_sink sink, void* user);
 
+// The sink in force and its user, for whoever replaces it for a while.
+void log_get_sink(log_sink* sink, void** user);
+
 // A sink that writes "text\n" to standard error, for command-line programs. `user` is not used.
 void log_to_standard_error(void* user, int level, const char* text);
 

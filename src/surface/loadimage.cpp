@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "platform/files.h"
+#include "platform/pages.h"
 #include "raster/rzl.h"
 #include "support/checked.h"
 #include "support/log.h"
@@ -18,11 +19,6 @@ constexpr const char* DEFAULT_ROOT = "c:\\vantor";
 constexpr int32_t ORIENTATION_ROWS = 3; // low two bits of the scan order
 constexpr int32_t ORIENTATION_RIGHT_TO_LEFT = 1;
 constexpr int32_t ORIENTATION_BOTTOM_UP = 2; // from this value on the last row comes first
-
-// The most pixels that a byte of a file can stand for, by data format. What a header claims beyond that can't be there,
-// and no memory is taken for it. Other standards report the nearest data format, so only native files are held to it.
-constexpr int64_t GREATEST_EXPANSION = 70000;
-constexpr int64_t BYTE_RUN_EXPANSION = 64; // 128 pixels in a control byte and a value
 
 // ---- finding the file --------------------------------------------------------------------------------------------
 
@@ -42,17 +38,22 @@ struct raster_shape {
     int32_t width, height; // stored
     int32_t format;
     bool bottom_up, right_to_left;
-    bool has_colors; // a table that standards with tables of two colours turn their lines into
+    bool black_and_white; // bilevel, without a table of its two colours
 };
 
-// Of the standards with bilevel lines, those that keep colours for them.
-bool has_two_colors(CFILE* file) {
-    int32_t standard = -1;
-    int32_t type = 0;
-    rzl_get_hdr_data(file, RZL_FIELD_STANDARD, &standard);
+bool is_bilevel(int32_t format) {
+    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP3 ||
+           format == RZL_FORMAT_GROUP4;
+}
+
+// A table with more entries is none that the library looks pixels up in.
+bool has_table(CFILE* file) {
+    constexpr int32_t MOST_ENTRIES = 512;
+    int32_t type = RZL_VLT_NONE;
+    int32_t entries = 0;
     rzl_get_hdr_data(file, RZL_FIELD_VLT_TYPE, &type);
-    bool keeps = standard == RZL_STANDARD_GIF || standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX;
-    return keeps && type != RZL_VLT_NONE;
+    rzl_get_hdr_data(file, RZL_FIELD_VLT_ENTRIES, &entries);
+    return (type == RZL_VLT_BYTES || type == RZL_VLT_ENTRIES) && entries > 0 && entries <= MOST_ENTRIES;
 }
 
 bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape* shape) {
@@ -62,9 +63,9 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
                 rzl_get_hdr_data(file, RZL_FIELD_FORMAT, &shape->format) == 0;
     if (!good || shape->file_width < 1 || shape->file_height < 1) return false;
     rzl_get_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
+    shape->black_and_white = is_bilevel(shape->format) && !has_table(file);
     shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
     shape->right_to_left = orientation > 0 && (orientation & ORIENTATION_RIGHT_TO_LEFT) != 0;
-    shape->has_colors = has_two_colors(file);
     // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up or mirrored file is stored whole.
     bool whole = shape->bottom_up || shape->right_to_left;
     shape->width = whole || shape->file_width < max_width ? shape->file_width : max_width;
@@ -72,30 +73,10 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
     return shape->width > 0 && shape->height > 0;
 }
 
-int64_t greatest_expansion(CFILE* file, int32_t format) {
-    int32_t standard = -1;
-    int32_t scannable = 0;
-    rzl_get_hdr_data(file, RZL_FIELD_STANDARD, &standard);
-    rzl_get_hdr_data(file, RZL_FIELD_SCANNABLE, &scannable);
-    if (standard != RZL_STANDARD_KRVN || scannable != 0) return GREATEST_EXPANSION; // scannable: lines may be left out
-    switch (format) {
-    case RZL_FORMAT_BYTE:
-    case RZL_FORMAT_RGB:
-    case RZL_FORMAT_FOUR: return 1;
-    case RZL_FORMAT_PLANE_RUNS:
-    case RZL_FORMAT_BYTE_RUNS:
-    case RZL_FORMAT_FOUR_PLANE_RUNS: return BYTE_RUN_EXPANSION;
-    default: return GREATEST_EXPANSION;
-    }
-}
-
-bool file_can_hold(CFILE* file, const char* path, const raster_shape* shape) {
-    int64_t size = files_size_of(path);
-    if (size < 0) return true; // a device: reading tells
-    // The last row is as wide as the file's, whatever is stored of it.
-    int64_t pixels = int64_t{shape->width} * shape->height;
-    if (pixels < shape->file_width) pixels = shape->file_width;
-    return pixels / greatest_expansion(file, shape->format) <= size;
+// No memory is taken for what a header claims beyond what the file can hold. The last row is as wide as the file's,
+// whatever is stored of it.
+bool file_can_hold(CFILE* file, const raster_shape* shape) {
+    return rzl_lines_held(file) >= shape->height;
 }
 
 // A line is read whole while rows stand the stored width apart, so that the last row needs room for the file's width.
@@ -106,11 +87,6 @@ bool plane_size(const raster_shape* shape, size_t* bytes) {
 }
 
 // ---- lines -------------------------------------------------------------------------------------------------------
-
-bool is_bilevel(int32_t format) {
-    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP3 ||
-           format == RZL_FORMAT_GROUP4;
-}
 
 bool is_four_channel(int32_t format) {
     return format == RZL_FORMAT_JPEG_FOUR || format == RZL_FORMAT_FOUR_PLANE_RUNS || format == RZL_FORMAT_FOUR;
@@ -127,9 +103,7 @@ struct line_reader {
     uint8_t* spare; // a packed bilevel line, or the fourth channel; null when neither is needed
 };
 
-// Two colours, where the file has a table of them; black and white otherwise.
 bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
-    if (r->shape->has_colors) return rzl_getline3(r->file, red, green, blue) == 0;
     if (rzl_getline(r->file, r->spare) != 0) return false;
     auto width = static_cast<size_t>(r->shape->file_width);
     rzl_unpack_bits(r->spare, red, r->shape->file_width, 0, 255);
@@ -139,14 +113,14 @@ bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* b
 }
 
 bool read_line(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
-    if (is_bilevel(r->shape->format)) return read_bilevel(r, red, green, blue);
+    if (r->shape->black_and_white) return read_bilevel(r, red, green, blue);
     if (!is_four_channel(r->shape->format)) return rzl_getline3(r->file, red, green, blue) == 0;
     void* buffers[4] = {red, green, blue, r->spare};
     return rzl_getline_channels(r->file, 4, buffers) == 0;
 }
 
-bool needs_spare(int32_t format) {
-    return is_bilevel(format) || is_four_channel(format);
+bool needs_spare(const raster_shape* shape) {
+    return shape->black_and_white || is_four_channel(shape->format);
 }
 
 // Reads the lines in file order into the planes, from the last row up for a bottom-up file. Each line is overwritten at
@@ -163,14 +137,21 @@ bool read_lines(const line_reader* r, raster_image* image) {
     return true;
 }
 
+// A plane is walked over by every redraw and every pass, from its beginning to its end.
+uint8_t* new_plane(size_t bytes) {
+    auto* plane = mem_new_array<uint8_t>(bytes);
+    if (plane != nullptr) pages_prefer_large(plane, bytes);
+    return plane;
+}
+
 bool allocate(raster_image* image, const raster_shape* shape, const char* path) {
     size_t bytes = 0;
     if (!plane_size(shape, &bytes)) return false;
     image->width = shape->width;
     image->height = shape->height;
-    image->red = mem_new_array<uint8_t>(bytes);
-    image->green = mem_new_array<uint8_t>(bytes);
-    image->blue = mem_new_array<uint8_t>(bytes);
+    image->red = new_plane(bytes);
+    image->green = new_plane(bytes);
+    image->blue = new_plane(bytes);
     image->name = mem_copy_text(path);
     return image->red != nullptr && image->green != nullptr && image->blue != nullptr && image->name != nullptr;
 }
@@ -180,10 +161,10 @@ enum class outcome { loaded, unreadable, no_memory };
 outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t max_height, raster_image* image) {
     raster_shape shape = {};
     if (!read_shape(file, max_width, max_height, &shape)) return outcome::unreadable;
-    if (!has_byte_samples(shape.format) || !file_can_hold(file, path, &shape)) return outcome::unreadable;
+    if (!has_byte_samples(shape.format) || !file_can_hold(file, &shape)) return outcome::unreadable;
     if (!allocate(image, &shape, path)) return outcome::no_memory;
     mem_guard<uint8_t> spare(nullptr);
-    if (needs_spare(shape.format)) {
+    if (needs_spare(&shape)) {
         spare.block = mem_new_array<uint8_t>(static_cast<size_t>(shape.file_width) + 2);
         if (!spare) return outcome::no_memory;
     }
@@ -213,6 +194,10 @@ bool find_raster_file(const char* path, char* found, size_t size) {
 raster_image* load_image(const char* path, int32_t max_width, int32_t max_height) {
     char found[FILES_PATH_SIZE];
     find_raster_file(path, found, sizeof found);
+    return load_found_image(path, found, max_width, max_height);
+}
+
+raster_image* load_found_image(const char* path, const char* found, int32_t max_width, int32_t max_height) {
     auto* image = mem_new<raster_image>();
     if (image == nullptr) {
         log_message(LOG_WARNING, "Failed to allocate memory for image structure.\n");

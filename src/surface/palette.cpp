@@ -44,16 +44,18 @@ entry_count count_entries(const char* text) {
     return count;
 }
 
-// Stores the colours of the text in the table, which has room for them. False when there is no memory.
-bool fill_colors(color_palette* colors, const char* text) {
+// Stores the colours of the text in the table, which has room for them. An entry that there is no memory for is lost,
+// with a message for each.
+void fill_colors(color_palette* colors, const char* text) {
     palette_item item;
     while (palette_next(&text, &item)) {
         if (item.body != palette_body::color) continue;
         named_color* color = color_new(item.name, item.red, item.green, item.blue);
-        if (color == nullptr) return false;
-        colors->entries[colors->count++] = color;
+        if (color != nullptr)
+            colors->entries[colors->count++] = color;
+        else
+            log_message(LOG_WARNING, "Failed to allocate memory for named color.\n");
     }
-    return true;
 }
 
 void make_up_name(char* name, size_t size, double red, double green, double blue) {
@@ -138,11 +140,7 @@ int palette_load(color_palette* colors, const char* path) {
             log_message(LOG_WARNING, "Failed to allocated memory for color_pal.\n");
             return 0;
         }
-        if (!fill_colors(colors, text.get())) {
-            log_message(LOG_WARNING, "Failed to allocate memory for named color.\n");
-            palette_clear(colors);
-            return 0;
-        }
+        fill_colors(colors, text.get());
     }
     return count.entries > 0 ? 1 : 0;
 }

@@ -30,10 +30,12 @@ struct pattern_palette {
 };
 
 // Replaces the table by the colours of a file. Returns non-zero if the file held at least one entry of either kind; 0
-// when it can't be read, has none, or there was no memory (after a message): the table is empty then.
+// when it can't be read, has none, or there was no memory for the table (after a message): the table is empty then. An
+// entry that there is no memory for is lost, after a message.
 int palette_load(color_palette* colors, const char* path);
 
-// Replaces the table by the patterns of a file. Returns 0 when it can't be read or there was no memory.
+// Replaces the table by the patterns of a file. Returns 0 when it can't be read or there was no memory for the table.
+// Without memory for an entry it stops with what it has, after a message.
 int pattern_palette_load(pattern_palette* patterns, const char* path);
 
 // Both. Returns non-zero on success. A failure is reported as "Load Failure on Palette file.".
@@ -43,8 +45,8 @@ int load_palette_file(color_palette* colors, pattern_palette* patterns, const ch
 int palette_save(const color_palette* colors, const pattern_palette* patterns, const char* path);
 
 // Adds an entry or changes the one of that name; an empty name is made from the numbers. Numbers are brought to 0.0 to
-// 1.0, and the name to one that a file can hold: "{" becomes "_", and 79 characters are kept. Returns 1 when the palette
-// changed, 0 when it was so already, -1 after a message when there is no memory, with the table as it was.
+// 1.0, and the name to one that a file can hold: "{" becomes "_", and 79 characters are kept. Returns 1 when the
+// palette changed, 0 when it was so already, -1 after a message when there is no memory, with the table as it was.
 int palette_add(color_palette* colors, const char* wanted, double red, double green, double blue);
 
 // Puts a raster file at `index`, or at the end when index is at or past the count, under a name made of `path`'s text

@@ -50,7 +50,8 @@ void path_clean(char* path) {
         }
     }
     if (to - start > 1 && to[-1] == '\\') --to;
-    if (to == start) *to++ = '\\';
+    // A bare drive stays as it is: the text has no room for more.
+    if (to == start && (start == path || from > start)) *to++ = '\\';
     *to = '\0';
 }
 

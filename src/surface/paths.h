@@ -7,7 +7,7 @@
 #include <cstddef>
 
 // Turns a path into clean form, in place; it never gets longer, but an empty path becomes "\", so there must be room
-// for two characters.
+// for two characters. A bare drive such as "c:" stays.
 void path_clean(char* path);
 
 // Cleans the path and returns 1 if it begins with "\" or has ":" as its second character.

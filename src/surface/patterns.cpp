@@ -42,15 +42,14 @@ bool entry_set(pattern_entry* entry, const char* file, const char* name) {
     return true;
 }
 
-// The load stops with what it has when there is no memory, and that counts as failed.
-bool fill_patterns(pattern_palette* patterns, const char* text) {
+// Stops with what it has when there is no memory, after a message.
+void fill_patterns(pattern_palette* patterns, const char* text) {
     palette_item item;
     while (palette_next(&text, &item)) {
         if (item.body != palette_body::pattern) continue;
-        if (!entry_set(&patterns->entries[patterns->count], item.file, item.name)) return false;
+        if (!entry_set(&patterns->entries[patterns->count], item.file, item.name)) return;
         ++patterns->count;
     }
-    return true;
 }
 
 // The name of a pattern: the text up to its first ".", with a capital.
@@ -89,7 +88,8 @@ int pattern_palette_load(pattern_palette* patterns, const char* path) {
         log_message(LOG_WARNING, "Failed to allocate memory for patterm list.\n");
         return 0;
     }
-    return fill_patterns(patterns, text.get()) ? 1 : 0;
+    fill_patterns(patterns, text.get());
+    return 1;
 }
 
 int pattern_set(pattern_palette* patterns, int index, const char* path) {

@@ -24,5 +24,8 @@ bool find_raster_file(const char* path, char* found, size_t size);
 // opened, or a line that can't be read.
 raster_image* load_image(const char* path, int32_t max_width, int32_t max_height);
 
+// The same for a path that find_raster_file() has given for `path`, which is the name in messages.
+raster_image* load_found_image(const char* path, const char* found, int32_t max_width, int32_t max_height);
+
 // Releases an image; null does nothing.
 void raster_image_free(raster_image* image);

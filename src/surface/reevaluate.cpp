@@ -12,10 +12,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "support/log.h"
 #include "support/memory.h"
+#include "surface/patterncache.h"
 #include "tnc/penline.h"
 
 namespace {
@@ -80,10 +80,10 @@ double greatest_position(const applique* a) {
     return s > t || !(s == s) ? s : t;
 }
 
-void side_init(side* to, const applique* a, const raster_image* pattern) {
-    to->is_pattern = a != nullptr && a->is_color == 0;
+// The pattern, if it is one, has been taken.
+void side_init(side* to, const applique* a) {
+    to->is_pattern = to->pattern != nullptr;
     to->placement = a;
-    to->pattern = pattern;
     to->fits_int32 = to->is_pattern && greatest_position(a) < INT32_SAFE;
     if (to->is_pattern) return;
     for (int channel = 0; channel < CHANNELS; ++channel) {
@@ -160,6 +160,8 @@ template <bool Subtract> void contribute(const side* from, const penline_run* ru
 
 // ---- the pass ------------------------------------------------------------------------------------------------------
 
+} // namespace
+
 struct reevaluation {
     raster_image* picture;
     side old_side;
@@ -167,8 +169,11 @@ struct reevaluation {
     bool by_table;                    // neither side is a pattern: one table of differences does
     int32_t change[CHANNELS][SHADES]; // new less old
     row_changed told;
+    const compressed_pen* pen;           // null: it has no pixels
     int32_t first_changed, last_changed; // columns of the row at work; first above last: none
 };
+
+namespace {
 
 uint8_t byte_of(int32_t value) {
     return static_cast<uint8_t>(value < 0 ? 0 : (value > 255 ? 255 : value));
@@ -232,18 +237,11 @@ void change_row(reevaluation* r, int32_t y, const pline* chain) {
     }
 }
 
-void change_pen(reevaluation* r, const compressed_pen* pen) {
-    r->by_table = !r->old_side.is_pattern && !r->new_side.is_pattern;
-    if (r->by_table) {
-        for (int channel = 0; channel < CHANNELS; ++channel) {
-            for (int shade = 0; shade < SHADES; ++shade) {
-                r->change[channel][shade] = r->new_side.table[channel][shade] - r->old_side.table[channel][shade];
-            }
+void make_changes(reevaluation* r) {
+    for (int channel = 0; channel < CHANNELS; ++channel) {
+        for (int shade = 0; shade < SHADES; ++shade) {
+            r->change[channel][shade] = r->new_side.table[channel][shade] - r->old_side.table[channel][shade];
         }
-    }
-    int32_t rows = std::min(pen->line_count, r->picture->height);
-    for (int32_t y = 0; y < rows; ++y) {
-        if (pen->lines[y] != nullptr) change_row(r, y, pen->lines[y]);
     }
 }
 
@@ -251,24 +249,10 @@ bool is_pattern(const applique* a) {
     return a != nullptr && a->is_color == 0;
 }
 
-raster_image* load_pattern(const applique* a) {
-    return load_image(a->file, LOAD_IMAGE_LIMIT, LOAD_IMAGE_LIMIT);
-}
-
-// Loads what the two appliques need; one image when both name one file.
-bool load_patterns(const applique* old_one, const applique* new_one, raster_image** old_image,
-                   raster_image** new_image) {
-    *old_image = *new_image = nullptr;
-    if (is_pattern(old_one)) {
-        *old_image = load_pattern(old_one);
-        if (*old_image == nullptr) return false;
-    }
-    if (!is_pattern(new_one)) return true;
-    bool same = *old_image != nullptr && std::strcmp(old_one->file, new_one->file) == 0;
-    *new_image = same ? *old_image : load_pattern(new_one);
-    if (*new_image != nullptr) return true;
-    raster_image_free(*old_image);
-    return false;
+// What the two appliques need is taken from the cache, and given back when the pass is freed.
+bool take_patterns(reevaluation* r, const applique* old_one, const applique* new_one) {
+    if (is_pattern(old_one) && (r->old_side.pattern = pattern_take(old_one->file)) == nullptr) return false;
+    return !is_pattern(new_one) || (r->new_side.pattern = pattern_take(new_one->file)) != nullptr;
 }
 
 } // namespace
@@ -287,26 +271,50 @@ int32_t surface_contribution(const applique* a, const raster_image* pattern, int
     return (plane_of(pattern, channel)[offset] * shade) >> 8;
 }
 
-int reevaluate_pen(raster_image* picture, const tnc_image* image, row_changed told, const applique* old_one,
-                   const applique* new_one, int pen) {
+reevaluation* reevaluation_new(raster_image* picture, const tnc_image* image, row_changed told, const applique* old_one,
+                               const applique* new_one, int pen) {
     if (is_pattern(new_one) && pen_has_uv(image, pen) == 0) {
         log_message(LOG_WARNING, "Patterns cannot be applied to this surface.");
-        return 0;
+        return nullptr;
     }
-    raster_image* old_image = nullptr;
-    raster_image* new_image = nullptr;
-    if (!load_patterns(old_one, new_one, &old_image, &new_image)) return 0;
-    mem_guard<reevaluation> r(mem_new<reevaluation>());
-    if (r) {
-        r->picture = picture;
-        r->told = told;
-        side_init(&r->old_side, old_one, old_image);
-        side_init(&r->new_side, new_one, new_image);
-        if (pen_defined(image, pen) != 0) change_pen(r.get(), image->pens[pen]);
-    } else {
+    auto* r = mem_new<reevaluation>();
+    if (r == nullptr) {
         log_message(LOG_WARNING, "Failed to allocate memory for the change of surface %d.\n", pen);
+        return nullptr;
     }
-    if (new_image != old_image) raster_image_free(new_image);
-    raster_image_free(old_image);
-    return r ? 1 : 0;
+    if (!take_patterns(r, old_one, new_one)) {
+        reevaluation_free(r);
+        return nullptr;
+    }
+    r->picture = picture;
+    r->told = told;
+    r->pen = pen_defined(image, pen) != 0 ? image->pens[pen] : nullptr;
+    side_init(&r->old_side, old_one);
+    side_init(&r->new_side, new_one);
+    r->by_table = !r->old_side.is_pattern && !r->new_side.is_pattern;
+    if (r->by_table) make_changes(r);
+    return r;
+}
+
+void reevaluation_run(reevaluation* r) {
+    const int32_t rows = r->pen != nullptr ? std::min(r->pen->line_count, r->picture->height) : 0;
+    for (int32_t y = 0; y < rows; ++y) {
+        if (r->pen->lines[y] != nullptr) change_row(r, y, r->pen->lines[y]);
+    }
+}
+
+void reevaluation_free(reevaluation* r) {
+    if (r == nullptr) return;
+    pattern_give_back(r->new_side.pattern);
+    pattern_give_back(r->old_side.pattern);
+    mem_free(r);
+}
+
+int reevaluate_pen(raster_image* picture, const tnc_image* image, row_changed told, const applique* old_one,
+                   const applique* new_one, int pen) {
+    reevaluation* r = reevaluation_new(picture, image, told, old_one, new_one, pen);
+    if (r == nullptr) return 0;
+    reevaluation_run(r);
+    reevaluation_free(r);
+    return 1;
 }

@@ -24,6 +24,15 @@ struct row_changed {
 int reevaluate_pen(raster_image* picture, const tnc_image* image, row_changed told, const applique* old_one,
                    const applique* new_one, int pen);
 
+// The same in steps, for a caller who has something to do between the judging and the pass: everything that can fail
+// is done by reevaluation_new(), which gives null after a message. The arguments stay the caller's, and have to stand
+// until reevaluation_free().
+struct reevaluation;
+reevaluation* reevaluation_new(raster_image* picture, const tnc_image* image, row_changed told, const applique* old_one,
+                               const applique* new_one, int pen);
+void reevaluation_run(reevaluation* r);
+void reevaluation_free(reevaluation* r); // null does nothing
+
 // The contribution of a surface to one colour channel (0 red, 1 green, 2 blue) of one sample: the formula in its plain
 // form, one sample at a time, which the pass must equal. `pattern` is the loaded file of a pattern, else null.
 int32_t surface_contribution(const applique* a, const raster_image* pattern, int channel, int32_t shade, int32_t u,

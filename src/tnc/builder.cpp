@@ -18,10 +18,10 @@ namespace {
 
 constexpr int8_t KIND_UNDEFINED = 'x';
 
-// What skip items may take in all: this, and as much for each sample as one in a picture of 65536 columns can need. See
-// compressed_pen_line0().
+// What skip items may take in all: this, and as much for each sample as one in the last column of the picture can need:
+// two bytes for SKIP_COLUMNS columns. See compressed_pen_line0().
 constexpr int64_t SKIP_BYTES_AT_FIRST = int64_t{16} << 20;
-constexpr int64_t SKIP_BYTES_PER_SAMPLE = 512;
+constexpr int32_t SKIP_COLUMNS = 256;
 
 constexpr uint32_t POOL_FIRST_ROOM = 256;
 
@@ -40,8 +40,10 @@ struct pen_builder {
     int32_t x;
     int32_t y;
     int32_t max_pen; // highest pen with samples on the current line, -1 for none
-    bool failed;     // a stop came back: nothing more is packed
+    bool failed;     // no line can be packed any more
     int64_t skip_allowance;
+    int32_t skip_bytes_per_sample;
+    builder_losses lost;
     line_nodes nodes;
     line_done_action action;
     void* user;
@@ -65,7 +67,7 @@ template <typename T> uint32_t take_node(node_pool<T>* pool) {
 uint32_t new_sample(pen_builder* b, const rgbuv& sample) {
     uint32_t at = take_node(&b->nodes.samples);
     if (at == NODE_NONE) {
-        log_message(LOG_WARNING, "Failed to allocate memory for \"rgbuv\".\n");
+        ++b->lost.samples;
         return NODE_NONE;
     }
     b->nodes.samples.nodes[at] = sample;
@@ -75,7 +77,7 @@ uint32_t new_sample(pen_builder* b, const rgbuv& sample) {
 uint32_t new_run(pen_builder* b, uint32_t sample) {
     uint32_t at = take_node(&b->nodes.runs);
     if (at == NODE_NONE) {
-        log_message(LOG_WARNING, "Failed to allocate memory for \"run\".\n");
+        ++b->lost.runs;
         return NODE_NONE;
     }
     b->nodes.runs.nodes[at] = {NODE_NONE, b->x, b->x, sample, sample};
@@ -86,7 +88,7 @@ uint32_t new_run(pen_builder* b, uint32_t sample) {
 uint32_t new_layer(pen_builder* b, uint32_t older, uint32_t first_run) {
     uint32_t at = take_node(&b->nodes.layers);
     if (at == NODE_NONE) {
-        log_message(LOG_WARNING, "Failed to allocate memory for \"autoreflex\".\n");
+        ++b->lost.layers;
         return NODE_NONE;
     }
     b->nodes.layers.nodes[at] = {older, first_run, first_run};
@@ -129,6 +131,7 @@ bool pack_pen(pen_builder* b, int pen, pline** chain) {
         pline* packed = nullptr;
         pack_result result = compressed_pen_line0(&b->nodes, layer, b->kinds[pen], &b->skip_allowance, &packed);
         if (result == pack_result::stopped) return false;
+        if (result == pack_result::no_memory) ++b->lost.lines;
         if (result == pack_result::done) {
             packed->next = *chain;
             *chain = packed;
@@ -180,6 +183,7 @@ pen_builder* builder_new(line_done_action action, void* user) {
     }
     b->max_pen = -1;
     b->skip_allowance = SKIP_BYTES_AT_FIRST;
+    builder_set_columns(b, COLUMNS_UNKNOWN);
     b->action = action;
     b->user = user;
     return b;
@@ -188,6 +192,10 @@ pen_builder* builder_new(line_done_action action, void* user) {
 void builder_set_pen(pen_builder* builder, int pen, int has_uv) {
     if (pen < 0 || pen >= PEN_COUNT) return;
     builder->kinds[pen] = has_uv != 0 ? 1 : 0;
+}
+
+void builder_set_columns(pen_builder* builder, int32_t columns) {
+    builder->skip_bytes_per_sample = 2 * (columns / SKIP_COLUMNS + 1);
 }
 
 int32_t builder_x(const pen_builder* builder) {
@@ -221,7 +229,7 @@ void builder_add_sample(pen_builder* builder, int pen, uint8_t red, uint8_t gree
         of_pen->next = builder->nodes.layers.nodes[layer].older;
     }
     if (pen > builder->max_pen) builder->max_pen = pen;
-    builder->skip_allowance += SKIP_BYTES_PER_SAMPLE;
+    builder->skip_allowance += builder->skip_bytes_per_sample;
 }
 
 void builder_next_line(pen_builder* builder) {
@@ -231,6 +239,10 @@ void builder_next_line(pen_builder* builder) {
 void builder_skip_lines(pen_builder* builder, int32_t count) {
     flush(builder);
     builder->y = moved(builder->y, count);
+}
+
+const builder_losses* builder_lost(const pen_builder* builder) {
+    return &builder->lost;
 }
 
 bool builder_has_failed(const pen_builder* builder) {

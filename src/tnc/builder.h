@@ -13,11 +13,20 @@ using line_done_action = void (*)(void* user, int pen, int has_uv, int32_t y, pl
 
 struct pen_builder;
 
+// What was left out for want of memory: samples for which there was none, or none for the run or layer that they would
+// have begun, and layers that could not be packed.
+struct builder_losses {
+    int64_t samples, runs, layers, lines;
+};
+
 // A new builder at x 0, y 0, or null with a message.
 pen_builder* builder_new(line_done_action action, void* user);
 
 // Declares a pen; numbers of PEN_COUNT and above are ignored.
 void builder_set_pen(pen_builder* builder, int pen, int has_uv);
+
+// Tells how wide the picture is, which limits what the way to a far column may cost. COLUMNS_UNKNOWN at first.
+void builder_set_columns(pen_builder* builder, int32_t columns);
 
 // The current column and line.
 int32_t builder_x(const pen_builder* builder);
@@ -25,7 +34,7 @@ int32_t builder_y(const pen_builder* builder);
 void builder_move_x(pen_builder* builder, int32_t columns);
 
 // Adds a sample at (x, y). A sample of a pen that was not declared is ignored; one for which there is no memory is
-// dropped with a message.
+// dropped and counted.
 void builder_add_sample(pen_builder* builder, int pen, uint8_t red, uint8_t green, uint8_t blue, uint16_t u,
                         uint16_t v);
 
@@ -33,7 +42,10 @@ void builder_add_sample(pen_builder* builder, int pen, uint8_t red, uint8_t gree
 void builder_next_line(pen_builder* builder);
 void builder_skip_lines(pen_builder* builder, int32_t count);
 
-// True after the builder stopped the program for want of memory and a test let it come back: nothing more is packed.
+// Losses so far. The line that is still open can add to them.
+const builder_losses* builder_lost(const pen_builder* builder);
+
+// True when there was no memory to pack lines in, which is to end the program: nothing more is packed.
 bool builder_has_failed(const pen_builder* builder);
 
 // Packs the line still open, and releases the builder.

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "support/bytes.h"
-#include "support/log.h"
 
 namespace {
 
@@ -50,29 +49,40 @@ struct run_item {
     const uint8_t* bytes; // what follows the header and the count byte
 };
 
-// Finds the next pixel run and moves behind it. At the terminator, or at an item that is not whole, the position moves
-// to the end of the line for good.
-inline bool next_item(penline_position* at, run_item* item) {
+// What stands at a position once skip items are passed over.
+enum class found { run, end, nothing, part_of_item };
+
+// Finds the next pixel run and moves behind it. The position stays where it is when there is none.
+inline found find_item(penline_position* at, run_item* item) {
     const uint8_t* p = at->next;
     const uint8_t* end = at->end;
     int32_t x = at->x;
-    while (end - p >= 2 && *p != 0 && x <= INT32_MAX - PENLINE_RUN_MAX) {
+    while (end - p >= 2 && *p != 0) {
         uint8_t header = *p++;
         int32_t count =
             (header & PENLINE_SKIP) != 0 ? header & ~PENLINE_SKIP : (header & PENLINE_COUNT) >> PENLINE_COUNT_SHIFT;
         if (count == 0) count = *p++ + 1;
+        if (x > INT32_MAX - 2 * PENLINE_RUN_MAX) return found::part_of_item; // no column is that far
         if ((header & PENLINE_SKIP) != 0) {
             x += count;
             continue;
         }
         int kind = header & KIND_MASK;
         ptrdiff_t bytes = LAYOUTS.of[kind].ahead + LAYOUTS.of[kind].per_pixel * count;
-        if (end - p < bytes) break;
+        if (end - p < bytes) return found::part_of_item;
         *item = {x, count, kind, p};
-        *at = {p + bytes, end, x + count};
-        return true;
+        at->next = p + bytes;
+        at->x = x + count;
+        return found::run;
     }
-    *at = {end, end, x};
+    if (p == end) return found::nothing;
+    return *p == 0 ? found::end : found::part_of_item;
+}
+
+// The same for the walks: at the end of the line, whatever it is, the position moves there for good.
+inline bool next_item(penline_position* at, run_item* item) {
+    if (find_item(at, item) == found::run) return true;
+    at->next = at->end;
     return false;
 }
 
@@ -187,7 +197,6 @@ template <bool WITH_UV> struct run_decoders {
 template <bool WITH_UV> bool take_run(penline_position* at, penline_run* run) {
     run_item item;
     if (!next_item(at, &item)) return false;
-    if ((item.kind & PENLINE_UV) == 0) log_message(LOG_WARNING, "Error - uv_code = 0\n");
     run->x = item.x;
     run->count = item.count;
     run->constant_shade = (item.kind & PENLINE_CONSTANT) != 0;
@@ -211,6 +220,20 @@ bool penline_skip_run(penline_position* at, int32_t* x, int32_t* count) {
     *x = item.x;
     *count = item.count;
     return true;
+}
+
+penline_content penline_examine(const pline* line) {
+    penline_content content = {0, 0, false, false};
+    penline_position at = penline_begin(line);
+    run_item item;
+    found what = find_item(&at, &item);
+    for (; what == found::run; what = find_item(&at, &item)) {
+        content.samples += item.count;
+        if ((item.kind & PENLINE_UV) == 0) ++content.without_uv_code;
+    }
+    content.ends_in_item = what == found::part_of_item;
+    content.has_end = what == found::end;
+    return content;
 }
 
 int pline_shade_at(const pline* line, int32_t x, int32_t* red, int32_t* green, int32_t* blue) {

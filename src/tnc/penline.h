@@ -4,7 +4,8 @@
 //
 //   skip item   1ccccccc            c columns on; c 0: the next byte plus 1
 //   pixel run   0cccgsuu            c pixels; c 0: the next byte plus 1
-//                 uu  1 no u,v; 2 delta-coded u,v; 3 literal u,v; 0 is an error, read as no u,v
+//                 uu  1 no u,v; 2 delta-coded u,v; 3 literal u,v; 0 is an error, read as no u,v and told by the reader
+//                     of the file, once
 //                 s   the shade stands once, ahead of the pixels
 //                 g   a shade is one byte, for red, green and blue alike
 //
@@ -53,6 +54,16 @@ struct penline_position {
     const uint8_t* end;
     int32_t x;
 };
+
+// What a packed line holds, told without decoding a pixel.
+struct penline_content {
+    int64_t samples;
+    int64_t without_uv_code; // runs whose header has no u,v code
+    bool ends_in_item;       // the last item is not whole
+    bool has_end;            // a zero byte stands behind the last item
+};
+
+penline_content penline_examine(const pline* line);
 
 inline penline_position penline_begin(const pline* line) {
     return {line->code, line->code + line->length, 0};

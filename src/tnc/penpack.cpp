@@ -237,16 +237,14 @@ layer_size measure_layer(const line_nodes* nodes, const autoreflex* layer) {
     return size;
 }
 
-// Makes the scratch buffers large enough. False after a message and a stop that came back.
+// Makes the scratch buffers large enough. False after a message.
 bool make_scratch(const layer_size* size) {
     if (!make_room(&scratch.line, &scratch.line_bytes, static_cast<size_t>(size->bytes))) {
         log_message(LOG_ERROR, "Error : compressed_pen_line0 - no memory. delx = %d\n", size->delx);
-        stop_program(1);
         return false;
     }
     if (!make_room(&scratch.xlate_run, &scratch.xlate_count, static_cast<size_t>(size->longest_run))) {
         log_message(LOG_WARNING, "Failed to allocate memory for xlate_run. count = %d\n", size->longest_run);
-        stop_program(1);
         return false;
     }
     return true;
@@ -269,22 +267,17 @@ uint8_t* write_layer(const line_nodes* nodes, const autoreflex* layer, int has_u
     return to;
 }
 
-pack_result no_memory_for_line() {
-    log_message(LOG_WARNING, "Failed to allocate memory for compressed pen line.\n");
-    return pack_result::no_memory;
-}
-
 } // namespace
 
 pack_result compressed_pen_line0(const line_nodes* nodes, const autoreflex* layer, int has_uv, int64_t* skip_allowance,
                                  pline** packed) {
     layer_size size = measure_layer(nodes, layer);
-    if (size.skip_bytes > *skip_allowance) return no_memory_for_line();
+    if (size.skip_bytes > *skip_allowance) return pack_result::no_memory;
     *skip_allowance -= size.skip_bytes;
     if (!make_scratch(&size)) return pack_result::stopped;
     int64_t length = write_layer(nodes, layer, has_uv) - scratch.line;
     pline* line = length <= PLINE_LENGTH_MAX ? pline_new(static_cast<uint32_t>(length)) : nullptr;
-    if (line == nullptr) return no_memory_for_line();
+    if (line == nullptr) return pack_result::no_memory;
     std::memcpy(line->code, scratch.line, static_cast<size_t>(length));
     *packed = line;
     return pack_result::done;

@@ -45,8 +45,8 @@ struct line_nodes {
 
 enum class pack_result {
     done,
-    no_memory, // after a message: leave the layer out
-    stopped,   // stop_program() was called and came back: give the line up
+    no_memory, // leave the layer out
+    stopped,   // after a message: no line can be packed any more, which is to end the program
 };
 
 // Packs `layer` into a new line, which the caller owns. Skip items cost the file nothing, so a few bytes of it could

@@ -33,15 +33,33 @@ struct tnc_image {
     char* name;                      // owned: text of the last header record of kind 1, or null
     int32_t line_count;              // scan lines; given by the caller, who takes it from the companion raster
     int32_t version;                 // the file's version byte, 0 to 3
-    bool complete;                   // false: the file ended before its end record and before the last line
+    bool complete;                   // false: the reading ended, or could not go on, inside of a record, or was stopped
+    bool reason_told;                // false: no message has told why it is not complete
     compressed_pen* pens[PEN_COUNT]; // owned; null for a pen that the file never defined
     struct pline_chunk* chunks;      // owned; where the lines stand that came packed, null for none
 };
 
-// Reads a .tnc file as `line_count` scan lines. Null on failure, after a message. A file that can't be opened, is no
-// .tnc file, or holds samples of an unknown pen stops the program with status 1; where a test replaces that stop, null
-// is given. Damage that leaves the rest usable is passed over: `complete` tells of a file that ended early.
-tnc_image* tnc_read(const char* path, int32_t line_count);
+// How much of a picture a file can stand for. A few bytes of a compressed stream can say the same sample over and over,
+// and a packed line holds 64 samples a byte. So an image holds at most SAMPLES_A_PIXEL samples a pixel on the average,
+// all surfaces and layers together, and besides as many as the file has records for; a small picture SAMPLES_ALWAYS.
+// Beyond that the reading stops, with a message.
+constexpr int64_t SAMPLES_A_PIXEL = 16;
+constexpr int64_t SAMPLES_ALWAYS = 1 << 16;
+constexpr int64_t SAMPLE_RECORD_BYTES = 4; // the shortest record of a sample
+
+constexpr int32_t COLUMNS_UNKNOWN = 65536;
+
+// Reads a .tnc file as `line_count` scan lines of `columns` pixels. Null on failure, after a message. A file that can't
+// be opened, is no .tnc file, or holds samples of an unknown pen stops the program with status 1; where a test replaces
+// that stop, null is given. A file may end between two records.
+//
+// Damage that leaves the rest usable is passed over. `complete` tells of a file that ended early or held too much.
+// Packed lines without an end, cut inside an item, without a u,v code, of undefined pens or past the last line, and
+// what there was no memory for, are told by one message of each kind with their number.
+tnc_image* tnc_read(const char* path, int32_t line_count, int32_t columns = COLUMNS_UNKNOWN);
+
+// The same for a program that goes on: null after the message where tnc_read() would stop it.
+tnc_image* tnc_try_read(const char* path, int32_t line_count, int32_t columns = COLUMNS_UNKNOWN);
 
 // Releases an image and all that hangs from it. Null does nothing.
 void tnc_free(tnc_image* image);

@@ -11,6 +11,7 @@
 //   255       end
 //
 // A byte that is missing at the end of the file reads as 255, so what is cut ends by itself; `complete` tells of it.
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -21,6 +22,7 @@
 #include "support/memory.h"
 #include "tnc/builder.h"
 #include "tnc/decompress.h"
+#include "tnc/penline.h"
 #include "tnc/pline.h"
 #include "tnc/tnc.h"
 
@@ -61,6 +63,11 @@ struct record_source {
     uint8_t spare[TAKE_MAX];
 };
 
+constexpr int64_t PIXELS_MOST = int64_t{1} << 50; // of a picture, for the limits that follow from it
+
+// The most bytes of code that a sample of a packed line takes.
+constexpr int64_t SAMPLE_BYTES_MOST = 8;
+
 // Lines of a pen that may hold something.
 struct line_range {
     int32_t first, last;
@@ -68,12 +75,22 @@ struct line_range {
 
 constexpr line_range NO_LINES = {INT32_MAX, -1};
 
+// What was passed over, and how often.
+struct damage {
+    int64_t undefined_pens, past_the_end; // packed lines that have no place
+    int64_t cut_items, without_end, without_uv_code;
+};
+
 struct tnc_reader {
+    const char* path;
     record_source source;
     tnc_image* image; // owned until the reading is done
     pen_builder* builder;
     pline_store store; // of the lines that come packed; its chunks go to the image
     line_range used[PEN_COUNT];
+    int64_t samples_left; // that may still come
+    int64_t clears_left;  // lines of pens that may still be taken back
+    damage passed_over;
 };
 
 // What a record leads to.
@@ -82,10 +99,17 @@ enum class reading {
     ends,  // normally
     cut,   // the image is given with what it holds
     fails, // after a message: no image
+    stops, // the same, and the program is to stop
 };
 
+// The next byte, -1 where there is none: between two records that is the end of the image.
+int source_next(record_source* s) {
+    return s->stream != nullptr ? decompress_getc(s->stream) : reader_getc(s->file);
+}
+
+// The same inside of a record, which is cut then.
 int source_getc(record_source* s) {
-    int byte = s->stream != nullptr ? decompress_getc(s->stream) : reader_getc(s->file);
+    int byte = source_next(s);
     if (byte < 0) s->ended = true;
     return byte;
 }
@@ -199,6 +223,21 @@ void store_chain(void* user, int pen, int /*has_uv*/, int32_t y, pline* chain) {
 
 // ---- records -------------------------------------------------------------------------------------------------------
 
+// The end of the reading after a message that tells why.
+reading cut_with_reason(tnc_reader* r) {
+    r->image->reason_told = true;
+    return reading::cut;
+}
+
+// Counts samples that have come.
+reading take_samples(tnc_reader* r, int64_t count) {
+    r->samples_left -= count;
+    if (r->samples_left >= 0) return reading::goes_on;
+    log_message(LOG_WARNING, "\"%.500s\" holds more samples than its picture can: reading stops at line %d.\n", r->path,
+                builder_y(r->builder));
+    return cut_with_reason(r);
+}
+
 reading read_sample(tnc_reader* r, int pen) {
     const uint8_t* p = source_take(&r->source, 3);
     uint8_t red = p[0];
@@ -207,8 +246,7 @@ reading read_sample(tnc_reader* r, int pen) {
     const compressed_pen* found = pen < PEN_COUNT ? r->image->pens[pen] : nullptr;
     if (found == nullptr) {
         log_message(LOG_WARNING, "Pixel data found for unknown pen %d\n", pen);
-        stop_program(1);
-        return reading::fails;
+        return reading::stops;
     }
     uint16_t u = 0;
     uint16_t v = 0;
@@ -218,12 +256,12 @@ reading read_sample(tnc_reader* r, int pen) {
         v = load_u16le(p + 2);
     }
     builder_add_sample(r->builder, pen, red, green, blue, u, v);
-    return reading::goes_on;
+    return take_samples(r, 1);
 }
 
-reading no_bytes_for_line(int length) {
+reading no_bytes_for_line(tnc_reader* r, int length) {
     log_message(LOG_WARNING, "Failed to read %d bytes for pline.\n", length);
-    return reading::cut;
+    return cut_with_reason(r);
 }
 
 reading no_memory_for_line() {
@@ -234,7 +272,7 @@ reading no_memory_for_line() {
 reading line_of_stream(tnc_reader* r, uint16_t length, pline** line) {
     *line = pline_store_new(&r->store, length, 0);
     if (*line == nullptr) return no_memory_for_line();
-    return source_read(&r->source, (*line)->code, length) == length ? reading::goes_on : no_bytes_for_line(length);
+    return source_read(&r->source, (*line)->code, length) == length ? reading::goes_on : no_bytes_for_line(r, length);
 }
 
 // Whether the next bytes of the file stand in the store, where a line of `length` of them can be kept.
@@ -255,13 +293,25 @@ reading line_of_file(tnc_reader* r, uint16_t length, pline** line) {
         if (!pline_store_reserve(&r->store, room, source_left(&r->source))) return no_memory_for_line();
         if (reader_fill_at(file, r->store.next, room) < length) {
             r->source.ended = true;
-            return no_bytes_for_line(length);
+            return no_bytes_for_line(r, length);
         }
     }
     uint8_t* code = r->store.next + (file->next - r->store.next);
     file->next += length;
     *line = pline_store_keep(&r->store, code, length);
     return reading::goes_on;
+}
+
+// Looks at what a packed line is worth. A line costs memory of its own, and one of no sense as much as one of samples.
+reading judge_line(tnc_reader* r, const pline* line) {
+    penline_content content = penline_examine(line);
+    r->passed_over.without_uv_code += content.without_uv_code;
+    if (content.ends_in_item) {
+        ++r->passed_over.cut_items;
+    } else if (!content.has_end) {
+        ++r->passed_over.without_end;
+    }
+    return take_samples(r, 1 + std::max(content.samples, int64_t{line->length} / SAMPLE_BYTES_MOST));
 }
 
 // A line of a pen that is not defined (yet), or past the last line, has no place: it is read and dropped.
@@ -271,10 +321,11 @@ reading read_packed_line(tnc_reader* r) {
     int32_t y = load_u16le(p + 1);
     uint16_t length = load_u16le(p + 3);
     int64_t left = source_left(&r->source);
-    if (left >= 0 && left < length) return no_bytes_for_line(length);
+    if (left >= 0 && left < length) return no_bytes_for_line(r, length);
     compressed_pen* found = pen < PEN_COUNT ? r->image->pens[pen] : nullptr;
     if (found == nullptr || y >= found->line_count) {
-        return source_skip(&r->source, length) ? reading::goes_on : no_bytes_for_line(length);
+        ++(found == nullptr ? r->passed_over.undefined_pens : r->passed_over.past_the_end);
+        return source_skip(&r->source, length) ? reading::goes_on : no_bytes_for_line(r, length);
     }
     pline* line = nullptr;
     reading state = r->source.stream != nullptr ? line_of_stream(r, length, &line) : line_of_file(r, length, &line);
@@ -283,7 +334,7 @@ reading read_packed_line(tnc_reader* r) {
     line->next = found->lines[y];
     found->lines[y] = line;
     note_line(r, pen, y);
-    return reading::goes_on;
+    return judge_line(r, line);
 }
 
 // A compressed stream inside a compressed stream has no meaning: the reading ends there as at a cut.
@@ -292,8 +343,7 @@ reading start_compressed(tnc_reader* r) {
     decompress_context* stream = decompress_open(r->source.file);
     if (stream == nullptr) {
         log_message(LOG_WARNING, "failed to start decompression\n");
-        stop_program(1);
-        return reading::fails;
+        return reading::stops;
     }
     source_use_stream(&r->source, stream);
     return reading::goes_on;
@@ -318,6 +368,17 @@ reading read_header(tnc_reader* r) {
     return reading::goes_on;
 }
 
+// Takes the lines of a pen back. Files that do so all the time would take long for a few bytes.
+reading clear_pen(tnc_reader* r, compressed_pen* pen, line_range* used) {
+    free_lines(pen, used->first, used->last);
+    if (used->last >= used->first) r->clears_left -= int64_t{used->last} - used->first;
+    *used = NO_LINES;
+    if (r->clears_left >= 0) return reading::goes_on;
+    log_message(LOG_WARNING, "\"%.500s\" defines its pens over and over: reading stops at line %d.\n", r->path,
+                builder_y(r->builder));
+    return cut_with_reason(r);
+}
+
 // A second definition takes the place of the first: the pen starts again with no lines. Its record is used again, so
 // that a file of definitions costs no more than one of each.
 reading read_pen(tnc_reader* r) {
@@ -334,11 +395,9 @@ reading read_pen(tnc_reader* r) {
         }
         r->image->pens[pen] = found;
     }
-    free_lines(found, r->used[pen].first, r->used[pen].last);
-    r->used[pen] = NO_LINES;
     found->has_uv = has_uv;
     builder_set_pen(r->builder, pen, has_uv);
-    return reading::goes_on;
+    return clear_pen(r, found, &r->used[pen]);
 }
 
 int32_t take_count(tnc_reader* r) {
@@ -362,18 +421,51 @@ reading read_record(tnc_reader* r, int code) {
 
 reading read_records(tnc_reader* r) {
     for (;;) {
-        int code = source_getc(&r->source);
-        if (code < 0) return reading::cut;
+        int code = source_next(&r->source);
+        if (code < 0) return r->source.file->failed ? reading::cut : reading::ends; // no end record is needed
         reading state = read_record(r, code);
-        if (builder_has_failed(r->builder)) return reading::fails;
+        if (builder_has_failed(r->builder)) return reading::stops;
         if (state != reading::goes_on) return state;
         if (builder_y(r->builder) >= r->image->line_count) return reading::ends;
     }
 }
 
+// ---- messages ------------------------------------------------------------------------------------------------------
+
+void tell_lines(const tnc_reader* r, int64_t count, const char* what) {
+    if (count == 0) return;
+    log_message(LOG_WARNING, "\"%.500s\" is damaged: %lld packed lines %s.\n", r->path, static_cast<long long>(count),
+                what);
+}
+
+void tell_damage(const tnc_reader* r) {
+    const damage* d = &r->passed_over;
+    tell_lines(r, d->undefined_pens, "are of pens that are not defined");
+    tell_lines(r, d->past_the_end, "stand past the last line");
+    tell_lines(r, d->cut_items, "are cut");
+    tell_lines(r, d->without_end, "have no end");
+    if (d->without_uv_code == 0) return;
+    log_message(LOG_WARNING, "Error - uv_code = 0: %lld runs of \"%.500s\"\n",
+                static_cast<long long>(d->without_uv_code), r->path);
+}
+
+void tell_loss(const tnc_reader* r, int64_t count, const char* of) {
+    if (count == 0) return;
+    log_message(LOG_WARNING, "Failed to allocate memory for %s: %lld times in \"%.500s\"\n", of,
+                static_cast<long long>(count), r->path);
+}
+
+void tell_losses(const tnc_reader* r) {
+    const builder_losses* lost = builder_lost(r->builder);
+    tell_loss(r, lost->samples, "\"rgbuv\"");
+    tell_loss(r, lost->runs, "\"run\"");
+    tell_loss(r, lost->layers, "\"autoreflex\"");
+    tell_loss(r, lost->lines, "compressed pen line");
+}
+
 // ---- the file ------------------------------------------------------------------------------------------------------
 
-// Checks the two bytes at the start of the file. False after a message and a stop that came back.
+// Checks the two bytes at the start of the file. False after a message.
 bool read_start(tnc_reader* r, const char* path) {
     int magic = source_getc(&r->source);
     int version = source_getc(&r->source);
@@ -382,52 +474,83 @@ bool read_start(tnc_reader* r, const char* path) {
         return true;
     }
     log_message(LOG_WARNING, "expected \"%s\" to be version 0, 1, 2 or 3 tnc file\n", path);
-    stop_program(1);
     return false;
 }
 
 // Reads all records with a builder. Without memory for one the image stays empty, and is no failure.
-reading read_with_builder(tnc_reader* r) {
+reading read_with_builder(tnc_reader* r, int32_t columns) {
     r->builder = builder_new(store_chain, r);
     if (r->builder == nullptr) return reading::cut;
+    builder_set_columns(r->builder, columns);
     reading state = read_records(r);
     // The line still open is packed here, which may fail too.
     builder_next_line(r->builder);
-    if (builder_has_failed(r->builder)) state = reading::fails;
+    if (builder_has_failed(r->builder)) state = reading::stops;
+    tell_damage(r);
+    tell_losses(r);
     builder_free(r->builder);
     decompress_close(r->source.stream);
     return state;
 }
 
-// Reads the opened file. False when there is to be no image.
-bool read_file(tnc_reader* r, const char* path) {
-    if (!read_start(r, path)) return false;
-    reading state = read_with_builder(r);
-    r->image->complete = state == reading::ends && !r->source.ended;
-    return state != reading::fails;
+// How much the picture, and the file beside it, give room for.
+void set_limits(tnc_reader* r, int32_t columns) {
+    int64_t lines = r->image->line_count;
+    int64_t pixels = std::min(lines * std::max(columns, 1), PIXELS_MOST);
+    int64_t of_records = r->source.file->size > 0 ? r->source.file->size / SAMPLE_RECORD_BYTES : 0;
+    r->samples_left = std::max(pixels * SAMPLES_A_PIXEL, SAMPLES_ALWAYS) + of_records;
+    r->clears_left = lines * PEN_COUNT;
 }
 
-} // namespace
+// Reads the opened file.
+reading read_file(tnc_reader* r, int32_t columns) {
+    if (!read_start(r, r->path)) return reading::stops;
+    set_limits(r, columns);
+    const reading state = read_with_builder(r, columns);
+    r->image->complete = state == reading::ends && !r->source.ended;
+    return state;
+}
 
-tnc_image* tnc_read(const char* path, int32_t line_count) {
+reading read_named_file(tnc_reader* r, int32_t columns) {
+    file_reader* file = reader_open(r->path);
+    if (file == nullptr) {
+        log_message(LOG_WARNING, "Failed to open %s for read\n", r->path);
+        return reading::stops;
+    }
+    source_use_file(&r->source, file);
+    const reading state = read_file(r, columns);
+    reader_close(file);
+    return state;
+}
+
+// The image, or null; `stops` tells whether that is a fault that ends the program.
+tnc_image* read_image(const char* path, int32_t line_count, int32_t columns, bool* stops) {
+    *stops = false;
     tnc_reader r = {};
+    r.path = path;
     for (line_range& used : r.used)
         used = NO_LINES;
     r.image = image_new(line_count);
     if (r.image == nullptr) return nullptr;
-    file_reader* file = reader_open(path);
-    bool done = false;
-    if (file == nullptr) {
-        log_message(LOG_WARNING, "Failed to open %s for read\n", path);
-        stop_program(1);
-    } else {
-        source_use_file(&r.source, file);
-        done = read_file(&r, path);
-        reader_close(file);
-    }
-    if (done) return r.image;
+    const reading state = read_named_file(&r, columns);
+    *stops = state == reading::stops;
+    if (state != reading::fails && !*stops) return r.image;
     tnc_free(r.image);
     return nullptr;
+}
+
+} // namespace
+
+tnc_image* tnc_read(const char* path, int32_t line_count, int32_t columns) {
+    bool stops = false;
+    tnc_image* image = read_image(path, line_count, columns, &stops);
+    if (stops) stop_program(1);
+    return image;
+}
+
+tnc_image* tnc_try_read(const char* path, int32_t line_count, int32_t columns) {
+    bool stops = false;
+    return read_image(path, line_count, columns, &stops);
 }
 
 void tnc_free(tnc_image* image) {

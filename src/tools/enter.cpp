@@ -12,21 +12,13 @@ namespace {
 
 bool is_entered = false;
 
-// The platform's desktop keeps frame and caption of the main window outside of its metrics.
-void set_screen_size() {
-    screen_width = desk_sizes()->screen_width - 1;
-    screen_height = desk_sizes()->screen_height - 1;
-}
-
 } // namespace
 
 int Enter_tools() {
     if (is_entered) return 0;
     if (!desk_start(program_name)) return -1;
-    set_screen_size();
-    scroll_x = scroll_y = 0;
     events_reset(host_now());
-    desk_set_state(desk_main(), host_state::maximised);
+    main_window_start_screen();
     if (palette_setup() != 0) {
         tools_leave();
         return -1;

@@ -18,6 +18,7 @@ enum event_queue : int {
     QUEUE_WINDOW_ICON = 13,
     QUEUE_USER = 14,
     QUEUE_MOTION = 16,
+    QUEUE_WHEEL = 17,
 };
 
 constexpr int EVENT_WORDS = 11; // the longest payload, that of a refresh
@@ -40,6 +41,7 @@ event_record* queue_last(int queue);  // the same
 int queue_put(int queue, const uint32_t* words, int count);
 int queue_put_first(int queue, const uint32_t* words, int count);
 void queue_drop_first(int queue);
+void queues_check(); // that pending_events says which queues aren't empty; does nothing without sanitizers
 int queue_clear(int queue);
 
 // ---- clicks.cpp: recognition of clicks and double clicks
@@ -54,6 +56,9 @@ void clicks_reset(uint32_t start); // presses up to that time are not for this p
 void motion_start();
 void motion_stop();
 void motion_moved(const desk_message* message);
+
+// ---- wheel.cpp
+void wheel_turned(int window, const desk_message* message);
 
 // ---- keys.cpp
 bool key_prefilter(const desk_message* message); // false: the key is swallowed

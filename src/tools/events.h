@@ -27,7 +27,8 @@ constexpr uint32_t WINDOW_ICON_EVENT = 0x02000; // never raised
 constexpr uint32_t USER_EVENT = 0x04000;
 constexpr uint32_t EVENT_8000 = 0x08000;
 constexpr uint32_t MOTION_EVENT = 0x10000;
-constexpr int EVENT_QUEUES = 17; // queue n has bit 1 << n; there is none of bit 0x100
+constexpr uint32_t WHEEL_EVENT = 0x20000;
+constexpr int EVENT_QUEUES = 18; // queue n has bit 1 << n; there is none of bit 0x100
 
 extern uint32_t enabled_events;
 extern uint32_t pending_events; // a bit for each queue that isn't empty
@@ -99,6 +100,22 @@ int Get_user_data(uint32_t* value);
 int Get_timer_data(int* number);
 int Get_motion_data(int* window, int* x, int* y, int* inside, int* kind); // kind: 1 enter, 2 leave, 4 motion
 int Get_message_data(int* kind, uint32_t* word1, uint32_t* word2);        // kind: 0 to 3
+// Steps of the wheel over a window at x, y: positive away from the user. `modifiers`: HOST_SHIFT, HOST_CTRL, HOST_ALT.
+// Steps that come while others of the same window wait are added to those, and the place is that of the last.
+int Inq_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers);
+int Get_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers);
+
+// Takes the oldest event off the queue of that bit (of the lowest, when there are more) and drops it.
+int Drop_event(uint32_t event);
+
+// For loops that follow one button or count one timer while other events wait. Both find their event wherever it stands
+// in its queue, and leave the others there.
+//
+// Takes the oldest event of that timer. -1 when there is none.
+int Get_timer_data_of(int number);
+// The oldest event of that button: a release is taken, anything else stays.
+enum class button_next { none, released, pressed };
+button_next Get_button_release(int button);
 
 int Post_user_data(uint32_t value);
 
@@ -119,6 +136,7 @@ int Clear_window_icon_data();
 int Clear_user_data();
 int Clear_event_8000_data();
 int Clear_motion_data();
+int Clear_wheel_data();
 
 // ---- timers -------------------------------------------------------------------------------------------------------
 

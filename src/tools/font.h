@@ -56,6 +56,9 @@ void fonts_unload();
 
 // ---- symbols by themselves ---------------------------------------------------------------------------------------
 
+// A symbol file may have a second picture of a symbol, about twice as large, under a number that is this much more.
+constexpr int LARGE_SYMBOL = 128;
+
 // One symbol of a file.
 struct symbol_bitmap {
     uint8_t width; // pixels

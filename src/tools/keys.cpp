@@ -9,6 +9,8 @@ constexpr uint8_t CODE_DELETE = 4;
 constexpr uint8_t CODE_CTRL_DELETE = 11;
 constexpr uint32_t BACKSPACE = 8;
 constexpr uint32_t CODE_BACKSPACE = 127;
+constexpr uint32_t TAB = 9;
+constexpr uint32_t CODE_BACK_TAB = 8; // Shift and Tab
 
 struct key_code {
     host_key key;
@@ -77,7 +79,11 @@ void key_down(const desk_message* message) {
 }
 
 void key_character(const desk_message* message) {
-    put_key(message->character == BACKSPACE ? CODE_BACKSPACE : message->character);
+    const bool shifted = (message->modifiers & HOST_SHIFT) != 0;
+    if (message->character == BACKSPACE)
+        put_key(CODE_BACKSPACE);
+    else
+        put_key(message->character == TAB && shifted ? CODE_BACK_TAB : message->character);
 }
 
 void keys_reset() {

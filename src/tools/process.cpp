@@ -15,7 +15,6 @@ namespace {
 
 constexpr const char* ROOT_VARIABLE = "VANTORAMA";
 constexpr const char* USUAL_ROOT = "c:/vantor";
-constexpr const char* WHITE_SPACE = " \t\n\r\f\v";
 
 void turn_slashes(char* path) {
     for (; *path != '\0'; ++path)
@@ -67,18 +66,14 @@ size_t text_size(int count, char** arguments) {
     return size;
 }
 
-// Adds the items of one argument; returns where the next text goes.
-char* add_items(command_line* line, char* to, const char* argument) {
-    for (argument += strspn(argument, WHITE_SPACE); *argument != '\0' && line->count <= TOOLS_ARGUMENTS;
-         argument += strspn(argument, WHITE_SPACE)) {
-        const size_t length = strcspn(argument, WHITE_SPACE);
-        line->values[line->count++] = to;
-        memcpy(to, argument, length);
-        to[length] = '\0';
-        to += length + 1;
-        argument += length;
-    }
-    return to;
+// Adds an argument as one item: the system has split the command line, and a name may hold blanks. An empty one is left
+// out. Returns where the next text goes.
+char* add_item(command_line* line, char* to, const char* argument) {
+    const size_t size = strlen(argument) + 1;
+    if (size == 1 || line->count > TOOLS_ARGUMENTS) return to;
+    line->values[line->count++] = to;
+    memcpy(to, argument, size);
+    return to + size;
 }
 
 bool make_command_line(command_line* line, int count, char** arguments) {
@@ -89,7 +84,7 @@ bool make_command_line(command_line* line, int count, char** arguments) {
     line->values[0] = line->text;
     char* to = line->text + length + 1;
     for (int i = 1; i < count; ++i)
-        to = add_items(line, to, arguments[i]);
+        to = add_item(line, to, arguments[i]);
     return true;
 }
 

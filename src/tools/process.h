@@ -17,8 +17,8 @@ struct tools_program {
 constexpr int TOOLS_ARGUMENTS = 38; // items of the command line behind the program's name; more are left out
 
 // The whole life of the process: works out the paths, calls program->main, cleans up. `count`, `arguments`,
-// `environment` are what the system gave. The program gets its file's path first and then the command line, split at
-// white space. Returns the exit status, which is what program->main returned.
+// `environment` are what the system gave. The program gets its file's path first and then the command line, word for
+// word but for empty ones. Returns the exit status, which is what program->main returned.
 int tools_process_entry(int count, char** arguments, char** environment, const tools_program* program);
 
 // Stops the process from any depth: cleans up and ends it with status 0. Comes back only when a test has replaced
@@ -50,11 +50,20 @@ void tools_leave();
 using tools_close_query = int (*)();
 void tools_set_close_query(tools_close_query query);
 
-// Told of what has no event: steps of the wheel (desk_kind::wheel) and dropped files (desk_kind::drop). It runs inside
-// of tools_pump(), whatever loop is pumping: it is to note what came, and have the work done later. Null: nobody.
+// Told of what has no event: dropped files (desk_kind::drop), and steps of the wheel (desk_kind::wheel) as long as
+// WHEEL_EVENT isn't enabled. It runs inside of tools_pump(), whatever loop is pumping: it is to note what came, and have
+// the work done later. Null: nobody.
 struct desk_message;
 using tools_input_hook = void (*)(const desk_message* message);
 void tools_set_input_hook(tools_input_hook hook);
+
+// Told that the screen has another size: the user has resized, maximised or restored the main window. screen_width and
+// screen_height, and what Inq_screen_info() gives, are the new ones then; all windows stand where they stood. It is told
+// once, when the size has stood still for SCREEN_SETTLES milliseconds, so not at every step of a drag. Like the hook
+// above it runs inside of tools_pump(). Null: nobody.
+constexpr uint32_t SCREEN_SETTLES = 120;
+using tools_screen_hook = void (*)();
+void tools_set_screen_hook(tools_screen_hook hook);
 
 // ---- services -----------------------------------------------------------------------------------------------------
 

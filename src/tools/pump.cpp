@@ -16,6 +16,7 @@ void close_main() {
     is_asking = true;
     const bool agreed = close_query == nullptr || close_query() != 0;
     is_asking = false;
+    desk_drop_close(); // he has just been asked
     if (agreed) desk_destroy(desk_main());
 }
 
@@ -40,6 +41,14 @@ void take_mouse_move(const desk_message* message) {
     if (window >= 0) window_set_cursor(window);
 }
 
+void take_wheel(const desk_message* message) {
+    const int window = window_of_handle(message->window);
+    if ((enabled_events & WHEEL_EVENT) == 0) {
+        if (input_hook != nullptr) input_hook(message);
+    } else if (window >= 0)
+        wheel_turned(window, message);
+}
+
 void take_paint(const desk_message* message) {
     refresh_data refresh;
     if (window_paint(message, &refresh)) put_refresh_event(&refresh);
@@ -47,7 +56,7 @@ void take_paint(const desk_message* message) {
 
 void take_state(const desk_message* message) {
     const int window = window_of_handle(message->window);
-    const int state = window < 0 ? -1 : window_state_changed(window, message->state);
+    const int state = window < 0 ? -1 : window_state_changed(window);
     if (state >= 0) put_collapse_event(window, state);
 }
 
@@ -70,7 +79,10 @@ void take_sized(const desk_message* message) {
 
 void take(const desk_message* message) {
     switch (message->kind) {
-    case desk_kind::timer: timer_check(); break;
+    case desk_kind::timer:
+        timer_check();
+        main_window_check_screen();
+        break;
     case desk_kind::mouse_move: take_mouse_move(message); break;
     case desk_kind::button: click_button(message); break;
     case desk_kind::posted: take_posted(message); break;
@@ -85,7 +97,7 @@ void take(const desk_message* message) {
     case desk_kind::quit: exit_program(); break;
     case desk_kind::maximising: main_window_maximising(); break;
     case desk_kind::scroll: main_window_scroll(message); break;
-    case desk_kind::wheel:
+    case desk_kind::wheel: take_wheel(message); break;
     case desk_kind::drop:
         if (input_hook != nullptr) input_hook(message);
         break;
@@ -117,11 +129,16 @@ void tools_set_input_hook(tools_input_hook hook) {
     input_hook = hook;
 }
 
+void tools_set_screen_hook(tools_screen_hook hook) {
+    main_window_set_screen_hook(hook);
+}
+
 bool tools_pump() {
     take_all();
     // The check looks for the mouse among what the host has, and so may bring in new messages. Those are taken too: a
     // window that the user closed meanwhile must not be used any more.
     if (click_check()) take_all();
+    queues_check();
     return desk_main() != nullptr;
 }
 

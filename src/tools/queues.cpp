@@ -1,8 +1,10 @@
 // The queues of events and the two masks: putting, looking, taking, clearing.
+#include "support/invariant.h"
 #include "support/memory.h"
 #include "tools/eventdata.h"
 
 #include <algorithm>
+#include <bit>
 #include <type_traits>
 
 uint32_t enabled_events = 0;
@@ -181,8 +183,62 @@ int Get_message_data(int* kind, uint32_t* word1, uint32_t* word2) {
     return look(QUEUE_MESSAGE, true, kind, word1, word2);
 }
 
+int Inq_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers) {
+    return look(QUEUE_WHEEL, false, window, x, y, steps, modifiers);
+}
+int Get_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers) {
+    return look(QUEUE_WHEEL, true, window, x, y, steps, modifiers);
+}
+
+int Drop_event(uint32_t event) {
+    const int queue = std::countr_zero(event);
+    if (queue >= EVENT_QUEUES || queue_first(queue) == nullptr) return event_fail(EVENT_ERROR_EMPTY);
+    queue_drop_first(queue);
+    return 0;
+}
+
 int Post_user_data(uint32_t value) {
     return queue_put(QUEUE_USER, &value, 1);
+}
+
+namespace {
+
+// Frees the record behind another in a ring.
+void drop_behind(int queue, event_record* before) {
+    event_record* record = before->next;
+    if (record == before) return queue_drop_first(queue);
+    before->next = record->next;
+    if (record == last_records[queue]) last_records[queue] = before;
+    mem_free(record);
+}
+
+// The record in front of the oldest that has `value` in a word; null when there is none.
+event_record* before_matching(int queue, int word, uint32_t value) {
+    event_record* last = last_records[queue];
+    for (event_record* at = last; at != nullptr; at = at->next == last ? nullptr : at->next)
+        if (at->next->words[word] == value) return at;
+    return nullptr;
+}
+
+constexpr int TIMER_NUMBER = 0; // words of payloads
+constexpr int BUTTON_NUMBER = 3;
+constexpr int BUTTON_TRANSITION = 4;
+
+} // namespace
+
+int Get_timer_data_of(int number) {
+    event_record* before = before_matching(QUEUE_TIMER, TIMER_NUMBER, uint32_t(number));
+    if (before == nullptr) return event_fail(EVENT_ERROR_EMPTY);
+    drop_behind(QUEUE_TIMER, before);
+    return 0;
+}
+
+button_next Get_button_release(int button) {
+    event_record* before = before_matching(QUEUE_BUTTON, BUTTON_NUMBER, uint32_t(button));
+    if (before == nullptr) return button_next::none;
+    if (before->next->words[BUTTON_TRANSITION] != TRANS_UP) return button_next::pressed;
+    drop_behind(QUEUE_BUTTON, before);
+    return button_next::released;
 }
 
 int put_collapse_event(int window, int state) {
@@ -242,4 +298,14 @@ int Clear_event_8000_data() {
 }
 int Clear_motion_data() {
     return queue_clear(QUEUE_MOTION);
+}
+int Clear_wheel_data() {
+    return queue_clear(QUEUE_WHEEL);
+}
+
+void queues_check() {
+    for (int queue = 0; INVARIANTS_CHECKED && queue < EVENT_QUEUES; ++queue) {
+        const bool is_pending = (pending_events & event_bit(queue)) != 0;
+        invariant(is_pending == (last_records[queue] != nullptr), "a bit is pending while its queue has an event");
+    }
 }

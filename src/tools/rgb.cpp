@@ -185,11 +185,11 @@ uint8_t five_bits(int value, int threshold) {
 
 bool setup_true() {
     make_gamma_table(255);
-    rgb_make_true_parts();
     for (int t = 0; t < TRUE_ROWS; ++t)
         for (int i = 0; i < 256; ++i)
             rgb.threshold_rows[t][i] = five_bits(rgb.gamma_table[i], t);
     use_rows(row_order_true);
+    rgb_make_true_parts();
     if (!rgb_window_ready && Request_color_mode(COLOR_MODE_TRUE, &rgb_window_mode) != 0) return false;
     rgb_window_ready = true;
     return true;

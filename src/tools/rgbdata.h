@@ -66,7 +66,7 @@ bool dither4_make();
 // The nearest of the 16 colours.
 unsigned dither4_nearest(uint8_t red, uint8_t green, uint8_t blue);
 
-// Makes what the row writers of 24 planes need, from gamma_table.
+// Makes what the row writers of 15 planes and more need, from gamma_table and row_of_cell.
 void rgb_make_true_parts();
 // Has the row writers chosen anew at their next call.
 void rgb_reset_writers();

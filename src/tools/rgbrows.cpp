@@ -80,7 +80,7 @@ struct pack_555 {
 struct pack_565 {
     using pixel = uint16_t;
     static pixel of(unsigned r, unsigned g, unsigned b) {
-        return static_cast<pixel>(r >> 3 << 11 | g >> 2 << 5 | b >> 3);
+        return static_cast<pixel>(r >> 3 << 11 | canvas_green_bits_6(g) << 5 | b >> 3);
     }
 };
 struct pack_888 {
@@ -88,26 +88,50 @@ struct pack_888 {
     static pixel of(unsigned r, unsigned g, unsigned b) { return r << 16 | g << 8 | b; }
 };
 
-template <typename P> void write_row_15(uint8_t* out, rgb_bytes from, int x, int y, int count) {
-    auto* pixels = reinterpret_cast<typename P::pixel*>(out);
-    for (int i = 0; i < count; ++i) {
-        const uint8_t* row = rgb.row_of_cell[cell_of(x + i, y)];
-        pixels[i] = P::of(row[from.red[i]], row[from.green[i]], row[from.blue[i]]);
-    }
-}
-
 // What each byte adds to a pixel of the screen, the gamma applied.
 struct true_parts {
     uint32_t red[256], green[256], blue[256];
 };
 true_parts in_pixel;
+true_parts in_cell[CELLS]; // the same with the dither
 
-template <typename P> void make_parts() {
+template <typename P> void make_parts(true_parts* parts, const uint8_t* bytes) {
     for (int i = 0; i < 256; ++i) {
-        in_pixel.red[i] = P::of(rgb.gamma_table[i], 0, 0);
-        in_pixel.green[i] = P::of(0, rgb.gamma_table[i], 0);
-        in_pixel.blue[i] = P::of(0, 0, rgb.gamma_table[i]);
+        parts->red[i] = P::of(bytes[i], 0, 0);
+        parts->green[i] = P::of(0, bytes[i], 0);
+        parts->blue[i] = P::of(0, 0, bytes[i]);
     }
+}
+
+template <typename P> void make_all_parts() {
+    make_parts<P>(&in_pixel, rgb.gamma_table);
+    for (int cell = 0; cell < CELLS; ++cell)
+        make_parts<P>(&in_cell[cell], rgb.row_of_cell[cell]);
+}
+
+template <typename T> T dithered_pixel(unsigned cell, uint64_t red, uint64_t green, uint64_t blue) {
+    const true_parts& parts = in_cell[cell];
+    return static_cast<T>(parts.red[red] | parts.green[green] | parts.blue[blue]);
+}
+
+template <typename P> void write_row_15(uint8_t* out, rgb_bytes from, int x, int y, int count) {
+    using pixel = typename P::pixel;
+    auto* pixels = reinterpret_cast<pixel*>(out);
+    const unsigned first = cell_of(0, y);
+    const auto one = [&](int i) {
+        pixels[i] = dithered_pixel<pixel>(cell_of(x + i, y), from.red[i], from.green[i], from.blue[i]);
+    };
+    int i = 0;
+    for (; i < count && ((x + i) & 3) != 0; ++i)
+        one(i);
+    for (; i + WORD <= count; i += WORD) {
+        pixel_word w = take_word(from, i);
+        for (unsigned k = 0; k < WORD; ++k, next_pixel(&w))
+            pixels[i + static_cast<int>(k)] =
+                dithered_pixel<pixel>(first + k % 4, w.red & 255, w.green & 255, w.blue & 255);
+    }
+    for (; i < count; ++i)
+        one(i);
 }
 
 template <typename P> void write_row_24(uint8_t* out, rgb_bytes from, int /*x*/, int /*y*/, int count) {
@@ -264,9 +288,9 @@ void select_fill(int window, int x1, int x2, int y1, int y2, const uint8_t* red,
 
 void rgb_make_true_parts() {
     switch (canvas_planes()) {
-    case 15: return make_parts<pack_555>();
-    case 16: return make_parts<pack_565>();
-    default: return make_parts<pack_888>();
+    case 15: return make_all_parts<pack_555>();
+    case 16: return make_all_parts<pack_565>();
+    default: return make_all_parts<pack_888>();
     }
 }
 

@@ -10,10 +10,6 @@ namespace {
 
 bool mode = false;
 
-canvas_box moved_inside(canvas_box b) {
-    return window_moved_box(b, std::min(0, screen_width + 1 - b.x2), std::min(0, screen_height + 1 - b.y2));
-}
-
 // Makes the record describe the pop-up. What belongs to the number rather than to the platform's window stays.
 void take_popup(window_record* w, desk_window* popup, canvas_box box, window_record* saved) {
     const int level = topmost_window != nullptr ? WINDOW_TOP_LEVEL : 0;
@@ -120,7 +116,7 @@ int Create_SR_area(int window, int x1, int y1, int x2, int y2) {
     if (window != 0 || !mode || w == nullptr) return -1;
     mem_guard<window_record> saved(mem_new<window_record>());
     if (!saved) return -1;
-    const canvas_box box = moved_inside(window_box(x1, y1, x2, y2));
+    const canvas_box box = window_moved_in(window_box(x1, y1, x2, y2));
     const uint32_t style = DESK_POPUP | (topmost_window != nullptr ? DESK_TOPMOST : 0);
     desk_window* popup = desk_create(style, 0, nullptr, box);
     if (popup == nullptr) return -1;
@@ -146,6 +142,20 @@ int Delete_SR_area(int window) {
     desk_set_capture(SR_area_is_up() ? w->handle : nullptr);
     tools_pump();
     return 0;
+}
+
+// Pixels that were kept belong to the old place. Without them what was covered is drawn again when the area goes.
+void save_restore_move_in() {
+    for (window_record* w = window_table[0]; w != nullptr && w->sr_saved != nullptr; w = w->sr_saved) {
+        const canvas_box client = desk_client(w->handle);
+        const canvas_box inside = window_moved_in(client);
+        if (inside.x1 == client.x1 && inside.y1 == client.y1) continue;
+        desk_place(w->handle, inside);
+        for (window_record* all = window_table[0]; all->sr_saved != nullptr; all = all->sr_saved) {
+            canvas_destroy(all->sr_bitmap);
+            all->sr_bitmap = nullptr;
+        }
+    }
 }
 
 void save_restore_clear() {

@@ -52,6 +52,13 @@ void window_free_saved_attributes(window_record* w);
 void window_note_place(window_record* w);
 void window_apply_clip(window_record* w);
 
+// A client area (screen coordinates) moved left and up so that it ends inside of what is shown, and then right and down
+// so that it begins there.
+canvas_box window_moved_in(canvas_box client);
+// Moves the pop-ups that aren't all seen any more, since the main window has become smaller.
+void window_move_popups_in();
+void save_restore_move_in();
+
 // No mode and no areas. For the end.
 void save_restore_clear();
 void main_window_reset_scroll();

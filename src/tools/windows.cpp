@@ -108,6 +108,7 @@ int Create_win_flags(int flags, int level, const char* title, int x1, int y1, in
     if (title != nullptr) strncpy(w->title, title, WINDOW_TITLE_SIZE - 1);
     if ((flags & WINDOW_FREE) == 0) // logical -> screen coordinates
         client = window_moved_box(client, -scroll_x, -scroll_y);
+    if (level == WINDOW_TOP_LEVEL) client = window_moved_in(client);
     const uint32_t style = window_style(flags, level);
     desk_window* handle = desk_create(style, number, w->title, desk_outer_of(style, client));
     if (handle == nullptr) return -1;

@@ -76,8 +76,12 @@ inline window_record* window_find(int window) {
 // The number of a platform window; -1 when it is none of the table's.
 int window_of_handle(const desk_window* handle);
 
-// Last column and row of the screen, which is the space that windows lie in. Enter_tools() sets them.
+// Last column and row of the screen, which is the space that windows lie in. It is as large as the main window, but no
+// smaller than LEAST_SCREEN_WIDTH by LEAST_SCREEN_HEIGHT pixels, or than the main window was at the start if that is
+// less: in a smaller main window it is scrolled.
 extern int screen_width, screen_height;
+constexpr int LEAST_SCREEN_WIDTH = 1024;
+constexpr int LEAST_SCREEN_HEIGHT = 768;
 
 // How far the main window is scrolled.
 extern int scroll_x, scroll_y;
@@ -96,6 +100,8 @@ constexpr int WINDOW_TRANSPARENT = 32;   // changes nothing here: no window eras
 
 // A hidden window with the lowest free number. The rectangle is that of its client area. `title` (Latin-1, null: none)
 // is cut at 77 characters. -1 when all numbers are taken or there is no memory. The screen is 0, and doesn't count.
+// A pop-up of level WINDOW_TOP_LEVEL is moved like a save-restore area so that it is seen; the same goes for
+// Modify_win().
 int Create_win_flags(int flags, int level, const char* title, int x1, int y1, int x2, int y2, int* window);
 int Create_win(int screen, const char* title, int x1, int y1, int x2, int y2, int* window);
 int Create_win_no_border(int screen, int x1, int y1, int x2, int y2, int* window);
@@ -150,8 +156,8 @@ int Mouse_win_position(int* window, int* x, int* y, int* inside);
 
 int Enter_SR(int screen, int flags, int* window); // takes the messages, enters the mode and gives window 0
 int Exit_SR(int window);                          // -1 unless window is 0, the mode is on, and no area is up
-// x1 to y2: in the main window's client area; moved left and up so that it ends inside of the screen. -1 unless window
-// is 0 and the mode is on, or without memory.
+// x1 to y2: in the main window's client area; moved left and up so that it ends inside of what is shown of it, but not
+// out of it. -1 unless window is 0 and the mode is on, or without memory.
 int Create_SR_area(int window, int x1, int y1, int x2, int y2);
 int Delete_SR_area(int window); // the last one. -1 unless window is 0 and an area is up
 
@@ -164,9 +170,9 @@ bool window_paint(const desk_message* message, refresh_data* refresh);
 
 void window_was_moved(int window); // notes it for the next refresh
 void window_was_resized(int window);
-// Notes the state of a window that the user (or the program) minimised or restored: 1 or 0 when a displayed window has
-// another state than was recorded, for COLLAPSE_EVENT; -1 when nothing is to be told.
-int window_state_changed(int window, host_state state);
+// Notes the state of a window that the user or the program minimised or restored: 1 or 0 when a displayed window has
+// another state by now than was recorded, for COLLAPSE_EVENT; -1 when nothing is to be told.
+int window_state_changed(int window);
 // Frees the number of a window that the user closed. True when it existed.
 bool window_was_destroyed(int window);
 void window_set_cursor(int window); // shows the window's cursor again
@@ -175,6 +181,11 @@ void window_set_cursor(int window); // shows the window's cursor again
 void main_window_sized(const desk_message* message);
 void main_window_maximising();
 void main_window_scroll(const desk_message* message);
+
+// The screen that follows the main window: its size at the start, who is told of another one, and whether it is time.
+void main_window_start_screen();
+void main_window_set_screen_hook(void (*hook)());
+void main_window_check_screen();
 
 // ---- start and end -------------------------------------------------------------------------------------------------
 

@@ -24,6 +24,24 @@ void window_note_place(window_record* w) {
         w->placed = window_moved_box(desk_client(w->handle), scroll_x, scroll_y); // screen -> logical coordinates
 }
 
+canvas_box window_moved_in(canvas_box client) {
+    const canvas_box shown = desk_client(desk_main());
+    client = window_moved_box(client, std::min(0, shown.x2 - client.x2), std::min(0, shown.y2 - client.y2));
+    return window_moved_box(client, std::max(0, shown.x1 - client.x1), std::max(0, shown.y1 - client.y1));
+}
+
+void window_move_popups_in() {
+    for (int i = 1; i < WINDOW_COUNT; ++i) {
+        window_record* w = window_table[i];
+        if (w == nullptr || w->level != WINDOW_TOP_LEVEL || desk_state(w->handle) != host_state::restored) continue;
+        const canvas_box client = desk_client(w->handle);
+        const canvas_box inside = window_moved_in(client);
+        if (inside.x1 == client.x1 && inside.y1 == client.y1) continue;
+        desk_place(w->handle, desk_outer_of(window_style(w->create_flags, w->level), inside));
+        window_note_place(w);
+    }
+}
+
 int Display_win(int window) {
     window_record* w = window_find(window);
     if (w == nullptr || w->displayed != 0) return -1;
@@ -41,6 +59,7 @@ int Modify_win(int window, int x1, int y1, int x2, int y2) {
     if (is_main(w)) return 0; // its place is the user's
     canvas_box client = window_box(x1, y1, x2, y2);
     if ((w->create_flags & WINDOW_FREE) == 0) client = window_moved_box(client, -scroll_x, -scroll_y);
+    if (w->level == WINDOW_TOP_LEVEL) client = window_moved_in(client);
     desk_place(w->handle, desk_outer_of(window_style(w->create_flags, w->level), client));
     w->placed = window_moved_box(client, scroll_x, scroll_y);
     desk_invalidate(w->handle, nullptr);

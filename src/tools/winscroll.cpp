@@ -1,7 +1,9 @@
-// Refreshes of numbered windows, and the main window's scrolling.
+// Refreshes of numbered windows, the main window's scrolling, and the screen that follows its size.
 //
 // While the main window scrolls, what its children have to paint is collected, and is asked for when scrolling ends:
 // otherwise each step of a dragged thumb would be drawn in full.
+#include "tools/eventdata.h"
+#include "tools/process.h"
 #include "tools/windata.h"
 
 int scroll_x;
@@ -17,6 +19,36 @@ int ranges[2];                  // by bar
 int pages[2];                   // by bar: the client's size
 canvas_box dirty[WINDOW_COUNT]; // client coordinates
 constexpr canvas_box CLEAN = {32767, 32767, -32768, -32768};
+
+tools_screen_hook screen_hook = nullptr;
+uint32_t settles_at = 0; // when the screen's size has stood still; 0: nothing waits to be told
+int told_width = 0;      // the size that the program knows of
+int told_height = 0;
+
+// The screen for the main window's size. A bar takes room from the other direction, and may so call for the other bar.
+void fit_screen() {
+    const int bar = desk_sizes()->scroll_bar;
+    const int least_width = std::min(LEAST_SCREEN_WIDTH, host_screen_size()->width);
+    const int least_height = std::min(LEAST_SCREEN_HEIGHT, host_screen_size()->height);
+    int width = desk_sizes()->screen_width;
+    int height = desk_sizes()->screen_height;
+    const bool narrow = width < least_width;
+    const bool low = height - (narrow ? bar : 0) < least_height;
+    if (narrow) height -= bar;
+    if (low) width -= bar;
+    screen_width = std::max(width, least_width) - 1;
+    screen_height = std::max(height, least_height) - 1;
+}
+
+void follow_main_window() {
+    fit_screen();
+    if (screen_width == told_width && screen_height == told_height) {
+        settles_at = 0;
+        return;
+    }
+    settles_at = std::max(host_now() + SCREEN_SETTLES, 1U);
+    timer_arm_no_later(settles_at);
+}
 
 bool is_empty(canvas_box b) {
     return b.x1 >= b.x2 || b.y1 >= b.y2;
@@ -54,6 +86,17 @@ void scroll_to(int x, int y) {
 void show_bars() {
     desk_set_scroll(DESK_HORIZONTAL, ranges[DESK_HORIZONTAL], pages[DESK_HORIZONTAL], scroll_x);
     desk_set_scroll(DESK_VERTICAL, ranges[DESK_VERTICAL], pages[DESK_VERTICAL], scroll_y);
+}
+
+void fit_ranges(int client_width, int client_height) {
+    pages[DESK_HORIZONTAL] = client_width;
+    pages[DESK_VERTICAL] = client_height;
+    ranges[DESK_HORIZONTAL] = std::max(0, screen_width - client_width);
+    ranges[DESK_VERTICAL] = std::max(0, screen_height - client_height);
+    begin_scrolling();
+    scroll_to(scroll_x, scroll_y);
+    end_scrolling();
+    show_bars();
 }
 
 int scrolled_position(const desk_message* message, int now) {
@@ -101,6 +144,8 @@ bool window_paint(const desk_message* message, refresh_data* refresh) {
         return false;
     }
     if (scrolling) {
+        // Meanwhile it shows the background, and not what has been scrolled away from there.
+        desk_fill_waiting(message->window, window_table[window]->attributes.background);
         if (desk_paint_box(message->window, &box, true)) collect(window, box);
         return false;
     }
@@ -124,10 +169,10 @@ void window_was_resized(int window) {
     window_note_place(w);
 }
 
-int window_state_changed(int window, host_state state) {
+int window_state_changed(int window) {
     window_record* w = window_find(window);
     if (w == nullptr || w->displayed == 0) return -1;
-    const uint8_t collapsed = state == host_state::minimised ? 1 : 0;
+    const uint8_t collapsed = desk_state(w->handle) == host_state::minimised ? 1 : 0;
     if (w->collapsed == collapsed) return -1;
     w->collapsed = collapsed;
     return collapsed;
@@ -138,15 +183,35 @@ void main_window_sized(const desk_message* message) {
     // A maximised window has bars too when it is smaller than the space: without a window manager every size is called
     // maximised.
     if (message->state == host_state::maximised) maximising = false;
+    follow_main_window();
+    save_restore_move_in();
+    window_move_popups_in();
     if (maximising) return;
-    pages[DESK_HORIZONTAL] = message->x;
-    pages[DESK_VERTICAL] = message->y;
-    ranges[DESK_HORIZONTAL] = std::max(0, screen_width - message->x);
-    ranges[DESK_VERTICAL] = std::max(0, screen_height - message->y);
-    begin_scrolling();
-    scroll_to(scroll_x, scroll_y);
-    end_scrolling();
-    show_bars();
+    fit_ranges(message->x, message->y);
+}
+
+void main_window_start_screen() {
+    const canvas_box client = desk_client(desk_main());
+    scroll_x = scroll_y = 0;
+    fit_screen();
+    told_width = screen_width;
+    told_height = screen_height;
+    fit_ranges(client.x2 - client.x1, client.y2 - client.y1);
+}
+
+void main_window_set_screen_hook(tools_screen_hook hook) {
+    screen_hook = hook;
+}
+
+void main_window_check_screen() {
+    if (settles_at == 0 || int32_t(host_now() - settles_at) < 0) {
+        if (settles_at != 0) timer_arm_no_later(settles_at);
+        return;
+    }
+    settles_at = 0;
+    told_width = screen_width;
+    told_height = screen_height;
+    if (screen_hook != nullptr) screen_hook();
 }
 
 void main_window_maximising() {
@@ -176,6 +241,7 @@ void main_window_scroll(const desk_message* message) {
 void main_window_reset_scroll() {
     scrolling = false;
     maximising = false;
+    settles_at = 0;
     scroll_x = 0;
     scroll_y = 0;
     std::fill_n(ranges, 2, 0);

@@ -1,6 +1,7 @@
 // tinct-batch as a user runs it, on small pairs made by hand.
 #include <csignal>
 #include <cstdlib>
+#include <set>
 
 #include <nlohmann/json.hpp>
 #include <unistd.h>
@@ -325,11 +326,15 @@ TEST_F(Batch, AnInterruptedRunLeavesNothingBehind) {
 TEST_F(Batch, DamagedFilesNeverGiveSuccess) {
     std::string tnc = read(directory + "/still.tnc");
     std::string raster = read(directory + "/still.rgb");
+    // A file may end between two records, and needs no record of its end.
+    std::set<size_t> ends = {2};
+    for (size_t record : {12, 3, 3, 8, 1, 8, 4, 1, 8, 1, 8, 1, 1, 4})
+        ends.insert(*ends.rbegin() + record);
     for (size_t length = 0; length < tnc.size(); ++length) {
         write("still.tnc", tnc.substr(0, length));
-        EXPECT_NE(run("tinct-batch info still.tnc --json").status, 0) << length;
+        EXPECT_EQ(run("tinct-batch info still.tnc --json").status == 0, ends.count(length) != 0) << length;
     }
-    write("still.tnc", tnc.substr(0, tnc.size() - 1));
+    write("still.tnc", tnc.substr(0, tnc.size() - 2));
     EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o o.rgb").status, 1);
     write("still.tnc", tnc);
     for (size_t cut = 1; cut < raster.size(); cut = cut * 3 + 1) {

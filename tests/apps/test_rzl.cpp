@@ -111,6 +111,37 @@ TEST_F(Rzl, CatWidensBitsLooksColoursUpAndTurnsLinesAround) {
         EXPECT_EQ(run("rzl cat m.rgb").out, colors) << format;
     }
     EXPECT_EQ(run("rzl convert mapped.rgb m.rgb --format 28 --vlt").status, 1);
+
+    // Two colours are any, not black and white.
+    file = create("two.rgb", 11, 1, 1, 4);
+    value = 2;
+    EXPECT_EQ(rzl_set_hdr_data(file, RZL_FIELD_VLT_TYPE, &value), 0);
+    EXPECT_EQ(rzl_set_hdr_data(file, RZL_FIELD_VLT_ENTRIES, &value), 0);
+    EXPECT_EQ(rzl_put_vlt(file, entries), 0);
+    const uint8_t on_off[2] = {0x00, 0xF8};
+    EXPECT_EQ(rzl_putline(file, on_off), 0);
+    EXPECT_EQ(rzl_finish(file), 0u);
+    colors.clear();
+    for (int x = 0; x < 11; ++x)
+        colors += x < 5 ? "\4\5\6" : "\1\2\3";
+    EXPECT_EQ(run("rzl cat two.rgb").out, colors);
+    for (const char* format : {"29", "28"}) {
+        ASSERT_EQ(run(std::string("rzl convert two.rgb m.rgb --format ") + format).status, 0) << format;
+        EXPECT_EQ(run("rzl cat m.rgb").out, colors) << format;
+    }
+}
+
+TEST_F(Rzl, RefusalsNameTheirCause) {
+    write_raster("a.rgb", 70, 9);
+    run_result result = run("rzl convert a.rgb b.tif --format 25");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("A TIFF file does not have data format 25"), std::string::npos) << result.err;
+    result = run("rzl convert a.rgb d.tif --compression 4"); // bilevel pictures only
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err.find("The operation succeeded"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("can not be written: "), std::string::npos) << result.err;
+    result = run("rzl info --image 2 a.rgb");
+    EXPECT_NE(result.err.find("has no image 2"), std::string::npos) << result.err;
 }
 
 // A picture keeps its rows, columns and colours in every standard, whatever the order of the source's lines.

@@ -127,7 +127,7 @@ TEST_F(CcittTest, RunsAndBitsAreTwoFormsOfALine) {
     page wide = page_of_runs(150000, {{65535, 0, 14465, 65535, 0, 4465, 0}});
     run_list cut(cit_max_runs(150000));
     cut.resize(cit_bits_to_runs(150000, wide.line(0), cut.data()));
-    EXPECT_EQ(cut, (run_list{65535, 0, 14465, 65535, 0, 4465}));
+    EXPECT_EQ(cut, (run_list{32767, 0, 32767, 0, 14466, 32767, 0, 32767, 0, 4466}));
 }
 
 TEST_F(CcittTest, ASinkTakesWhatFitsAndSaysSo) {

@@ -1,7 +1,7 @@
 // What tests of the core share: a working directory of their own, and everything given back at the end.
 #pragma once
 
-#include "../apps/app_fixture.h"
+#include "apps/app_fixture.h"
 
 #include "support/log.h"
 #include "support/memory.h"

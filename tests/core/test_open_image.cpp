@@ -1,6 +1,7 @@
 // Finding the pair, opening it, and applying to it.
 #include "core_fixture.h"
 
+#include "common/failures.h"
 #include "core/open_image.h"
 #include "platform/files.h"
 
@@ -11,7 +12,7 @@ protected:
     void SetUp() override {
         CoreFixture::SetUp();
         log_set_sink(record, this);
-        stop_set_action([](void* user, int) { ++static_cast<OpenImage*>(user)->stops; }, this);
+        stop_set_action([](void*, int) { ADD_FAILURE() << "the program was stopped"; }, nullptr);
     }
     void TearDown() override {
         image_close();
@@ -26,7 +27,6 @@ protected:
     }
     static std::string head(const std::string& name) { return std::string("\xFA\x03\xF3\x01", 4) + name; }
     std::vector<std::string> messages;
-    int stops = 0;
 };
 
 } // namespace
@@ -84,48 +84,100 @@ TEST_F(OpenImage, OpensAppliesAndKeepsWhatASurfaceCarries) {
     EXPECT_EQ(open_image.tnc, kept);
     EXPECT_EQ(open_image.picture->red[0], before);
     EXPECT_EQ(open_image.appliques[1], nullptr);
+    EXPECT_EQ(image_undo(), 0);
 
-    // A pair that can't be used leaves the present one.
-    EXPECT_EQ(image_open("other.tnc"), 0);
-    EXPECT_NE(open_image.picture, nullptr);
+    // But not when a file has changed, in time or size.
+    std::filesystem::last_write_time("still.tnc",
+                                     std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+    messages.clear();
+    write("still.rgb", read("still.rgb"));
+    write("still.tnc", read("still.tnc").insert(14, "\xF9\x07\x01", 3));
+    ASSERT_EQ(image_open("still.tnc"), 1);
+    EXPECT_EQ(pen_defined(open_image.tnc, 7), 1);
+    write_raster("still.rgb", 5, 4);
+    ASSERT_EQ(image_open("still.tnc"), 1);
+    EXPECT_EQ(open_image.tnc->line_count, 4);
+    EXPECT_TRUE(messages.empty());
 }
 
-TEST_F(OpenImage, TwentyBrokenPairsInARow) {
+// Whatever is wrong with a pair: it is told, in the words for it, and the present picture stays as it is.
+TEST_F(OpenImage, APairThatCannotBeOpenedLeavesThePresentOne) {
     write_pair();
-    std::string tnc = read("still.tnc");
-    std::string raster = read("still.rgb");
-    for (size_t i = 0; i < 20; ++i) {
-        write("still.tnc", i % 2 == 0 ? tnc.substr(0, i * 3) : tnc);
-        write("still.rgb", i % 2 == 0 ? raster : raster.substr(0, raster.size() - i));
-        image_open("still.tnc");
-        EXPECT_EQ(apply_col_pat(1, color(1, 1, 1)) != 0, open_image.picture != nullptr && open_image.tnc != nullptr);
+    ASSERT_EQ(image_open("still.tnc"), 1);
+    ASSERT_EQ(apply_col_pat(1, color(1, 0, 0)), 1);
+    const raster_image* present = open_image.picture;
+    const std::string tnc = read("still.tnc");
+    const std::string raster = read("still.rgb");
+    struct bad_pair {
+        std::string tnc, raster;
+        std::vector<std::string> told;
+    };
+    const std::string load = "load_image : failed to open \"other.rgb\" for read";
+    const auto other = [](std::string bytes) { return bytes.replace(4, 9, "other.rgb"); };
+    const bad_pair cases[] = {
+        {"", raster, {"Failed to open \"other.tnc\""}},
+        {other(tnc), "", {"Tinct requires a pair of files : other.tnc and other.rgb"}},
+        {other(tnc), "no raster", {"Failed to open \"other.rgb\" for read as RGB file."}},
+        {other(tnc), raster.substr(0, raster.size() - 3), {load}},
+        {"\xFAx no tnc file", raster, {"expected \"other.tnc\" to be version 0, 1, 2 or 3 tnc file"}},
+        {other(tnc) + "\x09", raster, {}}, // nothing is read behind the end
+        {other(tnc).replace(20, 1, "\x09"), raster, {"Pixel data found for unknown pen 9"}},
+    };
+    for (const bad_pair& c : cases) {
+        std::filesystem::remove("other.tnc");
+        std::filesystem::remove("other.rgb");
+        if (!c.tnc.empty()) write("other.tnc", c.tnc);
+        if (!c.raster.empty()) write("other.rgb", c.raster);
+        messages.clear();
+        EXPECT_EQ(image_open("other.tnc"), c.told.empty() ? 1 : 0);
+        EXPECT_EQ(messages, c.told);
+        if (c.told.empty()) {
+            present = open_image.picture;
+            ASSERT_EQ(apply_col_pat(1, color(1, 0, 0)), 1);
+        }
+        EXPECT_EQ(open_image.picture, present);
+        EXPECT_EQ(image_undo() + image_redo(), 2);
     }
-    EXPECT_GT(stops, 0);
-    write("still.rgb", raster);
-    write("whole.tnc", tnc);
-    EXPECT_EQ(image_open("whole.tnc"), 1);
+}
+
+// The end of a file between two records is an end; inside of one it is a cut, which is told once.
+TEST_F(OpenImage, AFileThatEndsEarlyOpens) {
+    const std::string tnc = read(write_pair());
+    for (size_t length = 14; length < tnc.size(); ++length) {
+        write("still.tnc", tnc.substr(0, length));
+        messages.clear();
+        ASSERT_EQ(image_open("still.tnc"), 1) << length;
+        EXPECT_EQ(messages.empty(), open_image.tnc->complete) << length;
+        EXPECT_LE(messages.size(), 1u);
+        const std::string last = tnc.substr(length - 1, 1);
+        if (last == "\xFB" || last == "\xFD") {
+            EXPECT_TRUE(open_image.tnc->complete) << length;
+        }
+    }
+    write("still.tnc", tnc.substr(0, tnc.size() - 2));
+    messages.clear();
+    ASSERT_EQ(image_open("still.tnc"), 1);
+    EXPECT_EQ(messages, std::vector<std::string>{"\"still.tnc\" ends early: the file is cut."});
 }
 
 TEST_F(OpenImage, EveryFailedAllocationOrReadLeavesASoundState) {
     write_pair();
-    for (int kind = 0; kind < 3; ++kind) {
-        bool hit = true;
-        for (long n = 0; hit; ++n) {
-            image_close();
-            if (kind == 0) {
-                mem_fail_after(n, mem_fail::once);
-            } else {
-                files_fail_after(n, kind == 1 ? files_fail::onward : files_fail::nothing);
-            }
-            bool opened = image_open("still.tnc") != 0;
-            applique* green = opened ? color(0, 1, 0) : nullptr;
-            bool applied = green != nullptr && apply_col_pat(1, green) != 0;
-            hit = kind == 0 ? mem_fail_stop() : files_fail_stop();
-            EXPECT_TRUE(hit || applied);
-            if (!opened) {
-                EXPECT_FALSE(messages.empty());
-            }
-        }
-    }
+    bool opened = false;
+    bool applied = false;
+    const auto run_once = [&] {
+        opened = image_open("still.tnc") != 0;
+        applique* green = opened ? color(0, 1, 0) : nullptr;
+        applied = green != nullptr && apply_col_pat(1, green) != 0;
+    };
+    const auto check = [&](bool hit) {
+        EXPECT_TRUE(hit || applied);
+        EXPECT_TRUE(opened || !messages.empty());
+        EXPECT_EQ(opened, open_image.picture != nullptr && open_image.tnc != nullptr);
+        messages.clear();
+        image_close();
+        penpack_release_scratch();
+        file_types_free();
+    };
+    sweep_failures(ALL_FAILURES, run_once, check);
     EXPECT_EQ(image_open("still.tnc"), 1);
 }

@@ -197,6 +197,7 @@ TEST_F(GifRead, FieldsSeeksAndChannels) {
     rzl_stat stat;
     EXPECT_TRUE(rzl_get_hdr_data(c, 26, &aspect) == 0 && rzl_get_stat(c, &stat) == 0 && aspect == 1.0);
     EXPECT_TRUE(stat.xsize == 20 && stat.format == 29 && stat.scan_orientation == 4 && stat.vlt_entries == 256);
+    EXPECT_TRUE(stat.compression == 1 && stat.standard == RZL_STANDARD_GIF && stat.bits == 8 && stat.vlt_bits == 8);
 
     uint8_t line[20];
     for (int y : {9, 0, 5}) {

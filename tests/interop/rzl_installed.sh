@@ -23,6 +23,13 @@ if [ -n "$strangers" ]; then
     exit 1
 fi
 
+# Nor is there in the static one what a program could have, too.
+strangers=$(nm -g --defined-only "$prefix/$libdir/librzl.a" 2>/dev/null | awk 'NF == 3 {print $3}' | grep -v '^rzl_' || true)
+if [ -n "$strangers" ]; then
+    echo "librzl.a has other names: $strangers" >&2
+    exit 1
+fi
+
 run() {
     local expected="rzl version 2.0.0.9: 33 x 17 pixels written and read back"
     local line

@@ -1,12 +1,16 @@
 // Names in the application's form, transfers that come back short, and replacing a file as a whole.
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "common/own_directory.h"
 #include "platform/files.h"
@@ -34,6 +38,8 @@ protected:
         return static_cast<size_t>(std::distance(fs::directory_iterator(root / "renders" / "day"), {}));
     }
 
+    static bool write_byte(int fd) { return ::write(fd, "", 1) == 1; }
+
     fs::path root;
 };
 
@@ -48,6 +54,16 @@ TEST_F(Files, CleanNamesFindFilesWhateverTheirCase) {
     EXPECT_EQ(resolved(root.string() + "\\RENDERS\\DAY\\car.rgb"), wanted);
     EXPECT_EQ(resolved(root.string() + "\\renders\\day\\cart.rgb"), "");
     EXPECT_EQ(resolved(""), "");
+}
+
+TEST_F(Files, ALatin1NameFindsItsUtf8File) {
+    const std::string wanted = root / "renders" / "K\xC3\xBC\xC3\x84.rgb";
+    write(wanted, "");
+    EXPECT_EQ(resolved(root.string() + "\\renders\\k\xFC\xE4.rgb"), wanted);
+    EXPECT_EQ(resolved(root.string() + "\\renders\\k\xFC.rgb"), "");
+    char real[FILES_PATH_SIZE];
+    ASSERT_TRUE(files_resolve_new((root / "renders" / "N\xFC.rgb").c_str(), real, sizeof real));
+    EXPECT_EQ(std::string(real), root / "renders" / "N\xC3\xBC.rgb");
 }
 
 TEST_F(Files, ANameGivenAsItStandsComesFirst) {
@@ -71,6 +87,13 @@ TEST_F(Files, MakesDirectoriesOnTheWay) {
     EXPECT_TRUE(fs::is_directory(root / "x" / "y" / "z"));
     EXPECT_TRUE(files_make_directory(path.c_str()));
     EXPECT_FALSE(files_make_directory((root / "renders" / "day" / "Car.RGB" / "in").c_str()));
+    EXPECT_TRUE(files_make_directory((root / "renders" / "day" / "new" / "newer").c_str()));
+    EXPECT_TRUE(fs::is_directory(root / "renders" / "day" / "new" / "newer"));
+    std::string deep = root.string();
+    for (int i = 0; i < 900; ++i)
+        deep += "/d";
+    EXPECT_TRUE(files_make_directory(deep.c_str()));
+    EXPECT_TRUE(fs::is_directory(deep));
 }
 
 TEST_F(Files, TellsTheSameFileUnderOtherNames) {
@@ -224,6 +247,113 @@ TEST_F(Files, APairIsReplacedTogether) {
     EXPECT_EQ(read(second), "new samples");
 }
 
+TEST_F(Files, APairThatCanNotBePlacedLeavesBothAsTheyWere) {
+    fs::path first = root / "renders" / "day" / "Car.RGB";
+    fs::path second = root / "renders" / "day" / "Car.TNC";
+    for (bool first_is_new : {false, true}) {
+        if (first_is_new) fs::remove(first);
+        char fresh[2][FILES_PATH_SIZE];
+        ASSERT_TRUE(files_replace_begin(first.c_str(), fresh[0], sizeof fresh[0]));
+        ASSERT_TRUE(files_create_begin(second.c_str(), fresh[1], sizeof fresh[1]));
+        write(fresh[0], "new picture");
+        write(second, "of another writer"); // that was quicker
+        EXPECT_FALSE(files_replace_commit());
+        EXPECT_STREQ(files_write_failure(), "File exists");
+        EXPECT_EQ(read(second), "of another writer");
+        if (!first_is_new) {
+            EXPECT_EQ(read(first), "picture");
+        }
+        EXPECT_EQ(entries(), first_is_new ? 1U : 2U);
+        fs::remove(second);
+    }
+}
+
+TEST_F(Files, NewContentHasItsPermissionsBeforeItsFirstByte) {
+    fs::path target = root / "renders" / "day" / "Car.RGB";
+    umask(022);
+    for (unsigned mode : {0600U, 0644U, 0400U, 04711U, 02770U}) {
+        chmod(target.c_str(), mode);
+        char fresh[FILES_PATH_SIZE];
+        ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+        struct stat info;
+        ASSERT_EQ(lstat(fresh, &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, mode & 0777) << mode;
+        EXPECT_EQ(info.st_size, 0);
+        files_replace_abandon();
+    }
+    char fresh[FILES_PATH_SIZE];
+    ASSERT_TRUE(files_create_begin((root / "new").c_str(), fresh, sizeof fresh));
+    EXPECT_EQ(static_cast<unsigned>(fs::status(fresh).permissions()), 0644U);
+    EXPECT_TRUE(files_replace_commit());
+}
+
+TEST_F(Files, WhatIsPutUnderTheFreshNameIsNeitherWrittenNorTaken) {
+    fs::path target = root / "renders" / "day" / "Car.RGB";
+    fs::path victim = root / "victim";
+    write(victim, "precious");
+    char fresh[FILES_PATH_SIZE];
+    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    fs::remove(fresh);
+    fs::create_symlink(victim, fresh);
+    file_stream* stream = stream_open(fresh, "wb");
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(stream_write("new", 1, 3, stream), 3u);
+    EXPECT_EQ(stream_close(stream), 0);
+    EXPECT_FALSE(files_replace_commit());
+    EXPECT_EQ(read(victim), "precious");
+    EXPECT_EQ(read(target), "picture");
+}
+
+TEST_F(Files, LeftOversOfDeadProcessesGoAndThoseOfLivingOnesStay) {
+    fs::path target = root / "renders" / "day" / "Car.RGB";
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    auto start_writer = [&] {
+        pid_t child = fork();
+        if (child == 0) {
+            char fresh[FILES_PATH_SIZE];
+            bool good = files_replace_begin(target.c_str(), fresh, sizeof fresh);
+            _exit(write_byte(ready[1]) && good ? (pause(), 0) : 1);
+        }
+        char byte = 0;
+        EXPECT_EQ(::read(ready[0], &byte, 1), 1);
+        return child;
+    };
+    auto kill_writer = [](pid_t child) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    };
+    pid_t living = start_writer();
+    kill_writer(start_writer());
+    EXPECT_EQ(entries(), 3u);
+    fs::create_symlink("Car.RGB", root / "renders/day/.Car.RGB.0123456789abcdef0123456789abcdef.part");
+    char fresh[FILES_PATH_SIZE];
+    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    EXPECT_EQ(entries(), 4u); // the target, the link, that of the living one, and this one
+    EXPECT_TRUE(files_replace_commit());
+    kill_writer(living);
+    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    files_replace_abandon();
+    EXPECT_EQ(entries(), 2u);
+}
+
+TEST_F(Files, NothingIsWaitedFor) {
+    fs::path fifo = root / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(files_open(fifo.c_str(), FILES_READ), OS_FILE_NONE);
+    EXPECT_EQ(stream_open(fifo.c_str(), "rb"), nullptr);
+    EXPECT_EQ(reader_open(fifo.c_str()), nullptr);
+    EXPECT_STREQ(files_input_fault(fifo.c_str()), "it is no plain file");
+    EXPECT_STREQ(files_input_fault(root.c_str()), "it is a directory");
+    EXPECT_STREQ(files_input_fault((root / "none").c_str()), "it does not exist");
+    EXPECT_EQ(files_input_fault((root / "renders/day/car.rgb").c_str()), nullptr);
+    char fresh[FILES_PATH_SIZE];
+    for (const fs::path& target : {fifo, root, root / "none" / "new"}) {
+        EXPECT_FALSE(files_replace_begin(target.c_str(), fresh, sizeof fresh)) << target;
+    }
+    EXPECT_TRUE(fs::is_fifo(fifo));
+}
+
 TEST_F(Files, ReplacingThroughALinkKeepsTheLink) {
     fs::path target = root / "renders" / "day" / "Car.RGB";
     fs::create_symlink(target, root / "link");
@@ -235,15 +365,44 @@ TEST_F(Files, ReplacingThroughALinkKeepsTheLink) {
     EXPECT_EQ(read(target), "through");
 }
 
-TEST_F(Files, AnInterruptedProcessLeavesNothingBehind) {
+TEST_F(Files, AProcessThatASignalEndsLeavesNothingBehind) {
     fs::path target = root / "renders" / "day" / "Car.RGB";
-    auto interrupted = [&target] {
-        char fresh[FILES_PATH_SIZE];
-        if (!files_replace_begin(target.c_str(), fresh, sizeof fresh)) return;
-        write(fresh, "half");
-        std::raise(SIGTERM);
-    };
-    EXPECT_EXIT(interrupted(), testing::KilledBySignal(SIGTERM), "");
-    EXPECT_EQ(entries(), 1u);
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+        struct sigaction present;
+        if (sigaction(number, nullptr, &present) != 0 || number == SIGKILL) continue;
+        pid_t child = fork();
+        if (child == 0) {
+            signal(number, SIG_DFL);
+            char fresh[FILES_PATH_SIZE];
+            if (!files_replace_begin(target.c_str(), fresh, sizeof fresh)) _exit(1);
+            write(fresh, "half");
+            kill(getpid(), number);
+            files_replace_abandon();
+            _exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, WUNTRACED), child);
+        if (WIFSTOPPED(status)) {
+            kill(child, SIGCONT);
+            waitpid(child, &status, 0);
+        }
+        // A file that outgrows its limit is a failed write, which is told.
+        bool goes_on = number == SIGXFSZ || number == SIGCHLD || number == SIGCONT || number == SIGURG ||
+                       number == SIGWINCH || number == SIGSTOP || number == SIGTSTP || number == SIGTTIN ||
+                       number == SIGTTOU;
+        EXPECT_EQ(WIFSIGNALED(status), !goes_on) << strsignal(number);
+        EXPECT_EQ(entries(), 1u) << strsignal(number);
+        EXPECT_EQ(read(target), "picture");
+    }
+}
+
+TEST_F(Files, ASmallFileIsReplacedAtOnceOrNotAtAll) {
+    fs::path target = root / "renders" / "day" / "Car.RGB";
+    files_fail_after(0, files_fail::once);
+    EXPECT_FALSE(files_replace_whole(target.c_str(), "whole", 5));
+    EXPECT_TRUE(files_fail_stop());
     EXPECT_EQ(read(target), "picture");
+    EXPECT_TRUE(files_replace_whole(target.c_str(), "whole", 5));
+    EXPECT_EQ(read(target), "whole");
+    EXPECT_EQ(entries(), 1u);
 }

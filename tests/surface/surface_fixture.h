@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "common/own_directory.h"
-#include "raster/rzl.h"
+#include "common/pictures.h"
 #include "support/log.h"
 #include "support/memory.h"
 #include "surface/raster_image.h"
@@ -90,29 +90,11 @@ protected:
     // A native file of format 27. Orientation 6 stores it bottom-up.
     std::string write_raster(const std::string& name, int32_t width, int32_t height, int seed,
                              int32_t orientation = 4) const {
-        std::string path = directory + "/" + name;
-        CFILE* file = rzl_open_w(path.c_str());
-        EXPECT_NE(file, nullptr);
-        int32_t standard = RZL_STANDARD_KRVN;
-        int32_t format = RZL_FORMAT_PLANE_RUNS;
-        rzl_set_hdr_data(file, RZL_FIELD_STANDARD, &standard);
-        rzl_set_hdr_data(file, RZL_FIELD_FORMAT, &format);
-        rzl_set_hdr_data(file, RZL_FIELD_XSIZE, &width);
-        rzl_set_hdr_data(file, RZL_FIELD_YSIZE, &height);
-        rzl_set_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
-        std::vector<uint8_t> planes[3];
-        for (auto& plane : planes)
-            plane.resize(static_cast<size_t>(width));
-        for (int32_t line = 0; line < height; ++line) {
-            int32_t y = orientation == 6 ? height - 1 - line : line;
-            for (int32_t x = 0; x < width; ++x) {
-                for (int c = 0; c < 3; ++c)
-                    planes[c][static_cast<size_t>(x)] = raster_byte(seed, x, y, c);
-            }
-            EXPECT_EQ(rzl_putline3(file, planes[0].data(), planes[1].data(), planes[2].data()), 0);
-        }
-        EXPECT_EQ(rzl_finish(file), 0u);
-        return path;
+        const auto rule = [&](int x, int y, int channel) {
+            return raster_byte(seed, x, orientation == 6 ? height - 1 - y : y, channel);
+        };
+        write_native(path(name), width, height, RZL_FORMAT_PLANE_RUNS, rule, orientation);
+        return path(name);
     }
 
     static raster_image* load(const char* path) { return load_image(path, LOAD_IMAGE_LIMIT, LOAD_IMAGE_LIMIT); }

@@ -1,5 +1,5 @@
 // Loading rasters into planes, and appliques.
-#include "platform/files.h"
+#include "common/failures.h"
 #include "surface/applique.h"
 #include "surface/paths.h"
 #include "surface_fixture.h"
@@ -65,29 +65,18 @@ TEST_F(Load, ACutFileOrAWildHeaderGivesNothing) {
 }
 
 TEST_F(Load, EveryFailedAllocationOrReadIsNamed) {
-    std::string path = write_raster("a.rgb", 40, 30, 3);
-    long live = mem_live();
-    for (int kind = 0; kind < 3; ++kind) {
-        bool hit = true;
-        for (long n = 0; hit; ++n) {
-            size_t said = messages.size();
-            if (kind == 0) {
-                mem_fail_after(n, mem_fail::once);
-            } else {
-                files_fail_after(n, kind == 1 ? files_fail::onward : files_fail::nothing);
-            }
-            raster_image* image = load_image(path.c_str(), 100, 100);
-            hit = kind == 0 ? mem_fail_stop() : files_fail_stop();
-            if (image != nullptr) {
-                check_pixels(image, 3); // a failure that was got over changed nothing
-            } else {
-                EXPECT_TRUE(hit);
-                EXPECT_EQ(messages.size(), said + 1);
-            }
-            raster_image_free(image);
-            EXPECT_EQ(mem_live(), live);
-        }
-    }
+    const std::string path = write_raster("a.rgb", 40, 30, 3);
+    raster_image* image = nullptr;
+    const auto check = [&](bool hit) {
+        if (image != nullptr)
+            check_pixels(image, 3); // a failure that was got over changed nothing
+        else
+            EXPECT_TRUE(hit && messages.size() == 1);
+        raster_image_free(image);
+        messages.clear();
+    };
+    sweep_failures(
+        ALL_FAILURES, [&] { image = load_image(path.c_str(), 100, 100); }, check);
 }
 
 TEST_F(Load, PlacementTurnsAboutTheMiddle) {

@@ -125,19 +125,24 @@ TEST_F(Palette, KnowsMadeUpNames) {
     EXPECT_EQ(palette_name_is_made_up("Red"), 0);
 }
 
-TEST_F(Palette, AFailedAllocationLeavesAnEmptyTable) {
+TEST_F(Palette, AFailedAllocationLosesOneEntryOrAll) {
     std::string path = write("p.tnp", "a {color = (0, 0, 0);}\nOak {pattern = \"o\";}\nb {color = (0, 0, 0);}\n");
+    int lost_one = 0, lost_all = 0;
     bool hit = true;
     for (long n = 0; hit; ++n) {
         mem_fail_after(n, mem_fail::once);
+        messages.clear();
         int loaded = load_palette_file(&colors, &patterns, path.c_str());
         hit = mem_fail_stop();
-        EXPECT_EQ(loaded, hit ? 0 : 1);
-        EXPECT_EQ(colors.count, hit ? 0 : 2);
+        EXPECT_EQ(messages.empty(), !hit);
+        EXPECT_EQ(colors.count + patterns.count, loaded == 0 ? 0 : (hit ? 2 : 3)) << n;
+        (loaded == 0 ? lost_all : lost_one) += hit ? 1 : 0;
         palette_clear(&colors);
         pattern_palette_clear(&patterns);
         EXPECT_EQ(mem_live(), live_before);
     }
+    EXPECT_EQ(lost_one, 4); // two colours; a pattern's file and name
+    EXPECT_EQ(lost_all, 4); // the text and the table, of both kinds
     palette_add(&colors, "Red", 1, 0, 0);
     for (long n = 0; n < 2; ++n) {
         mem_fail_after(n, mem_fail::once);

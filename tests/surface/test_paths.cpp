@@ -1,4 +1,7 @@
 // Clean paths, search paths with their ini file, and file types.
+#include <algorithm>
+#include <memory>
+
 #include "platform/files.h"
 #include "platform/profile.h"
 #include "surface/file_types.h"
@@ -46,6 +49,11 @@ TEST_F(Paths, CleanForm) {
     EXPECT_EQ(cleaned("\\"), "\\");
     EXPECT_EQ(cleaned("c:\\"), "c:\\");
     EXPECT_EQ(cleaned(""), "\\");
+    const auto drive = std::make_unique<char[]>(3); // of exactly its size
+    std::copy_n("C:", 3, drive.get());
+    path_clean(drive.get());
+    EXPECT_STREQ(drive.get(), "c:");
+    EXPECT_EQ(cleaned("c:a/.."), "c:\\");
     EXPECT_EQ(cleaned("a\\\\b\\"), "a\\b");
     EXPECT_EQ(cleaned("a/b/../../../c"), "..\\c"); // above where it began
     EXPECT_EQ(cleaned("/.."), "\\");

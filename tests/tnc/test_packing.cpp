@@ -262,11 +262,10 @@ TEST_F(packing_test, columns_without_end) {
         builder_move_x(builder, 65535);
     for (int i = 0; i < 3; ++i)
         builder_add_sample(builder, 0, 2, 2, 2, 0, 0);
-    builder_free(builder);
+    builder_next_line(builder);
     // The first far sample still goes through; the layers of the others are left out.
-    EXPECT_EQ(
-        messages,
-        "2:Failed to allocate memory for compressed pen line.\n2:Failed to allocate memory for compressed pen line.\n");
+    EXPECT_EQ(builder_lost(builder)->lines, 2);
+    builder_free(builder);
 }
 
 } // namespace

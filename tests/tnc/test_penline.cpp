@@ -107,11 +107,31 @@ TEST_F(penline_test, broken_code_ends_the_line) {
     }
 }
 
-TEST_F(penline_test, a_run_without_a_uv_code_is_told_and_read) {
-    pline* line = line_of({0x1C, 9, 0});
-    EXPECT_EQ(decoded(line), (std::vector<pixel>{{0, 9, 9, 9, 0, 0}}));
-    EXPECT_EQ(messages, "2:Error - uv_code = 0\n");
-    mem_free(line);
+TEST_F(penline_test, what_a_line_holds_is_told_without_decoding_it) {
+    const struct {
+        bytes code;
+        int samples, without_uv_code;
+        bool ends_in_item, has_end;
+    } cases[] = {
+        {{0x1C, 9, 0}, 1, 1, false, true},
+        {{0x82, 0x1D, 9, 0x09, 255, 1, 2, 3, 0}, 1, 0, true, false}, // 256 pixels are not there
+        {{0x82, 0x0D, 255, 9, 0, 7}, 256, 0, false, true},           // what stands behind the end is nothing
+        {{0x1D, 9}, 1, 0, false, false},
+        {{0x80, 0x7F}, 0, 0, false, false},
+        {{0x80}, 0, 0, true, false},
+        {{0}, 0, 0, false, true},
+        {{}, 0, 0, false, false},
+    };
+    for (const auto& c : cases) {
+        pline* line = line_of(c.code);
+        penline_content content = penline_examine(line);
+        EXPECT_EQ(content.samples, c.samples) << &c - cases;
+        EXPECT_EQ(content.without_uv_code, c.without_uv_code) << &c - cases;
+        EXPECT_EQ(content.ends_in_item, c.ends_in_item) << &c - cases;
+        EXPECT_EQ(content.has_end, c.has_end) << &c - cases;
+        EXPECT_EQ(decoded(line).size(), static_cast<size_t>(c.samples)) << &c - cases; // read all the same
+        mem_free(line);
+    }
 }
 
 TEST_F(penline_test, walks_stop_and_pens_are_picked_by_strength) {

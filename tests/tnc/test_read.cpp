@@ -94,13 +94,22 @@ TEST_F(read_test, packed_lines_go_to_the_front_of_their_chain) {
     EXPECT_TRUE(complete);
 }
 
-TEST_F(read_test, a_cut_file_is_told_apart_wherever_it_ends) {
-    bytes content = START + bytes{243, 1, 'x', 0} + pen_record(4, true) + uv_sample(4, 9, 1, 2) + COLUMN +
-                    packed_record(4, 1, {0x1F, 7, 1, 0, 2, 0, 0}) + skip_record(252, 3) + END;
-    for (size_t length = 2; length < content.size(); ++length) {
-        pixels(bytes(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(length)), 3);
-        EXPECT_FALSE(complete) << length;
-        EXPECT_EQ(stops, 0) << length;
+TEST_F(read_test, a_file_may_end_between_records_and_is_cut_inside_of_one) {
+    const bytes records[] = {bytes{243, 1, 'x', 0},
+                             pen_record(4, true),
+                             uv_sample(4, 9, 1, 2),
+                             COLUMN,
+                             packed_record(4, 1, {0x1F, 7, 1, 0, 2, 0, 0}),
+                             skip_record(252, 3),
+                             END};
+    bytes content = START;
+    for (const bytes& record : records) {
+        for (size_t length = 0; length < record.size(); ++length) {
+            pixels(content + bytes(record.begin(), record.begin() + static_cast<std::ptrdiff_t>(length)), 3);
+            EXPECT_EQ(complete, length == 0) << content.size() << " + " << length;
+            EXPECT_EQ(stops, 0) << length;
+        }
+        content = content + record;
     }
     pixels(START + pen_record(4, true) + bytes{241, 4, 0, 0, 0x10, 0x27, 1, 2, 3}, 3);
     EXPECT_EQ(messages, "2:Failed to read 10000 bytes for pline.\n");
@@ -253,5 +262,62 @@ TEST_F(read_test, pens_of_a_pixel_in_order) {
     EXPECT_EQ(std::vector<int32_t>(pens, pens + 8), (std::vector<int32_t>{5, 6, 7, 4, 2, 3, 0, 1}));
     EXPECT_EQ(pens_at_pixel(image, 1, 1, pens, 8), 1);
     EXPECT_EQ(pens_at_pixel(image, 0, 1, pens, 8) + pens_at_pixel(image, 3, 1, pens, 8), 0);
+    tnc_free(image);
+}
+
+// Damage that leaves the rest usable is told once for each kind, with its number.
+TEST_F(read_test, damage_is_told_once_with_its_number) {
+    const bytes good = {0x1D, 7, 0};
+    const struct {
+        bytes record;
+        std::string what;
+    } kinds[] = {
+        {packed_record(5, 0, good), "is damaged: 3 packed lines are of pens that are not defined."},
+        {packed_record(250, 0, good), "is damaged: 3 packed lines are of pens that are not defined."},
+        {packed_record(4, 2, good), "is damaged: 3 packed lines stand past the last line."},
+        {packed_record(4, 1, {0x1D, 7}), "is damaged: 3 packed lines have no end."},
+        {packed_record(4, 1, {}), "is damaged: 3 packed lines have no end."},
+        {packed_record(4, 1, {0x09, 9, 7, 0}), "is damaged: 3 packed lines are cut."},
+        {packed_record(4, 1, {0x3E, 9, 1, 2, 3, 4, 5, 6, 7, 0}), "is damaged: 3 packed lines are cut."},
+    };
+    for (const auto& k : kinds) {
+        bytes records = pen_record(4, false) + k.record + k.record + k.record + packed_record(4, 0, good) + END;
+        for (const bytes& content : {START + records, START + bytes{242} + compressed(records, 12, true, 0)}) {
+            pixels(content, 2);
+            EXPECT_EQ(messages, "2:\"" + path + "\" " + k.what + "\n");
+            EXPECT_TRUE(complete);
+        }
+    }
+    pixels(START + pen_record(4, false) + packed_record(4, 1, {0x1C, 9, 0x1C, 9, 0}) + END, 2);
+    EXPECT_EQ(messages, "2:Error - uv_code = 0: 2 runs of \"" + path + "\"\n");
+}
+
+// A few bytes of a stream can go on for ever with the same record; a picture ends it.
+TEST_F(read_test, more_samples_than_a_picture_can_hold_end_the_reading) {
+    const bytes packed = packed_record(1, 0, bytes{0x0D, 255, 9} + bytes(200, 0x7D) + bytes{9, 0});
+    const bytes records[] = {shade_record(1, 7), packed, packed_record(1, 0, {}), packed_record(1, 0, bytes(60000, 0)),
+                             pen_record(1, false) + packed_record(1, 0, {0}) + packed_record(1, 999, {0})};
+    for (const bytes& record : records) {
+        bytes all = pen_record(1, false);
+        while (all.size() < 600000)
+            all.insert(all.end(), record.begin(), record.end());
+        messages.clear();
+        write(START + bytes{242} + compressed(all, 12, true, 0));
+        long before = mem_live();
+        tnc_image* image = tnc_read(path.c_str(), 1000, 1);
+        ASSERT_NE(image, nullptr);
+        EXPECT_FALSE(image->complete);
+        EXPECT_NE(messages.find("reading stops at line 0."), std::string::npos) << messages;
+        EXPECT_LT(mem_live() - before, 200000);
+        tnc_free(image);
+    }
+    // What the file has records for is read, however small the picture.
+    bytes plain = START + pen_record(1, false);
+    for (int i = 0; i < 100000; ++i)
+        plain.insert(plain.end(), {1, 7, 7, 7});
+    write(plain + END);
+    tnc_image* image = tnc_read(path.c_str(), 1, 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_TRUE(image->complete);
     tnc_free(image);
 }

@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "support/log.h"
@@ -60,39 +60,39 @@ struct lzw_writer {
     }
 };
 
-// Compresses with strings in a map; clears the table every `clear_every` codes (0: never).
+// Compresses with a map of strings, each named by the code of its front part and its last byte; clears the table every
+// `clear_every` codes (0: never).
 inline bytes compressed(const bytes& data, int max_bits, bool block_mode, int clear_every) {
     lzw_writer writer(max_bits, block_mode);
-    std::map<std::string, int> table;
-    std::string match;
-    int next = 0;
+    std::unordered_map<int, int> table;
+    const int first = block_mode ? 257 : 256;
+    int next = first;
     int since_clear = 0;
-    auto reset = [&] {
-        table.clear();
-        for (int i = 0; i < 256; ++i)
-            table[std::string(1, static_cast<char>(i))] = i;
-        next = block_mode ? 257 : 256;
-    };
-    reset();
-    for (size_t i = 0; i <= data.size(); ++i) {
-        std::string longer = match + (i < data.size() ? std::string(1, static_cast<char>(data[i])) : "");
-        if (i < data.size() && table.count(longer) != 0) {
-            match = longer;
+    int match = -1;
+    for (uint8_t byte : data) {
+        if (match < 0) {
+            match = byte;
             continue;
         }
-        if (!match.empty()) writer.code(table[match]);
-        if (i == data.size()) break;
+        auto longer = table.find(match << 8 | byte);
+        if (longer != table.end()) {
+            match = longer->second;
+            continue;
+        }
+        writer.code(match);
         // The decoder is one entry behind, so the width grows when its table, not ours, is past the width.
         if (next > (1 << writer.bits) - 1 + (writer.bits == max_bits ? 1 : 0)) writer.change_width(writer.bits + 1);
-        if (next < 1 << max_bits) table[longer] = next++;
-        match = longer.substr(longer.size() - 1);
+        if (next < 1 << max_bits) table[match << 8 | byte] = next++;
+        match = byte;
         if (block_mode && clear_every > 0 && ++since_clear == clear_every) {
             writer.code(256);
             writer.change_width(9);
-            reset();
+            table.clear();
+            next = first;
             since_clear = 0;
         }
     }
+    if (match >= 0) writer.code(match);
     return writer.finish();
 }
 

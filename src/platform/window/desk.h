@@ -33,17 +33,21 @@ void desk_stop();
 
 desk_window* desk_main(); // null when it is destroyed or not started
 
+// All but the first three grow by `factor` on a large screen, so that they can be seen and taken hold of there. When
+// the main window's size changes, the sizes may change with it.
 struct desk_metrics {
-    int screen_width, screen_height; // the largest client area of the main window
+    int screen_width, screen_height; // the main window without scroll bars
     int planes;                      // 4, 8, 15, 16 or 24
+    int factor;                      // 1; from more than DESK_USUAL_LINES rows of the screen on 2
     int frame_width, frame_height;   // thickness of a thick frame: left and right, top and bottom
     int dialog_frame;                // thickness of a dialog frame
     int caption_height;              // a caption takes one less between frame and client area
     int narrow_caption_height;       // what a narrow caption takes
-    int border;                      // 1
+    int border;                      // thickness of a plain line
     int icon_width, icon_height;     // of a minimised window, its title included
     int scroll_bar;                  // width of a vertical, height of a horizontal one
 };
+constexpr int DESK_USUAL_LINES = 1600;
 const desk_metrics* desk_sizes();
 
 // ---- windows -------------------------------------------------------------------------------------------------------
@@ -71,9 +75,11 @@ void desk_show(desk_window* w);
 void desk_hide(desk_window* w);
 bool desk_is_shown(const desk_window* w); // shown, perhaps as an icon
 
-void desk_raise(desk_window* w);    // above all others of its kind, without activating it
-void desk_activate(desk_window* w); // raises it, too: its caption is the active one, keys go to it
-desk_window* desk_active();         // null: the main window
+void desk_raise(desk_window* w); // above all others of its kind, without activating it
+// Raises it, too: its caption is the active one, keys go to it. When it goes, the window that was active last before it
+// is the active one again.
+void desk_activate(desk_window* w);
+desk_window* desk_active(); // null: the main window
 
 // Moves and sizes. Pixels that go on being seen move along when the size stays; a changed size has the whole client
 // area painted. For a minimised or maximised window it changes the place that it will be restored to.
@@ -112,12 +118,14 @@ void desk_validate(desk_window* w, const canvas_box* box);
 // desk_next(), after it has once given false.
 bool desk_paint_box(desk_window* w, canvas_box* box, bool take);
 
+// Fills what of the client area waits to be painted and can be seen.
+void desk_fill_waiting(desk_window* w, canvas_color color);
+
 // Moves pixels inside the client area, limited to the clip box. What has to be painted because its source could not be
 // seen is asked for.
 void desk_copy(desk_window* w, canvas_box from, int to_x, int to_y);
 
-// ---- mouse, keyboard, cursor
-// -----------------------------------------------------------------------------------------
+// ---- mouse, keyboard, cursor ---------------------------------------------------------------------------------------
 
 // All mouse messages go to this window, wherever the pointer is, and clicks don't move or raise others; null ends it. A
 // window that is destroyed or hidden loses it.
@@ -133,8 +141,7 @@ void desk_set_cursor(desk_window* w,
 bool desk_is_dragging();                 // the user is moving or sizing a window, or dragging a scroll bar
 bool desk_mouse_waiting();               // the next desk_next() would give a mouse message, or one waits behind others
 
-// ---- the main window's scroll bars
-// -------------------------------------------------------------------------------------
+// ---- the main window's scroll bars ---------------------------------------------------------------------------------
 
 // Positions go from 0 to `range`; a bar with a range of 0 isn't shown. When bars come or go, a size message of the main
 // window follows. At each resize of the main window by the user the bars go first, and can be set anew by the new size.
@@ -154,8 +161,10 @@ enum class desk_kind : uint8_t {
     button, // button, down
     wheel,  // value: steps
     // Keyboard: goes to the active window, or the main one.
-    key,       // key, down, character: of the key; modifiers
-    character, // character: a Latin-1 byte, control characters included (Return 13, Backspace 8, Tab 9, Escape 27)
+    key, // key, down, character: of the key; modifiers
+    // character: a Latin-1 byte, control characters included (Return 13, Backspace 8, Tab 9, Escape 27). What is typed
+    // and isn't Latin-1 is dropped with a beep.
+    character,
     // The window.
     moved, // its client area stands elsewhere; by the user, or by desk_place(), desk_scroll()
     sized, // its client area has another size; for the main window also after bars came or went. state, x, y: size
@@ -203,6 +212,9 @@ bool desk_next(desk_message* message);
 // moves only in waits.
 void desk_wait();
 void desk_wait_until(uint32_t deadline);
+
+// Drops the `close` messages that wait, as those of a user who has just been asked.
+void desk_drop_close();
 
 // Puts a message of kind `posted` on the queue. False without memory.
 bool desk_post(desk_window* w, int code, uint32_t value, uint32_t value2);

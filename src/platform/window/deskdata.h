@@ -28,6 +28,7 @@ struct desk_window {
     bool icon_taken;   // `icon` has a place
     canvas_point icon;
     host_cursor cursor;
+    uint32_t used; // when it was last made the active one, by desk.uses; 0: never
     canvas surface;
     pixman_region32_t seen;   // screen coordinates
     pixman_region32_t update; // client coordinates
@@ -87,38 +88,44 @@ struct desk_queued {
 };
 
 struct desk_data {
-    bool started;
-    bool main_alive;
-    bool quit_waits;
     desk_window main;
     desk_window** order;
-    int count, room;
-    desk_metrics metrics;
     desk_window* active;
     desk_window* capture;
     desk_window* modal;           // only it gets input
-    host_key swallowed;           // its press was for a menu, a drag or a modal box; nobody gets the release
     desk_window* press_window[3]; // for each button: whose client area it was pressed in
-    canvas_point pointer;
-    host_cursor shown_cursor;
-    desk_drag drag;
-    desk_bar bars[2];
+    desk_window* pressed_window;  // by the press before, for double clicks on captions and icons; with the next three
     desk_queued* first;
     desk_queued* last;
     char* taken_text;
-    bool timer_set;
-    uint32_t timer_at;
-    uint32_t flushed_at;
-    host_state main_state;
-    // The press before, for double clicks on captions and icons.
-    desk_window* pressed_window;
-    desk_part pressed_part;
+    desk_drag drag;
+    int count, room; // of the order
+    desk_metrics metrics;
+    canvas_point pointer;
+    desk_bar bars[2];
     canvas_point pressed_at;
     uint32_t pressed_time;
+    uint32_t timer_at;
+    uint32_t flushed_at;
+    uint32_t uses;        // counts activations
+    uint32_t modal_since; // a wish to close the main window from this time on answers the modal window
+    bool started;
+    bool main_alive;
+    bool quit_waits;
+    bool timer_set;
+    desk_part pressed_part;
+    host_state main_state;
+    host_key swallowed; // its press was for a menu, a drag or a modal box; nobody gets the release
+    host_cursor shown_cursor;
 };
 extern desk_data desk;
 
 constexpr uint32_t DESK_DOUBLE_CLICK = 400; // milliseconds
+
+// Pixels as they are drawn at this screen.
+inline int scaled(int pixels) {
+    return pixels * desk.metrics.factor;
+}
 
 // Where a window can be seen: a child within the main window's client area, a pop-up all over the screen.
 inline canvas_box desk_limit_of(const desk_window* w) {
@@ -131,13 +138,17 @@ void desk_layout(desk_window* w); // outer and client from placed, state and ico
 void desk_layout_main();          // client area from the bars
 void desk_arrange_icons();        // icons that were never moved: along the bottom edge
 void desk_close_by_user(desk_window* w);
-void desk_pick_active(); // after the active one went
+void desk_pick_active();               // after the active one went: the one that was active last
+void desk_make_active(desk_window* w); // without raising it; null: the main window
+// The main window has another size. Frames may be thicker or thinner from now on; client areas stay.
+void desk_resize_main(int width, int height);
 
 // ---- deskregions.cpp
 void desk_begin_change();
 // `valid` (screen coordinates; null: none): pixels that are right already, for whoever is seen there now.
 void desk_end_change(const pixman_region32_t* valid);
 void desk_redraw_frame(desk_window* w); // frame, caption or icon, as far as it is seen
+void desk_check();                      // stops the program when 1 to 3 don't hold; does nothing without sanitizers
 
 // ---- deskframe.cpp: drawing
 void desk_draw_frame(desk_window* w, const pixman_region32_t* part); // all but the client area
@@ -145,6 +156,7 @@ void desk_draw_main(const pixman_region32_t* part);                  // backgrou
 void desk_palette_changed();
 void desk_draw_button(canvas* c, canvas_box box, bool pressed);
 void desk_draw_arrow(canvas* c, canvas_box box, int dx, int dy, canvas_color color);
+void desk_set_icon();                                         // gives the main window's picture to the host
 canvas_box desk_box_of(const desk_window* w, desk_part part); // screen coordinates; empty: it has none
 canvas_box desk_caption_of(const desk_window* w);
 
@@ -190,6 +202,8 @@ desk_message desk_new_message(desk_kind kind, desk_window* w);
 bool desk_queue(const desk_message* message, const char* text);
 void desk_drop_messages(const desk_window* w); // those that wait for it
 void desk_clear_messages();
-// As desk_next() and desk_wait(), for one window; the messages of others stay.
+// As desk_next() and desk_wait(), for a modal window; the messages of others stay. The wait ends too when
+// desk_close_waits(): the user has asked for the main window to be closed, since desk.modal_since.
 bool desk_next_of(desk_window* w, desk_message* message);
 void desk_wait_of(desk_window* w);
+bool desk_close_waits();

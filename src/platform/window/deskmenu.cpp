@@ -10,11 +10,14 @@ namespace {
 enum menu_item : int { ITEM_RESTORE, ITEM_MINIMISE, ITEM_MAXIMISE, ITEM_CLOSE, ITEM_COUNT };
 
 constexpr const char* ITEM_TEXTS[ITEM_COUNT] = {"Restore", "Minimise", "Maximise", "Close"};
+// At factor 1:
 constexpr int ITEM_HEIGHT = 19;
 constexpr int RULE_HEIGHT = 7; // ahead of Close
 constexpr int MENU_WIDTH = 116;
 constexpr int EDGE = 3;
 constexpr int MENU_HEIGHT = ITEM_COUNT * ITEM_HEIGHT + RULE_HEIGHT + 2 * EDGE;
+constexpr int TEXT_LEFT = 16; // within an item
+constexpr int TEXT_RIGHT = 4;
 
 struct menu_data {
     desk_window* owner;  // null: no menu is open
@@ -39,7 +42,7 @@ bool is_enabled(int item) {
 // In the menu's own coordinates.
 canvas_box item_box(int item) {
     const int y = EDGE + item * ITEM_HEIGHT + (item == ITEM_CLOSE ? RULE_HEIGHT : 0);
-    return {EDGE, y, MENU_WIDTH - EDGE, y + ITEM_HEIGHT};
+    return {scaled(EDGE), scaled(y), scaled(MENU_WIDTH - EDGE), scaled(y + ITEM_HEIGHT)};
 }
 
 int item_at(int screen_x, int screen_y) {
@@ -54,18 +57,22 @@ void draw_item(canvas* c, int item) {
     const bool marked = item == menu.marked && is_enabled(item);
     canvas_fill(c, box, marked ? DESK_ACTIVE : DESK_FACE);
     const canvas_color color = is_enabled(item) ? (marked ? DESK_WHITE : DESK_BLACK) : DESK_SHADOW;
-    glyphs_draw_in(c, &GLYPHS_NORMAL, {box.x1 + 16, box.y1, box.x2 - 4, box.y2}, ITEM_TEXTS[item], false, color);
+    glyphs_draw_in(c, glyphs_face(glyph_style::normal, desk.metrics.factor),
+                   {box.x1 + scaled(TEXT_LEFT), box.y1, box.x2 - scaled(TEXT_RIGHT), box.y2}, ITEM_TEXTS[item], false,
+                   color);
 }
 
 void draw_menu() {
     canvas* c = &menu.window->surface;
-    const canvas_box all = {0, 0, MENU_WIDTH, MENU_HEIGHT};
+    const canvas_box all = {0, 0, scaled(MENU_WIDTH), scaled(MENU_HEIGHT)};
+    const int line = desk.metrics.border;
     desk_draw_button(c, all, false);
     for (int item = 0; item < ITEM_COUNT; ++item)
         draw_item(c, item);
-    const int y = item_box(ITEM_CLOSE).y1 - RULE_HEIGHT / 2 - 1;
-    canvas_fill(c, {EDGE + 1, y, MENU_WIDTH - EDGE - 1, y + 1}, DESK_SHADOW);
-    canvas_fill(c, {EDGE + 1, y + 1, MENU_WIDTH - EDGE - 1, y + 2}, DESK_WHITE);
+    const int y = item_box(ITEM_CLOSE).y1 - scaled(RULE_HEIGHT / 2 + 1);
+    const int left = scaled(EDGE + 1);
+    canvas_fill(c, {left, y, all.x2 - left, y + line}, DESK_SHADOW);
+    canvas_fill(c, {left, y + line, all.x2 - left, y + 2 * line}, DESK_WHITE);
     desk_validate(menu.window, nullptr);
 }
 
@@ -134,12 +141,14 @@ void menu_key(const host_event* event) {
 } // namespace
 
 void desk_open_menu(desk_window* w, canvas_point at, bool above) {
-    if (above) at.y -= MENU_HEIGHT;
+    const int width = scaled(MENU_WIDTH);
+    const int height = scaled(MENU_HEIGHT);
+    if (above) at.y -= height;
     const canvas_box frame = bitmap_box(&screen.frame);
-    if (at.x + MENU_WIDTH > frame.x2) at.x = frame.x2 - MENU_WIDTH;
-    if (at.y + MENU_HEIGHT > frame.y2) at.y = frame.y2 - MENU_HEIGHT;
+    if (at.x + width > frame.x2) at.x = frame.x2 - width;
+    if (at.y + height > frame.y2) at.y = frame.y2 - height;
     desk_window* window =
-        desk_create(DESK_POPUP | DESK_TOPMOST, -1, nullptr, {at.x, at.y, at.x + MENU_WIDTH, at.y + MENU_HEIGHT});
+        desk_create(DESK_POPUP | DESK_TOPMOST, -1, nullptr, {at.x, at.y, at.x + width, at.y + height});
     if (window == nullptr) return;
     menu = {w, window, -1, false, host_now()};
     desk_show(window);

@@ -78,6 +78,16 @@ void key_event(const host_event* event) {
     if (control != 0) queue_character(control, event);
 }
 
+// Control characters come with their keys.
+void text_event(const host_event* event) {
+    const uint32_t c = event->character;
+    if (c < 32 || desk_menu_is_open()) return;
+    if (c < 127 || (c >= 160 && c < 256))
+        queue_character(c, event);
+    else
+        host_beep();
+}
+
 void change_main_state(host_state state) {
     desk_message message = desk_new_message(desk_kind::state_changed, &desk.main);
     desk.main_state = message.state = state;
@@ -90,22 +100,27 @@ void resize_event(const host_event* event) {
     if (before != event->state) change_main_state(event->state);
     if (event->state == host_state::minimised || event->width < 1 || event->height < 1) return;
     screen_mark(bitmap_box(&screen.frame));
+    // The window may have moved under the pointer.
+    host_pointer(&desk.pointer.x, &desk.pointer.y);
+    desk_update_cursor();
     if (event->width == screen.frame.width && event->height == screen.frame.height) return;
     if (event->state == host_state::maximised && before == host_state::restored) {
         const desk_message message = desk_new_message(desk_kind::maximising, &desk.main);
         desk_queue(&message, nullptr);
     }
     desk_close_menu();
-    desk_begin_change();
-    desk_clear_bars();
-    screen_resize(event->width, event->height); // without memory all stays as large as it was
-    desk_layout_main();
-    desk_end_change(nullptr);
+    desk_resize_main(event->width, event->height);
 }
 
-void simple_message(desk_kind kind, const char* text) {
-    const desk_message message = desk_new_message(kind, &desk.main);
-    desk_queue(&message, text);
+void drop_event(const host_event* event) {
+    const desk_message message = desk_new_message(desk_kind::drop, &desk.main);
+    desk_queue(&message, event->path);
+}
+
+void close_event(const host_event* event) {
+    desk_message message = desk_new_message(desk_kind::close, &desk.main);
+    message.time = event->time;
+    desk_queue(&message, nullptr);
 }
 
 void take_event(const host_event* event) {
@@ -114,16 +129,13 @@ void take_event(const host_event* event) {
     case host_event_kind::button: desk_button_event(event); break;
     case host_event_kind::wheel: desk_wheel_event(event); break;
     case host_event_kind::key: key_event(event); break;
-    case host_event_kind::text:
-        if (event->character >= 32 && event->character < 256 && !desk_menu_is_open())
-            queue_character(event->character, event);
-        break;
-    case host_event_kind::close: simple_message(desk_kind::close, nullptr); break;
+    case host_event_kind::text: text_event(event); break;
+    case host_event_kind::close: close_event(event); break;
     case host_event_kind::focus:
         if (!event->down) desk_cancel_drag();
         break;
     case host_event_kind::resize: resize_event(event); break;
-    case host_event_kind::drop: simple_message(desk_kind::drop, event->path); break;
+    case host_event_kind::drop: drop_event(event); break;
     case host_event_kind::none: break;
     }
 }
@@ -184,6 +196,7 @@ bool take_quit(desk_message* message) {
 bool anything_waits(const desk_window* only) {
     for (const desk_queued* entry = desk.first; entry != nullptr; entry = entry->next)
         if (only == nullptr || entry->message.window == only) return true;
+    if (only != nullptr && desk_close_waits()) return true;
     if (only == nullptr && (desk.quit_waits || (desk.timer_set && is_due(desk.timer_at)))) return true;
     for (int i = 0; i < desk.count; ++i) {
         desk_window* w = desk.order[i];
@@ -219,11 +232,12 @@ bool desk_queue(const desk_message* message, const char* text) {
     return true;
 }
 
-void desk_drop_messages(const desk_window* w) {
+// Takes those out for which `gone` is true.
+template <typename F> static void drop_if(F gone) {
     desk_queued* before = nullptr;
     for (desk_queued* entry = desk.first; entry != nullptr;) {
         desk_queued* next = entry->next;
-        if (entry->message.window == w) {
+        if (gone(&entry->message)) {
             (before == nullptr ? desk.first : before->next) = next;
             if (desk.last == entry) desk.last = before;
             mem_free(entry->text);
@@ -232,6 +246,21 @@ void desk_drop_messages(const desk_window* w) {
             before = entry;
         entry = next;
     }
+}
+
+void desk_drop_messages(const desk_window* w) {
+    drop_if([w](const desk_message* message) { return message->window == w; });
+}
+
+void desk_drop_close() {
+    drop_if([](const desk_message* message) { return message->kind == desk_kind::close; });
+}
+
+bool desk_close_waits() {
+    for (const desk_queued* entry = desk.first; entry != nullptr; entry = entry->next)
+        if (entry->message.kind == desk_kind::close && int32_t(entry->message.time - desk.modal_since) >= 0)
+            return true;
+    return false;
 }
 
 void desk_clear_messages() {

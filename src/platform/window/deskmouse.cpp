@@ -6,8 +6,10 @@
 
 namespace {
 
-constexpr int SLACK = 3;   // pixels that a pressed pointer may move before it drags
+constexpr int SLACK = 3;   // pixels that a pressed pointer may move before it drags; as all here, at factor 1
 constexpr int CORNER = 16; // pixels of a frame's side that size in both directions
+constexpr int LEAST_CLIENT_WIDTH = 90;  // of a window that is sized: room for the boxes of a caption,
+constexpr int LEAST_CLIENT_HEIGHT = 16; // and some pixels of client area
 
 bool has_frame(const desk_window* w) {
     return (w->style & (DESK_CAPTION | DESK_NARROW_CAPTION | DESK_THICK_FRAME | DESK_DIALOG_FRAME)) != 0;
@@ -17,15 +19,16 @@ uint8_t edges_at(const desk_window* w, int x, int y) {
     const canvas_box b = w->outer;
     const int frame_x = desk.metrics.frame_width;
     const int frame_y = desk.metrics.frame_height;
+    const int corner = scaled(CORNER);
     const bool left = x < b.x1 + frame_x;
     const bool right = x >= b.x2 - frame_x;
     const bool top = y < b.y1 + frame_y;
     const bool bottom = y >= b.y2 - frame_y;
     unsigned edges = 0;
-    if (left || ((top || bottom) && x < b.x1 + CORNER)) edges |= EDGE_LEFT;
-    if (right || ((top || bottom) && x >= b.x2 - CORNER)) edges |= EDGE_RIGHT;
-    if (top || ((left || right) && y < b.y1 + CORNER)) edges |= EDGE_TOP;
-    if (bottom || ((left || right) && y >= b.y2 - CORNER)) edges |= EDGE_BOTTOM;
+    if (left || ((top || bottom) && x < b.x1 + corner)) edges |= EDGE_LEFT;
+    if (right || ((top || bottom) && x >= b.x2 - corner)) edges |= EDGE_RIGHT;
+    if (top || ((left || right) && y < b.y1 + corner)) edges |= EDGE_TOP;
+    if (bottom || ((left || right) && y >= b.y2 - corner)) edges |= EDGE_BOTTOM;
     return uint8_t(edges);
 }
 
@@ -90,8 +93,7 @@ canvas_box sized_outline() {
     const canvas_point to = limited_pointer();
     const int dx = to.x - desk.drag.start.x;
     const int dy = to.y - desk.drag.start.y;
-    // Room for the boxes of a caption, and some pixels of client area.
-    const canvas_box least = desk_outer_of(w->style, {0, 0, 90, 16});
+    const canvas_box least = desk_outer_of(w->style, {0, 0, scaled(LEAST_CLIENT_WIDTH), scaled(LEAST_CLIENT_HEIGHT)});
     const int width = least.x2 - least.x1;
     const int height = least.y2 - least.y1;
     canvas_box b = w->outer;
@@ -107,7 +109,7 @@ void drag_to_pointer(const host_event* event) {
     const canvas_point to = limited_pointer();
     const int dx = to.x - drag->start.x;
     const int dy = to.y - drag->start.y;
-    if (drag->kind == drag_kind::pending_move && (std::abs(dx) > SLACK || std::abs(dy) > SLACK))
+    if (drag->kind == drag_kind::pending_move && (std::abs(dx) > scaled(SLACK) || std::abs(dy) > scaled(SLACK)))
         drag->kind = drag->window->state == host_state::minimised ? drag_kind::icon : drag_kind::move;
     switch (drag->kind) {
     case drag_kind::move:
@@ -169,9 +171,10 @@ void start_drag(drag_kind kind, desk_window* w) {
 
 // Notes a left press; true when it makes a double click with the one before.
 bool note_press(desk_window* w, desk_part part, const host_event* event) {
-    const bool is_second =
-        desk.pressed_window == w && desk.pressed_part == part && event->time - desk.pressed_time < DESK_DOUBLE_CLICK &&
-        std::abs(event->x - desk.pressed_at.x) <= SLACK && std::abs(event->y - desk.pressed_at.y) <= SLACK;
+    const bool is_second = desk.pressed_window == w && desk.pressed_part == part &&
+                           event->time - desk.pressed_time < DESK_DOUBLE_CLICK &&
+                           std::abs(event->x - desk.pressed_at.x) <= scaled(SLACK) &&
+                           std::abs(event->y - desk.pressed_at.y) <= scaled(SLACK);
     desk.pressed_window = is_second ? nullptr : w;
     desk.pressed_part = part;
     desk.pressed_at = {event->x, event->y};
@@ -306,7 +309,7 @@ void desk_update_cursor() {
     }
     if (shape == desk.shown_cursor) return;
     desk.shown_cursor = shape;
-    host_set_cursor(shape);
+    host_set_cursor(shape, desk.metrics.factor);
 }
 
 void desk_pointer_event(const host_event* event) {

@@ -3,6 +3,7 @@
 // A change works in this order: the new visible regions; pixels that move along; then frames and background of what
 // came to light, and notes for paint messages. Moving first matters: it reads pixels that drawing would overwrite.
 #include "platform/window/deskdata.h"
+#include "support/invariant.h"
 
 namespace {
 
@@ -132,6 +133,14 @@ void expose(desk_window* w, change_move move, const pixman_region32_t* valid) {
     }
 }
 
+// Empty ones are alike wherever they lie.
+bool same_region(const pixman_region32_t* a, const pixman_region32_t* b) {
+    auto* first = const_cast<pixman_region32_t*>(a);
+    auto* second = const_cast<pixman_region32_t*>(b);
+    const bool any = pixman_region32_not_empty(first) != 0 || pixman_region32_not_empty(second) != 0;
+    return !any || pixman_region32_equal(first, second) != 0;
+}
+
 void tell_change(desk_window* w) {
     const bool icon = w != &desk.main && w->state == host_state::minimised;
     if (icon || box_is_empty(w->before_client)) return;
@@ -167,13 +176,36 @@ void desk_end_change(const pixman_region32_t* valid) {
     }
     expose(&desk.main, move, valid);
     tell_change(&desk.main);
+    desk_check();
     desk_update_cursor();
 }
 
+void desk_check() {
+    if (!INVARIANTS_CHECKED) return;
+    region rest;
+    region common;
+    add_box(&rest.r, bitmap_box(&screen.frame));
+    for (int i = desk.count - 1; i >= 0; --i) {
+        desk_window* w = desk.order[i];
+        invariant(i == 0 || desk.order[i - 1]->layer <= w->layer, "windows are ordered by layer");
+        region_meet_box(&common.r, &rest.r, w->shown ? box_meet(w->outer, desk_limit_of(w)) : canvas_box{0, 0, 0, 0});
+        invariant(same_region(&common.r, &w->seen), "a window is seen where no other is above it");
+        pixman_region32_subtract(&rest.r, &rest.r, &w->seen);
+        region_meet_box(&common.r, &w->seen, w->client);
+        invariant(same_region(&common.r, &w->surface.visible), "a canvas draws on what is seen of it");
+        const bool unseen = !w->shown || w->state == host_state::minimised;
+        invariant(!unseen || pixman_region32_not_empty(&w->update) == 0, "nothing waits that can't be painted");
+    }
+    invariant(same_region(&rest.r, &desk.main.seen), "the main window is seen where no other is");
+}
+
 void desk_redraw_frame(desk_window* w) {
-    if (w == &desk.main)
-        desk_draw_main(&w->seen);
-    else if (w->shown)
+    if (w == &desk.main) { // its client area may have been drawn on
+        region bars;
+        pixman_region32_copy(&bars.r, &w->seen);
+        pixman_region32_subtract(&bars.r, &bars.r, &w->surface.visible);
+        desk_draw_main(&bars.r);
+    } else if (w->shown)
         desk_draw_frame(w, &w->seen);
 }
 
@@ -194,12 +226,28 @@ void desk_validate(desk_window* w, const canvas_box* box) {
     pixman_region32_subtract(&w->update, &w->update, &gone.r);
 }
 
+// In client coordinates.
+static void find_waiting(desk_window* w, pixman_region32_t* waiting) {
+    pixman_region32_copy(waiting, &w->surface.visible);
+    // screen -> client coordinates
+    pixman_region32_translate(waiting, -w->client.x1, -w->client.y1);
+    pixman_region32_intersect(waiting, waiting, &w->update);
+}
+
+void desk_fill_waiting(desk_window* w, canvas_color color) {
+    region waiting;
+    canvas c;
+    find_waiting(w, &waiting.r);
+    pixman_region32_translate(&waiting.r, w->client.x1, w->client.y1);
+    canvas_init_on_screen(&c);
+    canvas_set_visible(&c, bitmap_box(&screen.frame), &waiting.r);
+    canvas_fill(&c, bitmap_box(&screen.frame), color);
+    canvas_fini(&c);
+}
+
 bool desk_paint_box(desk_window* w, canvas_box* box, bool take) {
     region waiting;
-    pixman_region32_copy(&waiting.r, &w->surface.visible);
-    // screen -> client coordinates
-    pixman_region32_translate(&waiting.r, -w->client.x1, -w->client.y1);
-    pixman_region32_intersect(&waiting.r, &waiting.r, &w->update);
+    find_waiting(w, &waiting.r);
     const pixman_box32_t* around = pixman_region32_extents(&waiting.r);
     *box = {around->x1, around->y1, around->x2, around->y2};
     const bool any = pixman_region32_not_empty(&waiting.r) != 0;

@@ -30,7 +30,7 @@ bar_layout layout_of(int bar) {
     const int track = l.track2 - l.track1;
     // 64 bits: a range and a page may be any size
     const int64_t whole = int64_t{state.range} + std::max(state.page, 1);
-    const int thumb = std::min(track, std::max(10, int(int64_t{track} * std::max(state.page, 1) / whole)));
+    const int thumb = std::min(track, std::max(scaled(10), int(int64_t{track} * std::max(state.page, 1) / whole)));
     const int64_t room = track - thumb;
     l.thumb1 = l.track1 + (state.range > 0 ? int(room * state.position / state.range) : 0);
     l.thumb2 = l.thumb1 + thumb;

@@ -11,6 +11,7 @@
 
 namespace {
 
+// At factor 1:
 constexpr int MARGIN = 14;
 constexpr int ICON_SIDE = 32;
 constexpr int BUTTON_WIDTH = 78;
@@ -18,7 +19,13 @@ constexpr int BUTTON_HEIGHT = 24;
 constexpr int BUTTON_GAP = 10;
 constexpr int LINE_HEIGHT = 16;
 constexpr int MOST_TEXT_WIDTH = 420;
+constexpr int LEAST_WIDTH = 200;
+
 constexpr int MOST_LINES = 40;
+
+const glyph_face* face(glyph_style style) {
+    return glyphs_face(style, desk.metrics.factor);
+}
 
 struct text_line {
     const char* start;
@@ -41,7 +48,7 @@ struct box_state {
 // The first line of the text: up to a newline, or wrapped at a blank, or where the width ends.
 text_line first_line(const char* text) {
     const int end = int(strcspn(text, "\n"));
-    int length = std::min(end, glyphs_that_fit(&GLYPHS_NORMAL, text, MOST_TEXT_WIDTH));
+    int length = std::min(end, glyphs_that_fit(face(glyph_style::normal), text, scaled(MOST_TEXT_WIDTH)));
     if (length == end) return {text, length};
     for (int i = length; i > 0; --i)
         if (text[i] == ' ') return {text, i};
@@ -60,28 +67,28 @@ void break_lines(box_state* box, const char* text) {
 int text_width(const box_state* box) {
     int width = 0;
     for (int i = 0; i < box->line_count; ++i)
-        width = std::max(width, glyphs_width(&GLYPHS_NORMAL, box->lines[i].start, box->lines[i].length));
+        width = std::max(width, glyphs_width(face(glyph_style::normal), box->lines[i].start, box->lines[i].length));
     return width;
 }
 
 int text_left(const box_state* box) {
-    return box->icon == dialog_icon::none ? MARGIN : 2 * MARGIN + ICON_SIDE;
+    return scaled(box->icon == dialog_icon::none ? MARGIN : 2 * MARGIN + ICON_SIDE);
 }
 
 void measure(box_state* box, const char* title) {
     const int buttons = box->buttons * BUTTON_WIDTH + (box->buttons - 1) * BUTTON_GAP;
-    const int caption = glyphs_width(&GLYPHS_BOLD, title, int(strlen(title))) + 30;
-    box->width = std::max(
-        {text_left(box) + text_width(box) + MARGIN + 6, buttons + 4 * MARGIN, std::min(caption, MOST_TEXT_WIDTH), 200});
+    const int caption = glyphs_width(face(glyph_style::bold), title, int(strlen(title))) + scaled(30);
+    box->width = std::max({text_left(box) + text_width(box) + scaled(MARGIN + 6), scaled(buttons + 4 * MARGIN),
+                           std::min(caption, scaled(MOST_TEXT_WIDTH)), scaled(LEAST_WIDTH)});
     const int content = std::max(box->icon == dialog_icon::none ? 0 : ICON_SIDE, box->line_count * LINE_HEIGHT);
-    box->height = MARGIN + content + MARGIN + BUTTON_HEIGHT + MARGIN - 2;
+    box->height = scaled(MARGIN + content + MARGIN + BUTTON_HEIGHT + MARGIN - 2);
 }
 
 canvas_box button_box(const box_state* box, int button) {
     const int all = box->buttons * BUTTON_WIDTH + (box->buttons - 1) * BUTTON_GAP;
-    const int x = (box->width - all) / 2 + button * (BUTTON_WIDTH + BUTTON_GAP);
-    const int y = box->height - MARGIN - BUTTON_HEIGHT + 2;
-    return {x, y, x + BUTTON_WIDTH, y + BUTTON_HEIGHT};
+    const int x = (box->width - scaled(all)) / 2 + scaled(button * (BUTTON_WIDTH + BUTTON_GAP));
+    const int y = box->height - scaled(MARGIN + BUTTON_HEIGHT - 2);
+    return {x, y, x + scaled(BUTTON_WIDTH), y + scaled(BUTTON_HEIGHT)};
 }
 
 int button_at(const box_state* box, int x, int y) {
@@ -103,7 +110,7 @@ void draw_disc(canvas* c, int x, int y, int radius, canvas_color color) {
 }
 
 void draw_octagon(canvas* c, int x, int y, int radius, canvas_color color) {
-    const int cut = radius * 3 / 5 - 1;
+    const int cut = radius * 3 / 5 - desk.metrics.border;
     const canvas_point points[8] = {{x - radius + cut, y - radius}, {x + radius - cut, y - radius},
                                     {x + radius, y - radius + cut}, {x + radius, y + radius - cut},
                                     {x + radius - cut, y + radius}, {x - radius + cut, y + radius},
@@ -111,50 +118,66 @@ void draw_octagon(canvas* c, int x, int y, int radius, canvas_color color) {
     canvas_polygon(c, points, 8, color, nullptr);
 }
 
-void draw_stop(canvas* c, int x, int y) {
-    draw_octagon(c, x + 17, y + 17, 15, DESK_SHADOW);
-    draw_octagon(c, x + 15, y + 15, 15, DESK_BLACK);
-    draw_octagon(c, x + 15, y + 15, 14, canvas_rgb_color({255, 0, 0}));
-    for (int i = 0; i < 14; ++i) {
-        canvas_fill(c, {x + 8 + i, y + 8 + i, x + 11 + i - (i == 13 ? 1 : 0), y + 9 + i}, DESK_WHITE);
-        canvas_fill(c, {x + 21 - i - (i == 13 ? 0 : 1), y + 8 + i, x + 23 - i, y + 9 + i}, DESK_WHITE);
+// A box given at factor 1, from the icon's corner.
+void fill(canvas* c, canvas_point at, canvas_box b, canvas_color color) {
+    canvas_fill(c, {at.x + scaled(b.x1), at.y + scaled(b.y1), at.x + scaled(b.x2), at.y + scaled(b.y2)}, color);
+}
+
+void draw_stop(canvas* c, canvas_point at) {
+    const int middle = scaled(15);
+    draw_octagon(c, at.x + scaled(17), at.y + scaled(17), middle, DESK_SHADOW);
+    draw_octagon(c, at.x + middle, at.y + middle, middle, DESK_BLACK);
+    draw_octagon(c, at.x + middle, at.y + middle, scaled(14), canvas_rgb_color({255, 0, 0}));
+    // A cross: each row has one stroke from the left and one from the right.
+    const int rows = scaled(14);
+    const int thick = scaled(3);
+    for (int i = 0; i < rows; ++i) {
+        const int y = at.y + scaled(8) + i;
+        const int left = at.x + scaled(8) + i;
+        const int right = at.x + scaled(8) + rows + thick - 1 - i;
+        canvas_fill(c, {left, y, left + thick, y + 1}, DESK_WHITE);
+        canvas_fill(c, {right - thick, y, right, y + 1}, DESK_WHITE);
     }
 }
 
-void draw_triangle(canvas* c, int x, int y, int inset, canvas_color color) {
-    for (int row = 0; row < 29 - 2 * inset; ++row) {
-        const int half = (row + 1) / 2 + 1;
-        const int middle = x + 15;
-        canvas_fill(c, {middle - half, y + row + 2 * inset, middle + half, y + row + 1 + 2 * inset}, color);
+void draw_triangle(canvas* c, int x, int y, canvas_color color) {
+    for (int row = 0; row < scaled(29); ++row) {
+        const int half = (row + 1) / 2 + scaled(1);
+        const int middle = x + scaled(15);
+        canvas_fill(c, {middle - half, y + row, middle + half, y + row + 1}, color);
     }
 }
 
-void draw_exclamation(canvas* c, int x, int y) {
-    draw_triangle(c, x + 2, y + 3, 0, DESK_SHADOW);
-    draw_triangle(c, x, y + 1, 0, DESK_BLACK);
-    canvas_point inner[3] = {{x + 15, y + 3}, {x + 2, y + 29}, {x + 28, y + 29}};
+void draw_exclamation(canvas* c, canvas_point at) {
+    draw_triangle(c, at.x + scaled(2), at.y + scaled(3), DESK_SHADOW);
+    draw_triangle(c, at.x, at.y + scaled(1), DESK_BLACK);
+    const canvas_point inner[3] = {{at.x + scaled(15), at.y + scaled(3)},
+                                   {at.x + scaled(2), at.y + scaled(29)},
+                                   {at.x + scaled(28), at.y + scaled(29)}};
     canvas_polygon(c, inner, 3, canvas_rgb_color({255, 255, 0}), nullptr);
-    canvas_fill(c, {x + 13, y + 11, x + 17, y + 18}, DESK_BLACK);
-    canvas_fill(c, {x + 14, y + 18, x + 16, y + 22}, DESK_BLACK);
-    canvas_fill(c, {x + 13, y + 24, x + 17, y + 27}, DESK_BLACK);
+    fill(c, at, {13, 11, 17, 18}, DESK_BLACK);
+    fill(c, at, {14, 18, 16, 22}, DESK_BLACK);
+    fill(c, at, {13, 24, 17, 27}, DESK_BLACK);
 }
 
-void draw_information(canvas* c, int x, int y) {
-    draw_disc(c, x + 17, y + 17, 15, DESK_SHADOW);
-    draw_disc(c, x + 15, y + 15, 15, DESK_BLACK);
-    draw_disc(c, x + 15, y + 15, 14, DESK_WHITE);
+void draw_information(canvas* c, canvas_point at) {
+    const int middle = scaled(15);
+    draw_disc(c, at.x + scaled(17), at.y + scaled(17), middle, DESK_SHADOW);
+    draw_disc(c, at.x + middle, at.y + middle, middle, DESK_BLACK);
+    draw_disc(c, at.x + middle, at.y + middle, scaled(14), DESK_WHITE);
     const canvas_color blue = canvas_rgb_color({0, 0, 255});
-    canvas_fill(c, {x + 13, y + 6, x + 17, y + 9}, blue);
-    canvas_fill(c, {x + 11, y + 11, x + 17, y + 13}, blue);
-    canvas_fill(c, {x + 13, y + 13, x + 17, y + 22}, blue);
-    canvas_fill(c, {x + 11, y + 22, x + 19, y + 24}, blue);
+    fill(c, at, {13, 6, 17, 9}, blue);
+    fill(c, at, {11, 11, 17, 13}, blue);
+    fill(c, at, {13, 13, 17, 22}, blue);
+    fill(c, at, {11, 22, 19, 24}, blue);
 }
 
 void draw_icon(canvas* c, dialog_icon icon) {
+    const canvas_point at = {scaled(MARGIN), scaled(MARGIN)};
     switch (icon) {
-    case dialog_icon::stop: draw_stop(c, MARGIN, MARGIN); break;
-    case dialog_icon::exclamation: draw_exclamation(c, MARGIN, MARGIN); break;
-    case dialog_icon::information: draw_information(c, MARGIN, MARGIN); break;
+    case dialog_icon::stop: draw_stop(c, at); break;
+    case dialog_icon::exclamation: draw_exclamation(c, at); break;
+    case dialog_icon::information: draw_information(c, at); break;
     case dialog_icon::none: break;
     }
 }
@@ -177,12 +200,15 @@ void draw_button(const box_state* box, int button) {
     const canvas_box b = button_box(box, button);
     const bool pressed = box->pressed == button && box->pressed_inside;
     const bool marked = box->marked == button;
-    canvas_fill(c, {b.x1 - 1, b.y1 - 1, b.x2 + 1, b.y2 + 1}, marked ? DESK_BLACK : DESK_FACE);
+    const int line = desk.metrics.border;
+    canvas_fill(c, {b.x1 - line, b.y1 - line, b.x2 + line, b.y2 + line}, marked ? DESK_BLACK : DESK_FACE);
     desk_draw_button(c, b, pressed);
-    const int shift = pressed ? 1 : 0;
+    const int shift = pressed ? line : 0;
     const char* text = button == 0 ? "OK" : "Cancel";
-    glyphs_draw_in(c, marked ? &GLYPHS_BOLD : &GLYPHS_NORMAL, box_moved(b, shift, shift), text, true, DESK_BLACK);
-    if (marked) draw_dots(c, {b.x1 + 4, b.y1 + 4, b.x2 - 4, b.y2 - 4});
+    const glyph_style style = marked ? glyph_style::bold : glyph_style::normal;
+    glyphs_draw_in(c, face(style), box_moved(b, shift, shift), text, true, DESK_BLACK);
+    const int inset = scaled(4);
+    if (marked) draw_dots(c, {b.x1 + inset, b.y1 + inset, b.x2 - inset, b.y2 - inset});
 }
 
 void draw_all(const box_state* box) {
@@ -191,9 +217,10 @@ void draw_all(const box_state* box) {
     draw_icon(c, box->icon);
     const int all = box->line_count * LINE_HEIGHT;
     // One or two lines stand beside the middle of the icon.
-    int y = MARGIN + (box->icon != dialog_icon::none && all < ICON_SIDE ? (ICON_SIDE - all) / 2 : 0);
-    for (int i = 0; i < box->line_count; ++i, y += LINE_HEIGHT)
-        glyphs_draw(c, &GLYPHS_NORMAL, text_left(box), y, box->lines[i].start, box->lines[i].length, DESK_BLACK);
+    int y = scaled(MARGIN + (box->icon != dialog_icon::none && all < ICON_SIDE ? (ICON_SIDE - all) / 2 : 0));
+    for (int i = 0; i < box->line_count; ++i, y += scaled(LINE_HEIGHT))
+        glyphs_draw(c, face(glyph_style::normal), text_left(box), y, box->lines[i].start, box->lines[i].length,
+                    DESK_BLACK);
     for (int i = 0; i < box->buttons; ++i)
         draw_button(box, i);
 }
@@ -275,23 +302,25 @@ bool run_box(box_state* box) {
     desk_window* active = desk.active;
     desk_window* capture = desk.capture;
     desk_window* modal = desk.modal; // a box over a box
+    const uint32_t modal_since = desk.modal_since;
     desk.capture = nullptr;
     desk_show(box->window);
     desk.modal = box->window;
+    desk.modal_since = host_now() + DESK_DOUBLE_CLICK; // before that the user can't have meant the box
     desk_activate(box->window);
     while (box->answer < 0 && desk_main() != nullptr) {
         desk_message message;
         while (box->answer < 0 && desk_next_of(box->window, &message))
             handle(box, &message);
+        // The user closes the main window: that is no to this box. The message stays, for the loop below it.
+        if (box->answer < 0 && desk_close_waits()) box->answer = box->buttons - 1;
         if (box->answer < 0) desk_wait_of(box->window);
     }
     desk_destroy(box->window);
     desk.modal = modal;
+    desk.modal_since = modal_since;
     desk.capture = capture;
-    if (active != nullptr)
-        desk_activate(active);
-    else
-        desk_pick_active();
+    desk_make_active(active);
     desk_update_cursor();
     return box->answer == 0;
 }

@@ -6,7 +6,8 @@ enum class dialog_buttons { ok, ok_cancel };
 
 // Shows the text (Latin-1; lines end with '\n', long ones are wrapped) and waits for a button, Return (the button that
 // is marked, at first OK), or Escape (Cancel, or OK when it is the only one). True for OK. Input to all other windows
-// is dropped meanwhile; their other messages wait for the next desk_next(). What the box covered is put back.
+// is dropped meanwhile; their other messages wait for the next desk_next(). When the user closes the main window the
+// box is answered as by Escape, and the message about it waits with the others. What the box covered is put back.
 //
 // Before desk_start() or after the end the text goes to standard error, and the answer is OK, or Cancel where there is
 // one. The same when there is no memory for the box.

@@ -1,4 +1,5 @@
-// Text of the platform's own: captions, icons' titles and message boxes. Latin-1, one bit a pixel, three faces.
+// Text of the platform's own: captions, icons' titles and message boxes. Latin-1, one bit a pixel, three faces in two
+// sizes each.
 #pragma once
 
 #include "platform/window/canvas.h"
@@ -6,23 +7,24 @@
 #include <cstdint>
 
 constexpr int GLYPH_COUNT = 191; // characters 32 to 126 and 160 to 255
-constexpr int GLYPH_ROWS = 14;
+constexpr int GLYPH_ROWS = 28;
 
-// Rows from the top of the line; bit 15 is the leftmost pixel.
+// Rows from the top of the line; bit 31 is the leftmost pixel.
 struct glyph {
     uint8_t advance; // pixels to the next glyph
-    uint16_t rows[GLYPH_ROWS];
+    uint32_t rows[GLYPH_ROWS];
 };
 
 struct glyph_face {
     const glyph* glyphs;
     int height; // of a line in pixels
-    int ascent; // of it, above the base line
 };
 
-extern const glyph_face GLYPHS_NORMAL;
-extern const glyph_face GLYPHS_BOLD;
-extern const glyph_face GLYPHS_SMALL;
+enum class glyph_style : uint8_t { normal, bold, small };
+constexpr int GLYPH_FACES = 3;
+
+// The face in the size for a desk that is drawn so many times as large.
+const glyph_face* glyphs_face(glyph_style style, int factor);
 
 // Width of the first `length` characters. Other characters than the face's count as a blank.
 int glyphs_width(const glyph_face* face, const char* text, int length);

@@ -1,6 +1,7 @@
 // Measuring and drawing with the desk's own letters.
 #include "platform/window/canvasdata.h"
 #include "platform/window/glyphs.h"
+#include "support/bytes.h"
 
 #include <cstring>
 
@@ -14,12 +15,10 @@ const glyph* glyph_of(const glyph_face* face, char character) {
 }
 
 void draw_glyph(canvas* c, const glyph* g, int x, int y, canvas_color color) {
-    uint8_t bits[GLYPH_ROWS * 2];
-    for (int row = 0; row < GLYPH_ROWS; ++row) {
-        bits[row * 2] = uint8_t(~(g->rows[row] >> 8));
-        bits[row * 2 + 1] = uint8_t(~g->rows[row]);
-    }
-    canvas_mask(c, x, y, 16, GLYPH_ROWS, bits, 2, color);
+    uint8_t bits[GLYPH_ROWS * 4];
+    for (int row = 0; row < GLYPH_ROWS; ++row)
+        store_u32be(bits + ptrdiff_t{row} * 4, ~g->rows[row]);
+    canvas_mask(c, x, y, 32, GLYPH_ROWS, bits, 4, color);
 }
 
 } // namespace

@@ -124,12 +124,20 @@ void host_warp(int x, int y) {
     if (running != nullptr) running->warp(x, y);
 }
 
-void host_set_cursor(host_cursor shape) {
-    if (running != nullptr) running->cursor(shape);
+void host_pointer(int* x, int* y) {
+    if (running != nullptr) running->pointer(x, y);
+}
+
+void host_set_cursor(host_cursor shape, int factor) {
+    if (running != nullptr) running->cursor(shape, factor);
 }
 
 void host_set_title(const char* text) {
     if (running != nullptr) running->title(text);
+}
+
+void host_set_icon(const uint32_t* pixels, int side) {
+    if (running != nullptr) running->icon(pixels, side);
 }
 
 void host_beep() {

@@ -5,9 +5,9 @@
 // the build has SDL. Only the desk (desk.h) shows pixels and takes events; the layers above need host_now(),
 // host_beep() and, in tests, the headless part at the end.
 //
-// The environment: TINCT_HOST=headless or sdl picks the host (without it: sdl when a display is there), TINCT_SCREEN=
-// WIDTHxHEIGHTxDEPTH the screen (depth 4, 8, 15, 16 or 24; each part may be left out from the right), TINCT_SCALE=N
-// how many pixels of the user's display one pixel takes in each direction (without it: by the size of the display).
+// The environment: TINCT_HOST=headless or sdl picks the host (without it: sdl), TINCT_SCREEN=WIDTHxHEIGHTxDEPTH the
+// screen (depth 4, 8, 15, 16 or 24; each part may be left out from the right), TINCT_SCALE=N how many pixels of the
+// user's display one pixel takes in each direction (without it: by the size of the display).
 #pragma once
 
 #include "platform/window/canvas.h"
@@ -89,7 +89,8 @@ struct host_screen {
 // Every slot is mandatory.
 struct host_ops {
     const char* name;
-    // Opens the main window as large as the screen allows and fills what is 0 in `screen`. False: no such host here.
+    // Opens the main window, as large as `screen` says and at most as large as the display allows, or where it says
+    // nothing maximised; then puts the size that the window got into `screen`. False: no such host here.
     bool (*start)(host_screen* screen, const char* title);
     void (*stop)();
     uint32_t (*now)(); // milliseconds, never going back
@@ -100,8 +101,11 @@ struct host_ops {
     // Shows `count` rectangles of the frame buffer. The palette has CANVAS_PALETTE_SIZE entries.
     void (*show)(const canvas_bitmap* frame, const canvas_rgb* palette, const canvas_box* changed, int count);
     void (*warp)(int x, int y); // moves the pointer; a pointer event follows
-    void (*cursor)(host_cursor shape);
-    void (*title)(const char* text); // Latin-1
+    // Where the pointer is now, in pixels of the frame buffer; outside of it when it isn't on the main window.
+    void (*pointer)(int* x, int* y);
+    void (*cursor)(host_cursor shape, int factor);  // factor: how much larger than usual the desk is drawn
+    void (*title)(const char* text);                // Latin-1
+    void (*icon)(const uint32_t* pixels, int side); // of the main window: rows of 0xAARRGGBB from the top
     void (*beep)();
     void (*state)(host_state state); // asks for the main window to be minimised, maximised or restored
 };
@@ -122,8 +126,10 @@ bool host_poll(host_event* event);
 void host_wait(bool limited, uint32_t deadline);
 void host_show(const canvas_bitmap* frame, const canvas_rgb* palette, const canvas_box* changed, int count);
 void host_warp(int x, int y);
-void host_set_cursor(host_cursor shape);
+void host_pointer(int* x, int* y);
+void host_set_cursor(host_cursor shape, int factor);
 void host_set_title(const char* text);
+void host_set_icon(const uint32_t* pixels, int side);
 void host_beep();
 void host_set_state(host_state state);
 

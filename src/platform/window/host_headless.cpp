@@ -133,9 +133,14 @@ void show(const canvas_bitmap* frame, const canvas_rgb* palette, const canvas_bo
 void warp(int x, int y) {
     headless_pointer(x, y);
 }
-void set_cursor(host_cursor shape) {
+void pointer(int* x, int* y) {
+    *x = data.pointer_x;
+    *y = data.pointer_y;
+}
+void set_cursor(host_cursor shape, int /*factor*/) {
     data.cursor = shape;
 }
+void set_icon(const uint32_t* /*pixels*/, int /*side*/) {}
 void beep() {
     ++data.beeps;
 }
@@ -178,8 +183,10 @@ const host_ops host_headless = {
     .wait = wait,
     .show = show,
     .warp = warp,
+    .pointer = pointer,
     .cursor = set_cursor,
     .title = set_title,
+    .icon = set_icon,
     .beep = beep,
     .state = set_state,
 };

@@ -1,54 +1,116 @@
 // The host in a window of the user's desktop, by SDL2. Only what has changed is put into the window's surface and sent;
 // waiting blocks in the system. One pixel of the frame buffer takes `scale` by `scale` pixels of the display.
 #ifdef TINCT_WITH_SDL
+#include "platform/window/cursors.h"
 #include "platform/window/host.h"
+#include "support/memory.h"
+#ifdef TINCT_WITH_X11
+#include "platform/window/host_x11.h"
+#endif
 
 #include <SDL.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <unistd.h>
 
 extern const host_ops host_sdl;
 
+// Tests run on a driver that shows nothing.
+extern bool host_sdl_takes_any_driver;
+bool host_sdl_takes_any_driver = false;
+
+#ifdef __SANITIZE_ADDRESS__
+// The window's library asks the desktop's message bus for its settings, and the bus's library keeps that memory.
+extern "C" {
+__attribute__((visibility("default"))) const char* __lsan_default_suppressions();
+__attribute__((visibility("default"))) const char* __lsan_default_options();
+const char* __lsan_default_suppressions() {
+    return "leak:libdbus";
+}
+const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
+}
+#endif
+
 namespace {
 
-constexpr int SIZE_WAIT = 50; // milliseconds that the start waits for the desktop to give the window its size
+constexpr int SIZE_WAIT = 500; // milliseconds that the start waits for the desktop to give the window its size
 constexpr int CURSOR_COUNT = int(host_cursor::move) + 1;
 constexpr int LEAST_WIDTH = 320; // of the frame buffer
 constexpr int LEAST_HEIGHT = 200;
+constexpr int MOST_WIDTH = 1 << 15;
 
 struct sdl_data {
     SDL_Window* window;
     SDL_Surface* shadow; // 32-bit, in place of a surface in another form; null: not needed
     int scale;
     SDL_Cursor* cursors[CURSOR_COUNT];
+    int cursor_unit; // pixels of the display to a unit of the cursors' pictures
+    uint32_t* words; // display colours of all 16-bit pixels, at the depths that have such; null: not yet needed
     char text[SDL_TEXTINPUTEVENT_TEXT_SIZE]; // typed, UTF-8, and what of it is taken
     size_t text_at;
     uint8_t text_modifiers;
     char* dropped;
     bool size_changed; // since the frame was shown
-    SDL_AudioDeviceID audio;
-    int audio_rate;
+    bool state_untold; // how the window stands, at the start
 };
 sdl_data sdl;
 
 // ---- start
 
-// The display's size decides: a full screen of forms should find room, and be readable.
+// Drivers of the library that show a window where the user sees it. There are others, which it takes when these fail:
+// then the program would run unseen, and for ever.
+constexpr const char* DRIVERS[] = {"x11", "wayland", "cocoa", "windows", "haiku"};
+
+bool init_video() {
+    const char* named = SDL_getenv("SDL_VIDEODRIVER"); // a list
+    if (host_sdl_takes_any_driver) return SDL_Init(SDL_INIT_VIDEO) == 0;
+    for (const char* driver : DRIVERS) {
+        if (named != nullptr && *named != 0 && strstr(named, driver) == nullptr) continue;
+        // Without it there is no such display, and the library would complain.
+        if (strcmp(driver, "wayland") == 0 && SDL_getenv("XDG_RUNTIME_DIR") == nullptr) continue;
+        SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, driver, SDL_HINT_OVERRIDE);
+        if (SDL_Init(SDL_INIT_VIDEO) == 0) return true;
+    }
+    return false;
+}
+
+// One pixel of the desk is one of the display: the desk draws itself larger on a large one. Only displays that are
+// larger than that goes have each pixel take more.
 int automatic_scale(int width, int height) {
-    return std::clamp(std::min(width / 1280, height / 960), 1, 8);
+    return std::clamp(std::min(width / 3840, height / 2160), 1, 8);
 }
 
-// The size of the window in pixels of the display; false when it is to be as large as the display allows.
+// The window's size in pixels of the display. Where nothing smaller than the display is asked for it is maximised
+// (false); the size is then that of the restored window, which leaves room for its frame.
 bool wanted_size(const host_screen* screen, const SDL_Rect* usable, int* width, int* height) {
-    *width = screen->width > 0 ? screen->width * sdl.scale : usable->w;
-    *height = screen->height > 0 ? screen->height * sdl.scale : usable->h;
-    return screen->width > 0 || screen->height > 0;
+    const bool asked = (screen->width > 0 && screen->width * sdl.scale < usable->w) ||
+                       (screen->height > 0 && screen->height * sdl.scale < usable->h);
+    *width = asked ? usable->w : usable->w * 7 / 8;
+    *height = asked ? usable->h : usable->h * 7 / 8;
+    if (asked && screen->width > 0) *width = std::min(screen->width * sdl.scale, usable->w);
+    if (asked && screen->height > 0) *height = std::min(screen->height * sdl.scale, usable->h);
+    return asked;
 }
 
-// Lets the desktop maximise the window, or cut it to its display.
-void wait_for_size() {
+bool has_manager() {
+#ifdef TINCT_WITH_X11
+    return x11_has_manager(sdl.window);
+#else
+    return true;
+#endif
+}
+
+// Lets the desktop maximise the window. Where nothing does that, the window takes all of the display by itself.
+void wait_for_size(const SDL_Rect* usable) {
+    if (!has_manager()) {
+        SDL_SetWindowPosition(sdl.window, usable->x, usable->y);
+        SDL_SetWindowSize(sdl.window, usable->w, usable->h);
+        return;
+    }
     const uint32_t end = SDL_GetTicks() + SIZE_WAIT;
     SDL_Event event;
     for (int left = SIZE_WAIT; left > 0; left = int(end - SDL_GetTicks())) {
@@ -57,10 +119,11 @@ void wait_for_size() {
     }
 }
 
+// A pixel of the frame buffer that is cut by the window's edge is shown as far as there is room.
 void frame_size(int* width, int* height) {
     SDL_GetWindowSize(sdl.window, width, height);
-    *width = std::max(*width / sdl.scale, 1);
-    *height = std::max(*height / sdl.scale, 1);
+    *width = std::max((*width + sdl.scale - 1) / sdl.scale, 1);
+    *height = std::max((*height + sdl.scale - 1) / sdl.scale, 1);
 }
 
 void set_hints() {
@@ -74,9 +137,7 @@ void set_hints() {
 void set_title(const char* text);
 void stop();
 
-bool start(host_screen* screen, const char* title) {
-    set_hints();
-    if (SDL_Init(SDL_INIT_VIDEO) != 0) return false;
+bool open_window(host_screen* screen) {
     SDL_Rect usable = {0, 0, 1280, 1024};
     SDL_GetDisplayUsableBounds(0, &usable);
     sdl.scale = screen->scale > 0 ? screen->scale : automatic_scale(usable.w, usable.h);
@@ -85,24 +146,36 @@ bool start(host_screen* screen, const char* title) {
     const bool sized = wanted_size(screen, &usable, &width, &height);
     const uint32_t flags = SDL_WINDOW_RESIZABLE | (sized ? 0u : uint32_t{SDL_WINDOW_MAXIMIZED});
     sdl.window = SDL_CreateWindow("", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width, height, flags);
-    if (sdl.window == nullptr) {
-        stop();
-        return false;
-    }
+    if (sdl.window == nullptr) return false;
     SDL_SetWindowMinimumSize(sdl.window, LEAST_WIDTH * sdl.scale, LEAST_HEIGHT * sdl.scale);
-    set_title(title);
-    SDL_StartTextInput();
-    if (!sized) wait_for_size();
-    frame_size(&screen->width, &screen->height);
-    screen->scale = sdl.scale;
-    sdl.size_changed = true;
+    if (!sized) wait_for_size(&usable);
     return true;
 }
 
-void stop() {
-    for (SDL_Cursor* cursor : sdl.cursors)
+bool start(host_screen* screen, const char* title) {
+    set_hints();
+    if (!init_video() || !open_window(screen)) {
+        stop();
+        return false;
+    }
+    set_title(title);
+    SDL_StartTextInput();
+    frame_size(&screen->width, &screen->height);
+    screen->scale = sdl.scale;
+    sdl.size_changed = sdl.state_untold = true;
+    return true;
+}
+
+void free_cursors() {
+    for (SDL_Cursor*& cursor : sdl.cursors) {
         if (cursor != nullptr) SDL_FreeCursor(cursor);
-    if (sdl.audio != 0) SDL_CloseAudioDevice(sdl.audio);
+        cursor = nullptr;
+    }
+}
+
+void stop() {
+    free_cursors();
+    mem_free(sdl.words);
     SDL_free(sdl.dropped);
     SDL_FreeSurface(sdl.shadow);
     if (sdl.window != nullptr) SDL_DestroyWindow(sdl.window);
@@ -183,10 +256,14 @@ bool take_text(host_event* event) {
     return true;
 }
 
+// display -> frame buffer; negative coordinates, while a button is held, round down as well
+int to_frame(int display) {
+    return int(std::floor(double(display) / sdl.scale));
+}
+
 void set_pointer(host_event* event, int x, int y) {
-    // display -> frame buffer; negative coordinates, while a button is held, round down as well
-    event->x = int(std::floor(double(x) / sdl.scale));
-    event->y = int(std::floor(double(y) / sdl.scale));
+    event->x = to_frame(x);
+    event->y = to_frame(y);
     event->modifiers = modifiers_of(unsigned(SDL_GetModState()));
 }
 
@@ -277,7 +354,9 @@ bool take_event(SDL_Event* from, host_event* event) {
 
 bool poll(host_event* event) {
     *event = {};
-    if (take_text(event)) {
+    if (sdl.state_untold || take_text(event)) {
+        if (sdl.state_untold) take_size(event);
+        sdl.state_untold = false;
         event->time = now();
         return true;
     }
@@ -317,6 +396,16 @@ uint32_t packed(canvas_rgb c) {
     return uint32_t{c.red} << 16 | uint32_t{c.green} << 8 | c.blue;
 }
 
+// The display colours of 16-bit pixels, worked out once. Without memory each pixel is worked out by itself.
+const uint32_t* word_colors() {
+    constexpr size_t COUNT = 0x10000;
+    if (sdl.words != nullptr) return sdl.words;
+    sdl.words = mem_new_array<uint32_t>(COUNT);
+    for (size_t i = 0; sdl.words != nullptr && i < COUNT; ++i)
+        sdl.words[i] = packed(canvas_pixel_rgb(uint32_t(i)));
+    return sdl.words;
+}
+
 // One row of the frame buffer in display colours.
 void convert_row(const canvas_bitmap* frame, const uint32_t* slots, int y, int x1, int x2, uint32_t* out) {
     const uint8_t* row = frame->pixels + size_t(y) * frame->stride;
@@ -325,34 +414,38 @@ void convert_row(const canvas_bitmap* frame, const uint32_t* slots, int y, int x
         for (int x = x1; x < x2; ++x)
             *out++ = slots[row[x]];
         break;
-    case 2:
+    case 2: {
+        const uint32_t* colors = word_colors();
         for (int x = x1; x < x2; ++x) {
             uint16_t pixel = 0;
             memcpy(&pixel, row + size_t(x) * 2, 2);
-            *out++ = packed(canvas_pixel_rgb(pixel));
+            *out++ = colors != nullptr ? colors[pixel] : packed(canvas_pixel_rgb(pixel));
         }
         break;
+    }
     default: memcpy(out, row + size_t(x1) * 4, size_t(x2 - x1) * 4); break;
     }
 }
 
-// Stretches `count` pixels in place to `count * scale`, from the end on.
-void stretch_row(uint32_t* row, int count, int scale) {
-    for (int i = count - 1; i >= 0; --i)
-        std::fill_n(row + ptrdiff_t{i} * scale, scale, row[i]);
+// Stretches pixels to `scale` each; `room`: of the last one not all may fit.
+void stretch_row(const uint32_t* row, int scale, uint32_t* out, int room) {
+    for (; room > 0; room -= scale, out += scale)
+        std::fill_n(out, std::min(scale, room), *row++);
 }
 
 void draw_box(SDL_Surface* to, const canvas_bitmap* frame, const uint32_t* slots, canvas_box box) {
+    static uint32_t narrow[MOST_WIDTH];
     const int scale = sdl.scale;
+    const int left = box.x1 * scale;
+    const int room = std::min(box.x2 * scale, to->w) - left; // pixels of the display across
     for (int y = box.y1; y < box.y2; ++y) {
-        uint8_t* target = static_cast<uint8_t*>(to->pixels) + ptrdiff_t{y} * scale * to->pitch;
-        auto* pixels = reinterpret_cast<uint32_t*>(target) + ptrdiff_t{box.x1} * scale;
-        convert_row(frame, slots, y, box.x1, box.x2, pixels);
+        uint8_t* target = static_cast<uint8_t*>(to->pixels) + ptrdiff_t{y} * scale * to->pitch + ptrdiff_t{left} * 4;
+        auto* pixels = reinterpret_cast<uint32_t*>(target);
+        convert_row(frame, slots, y, box.x1, box.x2, scale == 1 ? pixels : narrow);
         if (scale == 1) continue;
-        stretch_row(pixels, box.x2 - box.x1, scale);
-        for (int i = 1; i < scale; ++i)
-            memcpy(reinterpret_cast<uint8_t*>(pixels) + ptrdiff_t{i} * to->pitch, pixels,
-                   size_t(box.x2 - box.x1) * size_t(scale) * 4);
+        stretch_row(narrow, scale, pixels, room);
+        for (int i = 1; i < scale && y * scale + i < to->h; ++i)
+            memcpy(target + ptrdiff_t{i} * to->pitch, target, size_t(room) * 4);
     }
 }
 
@@ -367,12 +460,14 @@ void show(const canvas_bitmap* frame, const canvas_rgb* palette, const canvas_bo
     int sent = 0;
     for (int i = 0; i < count && sent < 64; ++i) {
         // The window may have another size for a moment until the frame buffer follows.
-        const canvas_box box = {changed[i].x1, changed[i].y1, std::min(changed[i].x2, to->w / sdl.scale),
-                                std::min(changed[i].y2, to->h / sdl.scale)};
+        const canvas_box box = {changed[i].x1, changed[i].y1,
+                                std::min({changed[i].x2, (to->w + sdl.scale - 1) / sdl.scale, MOST_WIDTH}),
+                                std::min(changed[i].y2, (to->h + sdl.scale - 1) / sdl.scale)};
         if (box.x1 >= box.x2 || box.y1 >= box.y2) continue;
         draw_box(to, frame, slots, box);
         SDL_Rect* rect = &rects[sent++];
-        *rect = {box.x1 * sdl.scale, box.y1 * sdl.scale, (box.x2 - box.x1) * sdl.scale, (box.y2 - box.y1) * sdl.scale};
+        *rect = {box.x1 * sdl.scale, box.y1 * sdl.scale, std::min(box.x2 * sdl.scale, to->w) - box.x1 * sdl.scale,
+                 std::min(box.y2 * sdl.scale, to->h) - box.y1 * sdl.scale};
         if (to != shown) SDL_BlitSurface(to, rect, shown, rect);
     }
     sdl.size_changed = false;
@@ -395,11 +490,47 @@ SDL_SystemCursor system_cursor(host_cursor shape) {
     }
 }
 
-void set_cursor(host_cursor shape) {
+// Where the system says that it is, whether or not an event has told of it.
+void pointer(int* x, int* y) {
+    int at_x = 0;
+    int at_y = 0;
+    int left = 0;
+    int top = 0;
+    SDL_GetGlobalMouseState(&at_x, &at_y);
+    SDL_GetWindowPosition(sdl.window, &left, &top);
+    *x = to_frame(at_x - left);
+    *y = to_frame(at_y - top);
+}
+
+// The desktop's own cursor, or a larger one.
+SDL_Cursor* make_cursor(host_cursor shape, int unit) {
+    cursor_picture picture = {};
+    SDL_Cursor* cursor = nullptr;
+    if (unit > 1 && shape != host_cursor::none && cursor_draw(shape, unit, &picture)) {
+        SDL_Surface* surface = SDL_CreateRGBSurfaceWithFormatFrom(picture.pixels, picture.side, picture.side, 32,
+                                                                  picture.side * 4, SDL_PIXELFORMAT_ARGB8888);
+        if (surface != nullptr) cursor = SDL_CreateColorCursor(surface, picture.hot_x, picture.hot_y);
+        SDL_FreeSurface(surface);
+        mem_free(picture.pixels);
+    }
+    return cursor != nullptr ? cursor : SDL_CreateSystemCursor(system_cursor(shape));
+}
+
+void set_cursor(host_cursor shape, int factor) {
+    const int unit = factor * sdl.scale;
+    if (unit != sdl.cursor_unit) free_cursors();
+    sdl.cursor_unit = unit;
     SDL_ShowCursor(shape == host_cursor::none ? SDL_DISABLE : SDL_ENABLE);
     SDL_Cursor** cursor = &sdl.cursors[int(shape)];
-    if (*cursor == nullptr) *cursor = SDL_CreateSystemCursor(system_cursor(shape));
+    if (*cursor == nullptr) *cursor = make_cursor(shape, unit);
     if (*cursor != nullptr) SDL_SetCursor(*cursor);
+}
+
+void set_icon(const uint32_t* pixels, int side) {
+    SDL_Surface* surface = SDL_CreateRGBSurfaceWithFormatFrom(const_cast<uint32_t*>(pixels), side, side, 32, side * 4,
+                                                              SDL_PIXELFORMAT_ARGB8888);
+    if (surface != nullptr) SDL_SetWindowIcon(sdl.window, surface);
+    SDL_FreeSurface(surface);
 }
 
 void set_title(const char* text) {
@@ -414,36 +545,12 @@ void set_title(const char* text) {
     SDL_SetWindowTitle(sdl.window, utf8);
 }
 
-// ---- sound
-
-bool open_audio() {
-    if (sdl.audio != 0) return true;
-    if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return false;
-    SDL_AudioSpec wanted = {};
-    SDL_AudioSpec got = {};
-    wanted.freq = 22050;
-    wanted.format = AUDIO_S16SYS;
-    wanted.channels = 1;
-    wanted.samples = 512;
-    sdl.audio = SDL_OpenAudioDevice(nullptr, 0, &wanted, &got, 0);
-    sdl.audio_rate = got.freq;
-    return sdl.audio != 0;
-}
-
-// A short soft tone; where there is no sound, the terminal's bell.
+// The display's bell, or the terminal's. Nothing of a sound system is started for it, which would write about itself.
 void beep() {
-    if (!open_audio()) {
-        fputc('\a', stderr);
-        return;
-    }
-    int16_t tone[4096];
-    const int count = std::min(sdl.audio_rate / 10, 4096);
-    for (int i = 0; i < count; ++i) {
-        const double fade = std::min(1.0, std::min(i, count - i) / 200.0); // no clicks at its ends
-        tone[i] = int16_t(5000 * fade * std::sin(2 * M_PI * 880 * i / sdl.audio_rate));
-    }
-    SDL_QueueAudio(sdl.audio, tone, uint32_t(count) * 2);
-    SDL_PauseAudioDevice(sdl.audio, 0);
+#ifdef TINCT_WITH_X11
+    if (x11_bell(sdl.window)) return;
+#endif
+    if (isatty(STDERR_FILENO) != 0) fputc('\a', stderr);
 }
 
 void set_state(host_state state) {
@@ -465,8 +572,10 @@ const host_ops host_sdl = {
     .wait = wait,
     .show = show,
     .warp = warp,
+    .pointer = pointer,
     .cursor = set_cursor,
     .title = set_title,
+    .icon = set_icon,
     .beep = beep,
     .state = set_state,
 };

@@ -29,7 +29,7 @@ int nearest_slot(canvas_rgb color) {
 uint32_t pixel_of_rgb(canvas_rgb c) {
     switch (screen.frame.planes) {
     case 15: return uint32_t(c.red >> 3) << 10 | uint32_t(c.green >> 3) << 5 | uint32_t(c.blue >> 3);
-    case 16: return uint32_t(c.red >> 3) << 11 | uint32_t(c.green >> 2) << 5 | uint32_t(c.blue >> 3);
+    case 16: return uint32_t(c.red >> 3) << 11 | canvas_green_bits_6(c.green) << 5 | uint32_t(c.blue >> 3);
     case 24: return uint32_t{c.red} << 16 | uint32_t{c.green} << 8 | c.blue;
     default: return uint32_t(nearest_slot(c));
     }

@@ -16,7 +16,6 @@ namespace {
 constexpr int MOST_CHANGED = 16;
 constexpr int MOST_SIDE = 1 << 15; // of a bitmap
 constexpr int MOST_OVERLAY = 4;    // boxes
-constexpr int OUTLINE = 3;         // thickness of an outline in pixels
 canvas_box changed[MOST_CHANGED];
 int changed_count;
 canvas_box outline_shown[MOST_OVERLAY]; // outlines that the host shows now
@@ -57,10 +56,11 @@ int pixel_bytes_of(int planes) {
 
 // The four sides of an outline.
 void outline_sides(canvas_box b, canvas_box sides[4]) {
-    sides[0] = {b.x1, b.y1, b.x2, b.y1 + OUTLINE};
-    sides[1] = {b.x1, b.y2 - OUTLINE, b.x2, b.y2};
-    sides[2] = {b.x1, b.y1 + OUTLINE, b.x1 + OUTLINE, b.y2 - OUTLINE};
-    sides[3] = {b.x2 - OUTLINE, b.y1 + OUTLINE, b.x2, b.y2 - OUTLINE};
+    const int thick = screen.outline;
+    sides[0] = {b.x1, b.y1, b.x2, b.y1 + thick};
+    sides[1] = {b.x1, b.y2 - thick, b.x2, b.y2};
+    sides[2] = {b.x1, b.y1 + thick, b.x1 + thick, b.y2 - thick};
+    sides[3] = {b.x2 - thick, b.y1 + thick, b.x2, b.y2 - thick};
 }
 
 void store_pixel(canvas_box frame, int x, int y, uint32_t pixel) {

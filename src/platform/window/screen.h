@@ -12,6 +12,7 @@ struct screen_data {
     canvas_rgb palette[CANVAS_PALETTE_SIZE];
     uint32_t slot_pixels[CANVAS_PALETTE_SIZE]; // each slot's pixel at this depth
     void (*palette_changed)();                 // told after each change; null: nobody
+    int outline;                               // thickness of outlines, pixels
 };
 extern screen_data screen;
 

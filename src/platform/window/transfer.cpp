@@ -43,9 +43,10 @@ void put_row_true24(uint8_t* target, const uint8_t* source, int count, const row
 template <int STEP, int RED, int BLUE, int GREEN_BITS>
 void put_row_true16(uint8_t* target, const uint8_t* source, int count, const row_context* /*context*/) {
     auto* pixels = reinterpret_cast<uint16_t*>(target);
-    for (int i = 0; i < count; ++i, source += STEP)
-        pixels[i] =
-            uint16_t((source[RED] >> 3) << (5 + GREEN_BITS) | (source[1] >> (8 - GREEN_BITS)) << 5 | source[BLUE] >> 3);
+    for (int i = 0; i < count; ++i, source += STEP) {
+        const unsigned green = GREEN_BITS == 6 ? canvas_green_bits_6(source[1]) : source[1] >> 3;
+        pixels[i] = uint16_t(unsigned(source[RED] >> 3) << (5 + GREEN_BITS) | green << 5 | source[BLUE] >> 3);
+    }
 }
 
 // The nearest slot is looked for once in a run of one colour. Pictures go to palette screens as slots, not this way.

@@ -6,7 +6,7 @@
 //            first bit is bit 7, goes through cit_reverse_bytes() before decoding and after encoding.
 //   Runs     16-bit unsigned run lengths, native order. The first is white and may be 0, the colours alternate, and
 //            they add up to the width. Stored lines have an odd count: one that ends on black gets a white run of 0. A
-//            run over 65535 stands as 65535, 0, the rest; any run of 0 in the middle joins its neighbours.
+//            run over 32767 stands as 32767, 0, the rest; any run of 0 in the middle joins its neighbours.
 //   Bits     16-bit words, low byte first, the leftmost pixel in bit 15 of the first word; a set bit is black. There is
 //            room for (width + 15) / 16 words, two bytes each. What is behind the last pixel is written as 0 and never
 //            looked at.
@@ -35,7 +35,7 @@ inline bool cit_succeeded(uint32_t result) {
     return (result & 1) != 0;
 }
 
-// ---- a line as changes: citlines.cpp --------------------------------------------------------------------------------
+// ---- a line as changes: citline.cpp ---------------------------------------------------------------------------------
 
 // The positions at which a line changes colour, from the left: the first is where white ends (0 for a line that starts
 // black). They never decrease; two equal ones are a run of 0. Every position is below or at the width, and behind the
@@ -71,7 +71,7 @@ bool cit_changes_from_runs(cit_changes* line, uint32_t width, const uint16_t* ru
 void cit_changes_to_bits(const cit_changes* line, uint32_t width, uint8_t* words);
 bool cit_changes_from_bits(cit_changes* line, uint32_t width, const uint8_t* words); // false: no memory
 
-// ---- runs and bits: citbits.cpp -------------------------------------------------------------------------------------
+// ---- runs and bits: citline.cpp -------------------------------------------------------------------------------------
 
 // Whether the runs, `count` at most, add up to exactly the width. Runs that come from a caller of the library or a file
 // are tested with this before they are handed to a call that takes no count.
@@ -91,7 +91,7 @@ size_t cit_runs_to_bytes(uint32_t width, const uint16_t* runs, uint8_t* bytes);
 // Reverses the order of the bits in each byte.
 void cit_reverse_bytes(uint8_t* bytes, size_t count);
 
-// ---- decoding of whole images: citdec.cpp ---------------------------------------------------------------------------
+// ---- decoding of whole images: citread.cpp --------------------------------------------------------------------------
 
 struct cit_params {
     uint32_t width;      // pixels, 1 or more
@@ -135,7 +135,7 @@ uint32_t cit_decode_1d(cit_params* params, cit_sink* sink, cit_sink_call sink_li
 uint32_t cit_decode_g4_line(const cit_params* params, const cit_changes* reference, cit_changes* current,
                             uint64_t* place, bool* ended);
 
-// ---- encoding: citenc.cpp -------------------------------------------------------------------------------------------
+// ---- encoding: citwrite.cpp -----------------------------------------------------------------------------------------
 
 struct cit_encoder; // one state serves any number of images, one after the other
 

@@ -2,7 +2,7 @@
 //
 // Reading takes the coded bytes into memory at the first line and decodes as lines are asked for; with strip lines set
 // in the ccitt record, the decoder can come back to the first line of each such block, otherwise to places of its own
-// choice. Writing gathers the coded bytes and puts them into the file behind the last line. All state hangs from the
+// choice. Writing gathers the coded bytes and puts them into the file behind the last line. All state is owned by the
 // ccitt record of the handle, which must be there.
 #pragma once
 
@@ -39,8 +39,8 @@ int cit_g4_get_strip(CFILE* c, cit_extent extent, uint8_t* runs);
 int cit_g3_put_line(CFILE* c, const uint8_t* bits, size_t* written);
 int cit_g4_put_line(CFILE* c, const uint8_t* bits, size_t* written);
 
-// Writes the lines of an image that has not got its last one. *written and result as above; nothing without lines.
+// Writes the lines of an image whose last one has not come. *written and result as above; nothing without lines.
 int cit_file_finish(CFILE* c, size_t* written);
 
-// Frees what hangs from the record, and with it lines that were not written; null does nothing.
+// Frees what the record owns, and with it lines that were not written; null does nothing.
 void cit_file_release(ccitt_record* record);

@@ -1,8 +1,12 @@
-// Decoding of one line into its changes: the one-dimensional and the two-dimensional code.
+// Lines: decoding one into its changes, the run lines of an image, and runs against bits.
+#include <algorithm>
+#include <cstring>
+
+#include "raster/CCITT/ccitt.h"
 #include "raster/CCITT/citcode.h"
+#include "support/memory.h"
 
 namespace {
-
 // ---- mode codes of the two-dimensional code, by the next 7 bits
 
 enum mode : int8_t { MODE_PASS = 8, MODE_HORIZONTAL = 9, MODE_NONE = 10 }; // below: a vertical code, by its distance
@@ -178,4 +182,270 @@ cit_line cit_decode_2d_runs(cit_stream* stream, const cit_changes* reference, ci
     }
     close_line(line, count, width);
     return cit_stream_overrun(stream) ? cit_line::lost : cit_line::whole;
+}
+
+// ---- lines of a whole image -----------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr size_t FIRST_ROOM = 256;
+constexpr size_t WORD_PIXELS = 64;
+
+// The words that a run takes with those that split it.
+size_t words_of_run(uint32_t run) {
+    return run <= CIT_LONGEST_RUN ? 1 : 1 + (run - 1) / CIT_LONGEST_RUN * 2;
+}
+
+} // namespace
+
+bool cit_changes_need(cit_changes* line, size_t count) {
+    if (line->room >= count + CIT_GUARDS) return true;
+    size_t room = std::max(line->room * 2, count + CIT_GUARDS + FIRST_ROOM);
+    if (room > SIZE_MAX / sizeof(int32_t)) return false;
+    auto* at = static_cast<int32_t*>(mem_realloc(line->at, room * sizeof(int32_t)));
+    if (at == nullptr) return false;
+    line->at = at;
+    line->room = room;
+    return true;
+}
+
+bool cit_changes_white(cit_changes* line, uint32_t width) {
+    if (!cit_changes_need(line, 0)) return false;
+    cit_end_changes(line, 0, width);
+    return true;
+}
+
+void cit_changes_free(cit_changes* line) {
+    mem_free(line->at);
+    *line = {};
+}
+
+size_t cit_max_runs(uint32_t width) {
+    return size_t{width} + 3;
+}
+
+bool cit_need_runs(uint16_t** runs, size_t* room, size_t count) {
+    if (count <= *room) return true;
+    auto* grown = static_cast<uint16_t*>(mem_realloc(*runs, count * 2 * sizeof(uint16_t)));
+    if (grown == nullptr) return false;
+    *runs = grown;
+    *room = count * 2;
+    return true;
+}
+
+size_t cit_runs_of_changes(const cit_changes* line, uint32_t width) {
+    if (width <= CIT_LONGEST_RUN) return (line->count + 1) | 1;
+    size_t words = 0;
+    int32_t last = 0;
+    for (size_t i = 0; i <= line->count; ++i) {
+        words += words_of_run(static_cast<uint32_t>(line->at[i] - last));
+        last = line->at[i];
+    }
+    return words | 1;
+}
+
+size_t cit_changes_to_runs(const cit_changes* line, uint32_t width, uint16_t* runs) {
+    uint16_t* out = runs;
+    int32_t last = 0;
+    if (width <= CIT_LONGEST_RUN) {
+        for (size_t i = 0; i <= line->count; ++i) {
+            *out++ = static_cast<uint16_t>(line->at[i] - last);
+            last = line->at[i];
+        }
+    } else {
+        for (size_t i = 0; i <= line->count; ++i) {
+            out = cit_put_run(out, static_cast<uint32_t>(line->at[i] - last));
+            last = line->at[i];
+        }
+    }
+    if ((out - runs) % 2 == 0) *out++ = 0;
+    return static_cast<size_t>(out - runs);
+}
+
+bool cit_changes_from_runs(cit_changes* line, uint32_t width, const uint16_t* runs) {
+    if (!cit_changes_need(line, 0)) return false;
+    size_t count = 0;
+    uint32_t at = 0;
+    size_t color = 0;
+    for (size_t i = 0; at < width; ++i) {
+        if (runs[i] == 0) continue;
+        if ((i & 1) != color) {
+            if (count + CIT_GUARDS >= line->room && !cit_changes_need(line, count + 1)) return false;
+            line->at[count++] = static_cast<int32_t>(at);
+            color = i & 1;
+        }
+        at += runs[i];
+    }
+    cit_end_changes(line, count, width);
+    return true;
+}
+
+void cit_changes_to_bits(const cit_changes* line, uint32_t width, uint8_t* words) {
+    cit_bit_writer w = cit_bits_begin(words);
+    for (size_t i = 0; i < line->count; i += 2)
+        cit_bits_black(&w, static_cast<uint32_t>(line->at[i]), static_cast<uint32_t>(line->at[i + 1]));
+    cit_bits_end(&w, width);
+}
+
+bool cit_changes_from_bits(cit_changes* line, uint32_t width, const uint8_t* words) {
+    if (!cit_changes_need(line, WORD_PIXELS)) return false;
+    cit_bit_reader r = cit_bits_open(words, width);
+    size_t count = 0;
+    uint64_t edges = 0;
+    while (cit_bits_edges(&r, &edges)) {
+        if (count + WORD_PIXELS + CIT_GUARDS > line->room && !cit_changes_need(line, count + WORD_PIXELS)) return false;
+        while (edges != 0)
+            line->at[count++] = static_cast<int32_t>(r.base + cit_bits_next(&edges));
+    }
+    cit_end_changes(line, count, width);
+    return true;
+}
+
+// ---- runs to bits and back ------------------------------------------------------------------------------------------
+
+namespace {
+
+// Bytes of the 16-bit words from `base` to the end of the line.
+size_t bytes_left(uint32_t base, uint32_t width) {
+    return (size_t{width} + 15) / 16 * 2 - base / 8;
+}
+
+} // namespace
+
+void cit_bits_end(cit_bit_writer* w, uint32_t width) {
+    uint32_t last = width & ~63u;
+    if (w->base < last) cit_bits_advance(w, last, 0);
+    uint8_t bytes[8];
+    store_u64le(bytes, cit_swap_words(w->word));
+    std::memcpy(w->words + w->base / 8, bytes, bytes_left(w->base, width));
+}
+
+bool cit_bits_last_edges(cit_bit_reader* r, uint64_t* edges) {
+    uint32_t left = r->width - r->next;
+    if (left == 0) return false;
+    uint8_t bytes[8] = {};
+    std::memcpy(bytes, r->words + r->next / 8, bytes_left(r->next, r->width));
+    uint64_t word = cit_swap_words(load_u64le(bytes));
+    *edges = (word ^ (word >> 1 | r->last)) & ~(~uint64_t{0} >> left);
+    r->base = r->next;
+    r->next = r->width;
+    return true;
+}
+
+bool cit_runs_fit(uint32_t width, const uint16_t* runs, size_t count) {
+    uint64_t sum = 0;
+    for (size_t i = 0; i < count && sum < width; ++i)
+        sum += runs[i];
+    return sum == width;
+}
+
+void cit_runs_to_bits(uint32_t width, const uint16_t* runs, uint8_t* words) {
+    cit_bit_writer w = cit_bits_begin(words);
+    uint32_t x = 0;
+    while (x < width) {
+        x += *runs++;
+        if (x >= width) break;
+        uint32_t black = std::min<uint32_t>(*runs++, width - x);
+        if (black != 0) cit_bits_black(&w, x, x + black);
+        x += black;
+    }
+    cit_bits_end(&w, width);
+}
+
+size_t cit_bits_to_runs(uint32_t width, const uint8_t* words, uint16_t* runs) {
+    cit_bit_reader r = cit_bits_open(words, width);
+    uint16_t* out = runs;
+    uint32_t last = 0;
+    uint64_t edges = 0;
+    while (cit_bits_edges(&r, &edges)) {
+        while (edges != 0) {
+            uint32_t at = r.base + cit_bits_next(&edges);
+            out = cit_put_run(out, at - last);
+            last = at;
+        }
+    }
+    return static_cast<size_t>(cit_put_run(out, width - last) - runs);
+}
+
+size_t cit_runs_to_bytes(uint32_t width, const uint16_t* runs, uint8_t* bytes) {
+    size_t count = (size_t{width} + 7) / 8;
+    std::memset(bytes, 0, count);
+    uint32_t x = 0;
+    for (bool black = false; x < width; black = !black) {
+        uint32_t end = x + std::min<uint32_t>(*runs++, width - x);
+        while (black && x < end) {
+            if (x % 8 == 0 && end - x >= 8) {
+                std::memset(bytes + x / 8, 0xFF, (end - x) / 8);
+                x += (end - x) / 8 * 8;
+            } else {
+                bytes[x / 8] = static_cast<uint8_t>(bytes[x / 8] | 1u << x % 8);
+                ++x;
+            }
+        }
+        x = end;
+    }
+    return count;
+}
+
+void cit_reverse_bytes(uint8_t* bytes, size_t count) {
+    size_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+        uint64_t v;
+        std::memcpy(&v, bytes + i, sizeof v);
+        v = (v >> 1 & 0x5555555555555555) | (v & 0x5555555555555555) << 1;
+        v = (v >> 2 & 0x3333333333333333) | (v & 0x3333333333333333) << 2;
+        v = (v >> 4 & 0x0F0F0F0F0F0F0F0F) | (v & 0x0F0F0F0F0F0F0F0F) << 4;
+        std::memcpy(bytes + i, &v, sizeof v);
+    }
+    for (; i < count; ++i)
+        bytes[i] = reversed_bits(bytes[i]);
+}
+
+// ---- the sink that gathers run lines --------------------------------------------------------------------------------
+
+namespace {
+
+// Up to here a sink grows at once to what all lines will take if they are like those so far.
+constexpr size_t GUESS_LIMIT = size_t{1} << 20;
+
+// The new capacity, in words, so that `needed` fit: what the lines so far make of the whole, but not more than four
+// times what there is, since a height that a file tells need not be true.
+size_t grown_capacity(const cit_sink* sink, size_t needed, uint32_t line) {
+    size_t capacity = sink->capacity;
+    size_t most = std::max(capacity * 4, GUESS_LIMIT);
+    while (capacity < needed) {
+        size_t guess = capacity / line * sink->height + capacity % line * sink->height / line;
+        capacity = std::min(guess, most);
+        capacity += std::min<size_t>(sink->width, GUESS_LIMIT) + 2;
+        most *= 2;
+    }
+    return capacity;
+}
+
+uint32_t grow(cit_sink* sink, size_t needed, uint32_t line) {
+    if (!sink->may_grow) return CIT_NO_MEMORY;
+    size_t capacity = grown_capacity(sink, needed, line);
+    auto* runs = static_cast<uint16_t*>(mem_realloc(sink->runs, capacity * sizeof(uint16_t)));
+    if (runs == nullptr) return CIT_BUFFER_FULL;
+    sink->runs = runs;
+    sink->capacity = capacity;
+    return CIT_OK;
+}
+
+} // namespace
+
+uint32_t cit_sink_line(cit_sink* sink, const uint16_t* runs, size_t count, uint32_t line) {
+    if (line == 0 || line > sink->height || sink->fill > UINT32_MAX) return CIT_NO_MEMORY;
+    size_t needed = sink->fill + count + 1;
+    if (needed > sink->capacity) {
+        uint32_t result = grow(sink, needed, line);
+        if (!cit_succeeded(result)) return result;
+    }
+    sink->offsets[line - 1] = static_cast<uint32_t>(sink->fill);
+    uint16_t* out = sink->runs + sink->fill;
+    if (count > 0 && runs[count - 1] == 0) --count;
+    std::memcpy(out, runs, count * sizeof(uint16_t));
+    if (count % 2 == 0) out[count++] = 0;
+    sink->fill += count;
+    return CIT_OK;
 }

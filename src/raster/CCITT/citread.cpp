@@ -1,14 +1,230 @@
-// Lines of coded data in memory, in any order.
-//
-// A cursor goes forward and decodes each line once; on its way it notes, at the first line of each block, the place in
-// the data and the line before. To go back, the block with the line is decoded from there and kept as runs, so that
-// reading from the bottom up, or the same few lines again and again, decodes a block once. What is kept never takes
-// more memory than some times the data that it came from.
+// Reading coded data: the line that comes next, whole images, and lines in any order.
 #include <algorithm>
 #include <cstring>
 
 #include "raster/CCITT/citcode.h"
 #include "support/memory.h"
+
+// ---- the line that comes next ---------------------------------------------------------------------------------------
+//
+// The next line of coded data, with the codes around it: end-of-line codes, tag bits, fill, byte boundaries, the ends
+// of an image; and how to go on where some of them are missing or a line is damaged.
+
+namespace {
+
+cit_line next_aligned(cit_stream* s, cit_changes* line, uint32_t width) {
+    cit_stream_refill(s);
+    cit_stream_skip(s, static_cast<uint32_t>(-cit_stream_place(s) & 7));
+    if (cit_stream_ended(s)) return cit_line::lost;
+    bool cut = false;
+    return cit_decode_1d_runs(s, line, width, &cut);
+}
+
+// Takes an end-of-line code and the fill before it. False: no such code comes next, or the data ends in fill, which
+// then stays.
+bool take_end_of_line(cit_stream* s) {
+    cit_stream_refill(s);
+    if (!cit_stream_at_end_of_line(s)) return false;
+    cit_stream ahead = *s;
+    if (!cit_stream_pass_zeros(&ahead)) return false;
+    *s = ahead;
+    return true;
+}
+
+// Whether the data has nothing but fill left.
+bool only_fill_left(cit_stream* s) {
+    if (cit_stream_ended(s)) return true;
+    cit_stream_refill(s);
+    if (!cit_stream_at_end_of_line(s)) return false;
+    cit_stream ahead = *s;
+    return !cit_stream_pass_zeros(&ahead);
+}
+
+bool take_tag(cit_stream* s) {
+    cit_stream_refill(s);
+    bool one_dimensional = (s->buffer & 1) != 0;
+    cit_stream_skip(s, 1);
+    return one_dimensional;
+}
+
+// A line that the runs don't fill goes on at the next end-of-line code. One that was whole but too long does as well:
+// where it should have ended is not known.
+cit_line settle(cit_stream* s, cit_line line) {
+    if (line == cit_line::stuck) line = cit_line::lost;
+    if (line != cit_line::lost || cit_stream_overrun(s)) return line;
+    return cit_stream_find_end_of_line(s) ? cit_line::damaged : cit_line::lost;
+}
+
+cit_line next_g3(cit_stream* s, bool tagged, const cit_changes* reference, cit_changes* line, uint32_t width,
+                 bool* clean) {
+    if (only_fill_left(s)) return cit_line::lost;
+    bool marked = take_end_of_line(s);
+    if (!marked && tagged) {
+        // Nothing says how the line is coded.
+        *clean = false;
+        if (!cit_stream_find_end_of_line(s)) return cit_line::lost;
+        marked = take_end_of_line(s);
+    }
+    if (!marked) *clean = false;
+    bool one_dimensional = !tagged || take_tag(s);
+    if (marked && take_end_of_line(s)) return cit_line::ended;
+    if (!one_dimensional) return settle(s, cit_decode_2d_runs(s, reference, line, width));
+    bool cut = false;
+    cit_line result = cit_decode_1d_runs(s, line, width, &cut);
+    return settle(s, cut && result == cit_line::whole ? cit_line::lost : result);
+}
+
+// The end of a group 4 block: an end-of-line code and the beginning of another, perhaps with fill in front of the
+// first.
+bool take_end_of_block(cit_stream* s) {
+    cit_stream ahead = *s;
+    if (!take_end_of_line(&ahead)) return false;
+    cit_stream_refill(&ahead);
+    if ((ahead.buffer & 0xFF) != 0) return false;
+    cit_stream_skip(&ahead, CIT_END_OF_LINE_BITS);
+    *s = ahead;
+    return true;
+}
+
+cit_line next_g4(cit_stream* s, const cit_changes* reference, cit_changes* line, uint32_t width) {
+    if (cit_stream_ended(s)) return cit_line::lost;
+    cit_line result = cit_decode_2d_runs(s, reference, line, width);
+    if (result != cit_line::stuck) return result;
+    return take_end_of_block(s) ? cit_line::ended : cit_line::lost;
+}
+
+} // namespace
+
+cit_line cit_next_line(cit_stream* s, cit_coding coding, const cit_changes* reference, cit_changes* line,
+                       uint32_t width, bool* clean) {
+    *clean = true;
+    cit_end_changes(line, 0, width); // white where the decoder leaves nothing
+    switch (coding) {
+    case cit_coding::aligned: return next_aligned(s, line, width);
+    case cit_coding::g3_1d: return next_g3(s, false, reference, line, width, clean);
+    case cit_coding::g3_2d: return next_g3(s, true, reference, line, width, clean);
+    default: return next_g4(s, reference, line, width);
+    }
+}
+
+bool cit_take_end(cit_stream* s, cit_coding coding) {
+    if (coding == cit_coding::aligned) return true;
+    if (coding == cit_coding::g4) return take_end_of_block(s);
+    cit_stream ahead = *s;
+    if (!take_end_of_line(&ahead)) return false;
+    if (coding == cit_coding::g3_2d) (void)take_tag(&ahead);
+    if (!take_end_of_line(&ahead)) return false;
+    *s = ahead;
+    return true;
+}
+
+// ---- whole images ---------------------------------------------------------------------------------------------------
+
+namespace {
+
+struct decoder {
+    cit_params* params;
+    cit_sink* sink;
+    cit_sink_call sink_line;
+    cit_stream stream;
+    cit_changes lines[2]; // the one before, and the one at hand, by the parity of the line number
+    uint16_t* runs;       // owned: the line for the sink
+    size_t room;          // words of it
+    bool clean;           // no line was damaged, no code was missing
+};
+
+bool is_possible(const cit_params* params) {
+    return params->width > 0 && params->width <= CIT_MAX_WIDTH;
+}
+
+// Hands a line over. Two words of 0 stand behind its runs, so that it can be walked beyond its end.
+uint32_t hand_over(decoder* d, const cit_changes* line, uint32_t number) {
+    size_t needed = cit_runs_of_changes(line, d->params->width) + 2;
+    if (!cit_need_runs(&d->runs, &d->room, needed)) return CIT_NO_MEMORY;
+    size_t count = cit_changes_to_runs(line, d->params->width, d->runs);
+    d->runs[count] = 0;
+    d->runs[count + 1] = 0;
+    return d->sink_line(d->sink, d->runs, count, number);
+}
+
+uint32_t result_of(const decoder* d, bool ended) {
+    return ended && d->clean ? CIT_OK : CIT_BAD_DATA;
+}
+
+uint32_t decode_lines(decoder* d, cit_coding coding, uint32_t limit) {
+    for (uint32_t number = 1; number <= limit; ++number) {
+        cit_changes* line = &d->lines[number & 1];
+        bool clean = true;
+        cit_line kind = cit_next_line(&d->stream, coding, &d->lines[~number & 1], line, d->params->width, &clean);
+        if (kind == cit_line::no_room) return CIT_NO_MEMORY;
+        if (kind == cit_line::ended) return result_of(d, true);
+        if (kind == cit_line::lost) return CIT_BAD_DATA;
+        if (!clean || kind == cit_line::damaged) d->clean = false;
+        uint32_t result = hand_over(d, line, number);
+        if (!cit_succeeded(result)) return result;
+        d->params->lines = number;
+    }
+    return result_of(d, cit_take_end(&d->stream, coding));
+}
+
+uint32_t decode_image(cit_params* params, cit_sink* sink, cit_sink_call sink_line, cit_coding coding) {
+    uint32_t limit = params->lines;
+    params->lines = 0;
+    params->words = 0;
+    if (!is_possible(params)) return CIT_BAD_DATA;
+    decoder d = {};
+    d.params = params;
+    d.sink = sink;
+    d.sink_line = sink_line;
+    d.clean = true;
+    cit_stream_begin(&d.stream, params->data, params->bytes, 0);
+    uint32_t result = CIT_NO_MEMORY;
+    if (cit_changes_white(&d.lines[0], params->width) && cit_changes_white(&d.lines[1], params->width))
+        result = decode_lines(&d, coding, limit);
+    uint64_t taken = cit_stream_place(&d.stream);
+    if (taken > cit_stream_size(&d.stream)) taken = cit_stream_size(&d.stream);
+    params->words = static_cast<size_t>((taken + 15) / 16);
+    cit_changes_free(&d.lines[0]);
+    cit_changes_free(&d.lines[1]);
+    mem_free(d.runs);
+    return result;
+}
+
+} // namespace
+
+uint32_t cit_decode_g4(cit_params* params, cit_sink* sink, cit_sink_call sink_line) {
+    return decode_image(params, sink, sink_line, cit_coding::g4);
+}
+
+uint32_t cit_decode_g3(cit_params* params, cit_sink* sink, cit_sink_call sink_line) {
+    return decode_image(params, sink, sink_line, params->k < 0 ? cit_coding::g3_1d : cit_coding::g3_2d);
+}
+
+uint32_t cit_decode_1d(cit_params* params, cit_sink* sink, cit_sink_call sink_line) {
+    return decode_image(params, sink, sink_line, cit_coding::aligned);
+}
+
+uint32_t cit_decode_g4_line(const cit_params* params, const cit_changes* reference, cit_changes* current,
+                            uint64_t* place, bool* ended) {
+    *ended = false;
+    if (!is_possible(params)) return CIT_BAD_DATA;
+    if (!cit_changes_need(current, 0)) return CIT_NO_MEMORY;
+    cit_stream s;
+    cit_stream_begin(&s, params->data, params->bytes, *place);
+    bool clean = true;
+    cit_line kind = cit_next_line(&s, cit_coding::g4, reference, current, params->width, &clean);
+    *place = cit_stream_place(&s);
+    *ended = kind == cit_line::ended;
+    if (kind == cit_line::no_room) return CIT_NO_MEMORY;
+    return kind == cit_line::lost ? CIT_BAD_DATA : CIT_OK;
+}
+
+// ---- a reader of lines in any order ---------------------------------------------------------------------------------
+//
+// A cursor goes forward and decodes each line once; on its way it notes, at the first line of each block, the place in
+// the data and the line before. To go back, the block with the line is decoded from there and kept as runs, so that
+// reading from the bottom up, or the same few lines again and again, decodes a block once. What is kept never takes
+// more memory than some times the data that it came from.
 
 namespace {
 

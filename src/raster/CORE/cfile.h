@@ -385,7 +385,7 @@ void rzl_drop_mapping(CFILE* c);
 void io_window(CFILE* c, const uint8_t** next, const uint8_t** end);
 void io_consume(CFILE* c, size_t bytes);
 
-// ---- bytes of the file, whatever its set: bytes.cpp ----------------------------------------------------------------
+// ---- bytes of the file, whatever its set: bytes.cpp -----------------------------------------------------------------
 
 // Fetches bytes so that c->ahead has one at least. False at the end of the file.
 bool io_fetch(CFILE* c);

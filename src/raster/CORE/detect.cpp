@@ -32,7 +32,7 @@ bool digits_value(const uint8_t* text, size_t width, size_t* value) {
 
 } // namespace
 
-// ---- tests, in the order of the rows -------------------------------------------------------------------------------
+// ---- tests, in the order of the rows --------------------------------------------------------------------------------
 
 // A native header: its words before the pixel data, less 2, fill blocks of 512 bytes.
 bool is_native(const file_probe* p) {
@@ -228,7 +228,7 @@ bool is_targa(const file_probe* p) {
     return p->size >= HEADER_SIZE && p->b[1] <= 1 && kind;
 }
 
-// ---- the walk through the rows -------------------------------------------------------------------------------------
+// ---- the walk through the rows --------------------------------------------------------------------------------------
 
 namespace {
 
@@ -256,14 +256,15 @@ bool takes(const standard_row& row, const file_probe* p) {
     return false;
 }
 
-// The row that takes the file, or null.
-const standard_row* find_row(CFILE* c, const char* name) {
+} // namespace
+
+const standard_row* detect_row(CFILE* c, const char* name, standard_rows rows) {
     uint8_t bytes[PROBE_SIZE] = {};
     file_probe p = {c, name, bytes, 0};
     if (io_seek(c, 0)) p.size = io_read(c, bytes, PROBE_SIZE);
     uint32_t before = c->status; // that of a view that could not be had stays until the next call
     c->status = 0;
-    for (const standard_row& row : all_standards()) {
+    for (const standard_row& row : rows) {
         bool taken = takes(row, &p);
         if (c->status == RZL_NO_MEMORY) return nullptr;
         if (!taken) continue;
@@ -272,6 +273,8 @@ const standard_row* find_row(CFILE* c, const char* name) {
     }
     return nullptr;
 }
+
+namespace {
 
 CFILE* open_with_module(CFILE* c, const char* name, const standard_row* row) {
     const format_module* module = row->module;
@@ -288,7 +291,7 @@ CFILE* open_with_module(CFILE* c, const char* name, const standard_row* row) {
 } // namespace
 
 CFILE* detect_and_open(CFILE* c, const char* name) {
-    const standard_row* row = find_row(c, name);
+    const standard_row* row = detect_row(c, name, all_standards());
     if (row == nullptr && c->status == RZL_NO_MEMORY) {
         abandon_cfile(c);
         return nullptr;
@@ -298,6 +301,6 @@ CFILE* detect_and_open(CFILE* c, const char* name) {
 }
 
 int32_t detected_standard(CFILE* c, const char* name) {
-    const standard_row* row = find_row(c, name);
+    const standard_row* row = detect_row(c, name, all_standards());
     return row != nullptr ? row->id : DETECTED_NOTHING;
 }

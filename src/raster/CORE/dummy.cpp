@@ -26,8 +26,7 @@ bool refuse_on(CFILE* c, const char* word) {
         fail(c, RZL_UNSUPPORTED, SOURCE, word);
         return true;
     }
-    fail(nullptr, RZL_BAD_CFILE, SOURCE, word);
-    return false;
+    return fails(nullptr, RZL_BAD_CFILE, SOURCE, word);
 }
 
 // A default with a result: OnNull for a handle that is not valid, else OnValid.

@@ -66,6 +66,7 @@ size_t write_memory(const void* buffer, size_t size, size_t count, void* file) {
     int32_t position = usable_position(m);
     if (total > 0) std::memcpy(m->data + position, buffer, total);
     m->position = position + static_cast<int32_t>(total);
+    if (m->position > m->used) m->used = m->position;
     return total / size;
 }
 

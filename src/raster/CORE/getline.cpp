@@ -1,5 +1,7 @@
 // Reading lines: the public calls, the generic body behind the Getline slot, and interleaved lines for formats that
 // have none of their own.
+#include <algorithm>
+
 #include "raster/CORE/lines.h"
 #include "support/checked.h"
 
@@ -13,10 +15,7 @@ int read_planes_call(CFILE* c, const char* word, read_line_slot format_slots::*s
     if (!handle_enter(c, word)) return 1;
     if (!planes_are_given(c, channels, buffers, SOURCE, word)) return handle_leave(c, 1);
     read_plane_list planes(channels, buffers);
-    if (planes.all == nullptr) {
-        fail(c, RZL_NO_MEMORY, SOURCE, word);
-        return handle_leave(c, 1);
-    }
+    if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
     int pixels = (c->slots.*slot)(c, channels, planes.all);
     return handle_leave(c, public_result(c, pixels));
 }
@@ -24,10 +23,8 @@ int read_planes_call(CFILE* c, const char* word, read_line_slot format_slots::*s
 // The stored coding of a line or strip into a buffer of *size bytes.
 int read_coding_call(CFILE* c, const char* word, read_line_slot format_slots::*slot, void* buffer, int32_t* size) {
     if (!handle_enter(c, word)) return 1;
-    if (size == nullptr || *size < 0 || (buffer == nullptr && *size > 0)) {
-        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, word);
-        return handle_leave(c, 1);
-    }
+    if (size == nullptr || *size < 0 || (buffer == nullptr && *size > 0))
+        return handle_leave(c, refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, word));
     c->rle_size = *size;
     uint8_t* plane = static_cast<uint8_t*>(buffer);
     int bytes = (c->slots.*slot)(c, 1, &plane);
@@ -62,10 +59,7 @@ int rzl_getline16(CFILE* c, uint16_t* buffer) {
 
 int rzl_getline_interleaved(CFILE* c, void* buffer) {
     if (!handle_enter(c, "rzl_getline_interleaved")) return 1;
-    if (buffer == nullptr) {
-        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_getline_interleaved");
-        return handle_leave(c, 1);
-    }
+    if (buffer == nullptr) return handle_leave(c, refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_getline_interleaved"));
     int pixels = 0;
     {
         flag_guard interleaved(c, FLAG_INTERLEAVED, true);
@@ -82,6 +76,23 @@ int rzl_get_rle_strip(CFILE* c, void* buffer, int32_t* size) {
     return read_coding_call(c, "rzl_get_rle_strip", &format_slots::Getrlestrip, buffer, size);
 }
 
+size_t rzl_line_size(CFILE* c) {
+    if (!handle_enter(c, "rzl_line_size")) return 0;
+    bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;
+    int64_t pixels = resampled ? c->squetch->out_xsize : c->xsize;
+    // Planes of colours have a byte a pixel, whatever the line is.
+    size_t bytes = std::max(line_bytes(c, pixels), static_cast<size_t>(std::max<int64_t>(pixels, 0)));
+    (void)handle_leave(c, 0);
+    return bytes;
+}
+
+size_t rzl_interleaved_size(CFILE* c) {
+    if (!handle_enter(c, "rzl_interleaved_size")) return 0;
+    auto samples = static_cast<size_t>(std::max(interleaved_samples(c), interleave_step(c)));
+    (void)handle_leave(c, 0);
+    return rzl_line_size(c) * samples;
+}
+
 void rzl_getline_check(CFILE* c) {
     if (!is_readable(c)) {
         fail(c, RZL_NEEDS_READ, SOURCE, "getline");
@@ -92,6 +103,17 @@ void rzl_getline_check(CFILE* c) {
     int32_t lines = resampled ? c->squetch->out_ysize : c->ysize;
     if (line < 0 || line >= lines) fail(c, RZL_PAST_END, SOURCE, "getline");
 }
+
+namespace {
+
+// Three planes of a bilevel image with a colour table are colours, as they are of any other image with one.
+bool gives_colors(const CFILE* c, int channels, read_planes buffers) {
+    if (channels != 3 || !bits_have_colors(c)) return false;
+    if (c->module != nullptr && (c->module->traits & MODULE_COLORS) != 0) return false;
+    return buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
+}
+
+} // namespace
 
 int rzl_getline_generic(CFILE* c, int channels, read_planes buffers) {
     rzl_getline_check(c);
@@ -104,6 +126,8 @@ int rzl_getline_generic(CFILE* c, int channels, read_planes buffers) {
     } else {
         pixels = c->slots.Get_line(c, channels, buffers);
     }
+    if (pixels > 0 && !has_flag(c, FLAG_SQUETCH) && gives_colors(c, channels, buffers))
+        rzl_apply_color_table_to_bits(c, buffers[0], buffers[1], buffers[2], pixels);
     // `line` has moved on: the position is where the line that comes next begins.
     if (pixels > 0) rzl_note_line(c);
     return pixels;
@@ -121,10 +145,7 @@ int rzl_getinlv_default(CFILE* c, uint8_t* buffer) {
     // Zeros, for a plane that the format leaves alone.
     mem_guard<uint8_t> block(fits ? static_cast<uint8_t*>(mem_alloc_zeroed(bytes)) : nullptr);
     mem_guard<uint8_t*> planes(mem_new_array<uint8_t*>(n));
-    if (!block || !planes) {
-        fail(c, RZL_NO_MEMORY, SOURCE, "getinlv");
-        return 0;
-    }
+    if (!block || !planes) return fails(c, RZL_NO_MEMORY, SOURCE, "getinlv");
     for (size_t s = 0; s < n; ++s)
         planes[s] = block.get() + s * pixels;
     int result = c->slots.Getline(c, samples, planes.get());

@@ -18,10 +18,7 @@ int read_tile_call(CFILE* c, const char* word, read_tile_slot format_slots::*slo
     if (uniform != nullptr) *uniform = -1;
     if (!planes_are_given(c, channels, buffers, SOURCE, word)) return handle_leave(c, 1);
     read_plane_list planes(channels, buffers);
-    if (planes.all == nullptr) {
-        fail(c, RZL_NO_MEMORY, SOURCE, word);
-        return handle_leave(c, 1);
-    }
+    if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
     auto told = static_cast<uint32_t>(-1);
     int pixels = (c->slots.*slot)(c, channels, planes.all, uniform != nullptr ? &told : nullptr);
     if (uniform != nullptr) *uniform = static_cast<int32_t>(told);
@@ -30,14 +27,9 @@ int read_tile_call(CFILE* c, const char* word, read_tile_slot format_slots::*slo
 
 bool tile_record_is_sound(CFILE* c, const char* word) {
     const tile_record* t = c->tile;
-    if (!has_flag(c, FLAG_TILED) || t == nullptr) {
-        fail(c, RZL_ONLY_TILED, SOURCE, word);
-        return false;
-    }
-    if (t->width == 0 || t->height == 0 || t->tiles_across == 0 || t->tiles_down == 0) {
-        fail(c, RZL_BAD_TILE_SIZE, SOURCE, word);
-        return false;
-    }
+    if (!has_flag(c, FLAG_TILED) || t == nullptr) return fails(c, RZL_ONLY_TILED, SOURCE, word);
+    if (t->width == 0 || t->height == 0 || t->tiles_across == 0 || t->tiles_down == 0)
+        return fails(c, RZL_BAD_TILE_SIZE, SOURCE, word);
     return true;
 }
 
@@ -75,8 +67,7 @@ bool make_block(CFILE* c, tile_block* b) {
     }
     if (fits && b->tiles != nullptr) return true;
     free_block(b);
-    fail(c, RZL_NO_MEMORY, SOURCE, "get tiles");
-    return false;
+    return fails(c, RZL_NO_MEMORY, SOURCE, "get tiles");
 }
 
 // Lines of the tile row that lie inside the image.
@@ -153,10 +144,8 @@ int rzl_gettile16(CFILE* c, int channels, void* const* buffers, int32_t* uniform
 
 int rzl_get_rle_tile(CFILE* c, void* buffer, int32_t* size, int32_t* uniform) {
     if (!handle_enter(c, "rzl_get_rle_tile")) return 1;
-    if (size == nullptr || *size < 0 || uniform == nullptr || (buffer == nullptr && *size > 0)) {
-        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_get_rle_tile");
-        return handle_leave(c, 1);
-    }
+    if (size == nullptr || *size < 0 || uniform == nullptr || (buffer == nullptr && *size > 0))
+        return handle_leave(c, refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_get_rle_tile"));
     c->rle_size = *size;
     *uniform = -1;
     auto told = static_cast<uint32_t>(-1);
@@ -228,8 +217,7 @@ bool need_tile_row(CFILE* c) {
     t->row_read = t->row_dirty = false;
     if (t->row_buffer != nullptr) return true;
     (void)rzl_check_alloc(nullptr, "tile row");
-    fail(c, RZL_NO_MEMORY, SOURCE, "tile row");
-    return false;
+    return fails(c, RZL_NO_MEMORY, SOURCE, "tile row");
 }
 
 int rzl_fill_tile_row(CFILE* c, int) {
@@ -237,17 +225,11 @@ int rzl_fill_tile_row(CFILE* c, int) {
     int32_t line = c->line;
     auto row = static_cast<int64_t>(line / int64_t{t->height});
     int64_t index = row * t->tiles_across;
-    if (index > INT32_MAX) {
-        fail(c, RZL_PAST_END, SOURCE, "get tiles");
-        return 0;
-    }
+    if (index > INT32_MAX) return fails(c, RZL_PAST_END, SOURCE, "get tiles");
     size_t plane = tile_row_plane_bytes(c);
     auto planes = static_cast<size_t>(tile_row_planes(c));
     mem_guard<uint8_t*> buffers(mem_new_array<uint8_t*>(planes));
-    if (!buffers) {
-        fail(c, RZL_NO_MEMORY, SOURCE, "tile row");
-        return 0;
-    }
+    if (!buffers) return fails(c, RZL_NO_MEMORY, SOURCE, "tile row");
     for (size_t i = 0; i < planes; ++i)
         buffers[i] = t->row_buffer + i * plane;
     // Seek would take the tile's number for an output line.
@@ -271,8 +253,7 @@ int rzl_getline_from_tiles(CFILE* c, int channels, read_planes buffers) {
     bool fits = t->row_layout == (c->flags & TILE_LAYOUT_FLAGS) && is_in_row(c);
     if (pending && !fits) {
         // Lines wait here for the rest of their row; reading another row would lose them.
-        fail(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "getline");
-        return 0;
+        return fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "getline");
     }
     if (!need_tile_row(c)) return 0;
     if (!pending && (!t->row_read || !is_in_row(c)) && rzl_fill_tile_row(c, channels) == 0) return 0;

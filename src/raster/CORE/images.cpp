@@ -58,19 +58,13 @@ int rzl_set_active_image(CFILE* c, int32_t image) {
 
 int rzl_get_packet(CFILE* c, void* buffer) {
     if (!handle_enter(c, "rzl_get_packet")) return 1;
-    if (buffer == nullptr) {
-        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_get_packet");
-        return handle_leave(c, 1);
-    }
+    if (buffer == nullptr) return handle_leave(c, refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_get_packet"));
     return handle_leave(c, slot_result(c, c->slots.Get_packet(c, buffer)));
 }
 
 int rzl_put_packet(CFILE* c, const void* buffer) {
     if (!handle_enter(c, "rzl_put_packet")) return 1;
-    if (!is_writable(c)) {
-        fail(c, RZL_NEEDS_WRITE, SOURCE, "rzl_put_packet");
-        return handle_leave(c, 1);
-    }
+    if (!is_writable(c)) return handle_leave(c, refuse(c, RZL_NEEDS_WRITE, SOURCE, "rzl_put_packet"));
     return handle_leave(c, slot_result(c, c->slots.Put_Packet(c, buffer)));
 }
 

@@ -328,6 +328,10 @@ int rzl_is_damaged(CFILE* c) {
     return handle_leave(c, has_flag(c, FLAG_DAMAGED) ? 1 : 0);
 }
 
+const char* rzl_version(void) {
+    return RZL_VERSION;
+}
+
 int rzl_get_global(int32_t field, void* value) {
     if (value == nullptr) return 0;
     uint32_t status = last_status();

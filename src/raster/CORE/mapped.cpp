@@ -19,7 +19,7 @@ struct mapping_record {
     int64_t position;   // current, at most file_size
     int64_t view_start; // file offset of the view, a multiple of VIEW_SIZE; -1 while nothing is in it
     size_t view_length; // bytes at hand from view_start on: what the file has there, or what was written
-    size_t dirty_start; // changed bytes of the view that the file has not got yet
+    size_t dirty_start; // changed bytes of the view that the file does not have yet
     size_t dirty_end;   // dirty_start == dirty_end: none
     bool writable;
     bool write_failed; // a change was lost; told at the close
@@ -251,16 +251,10 @@ int start_mapping(CFILE* c) {
     // Streams keep bytes of their own that a view would not see.
     os_file file = uses_handle_slots(c) ? handle_of_word(c->file) : OS_FILE_NONE;
     int64_t size = file != OS_FILE_NONE ? files_size(file) : -1;
-    if (size <= 0) {
-        fail(c, RZL_NO_MEMORY, SOURCE, "mmap failed");
-        return 1;
-    }
+    if (size <= 0) return refuse(c, RZL_NO_MEMORY, SOURCE, "mmap failed");
     int64_t position = files_seek(file, 0, FILES_FROM_HERE);
     mapping_record* m = new_mapping(file, size, is_writable(c));
-    if (m == nullptr) {
-        fail(c, RZL_NO_MEMORY, SOURCE, "mmap alloc");
-        return 1;
-    }
+    if (m == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, "mmap alloc");
     m->position = clamped(position, int64_t{0}, size);
     c->mapping = m;
     c->file = m;
@@ -282,10 +276,7 @@ void rzl_set_mapped_slots(CFILE* c) {
 }
 
 int rzl_set_mapped(CFILE* c, bool on) {
-    if (has_flag(c, FLAG_MEMORY)) {
-        fail(c, RZL_UNSUPPORTED, SOURCE, "mmap INMEM");
-        return 1;
-    }
+    if (has_flag(c, FLAG_MEMORY)) return refuse(c, RZL_UNSUPPORTED, SOURCE, "mmap INMEM");
     if (on == (c->mapping != nullptr)) return 0;
     if (on) return start_mapping(c);
     rzl_drop_mapping(c);

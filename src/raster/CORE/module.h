@@ -38,6 +38,7 @@ constexpr size_t PROBE_SIZE = 512;
 constexpr uint32_t MODULE_TILES = 1; // fields 100 and 104 make tiles; without it the module is asked, and no tiles made
 constexpr uint32_t MODULE_RESIZES = 2; // fields 1 to 3 reach the module once the header exists; without it they are
                                        // passed over with success
+constexpr uint32_t MODULE_COLORS = 4;  // Get_line gives three planes of a bilevel image as bytes by itself
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"
@@ -88,7 +89,7 @@ bool reopen_cfile_file(CFILE* c, const char* name);
 // something that was written is lost. `file` is null afterwards.
 int close_cfile_file(CFILE* c);
 
-// ---- the core's own bodies of slots --------------------------------------------------------------------------------
+// ---- the core's own bodies of slots ---------------------------------------------------------------------------------
 
 int rzl_get_stat_of_fields(CFILE* c, rzl_stat* stat);
 int rzl_set_stat_of_fields(CFILE* c, const rzl_stat* stat);
@@ -109,7 +110,7 @@ int rzl_take_format(CFILE* c, int32_t format, uint32_t refusal, const char* sour
 int rzl_seek_generic(CFILE* c, int32_t line);
 void rzl_rewind_generic(CFILE* c);
 
-// ---- lines that vary in size ---------------------------------------------------------------------------------------
+// ---- lines that vary in size ----------------------------------------------------------------------------------------
 
 // Starts the record of where lines begin, with `first` as the place of line 0. It has an entry for each line, or, when
 // that is less, for each that the file's bytes can hold with `least` bytes a line; with a file being written, each

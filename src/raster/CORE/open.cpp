@@ -101,11 +101,9 @@ bool create_file(CFILE* c, const char* name) {
     bool is_memory = false;
     c->file = memfile_of_name(name, &is_memory);
     if (is_memory) {
-        if (c->file == nullptr) {
-            fail(c, RZL_NO_MEMORY, SOURCE, name);
-            return false;
-        }
+        if (c->file == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, name);
         set_flag(c, FLAG_MEMORY, true);
+        static_cast<rzl_memfile*>(c->file)->used = 0;
         rzl_set_memory_slots(c);
         return true;
     }
@@ -116,8 +114,7 @@ bool create_file(CFILE* c, const char* name) {
         c->file = stream_open(name, c->mode == MODE_WRITE_READ ? "w+b" : "wb");
     }
     if (c->file != nullptr) return true;
-    fail(c, RZL_CANNOT_OPEN, SOURCE, name);
-    return false;
+    return fails(c, RZL_CANNOT_OPEN, SOURCE, name);
 }
 
 bool is_memory_name(const char* name) {

@@ -45,7 +45,7 @@ int seek_recorded(CFILE* c, int32_t line) {
 
 } // namespace
 
-// ---- public --------------------------------------------------------------------------------------------------------
+// ---- public ---------------------------------------------------------------------------------------------------------
 
 // Under squetch `line` is an output line, which the format's Seek turns into the source line.
 int rzl_seek(CFILE* c, int32_t line) {
@@ -74,7 +74,7 @@ int rzl_randomize(CFILE* c) {
     return handle_leave(c, c->slots.Randomize(c));
 }
 
-// ---- squetch -------------------------------------------------------------------------------------------------------
+// ---- squetch --------------------------------------------------------------------------------------------------------
 
 void rzl_restart_squetch(CFILE* c, int32_t out_line) {
     if (!has_flag(c, FLAG_SQUETCH) || c->squetch == nullptr) return;
@@ -92,7 +92,7 @@ bool rzl_seek_squetched(CFILE* c, int32_t* line, const char* source, const char*
     return true;
 }
 
-// ---- slots ---------------------------------------------------------------------------------------------------------
+// ---- slots ----------------------------------------------------------------------------------------------------------
 
 int rzl_seek_default(CFILE* c, int32_t line) {
     if (!handle_is_valid(c, "Seek")) return 1;
@@ -119,7 +119,7 @@ void rzl_rewind_generic(CFILE* c) {
     if (!stands && is_readable(c)) fail(c, RZL_READ_FAILED, source_of(c), "rewind");
 }
 
-// ---- the record of lines -------------------------------------------------------------------------------------------
+// ---- the record of lines --------------------------------------------------------------------------------------------
 
 int rzl_record_lines(CFILE* c, int64_t first, int64_t least) {
     rzl_forget_lines(c);

@@ -12,10 +12,7 @@ int write_planes_call(CFILE* c, const char* word, write_line_slot format_slots::
     if (!handle_enter(c, word)) return 1;
     if (!planes_are_given(c, channels, buffers, SOURCE, word)) return handle_leave(c, 1);
     write_plane_list planes(channels, buffers);
-    if (planes.all == nullptr) {
-        fail(c, RZL_NO_MEMORY, SOURCE, word);
-        return handle_leave(c, 1);
-    }
+    if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
     int pixels = (c->slots.*slot)(c, channels, planes.all);
     count_put(c);
     return handle_leave(c, public_result(c, pixels));
@@ -34,13 +31,11 @@ bool is_at_end(CFILE* c) {
     if (c->io.file_getc(c->file) < 0) {
         // A stream that has met its end must be positioned before it is written to.
         if (position >= 0 && io_seek(c, position)) return true;
-        fail(c, RZL_WRITE_FAILED, SOURCE, "seek");
-        return false;
+        return fails(c, RZL_WRITE_FAILED, SOURCE, "seek");
     }
     int64_t size = io_size(c);
     if (size > 0) (void)io_seek(c, size - 1);
-    fail(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed or scan format data");
-    return false;
+    return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed or scan format data");
 }
 
 // The tests that the generic body and the modules' own puts have in common; `line` is tested against the image size.
@@ -79,10 +74,7 @@ int rzl_putline16(CFILE* c, const uint16_t* buffer) {
 
 int rzl_putline_interleaved(CFILE* c, const void* buffer) {
     if (!handle_enter(c, "rzl_putline_interleaved")) return 1;
-    if (buffer == nullptr) {
-        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_putline_interleaved");
-        return handle_leave(c, 1);
-    }
+    if (buffer == nullptr) return handle_leave(c, refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_putline_interleaved"));
     int pixels = 0;
     {
         flag_guard interleaved(c, FLAG_INTERLEAVED, true);
@@ -94,10 +86,8 @@ int rzl_putline_interleaved(CFILE* c, const void* buffer) {
 
 int rzl_put_rle_line(CFILE* c, const void* buffer, int32_t size) {
     if (!handle_enter(c, "rzl_put_rle_line")) return 1;
-    if (buffer == nullptr || size < 0) {
-        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_put_rle_line");
-        return handle_leave(c, 1);
-    }
+    if (buffer == nullptr || size < 0)
+        return handle_leave(c, refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_put_rle_line"));
     c->rle_size = size;
     const auto* coding = static_cast<const uint8_t*>(buffer);
     int pixels = c->slots.Putrleline(c, 1, &coding);
@@ -107,19 +97,10 @@ int rzl_put_rle_line(CFILE* c, const void* buffer, int32_t size) {
 
 int putline_error_check(CFILE* c) {
     if (!handle_is_valid(c, "putline_error_check")) return 1;
-    if (!is_writable(c)) {
-        fail(c, RZL_NEEDS_WRITE, SOURCE, "putline_error_check");
-        return 1;
-    }
-    if (c->line < 0) {
-        fail(c, RZL_PAST_END, SOURCE, "putline_error_check");
-        return 1;
-    }
+    if (!is_writable(c)) return refuse(c, RZL_NEEDS_WRITE, SOURCE, "putline_error_check");
+    if (c->line < 0) return refuse(c, RZL_PAST_END, SOURCE, "putline_error_check");
     if (!header_is_there(c)) return 1;
-    if (c->line >= c->ysize) {
-        fail(c, RZL_PAST_END, SOURCE, "putline_error_check");
-        return 1;
-    }
+    if (c->line >= c->ysize) return refuse(c, RZL_PAST_END, SOURCE, "putline_error_check");
     return 0;
 }
 
@@ -130,16 +111,10 @@ bool rzl_append_check(CFILE* c) {
 
 int rzl_putline_generic(CFILE* c, int channels, write_planes buffers) {
     if (!handle_is_valid(c, "rzl_putline")) return 0;
-    if (!is_writable(c)) {
-        fail(c, RZL_NEEDS_WRITE, SOURCE, "rzl_putline");
-        return 0;
-    }
+    if (!is_writable(c)) return fails(c, RZL_NEEDS_WRITE, SOURCE, "rzl_putline");
     if (!rzl_append_check(c)) return 0;
     if (!header_is_there(c)) return 0;
-    if (c->line < 0 || c->line >= c->ysize) {
-        fail(c, RZL_PAST_END, SOURCE, "rzl_putline");
-        return 0;
-    }
+    if (c->line < 0 || c->line >= c->ysize) return fails(c, RZL_PAST_END, SOURCE, "rzl_putline");
     if (has_flag(c, FLAG_TILED)) return rzl_putline_to_tiles(c, channels, buffers);
     return c->slots.Put_line(c, channels, buffers);
 }
@@ -148,10 +123,7 @@ int rzl_putline_generic(CFILE* c, int channels, write_planes buffers) {
 // pixels are refused here rather than stored as something else.
 int rzl_putinlv_default(CFILE* c, const uint8_t* buffer) {
     flag_guard planes_given(c, FLAG_INTERLEAVED, false);
-    if (interleaved_samples(c) != c->samples) {
-        fail(c, RZL_UNSUPPORTED, SOURCE, "Putinlv");
-        return 0;
-    }
+    if (interleaved_samples(c) != c->samples) return fails(c, RZL_UNSUPPORTED, SOURCE, "Putinlv");
     if (c->samples <= 1 || c->bits > 8) return c->slots.Putline(c, 1, &buffer);
     auto pixels = static_cast<size_t>(c->xsize);
     auto n = static_cast<size_t>(c->samples);
@@ -159,10 +131,7 @@ int rzl_putinlv_default(CFILE* c, const uint8_t* buffer) {
     bool fits = checked_mul(pixels, n, &bytes);
     mem_guard<uint8_t> block(fits ? static_cast<uint8_t*>(mem_alloc(bytes)) : nullptr);
     mem_guard<uint8_t*> planes(mem_new_array<uint8_t*>(n));
-    if (!block || !planes) {
-        fail(c, RZL_NO_MEMORY, SOURCE, "putinlv");
-        return 0;
-    }
+    if (!block || !planes) return fails(c, RZL_NO_MEMORY, SOURCE, "putinlv");
     for (size_t s = 0; s < n; ++s)
         planes[s] = block.get() + s * pixels;
     size_t step = has_flag(c, FLAG_FOUR_BYTE_PIXELS) && c->samples < 4 ? 4 : n;

@@ -23,10 +23,7 @@ int write_tile_call(CFILE* c, const char* word, write_tile_slot format_slots::*s
     if (!handle_enter(c, word)) return 1;
     if (!planes_are_given(c, channels, buffers, SOURCE, word)) return handle_leave(c, 1);
     write_plane_list planes(channels, buffers);
-    if (planes.all == nullptr) {
-        fail(c, RZL_NO_MEMORY, SOURCE, word);
-        return handle_leave(c, 1);
-    }
+    if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
     int pixels = (c->slots.*slot)(c, channels, planes.all, nullptr);
     return handle_leave(c, public_result(c, pixels));
 }
@@ -68,8 +65,7 @@ bool make_block(CFILE* c, tile_block* b) {
     if (fits && padded) b->padded = static_cast<uint8_t*>(mem_alloc_zeroed(all));
     if (b->tile != nullptr && b->slot != nullptr && fits && (!padded || b->padded != nullptr)) return true;
     free_block(b);
-    fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
-    return false;
+    return fails(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
 }
 
 // The handle poses as an untiled image of the tile's size, so that the line slots can write the tile.
@@ -168,8 +164,7 @@ bool stand_at_end_of_tiles(CFILE* c, int64_t data_start) {
     int64_t end = 0;
     bool fits = checked_add(data_start, c->tile->end_offset, &end);
     if (fits && (io_tell(c) >= end || io_seek(c, end))) return true;
-    fail(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_tile");
-    return false;
+    return fails(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_tile");
 }
 
 bool line_goes_into_row(CFILE* c) {
@@ -204,14 +199,9 @@ int rzl_puttile16(CFILE* c, int channels, const void* const* buffers) {
 
 int rzl_put_rle_tile(CFILE* c, const void* buffer, int32_t size) {
     if (!handle_enter(c, "rzl_put_rle_tile")) return 1;
-    if (c->slots.Putrletile == nullptr) {
-        fail(c, RZL_UNSUPPORTED, SOURCE, "Putrletile");
-        return handle_leave(c, 1);
-    }
-    if (buffer == nullptr || size < 0) {
-        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_put_rle_tile");
-        return handle_leave(c, 1);
-    }
+    if (c->slots.Putrletile == nullptr) return handle_leave(c, refuse(c, RZL_UNSUPPORTED, SOURCE, "Putrletile"));
+    if (buffer == nullptr || size < 0)
+        return handle_leave(c, refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_put_rle_tile"));
     c->rle_size = size;
     const auto* coding = static_cast<const uint8_t*>(buffer);
     int pixels = c->slots.Putrletile(c, 1, &coding, nullptr);
@@ -232,27 +222,19 @@ int rzl_puttile_check(CFILE* c) {
     } else if (c->tile->width == 0 || c->tile->height == 0) {
         refusal = RZL_BAD_TILE_SIZE;
     }
-    if (refusal != 0) {
-        fail(c, refusal, SOURCE, word);
-        return 1;
-    }
+    if (refusal != 0) return refuse(c, refusal, SOURCE, word);
     if (!has_flag(c, FLAG_HEADER_EXISTS) && c->slots.Wrt_hdr(c) != 0) return 1;
     int64_t tiles = int64_t{c->tile->tiles_across} * c->tile->tiles_down;
     if (c->line >= 0 && c->line < tiles) return 0;
-    fail(c, RZL_PAST_END, SOURCE, word);
-    return 1;
+    return refuse(c, RZL_PAST_END, SOURCE, word);
 }
 
 int rzl_put_tiles(CFILE* c, int channels, write_planes buffers, size_t pitch, int32_t across, int32_t down) {
     if (rzl_puttile_check(c) != 0) return 0;
-    if (channels <= 0) {
-        fail(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
-        return 0;
-    }
+    if (channels <= 0) return fails(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
     if (format_is_jpeg(c->format)) {
         // The board that codes these is not reachable from this platform.
-        fail(c, RZL_JPEG_HARDWARE_2, SOURCE, "rzl_put_tile");
-        return 0;
+        return fails(c, RZL_JPEG_HARDWARE_2, SOURCE, "rzl_put_tile");
     }
     tile_block b = {};
     b.channels = channels;
@@ -283,10 +265,7 @@ int rzl_flush_tile_row(CFILE* c, int) {
     int64_t index = t->first_line / int64_t{t->height} * t->tiles_across;
     auto planes = static_cast<size_t>(tile_row_planes(c));
     mem_guard<const uint8_t*> buffers(mem_new_array<const uint8_t*>(planes));
-    if (!buffers || index > INT32_MAX) {
-        fail(c, buffers ? RZL_PAST_END : RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
-        return 0;
-    }
+    if (!buffers || index > INT32_MAX) return fails(c, buffers ? RZL_PAST_END : RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
     size_t plane = tile_row_plane_bytes(c);
     for (size_t i = 0; i < planes; ++i)
         buffers[i] = t->row_buffer + i * plane;
@@ -306,16 +285,11 @@ int rzl_flush_tile_row(CFILE* c, int) {
 
 int rzl_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {
     tile_record* t = c->tile;
-    if (t == nullptr || t->width == 0 || t->height == 0) {
-        fail(c, RZL_ONLY_TILED, SOURCE, "rzl_putline");
-        return 0;
-    }
+    if (t == nullptr || t->width == 0 || t->height == 0) return fails(c, RZL_ONLY_TILED, SOURCE, "rzl_putline");
     // Lines that wait for the rest of their row were put in one layout; the row can't go on in another.
     bool waiting = t->row_buffer != nullptr && t->row_dirty;
-    if (waiting && t->row_layout != (c->flags & TILE_LAYOUT_FLAGS)) {
-        fail(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
-        return 0;
-    }
+    if (waiting && t->row_layout != (c->flags & TILE_LAYOUT_FLAGS))
+        return fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
     if (!need_tile_row(c) || !line_goes_into_row(c)) return 0;
     copy_line_in(c, channels, buffers);
     t->row_dirty = true;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "raster/CORE/cfile.h"
+#include "raster/CORE/squetch.h"
 #include "support/bytes.h"
 
 size_t line_bytes(const CFILE* c, int64_t pixels) {
@@ -300,6 +301,20 @@ void rzl_spread_values(CFILE* c, int channels, uint8_t* const* buffers, uint8_t*
     }
     bool all = buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
     if (all || values != buffers[0]) rzl_apply_color_table(c, values, buffers[1], buffers[2], c->xsize);
+}
+
+bool bits_have_colors(const CFILE* c) {
+    return format_is_bilevel(c->format) && c->color_table != nullptr && !has_flag(c, FLAG_RAW_SAMPLES);
+}
+
+// From the last pixel on, so that a byte is written behind all bits that are still to be read; the first word, whose
+// pixels stand in front of none, is taken out before.
+void rzl_apply_color_table_to_bits(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count) {
+    if (count <= 0) return;
+    uint8_t first[2] = {red[0], red[1]};
+    for (int64_t i = count - 1; i >= 0; --i)
+        red[i] = bilevel_bit(i < 16 ? first : red, i) ? 1 : 0;
+    look_up(c, red, green, blue, count);
 }
 
 void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count) {

@@ -11,7 +11,7 @@
 
 struct CFILE;
 
-// ---- packed samples ------------------------------------------------------------------------------------------------
+// ---- packed samples -------------------------------------------------------------------------------------------------
 
 // `count` samples of `bits` (1 to 32) of a row, without gaps, most significant bit first; samples of 16, 24 and 32 bits
 // are whole bytes with the low byte first unless `big`. Reads (count x bits + 7) / 8 bytes.
@@ -55,7 +55,7 @@ inline void end_samples(sample_writer* w) {
 void unpack_bytes(const uint8_t* row, int bits, bool big, size_t count, bool widen, uint8_t* out);
 void pack_bytes(const uint8_t* in, int bits, bool big, size_t count, bool widen, uint8_t* row);
 
-// ---- bilevel lines -------------------------------------------------------------------------------------------------
+// ---- bilevel lines --------------------------------------------------------------------------------------------------
 
 // A bilevel row, one bit a pixel and the first pixel in the top bit, as words, and back. `invert` is 0, or 0xFF for a
 // file that means the opposite. Bits behind the last pixel become 0. A line has ((width + 15) / 16) x 2 bytes, a row
@@ -63,10 +63,9 @@ void pack_bytes(const uint8_t* in, int bits, bool big, size_t count, bool widen,
 void bits_to_words(const uint8_t* row, uint32_t width, uint8_t invert, uint8_t* words);
 void words_to_bits(const uint8_t* words, uint32_t width, uint8_t invert, uint8_t* row);
 
-// One byte a pixel to bilevel words: a pixel of at least `threshold` sets its bit. Back is rzl_unpack_bits().
-void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int threshold);
+// One byte a pixel to bilevel words, and back, are rzl_pack_bits() and rzl_unpack_bits() of the public header.
 
-// ---- pixels --------------------------------------------------------------------------------------------------------
+// ---- pixels ---------------------------------------------------------------------------------------------------------
 
 // Pixels of `step` bytes, of which the first `samples` are given, into planes and back; null planes are left out. An
 // order of samples other than that of the planes is an order of the planes: {blue, green, red} for a file that stores
@@ -74,7 +73,7 @@ void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int threshold
 void split_pixels(const uint8_t* pixels, size_t count, size_t step, uint8_t* const* planes, size_t samples);
 void join_pixels(uint8_t* pixels, size_t count, size_t step, const uint8_t* const* planes, size_t samples);
 
-// ---- values --------------------------------------------------------------------------------------------------------
+// ---- values ---------------------------------------------------------------------------------------------------------
 
 // Turns `count` stored values in `red` into real colours in the three planes (green and blue may be null), by the
 // colour table or by widening.
@@ -85,6 +84,14 @@ void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue
 // to be done to them then: real colours in three planes, widened values in one.
 uint8_t* values_target(int channels, uint8_t* const* buffers, uint8_t* spare);
 void rzl_spread_values(CFILE* c, int channels, uint8_t* const* buffers, uint8_t* values);
+
+// The same for a bilevel line of `count` pixels in `red`, which becomes bytes where it stands: all three planes have
+// room for `count` of them. There must be a colour table.
+void rzl_apply_color_table_to_bits(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count);
+
+// Whether three planes of the handle's lines are such bits: a bilevel image with a colour table, unless stored values
+// are asked for.
+bool bits_have_colors(const CFILE* c);
 
 // Shifts values of fewer than 8 bits up to 8, where nothing else gives them meaning.
 void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count);

@@ -68,8 +68,7 @@ bool make_channel(CFILE* c, squetch_record* s, int channel) {
     if (fits && line == nullptr) line = static_cast<uint8_t*>(mem_alloc_zeroed(bytes));
     if (fits && rows == nullptr) rows = static_cast<int64_t*>(mem_alloc_zeroed(sums));
     if (line != nullptr && rows != nullptr) return true;
-    fail(c, RZL_NO_MEMORY, SOURCE, "squetch");
-    return false;
+    return fails(c, RZL_NO_MEMORY, SOURCE, "squetch");
 }
 
 // Makes the buffers fit the image that is active now.
@@ -322,6 +321,11 @@ bool make_output(const CFILE* c, int channels, read_planes buffers, output* out)
 // An image of one sample resampled once gives its result to all channels of the call.
 void spread(CFILE* c, int channels, read_planes buffers) {
     bool bilevel = format_is_bilevel(c->format);
+    bool all = buffers[0] != nullptr && channels == 3 && buffers[1] != nullptr && buffers[2] != nullptr;
+    if (all && bits_have_colors(c)) {
+        rzl_apply_color_table_to_bits(c, buffers[0], buffers[1], buffers[2], c->squetch->out_xsize);
+        return;
+    }
     if (channels == 3 && !bilevel) {
         rzl_apply_color_table(c, buffers[0], buffers[1], buffers[2], c->squetch->out_xsize);
         return;
@@ -346,14 +350,9 @@ bool load_again(CFILE* c, int channels) {
 
 int rzl_squetch(CFILE* c, int channels, read_planes buffers) {
     output out = {};
-    if (c->squetch == nullptr || !make_output(c, channels, buffers, &out)) {
-        fail(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "squetch");
-        return 0;
-    }
-    if (!can_resample(c) || c->xsize <= 0 || c->ysize <= 0) {
-        fail(c, RZL_UNSUPPORTED, SOURCE, "squetch");
-        return 0;
-    }
+    if (c->squetch == nullptr || !make_output(c, channels, buffers, &out))
+        return fails(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "squetch");
+    if (!can_resample(c) || c->xsize <= 0 || c->ysize <= 0) return fails(c, RZL_UNSUPPORTED, SOURCE, "squetch");
     squetch_record* s = c->squetch;
     if (!make_buffers(c, s, out.channels) || !load_again(c, out.channels)) return 0;
     if (!resample_line(c, out)) {

@@ -33,7 +33,7 @@ constexpr int32_t DETECTED_NOTHING = -1;
 constexpr int32_t DETECTED_CATALOG = -2;   // several files in one; its standard is that of its members
 constexpr int32_t DETECTED_COMPANION = -3; // opened through another file of its set only
 
-// ---- detect.cpp ----------------------------------------------------------------------------------------------------
+// ---- detect.cpp -----------------------------------------------------------------------------------------------------
 
 // Finds the format of the handle's file from its bytes and from its name (null: the standard input), and lets the
 // format's module open it. The handle, or null with it closed and freed and the library-wide status set.
@@ -41,6 +41,10 @@ CFILE* detect_and_open(CFILE* c, const char* name);
 
 // The standard that the detection finds, or one of the words above. Opens nothing; moves the file's position.
 int32_t detected_standard(CFILE* c, const char* name);
+
+// The first of the rows that takes the file, or null; with RZL_NO_MEMORY in the handle's status when a module could not
+// be asked. Moves the file's position.
+const standard_row* detect_row(CFILE* c, const char* name, standard_rows rows);
 
 // The tests of the rows.
 bool is_native(const file_probe* p);

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "raster/CORE/cfile.h"
+#include "support/checked.h"
 
 namespace {
 
@@ -15,12 +16,25 @@ const char* number_start(const char* text, const char* end) {
     return plus ? text + 1 : text;
 }
 
+// The digits at the start of a text, of which there must be one. False when 63 bits do not hold the number.
+bool take_digits(const char* text, const char* end, int64_t* value) {
+    bool good = text != end && is_digit(*text);
+    for (; good && text != end && is_digit(*text); ++text)
+        good = checked_mul(*value, int64_t{10}, value) && checked_add(*value, int64_t{*text - '0'}, value);
+    if (!good) *value = 0;
+    return good;
+}
+
 } // namespace
 
 bool text_integer(const char* text, size_t size, int64_t* value) {
     *value = 0;
     const char* end = text + size;
-    return std::from_chars(number_start(text, end), end, *value).ec == std::errc();
+    const char* start = number_start(text, end);
+    bool negative = start != end && *start == '-';
+    bool good = take_digits(negative ? start + 1 : start, end, value);
+    if (negative) *value = -*value;
+    return good;
 }
 
 // Words such as "inf" are numbers to the conversion, but none to a file.
@@ -34,11 +48,13 @@ bool text_number(const char* text, size_t size, double* value) {
 }
 
 bool text_digits(const char* text, size_t width, uint64_t* value) {
-    *value = 0;
-    for (size_t i = 0; i < width; ++i) {
-        if (!is_digit(text[i])) return false;
-    }
-    return std::from_chars(text, text + width, *value).ec == std::errc();
+    int64_t number = 0;
+    bool good = true;
+    for (size_t i = 0; i < width; ++i)
+        good = good && is_digit(text[i]);
+    good = good && take_digits(text, text + width, &number);
+    *value = static_cast<uint64_t>(number);
+    return good;
 }
 
 size_t text_word(const char** text) {

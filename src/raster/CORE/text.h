@@ -15,13 +15,13 @@ constexpr bool is_digit(int c) {
 }
 
 // A decimal number at the start of `size` characters, behind blanks and a sign. What follows its digits is not looked
-// at. False, with *value 0, when there is no digit or 64 bits do not hold it.
+// at. False, with *value 0, when there is no digit or 63 bits do not hold it.
 bool text_integer(const char* text, size_t size, int64_t* value);
 
 // The same for a number with a point or an exponent, as "-1.5E3". False, with *value 0, when there is none.
 bool text_number(const char* text, size_t size, double* value);
 
-// A number of exactly `width` digits. False when a character is none, or 64 bits do not hold it.
+// A number of exactly `width` digits. False when a character is none, or 63 bits do not hold it.
 bool text_digits(const char* text, size_t width, uint64_t* value);
 
 // The next word of a text that ends in a zero byte: *text moves to its first character, past leading blanks; the result

@@ -7,8 +7,6 @@
 // Words kept apart: `words` are 16-bit words of the file; the data start is the first byte behind header, colour table
 // and packets of the active image; the first line is the data start, or, with an overview active, where the overview's
 // lines begin.
-//
-// The lines themselves stand in krvlines.h.
 #pragma once
 
 #include "raster/CORE/module.h"
@@ -95,6 +93,7 @@ struct krv_spec {
     uint8_t packet_head[KRV_PACKET_HEAD_SIZE]; // the last packet head read
     krv_line_header line_header;               // of the piece that comes next, read ahead
     bool lines_ended;                          // scannable: no further piece could be read; every later line is zero
+    bool lines_cut;                            // and the data goes on with something that is no piece
     int64_t overview_at;      // where the directory stands in the file, from the image's start; 0: not in the file
     uint16_t stored_vlt_type; // of the colour table as it stands in the file, which the header may be ahead of
     uint32_t stored_vlt_entries;
@@ -141,7 +140,7 @@ constexpr field_limit KRV_LIMITS[] = {
 // Status RZL_BAD_FIELD_ID with the module's words; gives 1.
 int krv_refuse(CFILE* c); // krvinfo.cpp
 
-// ---- open, create, close: krvopen.cpp, krvorgb.cpp ------------------------------------------------------------------
+// ---- open, create, close: krvopen.cpp -------------------------------------------------------------------------------
 
 // Opens a file with the text header. 0, or 1 with the status set.
 int krv_open_text(CFILE* c, const char* name);
@@ -176,11 +175,12 @@ bool krv_lines_fit(int32_t data_type, uint32_t xsize, uint32_t ysize, int64_t by
 // ---- colour tables: krvvlt.cpp --------------------------------------------------------------------------------------
 
 // The colour table of the image with that header at `base`, as an owned block in *table; null when it has none or it
-// had to be dropped (then *dropped is set). vlt_entries of the header becomes 256 with a byte table. False: no memory.
+// had to be dropped (then *dropped is set). vlt_entries of the header
+// becomes 256 with a byte table. False: no memory.
 bool krv_read_color_table(CFILE* c, int64_t base, uint8_t* header, uint8_t** table, bool* dropped);
 int krv_get_vlt(CFILE* c, rzl_vlt_entry* entries);
 
-// ---- packets: krvpackt.cpp ------------------------------------------------------------------------------------------
+// ---- packets: krvvlt.cpp --------------------------------------------------------------------------------------------
 
 // Reads the library's packets of the active image, whose colour table has been read.
 void krv_read_packets(CFILE* c);
@@ -199,7 +199,7 @@ int krv_get_packet(CFILE* c, void* buffer);
 int krv_put_packet(CFILE* c, const void* buffer);
 void krv_drop_app_packet(CFILE* c); // frees it when it is the library's
 
-// ---- header fields: krvinfo.cpp, krvdfloat.cpp ----------------------------------------------------------------------
+// ---- header fields: krvinfo.cpp -------------------------------------------------------------------------------------
 
 int krv_get_hdr_data(CFILE* c, int32_t field, void* value);
 int krv_set_hdr_data(CFILE* c, int32_t field, const void* value);
@@ -258,7 +258,7 @@ void krv_detect_line_padding(CFILE* c);
 // *aligned: up to 7 bytes of filling may stand in front of it.
 int64_t krv_target_end(CFILE* c, int64_t first, bool* aligned);
 
-// ---- CCITT data: krvccitt.cpp ---------------------------------------------------------------------------------------
+// ---- CCITT data: krvputli.cpp ---------------------------------------------------------------------------------------
 
 // Whether the active target has lines of group 3 or group 4; those of a scannable file are refused.
 bool krv_is_coded(const CFILE* c);
@@ -277,7 +277,7 @@ int krv_get_number_of_images(CFILE* c);
 int krv_set_number_of_images(CFILE* c, int32_t count);
 int krv_set_active_image(CFILE* c, int32_t image);
 
-// ---- positions: krvpos.cpp, krvrand.cpp -----------------------------------------------------------------------------
+// ---- positions: krvpos.cpp ------------------------------------------------------------------------------------------
 
 // An entry of `line_offsets` is where the file stands when the line comes next. In a scannable file that is behind the
 // line's first header, which has been read ahead.
@@ -285,3 +285,64 @@ int krv_seek(CFILE* c, int32_t line);
 void krv_rewind(CFILE* c);
 int64_t krv_get_image_offset(CFILE* c);
 int krv_randomize(CFILE* c);
+
+// ---- lines: krvgetli.cpp, krvputli.cpp ------------------------------------------------------------------------------
+//
+// An ordinary file holds its lines one behind the other. A scannable file cuts each line into pieces, and before each
+// piece stands a line header of four words: mark, words that follow, line number, pixel offset. The reader of such a
+// file holds the header of the next piece in `line_header` of the module's record, already taken from the file.
+
+// First word of every line header.
+constexpr uint16_t KRV_LINE_MARK = 0x5900;
+
+// Line number of the held header once the file has no further piece; `lines_ended` of the record tells it for certain.
+constexpr uint16_t KRV_NO_MORE_LINES = 65535;
+
+// Bytes of a line header in the file.
+constexpr size_t KRV_LINE_HEADER_SIZE = 8;
+
+// ---- slots ----------------------------------------------------------------------------------------------------------
+
+// Getline and Putline: 1, 3 or 4 channels (any other number: RZL_UNSUP_KRVN), then the generic bodies. Putline refuses
+// an image that is not the last of its file with RZL_NO_SUCH_IMAGE.
+int krv_getline(CFILE* c, int channels, read_planes buffers);
+int krv_putline(CFILE* c, int channels, write_planes buffers);
+
+// Get_line and Put_line: decode the next line into, or code it from, planes. Get_line moves `line` on by one, also when
+// it fails; Put_line leaves `line` alone. Pixels, 0 on failure.
+int krv_get_line(CFILE* c, int channels, read_planes buffers);
+int krv_put_line(CFILE* c, int channels, write_planes buffers);
+
+// The same with native 16-bit samples in one channel. For data formats 3, 10 and 26; others: RZL_UNSUP_KRVN.
+int krv_getline16(CFILE* c, int channels, read_planes buffers);
+int krv_get_line16(CFILE* c, int channels, read_planes buffers);
+int krv_putline16(CFILE* c, int channels, write_planes buffers);
+int krv_put_line16(CFILE* c, int channels, write_planes buffers);
+
+// Interleaved lines.
+int krv_getinlv(CFILE* c, uint8_t* buffer);
+int krv_putinlv(CFILE* c, const uint8_t* buffer);
+
+// Lines in their stored coding. `rle_size` of the handle is the size of the buffer on entry and the size used, or
+// needed, on return. Bytes, 0 on failure.
+int krv_getrleline(CFILE* c, int channels, read_planes buffers);
+int krv_getrlestrip(CFILE* c, int channels, read_planes buffers);
+int krv_putrleline(CFILE* c, int channels, write_planes buffers);
+
+// ---- for positioning ------------------------------------------------------------------------------------------------
+
+// Moves forward to `target`, a line at or behind the current one, without delivering anything: afterwards `line` is
+// `target`. Offsets of the lines passed go into `line_offsets` when that exists. 1 on success, 0 with the status set.
+int krv_skip_line(CFILE* c, int32_t target);
+
+// Takes the line header at the file position into `line_header`. `first`: it is the first of the image, and decides
+// whether the file counts its lines from 0. With no whole header left the held line number becomes
+// KRV_NO_MORE_LINES and the result is false; that is no failure of the caller's operation.
+bool krv_read_line_header(CFILE* c, bool first);
+
+// Bytes of one stored line where all lines of the format have one size in an ordinary file (1 to 8, 28 with its pad
+// byte, 69); 0 where they have not.
+int64_t krv_fixed_line_size(const CFILE* c);
+
+// The module's code buffer, KRV_CODE_BUFFER_SIZE bytes, made at first use. Null without memory, with the status set.
+uint8_t* krv_code_buffer(CFILE* c);

@@ -10,9 +10,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "raster/KRVN/krvlines.h"
+#include "raster/KRVN/krv.h"
 
-// ---- coded bytes coming in: krvbytes.cpp ----------------------------------------------------------------------------
+// ---- coded bytes coming in: krvcoder.cpp ----------------------------------------------------------------------------
 
 // Bytes from the file position on. They are taken out of the file's own window where it has one, else by way of
 // `block`; krv_source_end() gives back to the file what was not used.
@@ -86,7 +86,7 @@ bool krv_values_are_wide(const CFILE* c);
 // Sets status RZL_NOT_STANDARD for a format that has no coding here.
 void krv_refuse_format(CFILE* c, const char* source);
 
-// ---- coded bytes going out: krvbytes.cpp ----------------------------------------------------------------------------
+// ---- coded bytes going out: krvcoder.cpp ----------------------------------------------------------------------------
 
 // Output of a line. On a scannable file what is gathered goes out as pieces, each behind a line header.
 struct krv_output {
@@ -115,7 +115,7 @@ inline void krv_output_word(krv_output* o, unsigned word) {
     o->used += 2;
 }
 
-// ---- coders: krvcoder.cpp, krvbrun.cpp, krvmix.cpp ------------------------------------------------------------------
+// ---- coders: krvcoder.cpp, krvruns.cpp ------------------------------------------------------------------------------
 
 // Each writes one line of `pixels` pixels; a null plane stands for zeros. Failures are noted in the output.
 void krv_code_bits(krv_output* o, const uint8_t* line, int64_t pixels);

@@ -10,13 +10,7 @@ constexpr int32_t LINE_AFTER_COPY = 0x7FFFFFFF;
 
 int refuse_both(CFILE* from, CFILE* to, uint32_t status, const char* detail) {
     fail(from, status, SOURCE, detail);
-    fail(to, status, SOURCE, detail);
-    return 1;
-}
-
-int refuse_one(CFILE* c, uint32_t status, const char* detail) {
-    fail(c, status, SOURCE, detail);
-    return 1;
+    return refuse(to, status, SOURCE, detail);
 }
 
 bool are_native(const CFILE* from, const CFILE* to) {
@@ -25,8 +19,8 @@ bool are_native(const CFILE* from, const CFILE* to) {
 
 // What both header copies ask of the two handles. `to` must be new: a header that exists describes data.
 int check_pair(CFILE* from, CFILE* to, const char* detail) {
-    if (!is_readable(from)) return refuse_one(from, RZL_NEEDS_READ, detail);
-    if (!is_writable(to) || has_flag(to, FLAG_HEADER_EXISTS)) return refuse_one(to, RZL_NEEDS_WRITE, detail);
+    if (!is_readable(from)) return refuse(from, RZL_NEEDS_READ, SOURCE, detail);
+    if (!is_writable(to) || has_flag(to, FLAG_HEADER_EXISTS)) return refuse(to, RZL_NEEDS_WRITE, SOURCE, detail);
     if (has_flag(from, FLAG_RAW) || has_flag(to, FLAG_RAW) || !are_native(from, to)) {
         return refuse_both(from, to, RZL_NOT_STANDARD, detail);
     }
@@ -73,8 +67,8 @@ void take_fields(const CFILE* from, CFILE* to) {
 } // namespace
 
 int krv_copydata(CFILE* from, CFILE* to) {
-    if (!is_readable(from)) return refuse_one(from, RZL_NEEDS_READ, "copydata");
-    if (!is_writable(to)) return refuse_one(to, RZL_NEEDS_WRITE, "copydata");
+    if (!is_readable(from)) return refuse(from, RZL_NEEDS_READ, SOURCE, "copydata");
+    if (!is_writable(to)) return refuse(to, RZL_NEEDS_WRITE, SOURCE, "copydata");
     if (has_flag(from, FLAG_NO_RAW_COPY)) return refuse_both(from, to, RZL_NOT_STANDARD, "copydata");
     bool plain = !has_flag(from, FLAG_FIELD_36) && !has_flag(to, FLAG_FIELD_36) && are_native(from, to);
     if (!plain) return refuse_both(from, to, RZL_UNSUP_COPY, "copydata");
@@ -109,7 +103,7 @@ int krv_init_ov(CFILE* from, CFILE* to) {
     krv_spec* target = krv_spec_of(to);
     int32_t count = krv_overview_count(target);
     if (krv_overview_count(source) < count) count = krv_overview_count(source);
-    if (count == 0) return refuse_one(to, RZL_NO_OVERVIEWS, "init ov");
+    if (count == 0) return refuse(to, RZL_NO_OVERVIEWS, SOURCE, "init ov");
     for (int32_t i = 0; i < count; ++i)
         krv_store_overview(target, i, krv_load_overview(source, i));
     set_flag(to, FLAG_OVERVIEWS_CHANGED, true);

@@ -19,11 +19,6 @@ struct chain_place {
     uint8_t header[KRV_HEADER_SIZE];
 };
 
-int refuse(CFILE* c, uint32_t status, const char* detail) {
-    fail(c, status, SOURCE, detail);
-    return 1;
-}
-
 int64_t next_of(const chain_place& place) {
     return load_u32le(place.header + KRV_AT_NEXT_IMAGE);
 }
@@ -82,9 +77,9 @@ int append_image(CFILE* c) {
     krv_spec* spec = krv_spec_of(c);
     if (!has_flag(c, FLAG_HEADER_EXISTS) && krv_write_header(c) != 0) return 1;
     int64_t at = io_size(c);
-    if (at < 0) return refuse(c, RZL_WRITE_FAILED, "append image");
+    if (at < 0) return refuse(c, RZL_WRITE_FAILED, SOURCE, "append image");
     if (at < krv_data_start(c)) at = krv_data_start(c);
-    if (at > int64_t{UINT32_MAX}) return refuse(c, RZL_BAD_IMAGE_SIZE, "append image");
+    if (at > int64_t{UINT32_MAX}) return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "append image");
     int32_t data_type = spec->data_type;
     c->xsize = spec->xsize; // with an overview active the handle has the overview's
     c->ysize = spec->ysize;
@@ -102,15 +97,16 @@ int append_image(CFILE* c) {
 }
 
 int go_to_image(CFILE* c, int32_t image) {
-    if (image < c->active_image && !is_readable(c)) return refuse(c, RZL_NEEDS_READ, "set active image");
+    if (image < c->active_image && !is_readable(c)) return refuse(c, RZL_NEEDS_READ, SOURCE, "set active image");
     chain_place place;
-    if (!walk_to(c, image, &place)) return refuse(c, RZL_READ_FAILED, "set active image");
+    if (!walk_to(c, image, &place)) return refuse(c, RZL_READ_FAILED, SOURCE, "set active image");
     if (place.index == image) {
         if (!krv_load_image(c, place.at, place.header)) return 1;
         c->active_image = image;
         return 0;
     }
-    if (image != place.index + 1 || !is_writable(c)) return refuse(c, RZL_NO_SUCH_IMAGE, "Invalid image number");
+    if (image != place.index + 1 || !is_writable(c))
+        return refuse(c, RZL_NO_SUCH_IMAGE, SOURCE, "Invalid image number");
     if (place.index != c->active_image) {
         if (!krv_load_image(c, place.at, place.header)) return 1;
         c->active_image = place.index;
@@ -129,8 +125,7 @@ int krv_get_number_of_images(CFILE* c) {
         good = step_on(c, &place);
     io_seek(c, position);
     if (good) return place.index + 1;
-    fail(c, RZL_READ_FAILED, SOURCE, "number of images");
-    return 0;
+    return fails(c, RZL_READ_FAILED, SOURCE, "number of images");
 }
 
 int krv_set_number_of_images(CFILE* c, int32_t count) {
@@ -142,7 +137,7 @@ int krv_set_active_image(CFILE* c, int32_t image) {
     int32_t target = image < 0 ? 0 : image;
     if (target == c->active_image) return 0;
     if (!has_flag(c, FLAG_MULTI_IMAGE) && !is_writable(c)) {
-        return target == 0 ? 0 : refuse(c, RZL_NO_SUCH_IMAGE, "Invalid image number");
+        return target == 0 ? 0 : refuse(c, RZL_NO_SUCH_IMAGE, SOURCE, "Invalid image number");
     }
     int64_t image_at = c->base_offset;
     int64_t position = io_tell(c);

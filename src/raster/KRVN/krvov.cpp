@@ -2,7 +2,6 @@
 // header tells their sizes and places. The directory is held in memory as the packet's bytes; a change of it is written
 // back when the file is closed or another image is made active.
 #include "raster/KRVN/krv.h"
-#include "raster/KRVN/krvlines.h"
 #include "support/memory.h"
 
 namespace {
@@ -13,11 +12,6 @@ constexpr int64_t OVERVIEW_ALIGNMENT = 8;
 // 32-bit words of a directory of n overviews.
 constexpr int64_t directory_longs(int64_t count) {
     return (7 * count + 5 + 1) / 2 * 2;
-}
-
-int refuse(CFILE* c, uint32_t status, const char* detail) {
-    fail(c, status, SOURCE, detail);
-    return 1;
 }
 
 uint8_t* entry_of(const krv_spec* spec, int32_t index) {
@@ -62,7 +56,7 @@ int grow_directory(CFILE* c, int32_t count) {
     krv_spec* spec = krv_spec_of(c);
     if (krv_save_packets(c) != 0) return 1;
     uint8_t* packet = new_directory(count);
-    if (packet == nullptr) return refuse(c, RZL_NO_MEMORY, "overviews");
+    if (packet == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, "overviews");
     auto held = static_cast<size_t>(krv_overview_count(spec));
     if (held > 0) {
         size_t extents_at = KRV_OVERVIEW_ENTRIES_AT + KRV_OVERVIEW_ENTRY_SIZE * static_cast<size_t>(count);
@@ -92,8 +86,8 @@ int place_overview(CFILE* c, int32_t index) {
     int64_t size = io_size(c);
     int64_t at = size > start ? size : start + 1;
     at = (at + OVERVIEW_ALIGNMENT - 1) / OVERVIEW_ALIGNMENT * OVERVIEW_ALIGNMENT;
-    if (at - start > int64_t{UINT32_MAX}) return refuse(c, RZL_BAD_IMAGE_SIZE, "overview offset");
-    if (size < 0 || !write_zeros(c, size, at)) return refuse(c, RZL_WRITE_FAILED, "overview");
+    if (at - start > int64_t{UINT32_MAX}) return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "overview offset");
+    if (size < 0 || !write_zeros(c, size, at)) return refuse(c, RZL_WRITE_FAILED, SOURCE, "overview");
     krv_overview entry = krv_load_overview(krv_spec_of(c), index);
     entry.offset = static_cast<uint32_t>(at - start);
     krv_store_overview(krv_spec_of(c), index, entry);
@@ -112,13 +106,14 @@ uint32_t judge_overview(CFILE* c, const krv_overview& entry) {
 }
 
 int choose_overview(CFILE* c, int32_t index) {
-    if (index >= krv_overview_count(krv_spec_of(c))) return refuse(c, RZL_NO_SUCH_OVERVIEW, "set_active_overview");
+    if (index >= krv_overview_count(krv_spec_of(c)))
+        return refuse(c, RZL_NO_SUCH_OVERVIEW, SOURCE, "set_active_overview");
     krv_overview entry = krv_load_overview(krv_spec_of(c), index);
     uint32_t status = judge_overview(c, entry);
-    if (status != 0) return refuse(c, status, "set_active_overview");
+    if (status != 0) return refuse(c, status, SOURCE, "set_active_overview");
     if (entry.xsize == 0 && entry.ysize == 0 && is_writable(c)) {
         if (has_flag(c, FLAG_MULTI_IMAGE)) {
-            return refuse(c, RZL_UNSUP_KRVN, "set_active_overview: Does not work for multi_image files");
+            return refuse(c, RZL_UNSUP_KRVN, SOURCE, "set_active_overview: Does not work for multi_image files");
         }
         if (place_overview(c, index) != 0) return 1;
     }
@@ -210,17 +205,17 @@ int krv_set_overview_count(CFILE* c, int32_t count) {
     krv_spec* spec = krv_spec_of(c);
     int32_t held = krv_overview_count(spec);
     if (count < 0 || directory_longs(count) * 2 > KRV_MAX_WORDS - KRV_PLAIN_WORDS) {
-        return refuse(c, RZL_BAD_FIELD_VALUE, "overviews");
+        return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "overviews");
     }
     if (!has_flag(c, FLAG_HEADER_EXISTS)) {
         uint8_t* packet = count > 0 ? new_directory(count) : nullptr;
-        if (count > 0 && packet == nullptr) return refuse(c, RZL_NO_MEMORY, "overviews");
+        if (count > 0 && packet == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, "overviews");
         replace_directory(c, packet);
         return 0;
     }
     if (!is_readable(c)) return count == held ? 0 : krv_refuse(c);
     if (count == 0) return held > 0 ? krv_save_packets(c) : 0;
-    if (count < held) return refuse(c, RZL_BAD_FIELD_VALUE, "overviews");
+    if (count < held) return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "overviews");
     return count > held ? grow_directory(c, count) : 0;
 }
 

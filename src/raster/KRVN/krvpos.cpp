@@ -1,19 +1,13 @@
 // Native files: where lines are, and moving to one of them.
+#include <algorithm>
+
 #include "raster/KRVN/krv.h"
-#include "raster/KRVN/krvlines.h"
 
 namespace {
-
-constexpr const char* SOURCE = "KRVN/krvpos";
-
-int refuse_seek(CFILE* c, const char* detail) {
-    fail(c, RZL_PAST_END, SOURCE, detail);
-    return 1;
-}
+constexpr char SOURCE[] = "KRVN/krvpos";
 
 int read_failed(CFILE* c) {
-    fail(c, RZL_READ_FAILED, SOURCE, "Krvn seek");
-    return 1;
+    return refuse(c, RZL_READ_FAILED, SOURCE, "Krvn seek");
 }
 
 // Takes the file to a line whose place is known. In a scannable file that place is behind the line's first header,
@@ -37,19 +31,11 @@ int go_to_known(CFILE* c, int32_t line) {
     return 0;
 }
 
-// The last line up to `line` whose place is known, or -1.
-int32_t last_known(const CFILE* c, int32_t line) {
-    int32_t at = line < c->line_offset_count ? line : c->line_offset_count - 1;
-    while (at >= 0 && c->line_offsets[at] == LINE_OFFSET_UNKNOWN)
-        --at;
-    return at;
-}
-
 // Starts at the nearest line before the target whose place is known, unless the file already stands between the two.
 int start_before(CFILE* c, int32_t line) {
     bool behind = c->line > line;
     if (c->line_offsets != nullptr) {
-        int32_t known = last_known(c, line);
+        int32_t known = rzl_known_line(c, line);
         if (known >= 0 && (behind || known > c->line)) return go_to_known(c, known);
     }
     if (behind) krv_rewind(c);
@@ -57,13 +43,13 @@ int start_before(CFILE* c, int32_t line) {
 }
 
 int seek_by_reading(CFILE* c, int32_t line) {
-    if (c->line_offsets != nullptr && last_known(c, line) == line) return go_to_known(c, line);
+    if (c->line_offsets != nullptr && rzl_known_line(c, line) == line) return go_to_known(c, line);
     if (start_before(c, line) != 0) return 1;
     return krv_skip_line(c, line) != 0 ? 0 : 1;
 }
 
 int seek_line(CFILE* c, int32_t line) {
-    if (line < 0 || line >= c->ysize) return refuse_seek(c, "Krvn seek");
+    if (line < 0 || line >= c->ysize) return refuse(c, RZL_PAST_END, SOURCE, "Krvn seek");
     if (line == 0) {
         krv_rewind(c);
         return c->status == 0 ? 0 : 1;
@@ -78,21 +64,10 @@ int seek_line(CFILE* c, int32_t line) {
 // CCITT data: the coder finds its own place, by strips where they are set.
 int seek_coded(CFILE* c, int32_t line) {
     int32_t strip_lines = c->ccitt != nullptr ? c->ccitt->strip_lines : 0;
-    if (strip_lines > 0 && (line < 0 || line >= c->ysize / strip_lines + 1)) return refuse_seek(c, "Krvn Seek");
+    if (strip_lines > 0 && (line < 0 || line >= c->ysize / strip_lines + 1))
+        return refuse(c, RZL_PAST_END, SOURCE, "Krvn Seek");
     if (line == 0) krv_rewind(c);
     c->line = line;
-    return 0;
-}
-
-// An output line of a handle that resamples, as the source line that it begins with.
-int seek_squetch(CFILE* c, int32_t line) {
-    squetch_record* squetch = c->squetch;
-    if (line < 0 || line >= squetch->out_ysize) return refuse_seek(c, "Krvn seek");
-    double ratio = static_cast<double>(c->ysize) / squetch->out_ysize;
-    if (seek_line(c, static_cast<int32_t>(ratio * line)) != 0) return 1;
-    squetch->out_line = line;
-    squetch->carry = 0;
-    squetch->flags |= SQUETCH_RELOAD;
     return 0;
 }
 
@@ -130,6 +105,23 @@ int krv_seek(CFILE* c, int32_t line) {
         return 0;
     }
     if (c->compression == CLASS_CCITT) return seek_coded(c, line);
-    if (has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr) return seek_squetch(c, line);
+    if (!rzl_seek_squetched(c, &line, SOURCE, "Krvn seek")) return 1;
     return seek_line(c, line);
+}
+
+// The places of lines, which make seeking cheap in formats whose lines vary in size. Lines that all have one size get
+// theirs at once.
+int krv_randomize(CFILE* c) {
+    bool has_places = has_flag(c, FLAG_TILED) || c->compression == CLASS_CCITT || c->line_offsets != nullptr;
+    if (has_places || !is_readable(c) || c->ysize <= 0) return 0;
+    constexpr int64_t SMALLEST_CODED_LINE = 2;
+    bool scannable = has_flag(c, FLAG_SCANNABLE);
+    int64_t taken = scannable ? int64_t{KRV_LINE_HEADER_SIZE} : 0;
+    int64_t size = scannable ? 0 : krv_fixed_line_size(c);
+    int64_t first = krv_first_line(c);
+    if (rzl_record_lines(c, first + taken, size > 0 ? size : std::max(taken, SMALLEST_CODED_LINE)) != 0) return 1;
+    for (int32_t i = 0; size > 0 && i < c->line_offset_count; ++i)
+        c->line_offsets[i] = static_cast<uint64_t>(first + size * i);
+    krv_rewind(c);
+    return 0;
 }

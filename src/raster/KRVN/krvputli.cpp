@@ -1,10 +1,12 @@
 // Writing lines of a native file from planes.
 #include <algorithm>
 
+#include "raster/CCITT/citfile.h"
+#include "raster/CORE/lines.h"
+#include "raster/KRVN/krv.h"
 #include "raster/KRVN/krvcode.h"
 
 namespace {
-
 constexpr char SOURCE[] = "KRVN/krvputli";
 
 // The most data words of a piece: a header counts them and itself in 16 bits. Even, so that a full piece of bytes needs
@@ -124,18 +126,178 @@ int krv_put_line(CFILE* c, int channels, write_planes buffers) {
     code_line(&o, planes, l);
     krv_add_overview_bytes(c, static_cast<uint32_t>(o.written));
     if (!o.failed && c->xsize > 0) return c->xsize;
-    fail(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_line");
-    return 0;
+    return fails(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_line");
 }
 
 int krv_putline(CFILE* c, int channels, write_planes buffers) {
-    if (channels != 1 && channels != 3 && channels != 4) {
-        fail(c, RZL_UNSUP_KRVN, SOURCE, "channels");
-        return 0;
-    }
-    if (!krv_is_last_image(c)) {
-        fail(c, RZL_NO_SUCH_IMAGE, SOURCE, "not last multi-image");
-        return 0;
-    }
+    if (channels != 1 && channels != 3 && channels != 4) return fails(c, RZL_UNSUP_KRVN, SOURCE, "channels");
+    if (!krv_is_last_image(c)) return fails(c, RZL_NO_SUCH_IMAGE, SOURCE, "not last multi-image");
     return rzl_putline_generic(c, channels, buffers);
+}
+
+// ---- 16-bit samples -------------------------------------------------------------------------------------------------
+
+namespace {
+
+bool can_be_16_bits(CFILE* c, int channels) {
+    bool samples =
+        c->format == RZL_FORMAT_INT16 || c->format == RZL_FORMAT_BYTE_PAIRS || c->format == RZL_FORMAT_PACKED_RUNS;
+    if (samples && channels == 1) return true;
+    return fails(c, RZL_UNSUP_KRVN, SOURCE, "16 bits");
+}
+
+} // namespace
+
+int krv_putline16(CFILE* c, int channels, write_planes buffers) {
+    if (!can_be_16_bits(c, channels)) return 0;
+    flag_guard wide(c, FLAG_16_BIT, true);
+    return krv_putline(c, channels, buffers);
+}
+
+int krv_put_line16(CFILE* c, int channels, write_planes buffers) {
+    if (!can_be_16_bits(c, channels)) return 0;
+    flag_guard wide(c, FLAG_16_BIT, true);
+    return krv_put_line(c, channels, buffers);
+}
+
+// ---- interleaved lines ----------------------------------------------------------------------------------------------
+//
+// Writing interleaved lines of a native file. The coders take planes, so the buffer is taken apart; the groups of
+// formats 28 and 69 then go together again in the code buffer, which costs less than the write.
+
+int krv_putinlv(CFILE* c, const uint8_t* buffer) {
+    bool together = has_flag(c, FLAG_TILED) && has_flag(c, FLAG_INTERLEAVED) && c->samples > 1 && c->bits <= 8;
+    if (!together) return rzl_putinlv_default(c, buffer);
+    // The lines of a tiled file wait in their row, in the layout in which they came.
+    return krv_putline(c, 1, &buffer);
+}
+
+// ---- lines in the stored coding -------------------------------------------------------------------------------------
+//
+// Writing lines given in the file's own coding, formats 9, 10, 25 and 26. On a scannable file the line header is added.
+//
+// A line that does not decode to exactly its pixels is refused: written, it would make the rest of the file unreadable.
+
+namespace {
+
+// Data bytes that one line header can count.
+constexpr int32_t PIECE_LIMIT = (65535 - 2) * 2;
+
+bool takes_coded_lines(const CFILE* c) {
+    bool format = c->format == RZL_FORMAT_BILEVEL_RUNS || c->format == RZL_FORMAT_BYTE_PAIRS ||
+                  c->format == RZL_FORMAT_COLOR_RUNS || c->format == RZL_FORMAT_PACKED_RUNS;
+    return format && krv_decoder_of(c) != nullptr;
+}
+
+bool is_a_line(const CFILE* c, const uint8_t* coding) {
+    krv_line l = krv_new_line(c, 0, nullptr);
+    krv_source s;
+    krv_source_over(&s, coding, static_cast<size_t>(c->rle_size));
+    krv_decoder_of(c)(&l, &s);
+    return l.whole && krv_source_left(&s) == 0;
+}
+
+int write_coding(CFILE* c, const uint8_t* coding) {
+    krv_output o = {};
+    o.c = c;
+    auto bytes = static_cast<size_t>(c->rle_size);
+    if (has_flag(c, FLAG_SCANNABLE)) krv_output_header(&o, bytes, 0);
+    krv_output_bytes(&o, coding, bytes);
+    krv_add_overview_bytes(c, static_cast<uint32_t>(o.written));
+    if (!o.failed) return c->xsize;
+    return fails(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_rle_line");
+}
+
+} // namespace
+
+int krv_putrleline(CFILE* c, int channels, write_planes buffers) {
+    if (!krv_is_last_image(c)) return fails(c, RZL_NO_SUCH_IMAGE, SOURCE, "not last multi-image");
+    if (!is_writable(c)) return fails(c, RZL_NEEDS_WRITE, SOURCE, "rzl_put_rle_line");
+    if (c->line >= c->ysize) return fails(c, RZL_PAST_END, SOURCE, "rzl_put_rle_line");
+    if (!rzl_append_check(c) || putline_error_check(c) != 0) return 0;
+    if (has_flag(c, FLAG_TILED)) return fails(c, RZL_ONLY_UNTILED, SOURCE, "rzl_put_rle_line");
+    bool given = channels > 0 && buffers[0] != nullptr && c->rle_size >= 0;
+    bool counts = !has_flag(c, FLAG_SCANNABLE) || c->rle_size <= PIECE_LIMIT;
+    if (!given || !counts || !takes_coded_lines(c) || !is_a_line(c, buffers[0])) {
+        krv_refuse_format(c, SOURCE);
+        return 0;
+    }
+    return write_coding(c, buffers[0]);
+}
+
+// ---- CCITT data -----------------------------------------------------------------------------------------------------
+//
+// Native files of CCITT data, formats 23 and 24: their lines through the fax codec.
+//
+// The coded image stands in one piece where the lines of other formats begin. It is written when its last line has
+// come, or when the file is left for another image before.
+
+namespace {
+
+cit_extent coded_extent(CFILE* c) {
+    int64_t begin = krv_first_line(c);
+    bool aligned = false;
+    return {begin, krv_target_end(c, begin, &aligned)};
+}
+
+// Pieces of lines are not how this data comes.
+bool is_served(CFILE* c) {
+    if (c->ccitt != nullptr && !has_flag(c, FLAG_SCANNABLE) && c->xsize > 0) return true;
+    krv_refuse_format(c, SOURCE);
+    return false;
+}
+
+void account(CFILE* c, size_t written) {
+    if (written != 0) krv_add_overview_bytes(c, static_cast<uint32_t>(written));
+}
+
+} // namespace
+
+bool krv_is_coded(const CFILE* c) {
+    return c->format == RZL_FORMAT_GROUP3 || c->format == RZL_FORMAT_GROUP4;
+}
+
+int krv_get_coded_line(CFILE* c, int channels, read_planes buffers) {
+    if (!is_served(c)) {
+        ++c->line;
+        return 0;
+    }
+    cit_get_result result = CIT_GET_GOOD;
+    if (channels > 0 && buffers[0] != nullptr) {
+        cit_extent extent = coded_extent(c);
+        result = c->format == RZL_FORMAT_GROUP3 ? cit_g3_get_line(c, extent, buffers[0])
+                                                : cit_g4_get_line(c, extent, buffers[0]);
+    }
+    ++c->line;
+    return result == CIT_GET_FAILED ? 0 : c->xsize;
+}
+
+int krv_put_coded_line(CFILE* c, int channels, write_planes buffers) {
+    if (!is_served(c)) return 0;
+    const uint8_t* bits = channels > 0 ? buffers[0] : nullptr;
+    size_t written = 0;
+    int result =
+        c->format == RZL_FORMAT_GROUP3 ? cit_g3_put_line(c, bits, &written) : cit_g4_put_line(c, bits, &written);
+    account(c, written);
+    return result == 0 ? c->xsize : 0;
+}
+
+int krv_get_coded_strip(CFILE* c, int channels, read_planes buffers) {
+    if (c->format != RZL_FORMAT_GROUP4 || !is_served(c)) {
+        krv_refuse_format(c, SOURCE);
+        return 0;
+    }
+    // No buffer can only be asked for the size.
+    uint8_t* runs = channels > 0 ? buffers[0] : nullptr;
+    if (runs == nullptr) c->rle_size = 0;
+    int bytes = cit_g4_get_strip(c, coded_extent(c), runs);
+    if (bytes > 0) ++c->line;
+    return bytes;
+}
+
+bool krv_finish_coded(CFILE* c) {
+    size_t written = 0;
+    bool done = cit_file_finish(c, &written) == 0;
+    account(c, written);
+    return done;
 }

@@ -27,11 +27,6 @@ struct header_plan {
     int64_t app_words;     // and of the application's
 };
 
-int refuse(CFILE* c, uint32_t status, const char* detail) {
-    fail(c, status, SOURCE, detail);
-    return 1;
-}
-
 int64_t rounded_up(int64_t value, int64_t step) {
     return (value + step - 1) / step * step;
 }
@@ -90,14 +85,14 @@ int fit_layout(CFILE* c, header_plan* plan) {
     plan->total += spec->reserved_words;
     if (data_may_follow(c, *plan)) {
         int64_t present = krv_words_to_follow(spec->header);
-        if (plan->total > present) return refuse(c, RZL_HEADER_FULL, "header");
+        if (plan->total > present) return refuse(c, RZL_HEADER_FULL, SOURCE, "header");
         plan->total = present;
     }
-    if (plan->total > KRV_MAX_WORDS) return refuse(c, RZL_HEADER_FULL, "header");
+    if (plan->total > KRV_MAX_WORDS) return refuse(c, RZL_HEADER_FULL, SOURCE, "header");
     // The application's packets stay where they are when they are not at hand.
     bool moved = plan->packets_at != load_u32le(spec->header + KRV_AT_PACKET_OFFSET);
     bool missing = plan->existed && plan->app_words > 0 && spec->app_packet == nullptr;
-    if (missing && moved) return refuse(c, RZL_HEADER_FULL, "packets");
+    if (missing && moved) return refuse(c, RZL_HEADER_FULL, SOURCE, "packets");
     if (plan->packets_at != 0) {
         store_u32le(plan->header + KRV_AT_PACKET_OFFSET, static_cast<uint32_t>(plan->packets_at));
     }
@@ -119,11 +114,11 @@ void store_image_values(const CFILE* c, header_plan* plan) {
 // Content that no build here can go on to write. The words speak of 8, though 4 is enough.
 int refuse_content(CFILE* c) {
     const krv_spec* spec = krv_spec_of(c);
-    if (has_flag(c, FLAG_TILED)) return refuse(c, RZL_UNSUP_KRVN, "tiles");
+    if (has_flag(c, FLAG_TILED)) return refuse(c, RZL_UNSUP_KRVN, SOURCE, "tiles");
     if (!format_is_jpeg(spec->data_type)) return 0;
-    if (spec->xsize % JPEG_STEP != 0) return refuse(c, RZL_BAD_FIELD_ID, "JPEG xsize must be multiple of 8\n");
-    if (spec->ysize % JPEG_STEP != 0) return refuse(c, RZL_BAD_FIELD_ID, "JPEG ysize must be multiple of 8\n");
-    return refuse(c, RZL_JPEG_HARDWARE_3, "header");
+    if (spec->xsize % JPEG_STEP != 0) return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "JPEG xsize must be multiple of 8\n");
+    if (spec->ysize % JPEG_STEP != 0) return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "JPEG ysize must be multiple of 8\n");
+    return refuse(c, RZL_JPEG_HARDWARE_3, SOURCE, "header");
 }
 
 // ---- the bytes ------------------------------------------------------------------------------------------------------
@@ -248,13 +243,14 @@ void note_written(CFILE* c, const header_plan& plan) {
 int write_planned(CFILE* c, const header_plan& plan) {
     auto bytes = static_cast<size_t>(plan.total * 2 + 4);
     mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc_zeroed(bytes)));
-    if (!block) return refuse(c, RZL_NO_MEMORY, "header");
+    if (!block) return refuse(c, RZL_NO_MEMORY, SOURCE, "header");
     fill_block(c, plan, block.get());
     bool linked = krv_spec_of(c)->link_from < 0;
-    if (!write_block(c, plan, block.get(), bytes) || !link_image(c)) return refuse(c, RZL_WRITE_FAILED, "header");
+    if (!write_block(c, plan, block.get(), bytes) || !link_image(c))
+        return refuse(c, RZL_WRITE_FAILED, SOURCE, "header");
     note_written(c, plan);
     bool stands_there = !plan.existed && linked && c->active_overview < 0;
-    if (!stands_there && !io_seek(c, krv_first_line(c))) return refuse(c, RZL_WRITE_FAILED, "header");
+    if (!stands_there && !io_seek(c, krv_first_line(c))) return refuse(c, RZL_WRITE_FAILED, SOURCE, "header");
     return 0;
 }
 
@@ -263,7 +259,7 @@ int write_planned(CFILE* c, const header_plan& plan) {
 // The packets of an existing file are brought into memory when they might have to move.
 int krv_write_header(CFILE* c) {
     const krv_spec* spec = krv_spec_of(c);
-    if (!is_writable(c)) return refuse(c, RZL_NEEDS_WRITE, "header");
+    if (!is_writable(c)) return refuse(c, RZL_NEEDS_WRITE, SOURCE, "header");
     bool untiled = !has_flag(c, FLAG_TILED);
     if (spec->data_type == RZL_FORMAT_BYTE_PAIRS && untiled) set_flag(c, FLAG_SCANNABLE, true);
     if (!has_flag(c, FLAG_RAW)) {

@@ -262,6 +262,22 @@ TEST_F(desk_test, TitlesAreDrawnAndCutToTheirRoom) {
     EXPECT_LT(white_pixels(200, 212), 13) << "dots at the end";
 }
 
+TEST_F(desk_test, TheWindowUsedLastIsActiveWhenOneGoes) {
+    desk_window* w[3];
+    for (int i = 0; i < 3; ++i) {
+        w[i] = open(FULL_STYLE, i + 1, {20 + i * 10, 60, 200, 160});
+        desk_activate(w[i]);
+    }
+    desk_activate(w[0]);
+    desk_raise(w[1]); // above w[2], but not used since
+    desk_destroy(w[0]);
+    EXPECT_EQ(desk_active(), w[2]);
+    desk_set_state(w[2], host_state::minimised);
+    EXPECT_EQ(desk_active(), w[1]);
+    desk_hide(w[1]);
+    EXPECT_EQ(desk_active(), nullptr);
+}
+
 TEST_F(desk_test, EscapeAndLostFocusEndADrag) {
     desk_window* w = open(FULL_STYLE, 1, {50, 60, 200, 160});
     for (const bool by_key : {true, false}) {

@@ -47,6 +47,28 @@ TEST_F(dialog_test, KeysAnswer) {
     EXPECT_TRUE(ask(dialog_buttons::ok_cancel, back));
 }
 
+// What the user can't have meant, as the second click on the button that has brought the box up, waits behind it.
+TEST_F(dialog_test, ClosingTheMainWindowIsNoAndComesLater) {
+    const auto close = [](int count) {
+        host_event event = {};
+        event.kind = host_event_kind::close;
+        if (count > 0) headless_advance(500);
+        if (count < 2) headless_post(&event);
+    };
+    EXPECT_FALSE(ask(dialog_buttons::ok_cancel, close));
+    pump();
+    int closes = 0;
+    for (const desk_message& m : messages)
+        closes += m.kind == desk_kind::close;
+    EXPECT_EQ(closes, 2);
+    close(0);
+    desk_mouse_waiting(); // it is taken from the host
+    desk_drop_close();
+    forget();
+    pump();
+    EXPECT_EQ(find(desk_kind::close), nullptr);
+}
+
 // The box stands in the middle: the buttons are left and right of x = 200.
 TEST_F(dialog_test, MouseAnswersOnReleaseInsideTheButton) {
     const auto cancel = [](int count) {

@@ -1,0 +1,41 @@
+// rzl: looks at and converts raster files. The commands stand in files of their own, the process in main.cpp.
+#include <iterator>
+
+#include "commands.h"
+#include "raster/rzl.h"
+
+namespace {
+
+constexpr const char* SYNOPSIS =
+    "usage: rzl formats\n"
+    "       rzl info FILE [--image N] [--overview N] [--json]\n"
+    "       rzl cat FILE [--image N] [--overview N]\n"
+    "       rzl convert IN OUT [--standard NAME|ID] [--format CODE] [--compression N] [--tile N] [--vlt]\n"
+    "                   [--image N] [--overview N]\n";
+
+constexpr const char* HELP =
+    "formats lists the standards. info tells what a file holds, and reads it to its end. cat writes the pixels to\n"
+    "standard output, row by row from the top: one byte a pixel for bilevel (0 or 255) and grey, three for colour or\n"
+    "a colour table. convert writes a picture into another standard (without --standard the one that the extension of\n"
+    "OUT stands for) or data format that can hold it as it is. With --vlt, and where the standard holds no colours\n"
+    "otherwise, it gets a colour table: that of IN, or one of 256 colours that is made for it. Images and overviews "
+    "are\n"
+    "numbered from 0.\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
+
+constexpr program_command COMMANDS[] = {
+    {"formats", command_formats},
+    {"info", command_info},
+    {"cat", command_cat},
+    {"convert", command_convert},
+};
+
+constexpr program_definition PROGRAM = {
+    "rzl", RZL_VERSION, SYNOPSIS, HELP, COMMANDS, static_cast<int>(std::size(COMMANDS)), nullptr};
+
+} // namespace
+
+int rzl_run(int count, char** arguments) {
+    return program_run(&PROGRAM, count, arguments);
+}

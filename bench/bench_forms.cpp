@@ -1,0 +1,116 @@
+// The forms toolkit: loading and drawing a form of 200 gadgets, pressing one of them, and drawing an area again.
+// items_per_second are gadgets.
+#include <cstdio>
+#include <cstdlib>
+
+#include <benchmark/benchmark.h>
+
+#include "forms/forms.h"
+#include "forms/formshow.h"
+#include "forms/ops.h"
+#include "forms/press.h"
+#include "platform/window/desk.h"
+#include "surface/paths.h"
+#include "tools/events.h"
+#include "tools/process.h"
+
+namespace {
+
+constexpr int GADGETS = 200;
+constexpr const char* FILE_NAME = "/tmp/tinct-bench-form";
+
+bool start() {
+    const host_screen screen = {1280, 1024, 24, 1};
+    return host_start_with(&host_headless, &screen, "bench") && Enter_tools() == 0 && FI_enter() == FI_SUCCESS;
+}
+
+void ignore(int /*form_label*/, int /*label*/, double /*value*/, FI_form* /*form*/) {}
+
+// A panel of buttons, toggles, check marks and texts, as a file.
+bool make_file() {
+    FILE* file = std::fopen("/tmp/tinct-bench-form.json", "w");
+    if (file == nullptr) return false;
+    static constexpr const char* types[] = {"FI_BUTTON", "FI_TOGGLE", "FI_CHECKLIST", "FI_TEXT"};
+    std::fprintf(file, "{\"x2\": 1100, \"y2\": 900, \"members\": [");
+    for (int i = 0; i < GADGETS; ++i)
+        std::fprintf(file,
+                     "%s{\"type\": \"%s\", \"label\": %d, \"x1\": %d, \"y1\": %d, \"x2\": %d, \"y2\": %d, \"text\": "
+                     "\"Gadget %d\", \"attr_mask\": 256, \"font_name\": \"dutch801\", \"bodysize\": 15, "
+                     "\"off_color\": 2, \"on_color\": 6}",
+                     i == 0 ? "" : ",", types[i % 4], 11 + i, 20 + i % 10 * 108, 20 + i / 10 * 42, 120 + i % 10 * 108,
+                     52 + i / 10 * 42, i);
+    std::fprintf(file, "]}");
+    std::fclose(file);
+    char command[4200];
+    std::snprintf(command, sizeof command, "%s/frmc %s.json %s.frm", program_dir, FILE_NAME, FILE_NAME);
+    return std::system(command) == 0;
+}
+
+bool ready(benchmark::State& state) {
+    static const bool is_ready = start() && make_file();
+    if (!is_ready) state.SkipWithError("the toolkit doesn't start, or frmc isn't built");
+    return is_ready;
+}
+
+FI_form* load() {
+    FI_form* form = nullptr;
+    FIf_new(1, "/tmp/tinct-bench-form.frm", ignore, &form);
+    return form;
+}
+
+void load_and_draw(benchmark::State& state) {
+    if (!ready(state)) return;
+    for ([[maybe_unused]] auto _ : state) {
+        FI_form* form = load();
+        FIf_display(form);
+        FIf_delete(form);
+    }
+    state.SetItemsProcessed(state.iterations() * GADGETS);
+}
+
+void draw(benchmark::State& state) {
+    if (!ready(state)) return;
+    FI_form* form = load();
+    FIf_display(form);
+    for ([[maybe_unused]] auto _ : state)
+        fi_draw_form(form);
+    state.SetItemsProcessed(state.iterations() * GADGETS);
+    FIf_delete(form);
+}
+
+void press_button(benchmark::State& state) {
+    if (!ready(state)) return;
+    FI_form* form = load();
+    FIf_display(form);
+    for ([[maybe_unused]] auto _ : state)
+        fi_form_button(form, 30, 30, 1, TRANS_CLICK, 0);
+    state.SetItemsProcessed(state.iterations());
+    FIf_delete(form);
+}
+
+void redraw_area(benchmark::State& state) {
+    if (!ready(state)) return;
+    FI_form* form = load();
+    FIf_display(form);
+    for ([[maybe_unused]] auto _ : state)
+        fi_redraw_area(form, 30, 30, 60, 60);
+    state.SetItemsProcessed(state.iterations());
+    FIf_delete(form);
+}
+
+} // namespace
+
+BENCHMARK(load_and_draw)->Unit(benchmark::kMillisecond);
+BENCHMARK(draw)->Unit(benchmark::kMillisecond);
+BENCHMARK(press_button)->Unit(benchmark::kMicrosecond);
+BENCHMARK(redraw_area)->Unit(benchmark::kMicrosecond);
+
+int main(int count, char** arguments) {
+    product_root_init();
+    set_program_paths(arguments[0]);
+    benchmark::Initialize(&count, arguments);
+    benchmark::RunSpecifiedBenchmarks();
+    FI_leave();
+    tools_leave();
+    return 0;
+}

@@ -1,0 +1,115 @@
+// Keys, wheel, dropped files and another size of the screen.
+#include "desktop/input.h"
+
+#include <algorithm>
+
+#include "desktop/appforms.h"
+#include "desktop/commands.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
+#include "support/log.h"
+#include "support/memory.h"
+#include "tools/events.h"
+#include "tools/windows.h"
+#include "view/viewtools.h"
+
+namespace {
+
+constexpr int PAN_PART = 4;         // of the viewport that an arrow key moves by
+constexpr int WHEEL_STEPS_MAX = 16; // that are taken at once, however many have come while the program was busy
+
+// What has been noted.
+struct noticed {
+    char* path;  // of a dropped file; owned
+    bool screen; // has another size
+};
+noticed waiting = {nullptr, false};
+
+void notice_drop(const char* path) {
+    char* copy = mem_copy_text(path);
+    if (copy == nullptr) return;
+    mem_free(waiting.path);
+    waiting.path = copy;
+}
+
+void open_dropped() {
+    char* path = waiting.path;
+    waiting.path = nullptr;
+    if (path == nullptr) return;
+    open_image_command(path);
+    mem_free(path);
+}
+
+// The forms and the picture take their places on the screen as it is now.
+void lay_out() {
+    if (!waiting.screen) return;
+    waiting.screen = false;
+    forms_close();
+    forms_create();
+    picture_lay_out();
+}
+
+// A quarter of the viewport in the given direction.
+void pan(int right, int down) {
+    view* v = &picture_view;
+    const int dx = (v->x2 - v->x1 + 1) / PAN_PART;
+    const int dy = (v->y2 - v->y1 + 1) / PAN_PART;
+    tool_pan(v, (v->x1 + v->x2) / 2 + right * dx, (v->y1 + v->y2) / 2 + down * dy);
+}
+
+// One step about the middle, unless no step back would be possible from there.
+void step(view_tool tool, int32_t zoom_limit) {
+    view* v = &picture_view;
+    if (v->zoom != zoom_limit) tool(v, (v->x1 + v->x2) / 2, (v->y1 + v->y2) / 2);
+}
+
+void press_key(uint8_t key) {
+    switch (key) {
+    case '+': step(tool_zoom_in, VIEW_ZOOM_STEP_MAX); break;
+    case '-': step(tool_zoom_out, -VIEW_ZOOM_STEP_MAX); break;
+    case 'b': tool_set(tool_zoom_box, NO_GADGET); break;
+    case 'f': tool_fit(&picture_view, 0, 0); break;
+    case KEY_LEFT: pan(-1, 0); break;
+    case KEY_RIGHT: pan(1, 0); break;
+    case KEY_UP: pan(0, -1); break;
+    case KEY_DOWN: pan(0, 1); break;
+    default: break;
+    }
+}
+
+} // namespace
+
+void input_notice(const desk_message* message) {
+    if (message->kind == desk_kind::drop) notice_drop(message->text);
+    Post_user_data(0);
+}
+
+void input_notice_screen() {
+    waiting.screen = true;
+    Post_user_data(0);
+}
+
+void input_user_event() {
+    Get_user_data(nullptr);
+    if (!forms_up) return;
+    lay_out();
+    open_dropped();
+}
+
+void input_wheel() {
+    int window = 0, x = 0, y = 0, steps = 0;
+    if (Get_wheel_data(&window, &x, &y, &steps, nullptr) != 0 || !forms_up || window != picture_view.window) return;
+    wheel_zoom(&picture_view, x, y, std::clamp(steps, -WHEEL_STEPS_MAX, WHEEL_STEPS_MAX));
+}
+
+void input_key() {
+    int count = 0;
+    if (Get_keyboard_data(&count) != 0 || !forms_up) return;
+    for (int i = 0; i < count; ++i)
+        press_key(static_cast<uint8_t>(keyboard_buffer[i]));
+}
+
+void input_reset() {
+    mem_free(waiting.path);
+    waiting = {nullptr, false};
+}

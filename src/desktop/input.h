@@ -1,0 +1,29 @@
+// What the picture does by keys, by the wheel, and with a file that is dropped on the window.
+//
+//   + -       one step nearer or away, about the middle        arrows   a quarter of the window that way
+//   b         zoom to a box: two clicks                        f        the whole picture
+#pragma once
+
+#include <cstdint>
+
+// Codes of the arrow keys in the keyboard buffer.
+enum : uint8_t { KEY_LEFT = 128, KEY_DOWN = 131, KEY_RIGHT = 132, KEY_UP = 133 };
+
+struct desk_message;
+
+// Note a dropped file, and that the screen has another size, when that comes out of the message pump: whatever loop is
+// pumping, the work is done from the main loop, by way of a user event.
+void input_notice(const desk_message* message);
+void input_notice_screen();
+
+// Does the work that has been noted, and takes the user event off its queue.
+void input_user_event();
+
+// Takes the oldest wheel event, and zooms when it is over the picture.
+void input_wheel();
+
+// Takes the oldest key event, and does what the key says.
+void input_key();
+
+// Forgets what has been noted.
+void input_reset();

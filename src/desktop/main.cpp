@@ -1,0 +1,211 @@
+// Start, main loop and end of the desktop program.
+#include "desktop/main.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/open_image.h"
+#include "desktop/appforms.h"
+#include "desktop/arguments.h"
+#include "desktop/commands.h"
+#include "desktop/dispatch.h"
+#include "desktop/input.h"
+#include "desktop/messages.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
+#include "desktop/title.h"
+#include "output/impack.h"
+#include "platform/files.h"
+#include "support/log.h"
+#include "surface/paths.h"
+#include "tools/colors.h"
+#include "tools/events.h"
+#include "tools/process.h"
+#include "tools/windows.h"
+#include "view/pick.h"
+#include "view/viewtools.h"
+
+namespace {
+
+constexpr const char* OPTIONS = "p:f:";
+constexpr int STATUS_USAGE = 2;
+constexpr int SCREEN_TRUE_COLOR = 256; // a bit of the screen record's flags
+constexpr const char* DEFAULT_ROOT = "/vantor";
+constexpr const char* FORM_DIRECTORY = "tinct";
+
+// What the options name; null for nothing. They point into the expanded arguments.
+struct start_files {
+    const char* image;
+    const char* palette;
+};
+
+// Says on standard error what is wrong with the command line.
+bool refuse(const char* why, const char* word) {
+    std::fprintf(stderr, "tinct: %s \"%s\"; --help tells the options\n", why, word);
+    return false;
+}
+
+// False after a message. A file without an option in front of it is a rendered image; behind "--" stands nothing that
+// would be opened.
+bool read_options(const argument_list* list, start_files* files) {
+    *files = {nullptr, nullptr};
+    reset_options();
+    for (int letter; (letter = get_option(list->count, list->values, OPTIONS)) != -1;) {
+        const char* argument = get_option_argument();
+        if (letter == '?') return refuse("unknown option", argument);
+        if (argument == nullptr) return refuse("no file behind option", list->values[get_option_index() - 1]);
+        if (letter == 'f') files->image = argument;
+        if (letter == 'p') files->palette = argument;
+    }
+    const int first = get_option_index();
+    if (first >= list->count || std::strcmp(list->values[first], "--") == 0) return true;
+    if (first + 1 < list->count || files->image != nullptr)
+        return refuse("one image at a time, and not also", list->values[list->count - 1]);
+    files->image = list->values[first];
+    return true;
+}
+
+// Blanks are taken out of what names no file as it stands.
+void strip_arguments(const argument_list* list) {
+    for (int i = 1; i < list->count; ++i)
+        if (!files_exists(list->values[i])) strip_blanks(list->values[i]);
+}
+
+// ---- start --------------------------------------------------------------------------------------------------------
+
+void read_screen() {
+    int screen = 0;
+    int status = 0;
+    int32_t records[SCREEN_RECORDS][SCREEN_WORDS];
+    Inq_displayed_vs(&screen);
+    Inq_screen_status(screen, &status);
+    Inq_screen_info(records);
+    const int32_t* words = records[0];
+    const bool is_true = (words[SCREEN_FLAGS] & SCREEN_TRUE_COLOR) != 0;
+    own_window = 1;
+    display_planes = is_true ? TRUE_COLOR_PLANES : words[SCREEN_PLANES];
+    display_mask = (1u << display_planes) - 1;
+}
+
+void form_directory(char* path, size_t size) {
+    const char* root = std::getenv(VARIABLE_ROOT);
+    if (root == nullptr) root = DEFAULT_ROOT;
+    const size_t length = std::strlen(root);
+    const bool ends = length > 0 && (root[length - 1] == '/' || root[length - 1] == '\\');
+    std::snprintf(path, size, "%s%s%s", root, ends ? "" : "/", FORM_DIRECTORY);
+}
+
+void open_start_files(const start_files* files) {
+    if (files->image != nullptr) open_image_command(files->image);
+    if (files->palette != nullptr) open_palette_command(files->palette);
+}
+
+// Everything between the command line and the loop. False after a message.
+bool start(const start_files* files) {
+    if (Enter_tools() != 0) {
+        log_message(LOG_ERROR, "Failed to Enter_tools.\n");
+        return false;
+    }
+    show_title();
+    all_busycursor();
+    forms_start();
+    read_screen();
+    picture_watch_image();
+    tools_set_close_query(close_query);
+    tools_set_input_hook(input_notice);
+    tools_set_screen_hook(input_notice_screen);
+    imp_set_pending_events(tools_pending_events);
+    Enable_events(PROGRAM_EVENTS);
+    Set_keyboard_buffer(keyboard_buffer, KEYBOARD_BUFFER_SIZE);
+    tools_start(pick_advance, forms_release_button);
+    pick_start(&picture_view, choose_pen);
+    all_busycursor();
+    if (init_forms() == 0) {
+        close_forms(0);
+        log_message(LOG_ERROR, "Failed to initialize forms\n");
+        return false;
+    }
+    open_start_files(files);
+    return true;
+}
+
+// ---- loop and end -------------------------------------------------------------------------------------------------
+
+void run() {
+    while (!quit_requested) {
+        forms_palette_follow();
+        all_defaultcursor();
+        showcursor(picture_view.window);
+        uint32_t event = 0;
+        if (Wait_for_next(PROGRAM_EVENTS, &event) != 0) return; // the tools have ended
+        dispatch_events(event);
+    }
+}
+
+void end() {
+    imp_set_pending_events(nullptr);
+    tools_set_input_hook(nullptr);
+    tools_set_screen_hook(nullptr);
+    tools_set_close_query(nullptr);
+    input_reset();
+    open_image.rows_changed = {};
+    open_image.display = {};
+    image_close();
+    palette_clear(&program_colors);
+    pattern_palette_clear(&program_patterns);
+    Exit_tools();
+}
+
+// A window that says that the program is there while everything else is gone.
+void show_placeholder() {
+    int window = 0;
+    if (Create_win(0, "Tinct", 100, 700, 300, 701, &window) != 0) return;
+    Display_win(window);
+    uint32_t events = 0;
+    Wait_for_events(PROGRAM_EVENTS, &events);
+    Delete_win(window);
+    Clear_collapse_data();
+}
+
+} // namespace
+
+int init_forms() {
+    forms_up = true;
+    RGB_init(0, display_planes);
+    char directory[FILES_PATH_SIZE];
+    form_directory(directory, sizeof directory);
+    forms_set_directory(directory);
+    forms_set_hooks(display_planes == TRUE_COLOR_PLANES);
+    return forms_create() != 0 && picture_open_window() ? 1 : 0;
+}
+
+void close_forms(int restart) {
+    forms_close();
+    picture_close_window();
+    if (restart != 0) show_placeholder();
+    forms_up = false;
+}
+
+int tinct_main(int count, char** arguments, char** /*environment*/) {
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
+    messages_start();
+    quit_requested = false;
+    argument_list list;
+    // A response file that can't be read has been told; the list is empty then, and the program comes up without it.
+    expand_arguments(count, arguments, OPTIONS, &list);
+    strip_arguments(&list);
+    start_files files;
+    if (!read_options(&list, &files)) {
+        argument_list_free(&list);
+        return STATUS_USAGE;
+    }
+    const bool started = start(&files);
+    if (started) {
+        run();
+        close_forms(0);
+    }
+    argument_list_free(&list);
+    end();
+    return started ? 0 : 1;
+}
