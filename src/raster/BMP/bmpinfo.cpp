@@ -115,6 +115,7 @@ const format_module bmp_module = {
     .spec_size = sizeof(bmp_spec),
     .formats = FORMATS,
     .limits = LIMITS,
+    .traits = MODULE_COLORS,
     .open = bmp_open,
     .initialise = bmp_initialise,
 };

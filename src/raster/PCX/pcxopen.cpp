@@ -220,6 +220,7 @@ const format_module pcx_module = {
     .spec_size = sizeof(pcx_spec),
     .formats = FORMATS,
     .limits = LIMITS,
+    .traits = MODULE_COLORS,
     .open = pcx_open,
     .initialise = pcx_initialise,
 };
