@@ -107,7 +107,8 @@ int program_fail_reading(const char* path, const char* otherwise) {
 }
 
 int program_put_in_place(const char* path) {
-    if (!state.has_reported) {
+    out_bytes(nullptr, 0); // what could not be said is a failure too
+    if (!state.has_reported && !out_failed()) {
         return files_replace_commit() ? static_cast<int>(EXIT_DONE) : program_fail_writing(path, "");
     }
     files_replace_abandon();

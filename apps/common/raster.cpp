@@ -1,5 +1,6 @@
 #include "common/raster.h"
 
+#include <cstdio>
 #include <cstring>
 #include <strings.h>
 
@@ -12,10 +13,23 @@ const char* raster_extension(const char* path) {
     return dot != nullptr && std::strpbrk(dot, "/\\") == nullptr ? dot + 1 : "";
 }
 
-int raster_line_failed(CFILE* file, const char* path, int32_t line) {
+const char* raster_reason(uint32_t status) {
+    static char text[256];
+    const char* detail = rzl_status_detail();
+    bool names_feature = std::strncmp(rzl_status_name(status), "RZL_UNSUP_", 10) == 0 && detail[0] != '\0';
+    if (!names_feature) return rzl_status_text(status);
+    std::snprintf(text, sizeof text, "%s (%s)", rzl_status_text(status), detail);
+    return text;
+}
+
+const char* raster_reason_of(CFILE* file) {
     uint32_t status = 0;
     rzl_get_hdr_data(file, RZL_FIELD_STATUS, &status);
-    return program_fail("Line %d of \"%s\" can not be read: %s", line, path, rzl_status_text(status));
+    return raster_reason(status);
+}
+
+int raster_line_failed(CFILE* file, const char* path, int32_t line) {
+    return program_fail("Line %d of \"%s\" can not be read: %s", line, path, raster_reason_of(file));
 }
 
 namespace {

@@ -19,6 +19,7 @@
 namespace {
 
 constexpr int CHANNELS = 4;
+constexpr int SAMPLES_OF_COLOR = 3;
 constexpr int64_t PLAIN_TILE = 1024;       // a side that needs no picture of its size
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
@@ -181,6 +182,7 @@ struct conversion {
     CFILE* out;
     pixel_kind target;
     mem_guard<uint8_t> planes[CHANNELS];
+    mem_guard<uint8_t> pixels; // a line of both files with its samples together; null where lines go as planes
     mem_guard<rzl_vlt_entry> vlt;
     Impack* reduced; // null where the lines of the source go out
     bool turned;     // the target has no lines in the order of the source: they go out the other way round
@@ -257,9 +259,25 @@ bool write_header(conversion* c) {
     return copy_vlt(c) && rzl_write_header(c->out) == 0;
 }
 
+// Whether a file stores red, green and blue of a pixel together.
+bool stores_pixels(CFILE* file) {
+    if (!has_field(file, RZL_FIELD_SAMPLES, SAMPLES_OF_COLOR)) return false;
+    if (has_field(file, RZL_FIELD_STANDARD, RZL_STANDARD_TIFF)) return has_field(file, RZL_FIELD_PLANAR, 1);
+    return has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_RGB);
+}
+
+// Rows that both files store as pixels are not taken apart on the way, unless they are turned round.
+bool make_pixels(conversion* c) {
+    bool colors = c->source->kind == pixel_kind::color && c->target == pixel_kind::color;
+    if (!colors || c->mirrored || !stores_pixels(c->source->file) || !stores_pixels(c->out)) return true;
+    c->pixels.block = mem_new_array<uint8_t>(static_cast<size_t>(c->source->width) * SAMPLES_OF_COLOR);
+    return static_cast<bool>(c->pixels);
+}
+
 bool read_line(conversion* c) {
     auto& p = c->planes;
     const raster_source* s = c->source;
+    if (c->pixels) return rzl_getline_interleaved(s->file, c->pixels.get()) == 0;
     if (s->kind == pixel_kind::color || (s->kind == pixel_kind::mapped && c->target == pixel_kind::color)) {
         return rzl_getline3(s->file, p[0].get(), p[1].get(), p[2].get()) == 0;
     }
@@ -295,6 +313,7 @@ void mirror_line(conversion* c) {
 
 bool write_line(conversion* c) {
     auto& p = c->planes;
+    if (c->pixels) return rzl_putline_interleaved(c->out, c->pixels.get()) == 0;
     if (c->mirrored) mirror_line(c);
     bool one_plane = c->source->kind == pixel_kind::grey || c->source->kind == pixel_kind::bilevel;
     if (c->source->kind == pixel_kind::bilevel && c->target != pixel_kind::bilevel) widen_bits(c, 255);
@@ -322,6 +341,7 @@ int line_not_written(const conversion* c) {
 int copy_lines(conversion* c) {
     const raster_source* s = c->source;
     const char* path = c->request->in.path;
+    if (!make_pixels(c)) return program_fail("There is no memory for a line of %d pixels.", s->width);
     if (c->turned) rzl_randomize(s->file); // only makes seeking quick
     for (int32_t line = 0; line < s->height; ++line) {
         if (c->turned && rzl_seek(s->file, s->height - 1 - line) != 0) return raster_line_failed(s->file, path, line);
@@ -351,7 +371,7 @@ int header_failed(const conversion* c) {
     uint32_t status = 0;
     rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
     return program_fail_writing(c->request->out,
-                                status != 0 ? rzl_status_text(status) : "its header does not take these values.");
+                                status != 0 ? raster_reason(status) : "its header does not take these values.");
 }
 
 int write_file(conversion* c, const char* fresh) {
@@ -397,6 +417,7 @@ int convert(const raster_source* source, convert_request* request) {
                     kind_of_format(request->format),
                     {mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr),
                      mem_guard<uint8_t>(nullptr)},
+                    mem_guard<uint8_t>(nullptr),
                     mem_guard<rzl_vlt_entry>(nullptr),
                     nullptr,
                     false,

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "common/raster.h"
+
 namespace {
 
 // The low bits of the scan order.
@@ -77,7 +79,7 @@ bool refuse_part(const source_request* request, CFILE* file, uint32_t missing, c
     if (status == missing) {
         program_fail("\"%s\" has no %s %d.", request->path, what, number);
     } else {
-        program_fail("The %s %d of \"%s\" can not be read: %s", what, number, request->path, rzl_status_text(status));
+        program_fail("The %s %d of \"%s\" can not be read: %s", what, number, request->path, raster_reason(status));
     }
     return false;
 }
@@ -119,7 +121,7 @@ bool source_open(const source_request* request, raster_source* source) {
     if (source->file == nullptr) {
         uint32_t status = 0;
         rzl_get_global(RZL_GLOBAL_STATUS, &status);
-        program_fail_reading(request->path, rzl_status_text(status));
+        program_fail_reading(request->path, raster_reason(status));
         return false;
     }
     if (!activate(request, source->file)) {

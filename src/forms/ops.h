@@ -145,6 +145,8 @@ struct fi_gadget_ops {
     char* (*link_text)(FI_gadget*) = nullptr;
     // Takes over what came along a link. Null: ignores it
     void (*take_link)(FI_gadget*, const char* text) = nullptr;
+    // One of its private scroll bars reports a value, or a command at or below -1000. May call out. Null: it has none
+    void (*bar_moved)(FI_gadget*, FI_gadget* bar, double value) = nullptr;
     // A field's arrow was pressed. Null: it has none
     void (*arrow)(FI_gadget*, int direction, int transition) = nullptr;
 };

@@ -92,15 +92,20 @@ bool is_four_channel(int32_t format) {
     return format == RZL_FORMAT_JPEG_FOUR || format == RZL_FORMAT_FOUR_PLANE_RUNS || format == RZL_FORMAT_FOUR;
 }
 
+// Grey of 16 bits gives its high bytes; what is deeper is no picture.
+bool is_deep_grey(int32_t format) {
+    return format == RZL_FORMAT_INT16;
+}
 bool has_byte_samples(int32_t format) {
-    return !(format >= RZL_FORMAT_INT16 && format <= RZL_FORMAT_128);
+    return is_deep_grey(format) || !(format >= RZL_FORMAT_INT16 && format <= RZL_FORMAT_128);
 }
 
 // What reading one line needs besides the planes.
 struct line_reader {
     CFILE* file;
     const raster_shape* shape;
-    uint8_t* spare; // a packed bilevel line, or the fourth channel; null when neither is needed
+    uint8_t* spare; // a packed bilevel line, one of 16-bit grey, or the fourth channel; null when none is needed
+    int deep_bits;  // bits of deep grey below its high byte
 };
 
 bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
@@ -112,7 +117,21 @@ bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* b
     return true;
 }
 
+bool read_deep_grey(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
+    if (rzl_getline(r->file, r->spare) != 0) return false;
+    auto width = static_cast<size_t>(r->shape->file_width);
+    for (size_t x = 0; x < width; ++x) {
+        uint16_t value = 0;
+        std::memcpy(&value, r->spare + x * sizeof value, sizeof value);
+        red[x] = static_cast<uint8_t>(value >> r->deep_bits);
+    }
+    std::memcpy(green, red, width);
+    std::memcpy(blue, red, width);
+    return true;
+}
+
 bool read_line(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
+    if (is_deep_grey(r->shape->format)) return read_deep_grey(r, red, green, blue);
     if (r->shape->black_and_white) return read_bilevel(r, red, green, blue);
     if (!is_four_channel(r->shape->format)) return rzl_getline3(r->file, red, green, blue) == 0;
     void* buffers[4] = {red, green, blue, r->spare};
@@ -120,7 +139,13 @@ bool read_line(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue
 }
 
 bool needs_spare(const raster_shape* shape) {
-    return shape->black_and_white || is_four_channel(shape->format);
+    return shape->black_and_white || is_four_channel(shape->format) || is_deep_grey(shape->format);
+}
+
+int bits_below_high_byte(CFILE* file) {
+    int32_t bits = 16;
+    rzl_get_hdr_data(file, RZL_FIELD_BITS, &bits);
+    return clamped(bits, 8, 16) - 8;
 }
 
 // Reads the lines in file order into the planes, from the last row up for a bottom-up file. Each line is overwritten at
@@ -165,10 +190,10 @@ outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t
     if (!allocate(image, &shape, path)) return outcome::no_memory;
     mem_guard<uint8_t> spare(nullptr);
     if (needs_spare(&shape)) {
-        spare.block = mem_new_array<uint8_t>(static_cast<size_t>(shape.file_width) + 2);
+        spare.block = mem_new_array<uint8_t>((static_cast<size_t>(shape.file_width) + 2) * sizeof(uint16_t));
         if (!spare) return outcome::no_memory;
     }
-    line_reader reader = {file, &shape, spare.get()};
+    line_reader reader = {file, &shape, spare.get(), bits_below_high_byte(file)};
     if (!read_lines(&reader, image)) return outcome::unreadable;
     if (rzl_is_damaged(file) != 0) log_message(LOG_WARNING, "\"%s\" is damaged: parts of it are missing.\n", path);
     return outcome::loaded;

@@ -181,7 +181,7 @@ TEST_F(Batch, FailuresNameTheReasonAndLeaveNothing) {
     };
     const failing cases[] = {
         {"apply still.tnc --set 9=1,0,0 -o o.rgb", "no pen 9"},
-        {"apply still.tnc --set 1=@gone.rgb -o o.rgb", "no pattern file \"gone.rgb\""},
+        {"apply still.tnc --set 1=@gone.rgb -o o.rgb", "failed to open \"gone.rgb\" for read"},
         {"apply missing.tnc --set 1=1,0,0 -o o.rgb", "Failed to open \"missing.tnc\""},
         {"apply still.rgb --set 1=1,0,0 -o o.rgb", "is not a tinct file"},
         {"apply still.tnc --set 1=1,0,0 -o no/o.rgb", "directory does not exist"},

@@ -121,7 +121,9 @@ TEST_F(Safety, EveryFailureOfMemoryAndTransfersIsTold) {
         run_once(); // what is made once for the process is there
         // The listing of the standards takes no memory and moves no bytes by way of the files.
         if (c.words[1] == "formats") continue;
-        sweep_failures(ALL_FAILURES, run_once, check);
+        const std::vector<failing> some = {failing::allocation, failing::transfers_onward};
+        const std::vector<failing> all(std::begin(ALL_FAILURES), std::end(ALL_FAILURES));
+        sweep_failures(torture() > 0 ? all : some, run_once, check);
         clear_outs(c);
     }
     stop_set_action(nullptr, nullptr);
@@ -280,7 +282,8 @@ TEST_F(Safety, EveryFailingCallOfTheSystemIsTold) {
         // Of the commands that write nothing, standard output alone could fail, which is another test's.
         if (c.outs.empty()) continue;
         for (const auto& f : failures) {
-            if (WITH_SANITIZER && std::string(f.call) == "mmap") continue; // it ends the program by itself
+            // A checker of memory maps for itself, and reads files of its own when all is done.
+            if (WITH_SANITIZER && (std::string(f.call) == "mmap" || std::string(f.call) == "read")) continue;
             bool hit = true;
             // The first calls are the loader's.
             for (int n = 1; hit && n < 400; n += n < 40 ? 1 : 17) {
