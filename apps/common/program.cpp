@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "platform/files.h"
+#include "raster/rzl.h"
 #include "support/log.h"
 
 namespace {
@@ -68,6 +69,7 @@ int program_run(const program_definition* definition, int count, char** argument
     state = {definition, false};
     out_begin();
     log_set_sink(report, nullptr);
+    rzl_set_extended(1);
     // A reader of our output that goes away, and a file that outgrows its limit, make a write fail, which is told like
     // any other failure.
     std::signal(SIGPIPE, SIG_IGN);
@@ -105,7 +107,8 @@ int program_fail_reading(const char* path, const char* otherwise) {
 }
 
 int program_put_in_place(const char* path) {
-    if (!state.has_reported) {
+    out_bytes(nullptr, 0); // what could not be said is a failure too
+    if (!state.has_reported && !out_failed()) {
         return files_replace_commit() ? static_cast<int>(EXIT_DONE) : program_fail_writing(path, "");
     }
     files_replace_abandon();

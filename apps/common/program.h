@@ -56,8 +56,9 @@ int program_usage(const char* format, ...) __attribute__((format(printf, 1, 2)))
 int program_fail_writing(const char* path, const char* otherwise);
 int program_fail_reading(const char* path, const char* otherwise);
 
-// Puts the new content of the user's file, which is under way, in its place; unless something was reported, as a run
-// that failed replaces nothing. EXIT_DONE, or EXIT_FAILED after a message.
+// Puts the new content of the user's file, which is under way, in its place; unless something was reported or standard
+// output could not be written, as a run that failed replaces nothing. So a command prints what it has to say before.
+// EXIT_DONE, or EXIT_FAILED after a message.
 int program_put_in_place(const char* path);
 
 // ---- words of the command line -------------------------------------------------------------------------------------

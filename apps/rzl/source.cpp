@@ -19,8 +19,22 @@ bool has_table(const raster_source* s) {
     return s->vlt_type == RZL_VLT_ENTRIES && s->vlt_entries > 0 && s->vlt_entries <= MOST_VLT_ENTRIES;
 }
 
+// Files of these standards always have a table, which for most says no more than what bits mean without one.
+bool is_black_and_white(const raster_source* s) {
+    constexpr int WHITE = 255;
+    int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);
+    rzl_vlt_entry table[256] = {};
+    bool looks = (standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX) && s->bits == 1 &&
+                 s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
+    auto is = [](const rzl_vlt_entry& e, int value) {
+        return e.red >> 8 == value && e.green >> 8 == value && e.blue >> 8 == value;
+    };
+    return looks && is(table[0], 0) && is(table[1], WHITE);
+}
+
 pixel_kind kind_of(const raster_source* s) {
-    bool two_colors = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF || has_table(s);
+    bool is_gif = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF;
+    bool two_colors = is_gif || (has_table(s) && !is_black_and_white(s));
     if (s->bits == 1 && two_colors) return pixel_kind::mapped;
     switch (s->format) {
     case RZL_FORMAT_BILEVEL:

@@ -188,9 +188,9 @@ int write_pair(const scene& s, const sample_request& request) {
     const char* failed = good ? "tnc" : "rgb";
     good = good && !program_has_reported() && write_file(stem + ".tnc", r.tnc.file);
     if (!good) files_replace_abandon();
-    if (!good || !files_replace_commit()) return program_fail_writing((stem + "." + failed).c_str(), "it is not whole.");
+    if (!good) return program_fail_writing((stem + "." + failed).c_str(), "it is not whole.");
     out_format("%s.rgb\n%s.tnc\n", stem.c_str(), stem.c_str());
-    return EXIT_DONE;
+    return program_put_in_place(stem.c_str());
 }
 
 int render(word_list* words) {

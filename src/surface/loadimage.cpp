@@ -1,4 +1,5 @@
 // Loading a raster file into three planes.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,7 +16,8 @@
 namespace {
 
 constexpr const char* DEFAULT_ROOT = "c:\\vantor";
-constexpr int32_t ORIENTATION_ROWS = 3;      // low two bits of the scan order
+constexpr int32_t ORIENTATION_ROWS = 3; // low two bits of the scan order
+constexpr int32_t ORIENTATION_RIGHT_TO_LEFT = 1;
 constexpr int32_t ORIENTATION_BOTTOM_UP = 2; // from this value on the last row comes first
 
 // ---- finding the file --------------------------------------------------------------------------------------------
@@ -35,7 +37,7 @@ struct raster_shape {
     int32_t file_width, file_height;
     int32_t width, height; // stored
     int32_t format;
-    bool bottom_up;
+    bool bottom_up, right_to_left;
     bool black_and_white; // bilevel, without a table of its two colours
 };
 
@@ -63,8 +65,9 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
     rzl_get_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
     shape->black_and_white = is_bilevel(shape->format) && !has_table(file);
     shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
-    // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up file is stored whole.
-    bool whole = shape->bottom_up;
+    shape->right_to_left = orientation > 0 && (orientation & ORIENTATION_RIGHT_TO_LEFT) != 0;
+    // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up or mirrored file is stored whole.
+    bool whole = shape->bottom_up || shape->right_to_left;
     shape->width = whole || shape->file_width < max_width ? shape->file_width : max_width;
     shape->height = whole || shape->file_height < max_height ? shape->file_height : max_height;
     return shape->width > 0 && shape->height > 0;
@@ -151,7 +154,10 @@ bool read_lines(const line_reader* r, raster_image* image) {
     for (int32_t line = 0; line < image->height; ++line) {
         int32_t row = r->shape->bottom_up ? image->height - 1 - line : line;
         size_t offset = static_cast<size_t>(row) * static_cast<size_t>(image->width);
-        if (!read_line(r, image->red + offset, image->green + offset, image->blue + offset)) return false;
+        uint8_t* const row_planes[3] = {image->red + offset, image->green + offset, image->blue + offset};
+        if (!read_line(r, row_planes[0], row_planes[1], row_planes[2])) return false;
+        for (uint8_t* plane : row_planes)
+            if (r->shape->right_to_left) std::reverse(plane, plane + image->width);
     }
     return true;
 }

@@ -16,6 +16,7 @@ namespace {
 
 std::atomic<uint32_t> library_status{0};
 std::atomic<int32_t> library_debug_level{0};
+std::atomic<bool> library_extended{false};
 
 // What the last failure of a thread was about; cut to its size.
 thread_local char failure_detail[80];
@@ -288,6 +289,13 @@ uint32_t last_status() {
 
 void set_last_status(uint32_t status) {
     library_status.store(status, std::memory_order_relaxed);
+}
+
+bool is_extended() {
+    return library_extended.load(std::memory_order_relaxed);
+}
+void rzl_set_extended(int on) {
+    library_extended.store(on != 0, std::memory_order_relaxed);
 }
 
 int32_t debug_level() {
