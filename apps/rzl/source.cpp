@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr int32_t PHOTOMETRIC_RGB = 2; // of TIFF files
+
 // The low bits of the scan order.
 constexpr int32_t ORIENTATION_FROM_BOTTOM = 2;
 constexpr int32_t ORIENTATION_FROM_RIGHT = 1;
@@ -32,7 +34,15 @@ bool is_black_and_white(const raster_source* s) {
     return looks && is(table[0], 0) && is(table[1], WHITE);
 }
 
+// Red, green, blue and another sample, which stands for how much of them is seen: what is no colour is left out.
+bool has_alpha(const raster_source* s) {
+    bool four = s->format == RZL_FORMAT_FOUR || s->format == RZL_FORMAT_FOUR_PLANE_RUNS;
+    return four && source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_TIFF &&
+           source_field(s, RZL_FIELD_PHOTOMETRIC, 0) == PHOTOMETRIC_RGB;
+}
+
 pixel_kind kind_of(const raster_source* s) {
+    if (has_alpha(s)) return pixel_kind::color;
     bool is_gif = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF;
     bool two_colors = is_gif || (has_table(s) && !is_black_and_white(s));
     if (s->bits == 1 && two_colors) return pixel_kind::mapped;

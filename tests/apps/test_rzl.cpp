@@ -226,3 +226,15 @@ TEST_F(Rzl, CutFilesNeverGiveSuccess) {
     EXPECT_EQ(run("rzl").status, 2);
     EXPECT_EQ(run("rzl info cut.rgb --image 3").status, 1);
 }
+
+TEST_F(Rzl, AFourthSampleOfRedGreenBlueIsLeftOut) {
+    // Two pixels: 1 2 3 and 4 5 6, with 200 and 100 as what is seen of them.
+    write("a.pam", "P7\nWIDTH 2\nHEIGHT 1\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n\1\2\3\310\4\5\6\144");
+    ASSERT_EQ(std::system(("pamtotiff -truecolor <" + directory + "/a.pam >" + directory + "/a.tif").c_str()), 0);
+    EXPECT_EQ(run("rzl cat a.tif").out, "\1\2\3\4\5\6");
+    for (const char* out : {"b.tif", "b.rgb", "b.tif --format 28 --compression 1"}) {
+        ASSERT_EQ(run(std::string("rzl convert a.tif ") + out).status, 0) << out;
+        EXPECT_EQ(run("rzl cat " + std::string(out).substr(0, 5)).out, "\1\2\3\4\5\6") << out;
+    }
+    EXPECT_EQ(run("rzl convert a.tif b.tif --format 69").status, 1);
+}
