@@ -41,6 +41,7 @@ int32_t field_of(CFILE* file, int32_t field) {
 
 constexpr size_t WIDEST_PIXEL = 16; // bytes of a sample of 128 bits
 constexpr size_t LINE_MARGIN = 16;  // the words of a bilevel line
+constexpr int COLOR_CHANNELS = 3;
 
 } // namespace
 
@@ -61,16 +62,20 @@ bool raster_is_whole(CFILE* file, const char* path) {
         program_fail("\"%s\" is too wide.", path);
         return false;
     }
-    // One plane is enough: the samples of a pixel stand together, or the planes of a line behind each other.
-    mem_guard<uint8_t> line(mem_new_array<uint8_t>(bytes));
-    if (!line) {
+    // One plane would be enough, where a file gives it: the samples of a pixel stand together, or the planes of a line
+    // behind each other. Some formats give colours in three planes only.
+    const int channels = field_of(file, RZL_FIELD_SAMPLES) == COLOR_CHANNELS ? COLOR_CHANNELS : 1;
+    mem_guard<uint8_t> room(static_cast<uint8_t*>(mem_alloc_array(bytes, static_cast<size_t>(channels))));
+    if (!room) {
         program_fail("There is no memory for a line of \"%s\".", path);
         return false;
     }
-    void* planes[1] = {line.get()};
+    void* planes[COLOR_CHANNELS] = {room.get(), nullptr, nullptr};
+    for (int i = 1; i < channels; ++i)
+        planes[i] = room.get() + bytes * static_cast<size_t>(i);
     int32_t lines = raster_lines(file);
     for (int32_t i = 0; i < lines; ++i) {
-        if (rzl_getline_channels(file, 1, planes) != 0) {
+        if (rzl_getline_channels(file, channels, planes) != 0) {
             raster_line_failed(file, path, i);
             return false;
         }

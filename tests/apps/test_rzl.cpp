@@ -157,6 +157,7 @@ TEST_F(Rzl, ConvertKeepsPicturesUpright) {
                 SCOPED_TRACE(out + std::to_string(orientation));
                 ASSERT_EQ(run(std::string("rzl convert ") + name + ".rgb " + out).status, 0);
                 EXPECT_EQ(run("rzl cat " + out).out, wanted);
+                EXPECT_EQ(run("rzl info " + out).status, 0); // which reads every line
                 ASSERT_EQ(run("rzl convert " + out + " back.tga").status, 0);
                 EXPECT_EQ(run("rzl cat back.tga").out, wanted);
             }
