@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "platform/files.h"
+#include "raster/rzl.h"
 #include "support/log.h"
 
 namespace {
@@ -68,6 +69,7 @@ int program_run(const program_definition* definition, int count, char** argument
     state = {definition, false};
     out_begin();
     log_set_sink(report, nullptr);
+    rzl_set_extended(1);
     // A reader of our output that goes away, and a file that outgrows its limit, make a write fail, which is told like
     // any other failure.
     std::signal(SIGPIPE, SIG_IGN);

@@ -1,5 +1,6 @@
 #include "common/raster.h"
 
+#include <cstdio>
 #include <cstring>
 #include <strings.h>
 
@@ -12,10 +13,23 @@ const char* raster_extension(const char* path) {
     return dot != nullptr && std::strpbrk(dot, "/\\") == nullptr ? dot + 1 : "";
 }
 
-int raster_line_failed(CFILE* file, const char* path, int32_t line) {
+const char* raster_reason(uint32_t status) {
+    static char text[256];
+    const char* detail = rzl_status_detail();
+    bool names_feature = std::strncmp(rzl_status_name(status), "RZL_UNSUP_", 10) == 0 && detail[0] != '\0';
+    if (!names_feature) return rzl_status_text(status);
+    std::snprintf(text, sizeof text, "%s (%s)", rzl_status_text(status), detail);
+    return text;
+}
+
+const char* raster_reason_of(CFILE* file) {
     uint32_t status = 0;
     rzl_get_hdr_data(file, RZL_FIELD_STATUS, &status);
-    return program_fail("Line %d of \"%s\" can not be read: %s", line, path, rzl_status_text(status));
+    return raster_reason(status);
+}
+
+int raster_line_failed(CFILE* file, const char* path, int32_t line) {
+    return program_fail("Line %d of \"%s\" can not be read: %s", line, path, raster_reason_of(file));
 }
 
 namespace {
@@ -27,6 +41,7 @@ int32_t field_of(CFILE* file, int32_t field) {
 
 constexpr size_t WIDEST_PIXEL = 16; // bytes of a sample of 128 bits
 constexpr size_t LINE_MARGIN = 16;  // the words of a bilevel line
+constexpr int COLOR_CHANNELS = 3;
 
 } // namespace
 
@@ -47,16 +62,20 @@ bool raster_is_whole(CFILE* file, const char* path) {
         program_fail("\"%s\" is too wide.", path);
         return false;
     }
-    // One plane is enough: the samples of a pixel stand together, or the planes of a line behind each other.
-    mem_guard<uint8_t> line(mem_new_array<uint8_t>(bytes));
-    if (!line) {
+    // One plane would be enough, where a file gives it: the samples of a pixel stand together, or the planes of a line
+    // behind each other. Some formats give colours in three planes only.
+    const int channels = field_of(file, RZL_FIELD_SAMPLES) == COLOR_CHANNELS ? COLOR_CHANNELS : 1;
+    mem_guard<uint8_t> room(static_cast<uint8_t*>(mem_alloc_array(bytes, static_cast<size_t>(channels))));
+    if (!room) {
         program_fail("There is no memory for a line of \"%s\".", path);
         return false;
     }
-    void* planes[1] = {line.get()};
+    void* planes[COLOR_CHANNELS] = {room.get(), nullptr, nullptr};
+    for (int i = 1; i < channels; ++i)
+        planes[i] = room.get() + bytes * static_cast<size_t>(i);
     int32_t lines = raster_lines(file);
     for (int32_t i = 0; i < lines; ++i) {
-        if (rzl_getline_channels(file, 1, planes) != 0) {
+        if (rzl_getline_channels(file, channels, planes) != 0) {
             raster_line_failed(file, path, i);
             return false;
         }

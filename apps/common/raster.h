@@ -17,6 +17,13 @@ bool raster_is_whole(CFILE* file, const char* path);
 // more; then raster_is_undamaged() fails.
 int32_t raster_lines(CFILE* file);
 
+// The reason of a failure as a sentence: the status's own, and, for a feature that is not supported, which one it is.
+// The text is valid until the next call.
+const char* raster_reason(uint32_t status);
+
+// The same for what the last operation on a file left.
+const char* raster_reason_of(CFILE* file);
+
 // The message that a line can't be read, with the reason that the handle holds. Gives EXIT_FAILED.
 int raster_line_failed(CFILE* file, const char* path, int32_t line);
 

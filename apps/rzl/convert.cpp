@@ -19,6 +19,7 @@
 namespace {
 
 constexpr int CHANNELS = 4;
+constexpr int SAMPLES_OF_COLOR = 3;
 constexpr int64_t PLAIN_TILE = 1024;       // a side that needs no picture of its size
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
@@ -110,13 +111,20 @@ pixel_kind kind_of_format(int64_t format) {
     }
 }
 
-int64_t nearest_format(pixel_kind kind) {
-    switch (kind) {
-    case pixel_kind::bilevel: return RZL_FORMAT_BILEVEL;
-    case pixel_kind::color: return RZL_FORMAT_PLANE_RUNS;
-    case pixel_kind::four: return RZL_FORMAT_FOUR;
-    default: return RZL_FORMAT_BYTE_RUNS;
-    }
+// The data formats that hold a kind of pixels, the first by choice.
+constexpr int32_t KIND_FORMATS[][3] = {
+    {RZL_FORMAT_BILEVEL, RZL_FORMAT_BILEVEL_RUNS, RZL_FORMAT_BYTE_RUNS},
+    {RZL_FORMAT_PLANE_RUNS, RZL_FORMAT_RGB, RZL_FORMAT_COLOR_RUNS},
+    {RZL_FORMAT_FOUR, RZL_FORMAT_FOUR_PLANE_RUNS, RZL_FORMAT_FOUR},
+    {RZL_FORMAT_BYTE_RUNS, RZL_FORMAT_BYTE, RZL_FORMAT_BYTE_PAIRS},
+};
+
+// The first that the standard has; without any the first, which is refused.
+int64_t nearest_format(pixel_kind kind, int32_t standard) {
+    size_t row = kind == pixel_kind::bilevel ? 0 : (kind == pixel_kind::color ? 1 : (kind == pixel_kind::four ? 2 : 3));
+    for (int32_t format : KIND_FORMATS[row])
+        if (rzl_standard_takes(standard, format) != 0) return format;
+    return KIND_FORMATS[row][0];
 }
 
 bool can_hold(pixel_kind target, pixel_kind source) {
@@ -136,7 +144,7 @@ bool reduces(const raster_source* source, const convert_request* request) {
 
 int64_t default_format(const raster_source* source, const convert_request* request) {
     bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
-    return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind);
+    return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
 }
 
 int check_target(const raster_source* source, convert_request* request) {
@@ -174,8 +182,11 @@ struct conversion {
     CFILE* out;
     pixel_kind target;
     mem_guard<uint8_t> planes[CHANNELS];
+    mem_guard<uint8_t> pixels; // a line of both files with its samples together; null where lines go as planes
     mem_guard<rzl_vlt_entry> vlt;
     Impack* reduced; // null where the lines of the source go out
+    bool turned;     // the target has no lines in the order of the source: they go out the other way round
+    bool mirrored;   // nor pixels from right to left
 };
 
 bool set_field(CFILE* file, int32_t field, int64_t value) {
@@ -188,6 +199,14 @@ bool put_vlt(conversion* c, int32_t entries, const rzl_vlt_entry* vlt) {
            set_field(c->out, RZL_FIELD_VLT_ENTRIES, entries) && rzl_put_vlt(c->out, vlt) == 0;
 }
 
+// Entries of the source's table from the first on. A map that begins with another one has them at their own index.
+int32_t table_entries(const raster_source* source) {
+    constexpr int32_t BYTE_VALUES = 256;
+    bool is_targa = source_field(source, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_TARGA;
+    int32_t first = is_targa ? source_field(source, RZL_FIELD_TARGA_MAP_FIRST, 0) : 0;
+    return first == 0 ? source->vlt_entries : std::min(first + source->vlt_entries, BYTE_VALUES);
+}
+
 bool copy_vlt(conversion* c) {
     if (c->reduced != nullptr) return put_vlt(c, c->reduced->vlt_count, c->reduced->vlt);
     bool keeps = c->source->kind == pixel_kind::mapped && c->target == pixel_kind::grey;
@@ -195,7 +214,7 @@ bool copy_vlt(conversion* c) {
     if (c->source->vlt_entries > VLT_ENTRIES_MAX) return false;
     c->vlt.block = mem_new_array<rzl_vlt_entry>(VLT_ENTRIES_MAX);
     return c->vlt && rzl_get_vlt(c->source->file, c->vlt.get()) == 0 &&
-           put_vlt(c, c->source->vlt_entries, c->vlt.get());
+           put_vlt(c, table_entries(c->source), c->vlt.get());
 }
 
 bool has_field(CFILE* file, int32_t field, int64_t wanted) {
@@ -212,6 +231,21 @@ bool set_tiles(conversion* c) {
     return has_field(c->out, RZL_FIELD_TILE_WIDTH, size) && has_field(c->out, RZL_FIELD_TILE_HEIGHT, size);
 }
 
+// The order of the source, where the target keeps it; otherwise the lines are brought into the target's own.
+void settle_orientation(conversion* c) {
+    constexpr int32_t FROM_RIGHT = 1;
+    constexpr int32_t FROM_BOTTOM = 2;
+    int32_t wanted = c->source->orientation;
+    // A BMP file takes any order and has two.
+    if (c->request->standard == RZL_STANDARD_BMP)
+        wanted = source_is_bottom_up(c->source) ? RZL_BOTTOM_UP : RZL_TOP_DOWN;
+    set_field(c->out, RZL_FIELD_ORIENTATION, wanted); // what a format does not keep is no failure
+    int32_t kept = RZL_TOP_DOWN;
+    rzl_get_hdr_data(c->out, RZL_FIELD_ORIENTATION, &kept);
+    c->turned = ((kept ^ c->source->orientation) & FROM_BOTTOM) != 0;
+    c->mirrored = ((kept ^ c->source->orientation) & FROM_RIGHT) != 0;
+}
+
 bool write_header(conversion* c) {
     const convert_request* r = c->request;
     bool good = set_field(c->out, RZL_FIELD_STANDARD, r->standard) && set_field(c->out, RZL_FIELD_FORMAT, r->format);
@@ -220,14 +254,30 @@ bool write_header(conversion* c) {
     good = good && set_field(c->out, RZL_FIELD_XSIZE, c->source->width) &&
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
     if (!good) return false;
-    set_field(c->out, RZL_FIELD_ORIENTATION, c->source->orientation); // what a format does not keep is no failure
+    settle_orientation(c);
     set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
     return copy_vlt(c) && rzl_write_header(c->out) == 0;
+}
+
+// Whether a file stores red, green and blue of a pixel together.
+bool stores_pixels(CFILE* file) {
+    if (!has_field(file, RZL_FIELD_SAMPLES, SAMPLES_OF_COLOR)) return false;
+    if (has_field(file, RZL_FIELD_STANDARD, RZL_STANDARD_TIFF)) return has_field(file, RZL_FIELD_PLANAR, 1);
+    return has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_RGB);
+}
+
+// Rows that both files store as pixels are not taken apart on the way, unless they are turned round.
+bool make_pixels(conversion* c) {
+    bool colors = c->source->kind == pixel_kind::color && c->target == pixel_kind::color;
+    if (!colors || c->mirrored || !stores_pixels(c->source->file) || !stores_pixels(c->out)) return true;
+    c->pixels.block = mem_new_array<uint8_t>(static_cast<size_t>(c->source->width) * SAMPLES_OF_COLOR);
+    return static_cast<bool>(c->pixels);
 }
 
 bool read_line(conversion* c) {
     auto& p = c->planes;
     const raster_source* s = c->source;
+    if (c->pixels) return rzl_getline_interleaved(s->file, c->pixels.get()) == 0;
     if (s->kind == pixel_kind::color || (s->kind == pixel_kind::mapped && c->target == pixel_kind::color)) {
         return rzl_getline3(s->file, p[0].get(), p[1].get(), p[2].get()) == 0;
     }
@@ -245,8 +295,26 @@ void widen_bits(conversion* c, uint8_t set) {
     std::memcpy(c->planes[0].get(), c->planes[3].get(), width);
 }
 
+// The pixels of the planes the other way round. Bits are turned as bytes, through a spare plane.
+void mirror_line(conversion* c) {
+    auto width = static_cast<size_t>(c->source->width);
+    auto& p = c->planes;
+    if (c->source->kind == pixel_kind::bilevel) {
+        uint8_t* bytes = p[3].get();
+        rzl_unpack_bits(p[0].get(), bytes, c->source->width, 0, 1);
+        std::memset(p[0].get(), 0, (width + 15) / 16 * 2);
+        for (size_t x = 0; x < width; ++x)
+            if (bytes[width - 1 - x] != 0) p[0][(x / 8) ^ 1] |= static_cast<uint8_t>(0x80 >> x % 8);
+        return;
+    }
+    for (auto& plane : p)
+        std::reverse(plane.get(), plane.get() + width);
+}
+
 bool write_line(conversion* c) {
     auto& p = c->planes;
+    if (c->pixels) return rzl_putline_interleaved(c->out, c->pixels.get()) == 0;
+    if (c->mirrored) mirror_line(c);
     bool one_plane = c->source->kind == pixel_kind::grey || c->source->kind == pixel_kind::bilevel;
     if (c->source->kind == pixel_kind::bilevel && c->target != pixel_kind::bilevel) widen_bits(c, 255);
     if (c->source->kind == pixel_kind::mapped && c->source->bits == 1 && c->target != pixel_kind::color) {
@@ -273,7 +341,10 @@ int line_not_written(const conversion* c) {
 int copy_lines(conversion* c) {
     const raster_source* s = c->source;
     const char* path = c->request->in.path;
+    if (!make_pixels(c)) return program_fail("There is no memory for a line of %d pixels.", s->width);
+    if (c->turned) rzl_randomize(s->file); // only makes seeking quick
     for (int32_t line = 0; line < s->height; ++line) {
+        if (c->turned && rzl_seek(s->file, s->height - 1 - line) != 0) return raster_line_failed(s->file, path, line);
         if (!read_line(c)) return raster_line_failed(s->file, path, line);
         if (rzl_is_damaged(s->file) != 0) break;
         if (!write_line(c)) return line_not_written(c);
@@ -300,7 +371,7 @@ int header_failed(const conversion* c) {
     uint32_t status = 0;
     rzl_get_hdr_data(c->out, RZL_FIELD_STATUS, &status);
     return program_fail_writing(c->request->out,
-                                status != 0 ? rzl_status_text(status) : "its header does not take these values.");
+                                status != 0 ? raster_reason(status) : "its header does not take these values.");
 }
 
 int write_file(conversion* c, const char* fresh) {
@@ -346,8 +417,11 @@ int convert(const raster_source* source, convert_request* request) {
                     kind_of_format(request->format),
                     {mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr),
                      mem_guard<uint8_t>(nullptr)},
+                    mem_guard<uint8_t>(nullptr),
                     mem_guard<rzl_vlt_entry>(nullptr),
-                    nullptr};
+                    nullptr,
+                    false,
+                    false};
     status = write_file(&c, fresh);
     if (c.reduced != nullptr) imp_free(&c.reduced);
     progress_end();

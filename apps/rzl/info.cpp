@@ -31,6 +31,10 @@ json facts_of(const raster_source* s) {
         {"compression", source_field(s, RZL_FIELD_COMPRESSION, 0)},
         {"resolution", source_field(s, RZL_FIELD_RESOLUTION, 0)},
     };
+    // Of the standards whose files say what they have beyond the first version.
+    bool versioned = standard == RZL_STANDARD_TARGA || standard == RZL_STANDARD_BMP;
+    int32_t version = versioned ? source_field(s, RZL_FIELD_VERSION, 0) : 0;
+    if (version != 0) facts["version"] = version;
     // What a set bit of a bilevel line means: 0 black, 1 white.
     if (standard == RZL_STANDARD_TIFF) facts["photometric"] = source_field(s, RZL_FIELD_PHOTOMETRIC, 1);
     return facts;

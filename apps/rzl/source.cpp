@@ -2,7 +2,11 @@
 
 #include <cstring>
 
+#include "common/raster.h"
+
 namespace {
+
+constexpr int32_t PHOTOMETRIC_RGB = 2; // of TIFF files
 
 // The low bits of the scan order.
 constexpr int32_t ORIENTATION_FROM_BOTTOM = 2;
@@ -17,8 +21,30 @@ bool has_table(const raster_source* s) {
     return s->vlt_type == RZL_VLT_ENTRIES && s->vlt_entries > 0 && s->vlt_entries <= MOST_VLT_ENTRIES;
 }
 
+// Files of these standards always have a table, which for most says no more than what bits mean without one.
+bool is_black_and_white(const raster_source* s) {
+    constexpr int WHITE = 255;
+    int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);
+    rzl_vlt_entry table[256] = {};
+    bool looks = (standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX) && s->bits == 1 &&
+                 s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
+    auto is = [](const rzl_vlt_entry& e, int value) {
+        return e.red >> 8 == value && e.green >> 8 == value && e.blue >> 8 == value;
+    };
+    return looks && is(table[0], 0) && is(table[1], WHITE);
+}
+
+// Red, green, blue and another sample, which stands for how much of them is seen: what is no colour is left out.
+bool has_alpha(const raster_source* s) {
+    bool four = s->format == RZL_FORMAT_FOUR || s->format == RZL_FORMAT_FOUR_PLANE_RUNS;
+    return four && source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_TIFF &&
+           source_field(s, RZL_FIELD_PHOTOMETRIC, 0) == PHOTOMETRIC_RGB;
+}
+
 pixel_kind kind_of(const raster_source* s) {
-    bool two_colors = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF || has_table(s);
+    if (has_alpha(s)) return pixel_kind::color;
+    bool is_gif = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF;
+    bool two_colors = is_gif || (has_table(s) && !is_black_and_white(s));
     if (s->bits == 1 && two_colors) return pixel_kind::mapped;
     switch (s->format) {
     case RZL_FORMAT_BILEVEL:
@@ -63,7 +89,7 @@ bool refuse_part(const source_request* request, CFILE* file, uint32_t missing, c
     if (status == missing) {
         program_fail("\"%s\" has no %s %d.", request->path, what, number);
     } else {
-        program_fail("The %s %d of \"%s\" can not be read: %s", what, number, request->path, rzl_status_text(status));
+        program_fail("The %s %d of \"%s\" can not be read: %s", what, number, request->path, raster_reason(status));
     }
     return false;
 }
@@ -105,7 +131,7 @@ bool source_open(const source_request* request, raster_source* source) {
     if (source->file == nullptr) {
         uint32_t status = 0;
         rzl_get_global(RZL_GLOBAL_STATUS, &status);
-        program_fail_reading(request->path, rzl_status_text(status));
+        program_fail_reading(request->path, raster_reason(status));
         return false;
     }
     if (!activate(request, source->file)) {

@@ -4,6 +4,7 @@
 
 #include "core/version.h"
 #include "desktop/main.h"
+#include "raster/rzl.h"
 #include "surface/file_types.h"
 #include "surface/paths.h"
 #include "tools/process.h"
@@ -58,6 +59,7 @@ int say(const char* text, const char* end) {
 int main(int count, char** arguments, char** environment) {
     if (asks_for(count, arguments, "--help") || asks_for(count, arguments, "-h")) return say(HELP, "");
     if (asks_for(count, arguments, "--version")) return say(TINCT_VERSION, "\n");
+    rzl_set_extended(1);
     product_root_init();
     const tools_program program = {search_paths_init, tinct_main};
     const int status = tools_process_entry(count, arguments, environment, &program);

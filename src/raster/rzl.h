@@ -153,7 +153,17 @@ enum {
     RZL_FIELD_SAMPLES = 506,
     RZL_FIELD_BITS = 507,
     RZL_FIELD_QUALITY = 508,
-    RZL_FIELD_USER_TAG = 509, /* rzl_user_tag */
+    RZL_FIELD_USER_TAG = 509,         /* rzl_user_tag */
+    RZL_FIELD_TARGA_MAP = 600,        /* 2 with a colour map, 0 without; the same as field 5 */
+    RZL_FIELD_TARGA_MAP_FIRST = 601,  /* the first index of the map: field 6 tells how many follow from it on */
+    RZL_FIELD_TARGA_MAP_LENGTH = 602, /* the same as field 6 */
+    RZL_FIELD_TARGA_MAP_BITS = 603,   /* of an entry: 15, 16, 24 or 32 */
+    RZL_FIELD_TARGA_X_ORIGIN = 604,
+    RZL_FIELD_TARGA_Y_ORIGIN = 605,
+    RZL_FIELD_TARGA_ATTRIBUTES = 606, /* bits of a pixel that are no colour */
+    RZL_FIELD_TARGA_ID_LENGTH = 607,  /* bytes; to be set before the identification */
+    RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
+    RZL_FIELD_TARGA_PIXEL_BITS = 609,
     RZL_FIELD_RAW_SAMPLES = 701,
     RZL_FIELD_STATUS = 702 /* uint32_t; the status of the operation before */
 };
@@ -398,6 +408,18 @@ RZL_API void rzl_pack_bits(uint8_t* out, const uint8_t* in, int32_t count, int t
  * pixel: `zero` or `one`. `in` and `out` must not overlap. */
 RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uint8_t zero, uint8_t one);
 
+/* Whether files that are opened from now on may have what came into their formats later (not 0), or have to keep to the
+ * formats as this library writes them (0, as it is at first). Off, such files are refused with the status of a feature
+ * that is not supported, or as damaged; nothing that opens without it reads otherwise, but for what is said here. On:
+ *   BMP    headers of 52 to 124 bytes; 16 and 32 bits a pixel, with bit fields; delta codes; run-coded
+ *          lines with codes for the bytes that fill up a raw one. Field 21 tells the version
+ *          of such a header, and field 9 is RZL_BOTTOM_UP for a 12-byte header, too, which is 0 otherwise.
+ *   TGA    sides of up to 65535 pixels, pixels of 15 bits; field 21 is 2 for a file of version 2, and field 26 is the
+ *          aspect ratio that its extension area tells.
+ *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's
+ * table. For the whole process; open files stay as they were opened. */
+RZL_API void rzl_set_extended(int on);
+
 /* Room that each plane of a line call needs, in bytes, for the active image and a resampling that is in force; and that
  * the one buffer of an interleaved call needs. 0 for a handle that is not valid. */
 RZL_API size_t rzl_line_size(CFILE* cfile);
@@ -413,9 +435,9 @@ RZL_API int rzl_get_global(int32_t field, void* value);
  * as zero, a colour table or packets that were dropped. 0 otherwise. */
 RZL_API int rzl_is_damaged(CFILE* cfile);
 
-/* How many lines of the active image the file can hold, as large as it is and with each byte standing for as many pixels
- * as its coding has at best: field 2, or fewer where the header claims what can't be there. A caller that takes memory or
- * loops by the height of a file that it does not trust takes this instead. 0 for a handle that is none. */
+/* How many lines of the active image the file can hold, as large as it is and with each byte standing for as many
+ * pixels as its coding has at best: field 2, or fewer where the header claims what can't be there. A caller that takes
+ * memory or loops by the height of a file that it does not trust takes this instead. 0 for a handle that is none. */
 RZL_API int32_t rzl_lines_held(CFILE* cfile);
 
 /* The symbolic name of a status word, such as "RZL_CANNOT_OPEN". Never null. */
@@ -423,6 +445,11 @@ RZL_API const char* rzl_status_name(uint32_t status);
 
 /* A short sentence for a status word, for a user to read. Never null. */
 RZL_API const char* rzl_status_text(uint32_t status);
+
+/* What the last failure of a call in this thread was about, in a few words: with one of the RZL_UNSUP_ words the feature
+ * that is not supported, as "BigTIFF" or "Tiff compression type". Valid until the next failure; empty when there is
+ * nothing to add. Never null. */
+RZL_API const char* rzl_status_detail(void);
 
 /* The name of a standard, as "KRVN", or null; and whether this build can create and read it. */
 RZL_API const char* rzl_standard_name(int32_t id);

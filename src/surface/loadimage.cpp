@@ -1,4 +1,5 @@
 // Loading a raster file into three planes.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,7 +16,8 @@
 namespace {
 
 constexpr const char* DEFAULT_ROOT = "c:\\vantor";
-constexpr int32_t ORIENTATION_ROWS = 3;      // low two bits of the scan order
+constexpr int32_t ORIENTATION_ROWS = 3; // low two bits of the scan order
+constexpr int32_t ORIENTATION_RIGHT_TO_LEFT = 1;
 constexpr int32_t ORIENTATION_BOTTOM_UP = 2; // from this value on the last row comes first
 
 // ---- finding the file --------------------------------------------------------------------------------------------
@@ -35,7 +37,7 @@ struct raster_shape {
     int32_t file_width, file_height;
     int32_t width, height; // stored
     int32_t format;
-    bool bottom_up;
+    bool bottom_up, right_to_left;
     bool black_and_white; // bilevel, without a table of its two colours
 };
 
@@ -63,8 +65,9 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
     rzl_get_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
     shape->black_and_white = is_bilevel(shape->format) && !has_table(file);
     shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
-    // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up file is stored whole.
-    bool whole = shape->bottom_up;
+    shape->right_to_left = orientation > 0 && (orientation & ORIENTATION_RIGHT_TO_LEFT) != 0;
+    // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up or mirrored file is stored whole.
+    bool whole = shape->bottom_up || shape->right_to_left;
     shape->width = whole || shape->file_width < max_width ? shape->file_width : max_width;
     shape->height = whole || shape->file_height < max_height ? shape->file_height : max_height;
     return shape->width > 0 && shape->height > 0;
@@ -89,15 +92,20 @@ bool is_four_channel(int32_t format) {
     return format == RZL_FORMAT_JPEG_FOUR || format == RZL_FORMAT_FOUR_PLANE_RUNS || format == RZL_FORMAT_FOUR;
 }
 
+// Grey of 16 bits gives its high bytes; what is deeper is no picture.
+bool is_deep_grey(int32_t format) {
+    return format == RZL_FORMAT_INT16;
+}
 bool has_byte_samples(int32_t format) {
-    return !(format >= RZL_FORMAT_INT16 && format <= RZL_FORMAT_128);
+    return is_deep_grey(format) || !(format >= RZL_FORMAT_INT16 && format <= RZL_FORMAT_128);
 }
 
 // What reading one line needs besides the planes.
 struct line_reader {
     CFILE* file;
     const raster_shape* shape;
-    uint8_t* spare; // a packed bilevel line, or the fourth channel; null when neither is needed
+    uint8_t* spare; // a packed bilevel line, one of 16-bit grey, or the fourth channel; null when none is needed
+    int deep_bits;  // bits of deep grey below its high byte
 };
 
 bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
@@ -109,7 +117,21 @@ bool read_bilevel(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* b
     return true;
 }
 
+bool read_deep_grey(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
+    if (rzl_getline(r->file, r->spare) != 0) return false;
+    auto width = static_cast<size_t>(r->shape->file_width);
+    for (size_t x = 0; x < width; ++x) {
+        uint16_t value = 0;
+        std::memcpy(&value, r->spare + x * sizeof value, sizeof value);
+        red[x] = static_cast<uint8_t>(value >> r->deep_bits);
+    }
+    std::memcpy(green, red, width);
+    std::memcpy(blue, red, width);
+    return true;
+}
+
 bool read_line(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
+    if (is_deep_grey(r->shape->format)) return read_deep_grey(r, red, green, blue);
     if (r->shape->black_and_white) return read_bilevel(r, red, green, blue);
     if (!is_four_channel(r->shape->format)) return rzl_getline3(r->file, red, green, blue) == 0;
     void* buffers[4] = {red, green, blue, r->spare};
@@ -117,7 +139,13 @@ bool read_line(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue
 }
 
 bool needs_spare(const raster_shape* shape) {
-    return shape->black_and_white || is_four_channel(shape->format);
+    return shape->black_and_white || is_four_channel(shape->format) || is_deep_grey(shape->format);
+}
+
+int bits_below_high_byte(CFILE* file) {
+    int32_t bits = 16;
+    rzl_get_hdr_data(file, RZL_FIELD_BITS, &bits);
+    return clamped(bits, 8, 16) - 8;
 }
 
 // Reads the lines in file order into the planes, from the last row up for a bottom-up file. Each line is overwritten at
@@ -126,7 +154,10 @@ bool read_lines(const line_reader* r, raster_image* image) {
     for (int32_t line = 0; line < image->height; ++line) {
         int32_t row = r->shape->bottom_up ? image->height - 1 - line : line;
         size_t offset = static_cast<size_t>(row) * static_cast<size_t>(image->width);
-        if (!read_line(r, image->red + offset, image->green + offset, image->blue + offset)) return false;
+        uint8_t* const row_planes[3] = {image->red + offset, image->green + offset, image->blue + offset};
+        if (!read_line(r, row_planes[0], row_planes[1], row_planes[2])) return false;
+        for (uint8_t* plane : row_planes)
+            if (r->shape->right_to_left) std::reverse(plane, plane + image->width);
     }
     return true;
 }
@@ -159,10 +190,10 @@ outcome load_open_file(CFILE* file, const char* path, int32_t max_width, int32_t
     if (!allocate(image, &shape, path)) return outcome::no_memory;
     mem_guard<uint8_t> spare(nullptr);
     if (needs_spare(&shape)) {
-        spare.block = mem_new_array<uint8_t>(static_cast<size_t>(shape.file_width) + 2);
+        spare.block = mem_new_array<uint8_t>((static_cast<size_t>(shape.file_width) + 2) * sizeof(uint16_t));
         if (!spare) return outcome::no_memory;
     }
-    line_reader reader = {file, &shape, spare.get()};
+    line_reader reader = {file, &shape, spare.get(), bits_below_high_byte(file)};
     if (!read_lines(&reader, image)) return outcome::unreadable;
     if (rzl_is_damaged(file) != 0) log_message(LOG_WARNING, "\"%s\" is damaged: parts of it are missing.\n", path);
     return outcome::loaded;

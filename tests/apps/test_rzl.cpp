@@ -144,6 +144,40 @@ TEST_F(Rzl, RefusalsNameTheirCause) {
     EXPECT_NE(result.err.find("has no image 2"), std::string::npos) << result.err;
 }
 
+// A picture keeps its rows, columns and colours in every standard, whatever the order of the source's lines.
+TEST_F(Rzl, ConvertKeepsPicturesUpright) {
+    for (int orientation : {4, 5, 6, 7}) {
+        write_raster("c.rgb", 13, 9, 27, orientation);
+        CFILE* file = create("b.rgb", 13, 2, 1, orientation);
+        EXPECT_TRUE(rzl_putline(file, "\x23\x81") == 0 && rzl_putline(file, "\x80\x10") == 0 && rzl_finish(file) == 0);
+        for (const char* name : {"c", "b"}) {
+            const std::string wanted = run(std::string("rzl cat ") + name + ".rgb").out;
+            for (const char* target : {"rgb", "tga", "bmp", "pcx", "tif"}) {
+                const std::string out = std::string(name) + "_." + target;
+                SCOPED_TRACE(out + std::to_string(orientation));
+                ASSERT_EQ(run(std::string("rzl convert ") + name + ".rgb " + out).status, 0);
+                EXPECT_EQ(run("rzl cat " + out).out, wanted);
+                EXPECT_EQ(run("rzl info " + out).status, 0); // which reads every line
+                ASSERT_EQ(run("rzl convert " + out + " back.tga").status, 0);
+                EXPECT_EQ(run("rzl cat back.tga").out, wanted);
+            }
+        }
+    }
+    // A map that does not begin with its first index, and two colours that are neither black nor white.
+    write("m.tga", std::string("\0\1\1\5\0\2\0\x18\0\0\0\0\2\0\1\0\x08\x20"
+                               "\1\2\3\4\5\6"
+                               "\5\6",
+                               26));
+    write("t.bmp", std::string("BM\0\0\0\0\0\0\0\0\x20\0\0\0\x0C\0\0\0\2\0\1\0\1\0\1\0\1\2\3\4\5\6\x40\0\0\0", 36));
+    for (const char* source : {"m.tga", "t.bmp"}) {
+        EXPECT_EQ(run(std::string("rzl cat ") + source).out, "\3\2\1\6\5\4");
+        for (const char* target : {"o.rgb", "o.gif", "o.tif", "o.tga", "o.bmp", "o.pcx"}) {
+            ASSERT_EQ(run(std::string("rzl convert ") + source + " " + target).status, 0) << target;
+            EXPECT_EQ(run(std::string("rzl cat ") + target).out, "\3\2\1\6\5\4") << target;
+        }
+    }
+}
+
 TEST_F(Rzl, ConvertsIntoTiffWithTilesAndCodings) {
     write_raster("a.rgb", 70, 50);
     std::string pixels = run("rzl cat a.rgb").out;
@@ -192,4 +226,16 @@ TEST_F(Rzl, CutFilesNeverGiveSuccess) {
     EXPECT_EQ(run("rzl info .").status, 1);
     EXPECT_EQ(run("rzl").status, 2);
     EXPECT_EQ(run("rzl info cut.rgb --image 3").status, 1);
+}
+
+TEST_F(Rzl, AFourthSampleOfRedGreenBlueIsLeftOut) {
+    // Two pixels: 1 2 3 and 4 5 6, with 200 and 100 as what is seen of them.
+    write("a.pam", "P7\nWIDTH 2\nHEIGHT 1\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n\1\2\3\310\4\5\6\144");
+    ASSERT_EQ(std::system(("pamtotiff -truecolor <" + directory + "/a.pam >" + directory + "/a.tif").c_str()), 0);
+    EXPECT_EQ(run("rzl cat a.tif").out, "\1\2\3\4\5\6");
+    for (const char* out : {"b.tif", "b.rgb", "b.tif --format 28 --compression 1"}) {
+        ASSERT_EQ(run(std::string("rzl convert a.tif ") + out).status, 0) << out;
+        EXPECT_EQ(run("rzl cat " + std::string(out).substr(0, 5)).out, "\1\2\3\4\5\6") << out;
+    }
+    EXPECT_EQ(run("rzl convert a.tif b.tif --format 69").status, 1);
 }

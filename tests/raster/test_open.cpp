@@ -108,8 +108,9 @@ TEST_F(Open, FormatsAreFoundFromTheirFirstBytes) {
         {usgs_file().substr(0, 399), DETECTED_NOTHING},
         {usgs_file().replace(144, 6, "     0"), DETECTED_NOTHING},
         {"????"s + "\0\0\0\0\0\0\0\0\x1A\x1AUds\x82\x43J"s + std::string(328, '\0'), RZL_STANDARD_VRLC},
-        {with_zeros("\0\0\x02"s, 18), RZL_STANDARD_TARGA},
-        {with_zeros("\0\0\x02"s, 17), DETECTED_NOTHING},
+        {with_zeros("\0\0\x02"s, 12) + "\1\0\1\0\x18\0"s, RZL_STANDARD_TARGA},
+        {with_zeros("\0\0\x02"s, 12) + "\1\0\1\0\x18"s, DETECTED_NOTHING},
+        {with_zeros("\0\0\x02"s, 18), DETECTED_NOTHING}, // no size
         {with_zeros("\0\0\x04"s, 18), DETECTED_NOTHING},
         {""s, DETECTED_NOTHING},
         {with_zeros(""s), DETECTED_NOTHING},

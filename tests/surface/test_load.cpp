@@ -51,6 +51,31 @@ TEST_F(Load, LooksHereAndAmongTheProductsImages) {
     EXPECT_EQ(messages.back(), "load_image : failed to open \"/INMEM/12345\" for read");
 }
 
+TEST_F(Load, SixteenBitsGiveTheirHighBytes) {
+    for (const char* name : {"deep.rgb", "deep.tif"}) {
+        CFILE* file = rzl_open_w(path(name).c_str());
+        ASSERT_NE(file, nullptr);
+        int32_t standard = name[5] == 't' ? RZL_STANDARD_TIFF : RZL_STANDARD_KRVN;
+        for (auto [field, value] : {std::pair{500, standard}, {3, int32_t{RZL_FORMAT_INT16}}, {1, 21}, {2, 9}})
+            ASSERT_EQ(rzl_set_hdr_data(file, field, &value), 0);
+        std::vector<uint16_t> line(21);
+        for (int y = 0; y < 9; ++y) {
+            for (int x = 0; x < 21; ++x)
+                line[static_cast<size_t>(x)] = static_cast<uint16_t>((x * 11 + y) << 8 | 0xA7);
+            ASSERT_EQ(rzl_putline(file, line.data()), 0);
+        }
+        ASSERT_EQ(rzl_finish(file), 0u);
+        raster_image* image = load_image(path(name).c_str(), 8, 100);
+        ASSERT_NE(image, nullptr) << name;
+        EXPECT_EQ(image->width, 8);
+        for (int32_t i = 0; i < 8 * 9; ++i) {
+            EXPECT_EQ(image->red[i], i % 8 * 11 + i / 8) << name;
+            EXPECT_EQ(image->blue[i], image->red[i]);
+        }
+        raster_image_free(image);
+    }
+}
+
 TEST_F(Load, ACutFileOrAWildHeaderGivesNothing) {
     std::string path = write_raster("a.rgb", 20, 10, 3);
     std::filesystem::resize_file(path, std::filesystem::file_size(path) - 1);

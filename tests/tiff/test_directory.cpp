@@ -65,6 +65,14 @@ TEST_F(Directory, FieldsOfBothByteOrders) {
         double matrix[16] = {};
         EXPECT_EQ(rzl_get_hdr_data(c, 4, matrix), 0);
         EXPECT_EQ(matrix[5], 1.0);
+        // Values that are no integers are 0 as well, all of them and nothing behind.
+        for (auto [field, size] :
+             {std::pair{24, 8}, {25, 8}, {26, 8}, {27, 24}, {28, 24}, {29, 8}, {30, 8}, {14, 80}}) {
+            bytes_of_file value(100, 0xEE);
+            EXPECT_EQ(rzl_get_hdr_data(c, field, value.data()), 0);
+            EXPECT_EQ(std::count(value.begin(), value.begin() + size, 0), size) << field;
+            EXPECT_EQ(std::count(value.begin() + size, value.end(), 0xEE), 100 - size) << field;
+        }
         rzl_user_tag tag = {34000, 0, 0, {}};
         EXPECT_EQ(rzl_get_hdr_data(c, 509, &tag), 0);
         EXPECT_EQ(tag.type, 3);
@@ -121,8 +129,10 @@ TEST_F(Directory, WhatIsRefused) {
         EXPECT_EQ(open_status(f), RZL_READ_FAILED) << first;
     }
     hand_file f = grey(false, p);
-    f.bytes[2] = 43;
+    f.bytes[2] = 41;
     EXPECT_EQ(open_status(f), RZL_READ_FAILED);
+    f.bytes[2] = 43; // offsets of 64 bits
+    EXPECT_EQ(open_status(f), RZL_UNSUP_TIFF);
     // A directory at the first place there can be.
     hand_file g(false);
     g.add_directory(grey_entries(4, 1, 8, 1, 4, 4));
@@ -366,14 +376,15 @@ TEST_F(Directory, ColourMapsAndThreeBuffers) {
         ASSERT_NE(c, nullptr) << bits;
         EXPECT_EQ(field_of(c, 5), 2);
         ASSERT_EQ(field_of(c, 6), int32_t(size));
-        std::vector<rzl_vlt_entry> vlt(size);
+        std::vector<rzl_vlt_entry> vlt(256, rzl_vlt_entry{7, 7, 7, 7});
         EXPECT_EQ(rzl_get_vlt(c, vlt.data()), 0);
+        EXPECT_EQ(vlt[255].slot, 255) << "every slot has its number";
         EXPECT_EQ(vlt[1].blue, map[2 * size + 1] & 0xFFFF);
         bytes_of_file rgb[3] = {bytes_of_file(16), bytes_of_file(16), bytes_of_file(16)};
         EXPECT_EQ(rzl_getline3(c, rgb[0].data(), rgb[1].data(), rgb[2].data()), 0);
-        uint32_t second = bits == 4 ? 0xB : 0x2C;
-        EXPECT_TRUE(bits == 1 || rgb[1][1] == (map[size + second] >> 8 & 0xFF));
-        EXPECT_TRUE(bits == 1 || rgb[2][1] == (map[2 * size + second] >> 8 & 0xFF));
+        auto [x, value] = bits == 1 ? std::pair{3u, 1u} : bits == 4 ? std::pair{1u, 0xBu} : std::pair{1u, 0x2Cu};
+        for (size_t plane = 0; plane < 3; ++plane)
+            EXPECT_EQ(rgb[plane][x], map[plane * size + value] >> 8 & 0xFF) << bits;
         rzl_close(c);
     }
     // Grey of less than a byte: one shift, whoever asks and through whatever.

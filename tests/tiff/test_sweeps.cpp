@@ -5,30 +5,21 @@
 #include <functional>
 #include <set>
 
-#include "platform/files.h"
-
 class Sweeps : public TiffTest {
 protected:
-    // Runs `once` with the n-th failure planned, for all n and ways to fail. `once` gives the first status that it met,
-    // 0 for none; `after` looks at what is left, knowing whether all went well.
-    void sweep(const std::function<uint32_t()>& once, const std::function<void(bool)>& after) {
-        const std::set<uint32_t> named = {RZL_NO_MEMORY, RZL_READ_FAILED, RZL_WRITE_FAILED, RZL_CANNOT_OPEN,
-                                          RZL_BAD_IMAGE_SIZE};
-        for (int way = 0; way < 5; ++way) {
-            bool failed = true;
-            for (long n = 0; failed; ++n) {
-                ASSERT_LT(n, 5000);
-                static constexpr files_fail transfers[] = {files_fail::once, files_fail::onward, files_fail::nothing};
-                way < 2 ? mem_fail_after(n, way == 0 ? mem_fail::once : mem_fail::onward)
-                        : files_fail_after(n, transfers[way - 2]);
-                uint32_t status = once();
-                failed = way < 2 ? mem_fail_stop() : files_fail_stop();
-                EXPECT_TRUE(status == 0 || named.count(status) != 0) << std::hex << status << std::dec << " " << n;
-                EXPECT_TRUE(failed || status == 0) << n;
+    // `once` gives the first status that it met, 0 for none; `after` looks at what is left, knowing whether all went
+    // well.
+    static void sweep(const std::function<uint32_t()>& once, const std::function<void(bool)>& after) {
+        const std::set<uint32_t> named = {
+            0, RZL_NO_MEMORY, RZL_READ_FAILED, RZL_WRITE_FAILED, RZL_CANNOT_OPEN, RZL_BAD_IMAGE_SIZE};
+        uint32_t status = 0;
+        sweep_failures(
+            ALL_FAILURES, [&] { status = once(); },
+            [&](bool hit) {
+                EXPECT_EQ(named.count(status), 1u) << std::hex << status;
+                EXPECT_TRUE(hit || status == 0);
                 after(status == 0);
-                if (HasFailure()) FAIL() << "failure " << n << " in way " << way;
-            }
-        }
+            });
     }
     static uint32_t first_status(CFILE* c, std::initializer_list<std::function<int()>> steps) {
         uint32_t status = 0;

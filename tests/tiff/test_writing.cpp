@@ -443,18 +443,6 @@ TEST_F(Writing, LinesInPlace) {
         EXPECT_EQ(rzl_finish(c), 0u);
         EXPECT_EQ(read_bytes(file()), before);
     }
-    // Lines in any order of a new file: what a seek leaves is stored, and plain strips are filled later.
-    picture p = make_picture(29, 23, 1, 8);
-    for (bool readback : {false, true}) {
-        CFILE* c = new_tiff(file(), p, {{505, 5}}, readback);
-        EXPECT_EQ(rzl_write_header(c), 0);
-        for (int y : {7, 8, 20, 21, 22, 0, 1, 2, 3, 4, 5, 6, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19}) {
-            EXPECT_EQ(rzl_seek(c, y), 0);
-            EXPECT_EQ(put_lines(c, p, y, y + 1), 1);
-        }
-        EXPECT_EQ(rzl_finish(c), 0u);
-        EXPECT_TRUE(read_library(file()) == p);
-    }
     // Tags that this module knows nothing of survive a new directory.
     hand_file f(true);
     f.bytes.resize(16, 7);

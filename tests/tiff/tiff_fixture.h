@@ -2,6 +2,9 @@
 // made by hand, entry by entry. Offsets and tags are written as numbers on purpose.
 #pragma once
 
+#include "common/failures.h"
+#include "common/pictures.h"
+#include "common/run.h"
 #include "raster/core_fixture.h"
 
 #include <cstring>
@@ -42,39 +45,26 @@ class TiffTest : public CoreTest {
 protected:
     // Runs a command in the test's directory. Its output, both kinds, is in `said`.
     bool run(const std::string& command) {
-        int result = std::system(("cd " + directory + " && (" + command + ") >said 2>&1").c_str());
-        bytes_of_file b = read_bytes(path("said"));
-        said.assign(b.begin(), b.end());
-        return result == 0;
+        run_result result = run_command(directory, command);
+        said = result.out + result.err;
+        return result.ok();
     }
     std::string said;
 };
 
-// The test ends here, and says so, when a program that it needs is not installed.
-#define NEEDS_PROGRAM(name)                                                                                            \
-    if (!run("command -v " name)) GTEST_FAIL() << name " is missing"
-
 // ---- portable anymaps
 
 inline void write_pnm(const std::string& path, const picture& p) {
-    std::ostringstream head;
-    uint32_t top = (1u << p.bits) - 1;
-    head << (p.bits == 1 ? "P4" : p.samples == 1 ? "P5" : "P6") << "\n" << p.width << " " << p.height << "\n";
-    if (p.bits > 1) head << top << "\n";
-    bytes_of_file b = bytes_of(head.str());
+    std::string samples;
     for (int y = 0; y < p.height; ++y)
-        for (int x = 0; x < p.width; ++x)
-            for (int s = 0; s < p.samples; ++s) {
-                uint32_t v = p.at(x, y, s);
-                if (p.bits == 1) {
-                    if (x % 8 == 0) b.push_back(0);
-                    if (v != 0) b.back() = static_cast<uint8_t>(b.back() | 0x80 >> x % 8);
-                    continue;
-                }
-                if (p.bits > 8) b.push_back(static_cast<uint8_t>(v >> 8));
-                b.push_back(static_cast<uint8_t>(v));
-            }
-    write_bytes(path, b);
+        for (int i = 0; i < p.width * p.samples; ++i) {
+            uint32_t v = p.at(i / p.samples, y, i % p.samples);
+            if (p.bits > 8) samples.push_back(static_cast<char>(v >> 8));
+            if (p.bits > 1 || i % 8 == 0) samples.push_back(static_cast<char>(p.bits > 1 ? v : 0));
+            if (p.bits == 1 && v != 0) samples.back() = static_cast<char>(samples.back() | 0x80 >> i % 8);
+        }
+    char kind = p.bits == 1 ? '4' : p.samples == 1 ? '5' : '6';
+    write_bytes(path, bytes_of(anymap(kind, p.width, p.height, samples, (1 << p.bits) - 1)));
 }
 
 inline picture read_pnm(const std::string& path) {

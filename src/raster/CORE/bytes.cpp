@@ -86,6 +86,16 @@ int64_t io_tell(CFILE* c) {
     return is_buffered(a) ? position - (a->end - a->next) : position + (a->next - a->start);
 }
 
+const uint8_t* io_take_apart(CFILE* c, size_t bytes, uint8_t* spare) {
+    io_ahead* a = &c->ahead;
+    if (a->next == a->end && io_fetch(c) && static_cast<size_t>(a->end - a->next) >= bytes) {
+        const uint8_t* taken = a->next;
+        a->next += bytes;
+        return taken;
+    }
+    return io_read(c, spare, bytes) == bytes ? spare : nullptr;
+}
+
 // A seek past the end is no failure of the file layer, so the last byte is read.
 bool io_skip(CFILE* c, int64_t bytes) {
     if (bytes <= 0) return bytes == 0;

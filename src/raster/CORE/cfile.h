@@ -59,6 +59,10 @@ struct format_slots {
     write_tile_slot Puttile16 = nullptr;
     read_tile_slot Getrletile = nullptr;
     write_tile_slot Putrletile = nullptr;
+    // Null, or Gettile for a caller that wants the first `rows` rows of the tile in planes of any pitch:
+    // rzl_get_tiles() then copies none. Columns of the tile that lie outside of the image are given as well. Pixels, 0
+    // failure.
+    int (*Gettilerows)(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows) = nullptr;
     // Header fields: `value` is aligned and has the size of the field (fields.h). On getting it holds the core's
     // answer, which stands unless the module writes another. On setting it is a copy in which a text ends.
     int (*Get_hdr_data)(CFILE* c, int32_t field, void* value) = nullptr;
@@ -327,6 +331,9 @@ void rzl_warn(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // of the debug level is set.
 int rzl_check_alloc(const void* pointer, const char* detail);
 
+// Whether files that only today's programs write are taken: rzl_set_extended().
+bool is_extended();
+
 uint32_t last_status();
 void set_last_status(uint32_t status);
 int32_t debug_level();
@@ -401,6 +408,17 @@ size_t io_read(CFILE* c, void* buffer, size_t bytes);
 size_t io_write(CFILE* c, const void* buffer, size_t bytes);
 bool io_seek(CFILE* c, int64_t offset);
 int64_t io_tell(CFILE* c);
+
+// The next bytes where they lie, or, when they are not fetched together, in `spare`, which has room for them. They are
+// good until the next call on the file. Null at the end of the file.
+const uint8_t* io_take_apart(CFILE* c, size_t bytes, uint8_t* spare);
+inline const uint8_t* io_take(CFILE* c, size_t bytes, uint8_t* spare) {
+    io_ahead* a = &c->ahead;
+    if (static_cast<size_t>(a->end - a->next) < bytes) return io_take_apart(c, bytes, spare);
+    const uint8_t* taken = a->next;
+    a->next += bytes;
+    return taken;
+}
 
 // Passes over bytes. False when the file does not have them.
 bool io_skip(CFILE* c, int64_t bytes);

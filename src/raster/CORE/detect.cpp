@@ -43,7 +43,9 @@ bool is_native(const file_probe* p) {
 }
 
 bool is_tiff(const file_probe* p) {
-    return begins(p, "II*") || begins(p, "MM");
+    // The file with 64-bit offsets is refused by the module, under its name.
+    bool big = begins(p, "II+") && p->size >= 4 && p->b[3] == 0;
+    return begins(p, "II*") || begins(p, "MM") || big;
 }
 bool is_gif(const file_probe* p) {
     return begins(p, "GIF87a") || begins(p, "GIF89a");

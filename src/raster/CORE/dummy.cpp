@@ -155,6 +155,7 @@ void install_slots(CFILE* c, const format_slots& table) {
     take(&s->Puttile16, table.Puttile16);
     take(&s->Getrletile, table.Getrletile);
     take(&s->Putrletile, table.Putrletile);
+    take(&s->Gettilerows, table.Gettilerows);
     take(&s->Get_hdr_data, table.Get_hdr_data);
     take(&s->Set_hdr_data, table.Set_hdr_data);
     take(&s->Get_stat, table.Get_stat);
@@ -178,5 +179,5 @@ void install_slots(CFILE* c, const format_slots& table) {
     take(&s->Close, table.Close);
     take(&s->Free_specs, table.Free_specs);
     take(&s->Get_Image_Offset, table.Get_Image_Offset);
-    static_assert(sizeof(format_slots) == 44 * sizeof(void (*)()), "every slot is taken above");
+    static_assert(sizeof(format_slots) == 45 * sizeof(void (*)()), "every slot is taken above");
 }

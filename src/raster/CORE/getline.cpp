@@ -136,7 +136,7 @@ int rzl_getline_generic(CFILE* c, int channels, read_planes buffers) {
 int rzl_getinlv_default(CFILE* c, uint8_t* buffer) {
     flag_guard planes_wanted(c, FLAG_INTERLEAVED, false);
     int samples = interleaved_samples(c);
-    if (samples <= 1 || c->bits > 8) return c->slots.Getline(c, 1, &buffer);
+    if (samples <= 1 || !planes_are_bytes(c)) return c->slots.Getline(c, 1, &buffer);
     bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;
     auto pixels = static_cast<size_t>(resampled ? c->squetch->out_xsize : c->xsize);
     auto n = static_cast<size_t>(samples);

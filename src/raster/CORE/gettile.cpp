@@ -42,7 +42,8 @@ size_t lines_of_row(const CFILE* c) {
 struct tile_block {
     size_t tile_pitch; // bytes of a tile's line
     size_t tile_bytes; // of a tile's plane
-    uint8_t** tiles;   // a plane of one tile each, null where the caller wants none
+    bool direct;       // the module reads tiles to where they are wanted
+    uint8_t** tiles;   // a plane of one tile each, owned unless it goes direct; null where the caller wants none
     int channels;
     read_planes out;
     size_t pitch; // bytes from line to line of the caller's planes
@@ -51,16 +52,19 @@ struct tile_block {
 };
 
 void free_block(tile_block* b) {
-    for (int i = 0; b->tiles != nullptr && i < b->channels; ++i)
+    for (int i = 0; b->tiles != nullptr && !b->direct && i < b->channels; ++i)
         mem_free(b->tiles[i]);
     mem_free(b->tiles);
 }
 
 bool make_block(CFILE* c, tile_block* b) {
     b->tile_pitch = line_bytes(c, c->tile->width) * samples_together(c);
+    // Rows of whole tiles go where they are wanted.
+    b->direct = c->slots.Gettilerows != nullptr && !has_flag(c, FLAG_16_BIT) &&
+                static_cast<size_t>(b->columns) * b->tile_pitch <= b->pitch;
     bool fits = checked_mul(b->tile_pitch, size_t{c->tile->height}, &b->tile_bytes);
     b->tiles = static_cast<uint8_t**>(mem_alloc_zeroed(static_cast<size_t>(b->channels) * sizeof(uint8_t*)));
-    for (int i = 0; fits && b->tiles != nullptr && i < b->channels; ++i) {
+    for (int i = 0; fits && !b->direct && b->tiles != nullptr && i < b->channels; ++i) {
         if (b->out[i] == nullptr) continue;
         b->tiles[i] = static_cast<uint8_t*>(mem_alloc_zeroed(b->tile_bytes));
         fits = rzl_check_alloc(b->tiles[i], "tile buffer") == 0;
@@ -97,6 +101,13 @@ void copy_tile(const CFILE* c, const tile_block& b, int64_t row, int64_t column,
     }
 }
 
+int read_tile_to_its_place(CFILE* c, const tile_block& b, int64_t row, int64_t column, size_t lines) {
+    size_t first = static_cast<size_t>(row) * c->tile->height * b.pitch + static_cast<size_t>(column) * b.tile_pitch;
+    for (int i = 0; i < b.channels; ++i)
+        b.tiles[i] = b.out[i] != nullptr ? b.out[i] + first : nullptr;
+    return c->slots.Gettilerows(c, b.channels, b.tiles, b.pitch, static_cast<uint32_t>(lines));
+}
+
 int read_tile_rows(CFILE* c, const tile_block& b) {
     read_tile_slot slot = has_flag(c, FLAG_16_BIT) ? c->slots.Gettile16 : c->slots.Gettile;
     int64_t across = c->tile->tiles_across;
@@ -106,9 +117,10 @@ int read_tile_rows(CFILE* c, const tile_block& b) {
         if (c->slots.Seek(c, static_cast<int32_t>(first + row * across)) != 0) return 0;
         size_t lines = rows_inside(c, (first + row * across) / across);
         for (int64_t column = 0; column < b.columns; ++column) {
-            pixels = slot(c, b.channels, b.tiles, nullptr);
+            pixels =
+                b.direct ? read_tile_to_its_place(c, b, row, column, lines) : slot(c, b.channels, b.tiles, nullptr);
             if (c->status != 0) return 0;
-            copy_tile(c, b, row, column, lines);
+            if (!b.direct) copy_tile(c, b, row, column, lines);
         }
     }
     return pixels;

@@ -55,6 +55,12 @@ inline int interleaved_samples(const CFILE* c) {
     return c->color_table != nullptr && c->samples == 1 ? 3 : c->samples;
 }
 
+// Whether lines have a byte a sample: those of a colour have, whatever the file's samples are.
+inline bool planes_are_bytes(const CFILE* c) {
+    bool colour = format_is_color(c->format) || format_is_four(c->format);
+    return line_bytes(c, 1) == 1 && (c->bits <= 8 || colour);
+}
+
 // A flag switched off, or on, until the end of a scope.
 struct flag_guard {
     CFILE* handle;

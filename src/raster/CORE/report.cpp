@@ -16,6 +16,10 @@ namespace {
 
 std::atomic<uint32_t> library_status{0};
 std::atomic<int32_t> library_debug_level{0};
+std::atomic<bool> library_extended{false};
+
+// What the last failure of a thread was about; cut to its size.
+thread_local char failure_detail[80];
 
 constexpr size_t REPORT_SIZE = 2048;
 constexpr int32_t DEBUG_TILE_MEMORY = 16;
@@ -265,6 +269,7 @@ int rzl_check_alloc(const void* pointer, const char* detail) {
 void fail(CFILE* c, uint32_t status, const char* source, const char* detail, int line) {
     if (c != nullptr) c->status = status;
     set_last_status(status);
+    std::snprintf(failure_detail, sizeof failure_detail, "%s", detail != nullptr ? detail : "");
     if (debug_level() != 0) rzl_report(status, source, line, detail);
 }
 
@@ -284,6 +289,13 @@ uint32_t last_status() {
 
 void set_last_status(uint32_t status) {
     library_status.store(status, std::memory_order_relaxed);
+}
+
+bool is_extended() {
+    return library_extended.load(std::memory_order_relaxed);
+}
+void rzl_set_extended(int on) {
+    library_extended.store(on != 0, std::memory_order_relaxed);
 }
 
 int32_t debug_level() {
@@ -329,4 +341,8 @@ const char* rzl_status_text(uint32_t status) {
     if (status == 0) return "The operation succeeded.";
     const status_row* row = find_row(status);
     return row != nullptr ? row->text : "The operation failed for an unknown reason.";
+}
+
+const char* rzl_status_detail(void) {
+    return failure_detail;
 }

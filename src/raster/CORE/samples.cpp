@@ -219,6 +219,18 @@ template <size_t Step> void join_plane(uint8_t* pixels, size_t count, size_t ste
         pixels[i * (Step != 0 ? Step : step)] = plane[i];
 }
 
+// Three planes into pixels of three bytes: each is stored with a byte more, which the next one puts right.
+void join_triples(uint8_t* pixels, size_t count, const uint8_t* const* planes) {
+    const uint8_t* a = planes[0];
+    const uint8_t* b = planes[1];
+    const uint8_t* c = planes[2];
+    for (size_t i = 0; i + 1 < count; ++i)
+        store_u32le(pixels + i * 3, a[i] | static_cast<uint32_t>(b[i]) << 8 | static_cast<uint32_t>(c[i]) << 16);
+    if (count == 0) return;
+    const uint8_t last[3] = {a[count - 1], b[count - 1], c[count - 1]};
+    std::memcpy(pixels + (count - 1) * 3, last, sizeof last);
+}
+
 } // namespace
 
 void split_pixels(const uint8_t* pixels, size_t count, size_t step, uint8_t* const* planes, size_t samples) {
@@ -229,6 +241,11 @@ void split_pixels(const uint8_t* pixels, size_t count, size_t step, uint8_t* con
 }
 
 void join_pixels(uint8_t* pixels, size_t count, size_t step, const uint8_t* const* planes, size_t samples) {
+    bool triples = step == 3 && samples == 3 && planes[0] != nullptr && planes[1] != nullptr && planes[2] != nullptr;
+    if (triples) {
+        join_triples(pixels, count, planes);
+        return;
+    }
     auto* join = step == 3 ? join_plane<3> : step == 4 ? join_plane<4> : join_plane<0>;
     for (size_t s = 0; s < samples; ++s) {
         if (planes[s] != nullptr) join(pixels + s, count, step, planes[s]);
@@ -266,6 +283,24 @@ void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue
     auto bytes = static_cast<size_t>(count);
     if (green != nullptr) std::memcpy(green, red, bytes);
     if (blue != nullptr) std::memcpy(blue, red, bytes);
+}
+
+uint8_t* values_target(int channels, uint8_t* const* buffers, uint8_t* spare) {
+    if (channels > 0 && buffers[0] != nullptr) return buffers[0];
+    for (int i = 1; i < channels; ++i)
+        if (buffers[i] != nullptr) return spare;
+    return nullptr;
+}
+
+// Three planes of which some are not wanted, the first among them that are, take the stored values.
+void rzl_spread_values(CFILE* c, int channels, uint8_t* const* buffers, uint8_t* values) {
+    if (values == nullptr) return;
+    if (channels != 3) {
+        rzl_widen_samples(c, values, c->xsize);
+        return;
+    }
+    bool all = buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
+    if (all || values != buffers[0]) rzl_apply_color_table(c, values, buffers[1], buffers[2], c->xsize);
 }
 
 bool bits_have_colors(const CFILE* c) {

@@ -79,6 +79,12 @@ void join_pixels(uint8_t* pixels, size_t count, size_t step, const uint8_t* cons
 // colour table or by widening.
 void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count);
 
+// A line of an image of one plane, for a module whose line calls have one channel or three: where to put the stored
+// values (the first of the caller's planes, or, when only others are wanted, `spare`; null when none is), and what has
+// to be done to them then: real colours in three planes, widened values in one.
+uint8_t* values_target(int channels, uint8_t* const* buffers, uint8_t* spare);
+void rzl_spread_values(CFILE* c, int channels, uint8_t* const* buffers, uint8_t* values);
+
 // The same for a bilevel line of `count` pixels in `red`, which becomes bytes where it stands: all three planes have
 // room for `count` of them. There must be a colour table.
 void rzl_apply_color_table_to_bits(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count);

@@ -24,10 +24,11 @@ bool must_reload(const squetch_record* s) {
     return (s->flags & SQUETCH_RELOAD) != 0;
 }
 
-// Byte samples and bilevel lines can be resampled; deeper ones have no rule.
+// Byte samples and bilevel lines can be resampled; deeper ones have no rule. The planes of a colour are bytes, whatever
+// the file has.
 bool can_resample(const CFILE* c) {
     if (format_is_bilevel(c->format)) return true;
-    return line_bytes(c, 1) == 1 && c->bits <= 8;
+    return planes_are_bytes(c);
 }
 
 // Planes that the image itself has.

@@ -9,7 +9,8 @@
 #include "raster/CORE/module.h"
 
 // What each format's directory defines, besides functions of its own.
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module;
+extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
+    pcx_module;
 
 namespace {
 
@@ -45,7 +46,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "BMP",
         .extensions = "bmp",
         .test = is_bmp,
-        .module = nullptr,
+        .module = &bmp_module,
     },
     {
         .id = RZL_STANDARD_KRVN, // with a text header
@@ -129,7 +130,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "PCX",
         .extensions = "pcx",
         .test = is_pcx,
-        .module = nullptr,
+        .module = &pcx_module,
     },
     {
         .id = RZL_STANDARD_SYM,
@@ -185,7 +186,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "TGA",
         .extensions = "tga",
         .test = is_targa,
-        .module = nullptr,
+        .module = &tga_module,
     },
     {
         .id = RZL_STANDARD_POSTSCRIPT, // is written only

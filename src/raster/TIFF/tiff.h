@@ -7,7 +7,8 @@
 // Words kept apart: a segment is a strip or a tile, counted within one plane; an entry of the strip arrays is a segment
 // of one plane (the planes of an image with planar configuration 2 follow each other in the arrays); a row is the
 // packed bytes of a line as the file has them, before coding and with the predictor undone; a line is what the caller
-// gets. All samples of chunky data stand in one plane.
+// gets. All samples of chunky data stand in one plane. A sparse segment is one that the file does not have because all
+// of it is 0.
 //
 // What happens when. Opening walks the chain and keeps the values of every directory, but none of the arrays. Making an
 // image active (tif_activate) judges it and loads its arrays. Reading decodes a segment once and hands out its rows
@@ -27,6 +28,7 @@ struct tif_lzw_table;
 
 constexpr uint16_t TIF_LITTLE = 0x4949; // byte order words
 constexpr uint16_t TIF_BIG = 0x4D4D;
+constexpr uint16_t TIF_VERSION = 42;
 constexpr size_t TIF_ENTRY_SIZE = 12;
 constexpr uint32_t TIF_FIRST_OFFSET = 8; // behind the file header; a smaller offset is no place of anything
 constexpr uint32_t TIF_NOT_GIVEN = 0xFFFFFFFF;
@@ -92,6 +94,16 @@ enum tif_codings : uint16_t {
 constexpr bool tif_is_fax(uint16_t compression) {
     return compression == TIF_FAX_1D || compression == TIF_FAX_G3 || compression == TIF_FAX_G4;
 }
+
+// How a coding can expand: bytes of rows that a byte of it stands for at most.
+constexpr uint64_t tif_expansion(uint16_t compression) {
+    if (tif_is_fax(compression)) return 65536;
+    if (compression == TIF_LZW) return 1400;
+    return compression == TIF_PACKBITS ? 64 : 1;
+}
+
+// Bytes of the rows of a segment that is not stored and reads as 0: more is no blank part of a picture, but a claim.
+constexpr uint64_t TIF_MOST_SPARSE = 1 << 24;
 
 // Tag 274 of each of the library's orientation codes.
 constexpr uint16_t TIF_ORIENTATIONS[] = {5, 6, 8, 7, 1, 2, 4, 3};
@@ -178,7 +190,7 @@ struct tif_reading {
 // The segment that writing gathers.
 struct tif_gathering {
     int64_t segment;          // -1: none
-    bool waiting;             // rows were put, and the file has not got all of it yet
+    bool waiting;             // rows were put, and the file does not have all of it yet
     uint32_t next_row;        // behind the last row that was put
     uint8_t* rows;            // owned: a block a plane, rows in their places
     size_t rows_room;         //
@@ -216,17 +228,15 @@ inline tif_image* tif_image_of(const CFILE* c) {
 
 // ---- values in the file's byte order
 
+inline bool tif_is_big(const CFILE* c) {
+    return tif_spec_of(c)->order == TIF_BIG;
+}
+
 inline uint16_t tif_u16(const tif_spec* spec, const uint8_t* p) {
     return spec->order == TIF_BIG ? load_u16be(p) : load_u16le(p);
 }
 inline uint32_t tif_u32(const tif_spec* spec, const uint8_t* p) {
     return spec->order == TIF_BIG ? load_u32be(p) : load_u32le(p);
-}
-inline void tif_put_u16(const tif_spec* spec, uint8_t* p, uint16_t v) {
-    spec->order == TIF_BIG ? store_u16be(p, v) : store_u16le(p, v);
-}
-inline void tif_put_u32(const tif_spec* spec, uint8_t* p, uint32_t v) {
-    spec->order == TIF_BIG ? store_u32be(p, v) : store_u32le(p, v);
 }
 
 // `count` values of that type between a place in the file's order and the machine's: types of 2, 4 and 8 bytes.
@@ -245,7 +255,9 @@ uint32_t tif_segments(const tif_image* image);                              // o
 uint32_t tif_entry_of(const tif_image* image, uint32_t segment, int plane); // in the strip arrays
 uint32_t tif_rows_of(const tif_image* image, uint32_t segment);             // rows of that segment
 uint64_t tif_row_bytes(const tif_image* image, int plane);                  // packed bytes of a row
-void tif_count_tiles(tif_image* image);                                     // across and down, from the sizes
+// Whether a segment is one that its writer left out, because all of it is 0: it has neither place nor size.
+bool tif_is_sparse(const tif_image* image, uint32_t segment, int plane);
+void tif_count_tiles(tif_image* image); // across and down, from the sizes
 inline bool tif_is_tiled(const tif_image* image) {
     return (image->flags & TIF_TILED) != 0;
 }
@@ -260,155 +272,141 @@ inline bool tif_is_stored(const tif_image* image, uint32_t entry) {
     return entry < image->strip_count && image->strip_offsets[entry] >= TIF_FIRST_OFFSET;
 }
 
-// ---- tifopen
-tif_image* tif_new_image(); // defaults of a new file; null without memory
+// Functions that give bool or a pointer leave the reason of false or null in the handle's status.
+
+// ---- tifopen: directories as they are read, records
+tif_image* tif_new_image(); // defaults of a new file; null without memory, with no status
 void tif_free_image(tif_image* image);
 void tif_drop_segments(CFILE* c); // forgets what reading and writing have at hand; nothing is written
-void tif_free_specs(CFILE* c);
-void tif_close(CFILE* c);
-int tif_refuse(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE()); // 1
-bool tif_fails(CFILE* c, uint32_t status, const char* source, const char* detail, int line = __builtin_LINE()); // false
-
-// ---- tifdir
-bool tif_read_chain(CFILE* c); // all directories; false with the status set
 const uint8_t* tif_find_entry(const tif_spec* spec, const tif_image* image, uint16_t tag); // the last one, or null
 // Up to `limit` unsigned values of an entry of type 3 or 4 (a type 1 is taken as well) into `out`. The number read, -1
-// for a failure of the file; values that the entry has not are not touched.
+// for a failure of the file, with no status; values that the entry does not have are not touched.
 int64_t tif_read_numbers(CFILE* c, const uint8_t* entry, uint32_t* out, uint32_t limit);
-bool tif_read_at(CFILE* c, int64_t offset, void* out, size_t bytes);       // from the base offset; keeps no position
+bool tif_read_at(CFILE* c, int64_t offset, void* out, size_t bytes);       // from the base offset; sets no status
 bool tif_load_arrays(CFILE* c, tif_image* image);                          // when they are not loaded yet
 uint32_t tif_judge(CFILE* c, const tif_image* image, const char** detail); // the status; 0: it can be read
 
-// ---- tifmulti, tifov
+// ---- tifmulti: the active image, overviews, further images
 bool tif_activate(CFILE* c, tif_image* image);         // all that the handle derives from it; line 0
 bool tif_take_kind(CFILE* c, const tif_image* image);  // samples, bits, format and coding
 bool tif_take_image(CFILE* c, const tif_image* image); // the handle's sizes, layout and tables
-tif_image* tif_append_image(CFILE* c, const tif_image* like, uint32_t subfile_type); // null without memory
-int tif_finish_image(CFILE* c); // brings the file up to date with the active image; 0 on success
+uint32_t tif_overview_count(const tif_spec* spec);
+int tif_set_overview_count(CFILE* c, int32_t count);
+int tif_set_active_overview(CFILE* c, int32_t overview);
 int tif_get_number_of_images(CFILE* c);
 int tif_set_number_of_images(CFILE* c, int32_t count);
 int tif_set_active_image(CFILE* c, int32_t number);
-uint32_t tif_overview_count(const tif_spec* spec);
-int tif_set_active_overview(CFILE* c, int32_t overview);
-int tif_set_overview_count(CFILE* c, int32_t count);
 
-// ---- tifinfo, tifset, tifuser, tifpackt, tifvlt
+// ---- tifinfo: fields, user tags, packets, the colour map
 int tif_get_hdr_data(CFILE* c, int32_t field, void* value);
 int tif_set_hdr_data(CFILE* c, int32_t field, const void* value);
 int tif_get_stat(CFILE* c, rzl_stat* stat);
 int tif_set_stat(CFILE* c, const rzl_stat* stat);
-int32_t tif_resolution(const tif_image* image);
-int tif_orientation(const tif_image* image);
-int tif_get_user_tag(CFILE* c, rzl_user_tag* tag);
-int tif_add_user_tag(CFILE* c, const rzl_user_tag* tag); // 1: refused, or no memory
+// Adds a tag with a copy of its values. False: no memory, or values that no file holds; no status.
 bool tif_keep_user_tag(tif_image* image, uint16_t tag, uint16_t type, uint32_t count, const void* data);
 int tif_get_packet(CFILE* c, void* buffer);
 int tif_put_packet(CFILE* c, const void* buffer);
-bool tif_find_transform(CFILE* c, tif_image* image); // looks through the packets; false: damaged or no memory
+bool tif_find_transform(CFILE* c, tif_image* image); // looks through the packets; false: damaged, with no status
 bool tif_make_packets(CFILE* c, tif_image* image, uint8_t** packets, uint32_t* count); // for tag 33918, owned
 int tif_get_vlt(CFILE* c, rzl_vlt_entry* entries);
-bool tif_take_vlt(CFILE* c, tif_image* image); // the application's table into the map; false: no memory
-bool tif_need_map(tif_image* image);           // a neutral map when there is none; false: no memory
-bool tif_make_color_table(CFILE* c, const tif_image* image);
+bool tif_take_vlt(CFILE* c, tif_image* image); // the application's table into the map
+bool tif_need_map(tif_image* image);           // a neutral map when there is none; false: no memory, with no status
+bool tif_make_color_table(CFILE* c, const tif_image* image); // false: no memory, with no status
 
-// ---- tifplan, tifwrthd, tifinit
+// ---- tifwrthd: data formats, plans, directories as they are written
 int tif_get_format(CFILE* c);
+int tif_set_format(CFILE* c, int32_t format);
 int tif_format_of(const tif_image* image);
 void tif_compression_class(const tif_image* image, bool opened, uint32_t* kind, uint32_t* variant);
-int tif_set_format(CFILE* c, int32_t format);
-bool tif_plan_strips(CFILE* c, tif_image* image);                // geometry and arrays; false with the status set
+// Another height of the active image, whose lines may be stored in part: fewer lines always, more where the strip that
+// they go on in can take them.
+bool tif_change_height(CFILE* c, tif_image* image, uint32_t height);
 bool tif_need_entry(CFILE* c, tif_image* image, uint32_t entry); // room for it in the arrays
 int tif_write_header(CFILE* c);
-bool tif_is_managed(uint16_t tag);              // one that says how the image is stored
-bool tif_write_ifd(CFILE* c, tif_image* image); // values and directory at the end, then the pointer to it
-bool tif_update_strip_arrays(CFILE* c, tif_image* image);
+int tif_finish_image(CFILE* c);    // brings the file up to date with the active image
+bool tif_is_managed(uint16_t tag); // one that says how the image is stored
 bool tif_update_flag_registers(CFILE* c, tif_image* image);
 bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count); // from the base offset
 // At the end of the file, at an even place; a streamed strip that is not complete is ended before. tif_extend() goes on
 // where the last of them ended.
 bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset);
 bool tif_extend(CFILE* c, const void* bytes, size_t count);
-bool tif_copy_settings(const tif_image* from, tif_image* to); // false: no memory
+
+// ---- tifinit: copies
+bool tif_copy_settings(const tif_image* from, tif_image* to); // false: no memory, with no status
 int tif_copydata(CFILE* from, CFILE* to);
 int tif_init_std_hdr(CFILE* from, CFILE* to);
 int tif_init_ov(CFILE* from, CFILE* to);
 
-// ---- tifstrip: rows of segments
-// The row of a segment of the active image, valid until the next call that reads. A plain row is read into `into` when
-// that is not null and stays there. Null with the status set.
-const uint8_t* tif_fetch_row(CFILE* c, uint32_t segment, uint32_t row, int plane, uint8_t* into);
+// ---- tifgetli: rows of segments as they are read, lines
+int tif_getline(CFILE* c, int channels, read_planes buffers);
+int tif_get_line(CFILE* c, int channels, read_planes buffers);
+int tif_get_interleaved_line(CFILE* c, uint8_t* buffer);
+int tif_seek(CFILE* c, int32_t line);
+void tif_rewind(CFILE* c);
+int tif_randomize(CFILE* c);
+bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes);
 // The rows of a segment's first plane as far as they are there, when they are decoded together; null otherwise, with
 // the status set if that is a failure.
 const uint8_t* tif_fetch_block(CFILE* c, uint32_t segment, size_t* bytes);
 // Moves the first `rows` rows of a segment's first plane, as they are stored, to `to`, `pitch` bytes from row to row,
 // if that can be done for all of them together. How many were; the others are to be fetched one by one.
 uint32_t tif_move_rows(CFILE* c, uint32_t segment, uint32_t rows, uint8_t* to, size_t pitch);
-// The row of a bilevel image as a line of words. False with the status set.
+// The row of a bilevel image as a line of words.
 bool tif_fetch_bits(CFILE* c, uint32_t segment, uint32_t row, uint8_t* words);
 // The row of CCITT data as runs; see cit_reader_runs(). A line that is damaged is logged once.
 uint32_t tif_fetch_runs(CFILE* c, uint32_t segment, uint32_t row, uint16_t* runs, size_t room, size_t* count);
 cit_coding tif_fax_coding(const tif_image* image);
-
-// ---- tifgetli, tifrgb, tifrle, tifgetti, tifpos
-int tif_getline(CFILE* c, int channels, read_planes buffers);
-int tif_get_line(CFILE* c, int channels, read_planes buffers);
-int tif_get_interleaved_line(CFILE* c, uint8_t* buffer);
-bool tif_band_line(CFILE* c, uint32_t segment, uint32_t row,
-                   uint8_t* line); // one sample a pixel, as the caller gets it
+// A row of one sample a pixel, as the caller gets it.
+bool tif_band_line(CFILE* c, uint32_t segment, uint32_t row, uint8_t* line);
 // Rows of colour as bytes into planes (null: not wanted), or into one interleaved line of `step` bytes a pixel.
 bool tif_colour_planes(CFILE* c, uint32_t segment, uint32_t row, int channels, uint8_t* const* planes);
 bool tif_colour_pixels(CFILE* c, uint32_t segment, uint32_t row, uint8_t* pixels, size_t step);
-bool tif_colour_is_readable(CFILE* c); // false with the status set
+bool tif_colour_is_readable(CFILE* c);
+
+// ---- tifrle: lines as runs
 int tif_get_rle_line(CFILE* c, int channels, read_planes buffers);
 int tif_put_rle_line(CFILE* c, int channels, write_planes buffers);
-int tif_getline_from_tiles(CFILE* c, int channels, read_planes buffers);
+
+// ---- tifgetti: tiles as they are read
 int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
-// The first `rows` rows of a tile into planes of `pitch` bytes a line. False: no memory, or a tile that can't be read;
-// rows that the file has not got become 0 and are no failure.
-bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch);
-bool tif_fill_tile_row(CFILE* c);    // the row of tiles of the line that comes next; false with the status set
-bool tif_tile_is_readable(CFILE* c); // false with the status set
+int tif_get_tile_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows);
+int tif_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
 // Whether a call's one buffer takes all samples of a pixel, and the bytes of a tile's line in a plane of such a call.
 bool tif_is_together(const CFILE* c);
 size_t tif_tile_pitch(const CFILE* c);
-int tif_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word);
-int tif_seek(CFILE* c, int32_t line);
-void tif_rewind(CFILE* c);
-int tif_randomize(CFILE* c);
 
-// ---- tifputli, tifsave, tifputbi, tifputti
+// ---- tifputli: lines, rows of segments as they are written
 int tif_putline(CFILE* c, int channels, write_planes buffers);
 int tif_put_line(CFILE* c, int channels, write_planes buffers);
 int tif_put_interleaved_line(CFILE* c, const uint8_t* buffer);
-int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour);
-int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers);
-bool tif_flush_tile_row(CFILE* c); // stores the lines that were gathered of a row of tiles
+bool tif_need_header(CFILE* c);        // writes it when it is not written
+bool tif_samples_can_be_put(CFILE* c); // for lines and tiles
 // A line in `planes` (bytes of a colour, or one line of a band), or interleaved with `step` bytes a pixel when that is
 // not 0, as rows: one for each plane of the image, one behind the other.
 void tif_make_rows(const CFILE* c, const tif_image* image, uint32_t width, int channels, write_planes planes,
                    size_t step, uint8_t* rows);
-// The place of the row of a segment that is gathered, for a caller that makes a row of chunky data there and calls
-// tif_end_row(). Null: the row can't be made in place (status 0), or a failure.
-uint8_t* tif_row_place(CFILE* c, uint32_t segment, uint32_t row);
-bool tif_end_row(CFILE* c, uint32_t segment, uint32_t row);
 // Whether a caller's line, `step` bytes a pixel (0: a byte for one sample), is the row as a plain image's file has it.
 bool tif_is_plain_row(const tif_image* image, size_t step);
-// Takes the rows of a line, from tif_make_rows(). Stores the segment when it is complete: the plain strips of a new
-// file with one plane are streamed, each row goes into the file as it comes. False with the status set.
-bool tif_save_rows(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* rows);
+// Codes and stores `row_count` rows of each plane of a segment; the planes stand `plane_bytes` apart, and are changed.
 bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_bytes, uint32_t row_count);
-bool tif_flush_segment(CFILE* c);               // stores what waits; false with the status set
-bool tif_is_streaming(const CFILE* c);          // a strip is in the file in part, and its next row goes to the end
-bool tif_samples_can_be_put(CFILE* c);          // for lines and tiles; false with the status set
-bool tif_begin_put(CFILE* c, uint32_t segment); // leaves another segment that waits, judges this one
-bool tif_need_room(CFILE* c, uint8_t** block, size_t* room, uint64_t bytes);
-// CCITT lines: bits, or runs when `bits` is null.
+// A CCITT line: bits, or runs when `bits` is null.
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,
                        size_t count);
-bool tif_end_fax(CFILE* c, uint32_t segment, uint32_t rows); // for tif_flush_segment()
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count);
 // `count` plain tiles that stand behind each other in `bytes`, `tile_bytes` each.
 bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* bytes, size_t tile_bytes);
+bool tif_flush_segment(CFILE* c);                // stores what waits
+void tif_cut_segment(CFILE* c, uint32_t height); // drops the gathered rows of a strip behind that height
+bool tif_is_streaming(const CFILE* c);           // a strip is in the file in part, and its next row goes to the end
+
+// ---- tifputti: tiles as they are written
+int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour);
+int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers);
+bool tif_flush_tile_row(CFILE* c); // stores the lines that were gathered of a row of tiles
+// The same for an image that is to be less high: the gathered lines that it will still have. Called with the old
+// height in the record.
+bool tif_cut_tile_row(CFILE* c, uint32_t height);
 
 // ---- coders
 // How many bytes from `first` on are equal, up to `end`, which is behind it.
@@ -439,29 +437,7 @@ constexpr size_t tif_lzw_bound(size_t length) {
 size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif_lzw_table* table);
 size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_t limit, bool* sound);
 
-// ---- tifsampl: samples of a row
-// `count` samples of a row, as a line of one sample a pixel has them: bytes, 16-bit or 32-bit words; `bits` of 2 to 32.
-inline void tif_unpack_samples(const uint8_t* row, int bits, uint16_t order, size_t count, uint8_t* line) {
-    unpack_samples(row, bits, order == TIF_BIG, count, line);
-}
-inline void tif_pack_samples(const uint8_t* line, int bits, uint16_t order, size_t count, uint8_t* row) {
-    pack_samples(line, bits, order == TIF_BIG, count, row);
-}
-// The same with a byte for every sample, of any number of bits: narrow ones shifted up by `widen`, wide ones cut.
-inline void tif_unpack_bytes(const uint8_t* row, int bits, uint16_t order, size_t count, bool widen, uint8_t* out) {
-    unpack_bytes(row, bits, order == TIF_BIG, count, widen, out);
-}
-inline void tif_pack_bytes(const uint8_t* in, int bits, uint16_t order, size_t count, bool widen, uint8_t* row) {
-    pack_bytes(in, bits, order == TIF_BIG, count, widen, row);
-}
-// Bilevel rows and lines of words, `width` pixels; what stands behind the last pixel becomes 0. A row can become words
-// where it stands.
-inline void tif_row_to_words(const uint8_t* row, uint32_t width, uint8_t* words) {
-    bits_to_words(row, width, 0, words);
-}
-inline void tif_words_to_row(const uint8_t* words, uint32_t width, uint8_t* row) {
-    words_to_bits(words, width, 0, row);
-}
+// ---- differences of samples
 // Predictor 2: each sample as the difference to the one `step` samples before it.
-void tif_make_differences(uint8_t* row, int bits, uint16_t order, size_t count, size_t step);
-void tif_undo_differences(uint8_t* row, int bits, uint16_t order, size_t count, size_t step);
+void tif_make_differences(uint8_t* row, int bits, bool big, size_t count, size_t step);
+void tif_undo_differences(uint8_t* row, int bits, bool big, size_t count, size_t step);

@@ -27,9 +27,9 @@ bool tile_row(CFILE* c, uint32_t tile, uint32_t row, int channels, uint8_t* cons
 // Makes words of rows where they stand. Rows of whole words, one behind the other, are one long row.
 void rows_to_words(uint8_t* rows, uint32_t count, uint32_t width, size_t pitch) {
     bool joined = width % 16 == 0 && pitch == width / 8 && uint64_t{width} * count <= UINT32_MAX;
-    if (joined) return tif_row_to_words(rows, width * count, rows);
+    if (joined) return bits_to_words(rows, width * count, 0, rows);
     for (uint32_t row = 0; row < count; ++row)
-        tif_row_to_words(rows + row * pitch, width, rows + row * pitch);
+        bits_to_words(rows + row * pitch, width, 0, rows + row * pitch);
 }
 
 // Rows that only have to be moved, of a tile that is plain or decoded whole. How many were; the others go one by one.
@@ -49,7 +49,7 @@ uint32_t move_rows(CFILE* c, uint32_t tile, uint32_t rows, uint8_t* plane, size_
     rows = static_cast<uint32_t>(std::min<size_t>(rows, bytes / row_bytes));
     for (uint32_t row = 0; row < rows; ++row) {
         if (bilevel) {
-            tif_row_to_words(block + row * row_bytes, image->tile_width, plane + row * pitch);
+            bits_to_words(block + row * row_bytes, image->tile_width, 0, plane + row * pitch);
         } else {
             std::memcpy(plane + row * pitch, block + row * row_bytes, row_bytes);
         }
@@ -57,23 +57,39 @@ uint32_t move_rows(CFILE* c, uint32_t tile, uint32_t rows, uint8_t* plane, size_
     return rows;
 }
 
-// Rows that the file has not got are no failure of a tile.
+// Rows that the file does not have are no failure of a tile.
 void end_quietly(CFILE* c) {
     c->status = 0;
     set_flag(c, FLAG_DAMAGED, true);
 }
 
-// ---- rows of tiles
+bool tile_is_readable(CFILE* c) {
+    const tif_image* image = tif_image_of(c);
+    if (image->samples_per_pixel != 1 && !tif_colour_is_readable(c)) return false;
+    bool planes = tif_shape_of(image).planes > 1;
+    if (!planes || image->compression == TIF_PLAIN || image->compression == TIF_PACKBITS) return true;
+    return fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
+}
 
-// Whether the line that comes next has to be read first. What waits to be written is the core's matter, and so are
-// lines that are not there.
-bool row_is_due(CFILE* c) {
-    const tile_record* t = c->tile;
-    if (t == nullptr || t->height == 0 || t->tiles_across == 0 || c->line < 0 || c->line >= c->ysize) return false;
-    if (t->row_buffer != nullptr && t->row_dirty) return false;
-    if (!need_tile_row(c)) return false;
-    int64_t above = int64_t{c->line} - t->first_line;
-    return !t->row_read || above < 0 || above >= int64_t{t->height};
+// The first `rows` rows of a tile into planes of `pitch` bytes a line. Rows that the file does not have become 0 and
+// are no failure.
+bool tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch) {
+    size_t bytes = tif_tile_pitch(c);
+    uint8_t* lines[TIF_MAX_SAMPLES] = {};
+    uint32_t first = channels > 0 ? move_rows(c, tile, rows, planes[0], pitch) : 0;
+    bool ended = c->status != 0;
+    if (c->status == RZL_NO_MEMORY) return false;
+    for (uint32_t row = first; row < rows; ++row) {
+        for (int i = 0; i < channels; ++i)
+            lines[i] = planes[i] != nullptr ? planes[i] + row * pitch : nullptr;
+        if (!ended && tile_row(c, tile, row, channels, lines)) continue;
+        if (c->status == RZL_NO_MEMORY) return false;
+        ended = true;
+        end_quietly(c);
+        for (int i = 0; i < channels; ++i)
+            if (lines[i] != nullptr) std::memset(lines[i], 0, bytes);
+    }
+    return true;
 }
 
 // ---- run-coded tiles
@@ -126,70 +142,19 @@ size_t tif_tile_pitch(const CFILE* c) {
     return line_bytes(c, tif_image_of(c)->tile_width) * (tif_is_together(c) ? samples_together(c) : 1);
 }
 
-bool tif_tile_is_readable(CFILE* c) {
-    const tif_image* image = tif_image_of(c);
-    if (image->samples_per_pixel != 1 && !tif_colour_is_readable(c)) return false;
-    bool planes = tif_shape_of(image).planes > 1;
-    if (!planes || image->compression == TIF_PLAIN || image->compression == TIF_PACKBITS) return true;
-    return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
-}
-
-bool tif_tile_rows(CFILE* c, uint32_t tile, uint32_t rows, int channels, uint8_t* const* planes, size_t pitch) {
-    size_t bytes = tif_tile_pitch(c);
-    uint8_t* lines[TIF_MAX_SAMPLES] = {};
-    uint32_t first = channels > 0 ? move_rows(c, tile, rows, planes[0], pitch) : 0;
-    bool ended = c->status != 0;
-    if (c->status == RZL_NO_MEMORY) return false;
-    for (uint32_t row = first; row < rows; ++row) {
-        for (int i = 0; i < channels; ++i)
-            lines[i] = planes[i] != nullptr ? planes[i] + row * pitch : nullptr;
-        if (!ended && tile_row(c, tile, row, channels, lines)) continue;
-        if (c->status == RZL_NO_MEMORY) return false;
-        ended = true;
-        end_quietly(c);
-        for (int i = 0; i < channels; ++i)
-            if (lines[i] != nullptr) std::memset(lines[i], 0, bytes);
-    }
-    return true;
-}
-
-// The planes keep the distance of full tile lines.
-int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {
+int tif_get_tile_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows) {
     int64_t tile = next_tile(c);
-    if (tile < 0 || !tif_tile_is_readable(c)) return 0;
-    const tif_image* image = tif_image_of(c);
+    if (tile < 0 || !tile_is_readable(c)) return 0;
     int used = std::min(channels, TIF_MAX_SAMPLES);
-    uint32_t rows = used > 0 ? image->tile_length : 0;
-    if (!tif_tile_rows(c, static_cast<uint32_t>(tile), rows, used, buffers, tif_tile_pitch(c))) return 0;
+    if (used > 0 && !tile_rows(c, static_cast<uint32_t>(tile), rows, used, planes, pitch)) return 0;
     ++c->line;
     return 1;
 }
 
-bool tif_fill_tile_row(CFILE* c) {
-    if (!row_is_due(c)) return c->status == 0;
-    if (!tif_tile_is_readable(c)) return false;
-    tile_record* t = c->tile;
+// The planes keep the distance of full tile lines.
+int tif_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {
     const tif_image* image = tif_image_of(c);
-    auto band = static_cast<uint32_t>(c->line) / t->height;
-    uint32_t rows = std::min(t->height, image->image_length - band * t->height);
-    size_t tile_bytes = line_bytes(c, t->width) * samples_together(c);
-    int planes = std::min(tile_row_planes(c), TIF_MAX_SAMPLES);
-    t->row_read = false;
-    for (uint32_t column = 0; column < t->tiles_across; ++column) {
-        uint8_t* places[TIF_MAX_SAMPLES] = {};
-        for (int i = 0; i < planes; ++i)
-            places[i] = t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + column * tile_bytes;
-        uint32_t tile = band * t->tiles_across + column;
-        if (!tif_tile_rows(c, tile, rows, planes, places, tile_row_pitch(c))) return false;
-    }
-    t->first_line = static_cast<int32_t>(band * t->height);
-    t->row_read = true;
-    return true;
-}
-
-// Lines of a row of tiles are read straight into the buffer that the core hands lines out of.
-int tif_getline_from_tiles(CFILE* c, int channels, read_planes buffers) {
-    return tif_fill_tile_row(c) ? rzl_getline_from_tiles(c, channels, buffers) : 0;
+    return tif_get_tile_rows(c, channels, buffers, tif_is_tiled(image) ? tif_tile_pitch(c) : 0, image->tile_length);
 }
 
 int tif_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {

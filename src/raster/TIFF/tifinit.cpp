@@ -8,12 +8,8 @@
 namespace {
 
 constexpr const char* SOURCE = "TIFF/tifinit";
-constexpr uint16_t TAG_EXTRA_SAMPLES = 338;
 
-bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_LINE()) {
-    fail(c, status, SOURCE, detail, line);
-    return false;
-}
+constexpr uint16_t TAG_EXTRA_SAMPLES = 338;
 
 bool are_tiff(const CFILE* from, const CFILE* to) {
     return from->standard == RZL_STANDARD_TIFF && to->standard == RZL_STANDARD_TIFF && from->spec != nullptr &&
@@ -22,11 +18,11 @@ bool are_tiff(const CFILE* from, const CFILE* to) {
 
 // What the copies ask of the two handles.
 bool check_pair(CFILE* from, CFILE* to, const char* detail) {
-    if (!is_readable(from)) return refuse(from, RZL_NEEDS_READ, detail);
-    if (!is_writable(to)) return refuse(to, RZL_NEEDS_WRITE, detail);
+    if (!is_readable(from)) return fails(from, RZL_NEEDS_READ, SOURCE, detail);
+    if (!is_writable(to)) return fails(to, RZL_NEEDS_WRITE, SOURCE, detail);
     if (are_tiff(from, to)) return true;
-    refuse(from, RZL_NOT_STANDARD, detail);
-    return refuse(to, RZL_NOT_STANDARD, detail);
+    fails(from, RZL_NOT_STANDARD, SOURCE, detail);
+    return fails(to, RZL_NOT_STANDARD, SOURCE, detail);
 }
 
 // The tag that says what a fourth sample is.
@@ -47,7 +43,8 @@ bool copy_bytes(CFILE* from, CFILE* to, int64_t place, uint32_t count, uint32_t*
     while (*copied < count) {
         size_t wanted = std::min<size_t>(count - *copied, sizeof piece);
         tif_spec_of(from)->at_end = false;
-        if (!io_seek(from, from->base_offset + place + *copied)) return refuse(from, RZL_READ_FAILED, "copydata");
+        if (!io_seek(from, from->base_offset + place + *copied))
+            return fails(from, RZL_READ_FAILED, SOURCE, "copydata");
         size_t got = io_read(from, piece, wanted);
         if (got == 0) return true; // the file was cut
         uint32_t at = 0;
@@ -69,7 +66,7 @@ uint32_t strip_size(const tif_image* image, uint32_t entry) {
 }
 
 bool copy_strips(CFILE* from, const tif_image* source, CFILE* to, tif_image* target) {
-    if (target->strip_count < source->strip_count) return refuse(to, RZL_UNSUP_TIFF, "copydata");
+    if (target->strip_count < source->strip_count) return fails(to, RZL_UNSUP_TIFF, SOURCE, "copydata");
     for (uint32_t i = 0; i < source->strip_count; ++i) {
         if (!tif_is_stored(source, i)) continue;
         uint32_t offset = 0;
@@ -129,11 +126,11 @@ bool tif_copy_settings(const tif_image* from, tif_image* to) {
 int tif_init_std_hdr(CFILE* from, CFILE* to) {
     if (!check_pair(from, to, "init std hdr")) return 1;
     tif_spec* target = tif_spec_of(to);
-    if (has_flag(to, FLAG_HEADER_EXISTS)) return tif_refuse(to, RZL_NEEDS_WRITE, SOURCE, "init std hdr");
+    if (has_flag(to, FLAG_HEADER_EXISTS)) return refuse(to, RZL_NEEDS_WRITE, SOURCE, "init std hdr");
     const tif_image* source = tif_image_of(from);
     tif_image* image = target->image;
     if (!tif_copy_settings(source, image) || !keep_extra_samples(from, image)) {
-        return tif_refuse(to, RZL_NO_MEMORY, SOURCE, nullptr);
+        return refuse(to, RZL_NO_MEMORY, SOURCE, nullptr);
     }
     if (!target->begun) target->order = tif_spec_of(from)->order;
     image->subfile_type = image->previous != nullptr ? image->subfile_type : 0;
@@ -150,7 +147,7 @@ int tif_init_ov(CFILE* from, CFILE* to) {
     tif_image* target = tif_spec_of(to)->first->next;
     for (; source != nullptr && target != nullptr && count > 0; source = source->next, target = target->next, --count) {
         if ((target->flags & TIF_IN_FILE) != 0) continue;
-        if (!tif_copy_settings(source, target)) return tif_refuse(to, RZL_NO_MEMORY, SOURCE, nullptr);
+        if (!tif_copy_settings(source, target)) return refuse(to, RZL_NO_MEMORY, SOURCE, nullptr);
         target->subfile_type = 1;
         target->image_width = source->image_width;
         target->image_length = source->image_length;

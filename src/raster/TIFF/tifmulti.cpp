@@ -9,6 +9,12 @@ namespace {
 
 constexpr const char* SOURCE = "TIFF/tifmulti";
 
+} // namespace
+
+// ---- images ---------------------------------------------------------------------------------------------------------
+
+namespace {
+
 // Neither an overview nor a mask of another image.
 bool is_image(const tif_image* image) {
     return (image->subfile_type & 5) == 0;
@@ -63,11 +69,31 @@ void release_arrays(const CFILE* c, tif_image* image) {
     image->strip_count = 0;
 }
 
+tif_image* add_record(CFILE* c, const tif_image* like, uint32_t subfile_type) {
+    tif_image* image = tif_new_image();
+    if (image == nullptr) {
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return nullptr;
+    }
+    if (!tif_copy_settings(like, image)) {
+        tif_free_image(image);
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return nullptr;
+    }
+    image->subfile_type = subfile_type;
+    tif_image* last = tif_spec_of(c)->first;
+    while (last->next != nullptr)
+        last = last->next;
+    last->next = image;
+    image->previous = last;
+    return image;
+}
+
 // A further image of the size and kind of the one in hand.
 int append_image(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
-    if ((spec->image->flags & TIF_IN_FILE) == 0) return tif_refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
-    tif_image* image = tif_append_image(c, spec->image, 2);
+    if ((spec->image->flags & TIF_IN_FILE) == 0) return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+    tif_image* image = add_record(c, spec->image, 2);
     if (image == nullptr) return 1;
     image->image_width = spec->image->image_width;
     image->image_length = spec->image->image_length;
@@ -111,7 +137,7 @@ bool tif_activate(CFILE* c, tif_image* image) {
     if ((image->flags & TIF_IN_FILE) != 0) {
         const char* detail = nullptr;
         uint32_t status = tif_judge(c, image, &detail);
-        if (status != 0) return tif_fails(c, status, SOURCE, detail);
+        if (status != 0) return fails(c, status, SOURCE, detail);
         if (!tif_load_arrays(c, image)) return false;
         // Packets that are damaged leave the image without a transformation.
         if ((image->flags & TIF_HAS_TRANSFORM) == 0) (void)tif_find_transform(c, image);
@@ -121,33 +147,11 @@ bool tif_activate(CFILE* c, tif_image* image) {
     tif_drop_segments(c);
     if (spec->image != image) release_arrays(c, spec->image);
     spec->image = image;
-    mem_free(c->line_offsets);
-    c->line_offsets = nullptr;
-    c->line_offset_count = 0;
+    rzl_forget_lines(c);
     set_flag(c, FLAG_MODULE, false);
     set_flag(c, FLAG_HEADER_EXISTS, (spec->first->flags & TIF_IN_FILE) != 0 || image != spec->first);
     c->line = 0;
     return true;
-}
-
-tif_image* tif_append_image(CFILE* c, const tif_image* like, uint32_t subfile_type) {
-    tif_image* image = tif_new_image();
-    if (image == nullptr) {
-        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
-        return nullptr;
-    }
-    if (!tif_copy_settings(like, image)) {
-        tif_free_image(image);
-        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
-        return nullptr;
-    }
-    image->subfile_type = subfile_type;
-    tif_image* last = tif_spec_of(c)->first;
-    while (last->next != nullptr)
-        last = last->next;
-    last->next = image;
-    image->previous = last;
-    return image;
 }
 
 int tif_get_number_of_images(CFILE* c) {
@@ -168,12 +172,83 @@ int tif_set_active_image(CFILE* c, int32_t number) {
     int32_t count = tif_get_number_of_images(c);
     bool appends = number == count && is_writable(c);
     if (!several || number < 0 || (number >= count && !appends)) {
-        return tif_refuse(c, RZL_NO_SUCH_IMAGE, SOURCE, "Invalid image number");
+        return refuse(c, RZL_NO_SUCH_IMAGE, SOURCE, "Invalid image number");
     }
     if (finish_active(c) != 0) return 1;
     if (appends ? append_image(c) != 0 : !tif_activate(c, find_image(c, number))) return 1;
     set_flag(c, FLAG_MULTI_IMAGE, true);
     c->active_image = number;
     c->active_overview = OVERVIEW_BASE;
+    return 0;
+}
+
+// ---- overviews ------------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr int32_t MAX_OVERVIEWS = 65535;
+
+// Takes records off the end of the chain that the file does not have. False: the last one is in the file or active.
+bool drop_last(tif_spec* spec) {
+    tif_image* last = spec->first;
+    while (last->next != nullptr)
+        last = last->next;
+    if (last == spec->first || last == spec->image || (last->flags & TIF_IN_FILE) != 0) return false;
+    last->previous->next = nullptr;
+    tif_free_image(last);
+    return true;
+}
+
+} // namespace
+
+// A chain with a further image has no overviews.
+uint32_t tif_overview_count(const tif_spec* spec) {
+    uint32_t count = 0;
+    for (const tif_image* image = spec->first->next; image != nullptr; image = image->next, ++count)
+        if ((image->subfile_type & 1) == 0) return 0;
+    return count;
+}
+
+int tif_set_overview_count(CFILE* c, int32_t count) {
+    tif_spec* spec = tif_spec_of(c);
+    if (count < 0 || count > MAX_OVERVIEWS || has_flag(c, FLAG_MULTI_IMAGE)) {
+        return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "overviews");
+    }
+    auto now = static_cast<int32_t>(tif_overview_count(spec));
+    for (; now > count; --now)
+        if (!drop_last(spec)) return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "overviews");
+    for (; now < count; ++now) {
+        const tif_image* last = spec->first;
+        while (last->next != nullptr)
+            last = last->next;
+        if (add_record(c, last, 1) == nullptr) return 1;
+    }
+    return 0;
+}
+
+int tif_set_active_overview(CFILE* c, int32_t overview) {
+    tif_spec* spec = tif_spec_of(c);
+    if (overview < 0) overview = OVERVIEW_BASE;
+    if (overview != c->active_overview && overview >= static_cast<int32_t>(tif_overview_count(spec))) {
+        return refuse(c, RZL_NO_SUCH_OVERVIEW, SOURCE, nullptr);
+    }
+    if (is_writable(c) && tif_finish_image(c) != 0) return 1;
+    tif_image* image = has_flag(c, FLAG_MULTI_IMAGE) ? spec->image : spec->first;
+    for (int32_t at = OVERVIEW_BASE; at < overview; ++at)
+        image = image->next;
+    // The chain of the file begins with the main image.
+    if (image != spec->first && (spec->first->flags & TIF_IN_FILE) == 0) {
+        return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+    }
+    bool header = has_flag(c, FLAG_HEADER_EXISTS);
+    if (image == spec->image) {
+        tif_rewind(c);
+    } else if (!tif_activate(c, image)) {
+        return 1;
+    } else {
+        header = true;
+    }
+    set_flag(c, FLAG_HEADER_EXISTS, header);
+    c->active_overview = overview;
     return 0;
 }

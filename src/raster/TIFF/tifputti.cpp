@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "raster/CORE/lines.h"
+#include "raster/CORE/tilesetup.h"
 #include "raster/TIFF/tiff.h"
 #include "support/checked.h"
 #include "support/memory.h"
@@ -46,9 +47,9 @@ bool take_source(CFILE* c, int channels, write_planes buffers, const uint32_t* c
         missing = missing || source->planes[i] == nullptr;
     }
     if (!missing) return true;
-    if (colour == nullptr || channels <= 0) return tif_fails(c, RZL_NO_OUTPUT_BUFFER, SOURCE, nullptr);
+    if (colour == nullptr || channels <= 0) return fails(c, RZL_NO_OUTPUT_BUFFER, SOURCE, nullptr);
     source->fill = static_cast<uint8_t*>(mem_alloc(source->pitch * static_cast<size_t>(source->count)));
-    if (source->fill == nullptr) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (source->fill == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     for (int i = 0; i < source->count; ++i)
         std::memset(source->fill + static_cast<size_t>(i) * source->pitch, colour_byte(*colour, i), source->pitch);
     return true;
@@ -66,7 +67,7 @@ bool put_fax_tile(CFILE* c, uint32_t tile, const tile_source& source) {
     tif_image* image = tif_image_of(c);
     const uint8_t* lines[TIF_MAX_SAMPLES] = {};
     // A tile that is put again is coded anew; it takes its place in the arrays when it is stored.
-    if (tif_is_stored(image, tile)) return tif_fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
+    if (tif_is_stored(image, tile)) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed data");
     for (uint32_t row = 0; row < source.rows; ++row) {
         take_lines(source, row, lines);
         if (!tif_save_fax_line(c, tile, row, lines[0], nullptr, 0)) return false;
@@ -91,7 +92,7 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     size_t plane = 0;
     size_t all = 0;
     bool fits = checked_mul(row_bytes, size_t{shape.rows}, &plane) && checked_mul(plane, planes, &all);
-    if (!fits) return tif_fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    if (!fits) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     size_t line = row_bytes * planes + size_t{shape.width} * image->samples_per_pixel;
     if (!tif_need_room(c, &out->rows, &out->rows_room, all)) return false;
     if (!tif_need_room(c, &out->row, &out->row_room, line)) return false;
@@ -130,7 +131,7 @@ bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
 bool can_put_tiles(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (tif_shape_of(image).planes > 1 && image->compression == TIF_LZW) {
-        return tif_fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
+        return fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
     }
     return tif_samples_can_be_put(c);
 }
@@ -141,11 +142,11 @@ bool can_put_tiles(CFILE* c) {
 bool line_fits_row(CFILE* c) {
     tile_record* t = c->tile;
     bool other = t->row_buffer != nullptr && t->row_dirty && ((t->row_layout ^ c->flags) & TILE_LAYOUT_FLAGS) != 0;
-    if (other) return tif_fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
+    if (other) return fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
     if (!need_tile_row(c)) return false;
     int64_t above = int64_t{c->line} - t->first_line;
     bool fits = above >= 0 && above < int64_t{t->height} && c->line < c->ysize;
-    return fits || tif_fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
+    return fits || fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
 }
 
 // Whether the buffered row of tiles holds them one behind the other, as the file will have them. Plain tiles of a new
@@ -168,13 +169,26 @@ void fill_line(CFILE* c, int plane, size_t row, size_t piece, const uint8_t* fro
     }
 }
 
+// Where the pieces of a line of the buffered row stand apart.
+size_t piece_bytes(const CFILE* c) {
+    return row_is_as_stored(c) ? static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0)) : tile_row_pitch(c);
+}
+
+void take_back_line(const CFILE* c, int plane, size_t row, size_t piece, uint8_t* to) {
+    const tile_record* t = c->tile;
+    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
+    const uint8_t* from = t->row_buffer + static_cast<size_t>(plane) * tile_row_plane_bytes(c) + row * piece;
+    for (size_t at = 0; at < bytes; at += piece, from += piece * t->height)
+        std::memcpy(to + at, from, std::min(piece, bytes - at));
+}
+
 // A plane that is not given is zero, and so are lines that are passed over.
 void gather_line(CFILE* c, int channels, write_planes buffers) {
     tile_record* t = c->tile;
     tif_spec* spec = tif_spec_of(c);
     auto row = static_cast<uint32_t>(c->line - t->first_line);
     uint32_t lines = t->row_dirty ? spec->row_lines : 0;
-    size_t piece = row_is_as_stored(c) ? static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0)) : tile_row_pitch(c);
+    size_t piece = piece_bytes(c);
     for (int i = 0; i < tile_row_planes(c); ++i) {
         for (uint32_t passed = lines; passed < row; ++passed)
             fill_line(c, i, passed, piece, nullptr);
@@ -224,6 +238,59 @@ bool tif_flush_tile_row(CFILE* c) {
     return true;
 }
 
+// Gathers the lines of the first row of tiles anew, as an image less high than a tile has them.
+static bool gather_again(CFILE* c, int32_t height) {
+    auto lines = static_cast<int32_t>(tif_spec_of(c)->row_lines);
+    int planes = tile_row_planes(c);
+    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
+    size_t piece = piece_bytes(c);
+    size_t all = bytes * static_cast<size_t>(planes) * static_cast<size_t>(lines);
+    mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc(std::max<size_t>(all, 1))));
+    if (!block) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    auto place = [&](int32_t row, int plane) {
+        return block.get() + static_cast<size_t>(row * planes + plane) * bytes;
+    };
+    for (int32_t row = 0; row < lines; ++row)
+        for (int i = 0; i < planes; ++i)
+            take_back_line(c, i, static_cast<size_t>(row), piece, place(row, i));
+    drop_tile_row(c);
+    c->ysize = height;
+    if (!need_tile_row(c)) return false;
+    int32_t line = c->line;
+    for (c->line = 0; c->line < lines; ++c->line) {
+        const uint8_t* given[TIF_MAX_SAMPLES] = {};
+        for (int i = 0; i < planes; ++i)
+            given[i] = place(c->line, i);
+        gather_line(c, planes, given);
+    }
+    c->line = line;
+    return true;
+}
+
+bool tif_cut_tile_row(CFILE* c, uint32_t height) {
+    tile_record* t = c->tile;
+    if (!has_flag(c, FLAG_TILED) || t == nullptr || t->row_buffer == nullptr) return true;
+    auto first = static_cast<uint32_t>(t->first_line);
+    if (!t->row_dirty || first >= height) {
+        drop_tile_row(c);
+        t->row_dirty = t->row_read = false;
+        return true;
+    }
+    // The handle has the new height already.
+    int32_t asked = c->ysize;
+    c->ysize = static_cast<int32_t>(tif_image_of(c)->image_length);
+    flag_guard layout(c, FLAG_INTERLEAVED, (t->row_layout & FLAG_INTERLEAVED) != 0);
+    tif_spec_of(c)->row_lines = std::min(tif_spec_of(c)->row_lines, height - first);
+    bool done = true;
+    if (tif_spec_of(c)->row_lines == height - first) {
+        done = tif_flush_tile_row(c);
+    } else if (height < t->height) {
+        done = gather_again(c, static_cast<int32_t>(height));
+    }
+    c->ysize = asked;
+    return done;
+}
+
 int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {
     if (!can_put_tiles(c) || !line_fits_row(c)) return 0;
     gather_line(c, channels, buffers);
@@ -233,10 +300,8 @@ int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {
 }
 
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour) {
-    if (rzl_puttile_check(c) != 0) return 0;
-    const tif_image* image = tif_image_of(c);
-    if (image->strip_offsets == nullptr && tif_write_header(c) != 0) return 0;
-    if (!can_put_tiles(c)) return 0;
+    if (is_writable(c) && !tif_need_header(c)) return 0;
+    if (rzl_puttile_check(c) != 0 || !can_put_tiles(c)) return 0;
     auto tile = static_cast<uint32_t>(c->line);
     tile_source source = {};
     bool put = take_source(c, channels, buffers, colour, &source) && put_source(c, tile, source);

@@ -17,11 +17,6 @@ bool has_runs(const tif_image* image) {
                                      image->compression == TIF_FAX_1D || image->compression == TIF_FAX_G4);
 }
 
-bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_LINE()) {
-    fail(c, status, SOURCE, detail, line);
-    return false;
-}
-
 struct run_line {
     uint16_t* runs; // owned
     size_t count;
@@ -32,11 +27,11 @@ bool runs_from_bits(CFILE* c, run_line* line) {
     auto width = static_cast<uint32_t>(c->xsize);
     mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc(line_bytes(c, c->xsize))));
     line->runs = mem_new_array<uint16_t>(cit_max_runs(width) + 1);
-    if (!words || line->runs == nullptr) return refuse(c, RZL_NO_MEMORY, "can't malloc tif rle line temp buf");
+    if (!words || line->runs == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "can't malloc tif rle line temp buf");
     uint8_t* plane = words.get();
     bool tiled = has_flag(c, FLAG_TILED);
     int32_t before = c->line;
-    int pixels = tiled ? tif_getline_from_tiles(c, 1, &plane) : tif_get_line(c, 1, &plane);
+    int pixels = tiled ? rzl_getline_from_tiles(c, 1, &plane) : tif_get_line(c, 1, &plane);
     c->line = before;
     if (pixels <= 0 || c->status != 0) return false;
     line->count = cit_bits_to_runs(width, words.get(), line->runs);
@@ -54,7 +49,7 @@ bool runs_from_fax(CFILE* c, run_line* line) {
     line->count = 0;
     for (;;) {
         line->runs = mem_new_array<uint16_t>(room);
-        if (line->runs == nullptr) return refuse(c, RZL_NO_MEMORY, "can't malloc tif rle line temp buf");
+        if (line->runs == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "can't malloc tif rle line temp buf");
         uint32_t result = tif_fetch_runs(c, strip, row, line->runs, room, &line->count);
         if (result != CIT_BUFFER_FULL) return result == CIT_OK;
         mem_free(line->runs);
@@ -69,7 +64,7 @@ bool give_runs(CFILE* c, const run_line& line, uint8_t* buffer) {
     c->rle_size = static_cast<int32_t>(std::min<size_t>(bytes, INT32_MAX));
     if (buffer == nullptr || room < 2 * sizeof(uint16_t) || bytes > room) {
         c->rle_size = static_cast<int32_t>(std::min<size_t>(bytes + 128, INT32_MAX));
-        return refuse(c, RZL_RLE_BUFFER_SMALL, nullptr);
+        return fails(c, RZL_RLE_BUFFER_SMALL, SOURCE, nullptr);
     }
     std::memcpy(buffer, line.runs, bytes);
     return true;
@@ -79,12 +74,12 @@ bool give_runs(CFILE* c, const run_line& line, uint8_t* buffer) {
 bool take_runs(CFILE* c, const uint8_t* buffer, run_line* line) {
     size_t count = static_cast<size_t>(std::max(c->rle_size, 0)) / sizeof(uint16_t);
     line->runs = mem_new_array<uint16_t>(count + 1);
-    if (line->runs == nullptr) return refuse(c, RZL_NO_MEMORY, "rzl_put_line: Malloc failure\n");
+    if (line->runs == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "rzl_put_line: Malloc failure\n");
     std::memcpy(line->runs, buffer, count * sizeof(uint16_t));
     if (count % 2 == 0) line->runs[count++] = 0;
     line->count = count;
     if (cit_runs_fit(static_cast<uint32_t>(c->xsize), line->runs, count)) return true;
-    return refuse(c, RZL_BAD_FIELD_VALUE, "compression errors");
+    return fails(c, RZL_BAD_FIELD_VALUE, SOURCE, "compression errors");
 }
 
 bool put_runs(CFILE* c, const run_line& line) {
@@ -95,7 +90,7 @@ bool put_runs(CFILE* c, const run_line& line) {
                                  line.count);
     }
     mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc(line_bytes(c, c->xsize))));
-    if (!words) return refuse(c, RZL_NO_MEMORY, "rzl_put_line: Malloc failure\n");
+    if (!words) return fails(c, RZL_NO_MEMORY, SOURCE, "rzl_put_line: Malloc failure\n");
     cit_runs_to_bits(static_cast<uint32_t>(c->xsize), line.runs, words.get());
     const uint8_t* plane = words.get();
     return tif_put_line(c, 1, &plane) > 0;
@@ -114,7 +109,8 @@ int tif_get_rle_line(CFILE* c, int channels, read_planes buffers) {
         return 0;
     }
     run_line line = {};
-    bool direct = tif_is_fax(image->compression) && !has_flag(c, FLAG_TILED);
+    bool direct = tif_is_fax(image->compression) && !has_flag(c, FLAG_TILED) &&
+                  !tif_is_sparse(image, static_cast<uint32_t>(c->line) / image->rows_per_strip, 0);
     bool got = direct ? runs_from_fax(c, &line) : runs_from_bits(c, &line);
     got = got && give_runs(c, line, channels > 0 ? buffers[0] : nullptr);
     mem_free(line.runs);

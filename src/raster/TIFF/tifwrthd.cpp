@@ -15,12 +15,348 @@
 namespace {
 
 constexpr const char* SOURCE = "TIFF/tifwrthd";
-constexpr size_t VALUE_SIZE = 8;
 
-bool refuse(CFILE* c, uint32_t status, const char* detail, int line = __builtin_LINE()) {
-    fail(c, status, SOURCE, detail, line);
+} // namespace
+
+// ---- formats, and the plan of an image ------------------------------------------------------------------------------
+
+namespace {
+
+// Strips that a file under update can get beyond those that it has.
+constexpr uint64_t MOST_NEW_ENTRIES = 1 << 20;
+
+// What a data format is in a file.
+struct format_row {
+    int32_t format;
+    uint16_t samples, bits, photometric, compression;
+};
+constexpr format_row FORMATS[] = {
+    {1, 1, 1, TIF_BLACK_ZERO, TIF_PLAIN},   {9, 1, 1, TIF_BLACK_ZERO, TIF_PACKBITS},
+    {23, 1, 1, TIF_BLACK_ZERO, TIF_FAX_1D}, {24, 1, 1, TIF_BLACK_ZERO, TIF_FAX_G4},
+    {2, 1, 8, TIF_BLACK_ZERO, TIF_PLAIN},   {10, 1, 8, TIF_BLACK_ZERO, TIF_PACKBITS},
+    {29, 1, 8, TIF_BLACK_ZERO, TIF_LZW},    {30, 1, 8, TIF_BLACK_ZERO, TIF_PLAIN},
+    {3, 1, 16, TIF_BLACK_ZERO, TIF_PLAIN},  {4, 1, 32, TIF_BLACK_ZERO, TIF_PLAIN},
+    {5, 1, 32, TIF_BLACK_ZERO, TIF_PLAIN},  {28, 3, 8, TIF_RGB, TIF_PLAIN},
+    {27, 3, 8, TIF_RGB, TIF_LZW},           {31, 3, 8, TIF_RGB, TIF_PLAIN},
+    {69, 4, 8, TIF_CMYK, TIF_PLAIN},        {67, 4, 8, TIF_CMYK, TIF_LZW},
+};
+
+const format_row* find_format(int32_t format) {
+    for (const format_row& row : FORMATS) {
+        if (row.format == format) return &row;
+    }
+    return nullptr;
+}
+
+// A band of one sample.
+int band_format(const tif_image* image) {
+    uint16_t bits = tif_bits(image);
+    bool coded = image->compression != TIF_PLAIN;
+    if (bits == 1) {
+        if (image->compression == TIF_FAX_G4) return RZL_FORMAT_GROUP4;
+        if (tif_is_fax(image->compression)) return RZL_FORMAT_GROUP3;
+        return coded ? RZL_FORMAT_BILEVEL_RUNS : RZL_FORMAT_BILEVEL;
+    }
+    // Coded samples of more than a byte get the format that has the room for them in a line.
+    if (bits > 16) return RZL_FORMAT_INT32;
+    if (bits > 8) return RZL_FORMAT_INT16;
+    return coded ? RZL_FORMAT_BYTE_RUNS : RZL_FORMAT_BYTE;
+}
+
+// ---- strips
+
+// Bytes that a strip should have when its number of rows is not given, and the bytes of a line by this count.
+struct strip_target {
+    uint64_t bytes, line;
+};
+
+strip_target target_of(const tif_image* image) {
+    bool planes = image->planar_config == 2;
+    uint64_t width = image->image_width;
+    if (image->samples_per_pixel == 3) return {planes ? 8192u : 3072u, width};
+    if (image->samples_per_pixel == 4) return {planes ? 8192u : 2048u, width};
+    return {8192, tif_bits(image) == 1 ? (width + 7) / 8 : width};
+}
+
+void plan_rows(tif_image* image) {
+    uint32_t rows = image->rows_per_strip;
+    uint32_t height = image->image_length;
+    bool colour = image->samples_per_pixel >= 3;
+    if (rows == TIF_NOT_GIVEN) {
+        rows = height;
+    } else if (rows == 0 || (rows > height && !colour)) {
+        strip_target target = target_of(image);
+        rows = static_cast<uint32_t>(std::max<uint64_t>(target.bytes / std::max<uint64_t>(target.line, 1), 1));
+        if (rows > height && !colour) rows = height;
+    }
+    image->rows_per_strip = std::max(rows, 1u);
+}
+
+void plan_tiles(const CFILE* c, tif_image* image) {
+    image->flags = has_flag(c, FLAG_TILED) ? image->flags | TIF_TILED : image->flags & ~uint32_t{TIF_TILED};
+    if (!tif_is_tiled(image)) {
+        image->tile_width = image->tile_length = image->tiles_across = image->tiles_down = 0;
+        return;
+    }
+    image->tile_width = c->tile->width;
+    image->tile_length = c->tile->height;
+    tif_count_tiles(image);
+    image->rows_per_strip = image->tile_length;
+}
+
+// Bits of a colour's sample at the most: its lines are bytes.
+constexpr int32_t MOST_COLOUR_BITS = 16;
+
+// Bits and samples wait on the handle, whether the data format has set them or fields 506 and 507. Photometric and
+// samples have to say the same.
+bool plan_samples(CFILE* c, tif_image* image) {
+    bool colour = c->samples == 3 || c->samples == 4;
+    if (c->samples != 1 && !colour) return fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff samp/pix");
+    if (c->bits < 1 || c->bits > (colour ? MOST_COLOUR_BITS : TIF_MAX_BITS))
+        return fails(c, RZL_UNSUP_TIFF, SOURCE, "Tiff bits/sample");
+    image->samples_per_pixel = static_cast<uint16_t>(c->samples);
+    for (uint16_t& value : image->bits_per_sample)
+        value = static_cast<uint16_t>(c->bits);
+    if (colour) {
+        image->photometric = c->samples == 3 ? TIF_RGB : TIF_CMYK;
+    } else if ((image->flags & TIF_HAS_MAP) != 0) {
+        image->photometric = TIF_PALETTE;
+    } else if (image->photometric > TIF_BLACK_ZERO) {
+        image->photometric = TIF_BLACK_ZERO;
+    }
+    return true;
+}
+
+bool plan_is_possible(CFILE* c, const tif_image* image) {
+    const char* detail = nullptr;
+    uint32_t status = tif_judge(c, image, &detail);
+    if (status == 0 && (image->image_width == 0 || image->image_length == 0)) {
+        status = RZL_BAD_IMAGE_SIZE;
+        detail = "image size";
+    }
+    if (status == 0 && (image->flags & TIF_HAS_MAP) != 0 && (image->samples_per_pixel != 1 || tif_bits(image) > 8)) {
+        status = RZL_UNSUP_TIFF;
+        detail = "Tiff bits/sample";
+    }
+    if (status == 0) return true;
+    fail(c, status, SOURCE, detail);
     return false;
 }
+
+bool resize_arrays(CFILE* c, tif_image* image, uint32_t count) {
+    uint32_t before = image->strip_offsets != nullptr ? image->strip_count : 0;
+    size_t bytes = size_t{count} * sizeof(uint32_t);
+    auto* offsets = static_cast<uint32_t*>(mem_realloc(image->strip_offsets, std::max<size_t>(bytes, 1)));
+    if (offsets != nullptr) image->strip_offsets = offsets;
+    auto* counts = offsets != nullptr
+                       ? static_cast<uint32_t*>(mem_realloc(image->strip_byte_counts, std::max<size_t>(bytes, 1)))
+                       : nullptr;
+    if (counts == nullptr) {
+        fail(c, RZL_NO_MEMORY, SOURCE, nullptr);
+        return false;
+    }
+    image->strip_byte_counts = counts;
+    for (uint32_t i = before; i < count; ++i)
+        offsets[i] = counts[i] = 0;
+    image->strip_count = count;
+    return true;
+}
+
+// ---- sizes
+
+// The bytes that an image's segments have in the file at the least; UINT64_MAX where no 64 bits hold them.
+uint64_t least_bytes(const tif_image* image) {
+    uint64_t rows = image->image_length;
+    if (tif_is_tiled(image)) rows = uint64_t{tif_segments(image)} * image->tile_length;
+    uint64_t all = 0;
+    for (int plane = 0; plane < tif_shape_of(image).planes; ++plane) {
+        uint64_t bytes = 0;
+        bool fits = checked_mul(rows, tif_row_bytes(image, plane), &bytes) && checked_add(all, bytes, &all);
+        if (!fits) return UINT64_MAX;
+    }
+    return all / tif_expansion(image->compression);
+}
+
+// Whether the file has offsets for so many more bytes of pixels, and as many more entries of the strip arrays.
+bool file_can_grow(CFILE* c, uint64_t bytes, uint64_t entries) {
+    const tif_spec* spec = tif_spec_of(c);
+    uint64_t end = spec->begun ? static_cast<uint64_t>(spec->end - c->base_offset) : TIF_FIRST_OFFSET;
+    bool fits = checked_add(end, entries * 2 * sizeof(uint32_t), &end) && checked_add(end, bytes, &end);
+    return (fits && end <= UINT32_MAX) || fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "file too long");
+}
+
+// ---- a height that changes when lines are stored
+
+// Whether the image can get more lines: it is the last of the chain, and the strip that they go on in is not stored.
+bool can_get_longer(const CFILE* c, const tif_image* image) {
+    const tif_gathering* out = &tif_spec_of(c)->out;
+    uint32_t last = image->image_length / image->rows_per_strip;
+    bool stored = image->image_length % image->rows_per_strip != 0 && !(out->waiting && out->segment == int64_t{last});
+    for (int plane = 0; plane < tif_shape_of(image).planes && stored; ++plane)
+        stored = tif_is_stored(image, tif_entry_of(image, last, plane));
+    return !tif_is_tiled(image) && image->next == nullptr && !stored;
+}
+
+// The planes of an array that has `before` entries a plane move to where it has `after` of them.
+void move_planes(uint32_t* array, size_t planes, size_t before, size_t after) {
+    size_t kept = std::min(before, after) * sizeof(uint32_t);
+    for (size_t i = 1; i < planes; ++i) {
+        size_t plane = after < before ? i : planes - i;
+        std::memmove(array + plane * after, array + plane * before, kept);
+    }
+    for (size_t plane = 0; plane < planes && after > before; ++plane)
+        std::memset(array + plane * after + before, 0, (after - before) * sizeof(uint32_t));
+}
+
+bool move_entries(CFILE* c, tif_image* image, uint32_t before, uint32_t after) {
+    auto planes = static_cast<uint32_t>(tif_shape_of(image).planes);
+    uint32_t count = std::max(before, after) * planes;
+    if (image->strip_count != before * planes) {
+        // Arrays that a damaged file has cut: what stands in them of other planes can't be told.
+        if (planes > 1) return fails(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        image->strip_count = std::min(image->strip_count, after);
+        return true;
+    }
+    if (after > before && !resize_arrays(c, image, count)) return false;
+    move_planes(image->strip_offsets, planes, before, after);
+    move_planes(image->strip_byte_counts, planes, before, after);
+    image->strip_count = after * planes;
+    return true;
+}
+
+// A plain strip that has become the last one is as long as its rows. Coded ones end where their reader has enough.
+void cut_last_strip(tif_image* image) {
+    if (tif_is_tiled(image) || image->compression != TIF_PLAIN) return;
+    uint32_t last = tif_segments(image) - 1;
+    for (int plane = 0; plane < tif_shape_of(image).planes; ++plane) {
+        uint64_t bytes = tif_row_bytes(image, plane) * tif_rows_of(image, last);
+        uint32_t entry = tif_entry_of(image, last, plane);
+        if (entry < image->strip_count && image->strip_byte_counts[entry] > bytes)
+            image->strip_byte_counts[entry] = static_cast<uint32_t>(bytes);
+    }
+}
+
+} // namespace
+
+int tif_format_of(const tif_image* image) {
+    bool coded = image->compression != TIF_PLAIN;
+    switch (image->samples_per_pixel) {
+    case 1: return band_format(image);
+    case 3: return coded ? RZL_FORMAT_PLANE_RUNS : RZL_FORMAT_RGB;
+    case 4: return coded ? RZL_FORMAT_FOUR_PLANE_RUNS : RZL_FORMAT_FOUR;
+    default: return RZL_FORMAT_BYTE;
+    }
+}
+
+int tif_get_format(CFILE* c) {
+    return tif_format_of(tif_image_of(c));
+}
+
+void tif_compression_class(const tif_image* image, bool opened, uint32_t* kind, uint32_t* variant) {
+    *kind = CLASS_NONE;
+    *variant = 0;
+    switch (image->compression) {
+    case TIF_FAX_1D:
+        *kind = CLASS_CCITT;
+        *variant = opened ? 1 : 2;
+        break;
+    case TIF_FAX_G3:
+        *kind = CLASS_CCITT;
+        *variant = opened ? 2 : 1;
+        break;
+    case TIF_FAX_G4:
+        *kind = CLASS_CCITT;
+        *variant = 4;
+        break;
+    case TIF_LZW:
+        *kind = CLASS_LZW;
+        *variant = 2;
+        break;
+    case TIF_PACKBITS:
+        *kind = CLASS_RUNS;
+        *variant = 1;
+        break;
+    default: break;
+    }
+}
+
+int tif_set_format(CFILE* c, int32_t format) {
+    tif_image* image = tif_image_of(c);
+    const format_row* row = find_format(format);
+    image->compression = TIF_PLAIN;
+    if (row != nullptr) {
+        image->samples_per_pixel = row->samples;
+        for (uint16_t& bits : image->bits_per_sample)
+            bits = row->bits;
+        image->photometric = row->photometric;
+        image->compression = row->compression;
+        bool map = c->color_table != nullptr || (image->flags & TIF_HAS_MAP) != 0;
+        if (map && row->samples == 1) image->photometric = TIF_PALETTE;
+    }
+    return tif_take_kind(c, image) ? 0 : 1;
+}
+
+static bool plan_strips(CFILE* c, tif_image* image) {
+    if (!plan_samples(c, image)) return false;
+    plan_tiles(c, image);
+    if (!plan_is_possible(c, image)) return false;
+    if (!tif_is_tiled(image)) plan_rows(image);
+    tif_shape shape = tif_shape_of(image);
+    uint32_t count = 0;
+    if (!checked_mul(tif_segments(image), static_cast<uint32_t>(shape.planes), &count) || count > INT32_MAX) {
+        fail(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+        return false;
+    }
+    if (!file_can_grow(c, least_bytes(image), count)) return false;
+    bool missing = image->strip_offsets == nullptr;
+    if ((missing || image->strip_count != count) && !resize_arrays(c, image, count)) return false;
+    if (missing) image->flags |= TIF_ARRAYS_CHANGED;
+    return tif_take_vlt(c, image) && tif_take_image(c, image);
+}
+
+// The arrays of a file that was cut, or that is not finished, grow when a strip beyond them is stored; their place in
+// the file is then too small.
+bool tif_need_entry(CFILE* c, tif_image* image, uint32_t entry) {
+    if (entry < image->strip_count) return true;
+    auto segments = uint64_t{tif_segments(image)} * static_cast<uint64_t>(tif_shape_of(image).planes);
+    // Arrays as long as a damaged file says could be anything.
+    uint64_t room = uint64_t{image->strip_count} * 2 + MOST_NEW_ENTRIES;
+    if (entry >= room) {
+        fail(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");
+        return false;
+    }
+    image->flags |= TIF_OUT_OF_DATE;
+    return resize_arrays(c, image, static_cast<uint32_t>(segments > entry ? std::min(segments, room) : entry + 1));
+}
+
+bool tif_change_height(CFILE* c, tif_image* image, uint32_t height) {
+    tif_image changed = *image;
+    changed.image_length = height;
+    if (tif_is_tiled(image)) tif_count_tiles(&changed);
+    if (image->strip_offsets != nullptr && height != image->image_length) {
+        bool longer = height > image->image_length;
+        if (longer && !can_get_longer(c, image)) return fails(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified");
+        uint32_t before = tif_segments(image);
+        uint32_t after = tif_segments(&changed);
+        uint64_t entries = uint64_t{after} * static_cast<uint64_t>(tif_shape_of(image).planes);
+        if (longer && !file_can_grow(c, least_bytes(&changed) - least_bytes(image), entries)) return false;
+        if (!longer && !tif_cut_tile_row(c, height)) return false;
+        if (!move_entries(c, image, before, after)) return false;
+        if (!longer) tif_cut_segment(c, height);
+        image->flags |= TIF_OUT_OF_DATE;
+    }
+    image->image_length = height;
+    image->tiles_down = changed.tiles_down;
+    cut_last_strip(image);
+    tif_spec_of(c)->in.segment = -1;
+    return true;
+}
+
+// ---- directories ----------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr size_t VALUE_SIZE = 8;
 
 // ---- the entries of a directory
 
@@ -126,7 +462,7 @@ void carry_over(entry_list* list, const tif_spec* spec, const tif_image* image) 
 bool list_entries(CFILE* c, const tif_image* image, const uint8_t* packets, uint32_t packet_words, entry_list* list) {
     list->room = 32 + size_t{image->user_tag_count} + image->entry_count;
     list->rows = static_cast<new_entry*>(mem_alloc_array(list->room, sizeof(new_entry)));
-    if (list->rows == nullptr) return refuse(c, RZL_NO_MEMORY, "Malloc error in write_header");
+    if (list->rows == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc error in write_header");
     add_description(list, image);
     add_coding(list, image);
     add_layout(list, image);
@@ -144,6 +480,13 @@ bool list_entries(CFILE* c, const tif_image* image, const uint8_t* packets, uint
 
 // ---- the block of values and entries
 
+void put_u16(const tif_spec* spec, uint8_t* p, uint16_t v) {
+    spec->order == TIF_BIG ? store_u16be(p, v) : store_u16le(p, v);
+}
+void put_u32(const tif_spec* spec, uint8_t* p, uint32_t v) {
+    spec->order == TIF_BIG ? store_u32be(p, v) : store_u32le(p, v);
+}
+
 uint64_t outside_bytes(const new_entry* row) {
     uint64_t bytes = row->carried != nullptr ? 0 : tif_value_bytes(row->type, row->count);
     return bytes > 4 ? bytes + bytes % 2 : 0;
@@ -159,21 +502,21 @@ struct ifd_block {
 void fill_block(const tif_spec* spec, const entry_list* list, uint32_t place, ifd_block* block) {
     uint8_t* value = block->bytes;
     uint8_t* entry = block->bytes + block->entries_at;
-    tif_put_u16(spec, entry - 2, static_cast<uint16_t>(list->count));
+    put_u16(spec, entry - 2, static_cast<uint16_t>(list->count));
     for (size_t i = 0; i < list->count; ++i, entry += TIF_ENTRY_SIZE) {
         const new_entry* row = &list->rows[i];
         if (row->carried != nullptr) {
             std::memcpy(entry, row->carried, TIF_ENTRY_SIZE);
             continue;
         }
-        tif_put_u16(spec, entry, row->tag);
-        tif_put_u16(spec, entry + 2, row->type);
-        tif_put_u32(spec, entry + 4, row->count);
+        put_u16(spec, entry, row->tag);
+        put_u16(spec, entry + 2, row->type);
+        put_u32(spec, entry + 4, row->count);
         const uint8_t* values = row->values != nullptr ? row->values : row->own;
         bool outside = outside_bytes(row) != 0;
         tif_copy_values(spec, row->type, outside ? value : entry + 8, values, row->count);
         if (!outside) continue;
-        tif_put_u32(spec, entry + 8, place + static_cast<uint32_t>(value - block->bytes));
+        put_u32(spec, entry + 8, place + static_cast<uint32_t>(value - block->bytes));
         value += outside_bytes(row);
     }
 }
@@ -184,12 +527,12 @@ bool make_block(CFILE* c, const tif_image* image, const entry_list* list, uint32
         size += outside_bytes(&list->rows[i]);
     block->entries_at = static_cast<size_t>(size) + 2;
     size += 2 + list->count * TIF_ENTRY_SIZE + 4;
-    if (list->count > UINT16_MAX || size > UINT32_MAX - place) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    if (list->count > UINT16_MAX || size > UINT32_MAX - place) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     block->size = static_cast<size_t>(size);
     block->bytes = static_cast<uint8_t*>(mem_alloc_zeroed(block->size));
-    if (block->bytes == nullptr) return refuse(c, RZL_NO_MEMORY, "Malloc error in write_header");
+    if (block->bytes == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc error in write_header");
     fill_block(tif_spec_of(c), list, place, block);
-    tif_put_u32(tif_spec_of(c), block->bytes + block->size - 4, image->next_ifd);
+    put_u32(tif_spec_of(c), block->bytes + block->size - 4, image->next_ifd);
     return true;
 }
 
@@ -207,7 +550,7 @@ bool set_pointer(CFILE* c, uint32_t from, uint32_t to) {
     tif_spec* spec = tif_spec_of(c);
     tif_image* before = find_pointer(spec, from);
     uint8_t pointer[4];
-    tif_put_u32(spec, pointer, to);
+    put_u32(spec, pointer, to);
     if (!tif_write_at(c, before != nullptr ? before->next_ifd_pos : 4, pointer, sizeof pointer)) return false;
     (before != nullptr ? before->next_ifd : spec->first_ifd) = to;
     return true;
@@ -227,8 +570,8 @@ bool write_block(CFILE* c, tif_image* image, const entry_list* list, uint32_t pl
     ifd_block block = {};
     size_t bytes = list->count * TIF_ENTRY_SIZE;
     mem_guard<uint8_t> entries(static_cast<uint8_t*>(mem_alloc(bytes)));
-    if (!entries) return refuse(c, RZL_NO_MEMORY, "Malloc Failed");
-    if (!make_block(c, image, list, place, &block)) return false;
+    if (!entries) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
+    if (!make_block(c, image, list, place, &block) || block.bytes == nullptr) return false;
     std::memcpy(entries.get(), block.bytes + block.entries_at, bytes);
     uint32_t at = 0;
     bool written = tif_append(c, block.bytes, block.size, &at);
@@ -254,7 +597,7 @@ int64_t array_place(const tif_spec* spec, const tif_image* image, uint16_t tag) 
 bool write_array(CFILE* c, int64_t place, const uint32_t* values, uint32_t count) {
     size_t bytes = size_t{count} * sizeof(uint32_t);
     mem_guard<uint8_t> block(static_cast<uint8_t*>(mem_alloc(bytes)));
-    if (!block) return refuse(c, RZL_NO_MEMORY, "Malloc Failed");
+    if (!block) return fails(c, RZL_NO_MEMORY, SOURCE, "Malloc Failed");
     tif_copy_values(tif_spec_of(c), TIF_LONG, block.get(), reinterpret_cast<const uint8_t*>(values), count);
     return tif_write_at(c, place, block.get(), bytes);
 }
@@ -262,10 +605,11 @@ bool write_array(CFILE* c, int64_t place, const uint32_t* values, uint32_t count
 bool begin_file(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     uint8_t header[TIF_FIRST_OFFSET] = {};
-    tif_put_u16(spec, header, spec->order);
-    tif_put_u16(spec, header + 2, 42);
+    put_u16(spec, header, spec->order);
+    put_u16(spec, header + 2, TIF_VERSION);
     bool at_start = io_seek(c, c->base_offset) || (!is_readable(c) && c->base_offset == 0);
-    if (!at_start || io_write(c, header, sizeof header) != sizeof header) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    if (!at_start || io_write(c, header, sizeof header) != sizeof header)
+        return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     spec->begun = true;
     spec->end = c->base_offset + int64_t{TIF_FIRST_OFFSET};
     spec->at_end = true;
@@ -302,17 +646,17 @@ bool tif_write_at(CFILE* c, int64_t offset, const void* bytes, size_t count) {
         spec->end = std::max(spec->end, place + static_cast<int64_t>(count));
         return true;
     }
-    return refuse(c, RZL_WRITE_FAILED, nullptr);
+    return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
 }
 
 bool tif_extend(CFILE* c, const void* bytes, size_t count) {
     tif_spec* spec = tif_spec_of(c);
     uint64_t end = 0;
     bool fits = checked_add(static_cast<uint64_t>(spec->end - c->base_offset), uint64_t{count}, &end);
-    if (!fits || end > UINT32_MAX) return refuse(c, RZL_WRITE_FAILED, "file too long");
+    if (!fits || end > UINT32_MAX) return fails(c, RZL_WRITE_FAILED, SOURCE, "file too long");
     bool written = (spec->at_end || io_seek(c, spec->end)) && io_write(c, bytes, count) == count;
     spec->at_end = written;
-    if (!written) return refuse(c, RZL_WRITE_FAILED, nullptr);
+    if (!written) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     spec->end += static_cast<int64_t>(count);
     return true;
 }
@@ -330,7 +674,7 @@ bool tif_append(CFILE* c, const void* bytes, size_t count, uint32_t* offset) {
     return true;
 }
 
-bool tif_write_ifd(CFILE* c, tif_image* image) {
+static bool write_ifd(CFILE* c, tif_image* image) {
     tif_spec* spec = tif_spec_of(c);
     if (!spec->begun && !begin_file(c)) return false;
     uint8_t* packets = nullptr;
@@ -339,7 +683,7 @@ bool tif_write_ifd(CFILE* c, tif_image* image) {
     entry_list list = {};
     int64_t place = spec->end - c->base_offset;
     place += place % 2;
-    bool written = place <= int64_t{UINT32_MAX} || refuse(c, RZL_WRITE_FAILED, "file too long");
+    bool written = place <= int64_t{UINT32_MAX} || fails(c, RZL_WRITE_FAILED, SOURCE, "file too long");
     written = written && list_entries(c, image, packets, packet_words, &list) &&
               write_block(c, image, &list, static_cast<uint32_t>(place));
     mem_free(list.rows);
@@ -356,12 +700,12 @@ bool tif_write_ifd(CFILE* c, tif_image* image) {
 
 // Sizes first: a strip whose place is not told yet is none. Arrays of another shape than those of this module are
 // told by a new directory.
-bool tif_update_strip_arrays(CFILE* c, tif_image* image) {
+static bool update_strip_arrays(CFILE* c, tif_image* image) {
     const tif_spec* spec = tif_spec_of(c);
     bool tiled = tif_is_tiled(image);
     int64_t offsets = array_place(spec, image, tiled ? TIF_TAG_TILE_OFFSETS : TIF_TAG_STRIP_OFFSETS);
     int64_t counts = array_place(spec, image, tiled ? TIF_TAG_TILE_COUNTS : TIF_TAG_STRIP_COUNTS);
-    if (offsets == 0 || counts == 0) return tif_write_ifd(c, image);
+    if (offsets == 0 || counts == 0) return write_ifd(c, image);
     if (!write_array(c, counts, image->strip_byte_counts, image->strip_count)) return false;
     if (!write_array(c, offsets, image->strip_offsets, image->strip_count)) return false;
     image->flags &= ~uint32_t{TIF_ARRAYS_CHANGED};
@@ -371,41 +715,49 @@ bool tif_update_strip_arrays(CFILE* c, tif_image* image) {
 bool tif_update_flag_registers(CFILE* c, tif_image* image) {
     tif_spec* spec = tif_spec_of(c);
     if ((image->flags & TIF_IN_FILE) == 0) return true; // they go into the file with the directory
-    if ((image->flags & TIF_OUT_OF_DATE) != 0) return refuse(c, RZL_NO_SUCH_TAG, nullptr);
+    if ((image->flags & TIF_OUT_OF_DATE) != 0) return fails(c, RZL_NO_SUCH_TAG, SOURCE, nullptr);
     const uint8_t* entry = tif_find_entry(spec, image, TIF_TAG_REGISTERS);
     if (entry == nullptr || tif_u16(spec, entry + 2) != TIF_LONG || tif_u32(spec, entry + 4) != 16) {
-        return tif_write_ifd(c, image);
+        return write_ifd(c, image);
     }
     return write_array(c, tif_u32(spec, entry + 8), image->flag_registers, 16);
+}
+
+// Where the next data go, and where a file in memory ends. A file that was not written stays where it is.
+static bool stand_at_end(CFILE* c) {
+    tif_spec* spec = tif_spec_of(c);
+    if (spec->at_end || !spec->begun) return true;
+    spec->at_end = io_seek(c, spec->end);
+    return spec->at_end || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
 }
 
 // A further image or an overview gets its directory when it is finished.
 int tif_write_header(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     tif_image* image = spec->image;
-    if (!is_writable(c)) return tif_refuse(c, RZL_NEEDS_WRITE, SOURCE, "header");
+    if (!is_writable(c)) return refuse(c, RZL_NEEDS_WRITE, SOURCE, "header");
     bool existed = (image->flags & TIF_IN_FILE) != 0;
-    if (existed ? !tif_take_vlt(c, image) || !tif_take_image(c, image) : !tif_plan_strips(c, image)) return 1;
+    if (existed ? !tif_take_vlt(c, image) || !tif_take_image(c, image) : !plan_strips(c, image)) return 1;
     if (image == spec->first && !tif_flush_segment(c)) return 1;
-    if (image == spec->first && !tif_write_ifd(c, image)) return 1;
+    if (image == spec->first && !write_ifd(c, image)) return 1;
     c->vlt = nullptr;
     set_flag(c, FLAG_HEADER_EXISTS, true);
     c->line = 0;
-    return 0;
+    return stand_at_end(c) ? 0 : 1;
 }
 
 int tif_finish_image(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     tif_image* image = spec->image;
     bool stored = flush_tile_row(c) && tif_flush_segment(c);
-    // What was stored before is told even when the last part could not be.
+    // What was stored before is noted even when the last part could not be.
     bool told = true;
     if (directory_is_due(c, image)) {
-        bool planned = image->strip_offsets != nullptr || tif_plan_strips(c, image);
-        told = planned && tif_write_ifd(c, image);
+        bool planned = image->strip_offsets != nullptr || plan_strips(c, image);
+        told = planned && write_ifd(c, image);
         if (told && image == spec->first) set_flag(c, FLAG_HEADER_EXISTS, true);
     } else if ((image->flags & TIF_ARRAYS_CHANGED) != 0 && (image->flags & TIF_IN_FILE) != 0) {
-        told = tif_update_strip_arrays(c, image);
+        told = update_strip_arrays(c, image);
     }
-    return stored && told ? 0 : 1;
+    return stored && told && stand_at_end(c) ? 0 : 1;
 }

@@ -5,6 +5,7 @@
 #include "real_display.h"
 
 #include <cmath>
+#include <cstdio>
 #include <functional>
 
 extern const host_ops host_sdl;
@@ -154,7 +155,7 @@ protected:
     static session on_real(const step& one, size_t expected) {
         session s = {{}, {}, 0, 0};
         one.real();
-        const uint32_t end = host_now() + 5000;
+        const uint32_t end = host_now() + 20000;
         while (s.messages.size() < expected && int32_t(host_now() - end) < 0) {
             desk_wait_until(host_now() + 50);
             take(&s);
@@ -166,29 +167,43 @@ protected:
         return s;
     }
 
-    // The display shows the session's screen, but for the pointer's own picture.
-    void expect_seen(const session& s, const char* name) {
+    // Where the display does not show the session's screen, the pointer's own picture left out: the first such pixel in
+    // words, or nothing.
+    std::string first_difference(const session& s) {
         real_window window;
         int width = 0;
         int height = 0;
         SDL_GetWindowSize(window.window, &width, &height);
-        ASSERT_EQ((width + scale - 1) / scale, s.width) << name;
-        ASSERT_EQ((height + scale - 1) / scale, s.height) << name;
+        if ((width + scale - 1) / scale != s.width || (height + scale - 1) / scale != s.height)
+            return "a window of " + std::to_string(width) + " by " + std::to_string(height);
         XSync(window.info.info.x11.display, False);
         look();
-        int different = 0;
         const canvas_point pointer = desk_pointer();
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
                 if (std::abs(x - pointer.x * scale) < 40 && std::abs(y - pointer.y * scale) < 40) continue;
                 const canvas_rgb c = s.shown[size_t(y / scale) * size_t(s.width) + size_t(x / scale)];
                 const uint32_t expected = uint32_t{c.red} << 16 | uint32_t{c.green} << 8 | c.blue;
-                if (pixel(at.x + x, at.y + y) != expected && ++different == 1) {
-                    ADD_FAILURE() << name << ": at " << x << " " << y << " " << std::hex << pixel(at.x + x, at.y + y)
-                                  << " for " << expected;
-                }
+                if (pixel(at.x + x, at.y + y) == expected) continue;
+                char text[80];
+                std::snprintf(text, sizeof text, "%06x for %06x at %d, %d", pixel(at.x + x, at.y + y), expected, x, y);
+                return text;
             }
-        EXPECT_EQ(different, 0) << name;
+        return "";
+    }
+
+    // A display shows what it is sent when it comes to it.
+    void expect_seen(const session& s) {
+        const uint32_t end = host_now() + 5000;
+        std::string difference = first_difference(s);
+        while (!difference.empty() && int32_t(host_now() - end) < 0) {
+            desk_wait_until(host_now() + 50);
+            session more = {{}, {}, 0, 0};
+            take(&more);
+            EXPECT_EQ(more.messages, std::vector<std::string>());
+            difference = first_difference(s);
+        }
+        EXPECT_EQ(difference, "");
     }
 
     void run(int session_scale) {
@@ -205,12 +220,12 @@ protected:
         open(&host_sdl);
         SDL_GetWindowPosition(real_window().window, &at.x, &at.y);
         xdotool("windowfocus " + real_window().id());
-        on_real({"start", nullptr, [] {}}, 3);
+        on_real({"start", nullptr, [] {}}, start.messages.size());
         const std::vector<step> all = steps();
         for (size_t i = 0; i < all.size() && !HasFatalFailure(); ++i) {
             SCOPED_TRACE("step " + std::to_string(i) + ", " + all[i].name);
             EXPECT_EQ(on_real(all[i], expected[i].messages.size()).messages, expected[i].messages);
-            expect_seen(expected[i], all[i].name);
+            expect_seen(expected[i]);
         }
         EXPECT_FALSE(expected.back().messages.empty());
         desk_stop();
