@@ -3,8 +3,9 @@
 //
 // Names. The application keeps paths in clean form, lower case with "\" as separator. A path is turned into a real one
 // at the moment of access: the text as given is tried first; then a drive such as "c:" is dropped, "\" becomes "/", and
-// each component is matched exactly, or else without regard to case; one that is Latin-1 finds its UTF-8 name. A file to
-// be created gets its directory resolved so and its last component as given, in UTF-8. Every call below that takes a path does this by itself.
+// each component is matched exactly, or else without regard to case; one that is Latin-1 finds its UTF-8 name. A file
+// to be created gets its directory resolved so and its last component as given, in UTF-8. Every call below that takes a
+// path does this by itself.
 //
 // Offsets and sizes are 64-bit byte counts. A transfer goes on until it is complete, at the end of the file, or failed.
 #pragma once

@@ -446,9 +446,9 @@ RZL_API const char* rzl_status_name(uint32_t status);
 /* A short sentence for a status word, for a user to read. Never null. */
 RZL_API const char* rzl_status_text(uint32_t status);
 
-/* What the last failure of a call in this thread was about, in a few words: with one of the RZL_UNSUP_ words the feature
- * that is not supported, as "BigTIFF" or "Tiff compression type". Valid until the next failure; empty when there is
- * nothing to add. Never null. */
+/* What the last failure of a call in this thread was about, in a few words: with one of the RZL_UNSUP_ words the
+ * feature that is not supported, as "BigTIFF" or "Tiff compression type". Valid until the next failure; empty when
+ * there is nothing to add. Never null. */
 RZL_API const char* rzl_status_detail(void);
 
 /* The name of a standard, as "KRVN", or null; and whether this build can create and read it. */

@@ -51,16 +51,16 @@ using tools_close_query = int (*)();
 void tools_set_close_query(tools_close_query query);
 
 // Told of what has no event: dropped files (desk_kind::drop), and steps of the wheel (desk_kind::wheel) as long as
-// WHEEL_EVENT isn't enabled. It runs inside of tools_pump(), whatever loop is pumping: it is to note what came, and have
-// the work done later. Null: nobody.
+// WHEEL_EVENT isn't enabled. It runs inside of tools_pump(), whatever loop is pumping: it is to note what came, and
+// have the work done later. Null: nobody.
 struct desk_message;
 using tools_input_hook = void (*)(const desk_message* message);
 void tools_set_input_hook(tools_input_hook hook);
 
 // Told that the screen has another size: the user has resized, maximised or restored the main window. screen_width and
-// screen_height, and what Inq_screen_info() gives, are the new ones then; all windows stand where they stood. It is told
-// once, when the size has stood still for SCREEN_SETTLES milliseconds, so not at every step of a drag. Like the hook
-// above it runs inside of tools_pump(). Null: nobody.
+// screen_height, and what Inq_screen_info() gives, are the new ones then; all windows stand where they stood. It is
+// told once, when the size has stood still for SCREEN_SETTLES milliseconds, so not at every step of a drag. Like the
+// hook above it runs inside of tools_pump(). Null: nobody.
 constexpr uint32_t SCREEN_SETTLES = 120;
 using tools_screen_hook = void (*)();
 void tools_set_screen_hook(tools_screen_hook hook);
