@@ -59,10 +59,10 @@ double curve(double p0, double p1, double p2, double p3, double t) {
     return 0.5 * (a + b * t + c * t * t + d * t * t * t);
 }
 
-std::vector<profile_point> profile_of(const std::vector<double>& pairs) {
+std::vector<profile_point> profile_of(std::initializer_list<double> pairs) {
     std::vector<profile_point> out;
     for (size_t i = 0; i < pairs.size(); i += 2)
-        out.push_back({pairs[i], pairs[i + 1], 0, 0, 0});
+        out.push_back({pairs.begin()[i], pairs.begin()[i + 1], 0, 0, 0});
     return out;
 }
 
@@ -166,11 +166,11 @@ shape* add_torus(scene* s, int material, vec3 centre, double radius, double tube
     return add_field(s, material, centre, {radius + tube, tube, radius + tube}, distance_torus, {radius, tube}, 1, f);
 }
 
-shape* add_lathe(scene* s, int material, vec3 foot, const std::vector<double>& outline, const frame& f) {
+shape* add_lathe(scene* s, int material, vec3 foot, std::initializer_list<double> outline, const frame& f) {
     return add_profile(s, material, foot, f, with_corners(profile_of(outline)), 2);
 }
 
-shape* add_curved(scene* s, int material, vec3 foot, const std::vector<double>& points, const frame& f) {
+shape* add_curved(scene* s, int material, vec3 foot, std::initializer_list<double> points, const frame& f) {
     std::vector<profile_point> p = curve_through(profile_of(points));
     size_t count = p.size();
     return add_profile(s, material, foot, f, std::move(p), count);

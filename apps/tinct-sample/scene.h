@@ -4,6 +4,7 @@
 // be more. Only the backdrop and what glows without a pen are given as they are to look on a screen, 0 to 1 a channel.
 #pragma once
 
+#include <initializer_list>
 #include <vector>
 
 #include "shape.h"
@@ -133,8 +134,8 @@ shape* add_torus(scene* s, int material, vec3 centre, double radius, double tube
 
 // A lathe from radius, height, radius, height, ..., bottom to top of the outside; with corners, or with a curve through
 // the points. A cylinder is one.
-shape* add_lathe(scene* s, int material, vec3 foot, const std::vector<double>& outline, const frame& f = UPRIGHT);
-shape* add_curved(scene* s, int material, vec3 foot, const std::vector<double>& points, const frame& f = UPRIGHT);
+shape* add_lathe(scene* s, int material, vec3 foot, std::initializer_list<double> outline, const frame& f = UPRIGHT);
+shape* add_curved(scene* s, int material, vec3 foot, std::initializer_list<double> points, const frame& f = UPRIGHT);
 shape* add_cylinder(scene* s, int material, vec3 from, vec3 to, double radius);
 
 void set_uv(shape* s, uv_kind kind, double size);
