@@ -45,10 +45,6 @@ constexpr int COLOR_CHANNELS = 3;
 
 } // namespace
 
-int32_t raster_lines(CFILE* file) {
-    return rzl_lines_held(file);
-}
-
 bool raster_is_undamaged(CFILE* file, const char* path) {
     if (rzl_is_damaged(file) == 0 && rzl_lines_held(file) >= field_of(file, RZL_FIELD_YSIZE)) return true;
     program_fail("\"%s\" is damaged: something that it should hold is missing.", path);
@@ -73,7 +69,7 @@ bool raster_is_whole(CFILE* file, const char* path) {
     void* planes[COLOR_CHANNELS] = {room.get(), nullptr, nullptr};
     for (int i = 1; i < channels; ++i)
         planes[i] = room.get() + bytes * static_cast<size_t>(i);
-    int32_t lines = raster_lines(file);
+    int32_t lines = rzl_lines_held(file);
     for (int32_t i = 0; i < lines; ++i) {
         if (rzl_getline_channels(file, channels, planes) != 0) {
             raster_line_failed(file, path, i);

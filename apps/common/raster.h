@@ -13,10 +13,6 @@ const char* raster_extension(const char* path);
 // since only their pixels show whether they are there.
 bool raster_is_whole(CFILE* file, const char* path);
 
-// The lines of the active image that are worth reading: its height, or as many as the file can hold when it claims
-// more; then raster_is_undamaged() fails.
-int32_t raster_lines(CFILE* file);
-
 // The reason of a failure as a sentence: the status's own, and, for a feature that is not supported, which one it is.
 // The text is valid until the next call.
 const char* raster_reason(uint32_t status);

@@ -73,7 +73,7 @@ size_t make_row(const raster_source* s, line_buffers* b) {
 
 int print_rows(const raster_source* s, const char* path, line_buffers* b) {
     bool jumps = source_is_bottom_up(s);
-    int32_t lines = raster_lines(s->file);
+    int32_t lines = rzl_lines_held(s->file);
     // The rows of a picture that is not all there have no place.
     if (jumps && lines < s->height) return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
     // Remembered line offsets only make the way up quick; a format without them finds its lines all the same.

@@ -394,7 +394,7 @@ int write_file(conversion* c, const char* fresh) {
 
 // What is known to be cut before its first line is read is not converted: the target would be sized by a claim.
 int check_claims(const raster_source* source, const convert_request* request) {
-    if (raster_lines(source->file) < source->height) raster_is_undamaged(source->file, request->in.path);
+    if (rzl_lines_held(source->file) < source->height) raster_is_undamaged(source->file, request->in.path);
     if (program_has_reported()) return EXIT_FAILED;
     // A tile takes its memory whole, however little of the picture it holds.
     int64_t side = std::max(source->width, source->height);

@@ -263,4 +263,20 @@ protected:
         EXPECT_TRUE(rzl_rewind(c) == 0 && c->line == 0);
         rzl_close(c);
     }
+
+    // Bytes of 2 by 3 pixels written line by line in any order, read back before the close, and one line changed in
+    // the finished file, which then reads as `changed`.
+    void expect_lines_in_place(const std::string& name, int standard, const std::string& changed) const {
+        CFILE* c = new_file(name, standard, 2, 2, 3, {}, rzl_open_wr);
+        EXPECT_EQ(rzl_write_header(c), 0);
+        for (const char* line : {"2b", "0a", "1x", "1c"})
+            EXPECT_TRUE(rzl_seek(c, line[0] - '0') == 0 && rzl_putline(c, line) == 0);
+        EXPECT_EQ(rzl_rewind(c), 0);
+        EXPECT_EQ(read_lines(c).values, bytes_of("0a1c2b"));
+        EXPECT_EQ(rzl_finish(c), 0u);
+        c = rzl_open_rw(name.c_str());
+        EXPECT_TRUE(rzl_seek(c, 1) == 0 && rzl_putline(c, "zz") == 0);
+        EXPECT_EQ(rzl_finish(c), 0u);
+        EXPECT_EQ(read_picture(name).values, bytes_of(changed));
+    }
 };

@@ -417,16 +417,7 @@ TEST_F(Bmp, WritingIsRefused) {
 }
 
 TEST_F(Bmp, LinesInPlace) {
-    CFILE* c = new_file(path("a.bmp"), 4, 2, 2, 3, {}, rzl_open_wr);
-    EXPECT_EQ(rzl_write_header(c), 0);
-    for (const char* line : {"2b", "0a", "1x", "1c"})
-        EXPECT_TRUE(rzl_seek(c, line[0] - '0') == 0 && rzl_putline(c, line) == 0);
-    EXPECT_EQ(rzl_rewind(c), 0);
-    EXPECT_EQ(read_lines(c).values, bytes_of("0a1c2b"));
-    EXPECT_EQ(rzl_finish(c), 0u);
-    c = rzl_open_rw(path("a.bmp").c_str());
-    EXPECT_TRUE(rzl_seek(c, 1) == 0 && rzl_putline(c, "zz") == 0 && rzl_finish(c) == 0);
-    EXPECT_EQ(read_picture(path("a.bmp")).values, bytes_of("2bzz0a"));
+    expect_lines_in_place(path("a.bmp"), RZL_STANDARD_BMP, "2bzz0a");
 }
 
 TEST_F(Bmp, EveryFailureHasItsStatus) {

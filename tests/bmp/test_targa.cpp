@@ -337,18 +337,8 @@ TEST_F(Targa, WritingIsRefused) {
 
 // Raw lines in any order, in a new file and in one that is changed; packets at the end only.
 TEST_F(Targa, LinesInPlace) {
-    CFILE* c = new_file(path("a.tga"), 3, 2, 2, 3, {}, rzl_open_wr);
-    EXPECT_EQ(rzl_write_header(c), 0);
-    for (const char* line : {"2b", "0a", "1x", "1c"})
-        EXPECT_TRUE(rzl_seek(c, line[0] - '0') == 0 && rzl_putline(c, line) == 0);
-    EXPECT_EQ(rzl_rewind(c), 0);
-    EXPECT_EQ(read_lines(c).values, bytes_of("0a1c2b"));
-    EXPECT_EQ(rzl_finish(c), 0u);
-    c = rzl_open_rw(path("a.tga").c_str());
-    EXPECT_TRUE(rzl_seek(c, 1) == 0 && rzl_putline(c, "zz") == 0);
-    EXPECT_EQ(rzl_finish(c), 0u);
-    EXPECT_EQ(read_picture(path("a.tga")).values, bytes_of("0azz2b"));
-    c = new_file(path("a.tga"), 3, 29, 2, 3, {}, rzl_open_wr);
+    expect_lines_in_place(path("a.tga"), RZL_STANDARD_TARGA, "0azz2b");
+    CFILE* c = new_file(path("a.tga"), 3, 29, 2, 3, {}, rzl_open_wr);
     EXPECT_TRUE(put_lines(c, 2, 3, bytes_of("aabcdd")) == 0 && rzl_rewind(c) == 0);
     EXPECT_EQ(read_lines(c).values, bytes_of("aabcdd"));
     EXPECT_TRUE(rzl_seek(c, 1) == 0 && rzl_putline(c, "xx") == 1 && c->status == RZL_MODIFY_COMPRESSED);
