@@ -9,17 +9,18 @@
 
 #include "common/own_directory.h"
 #include "common/pictures.h"
+#include "common/places.h"
 #include "common/run.h"
 
 class AppFixture : public OwnDirectory {
 protected:
     void SetUp() override {
-        setenv("VANTORAMA", TINCT_SOURCE_DIR "/data", 1);
+        setenv("VANTORAMA", (source_dir() + "/data").c_str(), 1);
         setenv("VANTORA_INI", (directory + "/none.ini").c_str(), 1);
     }
 
     // Runs "PROGRAM ARGUMENTS" by the shell, inside the test's directory.
-    run_result run(const std::string& command) const { return run_command(directory, TINCT_BIN_DIR "/" + command); }
+    run_result run(const std::string& command) const { return run_command(directory, bin_dir() + "/" + command); }
 
     std::vector<std::string> files() const {
         std::vector<std::string> names;

@@ -25,7 +25,7 @@ struct program_case {
     // With the program's path, for a process.
     std::vector<std::string> process_words() const {
         std::vector<std::string> all = words;
-        all[0] = TINCT_BIN_DIR "/" + words[0];
+        all[0] = bin_dir() + "/" + words[0];
         return all;
     }
 };

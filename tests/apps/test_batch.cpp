@@ -68,7 +68,7 @@ TEST_F(Batch, SamplesComeInTheOrderOfTheWalk) {
     EXPECT_EQ(run("tinct-batch samples still.tnc 1 >/dev/full").status, 1);
     EXPECT_EQ(run("tinct-batch samples still.tnc 1 >&-").status, 1);
     // The reader is gone when the first line comes.
-    run("rzl formats >/dev/null; (sleep 0.3; " TINCT_BIN_DIR
+    run("rzl formats >/dev/null; (sleep 0.3; " + bin_dir() +
         "/tinct-batch samples still.tnc 1; echo $? >code) 2>/dev/null | true");
     EXPECT_EQ(read(directory + "/code"), "1\n");
 }
@@ -302,13 +302,14 @@ TEST_F(Batch, AnInterruptedRunLeavesNothingBehind) {
         }
         return false;
     };
+    const std::string program = bin_dir() + "/tinct-batch";
     for (int signal : {SIGTERM, SIGINT}) {
         pid_t child = fork();
         if (child == 0) {
             if (chdir(directory.c_str()) != 0) _exit(99);
             const char* bits = signal == SIGTERM ? "24" : "8"; // while lines are written, or colours picked
-            execl(TINCT_BIN_DIR "/tinct-batch", "tinct-batch", "apply", "big.tnc", "--set", "1=1,0,0", "-o", "out.rgb",
-                  "--force", "--bits", bits, nullptr);
+            execl(program.c_str(), "tinct-batch", "apply", "big.tnc", "--set", "1=1,0,0", "-o", "out.rgb", "--force",
+                  "--bits", bits, nullptr);
             _exit(99);
         }
         int status = 0;

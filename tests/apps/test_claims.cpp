@@ -82,7 +82,7 @@ protected:
         ProgramCases::SetUp();
         make_inputs(20, 12);
         // What every file that is read costs, the program and its checker of memory included.
-        small = run_limited(directory, {TINCT_BIN_DIR "/rzl", "cat", "big.rgb"});
+        small = run_limited(directory, {bin_dir() + "/rzl", "cat", "big.rgb"});
     }
 
     // Runs the command on a file of `bytes` bytes and holds what it took against them. What a byte may cost is what the

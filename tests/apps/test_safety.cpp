@@ -93,8 +93,7 @@ TEST_F(Safety, AFullDiskIsToldAndReplacesNothing) {
     }
     for (const char* program : {"rzl", "tinct-batch", "tinct-sample", "tinct"}) {
         for (const char* word : {"--help", "--version"}) {
-            const limited_result result =
-                run_limited(directory, {std::string(TINCT_BIN_DIR "/") + program, word}, {}, "/dev/full");
+            const limited_result result = run_limited(directory, {bin_dir() + "/" + program, word}, {}, "/dev/full");
             EXPECT_EQ(result.status, 1) << program << " " << word;
         }
     }

@@ -182,8 +182,8 @@ TEST_F(Sample, WithLittleMemoryItEndsWithAMessage) {
     int failed = 0, done = 0;
     for (int kilobytes = 6000; kilobytes <= 200'000; kilobytes += kilobytes / 4) {
         SCOPED_TRACE(kilobytes);
-        run_result r = run_command(directory, "ulimit -v " + std::to_string(kilobytes) +
-                                                  "; " TINCT_BIN_DIR "/tinct-sample chair little --size 24x18");
+        run_result r = run_command(directory, "ulimit -v " + std::to_string(kilobytes) + "; " + bin_dir() +
+                                                  "/tinct-sample chair little --size 24x18");
         if (r.err.find("shared libraries") != std::string::npos || r.status == 127) continue; // before the program
         ASSERT_TRUE(r.status == 0 || (r.status == 1 && !r.err.empty())) << r.status << r.err;
         EXPECT_EQ(std::filesystem::exists(path("little/chair.tnc")), r.ok());
@@ -196,7 +196,7 @@ TEST_F(Sample, WithLittleMemoryItEndsWithAMessage) {
 
 TEST_F(Sample, DependsOnTheSeedButNotOnTheProcessors) {
     std::string first = read(render("still", "a", "--seed 5") + ".tnc");
-    run_result one = run("tinct-sample --list >/dev/null && taskset -c 0 " TINCT_BIN_DIR
+    run_result one = run("tinct-sample --list >/dev/null && taskset -c 0 " + bin_dir() +
                          "/tinct-sample still b --size 120x90 --seed 5");
     EXPECT_EQ(one.status, 0) << one.err;
     EXPECT_TRUE(read(directory + "/b/still.tnc") == first);

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "common/own_directory.h"
+#include "common/places.h"
 #include "forms/forms.h"
 #include "forms/ops.h"
 #include "forms/surface.h"
@@ -35,7 +36,7 @@ class FormsFixture : public OwnDirectory {
 protected:
     void SetUp() override {
         live_before = mem_live();
-        setenv("VANTORAMA", TINCT_BIN_DIR "/../data", 1);
+        setenv("VANTORAMA", (bin_dir() + "/../data").c_str(), 1);
         self = this;
         start(8);
     }
@@ -55,7 +56,7 @@ protected:
         headless_run_freely(true);
         ASSERT_EQ(Enter_tools(), 0);
         ASSERT_EQ(FI_enter(), FI_SUCCESS);
-        FI_set_form_path(TINCT_BIN_DIR "/../data/tinct");
+        FI_set_form_path((bin_dir() + "/../data/tinct").c_str());
         headless_advance(1000);
         Disable_events(~0U);
         Enable_events(FORM_EVENTS);

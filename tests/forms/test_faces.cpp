@@ -13,7 +13,7 @@ class Faces : public FormsFixture {
 protected:
     // A font file for the path, as good as any.
     void font(const std::string& name) const {
-        std::filesystem::copy_file(TINCT_SOURCE_DIR "/data/fonts/mono821.12", path(name));
+        std::filesystem::copy_file(source_dir() + "/data/fonts/mono821.12", path(name));
     }
     static int size_of(const char* name, int size) {
         int actual = 0;

@@ -317,11 +317,9 @@ namespace {
 class FrmPrograms : public OwnDirectory {
 protected:
     run_result frmc(const std::string& arguments) const {
-        return run_command(directory, TINCT_BIN_DIR "/frmc " + arguments);
+        return run_command(directory, bin_dir() + "/frmc " + arguments);
     }
-    run_result frmdump(const std::string& file) const {
-        return run_command(directory, TINCT_BIN_DIR "/frmdump " + file);
-    }
+    run_result frmdump(const std::string& file) const { return run_command(directory, bin_dir() + "/frmdump " + file); }
 };
 
 // One of each type, with everything that every version can hold.

@@ -1,11 +1,12 @@
 // The fonts and symbols of the product: all that the forms ask for is there, whole, and made from its sources.
 #include <set>
 
+#include "common/places.h"
 #include "tools_fixture.h"
 
 namespace {
 
-const std::string product = std::string(TINCT_SOURCE_DIR) + "/data/";
+const std::string product = source_dir() + "/data/";
 
 bytes content(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -86,7 +87,7 @@ TEST_F(FontData, SymbolsAreThereAndMadeFromTheirText) {
     ASSERT_NE(font_find_glyph(id, 0), nullptr);
     for (auto [text, file] : {std::pair("FIsym.txt", "FIsym"), std::pair("collapse.txt", "collapse.icon")}) {
         std::string made = directory + "/" + file;
-        std::string command = TINCT_BIN_DIR "/make-symbols " TINCT_SOURCE_DIR "/data-src/";
+        std::string command = bin_dir() + "/make-symbols " + source_dir() + "/data-src/";
         command.append(text).append(" ").append(made);
         ASSERT_EQ(std::system(command.c_str()), 0);
         EXPECT_EQ(content(made), content(product + "vantor/" + file));
