@@ -213,8 +213,15 @@ int32_t table_entries(const raster_source* source) {
     return first == 0 ? source->vlt_entries : std::min(first + source->vlt_entries, BYTE_VALUES);
 }
 
+// Programs differ in which bit of a Sun file is black, unless its map tells.
+bool needs_two_colors(const conversion* c) {
+    return c->request->standard == RZL_STANDARD_SUN && c->request->format == RZL_FORMAT_BILEVEL;
+}
+
 bool copy_vlt(conversion* c) {
+    static constexpr rzl_vlt_entry BLACK_AND_WHITE[] = {{0, 0, 0, 0}, {1, 0xFFFF, 0xFFFF, 0xFFFF}};
     if (c->reduced != nullptr) return put_vlt(c, c->reduced->vlt_count, c->reduced->vlt);
+    if (needs_two_colors(c)) return put_vlt(c, 2, BLACK_AND_WHITE);
     bool keeps = c->source->kind == pixel_kind::mapped && c->target == pixel_kind::grey;
     if (!keeps) return true;
     if (c->source->vlt_entries > VLT_ENTRIES_MAX) return false;

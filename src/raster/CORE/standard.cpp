@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, pnm_module;
+    pcx_module, pnm_module, sun_module;
 
 namespace {
 
@@ -102,7 +102,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "SUN",
         .extensions = "ras",
         .test = is_sun,
-        .module = nullptr,
+        .module = &sun_module,
     },
     {
         .id = RZL_STANDARD_ADRG,
