@@ -259,6 +259,21 @@ void settle_orientation(conversion* c) {
     c->mirrored = ((kept ^ c->source->orientation) & FROM_RIGHT) != 0;
 }
 
+// The text of a bitmap names what it defines after the file.
+void set_bitmap_name(conversion* c) {
+    constexpr size_t NAME_SIZE = 32;
+    char name[NAME_SIZE] = {};
+    const char* path = c->request->out;
+    const char* slash = std::strpbrk(path, "/\\");
+    for (; slash != nullptr; slash = std::strpbrk(path, "/\\"))
+        path = slash + 1;
+    size_t length = strnlen(path, NAME_SIZE - 1);
+    const char* dot = raster_extension(path);
+    if (*dot != '\0' && dot - 1 > path) length = std::min(length, static_cast<size_t>(dot - 1 - path));
+    std::memcpy(name, path, length);
+    rzl_set_hdr_data(c->out, RZL_FIELD_XBM_NAME, name);
+}
+
 bool write_header(conversion* c) {
     const convert_request* r = c->request;
     bool good = set_field(c->out, RZL_FIELD_STANDARD, r->standard) && set_field(c->out, RZL_FIELD_FORMAT, r->format);
@@ -268,6 +283,7 @@ bool write_header(conversion* c) {
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
     if (!good) return false;
     settle_orientation(c);
+    if (r->standard == RZL_STANDARD_XBM) set_bitmap_name(c);
     set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
     return copy_vlt(c) && rzl_write_header(c->out) == 0;
 }

@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, pnm_module, sun_module;
+    pcx_module, pnm_module, sun_module, xbm_module;
 
 namespace {
 
@@ -164,8 +164,8 @@ constexpr standard_row STANDARDS[] = {
         .id = RZL_STANDARD_XBM,
         .name = "XBM",
         .extensions = "xbm",
-        .test = is_xbm,
-        .module = nullptr,
+        .test = nullptr, // its module reads on for the sizes
+        .module = &xbm_module,
     },
     {
         .id = RZL_STANDARD_USGS,
