@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, pnm_module, sun_module, xbm_module;
+    pcx_module, pnm_module, sun_module, xbm_module, ico_module;
 
 namespace {
 
@@ -144,7 +144,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "ICO",
         .extensions = "ico",
         .test = is_ico,
-        .module = nullptr,
+        .module = &ico_module,
     },
     {
         .id = RZL_STANDARD_CALS,
@@ -292,10 +292,10 @@ int rzl_standard_takes(int32_t id, int32_t format) {
     return 0;
 }
 
-int rzl_standard_has_table(int32_t id) {
+int32_t rzl_standard_colors(int32_t id) {
     const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
     if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
-    return (row->module->traits & MODULE_NO_TABLE) == 0 ? 1 : 0;
+    return row->module->most_colors;
 }
 
 int rzl_standard_support(int32_t id, int* can_create, int* can_read) {
