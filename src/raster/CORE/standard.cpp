@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, pnm_module, sun_module, xbm_module, ico_module;
+    pcx_module, pnm_module, sun_module, xbm_module, ico_module, sym_module;
 
 namespace {
 
@@ -137,7 +137,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "SYM",
         .extensions = "",
         .test = is_sym,
-        .module = nullptr,
+        .module = &sym_module,
     },
     {
         .id = RZL_STANDARD_ICO,
