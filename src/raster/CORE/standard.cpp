@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module;
+    pcx_module, mrg_module;
 
 namespace {
 
@@ -88,7 +88,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "MRG",
         .extensions = "mrg",
         .test = is_mrg,
-        .module = nullptr,
+        .module = &mrg_module,
     },
     {
         .id = RZL_STANDARD_PNM,
