@@ -9,8 +9,16 @@
 #include "raster/CORE/module.h"
 
 // What each format's directory defines, besides functions of its own.
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, pnm_module;
+extern const format_module krv_module;
+extern const format_module krv_text_module;
+extern const format_module tif_module;
+extern const format_module tif_eps_module;
+extern const format_module gif_module;
+extern const format_module bmp_module;
+extern const format_module tga_module;
+extern const format_module pcx_module;
+extern const format_module pnm_module;
+extern const format_module mrg_module;
 
 namespace {
 
@@ -88,7 +96,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "MRG",
         .extensions = "mrg",
         .test = is_mrg,
-        .module = nullptr,
+        .module = &mrg_module,
     },
     {
         .id = RZL_STANDARD_PNM,
