@@ -211,20 +211,21 @@ fi_box reach(const FI_gadget* g) {
     return fi_inset(box, -std::min(box.x2 - box.x1, box.y2 - box.y1));
 }
 
+double limited(const fi_dial* d, double value) {
+    return fi_limited(0, full_turn(d), value);
+}
+
 // The needle points to the place; at the centre it points nowhere.
 bool value_at(const FI_gadget* g, int x, int y, double* value) {
     const auto* d = fi_as<fi_dial>(g);
     if (x == d->center_x && y == d->center_y) return false;
     const double angle = std::atan2(d->center_y - y, x - d->center_x);
-    *value = wrapped((angle - static_cast<double>(d->zero_angle)) * direction_of(d)) * static_cast<double>(d->scale);
+    *value = limited(d, wrapped((angle - static_cast<double>(d->zero_angle)) * direction_of(d)) *
+                            static_cast<double>(d->scale));
     return true;
 }
 
 constexpr fi_drag_type DRAG = {reach, value_at, turn_needle, true, true};
-
-double limited(const fi_dial* d, double value) {
-    return fi_limited(0, full_turn(d), value);
-}
 
 } // namespace
 
