@@ -162,6 +162,15 @@ constexpr step STEPS[] = {
 
     {act::page, 6, 0, ""},
     {act::shot, 6, 0, ""},
+
+    {act::page, 7, 0, ""},
+    {act::shot, 7, 0, ""},
+
+    {act::page, 8, 0, ""},
+    {act::shot, 8, 0, ""},
+
+    {act::page, 9, 0, ""},
+    {act::shot, 9, 0, ""},
 };
 
 size_t next_step = 0;
