@@ -199,18 +199,12 @@ void delete_rest(fi_field* f) {
 // A row that overflows goes on in the next ones, and the cursor with the text.
 void wrap_typed(fi_field* f) {
     const int row = f->active_row;
-    int last = row;
     const int cursor = f->cursor_char;
-    fi_wrap_on(f, row, &last);
-    const int length = length_of(f);
-    if (cursor > length && row + 1 < f->num_rows) {
-        // Behind what stays; a blank between the two rows is none of either.
-        const int behind = std::max(cursor - length - 1, 0);
-        f->active_row = fi_short(row + 1);
-        f->cursor_char = fi_short(std::min(behind, length_of(f)));
-    } else {
-        f->cursor_char = fi_short(std::min(cursor, length));
-    }
+    int rest = 0;
+    fi_wrap_on(f, row, &rest);
+    const bool goes_along = cursor >= rest && row + 1 < f->num_rows && cursor > length_of(f);
+    if (goes_along) f->active_row = fi_short(row + 1);
+    f->cursor_char = fi_short(std::min(goes_along ? cursor - rest : cursor, length_of(f)));
     fi_view_follow(f);
     fi_field_draw_rows(f, row, f->num_rows + f->visible_rows);
 }

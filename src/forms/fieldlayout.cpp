@@ -6,6 +6,7 @@
 #include "forms/env.h"
 #include "forms/fields.h"
 #include "forms/forms.h"
+#include "forms/scroll.h"
 #include "forms/show.h"
 #include "forms/surface.h"
 
@@ -68,18 +69,10 @@ void justify_all(fi_field* f) {
     f->max_chars = f->visible_chars;
 }
 
-// The flags say what the field is; a file may not agree.
-void settle_kind(fi_field* f) {
-    f->flags &= ~(FI_IS_LIST | FI_MCF_COLUMN);
-    if (fi_is_list(&f->common)) f->flags |= FI_IS_LIST;
-    if (fi_is_column(&f->common)) f->flags |= FI_MCF_COLUMN;
-}
-
 } // namespace
 
 void fi_field_activate(FI_gadget* g) {
     auto* f = fi_as<fi_field>(g);
-    settle_kind(f);
     measure_font(f, 1.0F);
     fi_measure_field(f);
     settle_limits(f);
@@ -147,10 +140,9 @@ int make_arrow(fi_field* f, int index) {
 int fi_make_bar(fi_field* f) {
     if (f->scroll_bar == nullptr) {
         FI_form* form = f->common.form;
-        const int status = fi_new_part(&f->common, FI_SCROLL, fi_next_private_label(form), &f->scroll_bar);
+        const int status = fi_scroll_new(&f->common, fi_next_private_label(form), false, &f->scroll_bar);
         if (status != FI_SUCCESS) return status;
-        f->scroll_bar->x2 = BAR_WIDTH;
-        fi_as<fi_scroll>(f->scroll_bar)->orientation = 0;
+        f->scroll_bar->x2 = f->scroll_bar->x1 + BAR_WIDTH;
         dress(f, f->scroll_bar);
         fi_place_parts(f);
     }
@@ -182,12 +174,8 @@ void fi_drop_arrows(fi_field* f) {
 void fi_place_parts(fi_field* f) {
     const FI_gadget* g = &f->common;
     if (FI_gadget* bar = f->scroll_bar; bar != nullptr) {
-        const float width = bar->x2 - bar->x1;
-        bar->x1 = g->x2 + FI_FRAME;
-        bar->x2 = bar->x1 + width;
-        bar->y1 = g->y1 - FI_FRAME;
-        bar->y2 = g->y2 + FI_FRAME;
-        if (fi_ops(bar).shifted != nullptr) fi_ops(bar).shifted(bar);
+        const float left = g->x2 + FI_FRAME;
+        fi_scroll_place(bar, left, g->y1 - FI_FRAME, left + bar->x2 - bar->x1, g->y2 + FI_FRAME);
     }
     const float middle = static_cast<float>(static_cast<int>((g->x1 + g->x2) / 2));
     for (int i = 0; i < 2; ++i) {

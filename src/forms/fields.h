@@ -110,9 +110,9 @@ bool fi_may_add_row(const fi_field* f); // max_rows allows one more
 
 // Cuts the text into rows from `row` on.
 int fi_wrap_text(fi_field* f, int row, const char* text);
-// A row that is longer than the width goes on in the next one, and so on to the end of the paragraph. *last: the last
-// row that has changed.
-int fi_wrap_on(fi_field* f, int row, int* last);
+// A row that is longer than the width goes on in the next one, and so on to the end of the paragraph. `rest`: the
+// character of the row that the next one begins with now; beyond its end when nothing has moved.
+int fi_wrap_on(fi_field* f, int row, int* rest);
 int fi_wrap_width(const fi_field* f);
 
 void fi_justify_row(fi_field* f, int row); // blanks in front, as justification has it. Doesn't draw

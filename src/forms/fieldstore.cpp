@@ -329,6 +329,10 @@ int put_in_front(fi_field* f, int row, const char* tail, bool blank) {
     return fi_row_store(f, row, both.get(), static_cast<int>(at + length));
 }
 
+int characters_before(const fi_field* f, const char* text, int bytes) {
+    return fi_char_count(f, text) - fi_char_count(f, text + bytes);
+}
+
 bool has_next_in_paragraph(const fi_field* f, int row) {
     return row + 1 < f->num_rows && f->rows[row + 1].after_newline == 0;
 }
@@ -341,12 +345,14 @@ bool has_row_for_rest(fi_field* f, int row) {
 
 } // namespace
 
-int fi_wrap_on(fi_field* f, int row, int* last) {
+int fi_wrap_on(fi_field* f, int row, int* rest_at) {
+    const int first = row;
+    *rest_at = FI_MAX_ROWS;
     for (;; ++row) {
-        *last = row;
         const char* text = fi_row_text(f, row);
         const wrap_piece piece = next_piece(f, text);
         if (piece.last) return FI_SUCCESS;
+        if (row == first) *rest_at = characters_before(f, text, piece.next);
         const bool blank = std::strchr(text, ' ') != nullptr; // else a long word was cut where the row ended
         const mem_guard<char> rest(mem_copy_text(text + piece.next));
         if (!rest) return FI_NO_MEMORY;

@@ -5,6 +5,7 @@
 #include "forms/fields.h"
 #include "forms/mcf.h"
 #include "forms/press.h"
+#include "forms/scroll.h"
 #include "forms/show.h"
 #include "forms/surface.h"
 #include "forms/track.h"
@@ -35,13 +36,12 @@ void fi_update_bar(fi_field* f) {
     fi_mcf* table = fi_table_of(f);
     FI_gadget* bar = table != nullptr ? table->vert_scroll : f->scroll_bar;
     if (bar == nullptr) return;
-    auto* s = fi_as<fi_scroll>(bar);
     const bool all_seen = f->num_rows <= f->visible_rows;
-    s->low_value = 0;
-    s->high_value = std::max(f->num_rows - f->visible_rows - 1, 0);
-    s->view_fraction = all_seen ? 1.0 : static_cast<double>(f->visible_rows) / f->num_rows;
-    bar->value = std::min<double>(f->top_row, s->high_value);
-    fi_redraw_gadget(bar);
+    const int high = std::max(f->num_rows - f->visible_rows - 1, 0);
+    // A thumb that is dragged keeps its place between two rows.
+    const bool stays = std::lround(bar->value) == f->top_row && bar->value <= high;
+    fi_scroll_set_view(bar, all_seen ? 1.0 : static_cast<double>(f->visible_rows) / f->num_rows, high,
+                       stays ? bar->value : std::min<int>(f->top_row, high));
 }
 
 void fi_view_fix(fi_field* f) {
@@ -124,19 +124,15 @@ bool fi_view_follow(fi_field* f) {
 
 namespace {
 
-// What a bar reports for its arrows and for the ends of its track.
-enum : int { TO_TOP = -1000, PAGE_UP = -1001, ROW_UP = -1002, ROW_DOWN = -1003, PAGE_DOWN = -1004, TO_BOTTOM = -1005 };
-
 int wanted_top(const fi_field* f, double value) {
     const int page = std::max<int>(f->visible_rows, 1);
-    const int command = value <= double{TO_TOP} && value >= double{TO_BOTTOM} ? static_cast<int>(value) : 0;
-    switch (command) {
-    case TO_TOP: return 0;
-    case PAGE_UP: return f->top_row - page;
-    case ROW_UP: return f->top_row - 1;
-    case ROW_DOWN: return f->top_row + 1;
-    case PAGE_DOWN: return f->top_row + page;
-    case TO_BOTTOM: return f->num_rows;
+    switch (fi_scroll_command(value)) {
+    case FI_SCROLL_TO_LOW: return 0;
+    case FI_SCROLL_PAGE_BACK: return f->top_row - page;
+    case FI_SCROLL_UNIT_BACK: return f->top_row - 1;
+    case FI_SCROLL_UNIT_FORWARD: return f->top_row + 1;
+    case FI_SCROLL_PAGE_FORWARD: return f->top_row + page;
+    case FI_SCROLL_TO_HIGH: return f->num_rows;
     default: return static_cast<int>(std::lround(std::clamp(value, 0.0, double{FI_MAX_ROWS})));
     }
 }
