@@ -22,7 +22,7 @@ constexpr const char* HELP =
     ":rotation=DEG, :mirror and :size=S behind it, as in --set 7=@brick.rgb:rotation=30:size=0.5\n"
     "\n"
     "  --palette FILE.tnp   the palette for names; without it the product's own\n"
-    "  --type T             rgb, tif, gif, tga, bmp or pcx; without it by the extension of OUT\n"
+    "  --type T             rgb, tif, gif, tga, bmp, pcx, jpg or png; without it by the extension of OUT\n"
     "  --bits N             8 or 24\n"
     "  --uncompressed       store the pixels plainly\n"
     "  --colors N           reduce to N colours\n"
