@@ -421,7 +421,9 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
  *          picture that lies on its side the lines are the columns of the file, and field 9 tells how they lie then;
  *          files of four inks, as red, green and blue.
  *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's
- * table. For the whole process; open files stay as they were opened. */
+ *          table.
+ *   TIFF   strips and tiles that are deflated, field 501 being 8 or, in old files, 32946.
+ * For the whole process; open files stay as they were opened. */
 RZL_API void rzl_set_extended(int on);
 
 /* Room that each plane of a line call needs, in bytes, for the active image and a resampling that is in force; and that
