@@ -112,12 +112,14 @@ bool guarded(jfif_coder* coder, void (*step)(jfif_coder* coder)) {
 
 void do_nothing(j_decompress_ptr) {}
 
-// At the end of the file an end of the image is made up, so that what has come of it is given.
+// At the end of the file an end of the image is made up, so that what has come of it is given. Bytes that are there and
+// can't be read are another matter.
 boolean fill_buffer(j_decompress_ptr in) {
     constexpr uint8_t END_OF_IMAGE[2] = {0xFF, JPEG_EOI};
     auto* coder = coder_of(reinterpret_cast<j_common_ptr>(in));
     size_t size = io_seek(coder->c, coder->place) ? io_read(coder->c, coder->buffer, BUFFER_SIZE) : 0;
     coder->place += static_cast<int64_t>(size);
+    if (size == 0 && coder->place < coder->size) ERREXIT(in, JERR_FILE_READ);
     if (size == 0) {
         WARNMS(in, JWRN_JPEG_EOF);
         std::memcpy(coder->buffer, END_OF_IMAGE, sizeof END_OF_IMAGE);
