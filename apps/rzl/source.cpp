@@ -26,8 +26,8 @@ bool is_black_and_white(const raster_source* s) {
     constexpr int WHITE = 255;
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);
     rzl_vlt_entry table[256] = {};
-    bool looks = (standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX) && s->bits == 1 &&
-                 s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
+    bool looks = (standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX || standard == RZL_STANDARD_PNG) &&
+                 s->bits == 1 && s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
     auto is = [](const rzl_vlt_entry& e, int value) {
         return e.red >> 8 == value && e.green >> 8 == value && e.blue >> 8 == value;
     };

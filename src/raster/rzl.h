@@ -61,7 +61,8 @@ enum {
     RZL_STANDARD_HRF = 19,
     RZL_STANDARD_VRLC = 20,
     RZL_STANDARD_POSTSCRIPT = 21,
-    RZL_STANDARD_USRP = 22
+    RZL_STANDARD_USRP = 22,
+    RZL_STANDARD_PNG = 23
 };
 
 /* Data formats: how the pixels of a line are stored, field RZL_FIELD_FORMAT. */
@@ -451,8 +452,13 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
  *          of such a header, and field 9 is RZL_BOTTOM_UP for a 12-byte header, too, which is 0 otherwise.
  *   TGA    sides of up to 65535 pixels, pixels of 15 bits; field 21 is 2 for a file of version 2, and field 26 is the
  *          aspect ratio that its extension area tells.
+ *   JFIF   JPEG files that begin with an Exif, Adobe or any other marker, with the orientation that Exif tells: of a
+ *          picture that lies on its side the lines are the columns of the file, and field 9 tells how they lie then;
+ *          files of four inks, as red, green and blue.
  *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's
- * table. For the whole process; open files stay as they were opened. */
+ *          table.
+ *   TIFF   strips and tiles that are deflated, field 501 being 8 or, in old files, 32946.
+ * For the whole process; open files stay as they were opened. */
 RZL_API void rzl_set_extended(int on);
 
 /* Room that each plane of a line call needs, in bytes, for the active image and a resampling that is in force; and that

@@ -19,8 +19,22 @@ extern const format_module tga_module;
 extern const format_module pcx_module;
 extern const format_module pnm_module;
 extern const format_module mrg_module;
+extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
+    pcx_module, jfif_module, png_module;
 
 namespace {
+
+// What is built without a library that it needs.
+#if TINCT_JPEG
+constexpr const format_module* JFIF_MODULE = &jfif_module;
+#else
+constexpr const format_module* JFIF_MODULE = nullptr;
+#endif
+#if TINCT_PNG
+constexpr const format_module* PNG_MODULE = &png_module;
+#else
+constexpr const format_module* PNG_MODULE = nullptr;
+#endif
 
 constexpr char SOURCE[] = "CORE/standard";
 
@@ -68,7 +82,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "JFIF",
         .extensions = "jpg jpeg",
         .test = is_jfif,
-        .module = nullptr,
+        .module = JFIF_MODULE,
+    },
+    {
+        .id = RZL_STANDARD_PNG,
+        .name = "PNG",
+        .extensions = "png",
+        .test = is_png,
+        .module = PNG_MODULE,
     },
     {
         .id = RZL_STANDARD_TIFF, // the preview of a PostScript file
