@@ -215,8 +215,15 @@ int32_t table_entries(const raster_source* source) {
     return first == 0 ? source->vlt_entries : std::min(first + source->vlt_entries, BYTE_VALUES);
 }
 
+// Programs differ in which bit of a Sun file is black, unless its map tells.
+bool needs_two_colors(const conversion* c) {
+    return c->request->standard == RZL_STANDARD_SUN && c->request->format == RZL_FORMAT_BILEVEL;
+}
+
 bool copy_vlt(conversion* c) {
+    static constexpr rzl_vlt_entry BLACK_AND_WHITE[] = {{0, 0, 0, 0}, {1, 0xFFFF, 0xFFFF, 0xFFFF}};
     if (c->reduced != nullptr) return put_vlt(c, c->reduced->vlt_count, c->reduced->vlt);
+    if (needs_two_colors(c)) return put_vlt(c, 2, BLACK_AND_WHITE);
     bool keeps = c->source->kind == pixel_kind::mapped && c->target == pixel_kind::grey;
     if (!keeps) return true;
     if (c->source->vlt_entries > VLT_ENTRIES_MAX) return false;
@@ -254,6 +261,21 @@ void settle_orientation(conversion* c) {
     c->mirrored = ((kept ^ c->source->orientation) & FROM_RIGHT) != 0;
 }
 
+// The text of a bitmap names what it defines after the file.
+void set_bitmap_name(conversion* c) {
+    constexpr size_t NAME_SIZE = 32;
+    char name[NAME_SIZE] = {};
+    const char* path = c->request->out;
+    const char* slash = std::strpbrk(path, "/\\");
+    for (; slash != nullptr; slash = std::strpbrk(path, "/\\"))
+        path = slash + 1;
+    size_t length = strnlen(path, NAME_SIZE - 1);
+    const char* dot = raster_extension(path);
+    if (*dot != '\0' && dot - 1 > path) length = std::min(length, static_cast<size_t>(dot - 1 - path));
+    std::memcpy(name, path, length);
+    rzl_set_hdr_data(c->out, RZL_FIELD_XBM_NAME, name);
+}
+
 bool write_header(conversion* c) {
     const convert_request* r = c->request;
     bool good = set_field(c->out, RZL_FIELD_STANDARD, r->standard) && set_field(c->out, RZL_FIELD_FORMAT, r->format);
@@ -263,6 +285,7 @@ bool write_header(conversion* c) {
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
     if (!good) return false;
     settle_orientation(c);
+    if (r->standard == RZL_STANDARD_XBM) set_bitmap_name(c);
     set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
     return copy_vlt(c) && rzl_write_header(c->out) == 0;
 }

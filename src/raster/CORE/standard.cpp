@@ -21,6 +21,7 @@ extern const format_module pnm_module;
 extern const format_module mrg_module;
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
     pcx_module, jfif_module, png_module;
+    pcx_module, pnm_module, sun_module, xbm_module;
 
 namespace {
 
@@ -131,7 +132,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "SUN",
         .extensions = "ras",
         .test = is_sun,
-        .module = nullptr,
+        .module = &sun_module,
     },
     {
         .id = RZL_STANDARD_ADRG,
@@ -193,8 +194,8 @@ constexpr standard_row STANDARDS[] = {
         .id = RZL_STANDARD_XBM,
         .name = "XBM",
         .extensions = "xbm",
-        .test = is_xbm,
-        .module = nullptr,
+        .test = nullptr, // its module reads on for the sizes
+        .module = &xbm_module,
     },
     {
         .id = RZL_STANDARD_USGS,
