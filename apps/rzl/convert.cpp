@@ -143,6 +143,8 @@ bool reduces(const raster_source* source, const convert_request* request) {
 }
 
 int64_t default_format(const raster_source* source, const convert_request* request) {
+    bool bilevel = source->kind == pixel_kind::bilevel;
+    if (bilevel && request->standard == RZL_STANDARD_CALS) return RZL_FORMAT_GROUP4;
     bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
     return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
 }

@@ -164,6 +164,25 @@ enum {
     RZL_FIELD_TARGA_ID_LENGTH = 607,  /* bytes; to be set before the identification */
     RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
     RZL_FIELD_TARGA_PIXEL_BITS = 609,
+    /* CALS files. Texts are char[128]; each but the first four is a field of one variant only, 'A' or 'B'. */
+    RZL_FIELD_CALS_SOURCE_ID = 640,
+    RZL_FIELD_CALS_DESTINATION_ID = 641,
+    RZL_FIELD_CALS_CLASS = 642,
+    RZL_FIELD_CALS_NOTES = 643,
+    RZL_FIELD_CALS_VARIANT = 644,       /* 'A', 'B', or ' ' for a file without a header of text; setting clears texts */
+    RZL_FIELD_CALS_TEXT_FILE_ID = 645,  /* A */
+    RZL_FIELD_CALS_FIGURE_ID = 646,     /* A */
+    RZL_FIELD_CALS_GRAPHICS = 647,      /* A */
+    RZL_FIELD_CALS_SPECIFICATION = 648, /* B */
+    RZL_FIELD_CALS_DATA_FILE_ID = 649,  /* B */
+    RZL_FIELD_CALS_MODULE_ID = 667,     /* B */
+    RZL_FIELD_CALS_ITEM_ID = 668,       /* B */
+    RZL_FIELD_CALS_PUBLICATION_ID = 669, /* B */
+    RZL_FIELD_CALS_TYPE = 670,           /* 1, or 2 for a file that may have tiles */
+    RZL_FIELD_CALS_LEVEL = 671,          /* double: 3.2 or 3.3 */
+    RZL_FIELD_CALS_REFERENCE = 672,      /* of the document; this and the next two are written only */
+    RZL_FIELD_CALS_USER_NAME = 673,
+    RZL_FIELD_CALS_USER_COMMENT = 674,
     RZL_FIELD_RAW_SAMPLES = 701,
     RZL_FIELD_STATUS = 702 /* uint32_t; the status of the operation before */
 };

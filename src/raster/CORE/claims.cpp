@@ -46,7 +46,7 @@ int64_t pixel_bytes(CFILE* c) {
 
 // The lines that `bytes` can be at most.
 int64_t lines_in(const CFILE* c, int64_t bytes) {
-    if (is_fax(c->format)) return bytes * FAX_LINES;
+    if (is_fax(c->format) && !has_flag(c, FLAG_TILED)) return bytes * FAX_LINES;
     int64_t pixels = 0;
     if (__builtin_mul_overflow(bytes, pixels_in_byte(c), &pixels)) return INT32_MAX;
     return pixels / std::max(c->xsize, 1) + 1; // a part of a line is worth reading

@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module;
+    pcx_module, cals_module;
 
 namespace {
 
@@ -151,7 +151,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "CALS",
         .extensions = "cal",
         .test = is_cals,
-        .module = nullptr,
+        .module = &cals_module,
     },
     {
         .id = RZL_STANDARD_NITF,
