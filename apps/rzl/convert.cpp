@@ -145,6 +145,8 @@ bool reduces(const raster_source* source, const convert_request* request) {
 }
 
 int64_t default_format(const raster_source* source, const convert_request* request) {
+    bool bilevel = source->kind == pixel_kind::bilevel;
+    if (bilevel && request->standard == RZL_STANDARD_CALS) return RZL_FORMAT_GROUP4;
     bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
     bool spread = source->kind == pixel_kind::mapped && rzl_standard_has_table(request->standard) == 0;
     if (spread && !request->keep_vlt) return nearest_format(pixel_kind::color, request->standard);

@@ -19,9 +19,11 @@ extern const format_module tga_module;
 extern const format_module pcx_module;
 extern const format_module pnm_module;
 extern const format_module mrg_module;
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, jfif_module, png_module;
-    pcx_module, pnm_module, sun_module, xbm_module;
+extern const format_module jfif_module;
+extern const format_module png_module;
+extern const format_module sun_module;
+extern const format_module xbm_module;
+extern const format_module cals_module;
 
 namespace {
 
@@ -181,7 +183,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "CALS",
         .extensions = "cal",
         .test = is_cals,
-        .module = nullptr,
+        .module = &cals_module,
     },
     {
         .id = RZL_STANDARD_NITF,
