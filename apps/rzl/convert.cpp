@@ -144,6 +144,8 @@ bool reduces(const raster_source* source, const convert_request* request) {
 
 int64_t default_format(const raster_source* source, const convert_request* request) {
     bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
+    bool colors = source->kind == pixel_kind::mapped && rzl_standard_has_table(request->standard) == 0;
+    if (colors) return nearest_format(pixel_kind::color, request->standard);
     return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
 }
 
@@ -166,6 +168,10 @@ int check_target(const raster_source* source, convert_request* request) {
     }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
+    }
+    bool has_indices = target == pixel_kind::grey && (source->kind == pixel_kind::mapped || request->keep_vlt);
+    if (has_indices && rzl_standard_has_table(request->standard) == 0) {
+        return program_fail("A %s file holds no colour table.", rzl_standard_name(request->standard));
     }
     if (!reduces(source, request) && !can_hold(target, source->kind)) {
         return program_fail("Data format %d can not hold the pixels of \"%s\" as they are.",

@@ -164,6 +164,11 @@ enum {
     RZL_FIELD_TARGA_ID_LENGTH = 607,  /* bytes; to be set before the identification */
     RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
     RZL_FIELD_TARGA_PIXEL_BITS = 609,
+    RZL_FIELD_ICO_MASK = 630,  /* uint8_t[512]: the mask of an icon, (xsize x ysize + 7) / 8 bytes of it */
+    RZL_FIELD_XBM_X_HOT = 650, /* the hot spot of a bitmap */
+    RZL_FIELD_XBM_Y_HOT = 651,
+    RZL_FIELD_XBM_NAME = 652, /* char[32] */
+    RZL_FIELD_PNM_TEXT = 660, /* 1: the lines are text; the same as the value 7 of field 501 */
     RZL_FIELD_RAW_SAMPLES = 701,
     RZL_FIELD_STATUS = 702, /* uint32_t; the status of the operation before */
     RZL_FIELD_USGS = 720,   /* rzl_usgs_records */
@@ -493,6 +498,9 @@ RZL_API int32_t rzl_standard_of_extension(const char* extension);
 
 /* 1 when a new file of the standard can have the data format, field 3; else 0. */
 RZL_API int rzl_standard_takes(int32_t id, int32_t format);
+
+/* 1 when a new file of the standard can have a colour table. Values of one are pixels of no other file. */
+RZL_API int rzl_standard_has_table(int32_t id);
 
 #ifdef __cplusplus
 }

@@ -11,6 +11,16 @@
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
     pcx_module, mrg_module, hrf_module;
+extern const format_module krv_module;
+extern const format_module krv_text_module;
+extern const format_module tif_module;
+extern const format_module tif_eps_module;
+extern const format_module gif_module;
+extern const format_module bmp_module;
+extern const format_module tga_module;
+extern const format_module pcx_module;
+extern const format_module pnm_module;
+extern const format_module mrg_module;
 
 namespace {
 
@@ -95,7 +105,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "PNM",
         .extensions = "ppm pgm pbm pnm",
         .test = is_pnm,
-        .module = nullptr,
+        .module = &pnm_module,
     },
     {
         .id = RZL_STANDARD_SUN,
@@ -290,6 +300,12 @@ int rzl_standard_takes(int32_t id, int32_t format) {
         if (known == format) return 1;
     }
     return 0;
+}
+
+int rzl_standard_has_table(int32_t id) {
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
+    return (row->module->traits & MODULE_NO_TABLE) == 0 ? 1 : 0;
 }
 
 int rzl_standard_support(int32_t id, int* can_create, int* can_read) {
