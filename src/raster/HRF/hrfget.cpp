@@ -73,17 +73,13 @@ void deliver(const CFILE* c, const uint8_t* from, uint32_t rows, read_planes pla
     }
 }
 
-bool are_wanted(int channels, read_planes planes) {
-    return std::any_of(planes, planes + channels, [](const uint8_t* plane) { return plane != nullptr; });
-}
-
 // The first `rows` rows of the tile that comes next.
 bool read_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows) {
     rzl_gettile_check(c);
     if (c->status != 0) return false;
     const hrf_spec* spec = hrf_spec_of(c);
     if (spec->tile_offsets == nullptr) return fails(c, RZL_READ_FAILED, SOURCE, nullptr);
-    if (are_wanted(channels, planes)) {
+    if (is_wanted(channels, planes)) {
         if (channels != c->samples) return fails(c, RZL_UNSUP_IR, SOURCE, "HRF");
         size_t size = 0;
         const uint8_t* data = read_record(c, c->line, &size);

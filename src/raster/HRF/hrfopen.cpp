@@ -198,6 +198,7 @@ const format_module hrf_module = {
     .slots = &SLOTS,
     .spec_size = sizeof(hrf_spec),
     .formats = FORMATS,
+    .traits = MODULE_NO_TABLE,
     .open = hrf_open,
     .initialise = hrf_initialise,
 };

@@ -20,10 +20,6 @@ void put_u32(uint8_t* p, bool big, int64_t value) {
     big ? store_u32be(p, static_cast<uint32_t>(value)) : store_u32le(p, static_cast<uint32_t>(value));
 }
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 // ---- the headers, in one block of HRF_FIRST_TILE bytes
 
 void store_file_header(const hrf_spec* spec, uint8_t* h) {
@@ -161,7 +157,7 @@ bool write_record(CFILE* c, hrf_spec* spec, size_t size) {
     spec->coded[3] = 0;
     bool there = io_tell(c) == spec->end || io_seek(c, spec->end);
     if (!there) return fails(c, RZL_WRITE_FAILED, SOURCE, "tile");
-    if (!put_all(c, spec->coded, size + HRF_RECORD_HEAD)) return false;
+    if (!put_all(c, spec->coded, size + HRF_RECORD_HEAD, SOURCE)) return false;
     spec->tile_offsets[c->line] = static_cast<uint32_t>(spec->end);
     spec->end += static_cast<int64_t>(size + HRF_RECORD_HEAD);
     spec->changed = true;
@@ -188,9 +184,9 @@ bool write_table(CFILE* c, hrf_spec* spec) {
     uint8_t place[4];
     put_u32(place, spec->big, spec->end);
     // The table stands in the file before the header names it.
-    if (!io_seek(c, spec->end) || !put_all(c, table.get(), size) || !io_seek(c, spec->table_field_position))
+    if (!io_seek(c, spec->end) || !put_all(c, table.get(), size, SOURCE) || !io_seek(c, spec->table_field_position))
         return fails(c, RZL_WRITE_FAILED, SOURCE, "tile table");
-    return put_all(c, place, sizeof place);
+    return put_all(c, place, sizeof place, SOURCE);
 }
 
 // Lines that were put and wait for the rest of their row of tiles.
@@ -238,7 +234,7 @@ int hrf_write_header(CFILE* c) {
     store_layer(c, spec, h.get());
     bool at_start = io_tell(c) == 0 || io_seek(c, 0);
     if (!at_start) return refuse(c, RZL_WRITE_FAILED, SOURCE, "Wrt_hdr");
-    if (!put_all(c, h.get(), HRF_FIRST_TILE)) return 1;
+    if (!put_all(c, h.get(), HRF_FIRST_TILE, SOURCE)) return 1;
     spec->table_field_position = static_cast<int64_t>(HRF_LAYER + HRF_LAYER_HEAD + HRF_AT_TABLE_OFFSET);
     spec->end = static_cast<int64_t>(HRF_FIRST_TILE);
     spec->changed = true;
