@@ -9,6 +9,8 @@
 #include "raster/CORE/module.h"
 
 // What each format's directory defines, besides functions of its own.
+extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
+    pcx_module, mrg_module, hrf_module;
 extern const format_module krv_module;
 extern const format_module krv_text_module;
 extern const format_module tif_module;
@@ -153,9 +155,9 @@ constexpr standard_row STANDARDS[] = {
     {
         .id = RZL_STANDARD_HRF,
         .name = "HRF",
-        .extensions = "",
+        .extensions = "hrf",
         .test = is_hrf,
-        .module = nullptr,
+        .module = &hrf_module,
     },
     {
         .id = RZL_STANDARD_PCX,
