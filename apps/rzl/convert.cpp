@@ -101,10 +101,12 @@ pixel_kind kind_of_format(int64_t format) {
     case RZL_FORMAT_GROUP4: return pixel_kind::bilevel;
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_BYTE_PAIRS:
-    case RZL_FORMAT_BYTE_RUNS: return pixel_kind::grey;
+    case RZL_FORMAT_BYTE_RUNS:
+    case RZL_FORMAT_JPEG_GREY: return pixel_kind::grey;
     case RZL_FORMAT_COLOR_RUNS:
     case RZL_FORMAT_PLANE_RUNS:
-    case RZL_FORMAT_RGB: return pixel_kind::color;
+    case RZL_FORMAT_RGB:
+    case RZL_FORMAT_JPEG_RGB: return pixel_kind::color;
     case RZL_FORMAT_FOUR:
     case RZL_FORMAT_FOUR_PLANE_RUNS: return pixel_kind::four;
     default: return pixel_kind::deep;
@@ -143,9 +145,11 @@ bool reduces(const raster_source* source, const convert_request* request) {
 }
 
 int64_t default_format(const raster_source* source, const convert_request* request) {
+    bool bilevel = source->kind == pixel_kind::bilevel;
+    if (bilevel && request->standard == RZL_STANDARD_CALS) return RZL_FORMAT_GROUP4;
     bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
-    bool colors = source->kind == pixel_kind::mapped && rzl_standard_colors(request->standard) == 0;
-    if (colors) return nearest_format(pixel_kind::color, request->standard);
+    bool spread = source->kind == pixel_kind::mapped && rzl_standard_has_table(request->standard) == 0;
+    if (spread && !request->keep_vlt) return nearest_format(pixel_kind::color, request->standard);
     return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
 }
 
@@ -175,6 +179,10 @@ int check_target(const raster_source* source, convert_request* request) {
     if (rzl_standard_takes(request->standard, static_cast<int32_t>(request->format)) == 0) {
         return program_fail("A %s file does not have data format %d.", rzl_standard_name(request->standard),
                             static_cast<int>(request->format));
+    }
+    bool indices = source->kind == pixel_kind::mapped && target == pixel_kind::grey;
+    if ((request->keep_vlt || indices) && rzl_standard_has_table(request->standard) == 0) {
+        return program_fail("A %s file holds no colour table.", rzl_standard_name(request->standard));
     }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));

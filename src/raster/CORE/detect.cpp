@@ -55,8 +55,14 @@ bool is_bmp(const file_probe* p) {
 bool is_text_native(const file_probe* p) {
     return begins(p, "Raster!");
 }
+// Files of today begin with other markers than the one that names the format.
 bool is_jfif(const file_probe* p) {
-    return std::memcmp(p->b + 6, "JFIF", 4) == 0;
+    constexpr uint8_t START[3] = {0xFF, 0xD8, 0xFF};
+    return std::memcmp(p->b + 6, "JFIF", 4) == 0 || (is_extended() && std::memcmp(p->b, START, sizeof START) == 0);
+}
+bool is_png(const file_probe* p) {
+    constexpr uint8_t START[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    return std::memcmp(p->b, START, sizeof START) == 0;
 }
 bool is_eps(const file_probe* p) {
     return load_u32be(p->b) == 0xC5D0D3C6u;

@@ -112,7 +112,9 @@ bool rzl_append_check(CFILE* c) {
 int rzl_putline_generic(CFILE* c, int channels, write_planes buffers) {
     if (!handle_is_valid(c, "rzl_putline")) return 0;
     if (!is_writable(c)) return fails(c, RZL_NEEDS_WRITE, SOURCE, "rzl_putline");
-    if (!rzl_append_check(c)) return 0;
+    // Tiles that are appended never change what stands in the file.
+    bool appended = has_flag(c, FLAG_TILED) && c->module != nullptr && c->module->note_tile != nullptr;
+    if (!appended && !rzl_append_check(c)) return 0;
     if (!header_is_there(c)) return 0;
     if (c->line < 0 || c->line >= c->ysize) return fails(c, RZL_PAST_END, SOURCE, "rzl_putline");
     if (has_flag(c, FLAG_TILED)) return rzl_putline_to_tiles(c, channels, buffers);

@@ -53,6 +53,7 @@ bool is_gif(const file_probe* p);
 bool is_bmp(const file_probe* p);
 bool is_text_native(const file_probe* p);
 bool is_jfif(const file_probe* p);
+bool is_png(const file_probe* p);
 bool is_eps(const file_probe* p);
 bool is_catalog(const file_probe* p);
 bool is_mrg_companion(const file_probe* p);

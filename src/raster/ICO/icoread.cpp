@@ -117,7 +117,7 @@ int ico_read_images(CFILE* c) {
 
 int ico_get_line(CFILE* c, int channels, read_planes buffers) {
     const ico_image* image = ico_active(c);
-    bool wanted = std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
+    bool wanted = is_wanted(channels, buffers);
     if (wanted && channels != 1 && channels != 3) return fails(c, RZL_UNSUP_ICO, SOURCE, "getline");
     if (image->pixels == nullptr) return fails(c, RZL_READ_FAILED, SOURCE, "getline"); // a new image without its header
     if (image->bits != 1 && image->bits != 4) return fails(c, RZL_UNSUP_ICO, SOURCE, "bits");

@@ -9,10 +9,6 @@ namespace {
 
 constexpr char SOURCE[] = "ICO/icowrite";
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 // ---- images --------------------------------------------------------------------------------------------------------
 
 // An image of zeros. False without memory, with the status set.
@@ -73,7 +69,7 @@ bool write_rows(CFILE* c, const ico_image* image, bool mask, int32_t first, int3
     const uint8_t* rows = mask ? ico_mask(image) : image->pixels;
     for (int32_t y = first; y <= last; ++y) {
         if (!io_seek(c, place + y * stored)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-        if (!put_all(c, rows + static_cast<size_t>(y) * bytes, bytes)) return false;
+        if (!put_all(c, rows + static_cast<size_t>(y) * bytes, bytes, SOURCE)) return false;
     }
     return true;
 }
@@ -140,7 +136,7 @@ bool write_file(CFILE* c, const ico_spec* spec) {
         out = store_image(&spec->images[i], out);
     bool at_start = io_tell(c) == 0 || io_seek(c, 0); // a pipe can't be sought, and need not be
     if (!at_start) return fails(c, RZL_WRITE_FAILED, SOURCE, "ICONDIR");
-    return put_all(c, file.get(), size);
+    return put_all(c, file.get(), size, SOURCE);
 }
 
 } // namespace

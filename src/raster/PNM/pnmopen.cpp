@@ -218,7 +218,7 @@ const format_module pnm_module = {
     .spec_size = sizeof(pnm_spec),
     .formats = FORMATS,
     .limits = LIMITS,
-    .most_colors = 0,
+    .traits = MODULE_NO_TABLE,
     .open = pnm_open,
     .initialise = pnm_initialise,
 };

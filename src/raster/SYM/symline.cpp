@@ -10,10 +10,6 @@ namespace {
 constexpr char SOURCE[] = "SYM/symline";
 constexpr size_t MOST_ROW = SYM_MOST_SIDE / 8 + 1;
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 int64_t place_of_row(const CFILE* c, const font_entry& entry, int32_t row) {
     int64_t place = int64_t{sym_spec_of(c)->bitmaps} + FONT_PLACES_FROM + entry.place;
     return place + row * static_cast<int64_t>(font_row_bytes(entry.width));
@@ -82,14 +78,14 @@ bool write_file(CFILE* c, const sym_spec* spec) {
     }
     bool at_start = io_tell(c) == 0 || io_seek(c, 0); // a pipe can't be sought, and need not be
     if (!at_start) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    return put_all(c, file.get(), head + area);
+    return put_all(c, file.get(), head + area, SOURCE);
 }
 
 } // namespace
 
 int sym_get_line(CFILE* c, int channels, read_planes buffers) {
     const sym_image* image = sym_active(c);
-    bool wanted = std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
+    bool wanted = is_wanted(channels, buffers);
     if (wanted && channels != 1) return fails(c, RZL_UNSUP_SYM, SOURCE, "getline");
     if (sym_is_new(c) && image->rows == nullptr) return fails(c, RZL_READ_FAILED, SOURCE, "getline"); // no header yet
     uint8_t bits[MOST_ROW] = {};
@@ -139,7 +135,7 @@ int sym_put_line(CFILE* c, int channels, write_planes buffers) {
         return c->xsize;
     }
     if (!io_seek(c, place_of_row(c, e, c->line))) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    return put_all(c, row, bytes) ? c->xsize : 0;
+    return put_all(c, row, bytes, SOURCE) ? c->xsize : 0;
 }
 
 void sym_close(CFILE* c) {

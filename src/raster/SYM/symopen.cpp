@@ -134,7 +134,7 @@ const format_module sym_module = {
     .slots = &SLOTS,
     .spec_size = sizeof(sym_spec),
     .formats = FORMATS,
-    .most_colors = 0,
+    .traits = MODULE_NO_TABLE,
     .open = sym_open,
     .initialise = sym_initialise,
 };
