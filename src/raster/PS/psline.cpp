@@ -56,7 +56,7 @@ int ps_put_line(CFILE* c, int channels, write_planes buffers) {
         std::memset(room, 0, width);
         values = room;
     } else if (channels == 1 && format_is_bilevel(c->format)) {
-        rzl_unpack_bits(buffers[0], room, c->xsize, 0, 255);
+        rzl_unpack_bits(buffers[0], room, c->xsize, 0, c->vlt != nullptr ? 1 : 255); // the two entries of a table
         values = room;
     }
     store_line(spec, values, width, reinterpret_cast<char*>(spec->text));

@@ -119,7 +119,8 @@ int sun_write_header(CFILE* c) {
     store_header(c, spec, header);
     bool at_start = io_tell(c) == 0 || io_seek(c, 0); // a pipe can't be sought, and need not be
     if (!at_start) return refuse(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    if (!put_all(c, header, sizeof header, SOURCE) || !put_all(c, spec->map, sun_map_bytes(spec), SOURCE)) return 1;
+    if (!put_all(c, header, sizeof header, SOURCE)) return 1;
+    if (spec->map != nullptr && !put_all(c, spec->map, sun_map_bytes(spec), SOURCE)) return 1;
     if (is_readable(c) && !sun_keep_colors(c)) return 1;
     bool recorded = is_readable(c) && sun_is_coded(spec);
     if (recorded && rzl_record_lines(c, spec->data_offset, 1) != 0) return 1;
