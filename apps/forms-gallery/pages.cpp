@@ -19,6 +19,7 @@ const gallery_page gallery_pages[] = {
     {"g_dial", "Dials", 11},
     {"g_bar", "Bars", 32},
     {"g_scroll", "Scroll bars", 11},
+    {"g_field", "Fields", 11},
 };
 const int gallery_page_count = sizeof gallery_pages / sizeof gallery_pages[0];
 

@@ -13,7 +13,7 @@
 namespace {
 
 enum class act : uint8_t {
-    page,    // shows page number `label`, by its button in the index
+    page,    // shows page number `label`, or that of the file `text`, by its button in the index
     click,   // on a gadget of the page
     drag,    // from its middle to the right by `value`
     lift,    // from its middle up by `value`
@@ -31,7 +31,7 @@ enum class act : uint8_t {
     popup,   // whether a pop-up is up
     mark,    // keeps what is on the screen
     same,    // it looks as it did then
-    shot,    // writes it
+    shot,    // writes it, under the page's name or that of `text`
 };
 
 struct step {
@@ -42,7 +42,6 @@ struct step {
 };
 
 constexpr double OFF = 0, ON = 1;
-constexpr int POPUP_SHOT = 99;
 
 constexpr step STEPS[] = {
     {act::page, 0, 0, ""},
@@ -155,7 +154,7 @@ constexpr step STEPS[] = {
     {act::click, 36, 0, ""},
     {act::popup, 0, 1, ""},
     {act::popups, 12, 0, ""},
-    {act::shot, POPUP_SHOT, 0, ""},
+    {act::shot, 0, 0, "g_popup"},
     {act::click, 12, 0, ""}, // nothing below takes a press
     {act::value, 12, ON, ""},
     {act::popups, 11, 0, ""},
@@ -163,8 +162,8 @@ constexpr step STEPS[] = {
     {act::popup, 0, 0, ""},
     {act::same, 0, 0, ""},
 
-    {act::page, 6, 0, ""},
-    {act::shot, 6, 0, ""},
+    {act::page, 0, 0, "g_slider"},
+    {act::shot, 0, 0, "g_slider"},
     {act::click, 11, 0, ""}, // the middle of the track
     {act::told, 11, 52, ""},
     {act::drag, 11, 60, ""}, // the thumb's middle follows the pointer
@@ -200,8 +199,8 @@ constexpr step STEPS[] = {
     {act::hilited, 11, 0, ""},
     {act::click, 24, 0, ""},
 
-    {act::page, 7, 0, ""},
-    {act::shot, 7, 0, ""},
+    {act::page, 0, 0, "g_dial"},
+    {act::shot, 0, 0, "g_dial"},
     {act::drag, 11, 40, ""}, // from the top clockwise
     {act::told, 11, 90, ""},
     {act::lift, 11, 40, ""},
@@ -219,8 +218,8 @@ constexpr step STEPS[] = {
     {act::special, 0, double(host_key::enter), ""},
     {act::value, 18, 15, ""},
 
-    {act::page, 8, 0, ""},
-    {act::shot, 8, 0, ""},
+    {act::page, 0, 0, "g_bar"},
+    {act::shot, 0, 0, "g_bar"},
     {act::lift, 32, 60, ""},
     {act::told, 32, 86, ""},
     {act::value, 31, 86, ""},
@@ -228,8 +227,8 @@ constexpr step STEPS[] = {
     {act::click, 11, 0, ""}, // a bar takes no value from the mouse
     {act::value, 11, 60, ""},
 
-    {act::page, 9, 0, ""},
-    {act::shot, 9, 0, ""},
+    {act::page, 0, 0, "g_scroll"},
+    {act::shot, 0, 0, "g_scroll"},
     {act::click, 11, 0, ""}, // the trough: the thumb's middle goes there
     {act::told, 11, 67.71, ""},
     {act::lift, 11, 70, ""},
@@ -250,6 +249,9 @@ constexpr step STEPS[] = {
     {act::text, 26, 0, "63.779528"},
     {act::click, 24, 0, ""},
     {act::value, 25, 3.12, ""},
+
+    {act::page, 0, 0, "g_field"},
+    {act::shot, 0, 0, "g_field"},
 };
 
 size_t next_step = 0;
@@ -404,9 +406,9 @@ std::string screen_pixels() {
     return all;
 }
 
-void write_shot(int number) {
+void write_shot(const step& s) {
     if (shot_directory == nullptr) return;
-    const std::string name = number < gallery_page_count ? gallery_pages[number].file : "g_popup";
+    const std::string name = *s.text != '\0' ? s.text : page_name();
     const std::string path =
         std::string(shot_directory) + "/" + name + "-" + std::to_string(host_screen_size()->planes) + ".ppm";
     desk_flush();
@@ -416,10 +418,16 @@ void write_shot(int number) {
 // ---- steps
 // -------------------------------------------------------------------------------------------------------------
 
+int page_of(const step& s) {
+    for (int i = 0; i < gallery_page_count; ++i)
+        if (std::strcmp(gallery_pages[i].file, s.text) == 0) return i;
+    return s.label;
+}
+
 // True when it has posted input.
 bool do_input(const step& s) {
     switch (s.what) {
-    case act::page: click(gallery_index(), FIRST_PAGE_BUTTON + s.label); break;
+    case act::page: click(gallery_index(), FIRST_PAGE_BUTTON + page_of(s)); break;
     case act::click: click(gallery_form(), s.label); break;
     case act::drag: drag(gallery_form(), s.label, static_cast<int>(s.value), 0); break;
     case act::lift: drag(gallery_form(), s.label, 0, -static_cast<int>(s.value)); break;
@@ -450,7 +458,7 @@ void do_check(const step& s) {
     case act::same:
         if (marked != screen_pixels()) gallery_failed("%s: pop-ups have left a trace", page_name());
         break;
-    case act::shot: write_shot(s.label); break;
+    case act::shot: write_shot(s); break;
     default: break;
     }
 }

@@ -2,6 +2,7 @@
 #include "forms/press.h"
 
 #include "forms/env.h"
+#include "forms/fields.h"
 #include "forms/forms.h"
 #include "forms/link.h"
 #include "forms/range.h"
@@ -41,6 +42,13 @@ FI_gadget* fi_find_gadget_at(FI_group* group, int x, int y) {
         if (found != nullptr) return found;
     }
     return nullptr;
+}
+
+FI_gadget* fi_gadget_at(FI_form* form, int x, int y) {
+    FI_gadget* g = fi_open_list_at(form, x, y);
+    if (g != nullptr) return g;
+    g = fi_find_gadget_at(form->root_group, x, y);
+    return g != nullptr && fi_ops(g).part_at != nullptr ? fi_ops(g).part_at(g, x, y) : g;
 }
 
 // ---- what is told
@@ -144,7 +152,10 @@ void press_nothing(FI_form* form, int x, int y, int button, int transition, uint
 int fi_form_button(FI_form* form, int x, int y, int button, int transition, uint32_t time) {
     if (button != FORM_BUTTON) return FI_INVALID_ARGUMENT;
     if (transition == TRANS_UP) return FI_SUCCESS;
-    FI_gadget* g = fi_find_gadget_at(form->root_group, x, y);
+    const fi_hold hold(form);
+    fi_list_before_press(form, x, y);
+    if (hold.gone() || form->window < 0) return FI_SUCCESS;
+    FI_gadget* g = fi_gadget_at(form, x, y);
     if (g != nullptr) return fi_press_gadget(g, form->window, x, y, transition);
     press_nothing(form, x, y, button, transition, time);
     return FI_SUCCESS;

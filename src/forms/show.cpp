@@ -2,6 +2,7 @@
 #include "forms/show.h"
 
 #include "forms/env.h"
+#include "forms/fields.h"
 #include "forms/link.h"
 #include "forms/range.h"
 #include "forms/surface.h"
@@ -13,6 +14,7 @@ void draw_now(FI_gadget* g, int window) {
     fi_ops(g).draw(g, window);
     fi_clip_back(g->form, window);
     if (!fi_state.partial) fi_graphic.showcursor(window);
+    fi_list_on_top(g, fi_extent_of(g));
     fi_flush(window);
 }
 

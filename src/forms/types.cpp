@@ -5,6 +5,7 @@
 #include "forms/dial.h"
 #include "forms/edges.h"
 #include "forms/faces.h"
+#include "forms/fields.h"
 #include "forms/numeric.h"
 #include "forms/parts.h"
 #include "forms/press.h"
@@ -46,12 +47,30 @@ const fi_gadget_ops fi_types[FI_TYPES] = {
      .key = fi_state_key,
      .take_link = fi_state_take_link},
 
-    // Not drawn yet.
     {.name = "FI_FIELD",
      .size = sizeof(fi_field),
      .init = fi_field_init,
      .free = fi_field_free,
-     .parts = fi_field_parts},
+     .parts = fi_field_parts,
+     .draw = fi_field_draw,
+     .erase = fi_field_erase,
+     .scale = fi_field_scale,
+     .activate = fi_field_activate,
+     .extent = fi_field_extent,
+     .hit = fi_field_hit,
+     .part_at = fi_field_part_at,
+     .press = fi_field_press,
+     .input = fi_field_input,
+     .takes_input = fi_field_takes_input,
+     .reset = fi_field_reset,
+     .set_value = fi_field_put_value,
+     .get_value = fi_field_get_value,
+     .set_text = fi_field_put_text,
+     .get_text = fi_field_get_text,
+     .link_text = fi_field_link_text,
+     .take_link = fi_field_take_link,
+     .bar_moved = fi_field_bar_moved,
+     .arrow = fi_field_arrow},
 
     {.name = "FI_CHECKLIST",
      .size = sizeof(fi_checklist),

@@ -9,10 +9,36 @@
 #include "raster/CORE/module.h"
 
 // What each format's directory defines, besides functions of its own.
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module;
+extern const format_module krv_module;
+extern const format_module krv_text_module;
+extern const format_module tif_module;
+extern const format_module tif_eps_module;
+extern const format_module gif_module;
+extern const format_module bmp_module;
+extern const format_module tga_module;
+extern const format_module pcx_module;
+extern const format_module pnm_module;
+extern const format_module mrg_module;
+extern const format_module jfif_module;
+extern const format_module png_module;
+extern const format_module sun_module;
+extern const format_module xbm_module;
+extern const format_module cals_module;
+extern const format_module hrf_module;
 
 namespace {
+
+// What is built without a library that it needs.
+#if TINCT_JPEG
+constexpr const format_module* JFIF_MODULE = &jfif_module;
+#else
+constexpr const format_module* JFIF_MODULE = nullptr;
+#endif
+#if TINCT_PNG
+constexpr const format_module* PNG_MODULE = &png_module;
+#else
+constexpr const format_module* PNG_MODULE = nullptr;
+#endif
 
 constexpr char SOURCE[] = "CORE/standard";
 
@@ -60,7 +86,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "JFIF",
         .extensions = "jpg jpeg",
         .test = is_jfif,
-        .module = nullptr,
+        .module = JFIF_MODULE,
+    },
+    {
+        .id = RZL_STANDARD_PNG,
+        .name = "PNG",
+        .extensions = "png",
+        .test = is_png,
+        .module = PNG_MODULE,
     },
     {
         .id = RZL_STANDARD_TIFF, // the preview of a PostScript file
@@ -88,21 +121,21 @@ constexpr standard_row STANDARDS[] = {
         .name = "MRG",
         .extensions = "mrg",
         .test = is_mrg,
-        .module = nullptr,
+        .module = &mrg_module,
     },
     {
         .id = RZL_STANDARD_PNM,
         .name = "PNM",
         .extensions = "ppm pgm pbm pnm",
         .test = is_pnm,
-        .module = nullptr,
+        .module = &pnm_module,
     },
     {
         .id = RZL_STANDARD_SUN,
         .name = "SUN",
         .extensions = "ras",
         .test = is_sun,
-        .module = nullptr,
+        .module = &sun_module,
     },
     {
         .id = RZL_STANDARD_ADRG,
@@ -121,9 +154,9 @@ constexpr standard_row STANDARDS[] = {
     {
         .id = RZL_STANDARD_HRF,
         .name = "HRF",
-        .extensions = "",
+        .extensions = "hrf",
         .test = is_hrf,
-        .module = nullptr,
+        .module = &hrf_module,
     },
     {
         .id = RZL_STANDARD_PCX,
@@ -151,7 +184,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "CALS",
         .extensions = "cal",
         .test = is_cals,
-        .module = nullptr,
+        .module = &cals_module,
     },
     {
         .id = RZL_STANDARD_NITF,
@@ -164,8 +197,8 @@ constexpr standard_row STANDARDS[] = {
         .id = RZL_STANDARD_XBM,
         .name = "XBM",
         .extensions = "xbm",
-        .test = is_xbm,
-        .module = nullptr,
+        .test = nullptr, // its module reads on for the sizes
+        .module = &xbm_module,
     },
     {
         .id = RZL_STANDARD_USGS,
@@ -290,6 +323,12 @@ int rzl_standard_takes(int32_t id, int32_t format) {
         if (known == format) return 1;
     }
     return 0;
+}
+
+int rzl_standard_has_table(int32_t id) {
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
+    return (row->module->traits & MODULE_NO_TABLE) == 0 ? 1 : 0;
 }
 
 int rzl_standard_support(int32_t id, int* can_create, int* can_read) {
