@@ -105,6 +105,10 @@ void fi_field_select_at(fi_field* f, int x, int y) {
     if (!hold.gone()) report_choice(f);
 }
 
+void fi_choose_active(fi_field* f) {
+    choose_active(f, f->selected_row);
+}
+
 void fi_field_select_row(fi_field* f) {
     if (f->num_rows == 0) return;
     const fi_hold hold(fi_gadget_of(f));

@@ -11,8 +11,8 @@
 namespace {
 
 // Forms that show all types that are drawn, in all states.
-constexpr const char* PAGES[] = {"g_button.frm", "g_toggle.frm", "g_check.frm",
-                                 "g_text.frm",   "g_static.frm", "g_group.frm"};
+constexpr const char* PAGES[] = {"g_button.frm", "g_toggle.frm", "g_check.frm",     "g_text.frm", "g_static.frm",
+                                 "g_group.frm",  "g_field.frm",  "g_fieldlist.frm", "g_mcf.frm"};
 
 class Look : public FormsFixture {
 protected:
