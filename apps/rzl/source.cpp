@@ -27,7 +27,7 @@ bool is_black_and_white(const raster_source* s) {
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);
     rzl_vlt_entry table[256] = {};
     bool usual = standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX || standard == RZL_STANDARD_SUN ||
-                 standard == RZL_STANDARD_PNG;
+                 standard == RZL_STANDARD_ICO || standard == RZL_STANDARD_PNG;
     bool looks =
         usual && s->bits == 1 && s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
     auto is = [](const rzl_vlt_entry& e, int value) {

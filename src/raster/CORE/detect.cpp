@@ -136,12 +136,9 @@ bool is_sym(const file_probe* p) {
     return begins(p, "FONT");
 }
 
+// What its first image is like is for the module, which looks whether there is one.
 bool is_ico(const file_probe* p) {
-    auto is_side = [](uint8_t v) { return v == 16 || v == 32 || v == 64; };
-    static constexpr uint8_t zeros[5] = {};
-    bool colors = p->b[8] == 2 || p->b[8] == 8 || p->b[8] == 16;
-    return p->size >= 14 && load_u32be(p->b) == 0x00000100u && is_side(p->b[6]) && is_side(p->b[7]) && colors &&
-           std::memcmp(p->b + 9, zeros, sizeof zeros) == 0;
+    return p->size >= 22 && load_u32be(p->b) == 0x00000100u && p->b[9] == 0;
 }
 
 bool is_cals(const file_probe* p) {

@@ -51,6 +51,7 @@ struct format_module {
     std::span<const field_limit> limits = {}; // integers that fields can be set to; others are RZL_BAD_FIELD_VALUE
     std::span<const field_type> types = {};   // kinds of the module's own fields that are no integers
     uint32_t traits = 0;
+    int32_t most_colors = 256; // entries of a colour table that a new file's pixels can have
 
     // Null, or the module's own test of a file that its row of detection lets through (all files, when the row has no
     // test). False, with no status: the search goes on.
