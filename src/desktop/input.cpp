@@ -36,7 +36,7 @@ void open_dropped() {
     char* path = waiting.path;
     waiting.path = nullptr;
     if (path == nullptr) return;
-    open_image_command(path);
+    open_any_command(path);
     mem_free(path);
 }
 
