@@ -159,6 +159,18 @@ constexpr step STEPS[] = {
     {act::popup, 0, 0, ""},
     {act::same, 0, 0, ""},
 
+    {act::page, 0, 0, "g_slider"},
+    {act::shot, 0, 0, "g_slider"},
+
+    {act::page, 0, 0, "g_dial"},
+    {act::shot, 0, 0, "g_dial"},
+
+    {act::page, 0, 0, "g_bar"},
+    {act::shot, 0, 0, "g_bar"},
+
+    {act::page, 0, 0, "g_scroll"},
+    {act::shot, 0, 0, "g_scroll"},
+
     {act::page, 0, 0, "g_field"},
     {act::shot, 0, 0, "g_field"},
 };

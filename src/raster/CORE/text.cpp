@@ -3,7 +3,6 @@
 
 #include <charconv>
 
-#include "raster/CORE/cfile.h"
 #include "support/checked.h"
 
 namespace {
@@ -77,4 +76,12 @@ bool io_get_text_line(CFILE* c, char* text, size_t room) {
     }
     text[length] = '\0';
     return any;
+}
+
+bool text_fill(text_reader* t) {
+    text_end(t);
+    bool more = io_fetch(t->c);
+    t->next = t->c->ahead.next;
+    t->end = t->c->ahead.end;
+    return more;
 }
