@@ -26,6 +26,15 @@ void form_get_text(FI_form* form, int label, char text[FORM_TEXT_SIZE]) {
     if (!text_to_utf8(latin1, text, FORM_TEXT_SIZE)) text[0] = '\0';
 }
 
+void form_show_text(FI_form* form, int label, const char* text) {
+    char latin1[FORM_TEXT_SIZE];
+    text_to_latin1(text, latin1, sizeof latin1);
+    FIg_erase(form, label);
+    FIg_set_text(form, label, latin1);
+    FIg_activate(form, label);
+    FIg_display(form, label);
+}
+
 void form_fit_screen(FI_form* form) {
     int x = 0, y = 0, width = 0, height = 0;
     FIf_get_location(form, &x, &y);

@@ -11,5 +11,8 @@ constexpr int FORM_TEXT_SIZE = 2 * static_cast<int>(FILES_PATH_SIZE);
 void form_set_text(FI_form* form, int label, const char* text);
 void form_get_text(FI_form* form, int label, char text[FORM_TEXT_SIZE]);
 
+// Of a static text, which takes the room that it needs from its left end on.
+void form_show_text(FI_form* form, int label, const char* text);
+
 // Brings a form that was designed for a screen of 1184 by 830 to the present one.
 void form_fit_screen(FI_form* form);

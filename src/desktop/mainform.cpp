@@ -300,7 +300,7 @@ void main_form_show_status(const char* text) {
     if (form == nullptr) return;
     char status[128];
     if (text == nullptr) write_status(status, sizeof status);
-    FIg_set_text(form, STATUS, text != nullptr ? text : status);
+    form_show_text(form, STATUS, text != nullptr ? text : status);
 }
 
 void main_form_release(int gadget) {

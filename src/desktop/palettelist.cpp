@@ -11,6 +11,7 @@
 #include "support/memory.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
+#include "tools/events.h"
 #include "tools/windows.h"
 
 namespace {
@@ -40,6 +41,7 @@ box_area area = {};
 
 void box_pressed(void* argument) {
     const auto* box = static_cast<palette_box*>(argument);
+    Drop_event(BUTTON_EVENT);
     palette_select(box->entry);
 }
 

@@ -194,7 +194,7 @@ void bar_moved(double red, double green, double blue) {
 
 void press_on_bars(void* /*argument*/) {
     int x = 0, y = 0, transition = 0;
-    if (bars == nullptr || Get_button_data(nullptr, &x, &y, nullptr, &transition, nullptr) != 0) return;
+    if (Get_button_data(nullptr, &x, &y, nullptr, &transition, nullptr) != 0 || bars == nullptr) return;
     live_begin();
     color_bar_click(bars, x, y, transition != TRANS_CLICK, bar_moved);
     live_end();

@@ -342,7 +342,7 @@ void read_history() {
 }
 
 void set_up(file_picker* p, const char* title, const char* directory, const char* const* filters, int filter_count) {
-    FIg_set_text(p->form, TITLE, title);
+    form_show_text(p->form, TITLE, title);
     if ((p->flags & PICK_MULTIPLE) != 0) FIfld_set_mode(p->form, FILE_LIST, 0, FI_MULTI_SELECT);
     if ((p->flags & PICK_DIRECTORY_MODE) != 0) {
         FIfld_set_mode(p->form, FILE_LIST, 0, FI_REVIEW);
