@@ -253,8 +253,8 @@ void output_form_notify(int /*form_label*/, int gadget, double value, FI_form* /
 
 void finish_gadgets(const char* title, const char* message) {
     FIf_set_attr(form, FORM_ATTRIBUTES);
-    FIg_set_text(form, TITLE, title);
     FIg_set_justification(form, TITLE, FI_CENTER);
+    FIg_set_text(form, TITLE, title);
     FIgrp_set_single_select_on(form, TYPES);
     FIbtn_set_auto_pop_up_on(form, ACCEPT);
     for (const int label : {FIRST_LINE, SECOND_LINE})
@@ -266,6 +266,7 @@ void finish_gadgets(const char* title, const char* message) {
     FIg_set_orientation(form, GAMMA, FI_HORIZONTAL);
     FIg_set_display(form, GAMMA, FI_SHOW_LOW | FI_SHOW_VALUE | FI_SHOW_HIGH);
     FIg_set_digits(form, GAMMA, 3, 1);
+    FIg_activate(form, GAMMA);
     form_set_text(form, FIRST_LINE, message);
 }
 

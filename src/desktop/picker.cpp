@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "catalog/listing.h"
 #include "catalog/places.h"
@@ -35,6 +36,7 @@ enum : int {
     CANCEL = 31,
 };
 constexpr int REVIEW_COLOR = 1;
+constexpr uint32_t LIST_ATTRIBUTES = 0x200 | 0x400; // a list that pops up, and goes when a row of it is chosen
 
 enum class outcome { none, ok, cancel };
 
@@ -343,6 +345,8 @@ void read_history() {
 
 void set_up(file_picker* p, const char* title, const char* directory, const char* const* filters, int filter_count) {
     form_show_text(p->form, TITLE, title);
+    for (const int label : {DIRECTORY, FILTER})
+        FIfld_set_attr(p->form, label, 0, LIST_ATTRIBUTES);
     if ((p->flags & PICK_MULTIPLE) != 0) FIfld_set_mode(p->form, FILE_LIST, 0, FI_MULTI_SELECT);
     if ((p->flags & PICK_DIRECTORY_MODE) != 0) {
         FIfld_set_mode(p->form, FILE_LIST, 0, FI_REVIEW);

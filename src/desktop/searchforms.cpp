@@ -200,8 +200,8 @@ int search_path_edit(const char* variable, const char* kind) {
     char title[128];
     std::snprintf(title, sizeof title, "Edit %c%.60s Search Path", kind[0] >= 'a' ? kind[0] - 32 : kind[0],
                   kind[0] != '\0' ? kind + 1 : "");
-    FIg_set_text(editor.form, TITLE, title);
     FIg_set_justification(editor.form, TITLE, FI_CENTER);
+    FIg_set_text(editor.form, TITLE, title);
     for (const int label : {BROWSE, ADD, DELETE_ROW, MOVE_UP, MOVE_DOWN})
         FIbtn_set_auto_pop_up_on(editor.form, label);
     FIfld_set_mode(editor.form, ROWS, 0, FI_SINGLE_SELECT);
