@@ -31,6 +31,21 @@
 
 namespace {
 
+constexpr const char* KEYS_HELP = "Ctrl+O  open an image\n"
+                                  "Ctrl+S  save the picture\n"
+                                  "Ctrl+Q  leave\n"
+                                  "Ctrl+Z  undo\n"
+                                  "Ctrl+Y, Ctrl+Shift+Z  redo\n"
+                                  "a  apply what is chosen to the surface\n"
+                                  "+  -  zoom in and out\n"
+                                  "=  1  one to one\n"
+                                  "b  zoom to a box\n"
+                                  "f  fit the picture\n"
+                                  "arrows, Page Up, Page Down, Home  move\n"
+                                  "Escape, right click  next surface, or the end of a tool\n"
+                                  "wheel  zoom at the pointer\n"
+                                  "F1  this list\n"
+                                  "F11  the picture alone, and the forms again\n";
 constexpr int OPEN_IMAGE = 155, OPEN_PALETTE = 165; // buttons of the main form
 constexpr const char* IMAGE_FILTERS[] = {"Tinct Files (*.tnc)", "(*.tnc,*.rgP,*.rgbP)", "All Files (*)"};
 constexpr const char* PALETTE_FILTERS[] = {"Tinct Pals (*.tnp)", "All Files (*)"};
@@ -223,10 +238,5 @@ void picture_alone_command() {
 }
 
 void show_keys_command() {
-    log_message(LOG_INFO, "Ctrl+O  open an image\nCtrl+S  save the picture\nCtrl+Q  leave\n"
-                          "Ctrl+Z  undo\nCtrl+Y, Ctrl+Shift+Z  redo\nReturn  apply\n"
-                          "+  -  zoom in and out\n=, 1  one to one\nb  zoom to a box\nf  fit the picture\n"
-                          "arrows, Page Up, Page Down, Home  move\nEscape  next surface, end of a tool\n"
-                          "F1  this list\nF11  the picture alone\n"
-                          "wheel  zoom at the pointer\n");
+    log_message(LOG_INFO, "%s", KEYS_HELP);
 }

@@ -106,6 +106,8 @@ void read_remembered() {
 
 void write_remembered() {
     char path[FILES_PATH_SIZE];
+    remembered.width = screen_width + 1;
+    remembered.height = screen_height + 1;
     if (recent_path(path, sizeof path)) recent_write(&remembered, path);
     recent_free(&remembered);
 }
@@ -128,6 +130,7 @@ bool start(const start_files* files) {
     picture_watch_image();
     tools_set_close_query(close_query);
     tools_set_input_hook(input_notice);
+    tools_set_key_hook(input_notice_key);
     tools_set_screen_hook(input_notice_screen);
     imp_set_pending_events(tools_pending_events);
     Enable_events(PROGRAM_EVENTS);
@@ -169,6 +172,7 @@ void run() {
 void end() {
     imp_set_pending_events(nullptr);
     tools_set_input_hook(nullptr);
+    tools_set_key_hook(nullptr);
     tools_set_screen_hook(nullptr);
     tools_set_close_query(nullptr);
     input_reset();
