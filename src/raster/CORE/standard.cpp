@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, cals_module;
+    pcx_module, cals_module, ir_module;
 
 namespace {
 
@@ -179,7 +179,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "IGS",
         .extensions = "",
         .test = is_vrlc,
-        .module = nullptr,
+        .module = &ir_module,
     },
     {
         .id = RZL_STANDARD_TARGA,
