@@ -43,6 +43,9 @@ bool has_alpha(const raster_source* s) {
 
 pixel_kind kind_of(const raster_source* s) {
     if (has_alpha(s)) return pixel_kind::color;
+    // Bands that make a colour are none of grey, also where they can't be read.
+    bool bands = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_NITF && s->samples == 3;
+    if (bands) return pixel_kind::color;
     bool is_gif = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF;
     bool two_colors = is_gif || (has_table(s) && !is_black_and_white(s));
     if (s->bits == 1 && two_colors) return pixel_kind::mapped;

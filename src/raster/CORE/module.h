@@ -39,6 +39,7 @@ constexpr uint32_t MODULE_TILES = 1; // fields 100 and 104 make tiles; without i
 constexpr uint32_t MODULE_RESIZES = 2; // fields 1 to 3 reach the module once the header exists; without it they are
                                        // passed over with success
 constexpr uint32_t MODULE_COLORS = 4;  // Get_line gives three planes of a bilevel image as bytes by itself
+constexpr uint32_t MODULE_COUNTS = 8; // fields 101, 102 and 700 can be set: they reach the module
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"

@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, cals_module, ir_module;
+    pcx_module, cals_module, ir_module, nitf_module;
 
 namespace {
 
@@ -158,7 +158,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "NITF",
         .extensions = "ntf",
         .test = is_nitf,
-        .module = nullptr,
+        .module = &nitf_module,
     },
     {
         .id = RZL_STANDARD_XBM,
