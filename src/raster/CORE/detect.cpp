@@ -193,7 +193,7 @@ bool is_vrlc(const file_probe* p) {
     static constexpr uint8_t mark[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0x1A, 0x1A, 'U', 'd', 's', 0x82, 'C', 'J'};
     uint8_t found[sizeof mark];
     int64_t size = io_size(p->c);
-    return size >= DIRECTORY_SIZE && read_at(p->c, size - DIRECTORY_SIZE, found, sizeof found) &&
+    return size > DIRECTORY_SIZE && read_at(p->c, size - DIRECTORY_SIZE, found, sizeof found) &&
            std::memcmp(found, mark, sizeof mark) == 0;
 }
 

@@ -28,6 +28,8 @@ extern const format_module sym_module;
 extern const format_module ps_module;
 extern const format_module cals_module;
 extern const format_module hrf_module;
+extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
+    pcx_module, cals_module, ir_module, nitf_module;
 
 namespace {
 
@@ -194,7 +196,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "NITF",
         .extensions = "ntf",
         .test = is_nitf,
-        .module = nullptr,
+        .module = &nitf_module,
     },
     {
         .id = RZL_STANDARD_XBM,
@@ -215,7 +217,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "IGS",
         .extensions = "",
         .test = is_vrlc,
-        .module = nullptr,
+        .module = &ir_module,
     },
     {
         .id = RZL_STANDARD_TARGA,
