@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, mrg_module, hrf_module;
+    pcx_module, mrg_module, hrf_module, adrg_module, asrp_module;
 extern const format_module krv_module;
 extern const format_module krv_text_module;
 extern const format_module tif_module;
@@ -119,14 +119,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "ADRG",
         .extensions = "",
         .test = is_adrg,
-        .module = nullptr,
+        .module = &adrg_module,
     },
     {
         .id = RZL_STANDARD_ASRP,
         .name = "ASRP",
         .extensions = "",
         .test = is_asrp,
-        .module = nullptr,
+        .module = &asrp_module,
     },
     {
         .id = RZL_STANDARD_HRF,
@@ -210,7 +210,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "USRP",
         .extensions = "",
         .test = nullptr,
-        .module = nullptr,
+        .module = &asrp_module,
     },
 };
 

@@ -1,6 +1,5 @@
 // MRG map files: where the header's text has what, and the header fields made of it.
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 #include "raster/MRG/mrg.h"
@@ -68,7 +67,7 @@ double signed_dms(const mrg_spec* spec, mrg_place place) {
     double number = number_at(spec, place);
     if (spec->form->hundredths) number *= 0.01;
     bool negative = std::any_of(text, text + place.width, [](char c) { return c == 'W' || c == 'S'; });
-    return mrg_dms(negative ? -number : number);
+    return degrees_of_dms(negative ? -number : number);
 }
 
 // A text of the header without the blanks behind it.
@@ -113,7 +112,7 @@ void give_matrix(const mrg_spec* spec, void* value) {
         mrg_place place = spec->form->matrix[i];
         if (place.width == 0) continue;
         size_t entry = first_form ? 12 + i : 3 + 4 * i;
-        m[entry] = mrg_dms(number_at(spec, place)) * RADIANS_A_DEGREE;
+        m[entry] = degrees_of_dms(number_at(spec, place)) * RADIANS_A_DEGREE;
     }
     std::memcpy(value, m, sizeof m);
 }
@@ -129,13 +128,6 @@ void give_map(const mrg_spec* spec, void* value) {
 }
 
 } // namespace
-
-double mrg_dms(double number) {
-    double degrees = std::trunc(number / 10000);
-    double rest = number - degrees * 10000;
-    double minutes = std::trunc(rest / 100);
-    return degrees + minutes / 60 + (rest - minutes * 100) / 3600;
-}
 
 int mrg_get_hdr_data(CFILE* c, int32_t field, void* value) {
     const mrg_spec* spec = mrg_spec_of(c);
