@@ -15,7 +15,11 @@ const gallery_page gallery_pages[] = {
     {"g_text", "Texts", 0},
     {"g_static", "Symbols, lines, rectangles, bevels", 0},
     {"g_group", "Groups, links, keyboard", 11},
+    {"g_slider", "Sliders", 11},
+    {"g_dial", "Dials", 11},
+    {"g_bar", "Bars", 32},
     {"g_scroll", "Scroll bars", 11},
+    {"g_field", "Fields", 11},
 };
 const int gallery_page_count = sizeof gallery_pages / sizeof gallery_pages[0];
 

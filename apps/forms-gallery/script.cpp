@@ -13,7 +13,7 @@
 namespace {
 
 enum class act : uint8_t {
-    page,    // shows page number `label`, by its button in the index
+    page,    // shows page number `label`, or that of the file `text`, by its button in the index
     click,   // on a gadget of the page
     key,     // types the character `value`
     special, // presses the host_key `value`
@@ -28,7 +28,7 @@ enum class act : uint8_t {
     popup,   // whether a pop-up is up
     mark,    // keeps what is on the screen
     same,    // it looks as it did then
-    shot,    // writes it
+    shot,    // writes it, under the page's name or that of `text`
 };
 
 struct step {
@@ -39,7 +39,6 @@ struct step {
 };
 
 constexpr double OFF = 0, ON = 1;
-constexpr int POPUP_SHOT = 99;
 
 constexpr step STEPS[] = {
     {act::page, 0, 0, ""},
@@ -152,7 +151,7 @@ constexpr step STEPS[] = {
     {act::click, 36, 0, ""},
     {act::popup, 0, 1, ""},
     {act::popups, 12, 0, ""},
-    {act::shot, POPUP_SHOT, 0, ""},
+    {act::shot, 0, 0, "g_popup"},
     {act::click, 12, 0, ""}, // nothing below takes a press
     {act::value, 12, ON, ""},
     {act::popups, 11, 0, ""},
@@ -160,8 +159,20 @@ constexpr step STEPS[] = {
     {act::popup, 0, 0, ""},
     {act::same, 0, 0, ""},
 
-    {act::page, 6, 0, ""},
-    {act::shot, 6, 0, ""},
+    {act::page, 0, 0, "g_slider"},
+    {act::shot, 0, 0, "g_slider"},
+
+    {act::page, 0, 0, "g_dial"},
+    {act::shot, 0, 0, "g_dial"},
+
+    {act::page, 0, 0, "g_bar"},
+    {act::shot, 0, 0, "g_bar"},
+
+    {act::page, 0, 0, "g_scroll"},
+    {act::shot, 0, 0, "g_scroll"},
+
+    {act::page, 0, 0, "g_field"},
+    {act::shot, 0, 0, "g_field"},
 };
 
 size_t next_step = 0;
@@ -284,9 +295,9 @@ std::string screen_pixels() {
     return all;
 }
 
-void write_shot(int number) {
+void write_shot(const step& s) {
     if (shot_directory == nullptr) return;
-    const std::string name = number < gallery_page_count ? gallery_pages[number].file : "g_popup";
+    const std::string name = *s.text != '\0' ? s.text : page_name();
     const std::string path =
         std::string(shot_directory) + "/" + name + "-" + std::to_string(host_screen_size()->planes) + ".ppm";
     desk_flush();
@@ -296,10 +307,16 @@ void write_shot(int number) {
 // ---- steps
 // -------------------------------------------------------------------------------------------------------------
 
+int page_of(const step& s) {
+    for (int i = 0; i < gallery_page_count; ++i)
+        if (std::strcmp(gallery_pages[i].file, s.text) == 0) return i;
+    return s.label;
+}
+
 // True when it has posted input.
 bool do_input(const step& s) {
     switch (s.what) {
-    case act::page: click(gallery_index(), FIRST_PAGE_BUTTON + s.label); break;
+    case act::page: click(gallery_index(), FIRST_PAGE_BUTTON + page_of(s)); break;
     case act::click: click(gallery_form(), s.label); break;
     case act::popups: click(gallery_popup(), s.label); break;
     case act::key: type(static_cast<int>(s.value)); break;
@@ -324,7 +341,7 @@ void do_check(const step& s) {
     case act::same:
         if (marked != screen_pixels()) gallery_failed("%s: pop-ups have left a trace", page_name());
         break;
-    case act::shot: write_shot(s.label); break;
+    case act::shot: write_shot(s); break;
     default: break;
     }
 }

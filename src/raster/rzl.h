@@ -61,7 +61,8 @@ enum {
     RZL_STANDARD_HRF = 19,
     RZL_STANDARD_VRLC = 20,
     RZL_STANDARD_POSTSCRIPT = 21,
-    RZL_STANDARD_USRP = 22
+    RZL_STANDARD_USRP = 22,
+    RZL_STANDARD_PNG = 23
 };
 
 /* Data formats: how the pixels of a line are stored, field RZL_FIELD_FORMAT. */
@@ -165,10 +166,29 @@ enum {
     RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
     RZL_FIELD_TARGA_PIXEL_BITS = 609,
     RZL_FIELD_ICO_MASK = 630,  /* uint8_t[512]: the mask of an icon, (xsize x ysize + 7) / 8 bytes of it */
+    /* CALS files. Texts are char[128]; each but the first four is a field of one variant only, 'A' or 'B'. */
+    RZL_FIELD_CALS_SOURCE_ID = 640,
+    RZL_FIELD_CALS_DESTINATION_ID = 641,
+    RZL_FIELD_CALS_CLASS = 642,
+    RZL_FIELD_CALS_NOTES = 643,
+    RZL_FIELD_CALS_VARIANT = 644,       /* 'A', 'B', or ' ' for a file without a header of text; setting clears texts */
+    RZL_FIELD_CALS_TEXT_FILE_ID = 645,  /* A */
+    RZL_FIELD_CALS_FIGURE_ID = 646,     /* A */
+    RZL_FIELD_CALS_GRAPHICS = 647,      /* A */
+    RZL_FIELD_CALS_SPECIFICATION = 648, /* B */
+    RZL_FIELD_CALS_DATA_FILE_ID = 649,  /* B */
     RZL_FIELD_XBM_X_HOT = 650, /* the hot spot of a bitmap */
     RZL_FIELD_XBM_Y_HOT = 651,
     RZL_FIELD_XBM_NAME = 652, /* char[32] */
     RZL_FIELD_PNM_TEXT = 660, /* 1: the lines are text; the same as the value 7 of field 501 */
+    RZL_FIELD_CALS_MODULE_ID = 667,     /* B */
+    RZL_FIELD_CALS_ITEM_ID = 668,       /* B */
+    RZL_FIELD_CALS_PUBLICATION_ID = 669, /* B */
+    RZL_FIELD_CALS_TYPE = 670,           /* 1, or 2 for a file that may have tiles */
+    RZL_FIELD_CALS_LEVEL = 671,          /* double: 3.2 or 3.3 */
+    RZL_FIELD_CALS_REFERENCE = 672,      /* of the document; this and the next two are written only */
+    RZL_FIELD_CALS_USER_NAME = 673,
+    RZL_FIELD_CALS_USER_COMMENT = 674,
     RZL_FIELD_RAW_SAMPLES = 701,
     RZL_FIELD_STATUS = 702, /* uint32_t; the status of the operation before */
     RZL_FIELD_USGS = 720,   /* rzl_usgs_records */
@@ -451,8 +471,13 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
  *          of such a header, and field 9 is RZL_BOTTOM_UP for a 12-byte header, too, which is 0 otherwise.
  *   TGA    sides of up to 65535 pixels, pixels of 15 bits; field 21 is 2 for a file of version 2, and field 26 is the
  *          aspect ratio that its extension area tells.
+ *   JFIF   JPEG files that begin with an Exif, Adobe or any other marker, with the orientation that Exif tells: of a
+ *          picture that lies on its side the lines are the columns of the file, and field 9 tells how they lie then;
+ *          files of four inks, as red, green and blue.
  *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's
- * table. For the whole process; open files stay as they were opened. */
+ *          table.
+ *   TIFF   strips and tiles that are deflated, field 501 being 8 or, in old files, 32946.
+ * For the whole process; open files stay as they were opened. */
 RZL_API void rzl_set_extended(int on);
 
 /* Room that each plane of a line call needs, in bytes, for the active image and a resampling that is in force; and that

@@ -183,6 +183,7 @@ protected:
     }
     // Where two pictures of a form differ first, as text; empty when nowhere.
     static std::string difference(FI_form* form, const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
+        if (a == b) return "";
         const auto pixel = static_cast<size_t>(canvas_pixel_bytes());
         const auto width = static_cast<size_t>(fi_form_width(form) + 1);
         for (size_t i = 0; i < a.size() && i < b.size(); ++i)

@@ -5,7 +5,6 @@
 
 #include "raster/CORE/module.h"
 #include "raster/CORE/standard.h"
-#include "support/memory.h"
 
 namespace {
 
@@ -56,8 +55,14 @@ bool is_bmp(const file_probe* p) {
 bool is_text_native(const file_probe* p) {
     return begins(p, "Raster!");
 }
+// Files of today begin with other markers than the one that names the format.
 bool is_jfif(const file_probe* p) {
-    return std::memcmp(p->b + 6, "JFIF", 4) == 0;
+    constexpr uint8_t START[3] = {0xFF, 0xD8, 0xFF};
+    return std::memcmp(p->b + 6, "JFIF", 4) == 0 || (is_extended() && std::memcmp(p->b, START, sizeof START) == 0);
+}
+bool is_png(const file_probe* p) {
+    constexpr uint8_t START[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    return std::memcmp(p->b, START, sizeof START) == 0;
 }
 bool is_eps(const file_probe* p) {
     return load_u32be(p->b) == 0xC5D0D3C6u;
@@ -147,35 +152,6 @@ bool is_nitf(const file_probe* p) {
     size_t ignored = 0;
     return begins(p, "NITF") && digits_value(p->b + 4, 2, &ignored) && p->b[6] == '.' &&
            digits_value(p->b + 7, 2, &ignored);
-}
-
-namespace {
-
-// The value of "#define <name><ending> <value>" in a text of C, or 0.
-int64_t defined_value(const char* text, const char* ending) {
-    for (const char* at = std::strstr(text, "#define"); at != nullptr; at = std::strstr(at + 1, "#define")) {
-        const char* name = at + 7 + std::strspn(at + 7, " \t");
-        size_t length = std::strcspn(name, " \t\r\n");
-        size_t wanted = std::strlen(ending);
-        if (length < wanted || std::memcmp(name + length - wanted, ending, wanted) != 0) continue;
-        int64_t value = 0;
-        (void)text_integer(name + length, std::strlen(name + length), &value);
-        return value;
-    }
-    return 0;
-}
-
-} // namespace
-
-// A bitmap as C source: its size is defined before the first brace.
-bool is_xbm(const file_probe* p) {
-    constexpr size_t TEXT_SIZE = 4096;
-    mem_guard<char> text(static_cast<char*>(mem_alloc_zeroed(TEXT_SIZE + 1)));
-    if (!text || !io_seek(p->c, 0)) return false;
-    (void)io_read(p->c, text.get(), TEXT_SIZE);
-    char* brace = std::strchr(text.get(), '{');
-    if (brace != nullptr) *brace = '\0';
-    return defined_value(text.get(), "_width") > 0 && defined_value(text.get(), "_height") > 0;
 }
 
 namespace {

@@ -21,8 +21,26 @@ extern const format_module tga_module;
 extern const format_module pcx_module;
 extern const format_module pnm_module;
 extern const format_module mrg_module;
+extern const format_module jfif_module;
+extern const format_module png_module;
+extern const format_module sun_module;
+extern const format_module xbm_module;
+extern const format_module cals_module;
+extern const format_module hrf_module;
 
 namespace {
+
+// What is built without a library that it needs.
+#if TINCT_JPEG
+constexpr const format_module* JFIF_MODULE = &jfif_module;
+#else
+constexpr const format_module* JFIF_MODULE = nullptr;
+#endif
+#if TINCT_PNG
+constexpr const format_module* PNG_MODULE = &png_module;
+#else
+constexpr const format_module* PNG_MODULE = nullptr;
+#endif
 
 constexpr char SOURCE[] = "CORE/standard";
 
@@ -70,7 +88,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "JFIF",
         .extensions = "jpg jpeg",
         .test = is_jfif,
-        .module = nullptr,
+        .module = JFIF_MODULE,
+    },
+    {
+        .id = RZL_STANDARD_PNG,
+        .name = "PNG",
+        .extensions = "png",
+        .test = is_png,
+        .module = PNG_MODULE,
     },
     {
         .id = RZL_STANDARD_TIFF, // the preview of a PostScript file
@@ -112,7 +137,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "SUN",
         .extensions = "ras",
         .test = is_sun,
-        .module = nullptr,
+        .module = &sun_module,
     },
     {
         .id = RZL_STANDARD_ADRG,
@@ -161,7 +186,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "CALS",
         .extensions = "cal",
         .test = is_cals,
-        .module = nullptr,
+        .module = &cals_module,
     },
     {
         .id = RZL_STANDARD_NITF,
@@ -174,8 +199,8 @@ constexpr standard_row STANDARDS[] = {
         .id = RZL_STANDARD_XBM,
         .name = "XBM",
         .extensions = "xbm",
-        .test = is_xbm,
-        .module = nullptr,
+        .test = nullptr, // its module reads on for the sizes
+        .module = &xbm_module,
     },
     {
         .id = RZL_STANDARD_USGS,

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 
-#include "raster/CORE/cfile.h"
 #include "support/checked.h"
 
 namespace {
@@ -85,4 +84,12 @@ bool io_get_text_line(CFILE* c, char* text, size_t room) {
     }
     text[length] = '\0';
     return any;
+}
+
+bool text_fill(text_reader* t) {
+    text_end(t);
+    bool more = io_fetch(t->c);
+    t->next = t->c->ahead.next;
+    t->end = t->c->ahead.end;
+    return more;
 }

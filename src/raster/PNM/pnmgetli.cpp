@@ -10,35 +10,6 @@ constexpr char SOURCE[] = "PNM/pnmgetli";
 
 // ---- characters of a text ------------------------------------------------------------------------------------------
 
-// The characters at hand. The handle learns what was taken at the end.
-struct text_reader {
-    CFILE* c;
-    const uint8_t* next;
-    const uint8_t* end;
-};
-
-text_reader text_begin(CFILE* c) {
-    return {c, c->ahead.next, c->ahead.end};
-}
-void text_end(const text_reader* t) {
-    t->c->ahead.next = t->next;
-}
-
-// Brings more characters. False at the end of the file.
-bool text_fill(text_reader* t) {
-    text_end(t);
-    bool more = io_fetch(t->c);
-    t->next = t->c->ahead.next;
-    t->end = t->c->ahead.end;
-    return more;
-}
-
-// The next character without taking it, or -1.
-int text_peek(text_reader* t) {
-    if (t->next == t->end && !text_fill(t)) return -1;
-    return *t->next;
-}
-
 // The first character that is neither blank nor in a comment, not taken, or -1.
 int text_skip(text_reader* t) {
     for (int ch = text_peek(t); ch >= 0; ch = text_peek(t)) {
