@@ -9,8 +9,6 @@
 #include "raster/CORE/module.h"
 
 // What each format's directory defines, besides functions of its own.
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, mrg_module, hrf_module, adrg_module, asrp_module;
 extern const format_module krv_module;
 extern const format_module krv_text_module;
 extern const format_module tif_module;
@@ -27,6 +25,9 @@ extern const format_module sun_module;
 extern const format_module xbm_module;
 extern const format_module cals_module;
 extern const format_module hrf_module;
+extern const format_module adrg_module;
+extern const format_module asrp_module;
+extern const format_module usgs_module;
 
 namespace {
 
@@ -207,7 +208,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "USGS",
         .extensions = "",
         .test = is_usgs,
-        .module = nullptr,
+        .module = &usgs_module,
     },
     {
         .id = RZL_STANDARD_VRLC,

@@ -1,6 +1,7 @@
 // MRG map files: where the header's text has what, and the header fields made of it.
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "raster/MRG/mrg.h"
 
@@ -40,6 +41,20 @@ const mrg_form MRG_FORMS[2] = {
 };
 
 namespace {
+
+constexpr char SOURCE[] = "MRG/mrginfo";
+
+// Fields whose answer is the handle's. Others are none of the format's.
+constexpr int32_t KNOWN[] = {
+    RZL_FIELD_VLT_TYPE,    RZL_FIELD_PACKET_WORDS,   RZL_FIELD_RESOLUTION, RZL_FIELD_ORIENTATION,
+    RZL_FIELD_APPLICATION, RZL_FIELD_SCANNABLE,      RZL_FIELD_VERSION,    RZL_FIELD_ASPECT_RATIO,
+    RZL_FIELD_TILE_WIDTH,  RZL_FIELD_TILES_ACROSS,   RZL_FIELD_TILES_DOWN, RZL_FIELD_TILE_HEIGHT,
+    RZL_FIELD_OVERVIEWS,   RZL_FIELD_OVERVIEW_VALUE, RZL_FIELD_VLT_ROOM,   RZL_FIELD_PACKET_ROOM,
+    RZL_FIELD_COMPRESSION, RZL_FIELD_PLANAR,
+};
+bool is_known(int32_t field) {
+    return std::find(std::begin(KNOWN), std::end(KNOWN), field) != std::end(KNOWN);
+}
 
 constexpr double RADIANS_A_DEGREE = 0.017453292519943295;
 constexpr double SCALE_UNIT = 0.0001;
@@ -136,7 +151,8 @@ int mrg_get_hdr_data(CFILE* c, int32_t field, void* value) {
     case RZL_FIELD_VLT_ENTRIES: give_int(value, spec->color_count > 0 ? spec->color_count + 1 : 0); break;
     case RZL_FIELD_MRG: *static_cast<rzl_mrg_info*>(value) = info_of(spec); break;
     case RZL_FIELD_MAP: give_map(spec, value); break;
-    default: break;
+    default:
+        if (!is_known(field)) fail(c, RZL_BAD_FIELD_ID, SOURCE, "Get hdr data");
     }
     return 0;
 }
