@@ -133,8 +133,8 @@ const format_module jfif_module = {
     .squetch_word = "JFIF squetch",
     .slots = &SLOTS,
     .spec_size = sizeof(jfif_spec),
-    .traits = MODULE_NO_TABLE,
     .formats = FORMATS,
+    .traits = MODULE_NO_TABLE,
     .open = jfif_open,
     .initialise = jfif_initialise,
 };
