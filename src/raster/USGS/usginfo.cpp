@@ -135,6 +135,8 @@ int usgs_set_hdr_data(CFILE* c, int32_t field, const void* value) {
     usgs_spec* spec = usgs_spec_of(c);
     if (has_flag(c, FLAG_HEADER_EXISTS)) return 0;
     switch (field) {
+    case RZL_FIELD_XSIZE:
+    case RZL_FIELD_YSIZE: return 0; // the handle has them
     case RZL_FIELD_FORMAT: return set_format(c, spec, int_of(value));
     case RZL_FIELD_ROTATION: return set_rotation(c, spec, number_of(value));
     case RZL_FIELD_USGS: take_records(spec, static_cast<const rzl_usgs_records*>(value)); return 0;
