@@ -165,7 +165,7 @@ enum {
     RZL_FIELD_TARGA_ID_LENGTH = 607,  /* bytes; to be set before the identification */
     RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
     RZL_FIELD_TARGA_PIXEL_BITS = 609,
-    RZL_FIELD_ICO_MASK = 630,  /* uint8_t[512]: the mask of an icon, (xsize x ysize + 7) / 8 bytes of it */
+    RZL_FIELD_ICO_MASK = 630, /* uint8_t[512]: the mask of an icon, (xsize x ysize + 7) / 8 bytes of it */
     /* CALS files. Texts are char[128]; each but the first four is a field of one variant only, 'A' or 'B'. */
     RZL_FIELD_CALS_SOURCE_ID = 640,
     RZL_FIELD_CALS_DESTINATION_ID = 641,
@@ -177,12 +177,12 @@ enum {
     RZL_FIELD_CALS_GRAPHICS = 647,      /* A */
     RZL_FIELD_CALS_SPECIFICATION = 648, /* B */
     RZL_FIELD_CALS_DATA_FILE_ID = 649,  /* B */
-    RZL_FIELD_XBM_X_HOT = 650, /* the hot spot of a bitmap */
+    RZL_FIELD_XBM_X_HOT = 650,          /* the hot spot of a bitmap */
     RZL_FIELD_XBM_Y_HOT = 651,
-    RZL_FIELD_XBM_NAME = 652, /* char[32] */
-    RZL_FIELD_PNM_TEXT = 660, /* 1: the lines are text; the same as the value 7 of field 501 */
-    RZL_FIELD_CALS_MODULE_ID = 667,     /* B */
-    RZL_FIELD_CALS_ITEM_ID = 668,       /* B */
+    RZL_FIELD_XBM_NAME = 652,            /* char[32] */
+    RZL_FIELD_PNM_TEXT = 660,            /* 1: the lines are text; the same as the value 7 of field 501 */
+    RZL_FIELD_CALS_MODULE_ID = 667,      /* B */
+    RZL_FIELD_CALS_ITEM_ID = 668,        /* B */
     RZL_FIELD_CALS_PUBLICATION_ID = 669, /* B */
     RZL_FIELD_CALS_TYPE = 670,           /* 1, or 2 for a file that may have tiles */
     RZL_FIELD_CALS_LEVEL = 671,          /* double: 3.2 or 3.3 */
