@@ -30,6 +30,9 @@ extern const format_module cals_module;
 extern const format_module hrf_module;
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
     pcx_module, cals_module, ir_module, nitf_module;
+extern const format_module adrg_module;
+extern const format_module asrp_module;
+extern const format_module usgs_module;
 
 namespace {
 
@@ -147,14 +150,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "ADRG",
         .extensions = "",
         .test = is_adrg,
-        .module = nullptr,
+        .module = &adrg_module,
     },
     {
         .id = RZL_STANDARD_ASRP,
         .name = "ASRP",
         .extensions = "",
         .test = is_asrp,
-        .module = nullptr,
+        .module = &asrp_module,
     },
     {
         .id = RZL_STANDARD_HRF,
@@ -210,7 +213,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "USGS",
         .extensions = "",
         .test = is_usgs,
-        .module = nullptr,
+        .module = &usgs_module,
     },
     {
         .id = RZL_STANDARD_VRLC,
@@ -238,7 +241,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "USRP",
         .extensions = "",
         .test = nullptr,
-        .module = nullptr,
+        .module = &asrp_module,
     },
 };
 
