@@ -566,8 +566,8 @@ RZL_API int32_t rzl_standard_of_extension(const char* extension);
 /* 1 when a new file of the standard can have the data format, field 3; else 0. */
 RZL_API int rzl_standard_takes(int32_t id, int32_t format);
 
-/* 1 when a new file of the standard can have a colour table; and its entries at most. Values of a table are no pixels of
- * a file that has none. */
+/* 1 when a new file of the standard can have a colour table; and its entries at most. Values of a table are no pixels
+ * of a file that has none. */
 RZL_API int rzl_standard_has_table(int32_t id);
 RZL_API int32_t rzl_standard_colors(int32_t id);
 

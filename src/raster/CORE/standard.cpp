@@ -28,8 +28,8 @@ extern const format_module sym_module;
 extern const format_module ps_module;
 extern const format_module cals_module;
 extern const format_module hrf_module;
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, cals_module, ir_module, nitf_module;
+extern const format_module ir_module;
+extern const format_module nitf_module;
 extern const format_module adrg_module;
 extern const format_module asrp_module;
 extern const format_module usgs_module;
