@@ -41,6 +41,7 @@ constexpr uint32_t MODULE_RESIZES = 2;   // fields 1 to 3 reach the module once 
 constexpr uint32_t MODULE_COLORS = 4;    // Get_line gives three planes of a bilevel image as bytes by itself
 constexpr uint32_t MODULE_CUT_TILES = 8; // tiles hold what lies inside of the image, and Gettilerows gives no more
 constexpr uint32_t MODULE_NO_TABLE = 16; // files have no colour table: values of one are not to be put into them
+constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: they reach the module
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"

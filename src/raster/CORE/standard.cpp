@@ -28,6 +28,11 @@ extern const format_module sym_module;
 extern const format_module ps_module;
 extern const format_module cals_module;
 extern const format_module hrf_module;
+extern const format_module ir_module;
+extern const format_module nitf_module;
+extern const format_module adrg_module;
+extern const format_module asrp_module;
+extern const format_module usgs_module;
 
 namespace {
 
@@ -145,14 +150,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "ADRG",
         .extensions = "",
         .test = is_adrg,
-        .module = nullptr,
+        .module = &adrg_module,
     },
     {
         .id = RZL_STANDARD_ASRP,
         .name = "ASRP",
         .extensions = "",
         .test = is_asrp,
-        .module = nullptr,
+        .module = &asrp_module,
     },
     {
         .id = RZL_STANDARD_HRF,
@@ -194,7 +199,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "NITF",
         .extensions = "ntf",
         .test = is_nitf,
-        .module = nullptr,
+        .module = &nitf_module,
     },
     {
         .id = RZL_STANDARD_XBM,
@@ -208,14 +213,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "USGS",
         .extensions = "",
         .test = is_usgs,
-        .module = nullptr,
+        .module = &usgs_module,
     },
     {
         .id = RZL_STANDARD_VRLC,
         .name = "IGS",
         .extensions = "",
         .test = is_vrlc,
-        .module = nullptr,
+        .module = &ir_module,
     },
     {
         .id = RZL_STANDARD_TARGA,
@@ -236,7 +241,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "USRP",
         .extensions = "",
         .test = nullptr,
-        .module = nullptr,
+        .module = &asrp_module,
     },
 };
 
