@@ -21,6 +21,8 @@ const gallery_page gallery_pages[] = {
     {"g_bar", "Bars", 32},
     {"g_scroll", "Scroll bars", 11},
     {"g_field", "Fields", 11},
+    {"g_fieldlist", "Fields that scroll, and lists", 11},
+    {"g_mcf", "Multi-column fields", 11},
 };
 const int gallery_page_count = sizeof gallery_pages / sizeof gallery_pages[0];
 

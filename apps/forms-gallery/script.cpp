@@ -252,6 +252,12 @@ constexpr step STEPS[] = {
 
     {act::page, 0, 0, "g_field"},
     {act::shot, 0, 0, "g_field"},
+
+    {act::page, 0, 0, "g_fieldlist"},
+    {act::shot, 0, 0, "g_fieldlist"},
+
+    {act::page, 0, 0, "g_mcf"},
+    {act::shot, 0, 0, "g_mcf"},
 };
 
 size_t next_step = 0;
