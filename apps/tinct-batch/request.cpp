@@ -96,7 +96,7 @@ int settle_format(const apply_request* request, int32_t standard, output_setting
     settings->standard = standard;
     settings->format = imp_format_code(depth, compressed);
     imp_normalise(standard, &settings->format, &compressed, &depth, &gray, &colors);
-    settings->flags = (request->grey ? OUTPUT_GREY : 0U) | (request->closest ? OUTPUT_CLOSEST : 0U);
+    settings->flags = (gray != 0 ? OUTPUT_GREY : 0U) | (request->closest ? OUTPUT_CLOSEST : 0U);
     settings->colors = colors;
     settings->gamma = request->gamma;
     return EXIT_DONE;
@@ -135,8 +135,11 @@ int request_output(const apply_request* request, output_settings* settings) {
     if (standard < 0 && request->type != nullptr) return program_usage("--type does not know \"%s\"", name);
     if (standard < 0) return program_usage("the extension of \"%s\" names no type; give --type", request->out);
     bool is_gif = standard == RZL_STANDARD_GIF;
+    bool is_jpeg = standard == RZL_STANDARD_JFIF;
+    bool is_coded = is_gif || is_jpeg || standard == RZL_STANDARD_PNG;
     if (is_gif && request->bits == 24) return program_usage("gif has 8 bits");
-    if (is_gif && request->uncompressed) return program_usage("gif is always compressed");
+    if (is_jpeg && (request->colors != 0 || request->closest)) return program_usage("%s has no colour table", name);
+    if (is_coded && request->uncompressed) return program_usage("%s is always compressed", name);
     int can_create = 0;
     if (rzl_standard_support(standard, &can_create, nullptr) != 0 || can_create == 0) {
         return program_fail("This version can not write \"%s\" files yet.", name);

@@ -7,6 +7,7 @@
 #include "forms/formshow.h"
 #include "forms/ops.h"
 #include "forms/press.h"
+#include "forms/range.h"
 #include "forms/sequence.h"
 #include "forms/surface.h"
 #include "tools/events.h"
@@ -47,7 +48,7 @@ int take_user() {
     if (g == nullptr) return 1;
     const fi_hold hold(g);
     if (form->initial_notification_routine != nullptr && fi_has(g, FI_INITIAL_NOTIFY))
-        form->initial_notification_routine(static_cast<int>(form->label), g->label, g->value, form);
+        form->initial_notification_routine(static_cast<int>(form->label), g->label, fi_turned(g, g->value), form);
     if (!hold.gone()) fi_start_input(g, true, 0);
     return 1;
 }

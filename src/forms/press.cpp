@@ -5,6 +5,7 @@
 #include "forms/fields.h"
 #include "forms/forms.h"
 #include "forms/link.h"
+#include "forms/range.h"
 #include "forms/surface.h"
 #include "tools/events.h"
 
@@ -62,7 +63,7 @@ void fi_notify(FI_gadget* g, double value) {
 void fi_notify_initially(FI_gadget* g) {
     FI_form* form = g->form;
     if (form->initial_notification_routine == nullptr || g->label <= 0 || !fi_has(g, FI_INITIAL_NOTIFY)) return;
-    form->initial_notification_routine(static_cast<int>(form->label), g->label, g->value, form);
+    form->initial_notification_routine(static_cast<int>(form->label), g->label, fi_turned(g, g->value), form);
 }
 
 namespace {
@@ -119,7 +120,7 @@ int react(FI_gadget* g, int window, int x, int y, int transition, bool* complete
 
 int fi_press_gadget(FI_gadget* g, int window, int x, int y, int transition) {
     const fi_hold hold(g);
-    double value = g->value;
+    double value = fi_turned(g, g->value);
     fi_notify_initially(g);
     if (hold.gone()) return 0;
     bool complete = false;

@@ -1,13 +1,17 @@
 // The table of operations by type of gadget. A slot that isn't named is null: ops.h says what that means.
+#include "forms/bar.h"
 #include "forms/button.h"
 #include "forms/checklist.h"
+#include "forms/dial.h"
 #include "forms/edges.h"
 #include "forms/faces.h"
 #include "forms/fields.h"
 #include "forms/mcf.h"
+#include "forms/numeric.h"
 #include "forms/parts.h"
 #include "forms/press.h"
 #include "forms/scroll.h"
+#include "forms/slider.h"
 #include "forms/static.h"
 #include "forms/textops.h"
 #include "forms/toggle.h"
@@ -16,8 +20,22 @@ const fi_gadget_ops fi_types[FI_TYPES] = {
     // Operations on a group go to its members.
     {.name = "FI_GROUP", .size = sizeof(FI_group), .init = fi_group_init},
 
-    // Not drawn yet.
-    {.name = "FI_SLIDER", .size = sizeof(fi_slider), .init = fi_slider_init},
+    {.name = "FI_SLIDER",
+     .size = sizeof(fi_slider),
+     .init = fi_slider_init,
+     .draw = fi_slider_draw,
+     .erase = fi_slider_erase,
+     .scale = fi_slider_scale,
+     .activate = fi_slider_activate,
+     .shifted = fi_slider_shifted,
+     .extent = fi_slider_extent,
+     .press = fi_slider_press,
+     .key = fi_numeric_key,
+     .set_value = fi_slider_set,
+     .get_value = fi_slider_get,
+     .set_limit = fi_slider_set_limit,
+     .link_text = fi_numeric_link_text,
+     .take_link = fi_numeric_take_link},
 
     {.name = "FI_TOGGLE",
      .size = sizeof(fi_toggle),
@@ -69,8 +87,19 @@ const fi_gadget_ops fi_types[FI_TYPES] = {
      .key = fi_state_key,
      .take_link = fi_state_take_link},
 
-    // Not drawn yet.
-    {.name = "FI_DIAL", .size = sizeof(fi_dial), .init = fi_dial_init},
+    {.name = "FI_DIAL",
+     .size = sizeof(fi_dial),
+     .init = fi_dial_init,
+     .draw = fi_dial_draw,
+     .scale = fi_dial_scale,
+     .activate = fi_dial_activate,
+     .shifted = fi_dial_shifted,
+     .press = fi_dial_press,
+     .key = fi_numeric_key,
+     .set_value = fi_dial_set,
+     .set_limit = fi_dial_set_limit,
+     .link_text = fi_numeric_link_text,
+     .take_link = fi_numeric_take_link},
 
     {.name = "FI_TEXT",
      .size = sizeof(fi_text),
@@ -102,8 +131,14 @@ const fi_gadget_ops fi_types[FI_TYPES] = {
      .extent = fi_line_extent,
      .hit = fi_hits_never},
 
-    // Not drawn yet.
-    {.name = "FI_BAR", .size = sizeof(fi_bar)},
+    {.name = "FI_BAR",
+     .size = sizeof(fi_bar),
+     .draw = fi_bar_draw,
+     .erase = fi_bar_erase,
+     .extent = fi_bar_extent,
+     .set_value = fi_bar_set,
+     .set_limit = fi_bar_set_limit,
+     .take_link = fi_bar_take_link},
 
     {.name = "FI_RECT",
      .size = sizeof(fi_rect),

@@ -511,22 +511,44 @@ constexpr routine_deed DEEDS[] = {
 
 } // namespace
 
+// A gadget with a range gets one in which a press at its left changes its value.
+namespace {
+void give_range(FI_form* form, FI_gadget* g) {
+    if (g->type == FI_SCROLL) {
+        g->x2 = 220;
+        g->y2 = 50;
+        fi_as<fi_scroll>(g)->view_fraction = 0.2;
+    }
+    if (g->type == FI_SCROLL || g->type == FI_SLIDER) FIg_set_orientation(form, g->label, FI_HORIZONTAL);
+    if (FIg_set_high_value(form, g->label, 100) == FI_SUCCESS) {
+        FIg_activate(form, g->label);
+        FIg_set_value(form, g->label, 50);
+
+        FIg_display(form, g->label);
+    }
+}
+} // namespace
+
 // Every routine that the toolkit calls, with everything that it may do, for each type that can be pressed, by mouse and
 // by keyboard. That nothing is read that has gone is for the sanitizer to see.
 TEST_F(FormEvents, RoutinesMayDoAnything) {
-    enum place { initial, notify, window_event, hook, help, setup, button_event, intercept, places };
+    enum place { initial, notify, window_event, hook, help, setup, button_event, intercept, continuous, places };
+    enum way { by_click, by_key, by_drag, ways };
     const struct {
         int type, label;
         uint8_t auto_pop_up;
-    } gadgets[] = {{FI_BUTTON, 11, 0},    {FI_BUTTON, 11, 1}, {FI_BUTTON, 3, 0},  {FI_BUTTON, 6, 1}, {FI_TOGGLE, 11, 0},
-                   {FI_CHECKLIST, 11, 0}, {FI_TEXT, 11, 0},   {FI_SYMBOL, 11, 0}, {FI_FIELD, 11, 0}};
+    } gadgets[] = {{FI_BUTTON, 11, 0}, {FI_BUTTON, 11, 1},    {FI_BUTTON, 3, 0},  {FI_BUTTON, 6, 1},
+                   {FI_TOGGLE, 11, 0}, {FI_CHECKLIST, 11, 0}, {FI_TEXT, 11, 0},   {FI_SYMBOL, 11, 0},
+                   {FI_SLIDER, 11, 0}, {FI_DIAL, 11, 0},      {FI_SCROLL, 11, 0}, {FI_FIELD, 11, 0}};
     int done_at[places] = {};
     for (const auto& g : gadgets)
         for (const routine_deed& d : DEEDS)
             for (int where = 0; where < places; ++where)
-                for (const bool by_key : {false, true}) {
+                for (int how = 0; how < ways; ++how) {
+                    const bool is_dragged = g.type == FI_SLIDER || g.type == FI_DIAL || g.type == FI_SCROLL;
+                    if (!is_dragged && (how == by_drag || where == continuous)) continue;
                     SCOPED_TRACE(std::string(fi_types[g.type].name) + " " + std::to_string(g.label) + " " + d.what +
-                                 ", place " + std::to_string(where));
+                                 ", place " + std::to_string(where) + ", way " + std::to_string(how));
                     deed = nullptr;
                     FIf_new(2, "", nullptr, &bystander);
                     FIf_set_size(bystander, 100, 100);
@@ -539,6 +561,8 @@ TEST_F(FormEvents, RoutinesMayDoAnything) {
                     FIgrp_set_single_select_on(victim, 10);
                     FI_gadget* gadget = fi_find_gadget(victim, g.label);
                     if (g.type == FI_BUTTON) fi_as<fi_button>(gadget)->auto_pop_up = g.auto_pop_up;
+                    give_range(victim, gadget);
+                    if (where == continuous) FIg_set_continuous_routine(victim, g.label, do_on_notice);
                     gadget->attr_mask |= FI_INITIAL_NOTIFY | FI_CMD_STRING | FI_HELP_TOPIC;
                     gadget->link_label = 12;
                     fi_string_set(&gadget->command, "command");
@@ -575,9 +599,13 @@ TEST_F(FormEvents, RoutinesMayDoAnything) {
                         FIf_display(victim);
                     }
                     if (victim != nullptr && victim->window >= 0) {
-                        if (by_key) {
+                        if (how == by_key) {
                             FIg_start_seq(victim, g.label);
-                            script.emplace_back([] { headless_type(" "); });
+                            script.emplace_back([] { headless_type(" 7"); });
+                            script.emplace_back([this] { key(host_key::enter); });
+                            script.emplace_back([this] { key(host_key::down); });
+                        } else if (how == by_drag) {
+                            post_drag(victim, 30, where == intercept ? 150 : 30);
                         } else {
                             post_click(victim, 30, where == intercept ? 150 : 30);
                         }
@@ -612,11 +640,12 @@ protected:
     unsigned roll(unsigned sides) { return static_cast<unsigned>(random() % sides); }
 
     void open() {
-        static constexpr const char* pages[] = {"g_button.frm",    "g_toggle.frm", "g_check.frm", "g_text.frm",
-                                                "g_static.frm",    "g_group.frm",  "g_popup.frm", "g_field.frm",
+        static constexpr const char* pages[] = {"g_button.frm",    "g_toggle.frm", "g_check.frm",  "g_text.frm",
+                                                "g_static.frm",    "g_group.frm",  "g_popup.frm",  "g_slider.frm",
+                                                "g_dial.frm",      "g_bar.frm",    "g_scroll.frm", "g_field.frm",
                                                 "g_fieldlist.frm", "g_mcf.frm"};
         if (forms.size() >= 6) return;
-        FI_form* form = load(pages[roll(10)]);
+        FI_form* form = load(pages[roll(std::size(pages))]);
         FIf_set_location(form, static_cast<int>(roll(300)), static_cast<int>(roll(300)));
         FIf_display(form);
         forms.push_back(form);
@@ -638,6 +667,9 @@ protected:
         case 8: FIg_display(form, 0); break;
         case 9: FIg_enable(form, 0); break;
         case 10: FIf_set_attr(form, roll(2)); break;
+        case 21: FIg_set_high_value(form, label, roll(100)); break;
+        case 22: FIg_set_value(form, 0, roll(100)); break;
+        case 23: FIg_set_orientation(form, label, static_cast<int>(roll(2))); break;
         case 11:
             if (any() != nullptr) FIf_display(any());
             break;
@@ -678,7 +710,7 @@ protected:
         switch (roll(8)) {
         case 0: headless_pointer(x, y); break;
         case 1: hold_button(static_cast<int>(roll(3)), roll(8) == 0 ? HOST_CTRL : 0); break;
-        case 2: headless_type(roll(2) == 0 ? " " : "word1"); break;
+        case 2: headless_type(roll(2) == 0 ? " " : roll(2) == 0 ? "-3." : "word1"); break;
         case 3: headless_key(keys[roll(10)], 0, roll(3) == 0 ? HOST_SHIFT : 0); break;
         case 4: headless_click(x, y, HOST_LEFT); break;
         default: click_gadget(); break;
@@ -696,7 +728,11 @@ protected:
             return static_cast<int>(from) +
                    static_cast<int>(roll(static_cast<unsigned>(std::max(to - from + 30, 6.0F))));
         };
-        post_click(form, place(g->x1, g->x2), place(g->y1, g->y2));
+        const int x = place(g->x1, g->x2), y = place(g->y1, g->y2);
+        if (roll(2) != 0)
+            post_click(form, x, y);
+        else
+            post_drag(form, x, y);
     }
 };
 
