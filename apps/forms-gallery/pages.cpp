@@ -15,6 +15,7 @@ const gallery_page gallery_pages[] = {
     {"g_text", "Texts", 0},
     {"g_static", "Symbols, lines, rectangles, bevels", 0},
     {"g_group", "Groups, links, keyboard", 11},
+    {"g_scroll", "Scroll bars", 11},
 };
 const int gallery_page_count = sizeof gallery_pages / sizeof gallery_pages[0];
 

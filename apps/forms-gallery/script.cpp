@@ -39,6 +39,7 @@ struct step {
 };
 
 constexpr double OFF = 0, ON = 1;
+constexpr int POPUP_SHOT = 99;
 
 constexpr step STEPS[] = {
     {act::page, 0, 0, ""},
@@ -151,13 +152,16 @@ constexpr step STEPS[] = {
     {act::click, 36, 0, ""},
     {act::popup, 0, 1, ""},
     {act::popups, 12, 0, ""},
-    {act::shot, 6, 0, ""},
+    {act::shot, POPUP_SHOT, 0, ""},
     {act::click, 12, 0, ""}, // nothing below takes a press
     {act::value, 12, ON, ""},
     {act::popups, 11, 0, ""},
     {act::popups, 11, 0, ""},
     {act::popup, 0, 0, ""},
     {act::same, 0, 0, ""},
+
+    {act::page, 6, 0, ""},
+    {act::shot, 6, 0, ""},
 };
 
 size_t next_step = 0;

@@ -136,14 +136,23 @@ bool can_hold(pixel_kind target, pixel_kind source) {
     }
 }
 
+// Whether colours of the standard's files are those of a table.
+bool has_only_tables(int32_t standard) {
+    bool colors =
+        rzl_standard_takes(standard, RZL_FORMAT_RGB) != 0 || rzl_standard_takes(standard, RZL_FORMAT_PLANE_RUNS) != 0;
+    return !colors && rzl_standard_has_table(standard) != 0 && rzl_standard_takes(standard, RZL_FORMAT_BYTE_RUNS) != 0;
+}
+
 // Whether the picture goes out in fewer colours than it has.
 bool reduces(const raster_source* source, const convert_request* request) {
-    bool wants_table = request->keep_vlt || request->standard == RZL_STANDARD_GIF;
+    bool wants_table = request->keep_vlt || has_only_tables(request->standard);
     return wants_table && source->kind == pixel_kind::color && kind_of_format(request->format) == pixel_kind::grey;
 }
 
 int64_t default_format(const raster_source* source, const convert_request* request) {
-    bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
+    bool one_plane = has_only_tables(request->standard) || request->keep_vlt;
+    bool colors = source->kind == pixel_kind::mapped && rzl_standard_has_table(request->standard) == 0;
+    if (colors) return nearest_format(pixel_kind::color, request->standard);
     return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
 }
 
@@ -166,6 +175,10 @@ int check_target(const raster_source* source, convert_request* request) {
     }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
+    }
+    bool has_indices = target == pixel_kind::grey && (source->kind == pixel_kind::mapped || request->keep_vlt);
+    if (has_indices && rzl_standard_has_table(request->standard) == 0) {
+        return program_fail("A %s file holds no colour table.", rzl_standard_name(request->standard));
     }
     if (!reduces(source, request) && !can_hold(target, source->kind)) {
         return program_fail("Data format %d can not hold the pixels of \"%s\" as they are.",

@@ -12,7 +12,7 @@
 //   what it asks for   env.cpp tables; paths.cpp, fonts.cpp, symbols.cpp, colors.cpp, keys.cpp what stands behind them
 //   drawing     surface.cpp windows, clip and colour for gadgets; bevel.cpp edges and hatches; drawtext.cpp texts
 //   types       types.cpp the table; button.cpp, toggle.cpp, checklist.cpp, text.cpp, static.cpp (symbol, line,
-//               rectangle, bevel) their drawing, scaling, activation and press
+//               rectangle, bevel), scroll.cpp their drawing, scaling, activation and press; range.cpp values in ranges
 //   show        show.cpp draws, erases, enables, highlights and resets any gadget; formdraw.cpp draws a form
 //   events      dispatch.cpp what an event means; press.cpp a press on a form, completion; link.cpp values that travel;
 //               sequence.cpp the keyboard; track.cpp loops that follow the mouse

@@ -107,6 +107,7 @@ int new_symbol_button(FI_gadget* owner, FI_gadget** part) {
 
 int fi_scroll_init(FI_gadget* g) {
     auto* s = fi_as<fi_scroll>(g);
+    s->parts_x_scale = s->parts_y_scale = 1.0F;
     int status = new_symbol_button(g, &s->thumb);
     for (int i = 0; i < FI_SCROLL_ARROWS && status == FI_SUCCESS; ++i) {
         status = new_symbol_button(g, &s->arrows[i]);

@@ -7,6 +7,18 @@
 
 #include "forms/ops.h"
 
+// Keys as they arrive.
+enum : int {
+    FI_KEY_HOME = 1,
+    FI_KEY_END = 5,
+    FI_KEY_DELETE_BACK = 127,
+    FI_KEY_LEFT = 128,
+    FI_KEY_DOWN = 131,
+    FI_KEY_RIGHT = 132,
+    FI_KEY_UP = 133,
+    FI_KEY_ENTER = 141, // of the keypad
+};
+
 // What a gadget's key() may use of the loop.
 struct fi_sequence {
     char typed[20];   // digits that were typed for a slider or dial, zero-ended

@@ -5,6 +5,7 @@
 #include "forms/faces.h"
 #include "forms/parts.h"
 #include "forms/press.h"
+#include "forms/scroll.h"
 #include "forms/static.h"
 #include "forms/textops.h"
 #include "forms/toggle.h"
@@ -98,12 +99,21 @@ const fi_gadget_ops fi_types[FI_TYPES] = {
      .scale = fi_symbol_scale,
      .activate = fi_symbol_activate},
 
-    // Not drawn yet.
     {.name = "FI_SCROLL",
      .size = sizeof(fi_scroll),
      .init = fi_scroll_init,
      .free = fi_scroll_free,
-     .parts = fi_scroll_parts},
+     .parts = fi_scroll_parts,
+     .draw = fi_scroll_draw,
+     .erase = fi_scroll_erase,
+     .scale = fi_scroll_scale,
+     .activate = fi_scroll_activate,
+     .shifted = fi_scroll_shifted,
+     .press = fi_scroll_press,
+     .key = fi_scroll_key,
+     .set_value = fi_scroll_set,
+     .set_limit = fi_scroll_set_limit,
+     .take_link = fi_scroll_take_link},
 
     // Not drawn yet.
     {.name = "FI_MCF", .size = sizeof(fi_mcf), .free = fi_mcf_free, .parts = fi_mcf_parts},

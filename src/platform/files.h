@@ -47,6 +47,10 @@ bool files_full_path(const char* path, char* full, size_t size);
 // Makes a directory and those above it; true when it stands there afterwards.
 bool files_make_directory(const char* path);
 
+// Calls `each` for every entry of a directory but "." and "..", in no order, with its name as the system has it, until
+// that gives false. A link counts as what it leads to. False when the directory can't be read, or `each` gave false.
+bool files_list(const char* path, bool (*each)(void* user, const char* name, bool is_directory), void* user);
+
 bool files_remove(const char* path);
 bool files_rename(const char* from, const char* to); // replaces `to`
 

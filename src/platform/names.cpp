@@ -209,6 +209,30 @@ bool files_make_directory(const char* path) {
     return false;
 }
 
+namespace {
+
+// Most systems tell the kind with the name; for the others, and for links, the entry is looked at.
+bool entry_is_directory(int directory, const dirent* entry) {
+    if (entry->d_type != DT_UNKNOWN && entry->d_type != DT_LNK) return entry->d_type == DT_DIR;
+    struct stat info;
+    return fstatat(directory, entry->d_name, &info, 0) == 0 && S_ISDIR(info.st_mode);
+}
+
+} // namespace
+
+bool files_list(const char* path, bool (*each)(void* user, const char* name, bool is_directory), void* user) {
+    char real[FILES_PATH_SIZE];
+    DIR* directory = files_resolve(path, real, sizeof real) ? opendir(real) : nullptr;
+    if (directory == nullptr) return false;
+    bool good = true;
+    for (const dirent* entry = readdir(directory); entry != nullptr && good; entry = readdir(directory)) {
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
+        good = each(user, entry->d_name, entry_is_directory(dirfd(directory), entry));
+    }
+    closedir(directory);
+    return good;
+}
+
 bool files_remove(const char* path) {
     char real[FILES_PATH_SIZE];
     return files_resolve(path, real, sizeof real) && unlink(real) == 0;

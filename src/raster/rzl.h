@@ -164,8 +164,16 @@ enum {
     RZL_FIELD_TARGA_ID_LENGTH = 607,  /* bytes; to be set before the identification */
     RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
     RZL_FIELD_TARGA_PIXEL_BITS = 609,
+    RZL_FIELD_ICO_MASK = 630,  /* uint8_t[512]: the mask of an icon, (xsize x ysize + 7) / 8 bytes of it */
+    RZL_FIELD_XBM_X_HOT = 650, /* the hot spot of a bitmap */
+    RZL_FIELD_XBM_Y_HOT = 651,
+    RZL_FIELD_XBM_NAME = 652, /* char[32] */
+    RZL_FIELD_PNM_TEXT = 660, /* 1: the lines are text; the same as the value 7 of field 501 */
     RZL_FIELD_RAW_SAMPLES = 701,
-    RZL_FIELD_STATUS = 702 /* uint32_t; the status of the operation before */
+    RZL_FIELD_STATUS = 702, /* uint32_t; the status of the operation before */
+    RZL_FIELD_USGS = 720,   /* rzl_usgs_records */
+    RZL_FIELD_MRG = 730,    /* rzl_mrg_info */
+    RZL_FIELD_MAP = 731     /* rzl_map_info, of every standard: what the file tells of a map or document */
 };
 
 /* Kinds of colour tables, field RZL_FIELD_VLT_TYPE. */
@@ -276,6 +284,33 @@ typedef struct rzl_user_tag {
         uint8_t bytes[8];
     } data;
 } rzl_user_tag;
+
+/* What a map or document file tells of itself, field RZL_FIELD_MAP. A text that the file does not have is empty, a
+ * number that it does not have 0. Texts end in a zero byte. Corners are degrees, as longitude and latitude of the
+ * south-west and of the north-east; an MRG file's are the four coordinates in its order. */
+typedef struct rzl_map_info {
+    char title[128];
+    char date[24]; /* as the file writes it */
+    char security[24];
+    double scale;         /* the number of 1 : scale; for MRG its ground resolution */
+    int32_t corner_count; /* of the numbers in `corners`: 0 or 4 */
+    double corners[4];
+} rzl_map_info;
+
+/* What an MRG file tells of its map, field RZL_FIELD_MRG. Coordinates are degrees. */
+typedef struct rzl_mrg_info {
+    char name[32];
+    char projection[4];
+    int32_t numbers[2];
+    double coordinates[4];
+    int32_t zone;
+    char hemisphere; /* 'n' or 's' */
+} rzl_mrg_info;
+
+/* The four header records of a USGS file, 400 characters each, field RZL_FIELD_USGS. */
+typedef struct rzl_usgs_records {
+    char* records[4]; /* the caller's, of 400 characters; null for one that is not wanted */
+} rzl_usgs_records;
 
 /* A row of the table of known combinations of standard, sample layout and data format. */
 typedef struct rzl_format_row {
@@ -463,6 +498,13 @@ RZL_API int32_t rzl_standard_of_extension(const char* extension);
 
 /* 1 when a new file of the standard can have the data format, field 3; else 0. */
 RZL_API int rzl_standard_takes(int32_t id, int32_t format);
+
+/* 1 when a new file of the standard can have a colour table. Values of one are pixels of no other file. */
+RZL_API int rzl_standard_has_table(int32_t id);
+
+/* 1 when pixels of a new file of the standard are stored in a coding whatever the data format is, so that they can't be
+ * had plain. */
+RZL_API int rzl_standard_is_coded(int32_t id);
 
 #ifdef __cplusplus
 }

@@ -36,10 +36,12 @@ constexpr size_t PROBE_SIZE = 512;
 
 // Bits of `traits`.
 constexpr uint32_t MODULE_TILES = 1; // fields 100 and 104 make tiles; without it the module is asked, and no tiles made
-constexpr uint32_t MODULE_RESIZES = 2;   // fields 1 to 3 reach the module once the header exists; without it they are
-                                         // passed over with success
-constexpr uint32_t MODULE_COLORS = 4;    // Get_line gives three planes of a bilevel image as bytes by itself
-constexpr uint32_t MODULE_CUT_TILES = 8; // tiles hold what lies inside of the image, and Gettilerows gives no more
+constexpr uint32_t MODULE_RESIZES = 2;    // fields 1 to 3 reach the module once the header exists; without it they are
+                                          // passed over with success
+constexpr uint32_t MODULE_COLORS = 4;     // Get_line gives three planes of a bilevel image as bytes by itself
+constexpr uint32_t MODULE_NO_TABLE = 8;   // files have no colour table: values of one are not to be put into them
+constexpr uint32_t MODULE_CODED = 32;     // pixels are always stored in a coding, also those of the plain data formats
+constexpr uint32_t MODULE_CUT_TILES = 16; // tiles hold what lies inside of the image, and Gettilerows gives no more
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"

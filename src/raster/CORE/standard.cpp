@@ -9,8 +9,16 @@
 #include "raster/CORE/module.h"
 
 // What each format's directory defines, besides functions of its own.
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module;
+extern const format_module krv_module;
+extern const format_module krv_text_module;
+extern const format_module tif_module;
+extern const format_module tif_eps_module;
+extern const format_module gif_module;
+extern const format_module bmp_module;
+extern const format_module tga_module;
+extern const format_module pcx_module;
+extern const format_module pnm_module;
+extern const format_module mrg_module;
 
 namespace {
 
@@ -88,14 +96,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "MRG",
         .extensions = "mrg",
         .test = is_mrg,
-        .module = nullptr,
+        .module = &mrg_module,
     },
     {
         .id = RZL_STANDARD_PNM,
         .name = "PNM",
         .extensions = "ppm pgm pbm pnm",
         .test = is_pnm,
-        .module = nullptr,
+        .module = &pnm_module,
     },
     {
         .id = RZL_STANDARD_SUN,
@@ -231,6 +239,13 @@ int initialise_standard(CFILE* c, int32_t id) {
     return 1;
 }
 
+// The module that creates files of a standard, or null.
+const format_module* creating_module(int32_t id) {
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    bool creates = row != nullptr && row->module != nullptr && row->module->initialise != nullptr;
+    return creates ? row->module : nullptr;
+}
+
 // Whether `word` is one of the words of a list, in any case of letters.
 bool is_listed(const char* list, const char* word) {
     size_t length = std::strlen(word);
@@ -284,12 +299,22 @@ int32_t rzl_standard_of_extension(const char* extension) {
 }
 
 int rzl_standard_takes(int32_t id, int32_t format) {
-    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
-    if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
-    for (int32_t known : row->module->formats) {
+    const format_module* module = creating_module(id);
+    if (module == nullptr) return 0;
+    for (int32_t known : module->formats) {
         if (known == format) return 1;
     }
     return 0;
+}
+
+int rzl_standard_has_table(int32_t id) {
+    const format_module* module = creating_module(id);
+    return module != nullptr && (module->traits & MODULE_NO_TABLE) == 0 ? 1 : 0;
+}
+
+int rzl_standard_is_coded(int32_t id) {
+    const format_module* module = creating_module(id);
+    return module != nullptr && (module->traits & MODULE_CODED) != 0 ? 1 : 0;
 }
 
 int rzl_standard_support(int32_t id, int* can_create, int* can_read) {
