@@ -20,7 +20,8 @@ namespace {
 
 constexpr int CHANNELS = 4;
 constexpr int SAMPLES_OF_COLOR = 3;
-constexpr int64_t PLAIN_TILE = 1024;       // a side that needs no picture of its size
+constexpr int64_t PLAIN_TILE = 1024; // a side that needs no picture of its size
+constexpr int32_t BYTE_VALUES = 256;
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
 struct convert_request {
@@ -214,10 +215,22 @@ bool put_vlt(conversion* c, int32_t entries, const rzl_vlt_entry* vlt) {
 
 // Entries of the source's table from the first on. A map that begins with another one has them at their own index.
 int32_t table_entries(const raster_source* source) {
-    constexpr int32_t BYTE_VALUES = 256;
     bool is_targa = source_field(source, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_TARGA;
     int32_t first = is_targa ? source_field(source, RZL_FIELD_TARGA_MAP_FIRST, 0) : 0;
     return first == 0 ? source->vlt_entries : std::min(first + source->vlt_entries, BYTE_VALUES);
+}
+
+// A native table can have more entries than bytes have values: their numbers are taken as bytes, and the last one of a
+// number holds. Gives the entries that are left.
+int32_t fold_vlt(rzl_vlt_entry* vlt, int32_t entries) {
+    rzl_vlt_entry folded[BYTE_VALUES] = {};
+    for (int32_t i = 0; i < entries; ++i)
+        folded[vlt[i].slot % BYTE_VALUES] = vlt[i];
+    for (int32_t i = 0; i < BYTE_VALUES; ++i) {
+        vlt[i] = folded[i];
+        vlt[i].slot = static_cast<uint16_t>(i);
+    }
+    return BYTE_VALUES;
 }
 
 bool copy_vlt(conversion* c) {
@@ -226,8 +239,10 @@ bool copy_vlt(conversion* c) {
     if (!keeps) return true;
     if (c->source->vlt_entries > VLT_ENTRIES_MAX) return false;
     c->vlt.block = mem_new_array<rzl_vlt_entry>(VLT_ENTRIES_MAX);
-    return c->vlt && rzl_get_vlt(c->source->file, c->vlt.get()) == 0 &&
-           put_vlt(c, table_entries(c->source), c->vlt.get());
+    if (!c->vlt || rzl_get_vlt(c->source->file, c->vlt.get()) != 0) return false;
+    int32_t entries = table_entries(c->source);
+    if (entries > BYTE_VALUES && c->request->standard != RZL_STANDARD_KRVN) entries = fold_vlt(c->vlt.get(), entries);
+    return put_vlt(c, entries, c->vlt.get());
 }
 
 bool has_field(CFILE* file, int32_t field, int64_t wanted) {
@@ -359,7 +374,7 @@ int copy_lines(conversion* c) {
     for (int32_t line = 0; line < s->height; ++line) {
         if (c->turned && rzl_seek(s->file, s->height - 1 - line) != 0) return raster_line_failed(s->file, path, line);
         if (!read_line(c)) return raster_line_failed(s->file, path, line);
-        if (rzl_is_damaged(s->file) != 0) break;
+        if (rzl_is_line_damaged(s->file) != 0) break;
         if (!write_line(c)) return line_not_written(c);
         progress_show("converting", line + 1, s->height);
     }

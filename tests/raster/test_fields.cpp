@@ -38,7 +38,7 @@ TEST_F(Fields, CoreAnswersWhatEveryFormatHas) {
         EXPECT_EQ(field_of(c, field), 1000 + field);
 
     int32_t kept = 77;
-    for (int32_t field : {0, -1, 34, 37, 99, 105, 202, 408, 510, 610, 653, 675, 703, 731, INT32_MAX}) {
+    for (int32_t field : {0, -1, 34, 37, 99, 105, 202, 408, 510, 610, 653, 675, 703, 732, INT32_MAX}) {
         EXPECT_EQ(rzl_get_hdr_data(c, field, &kept), 1) << field;
         EXPECT_EQ(kept, 77);
         EXPECT_EQ(status_of(c), RZL_BAD_FIELD_ID);

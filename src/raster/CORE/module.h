@@ -72,6 +72,9 @@ struct format_module {
     // it. Called on a new handle without a file. 0, or 1 with the status set.
     int (*extend)(CFILE* c, const char* name) = nullptr;
 
+    // Null, or asserts what the module promises of its record between calls (support/invariant.h).
+    void (*check)(const CFILE* c) = nullptr;
+
     // Null, or told by rzl_put_tiles() that tile number `line` of the handle has been written, to the file offsets from
     // `begin` up to `end`. Such a module's tiles go behind each other at the end of its data, in whatever order they
     // come. False with the status set.
