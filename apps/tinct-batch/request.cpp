@@ -92,17 +92,11 @@ int settle_format(const apply_request* request, int32_t standard, output_setting
     int32_t depth = request->bits == 8 || reduces ? 8 : 24;
     int32_t compressed = request->uncompressed ? 0 : 1;
     int32_t gray = request->grey ? 1 : 0;
-    const char* name = rzl_standard_name(standard);
-    bool coded = rzl_standard_is_coded(standard) != 0;
-    if (coded && request->uncompressed) return program_usage("%s is always compressed", name);
     auto colors = static_cast<int32_t>(request->colors);
     settings->standard = standard;
     settings->format = imp_format_code(depth, compressed);
     imp_normalise(standard, &settings->format, &compressed, &depth, &gray, &colors);
-    int asked = static_cast<int>(request->bits);
-    if (asked != 0 && asked != depth) return program_usage("%s has %d bits", name, depth);
-    if (reduces && depth == 24) return program_usage("%s holds no colour table", name);
-    settings->flags = (request->grey ? OUTPUT_GREY : 0U) | (request->closest ? OUTPUT_CLOSEST : 0U);
+    settings->flags = (gray != 0 ? OUTPUT_GREY : 0U) | (request->closest ? OUTPUT_CLOSEST : 0U);
     settings->colors = colors;
     settings->gamma = request->gamma;
     return EXIT_DONE;
@@ -145,5 +139,11 @@ int request_output(const apply_request* request, output_settings* settings) {
         return program_fail("This version can not write \"%s\" files yet.", name);
     }
     if (imp_standard_ok(standard) == 0) return program_usage("pictures are not saved as \"%s\"", name);
+    bool has_24 = imp_format_ok(standard, RZL_FORMAT_RGB) != 0 || imp_format_ok(standard, RZL_FORMAT_PLANE_RUNS) != 0;
+    bool has_table = rzl_standard_has_table(standard) != 0;
+    if (request->bits == 24 && !has_24) return program_usage("%s has 8 bits", name);
+    if (!has_table && (request->colors != 0 || request->closest)) return program_usage("%s has no colour table", name);
+    if (rzl_standard_is_coded(standard) != 0 && request->uncompressed)
+        return program_usage("%s is always compressed", name);
     return settle_format(request, standard, settings);
 }

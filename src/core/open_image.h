@@ -104,7 +104,8 @@ void image_history_limit(size_t bytes);
 void image_undo_words(char* text, size_t size);
 void image_redo_words(char* text, size_t size);
 
-// ---- recipes.cpp -----------------------------------------------------------------------------------------------------
+// ---- recipes.cpp
+// -----------------------------------------------------------------------------------------------------
 
 // Applies the sets of a recipe in their order, one step each; names are looked up in the palettes. What is wrong with a
 // set, or a pen that the image doesn't have, is told with its line, and the others are applied. Returns how many sets

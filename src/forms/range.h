@@ -14,3 +14,24 @@ double fi_limited(double low, double high, double value);
 
 // The value on the other side of the range, for a slider with FI_REVERSED. Both ways.
 double fi_reverse(const fi_slider* s, double value);
+// From the value that the record keeps to the one that the application knows, and back: that of a reversed slider is
+// turned round, any other is the same.
+double fi_turned(const FI_gadget* g, double value);
+
+// ---- sliders and dials only: they have a step and a number format
+
+// How one of them counts.
+struct fi_counting {
+    double increment; // smallest step
+    int width, decimals;
+    FI_notification continuous_routine;
+};
+fi_counting fi_counting_of(const FI_gadget* g);
+
+constexpr int FI_NUMBER_TEXT = 640; // room for the text of any number in any format
+// The value in the gadget's number format, without blanks behind. `buffer` has FI_NUMBER_TEXT bytes.
+void fi_format_number(const FI_gadget* g, char* buffer, double value);
+double fi_rounded(const FI_gadget* g, double value); // to the gadget's decimals, as its text reads
+// The multiple of the increment at or below the value, towards 0. A value that misses a multiple by no more than
+// rounding is that multiple.
+double fi_quantise(const FI_gadget* g, double value);

@@ -247,7 +247,7 @@ void move_thumb(FI_gadget* g) {
     const fi_box old = fi_rect_of(s->thumb);
     place_thumb(g, shown);
     const fi_box now = fi_rect_of(s->thumb);
-    const int window = g->displayed != 0 && shown ? fi_draw_window(g->form) : -1;
+    const int window = shown ? fi_shown_window(g) : -1;
     const bool moved = old.x1 != now.x1 || old.y1 != now.y1 || old.x2 != now.x2 || old.y2 != now.y2;
     if (window < 0 || !moved) return;
     fi_set_color(g->form, window, FI_LT_GREY);

@@ -28,6 +28,8 @@ struct fi_sequence {
 // Starts at the gadget, going forward or back; `from_label`: the gadget that it comes from, 0 for none. Blocks until
 // the sequence ends. Calls out.
 void fi_start_input(FI_gadget* g, bool forward, int from_label);
+// The gadget's turn has ended: goes on along the chain, if it is to. Calls out.
+void fi_go_on(FI_gadget* g, fi_leave leave);
 bool fi_takes_input(const FI_gadget* g); // shown, enabled, and with an input() or key()
 
 // ---- waiting, for all loops that take keys

@@ -44,8 +44,7 @@ int imp_normalise(int32_t standard, int32_t* format, int32_t* compressed, int32_
     if (*depth != 8) *depth = 24;
     if (imp_standard_ok(standard) == 0) return -1;
     if (!has_depth(standard, *depth)) *depth = 32 - *depth;
-    // Indices of colours are no picture where their table has no place.
-    if (*depth == 8 && *gray == 0 && rzl_standard_has_table(standard) == 0 && has_depth(standard, 24)) *depth = 24;
+    if (*depth == 8 && rzl_standard_has_table(standard) == 0) *gray = 1;
     if (imp_format_ok(standard, imp_format_code(*depth, *compressed)) == 0) *compressed = *compressed == 0 ? 1 : 0;
     if (*depth == 24) {
         *colors = 0;

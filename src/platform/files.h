@@ -41,6 +41,12 @@ bool files_change_directory(const char* path);
 // What of a path in the application's form stands behind its last slash or backslash.
 const char* files_last_name(const char* path);
 
+// True for a path that begins with "\" or "/", or has ":" as its second character.
+bool files_is_full(const char* path);
+
+// Writes the path with `directory` in front of it, unless it is full. False when it does not fit.
+bool files_join(const char* directory, const char* path, char* full, size_t size);
+
 // Makes the path absolute against the working directory. False when it does not fit.
 bool files_full_path(const char* path, char* full, size_t size);
 
@@ -60,6 +66,13 @@ bool files_program_directory(char* path, size_t size);
 // Why a file can't be opened for reading, in words that follow its name and a colon; null when it can. FIFOs and
 // sockets are refused, and nothing is waited for.
 const char* files_input_fault(const char* path);
+
+// Why a file of that name could not be written, as a number of the system: what looking it up fails with, or 13 when
+// it, or its directory, may not be written. 0: it could, or doesn't exist and could be made.
+int files_write_fault(const char* path);
+
+// The system's words for such a number.
+const char* files_fault_text(int number);
 
 // ---- replacing a file --------------------------------------------------------------------------------------------
 

@@ -1,6 +1,6 @@
 // Paths in clean form.
-#include <cstdio>
 
+#include "platform/files.h"
 #include "surface/paths.h"
 
 namespace {
@@ -66,17 +66,13 @@ void path_clean(char* path) {
 
 int path_is_absolute(char* path) {
     path_clean(path);
-    return path_is_full(path) ? 1 : 0;
-}
-
-bool path_is_full(const char* path) {
-    return path[0] == '\\' || path[0] == '/' || (path[0] != '\0' && path[1] == ':');
+    return files_is_full(path) ? 1 : 0;
 }
 
 bool path_join(const char* directory, const char* name, char* path, size_t size) {
-    const bool is_full = path_is_full(name);
-    const int written = std::snprintf(path, size, "%s%s%s", is_full ? "" : directory, is_full ? "" : "\\", name);
-    if (size < 2 || written < 0 || static_cast<size_t>(written) >= size) return false;
+    if (size < 2) return false;
+    path[0] = '\0';
+    if (!files_join(directory, name, path, size) && (directory[0] != '\0' || name[0] != '\0')) return false;
     path_tidy(path);
     return true;
 }

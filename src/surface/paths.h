@@ -13,9 +13,6 @@ void path_clean(char* path);
 // The same but for the case of letters, which stays: for a path that is kept, shown and opened.
 void path_tidy(char* path);
 
-// True for a path that begins with "\" or "/", or has ":" as its second character.
-bool path_is_full(const char* path);
-
 // Writes `name` with `directory` in front of it, unless it is full, in tidy form. False when it doesn't fit.
 bool path_join(const char* directory, const char* name, char* path, size_t size);
 

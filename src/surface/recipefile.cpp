@@ -5,7 +5,6 @@
 #include "platform/files.h"
 #include "support/log.h"
 #include "support/memory.h"
-#include "surface/paths.h"
 #include "surface/recipe.h"
 
 namespace {
@@ -28,7 +27,7 @@ char* trimmed(char* line) {
 
 // A raster beside the recipe is meant before one that a search path leads to. False without memory.
 bool take_beside(surface_set* set, const char* recipe_path) {
-    if (set->kind != surface_kind::raster || path_is_full(set->text)) return true;
+    if (set->kind != surface_kind::raster || files_is_full(set->text)) return true;
     char beside[FILES_PATH_SIZE];
     const auto directory = static_cast<int>(files_last_name(recipe_path) - recipe_path);
     const int written = std::snprintf(beside, sizeof beside, "%.*s%s", directory, recipe_path, set->text);

@@ -116,10 +116,10 @@ TEST_F(OpenImage, ARecipeIsAppliedAndWhatIsCarriedIsSavedAsOne) {
     ASSERT_EQ(image_open("still.tnc"), 1);
     EXPECT_EQ(image_apply_recipe(&r, &colors, &patterns), 2);
     const std::string in = "\"" + file + "\", line ";
-    EXPECT_EQ(messages, (std::vector<std::string>{in + "1: The palette has no colour or pattern \"weave.rgb\".",
-                                                  in + "4: The image has no surface 9.",
-                                                  "Patterns cannot be applied to this surface.",
-                                                  in + "5: It was not applied."}));
+    EXPECT_EQ(messages,
+              (std::vector<std::string>{in + "1: The palette has no colour or pattern \"weave.rgb\".",
+                                        in + "4: The image has no surface 9.",
+                                        "Patterns cannot be applied to this surface.", in + "5: It was not applied."}));
     ASSERT_EQ(image_save_recipe("b.sets"), 0);
     EXPECT_EQ(read(path("b.sets")), "1=@" + path("weave.rgb") + ":mirror:size=0.5\n2=1,0,0\n");
 

@@ -149,9 +149,9 @@ TEST_F(Pack, RefusalsHaveTheirCodesAndWords) {
     EXPECT_EQ(imp_free(&made), IMP_OK);
     EXPECT_EQ(imp_free(&made), IMP_NULL_PACK);
     // A save never leaves a native file under another format's name, and touches nothing when it refuses.
-    const output_settings jpeg = {RZL_STANDARD_JFIF, RZL_FORMAT_RGB, 0, 0, 1.0};
+    const output_settings unwritten = {RZL_STANDARD_ADRG, RZL_FORMAT_RGB, 0, 0, 1.0};
     const output_settings pairs = {RZL_STANDARD_KRVN, RZL_FORMAT_BYTE_PAIRS, 0, 256, 1.0};
-    EXPECT_EQ(save(path("s.rgb"), jpeg), IMP_BAD_STANDARD);
+    EXPECT_EQ(save(path("s.rgb"), unwritten), IMP_BAD_STANDARD);
     EXPECT_EQ(save(path("s.rgb"), pairs), IMP_BAD_FORMAT);
     EXPECT_FALSE(std::filesystem::exists(path("s.rgb")));
 }

@@ -51,9 +51,10 @@ inline size_t samples_together(const CFILE* c) {
     return has_flag(c, FLAG_INTERLEAVED) ? static_cast<size_t>(interleave_step(c)) : 1;
 }
 
-// Samples of a pixel in the buffer of the default interleaved calls.
+// Samples of a pixel in the buffer of the default interleaved calls. Some files count a colour as one sample.
 inline int interleaved_samples(const CFILE* c) {
-    return c->color_table != nullptr && c->samples == 1 ? 3 : c->samples;
+    bool colors = c->color_table != nullptr || format_is_color(c->format);
+    return colors && c->samples == 1 ? 3 : c->samples;
 }
 
 // Whether lines have a byte a sample: those of a colour have, whatever the file's samples are.

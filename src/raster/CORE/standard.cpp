@@ -19,8 +19,34 @@ extern const format_module tga_module;
 extern const format_module pcx_module;
 extern const format_module pnm_module;
 extern const format_module mrg_module;
+extern const format_module jfif_module;
+extern const format_module png_module;
+extern const format_module sun_module;
+extern const format_module xbm_module;
+extern const format_module ico_module;
+extern const format_module sym_module;
+extern const format_module ps_module;
+extern const format_module cals_module;
+extern const format_module hrf_module;
+extern const format_module ir_module;
+extern const format_module nitf_module;
+extern const format_module adrg_module;
+extern const format_module asrp_module;
+extern const format_module usgs_module;
 
 namespace {
+
+// What is built without a library that it needs.
+#if TINCT_JPEG
+constexpr const format_module* JFIF_MODULE = &jfif_module;
+#else
+constexpr const format_module* JFIF_MODULE = nullptr;
+#endif
+#if TINCT_PNG
+constexpr const format_module* PNG_MODULE = &png_module;
+#else
+constexpr const format_module* PNG_MODULE = nullptr;
+#endif
 
 constexpr char SOURCE[] = "CORE/standard";
 
@@ -68,7 +94,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "JFIF",
         .extensions = "jpg jpeg",
         .test = is_jfif,
-        .module = nullptr,
+        .module = JFIF_MODULE,
+    },
+    {
+        .id = RZL_STANDARD_PNG,
+        .name = "PNG",
+        .extensions = "png",
+        .test = is_png,
+        .module = PNG_MODULE,
     },
     {
         .id = RZL_STANDARD_TIFF, // the preview of a PostScript file
@@ -110,28 +143,28 @@ constexpr standard_row STANDARDS[] = {
         .name = "SUN",
         .extensions = "ras",
         .test = is_sun,
-        .module = nullptr,
+        .module = &sun_module,
     },
     {
         .id = RZL_STANDARD_ADRG,
         .name = "ADRG",
         .extensions = "",
         .test = is_adrg,
-        .module = nullptr,
+        .module = &adrg_module,
     },
     {
         .id = RZL_STANDARD_ASRP,
         .name = "ASRP",
         .extensions = "",
         .test = is_asrp,
-        .module = nullptr,
+        .module = &asrp_module,
     },
     {
         .id = RZL_STANDARD_HRF,
         .name = "HRF",
-        .extensions = "",
+        .extensions = "hrf",
         .test = is_hrf,
-        .module = nullptr,
+        .module = &hrf_module,
     },
     {
         .id = RZL_STANDARD_PCX,
@@ -145,49 +178,49 @@ constexpr standard_row STANDARDS[] = {
         .name = "SYM",
         .extensions = "",
         .test = is_sym,
-        .module = nullptr,
+        .module = &sym_module,
     },
     {
         .id = RZL_STANDARD_ICO,
         .name = "ICO",
         .extensions = "ico",
         .test = is_ico,
-        .module = nullptr,
+        .module = &ico_module,
     },
     {
         .id = RZL_STANDARD_CALS,
         .name = "CALS",
         .extensions = "cal",
         .test = is_cals,
-        .module = nullptr,
+        .module = &cals_module,
     },
     {
         .id = RZL_STANDARD_NITF,
         .name = "NITF",
         .extensions = "ntf",
         .test = is_nitf,
-        .module = nullptr,
+        .module = &nitf_module,
     },
     {
         .id = RZL_STANDARD_XBM,
         .name = "XBM",
         .extensions = "xbm",
-        .test = is_xbm,
-        .module = nullptr,
+        .test = nullptr, // its module reads on for the sizes
+        .module = &xbm_module,
     },
     {
         .id = RZL_STANDARD_USGS,
         .name = "USGS",
         .extensions = "",
         .test = is_usgs,
-        .module = nullptr,
+        .module = &usgs_module,
     },
     {
         .id = RZL_STANDARD_VRLC,
         .name = "IGS",
         .extensions = "",
         .test = is_vrlc,
-        .module = nullptr,
+        .module = &ir_module,
     },
     {
         .id = RZL_STANDARD_TARGA,
@@ -201,14 +234,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "POSTSCRIPT",
         .extensions = "ps",
         .test = nullptr,
-        .module = nullptr,
+        .module = &ps_module,
     },
     {
         .id = RZL_STANDARD_USRP, // found as ASRP, whose module tells the two apart
         .name = "USRP",
         .extensions = "",
         .test = nullptr,
-        .module = nullptr,
+        .module = &asrp_module,
     },
 };
 
@@ -315,6 +348,13 @@ int rzl_standard_has_table(int32_t id) {
 int rzl_standard_is_coded(int32_t id) {
     const format_module* module = creating_module(id);
     return module != nullptr && (module->traits & MODULE_CODED) != 0 ? 1 : 0;
+    return rzl_standard_colors(id) != 0 ? 1 : 0;
+}
+
+int32_t rzl_standard_colors(int32_t id) {
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
+    return (row->module->traits & MODULE_NO_TABLE) == 0 ? row->module->most_colors : 0;
 }
 
 int rzl_standard_support(int32_t id, int* can_create, int* can_read) {

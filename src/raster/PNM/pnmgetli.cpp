@@ -10,35 +10,6 @@ constexpr char SOURCE[] = "PNM/pnmgetli";
 
 // ---- characters of a text ------------------------------------------------------------------------------------------
 
-// The characters at hand. The handle learns what was taken at the end.
-struct text_reader {
-    CFILE* c;
-    const uint8_t* next;
-    const uint8_t* end;
-};
-
-text_reader text_begin(CFILE* c) {
-    return {c, c->ahead.next, c->ahead.end};
-}
-void text_end(const text_reader* t) {
-    t->c->ahead.next = t->next;
-}
-
-// Brings more characters. False at the end of the file.
-bool text_fill(text_reader* t) {
-    text_end(t);
-    bool more = io_fetch(t->c);
-    t->next = t->c->ahead.next;
-    t->end = t->c->ahead.end;
-    return more;
-}
-
-// The next character without taking it, or -1.
-int text_peek(text_reader* t) {
-    if (t->next == t->end && !text_fill(t)) return -1;
-    return *t->next;
-}
-
 // The first character that is neither blank nor in a comment, not taken, or -1.
 int text_skip(text_reader* t) {
     for (int ch = text_peek(t); ch >= 0; ch = text_peek(t)) {
@@ -295,7 +266,7 @@ void pnm_make_scale(pnm_spec* spec) {
 }
 
 int pnm_get_line(CFILE* c, int channels, read_planes buffers) {
-    bool wanted = std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
+    bool wanted = is_wanted(channels, buffers);
     if (!channels_fit(c, channels, wanted)) return 0;
     if (!has_flag(c, FLAG_HEADER_EXISTS)) return fails(c, RZL_READ_FAILED, SOURCE, "getline"); // a new file
     if (pnm_has_places(c) && pnm_is_text(pnm_spec_of(c)) && !pnm_go_to_line(c))

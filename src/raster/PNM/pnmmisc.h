@@ -29,6 +29,11 @@ uint32_t rzl_runs_from_planes(size_t* size, uint32_t width, const uint8_t* first
 // line is refused with `refusal`. The bytes used, 0 on failure.
 int rzl_get_line_as_runs(CFILE* c, int channels, uint8_t* const* buffers, uint32_t refusal, const char* source);
 
+// The body of a Putrleline slot of bilevel lines: turns `rle_size` bytes of runs, as rzl_get_rle_line() gives them,
+// into the next line, and puts it with Put_line. Lines of another data format, and calls of other than one plane, are
+// refused with `refusal`; runs that are no line, with RZL_BAD_FIELD_VALUE. What Put_line gives, 0 on failure.
+int rzl_put_runs_as_line(CFILE* c, int channels, const uint8_t* const* buffers, uint32_t refusal, const char* source);
+
 // Copies what follows from here to the end of one file to another. 0, or 1 with RZL_WRITE_FAILED or RZL_NO_MEMORY on
 // both handles.
 int rzl_copy_rest(CFILE* from, CFILE* to, const char* source);
