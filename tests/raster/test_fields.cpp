@@ -50,22 +50,6 @@ TEST_F(Fields, CoreAnswersWhatEveryFormatHas) {
     EXPECT_EQ(notes.closed, 1);
 }
 
-TEST_F(Fields, PixelClassIsADigestOfTheFormat) {
-    CFILE* c = open(MODE_READ);
-    struct row {
-        int32_t format, bits, value;
-    };
-    for (row r :
-         {row{27, 8, 0}, {28, 8, 0},  {25, 8, 0},   {31, 8, 0},  {26, 1, 2},  {10, 8, 1},  {26, 9, 3},  {26, 16, 3},
-          {26, 17, 4},   {26, 32, 4}, {26, 33, -1}, {2, 8, 1},   {29, 8, 1},  {30, 8, 1},  {1, 1, 2},   {9, 1, 2},
-          {24, 1, 2},    {3, 16, 3},  {8, 128, 8},  {32, 8, 10}, {67, 8, 10}, {69, 8, 10}, {65, 8, -1}, {0, 8, -1}}) {
-        c->format = r.format;
-        c->bits = r.bits;
-        EXPECT_EQ(field_of(c, RZL_FIELD_PIXEL_CLASS), r.value) << r.format << " of " << r.bits;
-    }
-    rzl_close(c);
-}
-
 TEST_F(Fields, ReadOnlyFilesTakeOnlyWhatConcernsReading) {
     CFILE* c = open(MODE_READ);
     set_flag(c, FLAG_HEADER_EXISTS, true);
