@@ -163,7 +163,6 @@ int64_t default_format(const raster_source* source, const convert_request* reque
 
 // Whether one plane of the target can hold the source's values, which are indices when there is a table, or shades.
 bool table_fits(const raster_source* source, const convert_request* request) {
-    constexpr int32_t BYTE_VALUES = 256;
     int32_t colors = rzl_standard_colors(request->standard);
     bool is_table = source->kind == pixel_kind::mapped || request->keep_vlt;
     if (colors == 0) return !is_table;

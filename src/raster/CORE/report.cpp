@@ -328,7 +328,8 @@ int handle_leave(CFILE* c, int result) {
     // The block of a file in memory is the application's between calls.
     if (c->ahead.start != nullptr && has_flag(c, FLAG_MEMORY)) io_settle(c);
     set_last_status(c->status);
-    if (--c->depth == 0) check_handle(c);
+    // A handle that is being closed has no file any more, and nothing of it holds.
+    if (--c->depth == 0 && c->file != nullptr) check_handle(c);
     lock_leave(c->lock);
     return result;
 }
