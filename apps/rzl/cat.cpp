@@ -73,17 +73,16 @@ size_t make_row(const raster_source* s, line_buffers* b) {
 
 int print_rows(const raster_source* s, const char* path, line_buffers* b) {
     bool jumps = source_is_bottom_up(s);
-    int32_t lines = rzl_lines_held(s->file);
     // The rows of a picture that is not all there have no place.
-    if (jumps && lines < s->height) return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
+    if (jumps && rzl_lines_held(s->file) < s->height)
+        return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
     // Remembered line offsets only make the way up quick; a format without them finds its lines all the same.
     if (jumps) rzl_randomize(s->file);
-    bool was_damaged = rzl_is_damaged(s->file) != 0;
-    for (int32_t row = 0; row < lines; ++row) {
+    for (int32_t row = 0; row < s->height; ++row) {
         int32_t line = source_line_of_row(s, row);
         if ((jumps && rzl_seek(s->file, line) != 0) || !read_line(s, b)) return raster_line_failed(s->file, path, line);
         // The first line that was made up ends the picture.
-        if (!was_damaged && rzl_is_damaged(s->file) != 0) break;
+        if (rzl_is_line_damaged(s->file) != 0) break;
         out_bytes(b->out.get(), make_row(s, b));
         if (out_failed()) return EXIT_FAILED;
     }

@@ -275,6 +275,7 @@ int32_t pixel_class(const CFILE* c) {
 int rzl_get_hdr_data(CFILE* c, int32_t field, void* value) {
     if (!handle_is_valid(c, "rzl_get_hdr_data")) return 1;
     lock_enter(c->lock);
+    ++c->depth;
     int result = 0;
     if (field == RZL_FIELD_STATUS && value != nullptr) {
         std::memcpy(value, &c->status, sizeof c->status);
@@ -329,6 +330,11 @@ int rzl_set_stat(CFILE* c, const rzl_stat* stat) {
 int rzl_is_damaged(CFILE* c) {
     if (!handle_enter(c, "rzl_is_damaged")) return 0;
     return handle_leave(c, has_flag(c, FLAG_DAMAGED) ? 1 : 0);
+}
+
+int rzl_is_line_damaged(CFILE* c) {
+    if (!handle_enter(c, "rzl_is_line_damaged")) return 0;
+    return handle_leave(c, c->line_damaged ? 1 : 0);
 }
 
 const char* rzl_version(void) {

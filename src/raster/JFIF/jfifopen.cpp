@@ -134,7 +134,7 @@ const format_module jfif_module = {
     .slots = &SLOTS,
     .spec_size = sizeof(jfif_spec),
     .formats = FORMATS,
-    .traits = MODULE_NO_TABLE,
+    .traits = MODULE_NO_TABLE | MODULE_CODED,
     .open = jfif_open,
     .initialise = jfif_initialise,
 };

@@ -136,7 +136,7 @@ const format_module png_module = {
     .spec_size = sizeof(png_spec),
     .formats = FORMATS,
     .limits = LIMITS,
-    .traits = MODULE_COLORS,
+    .traits = MODULE_COLORS | MODULE_CODED,
     .open = png_open,
     .initialise = png_initialise,
 };
