@@ -281,7 +281,7 @@ typedef struct rzl_memfile {
     int32_t data_start; /* position when rzl_write_header() finished */
 } rzl_memfile;
 
-/* A file's characteristics in one record: the fields of the same names. */
+/* A file's characteristics in one record: the fields of the same names. Of PNM files `format` is the kind, 1 to 6. */
 typedef struct rzl_stat {
     int32_t xsize, ysize, format, device_resolution, scan_orientation, scannable, version, application_type;
     int32_t tile_size, tiles_across, tiles_down, overview_count, overview_value, vlt_type, vlt_entries, vlt_room;
@@ -456,7 +456,9 @@ RZL_API int rzl_getline16(CFILE* cfile, uint16_t* buffer);
 RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
 
 /* Read the next line in run-coded form. A native file gives the bytes that it stores; every other gives 16-bit run
- * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. `*size` is the buffer's
+ * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. PNM and Sun raster files
+ * give lines of bytes, too, as pairs of 16-bit words, a value and its run; and colours as a 32-bit word for each run of
+ * at most 255 pixels: blue in the low byte, green, red, run. `*size` is the buffer's
  * size on entry and the size used on return, or, with status RZL_RLE_BUFFER_SMALL, the size needed. A strip is a block
  * of field-32 lines as such runs, one line behind the other; there the size told is a first try, which may have to be
  * repeated. */
@@ -516,6 +518,7 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
  *   JFIF   JPEG files that begin with an Exif, Adobe or any other marker, with the orientation that Exif tells: of a
  *          picture that lies on its side the lines are the columns of the file, and field 9 tells how they lie then;
  *          files of four inks, as red, green and blue.
+ *   SUN    run codes for pixels of 8, 24 and 32 bits, which are taken for bits otherwise.
  *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's
  *          table.
  *   TIFF   strips and tiles that are deflated, field 501 being 8 or, in old files, 32946.
