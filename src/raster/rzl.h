@@ -165,8 +165,36 @@ enum {
     RZL_FIELD_TARGA_ID_LENGTH = 607,  /* bytes; to be set before the identification */
     RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
     RZL_FIELD_TARGA_PIXEL_BITS = 609,
+    RZL_FIELD_ICO_MASK = 630, /* uint8_t[512]: the mask of an icon, (xsize x ysize + 7) / 8 bytes of it */
+    /* CALS files. Texts are char[128]; each but the first four is a field of one variant only, 'A' or 'B'. */
+    RZL_FIELD_CALS_SOURCE_ID = 640,
+    RZL_FIELD_CALS_DESTINATION_ID = 641,
+    RZL_FIELD_CALS_CLASS = 642,
+    RZL_FIELD_CALS_NOTES = 643,
+    RZL_FIELD_CALS_VARIANT = 644,       /* 'A', 'B', or ' ' for a file without a header of text; setting clears texts */
+    RZL_FIELD_CALS_TEXT_FILE_ID = 645,  /* A */
+    RZL_FIELD_CALS_FIGURE_ID = 646,     /* A */
+    RZL_FIELD_CALS_GRAPHICS = 647,      /* A */
+    RZL_FIELD_CALS_SPECIFICATION = 648, /* B */
+    RZL_FIELD_CALS_DATA_FILE_ID = 649,  /* B */
+    RZL_FIELD_XBM_X_HOT = 650,          /* the hot spot of a bitmap */
+    RZL_FIELD_XBM_Y_HOT = 651,
+    RZL_FIELD_XBM_NAME = 652,            /* char[32] */
+    RZL_FIELD_PNM_TEXT = 660,            /* 1: the lines are text; the same as the value 7 of field 501 */
+    RZL_FIELD_CALS_MODULE_ID = 667,      /* B */
+    RZL_FIELD_CALS_ITEM_ID = 668,        /* B */
+    RZL_FIELD_CALS_PUBLICATION_ID = 669, /* B */
+    RZL_FIELD_CALS_TYPE = 670,           /* 1, or 2 for a file that may have tiles */
+    RZL_FIELD_CALS_LEVEL = 671,          /* double: 3.2 or 3.3 */
+    RZL_FIELD_CALS_REFERENCE = 672,      /* of the document; this and the next two are written only */
+    RZL_FIELD_CALS_USER_NAME = 673,
+    RZL_FIELD_CALS_USER_COMMENT = 674,
+    RZL_FIELD_NITF = 700, /* const rzl_nitf_header*: all texts of a NITF file's headers */
     RZL_FIELD_RAW_SAMPLES = 701,
-    RZL_FIELD_STATUS = 702 /* uint32_t; the status of the operation before */
+    RZL_FIELD_STATUS = 702, /* uint32_t; the status of the operation before */
+    RZL_FIELD_USGS = 720,   /* rzl_usgs_records */
+    RZL_FIELD_MRG = 730,    /* rzl_mrg_info */
+    RZL_FIELD_MAP = 731     /* rzl_map_info, of every standard: what the file tells of a map or document */
 };
 
 /* Kinds of colour tables, field RZL_FIELD_VLT_TYPE. */
@@ -264,6 +292,47 @@ typedef struct rzl_stat {
     int32_t standard, samples, bits, vlt_bits; /* fields 500, 506, 507 and 31; rzl_set_stat() leaves them alone */
 } rzl_stat;
 
+/* The headers of a NITF file, field RZL_FIELD_NITF, as texts of the widths that they have in the file, a zero byte
+ * behind each. The record that is read belongs to the handle and is valid until it is closed. Setting copies the texts
+ * of a record with as many images as the file has, before a header is written; what follows from the pixels (sizes,
+ * counts, lengths, compression, bands, bits) is not taken from it. User-defined and extended data are passed over. */
+typedef struct rzl_nitf_band {
+    char representation[3];
+    char significance[7];
+    char filter_condition[2];
+    char filter_code[4];
+    char lut_count[2];
+    char lut_entries[6];
+    const uint8_t* lut_data; /* the tables, one behind the other; null where there are none */
+} rzl_nitf_band;
+
+typedef struct rzl_nitf_image {
+    char part_type[3], id[11], date_and_time[15], target_id[18], title[81];
+    char security[2], codewords[41], handling[41], releasing[41], authority[21], control_number[21], downgrade[7];
+    char downgrading_event[41]; /* stands in the file when the text before it is "999998" */
+    char encryption[2], source[43], rows[9], columns[9], value_type[4], representation[9], image_class[9];
+    char actual_bits[3], justification[2];
+    char coordinate_system[2], location[61]; /* four corners of 15 characters, unless the system is "N" */
+    char comment_count[2], comments[9][81];
+    char compression[3], rate_code[5], band_count[2];
+    char sync_code[2], mode[2], blocks_per_row[5], blocks_per_column[5], block_width[5], block_height[5];
+    char stored_bits[3], display_level[4], attachment_level[4], place[11], magnification[5];
+    char user_data_length[6], extended_data_length[6];
+    rzl_nitf_band bands[9];
+} rzl_nitf_image;
+
+typedef struct rzl_nitf_header {
+    char type_and_version[10], compliance_level[3], system_type[5], station_id[11], date_and_time[15], title[81];
+    char security[2], codewords[41], handling[41], releasing[41], authority[21], control_number[21], downgrade[7];
+    char downgrading_event[41];
+    char copy_number[6], number_of_copies[6], encryption[2], originator[28], phone[19];
+    char message_length[13], header_length[7], number_of_images[4];
+    char number_of_symbols[4], number_of_labels[4], number_of_texts[4], number_of_data_extensions[4];
+    char number_of_reserved_extensions[4], user_data_length[6], extended_data_length[6];
+    int32_t image_count;
+    rzl_nitf_image* images;
+} rzl_nitf_header;
+
 /* A tag of a TIFF file, field RZL_FIELD_USER_TAG. Types: 1 bytes, 2 text, 3 16-bit and 4 32-bit values, 5 pairs of
  * 32-bit values, all in the machine's byte order. To read, set `tag` and `data.pointer`: to a buffer, or null, which
  * gives type and count alone with RZL_NO_OUTPUT_BUFFER_2. A value of up to 4 bytes in all stands in `data.bytes`, in
@@ -277,6 +346,33 @@ typedef struct rzl_user_tag {
         uint8_t bytes[8];
     } data;
 } rzl_user_tag;
+
+/* What a map or document file tells of itself, field RZL_FIELD_MAP. A text that the file does not have is empty, a
+ * number that it does not have 0. Texts end in a zero byte. Corners are degrees, as longitude and latitude of the
+ * south-west and of the north-east; an MRG file's are the four coordinates in its order. */
+typedef struct rzl_map_info {
+    char title[128];
+    char date[24]; /* as the file writes it */
+    char security[24];
+    double scale;         /* the number of 1 : scale; for MRG its ground resolution */
+    int32_t corner_count; /* of the numbers in `corners`: 0 or 4 */
+    double corners[4];
+} rzl_map_info;
+
+/* What an MRG file tells of its map, field RZL_FIELD_MRG. Coordinates are degrees. */
+typedef struct rzl_mrg_info {
+    char name[32];
+    char projection[4];
+    int32_t numbers[2];
+    double coordinates[4];
+    int32_t zone;
+    char hemisphere; /* 'n' or 's' */
+} rzl_mrg_info;
+
+/* The four header records of a USGS file, 400 characters each, field RZL_FIELD_USGS. */
+typedef struct rzl_usgs_records {
+    char* records[4]; /* the caller's, of 400 characters; null for one that is not wanted */
+} rzl_usgs_records;
 
 /* A row of the table of known combinations of standard, sample layout and data format. */
 typedef struct rzl_format_row {
@@ -469,6 +565,11 @@ RZL_API int32_t rzl_standard_of_extension(const char* extension);
 
 /* 1 when a new file of the standard can have the data format, field 3; else 0. */
 RZL_API int rzl_standard_takes(int32_t id, int32_t format);
+
+/* 1 when a new file of the standard can have a colour table; and its entries at most. Values of a table are no pixels
+ * of a file that has none. */
+RZL_API int rzl_standard_has_table(int32_t id);
+RZL_API int32_t rzl_standard_colors(int32_t id);
 
 #ifdef __cplusplus
 }

@@ -109,6 +109,28 @@ TEST_F(Batch, AppliesPatternsWithPlacement) {
     EXPECT_FALSE(std::filesystem::exists(directory + "/c.rgb"));
 }
 
+TEST_F(Batch, ARecipeIsAppliedLineByLine) {
+    write_raster("weave.rgb", 8, 8, 28);
+    write("good.sets", "# of the scene\n1=@weave.rgb:size=0.5\n\n2=0,1,0\n77=1,1,1\n");
+    run_result result = run("tinct-batch apply still.tnc --sets good.sets -o a.rgb");
+    EXPECT_EQ(result.status, 0) << result.err; // a surface that this frame doesn't show is passed over
+    EXPECT_NE(result.err.find("\"good.sets\", line 5: There is no pen 77"), std::string::npos);
+    ASSERT_EQ(run("tinct-batch apply still.tnc --set 1=@weave.rgb:size=0.5 --set 2=0,1,0 -o b.rgb").status, 0);
+    EXPECT_EQ(pixels("a.rgb"), pixels("b.rgb"));
+
+    // Wrong lines: told, the others are applied, and the exit status says so.
+    write("mixed.sets", "1=1,0\n2=0,1,0\n1=Nowhere\n2=@weave.rgb\n1=@gone.rgb\n");
+    result = run("tinct-batch apply still.tnc --set 2=1,1,1 --sets mixed.sets --set 1=1,0,0 -o c.rgb");
+    EXPECT_EQ(result.status, 1);
+    for (const char* line : {"line 1: ", "line 3: ", "line 4: Pen 2: Patterns cannot", "line 5: load_image"})
+        EXPECT_NE(result.err.find(line), std::string::npos) << result.err;
+    ASSERT_EQ(run("tinct-batch apply still.tnc --set 2=0,1,0 --set 1=1,0,0 -o d.rgb").status, 0);
+    EXPECT_EQ(pixels("c.rgb"), pixels("d.rgb"));
+    EXPECT_EQ(run("tinct-batch apply still.tnc --sets good.sets --force -o good.sets --type rgb").status, 1);
+    EXPECT_EQ(run("tinct-batch apply still.tnc --sets none.sets -o e.rgb").status, 1);
+    EXPECT_FALSE(std::filesystem::exists(directory + "/e.rgb"));
+}
+
 TEST_F(Batch, RefusesWrongUsageBeforeAnyWork) {
     for (const char* words : {"",
                               "paint",

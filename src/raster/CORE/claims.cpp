@@ -23,7 +23,7 @@ bool is_fax(int32_t format) {
 // The most pixels that a stored byte stands for. Other standards report the nearest data format, so that only native
 // files are held to theirs.
 int64_t pixels_in_byte(const CFILE* c) {
-    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_SCANNABLE)) return MOST_PIXELS;
+    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_SCANNABLE | FLAG_TILED)) return MOST_PIXELS;
     switch (c->format) {
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_RGB:
@@ -46,7 +46,7 @@ int64_t pixel_bytes(CFILE* c) {
 
 // The lines that `bytes` can be at most.
 int64_t lines_in(const CFILE* c, int64_t bytes) {
-    if (is_fax(c->format)) return bytes * FAX_LINES;
+    if (is_fax(c->format) && !has_flag(c, FLAG_TILED)) return bytes * FAX_LINES;
     int64_t pixels = 0;
     if (__builtin_mul_overflow(bytes, pixels_in_byte(c), &pixels)) return INT32_MAX;
     return pixels / std::max(c->xsize, 1) + 1; // a part of a line is worth reading

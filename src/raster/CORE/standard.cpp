@@ -9,8 +9,30 @@
 #include "raster/CORE/module.h"
 
 // What each format's directory defines, besides functions of its own.
-extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, jfif_module, png_module;
+extern const format_module krv_module;
+extern const format_module krv_text_module;
+extern const format_module tif_module;
+extern const format_module tif_eps_module;
+extern const format_module gif_module;
+extern const format_module bmp_module;
+extern const format_module tga_module;
+extern const format_module pcx_module;
+extern const format_module pnm_module;
+extern const format_module mrg_module;
+extern const format_module jfif_module;
+extern const format_module png_module;
+extern const format_module sun_module;
+extern const format_module xbm_module;
+extern const format_module ico_module;
+extern const format_module sym_module;
+extern const format_module ps_module;
+extern const format_module cals_module;
+extern const format_module hrf_module;
+extern const format_module ir_module;
+extern const format_module nitf_module;
+extern const format_module adrg_module;
+extern const format_module asrp_module;
+extern const format_module usgs_module;
 
 namespace {
 
@@ -107,42 +129,42 @@ constexpr standard_row STANDARDS[] = {
         .name = "MRG",
         .extensions = "mrg",
         .test = is_mrg,
-        .module = nullptr,
+        .module = &mrg_module,
     },
     {
         .id = RZL_STANDARD_PNM,
         .name = "PNM",
         .extensions = "ppm pgm pbm pnm",
         .test = is_pnm,
-        .module = nullptr,
+        .module = &pnm_module,
     },
     {
         .id = RZL_STANDARD_SUN,
         .name = "SUN",
         .extensions = "ras",
         .test = is_sun,
-        .module = nullptr,
+        .module = &sun_module,
     },
     {
         .id = RZL_STANDARD_ADRG,
         .name = "ADRG",
         .extensions = "",
         .test = is_adrg,
-        .module = nullptr,
+        .module = &adrg_module,
     },
     {
         .id = RZL_STANDARD_ASRP,
         .name = "ASRP",
         .extensions = "",
         .test = is_asrp,
-        .module = nullptr,
+        .module = &asrp_module,
     },
     {
         .id = RZL_STANDARD_HRF,
         .name = "HRF",
-        .extensions = "",
+        .extensions = "hrf",
         .test = is_hrf,
-        .module = nullptr,
+        .module = &hrf_module,
     },
     {
         .id = RZL_STANDARD_PCX,
@@ -156,49 +178,49 @@ constexpr standard_row STANDARDS[] = {
         .name = "SYM",
         .extensions = "",
         .test = is_sym,
-        .module = nullptr,
+        .module = &sym_module,
     },
     {
         .id = RZL_STANDARD_ICO,
         .name = "ICO",
         .extensions = "ico",
         .test = is_ico,
-        .module = nullptr,
+        .module = &ico_module,
     },
     {
         .id = RZL_STANDARD_CALS,
         .name = "CALS",
         .extensions = "cal",
         .test = is_cals,
-        .module = nullptr,
+        .module = &cals_module,
     },
     {
         .id = RZL_STANDARD_NITF,
         .name = "NITF",
         .extensions = "ntf",
         .test = is_nitf,
-        .module = nullptr,
+        .module = &nitf_module,
     },
     {
         .id = RZL_STANDARD_XBM,
         .name = "XBM",
         .extensions = "xbm",
-        .test = is_xbm,
-        .module = nullptr,
+        .test = nullptr, // its module reads on for the sizes
+        .module = &xbm_module,
     },
     {
         .id = RZL_STANDARD_USGS,
         .name = "USGS",
         .extensions = "",
         .test = is_usgs,
-        .module = nullptr,
+        .module = &usgs_module,
     },
     {
         .id = RZL_STANDARD_VRLC,
         .name = "IGS",
         .extensions = "",
         .test = is_vrlc,
-        .module = nullptr,
+        .module = &ir_module,
     },
     {
         .id = RZL_STANDARD_TARGA,
@@ -212,14 +234,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "POSTSCRIPT",
         .extensions = "ps",
         .test = nullptr,
-        .module = nullptr,
+        .module = &ps_module,
     },
     {
         .id = RZL_STANDARD_USRP, // found as ASRP, whose module tells the two apart
         .name = "USRP",
         .extensions = "",
         .test = nullptr,
-        .module = nullptr,
+        .module = &asrp_module,
     },
 };
 
@@ -309,6 +331,16 @@ int rzl_standard_takes(int32_t id, int32_t format) {
         if (known == format) return 1;
     }
     return 0;
+}
+
+int rzl_standard_has_table(int32_t id) {
+    return rzl_standard_colors(id) != 0 ? 1 : 0;
+}
+
+int32_t rzl_standard_colors(int32_t id) {
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
+    return (row->module->traits & MODULE_NO_TABLE) == 0 ? row->module->most_colors : 0;
 }
 
 int rzl_standard_support(int32_t id, int* can_create, int* can_read) {

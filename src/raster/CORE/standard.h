@@ -68,7 +68,6 @@ bool is_sym(const file_probe* p);
 bool is_ico(const file_probe* p);
 bool is_cals(const file_probe* p);
 bool is_nitf(const file_probe* p);
-bool is_xbm(const file_probe* p);
 bool is_usgs(const file_probe* p);
 bool is_vrlc(const file_probe* p);
 bool is_targa(const file_probe* p);

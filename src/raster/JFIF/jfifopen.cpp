@@ -136,6 +136,7 @@ const format_module jfif_module = {
     .slots = &SLOTS,
     .spec_size = sizeof(jfif_spec),
     .formats = FORMATS,
+    .traits = MODULE_NO_TABLE,
     .open = jfif_open,
     .initialise = jfif_initialise,
 };
