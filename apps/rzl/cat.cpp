@@ -22,12 +22,19 @@ bool allocate(const raster_source* s, line_buffers* b) {
         plane.block = mem_new_array<uint8_t>(source_plane_bytes(s));
         if (!plane) return false;
     }
-    b->out.block = mem_new_array<uint8_t>(static_cast<size_t>(s->width) * 3 + 1);
+    b->out.block =
+        mem_new_array<uint8_t>(std::max(rzl_interleaved_size(s->file), static_cast<size_t>(s->width) * 3 + 1));
     return static_cast<bool>(b->out);
+}
+
+// Colours that have no plane more come as they are printed.
+bool comes_as_pixels(const raster_source* s) {
+    return s->kind == pixel_kind::color && s->samples == 3;
 }
 
 bool read_line(const raster_source* s, line_buffers* b) {
     auto& p = b->planes;
+    if (comes_as_pixels(s)) return rzl_getline_interleaved(s->file, b->out.get()) == 0;
     switch (s->kind) {
     case pixel_kind::mapped:
     case pixel_kind::color: return rzl_getline3(s->file, p[0].get(), p[1].get(), p[2].get()) == 0;
@@ -61,7 +68,7 @@ size_t make_row(const raster_source* s, line_buffers* b) {
         break;
     default:
         pixel = 3;
-        for (size_t x = 0; x < width; ++x) {
+        for (size_t x = 0; !comes_as_pixels(s) && x < width; ++x) {
             out[x * 3] = plane[x];
             out[x * 3 + 1] = b->planes[1][x];
             out[x * 3 + 2] = b->planes[2][x];

@@ -331,7 +331,7 @@ bool write_header(conversion* c) {
 bool stores_pixels(CFILE* file) {
     if (!has_field(file, RZL_FIELD_SAMPLES, SAMPLES_OF_COLOR)) return false;
     if (has_field(file, RZL_FIELD_STANDARD, RZL_STANDARD_TIFF)) return has_field(file, RZL_FIELD_PLANAR, 1);
-    return has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_RGB);
+    return has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_RGB) || has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_JPEG_RGB);
 }
 
 // Rows that both files store as pixels are not taken apart on the way, unless they are turned round.

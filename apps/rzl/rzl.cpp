@@ -19,7 +19,8 @@ constexpr const char* HELP =
     "a colour table. convert writes a picture into another standard (without --standard the one that the extension of\n"
     "OUT stands for) or data format that can hold it as it is. With --vlt, and where the standard holds no colours\n"
     "otherwise, it gets a colour table: that of IN, or one of 256 colours that is made for it. The alpha of a TIFF\n"
-    "file with red, green, blue and alpha is left out. Images and overviews are numbered from 0.\n"
+    "file with red, green, blue and alpha is left out; a PNG file that is not opaque lies on the background that it\n"
+    "tells of. Of a PNG file --compression is the level, 0 to 9. Images and overviews are numbered from 0.\n"
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
