@@ -184,6 +184,7 @@ void end() {
     selection_reset();
     output_form_end();
     write_remembered();
+    main_form_end();
     forms_end();
     Exit_tools();
 }

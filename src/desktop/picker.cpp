@@ -368,7 +368,10 @@ void set_up(file_picker* p, const char* title, const char* directory, const char
     entered_path entered;
     if (path_enter(directory, p->directory, &entered)) {
         show_directory(p, entered.directory);
-        if (entered.file[0] != '\0' && !entered.misses_directory) enter_path(p, entered.file);
+        // A directory that has vanished chooses nothing.
+        const size_t length = std::strlen(directory);
+        const bool is_directory = length > 0 && (directory[length - 1] == '\\' || directory[length - 1] == '/');
+        if (entered.file[0] != '\0' && !entered.misses_directory && !is_directory) enter_path(p, entered.file);
     } else {
         show_directory(p, p->directory);
     }
