@@ -94,7 +94,10 @@ void read_screen() {
 
 void open_start_files(const start_files* files) {
     if (files->image != nullptr) open_image_command(files->image);
-    if (files->palette != nullptr) open_palette_command(files->palette);
+    if (files->palette != nullptr)
+        open_palette_command(files->palette);
+    else
+        load_usual_palette();
 }
 
 // What the last run left: where files were chosen, what was opened, how bright the picture is shown.
