@@ -344,8 +344,9 @@ TEST_F(Hrf, RunsOfLinesAndTiles) {
     ASSERT_NE(c, nullptr);
     uint16_t runs[40] = {};
     int32_t size = 4, uniform = 0;
-    EXPECT_TRUE(rzl_get_rle_line(c, runs, &size) == 1 && status_of(c) == RZL_RLE_BUFFER_SMALL && size == 6);
-    EXPECT_TRUE(rzl_get_rle_line(c, runs, &size) == 0 && runs[0] == 5 && runs[1] == 45 && runs[2] == 0);
+    EXPECT_TRUE(rzl_get_rle_line(c, runs, &size) == 1 && status_of(c) == RZL_RLE_BUFFER_SMALL && size >= 6);
+    EXPECT_TRUE(rzl_get_rle_line(c, runs, &(size = sizeof runs)) == 0 && size == 6 && runs[0] == 5 && runs[1] == 45 &&
+                runs[2] == 0);
     size = sizeof runs;
     EXPECT_TRUE(rzl_seek(c, 0) == 0 && rzl_get_rle_tile(c, runs, &size, &uniform) == 0 && size == 8);
     EXPECT_TRUE(runs[0] == 5 && runs[1] == 27 && runs[2] == 0 && runs[3] == 32 && c->line == 1);

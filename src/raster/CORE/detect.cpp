@@ -1,5 +1,6 @@
 // How the format of an existing file is found: the tests on a file's first bytes and on its name, and the walk through
 // the rows of standard.cpp that name them.
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 
@@ -136,12 +137,9 @@ bool is_sym(const file_probe* p) {
     return begins(p, "FONT");
 }
 
+// What its first image is like is for the module, which looks whether there is one.
 bool is_ico(const file_probe* p) {
-    auto is_side = [](uint8_t v) { return v == 16 || v == 32 || v == 64; };
-    static constexpr uint8_t zeros[5] = {};
-    bool colors = p->b[8] == 2 || p->b[8] == 8 || p->b[8] == 16;
-    return p->size >= 14 && load_u32be(p->b) == 0x00000100u && is_side(p->b[6]) && is_side(p->b[7]) && colors &&
-           std::memcmp(p->b + 9, zeros, sizeof zeros) == 0;
+    return p->size >= 22 && load_u32be(p->b) == 0x00000100u && p->b[9] == 0;
 }
 
 bool is_cals(const file_probe* p) {
@@ -173,13 +171,28 @@ bool field_holds(const uint8_t* record, const record_field& field) {
     return text_integer(text, field.width, &value) && value >= field.lowest && value <= field.highest;
 }
 
+constexpr size_t USGS_RECORD_SIZE = 400;
+
+// Whether the four records, as far apart as lines are long, are text.
+bool records_are_text(const file_probe* p) {
+    int64_t width = 0;
+    (void)text_integer(reinterpret_cast<const char*>(p->b) + 150, 6, &width);
+    uint8_t record[USGS_RECORD_SIZE];
+    auto is_text = [](uint8_t b) { return b >= ' ' && b <= '~'; };
+    for (int64_t i = 0; i < 4; ++i) {
+        bool text =
+            read_at(p->c, i * width, record, sizeof record) && std::all_of(record, record + sizeof record, is_text);
+        if (!text) return false;
+    }
+    return true;
+}
+
 } // namespace
 
 // Four text records without a magic number: the fields have to make sense.
 bool is_usgs(const file_probe* p) {
-    constexpr size_t RECORD_SIZE = 400;
     constexpr double FULL_CIRCLE = 6.283185307179586;
-    if (p->size < RECORD_SIZE) return false;
+    if (p->size < USGS_RECORD_SIZE) return false;
     auto is_one_of = [](uint8_t v, const char* set) { return v != 0 && std::strchr(set, v) != nullptr; };
     if (!is_one_of(p->b[38], "NnSs ") || !is_one_of(p->b[39], "EeWw ")) return false;
     for (const record_field& field : USGS_FIELDS) {
@@ -187,7 +200,7 @@ bool is_usgs(const file_probe* p) {
     }
     double angle = 0;
     (void)text_number(reinterpret_cast<const char*>(p->b) + 171, 24, &angle);
-    return angle > 0 && angle < FULL_CIRCLE;
+    return angle > 0 && angle < FULL_CIRCLE && records_are_text(p);
 }
 
 // The mark at the start of the directory that ends the file.
@@ -196,7 +209,7 @@ bool is_vrlc(const file_probe* p) {
     static constexpr uint8_t mark[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0x1A, 0x1A, 'U', 'd', 's', 0x82, 'C', 'J'};
     uint8_t found[sizeof mark];
     int64_t size = io_size(p->c);
-    return size >= DIRECTORY_SIZE && read_at(p->c, size - DIRECTORY_SIZE, found, sizeof found) &&
+    return size > DIRECTORY_SIZE && read_at(p->c, size - DIRECTORY_SIZE, found, sizeof found) &&
            std::memcmp(found, mark, sizeof mark) == 0;
 }
 

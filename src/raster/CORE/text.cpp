@@ -2,6 +2,7 @@
 #include "raster/CORE/text.h"
 
 #include <charconv>
+#include <cmath>
 
 #include "support/checked.h"
 
@@ -54,6 +55,13 @@ bool text_digits(const char* text, size_t width, uint64_t* value) {
     good = good && take_digits(text, text + width, &number);
     *value = static_cast<uint64_t>(number);
     return good;
+}
+
+double degrees_of_dms(double number) {
+    double degrees = std::trunc(number / 10000);
+    double rest = number - degrees * 10000;
+    double minutes = std::trunc(rest / 100);
+    return degrees + minutes / 60 + (rest - minutes * 100) / 3600;
 }
 
 size_t text_word(const char** text) {

@@ -24,6 +24,9 @@ bool text_number(const char* text, size_t size, double* value);
 // A number of exactly `width` digits. False when a character is none, or 63 bits do not hold it.
 bool text_digits(const char* text, size_t width, uint64_t* value);
 
+// Degrees of an angle that is written as DDDMMSS.ss.
+double degrees_of_dms(double number);
+
 // The next word of a text that ends in a zero byte: *text moves to its first character, past leading blanks; the result
 // is its length, 0 at the end.
 size_t text_word(const char** text);

@@ -5,6 +5,7 @@
 #include "raster/CCITT/ccitt.h"
 #include "raster/CORE/lines.h"
 #include "raster/HRF/hrf.h"
+#include "raster/PNM/pnmmisc.h"
 #include "raster/TIFF/tiff.h"
 #include "support/checked.h"
 #include "support/memory.h"
@@ -140,7 +141,9 @@ void shift_bits(const uint8_t* words, uint32_t drop, uint32_t pixels, uint8_t* o
 struct whole_tiles {
     CFILE* c;
     int32_t xsize, ysize, line;
-    explicit whole_tiles(CFILE* handle) : c(handle), xsize(handle->xsize), ysize(handle->ysize), line(handle->line) {
+    bool tiled;
+    explicit whole_tiles(CFILE* handle)
+        : c(handle), xsize(handle->xsize), ysize(handle->ysize), line(handle->line), tiled(has_flag(c, FLAG_TILED)) {
         const hrf_spec* spec = hrf_spec_of(c);
         c->xsize += spec->offset_x;
         c->ysize += spec->offset_y;
@@ -151,7 +154,7 @@ struct whole_tiles {
         c->xsize = xsize;
         c->ysize = ysize;
         c->line = line;
-        set_flag(c, FLAG_TILED, false);
+        set_flag(c, FLAG_TILED, tiled);
     }
     whole_tiles(const whole_tiles&) = delete;
     whole_tiles& operator=(const whole_tiles&) = delete;
@@ -201,23 +204,8 @@ int hrf_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t*) {
 }
 
 int hrf_get_rle_line(CFILE* c, int channels, read_planes buffers) {
-    rzl_getline_check(c);
-    if (c->status != 0) return 0;
-    if (has_flag(c, FLAG_SQUETCH)) return fails(c, RZL_UNSUP_KRVN, SOURCE, "No squetch for RLE lines");
     if (hrf_spec_of(c)->depth != 1) return fails(c, RZL_UNSUP_KRVN, SOURCE, "HRF");
-    auto width = static_cast<uint32_t>(c->xsize);
-    mem_guard<uint8_t> words(mem_new_array<uint8_t>(line_bytes(c, c->xsize)));
-    mem_guard<uint16_t> scratch(mem_new_array<uint16_t>(cit_max_runs(width) + 1));
-    if (!words || !scratch) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    uint8_t* plane = words.get();
-    if (rzl_getline_generic(c, 1, &plane) <= 0) return 0;
-    size_t used = 0;
-    auto* out = reinterpret_cast<uint16_t*>(channels > 0 ? buffers[0] : nullptr);
-    if (add_runs(width, plane, scratch.get(), run_room(c, channels, buffers), out, &used))
-        return end_runs(c, used, true);
-    --c->line;
-    (void)end_runs(c, used, false);
-    return fails(c, RZL_RLE_BUFFER_SMALL, SOURCE, nullptr);
+    return rzl_get_line_as_runs(c, channels, buffers, RZL_UNSUP_KRVN, SOURCE);
 }
 
 int hrf_get_line_offset(CFILE* c, int channels, read_planes buffers) {

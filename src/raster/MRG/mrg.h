@@ -46,9 +46,6 @@ inline mrg_spec* mrg_spec_of(const CFILE* c) {
 
 extern const mrg_form MRG_FORMS[2];
 
-// Degrees of a number written as DDMMSS.ss.
-double mrg_dms(double number);
-
 int mrg_get_hdr_data(CFILE* c, int32_t field, void* value);
 int mrg_get_vlt(CFILE* c, rzl_vlt_entry* entries);
 

@@ -1,7 +1,7 @@
 // MRG map files: where the header's text has what, and the header fields made of it.
 #include <algorithm>
-#include <cmath>
 #include <cstring>
+#include <iterator>
 
 #include "raster/MRG/mrg.h"
 
@@ -42,6 +42,20 @@ const mrg_form MRG_FORMS[2] = {
 
 namespace {
 
+constexpr char SOURCE[] = "MRG/mrginfo";
+
+// Fields whose answer is the handle's. Others are none of the format's.
+constexpr int32_t KNOWN[] = {
+    RZL_FIELD_VLT_TYPE,    RZL_FIELD_PACKET_WORDS,   RZL_FIELD_RESOLUTION, RZL_FIELD_ORIENTATION,
+    RZL_FIELD_APPLICATION, RZL_FIELD_SCANNABLE,      RZL_FIELD_VERSION,    RZL_FIELD_ASPECT_RATIO,
+    RZL_FIELD_TILE_WIDTH,  RZL_FIELD_TILES_ACROSS,   RZL_FIELD_TILES_DOWN, RZL_FIELD_TILE_HEIGHT,
+    RZL_FIELD_OVERVIEWS,   RZL_FIELD_OVERVIEW_VALUE, RZL_FIELD_VLT_ROOM,   RZL_FIELD_PACKET_ROOM,
+    RZL_FIELD_COMPRESSION, RZL_FIELD_PLANAR,
+};
+bool is_known(int32_t field) {
+    return std::find(std::begin(KNOWN), std::end(KNOWN), field) != std::end(KNOWN);
+}
+
 constexpr double RADIANS_A_DEGREE = 0.017453292519943295;
 constexpr double SCALE_UNIT = 0.0001;
 
@@ -68,7 +82,7 @@ double signed_dms(const mrg_spec* spec, mrg_place place) {
     double number = number_at(spec, place);
     if (spec->form->hundredths) number *= 0.01;
     bool negative = std::any_of(text, text + place.width, [](char c) { return c == 'W' || c == 'S'; });
-    return mrg_dms(negative ? -number : number);
+    return degrees_of_dms(negative ? -number : number);
 }
 
 // A text of the header without the blanks behind it.
@@ -113,7 +127,7 @@ void give_matrix(const mrg_spec* spec, void* value) {
         mrg_place place = spec->form->matrix[i];
         if (place.width == 0) continue;
         size_t entry = first_form ? 12 + i : 3 + 4 * i;
-        m[entry] = mrg_dms(number_at(spec, place)) * RADIANS_A_DEGREE;
+        m[entry] = degrees_of_dms(number_at(spec, place)) * RADIANS_A_DEGREE;
     }
     std::memcpy(value, m, sizeof m);
 }
@@ -130,13 +144,6 @@ void give_map(const mrg_spec* spec, void* value) {
 
 } // namespace
 
-double mrg_dms(double number) {
-    double degrees = std::trunc(number / 10000);
-    double rest = number - degrees * 10000;
-    double minutes = std::trunc(rest / 100);
-    return degrees + minutes / 60 + (rest - minutes * 100) / 3600;
-}
-
 int mrg_get_hdr_data(CFILE* c, int32_t field, void* value) {
     const mrg_spec* spec = mrg_spec_of(c);
     switch (field) {
@@ -144,7 +151,8 @@ int mrg_get_hdr_data(CFILE* c, int32_t field, void* value) {
     case RZL_FIELD_VLT_ENTRIES: give_int(value, spec->color_count > 0 ? spec->color_count + 1 : 0); break;
     case RZL_FIELD_MRG: *static_cast<rzl_mrg_info*>(value) = info_of(spec); break;
     case RZL_FIELD_MAP: give_map(spec, value); break;
-    default: break;
+    default:
+        if (!is_known(field)) fail(c, RZL_BAD_FIELD_ID, SOURCE, "Get hdr data");
     }
     return 0;
 }
