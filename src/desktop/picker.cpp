@@ -11,6 +11,7 @@
 #include "desktop/appforms.h"
 #include "desktop/formtexts.h"
 #include "desktop/modal.h"
+#include "desktop/placeform.h"
 #include "desktop/program.h"
 #include "support/log.h"
 #include "support/memory.h"
@@ -394,7 +395,7 @@ int file_picker_open(const char* title, const char* directory, int flags, const 
     p->flags = flags;
     p->on_done = on_done;
     p->user = user;
-    form_center(p->form);
+    place_form(p->form, PLACE_CENTERED);
     set_up(p, title, directory, filters, filter_count);
     p->next = pickers;
     pickers = p;

@@ -8,7 +8,7 @@ namespace {
 
 class Monkey : public FormsSession {
 protected:
-    static constexpr int STEPS = 4000;
+    static constexpr int STEPS = 400;
 
     // One thing that a user may do. Exit and the picker's way to other directories than the test's own are left out.
     void act() {
