@@ -81,7 +81,7 @@ int command_info(word_list* words) {
     raster_source source;
     if (!source_open(&request, &source)) return EXIT_FAILED;
     json facts = facts_of(&source);
-    add_standard_facts(&source, request.image, &facts);
+    add_standard_facts(&source, request.path, request.image, &facts);
     if (as_json) {
         out_text(facts.dump().c_str());
         out_text("\n");

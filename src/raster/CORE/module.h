@@ -39,7 +39,8 @@ constexpr uint32_t MODULE_TILES = 1; // fields 100 and 104 make tiles; without i
 constexpr uint32_t MODULE_RESIZES = 2; // fields 1 to 3 reach the module once the header exists; without it they are
                                        // passed over with success
 constexpr uint32_t MODULE_COLORS = 4;  // Get_line gives three planes of a bilevel image as bytes by itself
-constexpr uint32_t MODULE_COUNTS = 8; // fields 101, 102 and 700 can be set: they reach the module
+constexpr uint32_t MODULE_FIELDS = 16; // all fields that are set reach the module, whether the header exists or not
+constexpr uint32_t MODULE_COUNTS = 8;  // fields 101, 102 and 700 can be set: they reach the module
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"
@@ -85,6 +86,10 @@ bool keep_name(CFILE* c, const char* name);
 
 // Opens `name` in the place of the handle's file, which must be closed, in the handle's mode. False with the status.
 bool reopen_cfile_file(CFILE* c, const char* name);
+
+// Opens a member of a catalog, or creates one for writing, in the mode of a public call. The handle's `catalog` is the
+// catalog's, which outlives it. An existing catalog is not created anew as a member. Null with the library-wide status.
+CFILE* open_member(const CFILE* catalog, const char* name, uint32_t mode);
 
 // Ends the view if there is one and closes the file; the standard input is only flushed. 0 on success, -1 when
 // something that was written is lost. `file` is null afterwards.

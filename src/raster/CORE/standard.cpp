@@ -10,7 +10,7 @@
 
 // What each format's directory defines, besides functions of its own.
 extern const format_module krv_module, krv_text_module, tif_module, tif_eps_module, gif_module, bmp_module, tga_module,
-    pcx_module, cals_module, ir_module, nitf_module;
+    pcx_module, cals_module, ir_module, nitf_module, sut_module;
 
 namespace {
 
@@ -74,7 +74,7 @@ constexpr standard_row STANDARDS[] = {
         .name = nullptr,
         .extensions = "",
         .test = is_catalog,
-        .module = nullptr,
+        .module = &sut_module,
     },
     {
         .id = DETECTED_COMPANION,
