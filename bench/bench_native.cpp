@@ -1,5 +1,5 @@
-// Lines of native files through the public calls: put and get of the formats that pictures are kept in, against copying
-// the same bytes.
+// Lines of native files through the public calls: put and get of the formats that pictures are kept in, as lines and in
+// tiles, against copying the same bytes.
 //
 // The program also serves bench/peers/native.sh, which compares whole programs:
 //   bench_native make KIND FILE.rgb FILE.ppm   a picture of 4000 x 3000, KIND photo or rendered, in both formats
@@ -74,12 +74,13 @@ const picture& picture_of(bool photo) {
     std::exit(1);
 }
 
-CFILE* create(const char* name, int32_t format, int32_t width, int32_t height) {
+CFILE* create(const char* name, int32_t format, int32_t width, int32_t height, int32_t tile = 0) {
     CFILE* c = rzl_open_w(name);
     if (c == nullptr) stop("a file can't be made");
     int32_t standard = RZL_STANDARD_KRVN;
     bool set = rzl_set_hdr_data(c, RZL_FIELD_STANDARD, &standard) == 0 &&
                rzl_set_hdr_data(c, RZL_FIELD_FORMAT, &format) == 0 &&
+               rzl_set_hdr_data(c, RZL_FIELD_TILE_WIDTH, &tile) == 0 &&
                rzl_set_hdr_data(c, RZL_FIELD_XSIZE, &width) == 0 && rzl_set_hdr_data(c, RZL_FIELD_YSIZE, &height) == 0;
     if (!set) stop("a header field can't be set");
     return c;
@@ -89,8 +90,8 @@ bool has_planes(int64_t format) {
     return format == RZL_FORMAT_PLANE_RUNS || format == RZL_FORMAT_RGB;
 }
 
-void write_picture(const char* name, int32_t format, const picture& p) {
-    CFILE* c = create(name, format, WIDTH, HEIGHT);
+void write_picture(const char* name, int64_t format, const picture& p, int64_t tile = 0) {
+    CFILE* c = create(name, static_cast<int32_t>(format), WIDTH, HEIGHT, static_cast<int32_t>(tile));
     bool planes = has_planes(format);
     for (int32_t y = 0; y < HEIGHT; ++y) {
         int result = planes ? rzl_putline3(c, p.line(0, y), p.line(1, y), p.line(2, y)) : rzl_putline(c, p.line(0, y));
@@ -127,14 +128,14 @@ void put_lines(benchmark::State& state) {
     const picture& p = picture_of(state.range(1) != 0);
     std::string name = temporary_name();
     while (state.KeepRunning())
-        write_picture(name.c_str(), static_cast<int32_t>(state.range(0)), p);
+        write_picture(name.c_str(), state.range(0), p, state.range(2));
     set_rate(state);
     std::remove(name.c_str());
 }
 
 void get_lines(benchmark::State& state) {
     std::string name = temporary_name();
-    write_picture(name.c_str(), static_cast<int32_t>(state.range(0)), picture_of(state.range(1) != 0));
+    write_picture(name.c_str(), state.range(0), picture_of(state.range(1) != 0), state.range(2));
     bytes line[3] = {bytes(LINE), bytes(LINE), bytes(LINE)};
     while (state.KeepRunning()) {
         read_picture(name.c_str(), line);
@@ -171,10 +172,11 @@ void floor_file(benchmark::State& state) {
 }
 
 void all_formats(benchmark::internal::Benchmark* b) {
-    b->ArgNames({"format", "photo"})->Unit(benchmark::kMillisecond);
+    b->ArgNames({"format", "photo", "tile"})->Unit(benchmark::kMillisecond);
     for (int64_t format : {RZL_FORMAT_PLANE_RUNS, RZL_FORMAT_RGB, RZL_FORMAT_BYTE_RUNS, RZL_FORMAT_BYTE})
         for (int64_t photo : {0, 1})
-            b->Args({format, photo});
+            for (int64_t tile : {0, 256})
+                b->Args({format, photo, tile});
 }
 
 BENCHMARK(put_lines)->Apply(all_formats);

@@ -10,6 +10,8 @@ if(NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
 endif()
 
+option(TINCT_JPEG "Read and write JFIF files, through libjpeg" ON)
+option(TINCT_PNG "Read and write PNG files, through libpng" ON)
 option(TINCT_BENCH "Build the benchmarks" OFF)
 option(TINCT_FUZZ "Build the fuzz targets with libFuzzer (clang)" OFF)
 set(TINCT_SANITIZE "" CACHE STRING "Sanitizers, as given to -fsanitize=")

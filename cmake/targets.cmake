@@ -6,10 +6,11 @@ function(tinct_library name)
     target_link_libraries(${name} PUBLIC tinct_options ${arg_LIBS})
 endfunction()
 
-# tinct_program(NAME [COMMANDS LIBRARY] LIBS ...): a program, from all the sources of its directory. With COMMANDS all but
-# main.cpp are a library of that name, so that tests and fuzz targets can run the program's commands without a process.
+# tinct_program(NAME [DEVELOPER] [COMMANDS LIBRARY] LIBS ...): a program, from all the sources of its directory. With
+# COMMANDS all but main.cpp are a library of that name, so that tests and fuzz targets can run the program's commands
+# without a process. A DEVELOPER program isn't installed.
 function(tinct_program name)
-    cmake_parse_arguments(arg "" "COMMANDS" "LIBS" ${ARGN})
+    cmake_parse_arguments(arg "DEVELOPER" "COMMANDS" "LIBS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS *.cpp)
     if(arg_COMMANDS)
         set(main ${CMAKE_CURRENT_SOURCE_DIR}/main.cpp)
@@ -22,7 +23,9 @@ function(tinct_program name)
     add_executable(${name} ${sources})
     target_link_libraries(${name} PRIVATE tinct_options ${arg_LIBS})
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
-    install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    if(NOT arg_DEVELOPER)
+        install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    endif()
 endfunction()
 
 # tinct_test(NAME LIBS ...): the test program of a subsystem, linked with what it needs and nothing above it. What

@@ -7,7 +7,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     scratch_silence();
     std::string path = scratch_file(data, size, ".tnp");
-    color_palette colors = {nullptr, 0};
+    color_palette colors = {};
     pattern_palette patterns = {nullptr, 0};
     if (load_palette_file(&colors, &patterns, path.c_str()) != 0) {
         int count = colors.count;

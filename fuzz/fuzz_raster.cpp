@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "raster/rzl.h"
@@ -41,7 +44,7 @@ void read_fields(CFILE* c) {
     // Room for the largest value, and for a tile directory of a size that is worth reading.
     std::vector<uint8_t> value(1 << 16);
     int64_t tiles = int64_t{field(c, 101)} * field(c, 102);
-    for (int32_t id = 0; id < 740; ++id) {
+    for (int32_t id = 0; id < 1002; ++id) {
         if (id == 103 && (tiles < 0 || tiles * 4 > static_cast<int64_t>(value.size()))) continue;
         if (rzl_get_hdr_data(c, id, value.data()) == 0) use(value.data(), 4);
     }
@@ -181,6 +184,34 @@ void through_disk(const uint8_t* data, size_t size) {
     std::remove(name);
 }
 
+// Formats that keep a picture in several files: an input of names and sizes in a line of text, as "FILES AH.MRG 459
+// AR.MRG 2048", and the files' bytes behind it. The first one is opened.
+void through_files(const uint8_t* data, size_t size) {
+    constexpr size_t MOST_FILES = 4;
+    const std::string text(data, data + std::min<size_t>(size, 200));
+    const size_t end = text.find('\n');
+    if (text.compare(0, 6, "FILES ") != 0 || end == std::string::npos) return;
+    std::istringstream words(text.substr(6, end - 6));
+    std::vector<std::string> paths;
+    size_t at = end + 1;
+    std::string name;
+    size_t bytes = 0;
+    while (paths.size() < MOST_FILES && words >> name >> bytes) {
+        auto is_plain = [](char c) {
+            return c == '.' || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'z' && c != '\\');
+        };
+        if (name.size() > 20 || name[0] == '.' || !std::all_of(name.begin(), name.end(), is_plain)) break;
+        bytes = std::min(bytes, size - at);
+        paths.push_back("/tmp/fuzz_raster_" + std::to_string(getpid()) + "_" + name);
+        std::ofstream(paths.back(), std::ios::binary)
+            .write(reinterpret_cast<const char*>(data) + at, static_cast<std::streamsize>(bytes));
+        at += bytes;
+    }
+    if (!paths.empty()) read_file(paths[0].c_str());
+    for (const std::string& path : paths)
+        std::remove(path.c_str());
+}
+
 void through_memory(const uint8_t* data, size_t size) {
     std::vector<uint8_t> block(data, data + size);
     rzl_memfile record = {block.data(), static_cast<int32_t>(size), 0, 0, 0, 0};
@@ -194,6 +225,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 1 << 20) return 0;
     rzl_set_extended(1);
     through_disk(data, size);
+    through_files(data, size);
     for (int on : {0, 1}) {
         rzl_set_extended(on);
         through_memory(data, size);

@@ -18,7 +18,8 @@ need_packages() {
 }
 
 need_build() {
-    need_packages "to build" g++ cmake ninja-build nlohmann-json3-dev pkg-config libpixman-1-dev libsdl2-dev
+    need_packages "to build" g++ cmake ninja-build nlohmann-json3-dev pkg-config libpixman-1-dev libsdl2-dev libjpeg-dev libpng-dev \
+        zlib1g-dev
 }
 
 # To make the fonts of data/fonts again; the product is built without it.

@@ -101,10 +101,12 @@ pixel_kind kind_of_format(int64_t format) {
     case RZL_FORMAT_GROUP4: return pixel_kind::bilevel;
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_BYTE_PAIRS:
-    case RZL_FORMAT_BYTE_RUNS: return pixel_kind::grey;
+    case RZL_FORMAT_BYTE_RUNS:
+    case RZL_FORMAT_JPEG_GREY: return pixel_kind::grey;
     case RZL_FORMAT_COLOR_RUNS:
     case RZL_FORMAT_PLANE_RUNS:
-    case RZL_FORMAT_RGB: return pixel_kind::color;
+    case RZL_FORMAT_RGB:
+    case RZL_FORMAT_JPEG_RGB: return pixel_kind::color;
     case RZL_FORMAT_FOUR:
     case RZL_FORMAT_FOUR_PLANE_RUNS: return pixel_kind::four;
     default: return pixel_kind::deep;
@@ -146,7 +148,19 @@ int64_t default_format(const raster_source* source, const convert_request* reque
     bool bilevel = source->kind == pixel_kind::bilevel;
     if (bilevel && request->standard == RZL_STANDARD_CALS) return RZL_FORMAT_GROUP4;
     bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
+    bool spread = source->kind == pixel_kind::mapped && rzl_standard_has_table(request->standard) == 0;
+    if (spread && !request->keep_vlt) return nearest_format(pixel_kind::color, request->standard);
     return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
+}
+
+// Whether one plane of the target can hold the source's values, which are indices when there is a table, or shades.
+bool table_fits(const raster_source* source, const convert_request* request) {
+    constexpr int32_t BYTE_VALUES = 256;
+    int32_t colors = rzl_standard_colors(request->standard);
+    bool is_table = source->kind == pixel_kind::mapped || request->keep_vlt;
+    if (colors == 0) return !is_table;
+    if (colors >= BYTE_VALUES || source->kind == pixel_kind::bilevel) return true;
+    return source->kind == pixel_kind::mapped && source->vlt_entries <= colors;
 }
 
 int check_target(const raster_source* source, convert_request* request) {
@@ -166,8 +180,16 @@ int check_target(const raster_source* source, convert_request* request) {
         return program_fail("A %s file does not have data format %d.", rzl_standard_name(request->standard),
                             static_cast<int>(request->format));
     }
+    bool indices = source->kind == pixel_kind::mapped && target == pixel_kind::grey;
+    if ((request->keep_vlt || indices) && rzl_standard_has_table(request->standard) == 0) {
+        return program_fail("A %s file holds no colour table.", rzl_standard_name(request->standard));
+    }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
+    }
+    if (target == pixel_kind::grey && !table_fits(source, request)) {
+        return program_fail("A %s file holds a colour table of %d entries at most.",
+                            rzl_standard_name(request->standard), rzl_standard_colors(request->standard));
     }
     if (!reduces(source, request) && !can_hold(target, source->kind)) {
         return program_fail("Data format %d can not hold the pixels of \"%s\" as they are.",
@@ -209,8 +231,15 @@ int32_t table_entries(const raster_source* source) {
     return first == 0 ? source->vlt_entries : std::min(first + source->vlt_entries, BYTE_VALUES);
 }
 
+// Programs differ in which bit of a Sun file is black, unless its map tells.
+bool needs_two_colors(const conversion* c) {
+    return c->request->standard == RZL_STANDARD_SUN && c->request->format == RZL_FORMAT_BILEVEL;
+}
+
 bool copy_vlt(conversion* c) {
+    static constexpr rzl_vlt_entry BLACK_AND_WHITE[] = {{0, 0, 0, 0}, {1, 0xFFFF, 0xFFFF, 0xFFFF}};
     if (c->reduced != nullptr) return put_vlt(c, c->reduced->vlt_count, c->reduced->vlt);
+    if (needs_two_colors(c)) return put_vlt(c, 2, BLACK_AND_WHITE);
     bool keeps = c->source->kind == pixel_kind::mapped && c->target == pixel_kind::grey;
     if (!keeps) return true;
     if (c->source->vlt_entries > VLT_ENTRIES_MAX) return false;
@@ -248,6 +277,21 @@ void settle_orientation(conversion* c) {
     c->mirrored = ((kept ^ c->source->orientation) & FROM_RIGHT) != 0;
 }
 
+// The text of a bitmap names what it defines after the file.
+void set_bitmap_name(conversion* c) {
+    constexpr size_t NAME_SIZE = 32;
+    char name[NAME_SIZE] = {};
+    const char* path = c->request->out;
+    const char* slash = std::strpbrk(path, "/\\");
+    for (; slash != nullptr; slash = std::strpbrk(path, "/\\"))
+        path = slash + 1;
+    size_t length = strnlen(path, NAME_SIZE - 1);
+    const char* dot = raster_extension(path);
+    if (*dot != '\0' && dot - 1 > path) length = std::min(length, static_cast<size_t>(dot - 1 - path));
+    std::memcpy(name, path, length);
+    rzl_set_hdr_data(c->out, RZL_FIELD_XBM_NAME, name);
+}
+
 bool write_header(conversion* c) {
     const convert_request* r = c->request;
     bool good = set_field(c->out, RZL_FIELD_STANDARD, r->standard) && set_field(c->out, RZL_FIELD_FORMAT, r->format);
@@ -257,6 +301,7 @@ bool write_header(conversion* c) {
            set_field(c->out, RZL_FIELD_YSIZE, c->source->height);
     if (!good) return false;
     settle_orientation(c);
+    if (r->standard == RZL_STANDARD_XBM) set_bitmap_name(c);
     set_field(c->out, RZL_FIELD_RESOLUTION, source_field(c->source, RZL_FIELD_RESOLUTION, 0));
     return copy_vlt(c) && rzl_write_header(c->out) == 0;
 }

@@ -12,6 +12,20 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
+// What a map or document tells of itself, as far as the file does.
+void add_map(const raster_source* s, json* facts) {
+    rzl_map_info map = {};
+    if (rzl_get_hdr_data(s->file, RZL_FIELD_MAP, &map) != 0) return;
+    const struct {
+        const char *key, *text;
+    } texts[] = {{"title", map.title}, {"date", map.date}, {"security", map.security}};
+    for (const auto& t : texts)
+        if (t.text[0] != '\0') (*facts)[t.key] = t.text;
+    if (map.scale != 0) (*facts)["scale"] = map.scale;
+    for (int32_t i = 0; i < map.corner_count && i < 4; ++i)
+        (*facts)["corners"].push_back(map.corners[i]);
+}
+
 json facts_of(const raster_source* s) {
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, 0);
     const char* name = rzl_standard_name(standard);
@@ -38,13 +52,15 @@ json facts_of(const raster_source* s) {
     if (version != 0) facts["version"] = version;
     // What a set bit of a bilevel line means: 0 black, 1 white.
     if (standard == RZL_STANDARD_TIFF) facts["photometric"] = source_field(s, RZL_FIELD_PHOTOMETRIC, 1);
+    add_map(s, &facts);
     return facts;
 }
 
 void print_facts(const char* path, const json& facts) {
     out_format("%s\n", path);
     for (const auto& [key, value] : facts.items()) {
-        std::string text = value.is_string() ? value.get<std::string>() : value.dump();
+        std::string text =
+            value.is_string() ? value.get<std::string>() : value.dump(-1, ' ', false, json::error_handler_t::replace);
         out_format("  %-14s %s\n", key.c_str(), text.c_str());
     }
 }
@@ -83,7 +99,7 @@ int command_info(word_list* words) {
     json facts = facts_of(&source);
     add_standard_facts(&source, request.path, request.image, &facts);
     if (as_json) {
-        out_text(facts.dump().c_str());
+        out_text(facts.dump(-1, ' ', false, json::error_handler_t::replace).c_str());
         out_text("\n");
     } else {
         print_facts(request.path, facts);

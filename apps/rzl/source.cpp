@@ -21,13 +21,15 @@ bool has_table(const raster_source* s) {
     return s->vlt_type == RZL_VLT_ENTRIES && s->vlt_entries > 0 && s->vlt_entries <= MOST_VLT_ENTRIES;
 }
 
-// Files of these standards always have a table, which for most says no more than what bits mean without one.
+// Files of these standards have a table, which for most says no more than what bits mean without one.
 bool is_black_and_white(const raster_source* s) {
     constexpr int WHITE = 255;
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);
     rzl_vlt_entry table[256] = {};
-    bool looks = (standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX) && s->bits == 1 &&
-                 s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
+    bool usual = standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX || standard == RZL_STANDARD_SUN ||
+                 standard == RZL_STANDARD_ICO || standard == RZL_STANDARD_PNG;
+    bool looks =
+        usual && s->bits == 1 && s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
     auto is = [](const rzl_vlt_entry& e, int value) {
         return e.red >> 8 == value && e.green >> 8 == value && e.blue >> 8 == value;
     };

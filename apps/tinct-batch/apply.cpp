@@ -2,21 +2,26 @@
 //
 // Everything that can be judged is judged before the pair is opened; the output is written under another name beside
 // its place and put there when it is whole.
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "commands.h"
 #include "core/open_image.h"
+#include "done.h"
+#include "frames.h"
 #include "pair.h"
 #include "platform/interrupt.h"
 #include "request.h"
 #include "support/log.h"
-#include "support/memory.h"
 #include "surface/palette.h"
 #include "surface/paths.h"
+#include "surface/recipe.h"
 
 namespace {
+
+constexpr int PASSED_OVER = INT_MIN; // the pen of a set that counts for nothing
 
 struct palettes {
     char path[FILES_PATH_SIZE]; // of the palette in use; empty for none
@@ -27,8 +32,8 @@ struct palettes {
 // ---- palette -------------------------------------------------------------------------------------------------------
 
 bool uses_names(const apply_request* request) {
-    for (int i = 0; i < request->set_count; ++i) {
-        if (request->sets[i].kind == surface_kind::name) return true;
+    for (int i = 0; i < request->sets.count; ++i) {
+        if (request->sets.sets[i].kind == surface_kind::name) return true;
     }
     return false;
 }
@@ -52,30 +57,41 @@ void free_palettes(palettes* p) {
     pattern_palette_clear(&p->patterns);
 }
 
+// ---- sets that count for nothing -----------------------------------------------------------------------------------
+
+// What is wrong with a set of the command line ends the work. A recipe's is told with its line, and the set is passed
+// over: a scene's recipe is to serve each of its frames.
+int pass_over(surface_set* set, const char* why) {
+    if (set->from == nullptr) return program_fail("%s", why);
+    recipe_tell(LOG_INFO, set, why);
+    surface_set_free(set);
+    set->pen = PASSED_OVER;
+    return EXIT_DONE;
+}
+
+// Calls check(set, why) for each set that counts, which writes what is wrong with it. Those of recipes are counted.
+template <typename F> int each_set(apply_request* request, int* wrong, F check) {
+    char why[SET_REASON_SIZE];
+    int status = EXIT_DONE;
+    for (int i = 0; status == EXIT_DONE && i < request->sets.count; ++i) {
+        surface_set* set = &request->sets.sets[i];
+        if (set->pen == PASSED_OVER || check(set, why)) continue;
+        status = pass_over(set, why);
+        ++*wrong;
+    }
+    return status;
+}
+
 // Replaces names by the colours and patterns that they stand for.
 int look_up_names(apply_request* request, const palettes* p) {
-    for (int i = 0; i < request->set_count; ++i) {
-        set_request* set = &request->sets[i];
-        if (set->kind != surface_kind::name) continue;
-        int index = palette_find(&p->colors, set->text);
-        const char* file = nullptr;
-        const named_color* c = index >= 0 && p->colors.entries != nullptr ? p->colors.entries[index] : nullptr;
-        if (c != nullptr) {
-            if (set->has_placement) return program_fail("\"%s\" is a colour, which has no placement.", set->text);
-            set->kind = surface_kind::color;
-            set->red = c->red;
-            set->green = c->green;
-            set->blue = c->blue;
-        } else if (pattern_lookup(&p->patterns, set->text, &file) != 0) {
-            set->kind = surface_kind::raster;
-            std::snprintf(set->text, sizeof set->text, "%s", file);
-        } else if (p->path[0] == '\0') {
-            return program_fail("There is no palette to look \"%s\" up in; --palette names one.", set->text);
-        } else {
-            return program_fail("The palette has no colour or pattern \"%s\".", set->text);
+    return each_set(request, &request->sets.wrong, [&](surface_set* set, char* why) {
+        if (set->kind == surface_kind::name && p->path[0] == '\0') {
+            std::snprintf(why, SET_REASON_SIZE, "There is no palette to look \"%.200s\" up in; --palette names one.",
+                          set->text);
+            return false;
         }
-    }
-    return EXIT_DONE;
+        return surface_set_look_up(set, &p->colors, &p->patterns, why);
+    });
 }
 
 // ---- output --------------------------------------------------------------------------------------------------------
@@ -94,9 +110,11 @@ bool spares_inputs(const apply_request* request, const palettes* p) {
         !is_not_output(request, found)) {
         return false;
     }
-    for (int i = 0; i < request->set_count; ++i) {
-        if (request->sets[i].kind != surface_kind::raster) continue;
-        find_raster_file(request->sets[i].text, found, sizeof found);
+    for (int i = 0; i < request->sets.count; ++i) {
+        const surface_set* set = &request->sets.sets[i];
+        if (set->from != nullptr && !is_not_output(request, set->from)) return false;
+        if (set->pen == PASSED_OVER || set->kind != surface_kind::raster) continue;
+        find_raster_file(set->text, found, sizeof found);
         if (!is_not_output(request, found)) return false;
     }
     return true;
@@ -115,18 +133,18 @@ int check_output(const apply_request* request, const palettes* p) {
     return EXIT_DONE;
 }
 
-int check_patterns(const apply_request* request) {
-    char found[FILES_PATH_SIZE];
-    for (int i = 0; i < request->set_count; ++i) {
-        const set_request* set = &request->sets[i];
-        if (set->kind == surface_kind::raster && !find_raster_file(set->text, found, sizeof found)) {
-            return program_fail("load_image : failed to open \"%s\" for read", set->text);
+int check_patterns(apply_request* request) {
+    return each_set(request, &request->sets.wrong, [](surface_set* set, char* why) {
+        char found[FILES_PATH_SIZE];
+        if (set->kind != surface_kind::raster) return true;
+        if (!find_raster_file(set->text, found, sizeof found)) {
+            std::snprintf(why, SET_REASON_SIZE, "load_image : failed to open \"%.255s\" for read", set->text);
+            return false;
         }
-        if (set->kind == surface_kind::raster && files_input_fault(found) != nullptr) {
-            return program_fail_reading(found, "");
-        }
-    }
-    return EXIT_DONE;
+        const char* fault = files_input_fault(found);
+        if (fault != nullptr) std::snprintf(why, SET_REASON_SIZE, "\"%.255s\" could not be opened: %s", found, fault);
+        return fault == nullptr;
+    });
 }
 
 // An interrupt stops the save between two lines, so that what was written can be taken away.
@@ -160,7 +178,8 @@ int save_planes(const char* path, const output_settings* settings) {
     return code;
 }
 
-int save(const apply_request* request, const output_settings* settings) {
+// `record` is written beside the picture; null: none is.
+int save(const apply_request* request, const output_settings* settings, const done_record* record) {
     char fresh[FILES_PATH_SIZE];
     bool begun = request->force ? files_replace_begin(request->out, fresh, sizeof fresh)
                                 : files_create_begin(request->out, fresh, sizeof fresh);
@@ -173,27 +192,14 @@ int save(const apply_request* request, const output_settings* settings) {
         return of_file ? program_fail_writing(request->out, imp_error_text[code])
                        : program_fail("%s: \"%s\"", imp_error_text[code], request->out);
     }
+    if (record != nullptr && !done_write(record, request->out, fresh)) {
+        files_replace_abandon();
+        return program_fail_writing(request->out, "what it was made by could not be written down");
+    }
     return program_put_in_place(request->out);
 }
 
 // ---- surfaces ------------------------------------------------------------------------------------------------------
-
-applique* make_applique(const set_request* set) {
-    applique* a = applique_new();
-    if (a == nullptr) return nullptr;
-    if (set->kind == surface_kind::color) {
-        a->is_color = 1;
-        a->a0 = set->red;
-        a->a1 = set->green;
-        a->a2 = set->blue;
-        return a;
-    }
-    a->file = mem_copy_text(set->text);
-    if (a->file == nullptr) log_message(LOG_WARNING, "failed to malloc space for filename \"%s\".\n", set->text);
-    if (a->file != nullptr && applique_set_placement(a, set->rotation, set->mirror ? 1 : 0, set->size)) return a;
-    applique_free(a);
-    return nullptr;
-}
 
 // Where a pass is, for the progress bar.
 struct pass_progress {
@@ -207,28 +213,31 @@ void show_row(void* user, int32_t y, int32_t /*x1*/, int32_t /*x2*/) {
 }
 
 // All pens must be there, and take what they are given, before the first is changed.
-int check_pens(const apply_request* request) {
-    for (int i = 0; i < request->set_count; ++i) {
-        const set_request* set = &request->sets[i];
-        if (pen_defined(open_image.tnc, set->pen) == 0) {
-            return program_fail("There is no pen %d in \"%s\".", set->pen, request->tnc);
-        }
-        if (set->kind == surface_kind::raster && pen_has_uv(open_image.tnc, set->pen) == 0) {
-            return program_fail("Pen %d: Patterns cannot be applied to this surface.", set->pen);
-        }
-    }
-    return EXIT_DONE;
+int check_pens(apply_request* request) {
+    const int status = each_set(request, &request->sets.wrong, [&](surface_set* set, char* why) {
+        if (pen_defined(open_image.tnc, set->pen) != 0) return true;
+        std::snprintf(why, SET_REASON_SIZE, "There is no pen %d in \"%.255s\".", set->pen, request->tnc);
+        return false;
+    });
+    if (status != EXIT_DONE) return status;
+    return each_set(request, &request->sets.wrong, [](surface_set* set, char* why) {
+        if (set->kind != surface_kind::raster || pen_has_uv(open_image.tnc, set->pen) != 0) return true;
+        std::snprintf(why, SET_REASON_SIZE, "Pen %d: Patterns cannot be applied to this surface.", set->pen);
+        return false;
+    });
 }
 
-int apply_sets(const apply_request* request) {
-    pass_progress progress = {0, request->set_count};
+int apply_sets(apply_request* request) {
+    pass_progress progress = {0, request->sets.count};
     open_image.rows_changed = {show_row, &progress};
     image_history_limit(0); // nothing is taken back
     int status = check_pens(request);
-    for (int i = 0; status == EXIT_DONE && i < request->set_count; ++i) {
+    for (int i = 0; status == EXIT_DONE && i < request->sets.count; ++i) {
+        const surface_set* set = &request->sets.sets[i];
+        if (set->pen == PASSED_OVER) continue;
         progress.done_sets = i;
-        applique* a = make_applique(&request->sets[i]);
-        if (a == nullptr || apply_col_pat(request->sets[i].pen, a) == 0) status = EXIT_FAILED;
+        applique* a = surface_set_applique(set);
+        if (a == nullptr || apply_col_pat(set->pen, a) == 0) status = EXIT_FAILED;
     }
     progress_end();
     // A pattern that was damaged has been used as far as it goes.
@@ -243,18 +252,37 @@ int open_pair(const apply_request* request) {
     return program_has_reported() ? EXIT_FAILED : EXIT_DONE;
 }
 
+int make_picture(apply_request* request, const palettes* p, const output_settings* settings,
+                 const done_record* record) {
+    int status = check_output(request, p);
+    if (status == EXIT_DONE) status = check_patterns(request);
+    if (status == EXIT_DONE) status = open_pair(request);
+    if (status == EXIT_DONE) status = apply_sets(request);
+    if (status == EXIT_DONE) status = save(request, settings, request->sets.wrong == 0 ? record : nullptr);
+    image_close();
+    return status;
+}
+
+// Leaves a picture alone that has been made already.
+int make_unless_done(apply_request* request, const palettes* p, const output_settings* settings) {
+    done_record record;
+    done_describe(&record, request, p->path);
+    int status = EXIT_DONE;
+    if (!done_already(&record, request->out)) status = make_picture(request, p, settings, &record);
+    done_free(&record);
+    return status;
+}
+
 int run(apply_request* request, palettes* p) {
     output_settings settings = {};
     int status = request_output(request, &settings);
     if (status == EXIT_DONE) status = load_palettes(request, p);
     if (status == EXIT_DONE) status = look_up_names(request, p);
-    if (status == EXIT_DONE) status = check_output(request, p);
-    if (status == EXIT_DONE) status = check_patterns(request);
-    if (status == EXIT_DONE) status = open_pair(request);
-    if (status == EXIT_DONE) status = apply_sets(request);
-    if (status == EXIT_DONE) status = save(request, &settings);
-    image_close();
-    return status;
+    if (status == EXIT_DONE)
+        status =
+            request->skip_done ? make_unless_done(request, p, &settings) : make_picture(request, p, &settings, nullptr);
+    // The picture is there; what a recipe asked for and could not get makes the run a failed one all the same.
+    return status == EXIT_DONE && request->sets.wrong > 0 ? static_cast<int>(EXIT_FAILED) : status;
 }
 
 } // namespace
@@ -263,7 +291,7 @@ int batch_apply(word_list* words) {
     apply_request request;
     palettes p = {};
     int status = request_parse(words, &request);
-    if (status == EXIT_DONE) status = run(&request, &p);
+    if (status == EXIT_DONE) status = request.frames != nullptr ? frames_run(&request, words) : run(&request, &p);
     free_palettes(&p);
     request_free(&request);
     return status;

@@ -7,34 +7,26 @@
 #include "common/program.h"
 #include "output/impack.h"
 #include "platform/files.h"
-
-enum class surface_kind { color, name, raster };
-
-// One --set PEN=SURFACE.
-struct set_request {
-    int pen;
-    surface_kind kind;
-    double red, green, blue;    // of a colour
-    char text[FILES_PATH_SIZE]; // the name of a colour or pattern, or a raster's path
-    bool has_placement;         // any of the three below was given: only a pattern takes them
-    double rotation, size;
-    bool mirror;
-};
+#include "surface/recipe.h"
 
 struct apply_request {
     const char* tnc;
     const char* out;
     const char* palette; // null: the product's own
     const char* type;    // null: by the extension of `out`
-    set_request* sets;   // owned
-    int set_count;
-    int64_t bits;   // 0: not given
-    int64_t colors; // 0: not given
+    recipe sets;         // owned: of --set and --sets, in their order
+    bool has_recipe;     // --sets was given
+    int64_t bits;        // 0: not given
+    int64_t colors;      // 0: not given
     double gamma;
+    const char* frames; // numbers of frames, whose names `tnc` and `out` are patterns for; null: one picture
     bool uncompressed, closest, grey, force;
+    bool list;      // the commands of frames are printed, not done
+    bool skip_done; // what has been made already is left as it is
 };
 
-// Reads the words of the command. EXIT_DONE, or EXIT_USAGE after a message.
+// Reads the words of the command, and the recipes that they name. EXIT_DONE, EXIT_USAGE, or EXIT_FAILED for a recipe
+// that can't be read, each after a message.
 int request_parse(word_list* words, apply_request* request);
 void request_free(apply_request* request);
 

@@ -6,7 +6,9 @@
 
 #include "core/history.h"
 #include "surface/applique.h"
+#include "surface/palette.h"
 #include "surface/raster_image.h"
+#include "surface/recipe.h"
 #include "surface/reevaluate.h"
 #include "tnc/tnc.h"
 
@@ -96,3 +98,19 @@ size_t image_history_bytes();
 
 // The most bytes that steps may take, HISTORY_LIMIT unless told; the oldest go first. 0: no steps are kept.
 void image_history_limit(size_t bytes);
+
+// What the last undo or redo led to, in words: "Surface 7: back to brick.rgb". For the call right behind it; `text` is
+// empty when there was none.
+void image_undo_words(char* text, size_t size);
+void image_redo_words(char* text, size_t size);
+
+// ---- recipes.cpp
+// -----------------------------------------------------------------------------------------------------
+
+// Applies the sets of a recipe in their order, one step each; names are looked up in the palettes. What is wrong with a
+// set, or a pen that the image doesn't have, is told with its line, and the others are applied. Returns how many sets
+// their surfaces carry now.
+int image_apply_recipe(recipe* r, const color_palette* colors, const pattern_palette* patterns);
+
+// Saves what the surfaces carry as a recipe. Returns 0, or -1 after a message.
+int image_save_recipe(const char* path);

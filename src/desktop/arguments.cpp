@@ -7,10 +7,10 @@
 #include "platform/files.h"
 #include "support/log.h"
 #include "support/memory.h"
+#include "support/token.h"
 
 namespace {
 
-constexpr size_t TOKEN_LIMIT = 511;          // at this length the token and the rest of its file are given up
 constexpr size_t RESPONSE_LIMIT = 64 << 20;  // bytes of a response file
 constexpr int FILES_LIMIT = 4096;            // files without words could name others twice each without end
 constexpr int NESTING_LIMIT = 32;            // a response file that names itself would never end
@@ -59,36 +59,6 @@ bool no_memory() {
 
 // ---- response files ------------------------------------------------------------------------------------------------
 
-enum class token_end { token, file_end, too_long };
-
-bool is_token_character(char c) {
-    return c >= 33 && c <= 126;
-}
-
-// Takes the next token of a response file into `token` (room for TOKEN_LIMIT + 1), moving *at. One kind of quote may
-// stand inside the other.
-token_end next_token(const char** at, const char* end, char* token) {
-    const char* p = *at;
-    while (p < end && !is_token_character(*p))
-        ++p;
-    if (p == end) return token_end::file_end;
-    size_t length = 0;
-    char quote = '\0';
-    for (; p < end && (quote != '\0' || is_token_character(*p)); ++p) {
-        if (*p == quote) {
-            quote = '\0';
-        } else if (quote == '\0' && (*p == '"' || *p == '\'')) {
-            quote = *p;
-        } else {
-            if (length == TOKEN_LIMIT) return token_end::too_long;
-            token[length++] = *p;
-        }
-    }
-    token[length] = '\0';
-    *at = p;
-    return token_end::token;
-}
-
 bool expand_one(text_list* list, const char* argument, int depth);
 
 bool expand_response_file(text_list* list, const char* path, int depth) {
@@ -108,8 +78,9 @@ bool expand_response_file(text_list* list, const char* path, int depth) {
     }
     const char* at = text.get();
     const char* end = text.get() + size;
-    char token[TOKEN_LIMIT + 1];
-    while (next_token(&at, end, token) == token_end::token) {
+    char token[TOKEN_SIZE];
+    // At a word that is too long it and the rest of the file are given up.
+    while (token_next(&at, end, token) == token_end::token) {
         if (!expand_one(list, token, depth + 1)) return false;
     }
     return true;

@@ -6,6 +6,7 @@
 #include "forms/array.h"
 #include "forms/colors.h"
 #include "forms/env.h"
+#include "forms/fields.h"
 #include "forms/fonts.h"
 #include "forms/forms.h"
 #include "forms/ops.h"
@@ -115,6 +116,7 @@ void FI_leave() {
         FIf_delete(fi_state.sr_forms[fi_state.sr_depth]);
     for (int i = 0; i < fi_state.form_slots; ++i)
         if (fi_state.forms[i] != nullptr) FIf_delete(fi_state.forms[i]);
+    fi_fields_leave();
     fi_free_fonts();
     fi_free_symbol_files();
     fi_free_path_list(&fi_state.font_path);

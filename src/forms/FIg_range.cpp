@@ -3,11 +3,6 @@
 
 #include "forms/forms.h"
 #include "forms/ops.h"
-#include "forms/range.h"
-
-double fi_reverse(const fi_slider* s, double value) {
-    return s->low_value + s->high_value - value;
-}
 
 namespace {
 

@@ -7,6 +7,7 @@
 #include "forms/formshow.h"
 #include "forms/ops.h"
 #include "forms/press.h"
+#include "forms/range.h"
 #include "forms/sequence.h"
 #include "forms/surface.h"
 #include "tools/events.h"
@@ -24,17 +25,20 @@ FI_form* top_popup() {
     return fi_state.sr_depth > 0 ? fi_state.sr_forms[fi_state.sr_depth] : nullptr;
 }
 
-// The form that an event of a window is for.
-FI_form* form_of(int window) {
+} // namespace
+
+FI_form* fi_form_of(int window) {
     if (window < 0 || window >= FI_WINDOWS) return nullptr;
     FI_form* top = top_popup();
     return top != nullptr && window == fi_state.sr_window ? top : fi_state.window_forms[window];
 }
 
+namespace {
+
 int take_user() {
     uint32_t value = 0;
     if (fi_graphic.Inq_user_data(&value) != 0 || value < START_EVENT || value - START_EVENT >= FI_WINDOWS) return 0;
-    FI_form* form = form_of(static_cast<int>(value - START_EVENT));
+    FI_form* form = fi_form_of(static_cast<int>(value - START_EVENT));
     if (form == nullptr) return 0;
     fi_graphic.Get_user_data(&value);
     if (form->start_seq >= FI_PENDING_START) return 1;
@@ -44,7 +48,7 @@ int take_user() {
     if (g == nullptr) return 1;
     const fi_hold hold(g);
     if (form->initial_notification_routine != nullptr && fi_has(g, FI_INITIAL_NOTIFY))
-        form->initial_notification_routine(static_cast<int>(form->label), g->label, g->value, form);
+        form->initial_notification_routine(static_cast<int>(form->label), g->label, fi_turned(g, g->value), form);
     if (!hold.gone()) fi_start_input(g, true, 0);
     return 1;
 }
@@ -53,7 +57,7 @@ int take_button() {
     int window = -1, x = 0, y = 0, button = 0, transition = 0;
     uint32_t time = 0;
     if (fi_graphic.Inq_button_data(&window, &x, &y, &button, &transition, &time) != 0) return 0;
-    FI_form* form = form_of(window);
+    FI_form* form = fi_form_of(window);
     const bool is_under_popup = top_popup() != nullptr && window != fi_state.sr_window;
     if (form == nullptr && !is_under_popup) return 0;
     const bool takes_all = form != nullptr && form->button_event_routine != nullptr;
@@ -70,7 +74,7 @@ int take_button() {
 int take_window_icon() {
     int window = -1, code = 0;
     if (fi_graphic.Inq_window_icon_data(&window, &code) != 0) return 0;
-    FI_form* form = form_of(window);
+    FI_form* form = fi_form_of(window);
     if (form == nullptr) return 0;
     fi_graphic.Get_window_icon_data(&window, &code);
     if (code != ICON_PLACE) {
@@ -126,7 +130,7 @@ int take_refresh() {
     refresh r = {};
     r.window = -1;
     if (get(&r, false) != 0) return 0;
-    FI_form* form = form_of(r.window);
+    FI_form* form = fi_form_of(r.window);
     if (form == nullptr) return 0;
     get(&r, true);
     refresh_form(form, r);

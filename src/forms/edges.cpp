@@ -20,7 +20,9 @@ fi_bevel_slots fi_bevel_colors(const FI_form* form, int left_top, int face, int 
 
 namespace {
 
-constexpr int CUT = 3; // pixels of a cut corner
+constexpr int CUT = 3;       // pixels of a cut corner
+constexpr int SMALL_CUT = 1; // in a face that is so low or narrow that little of it would be left
+constexpr int SMALL_FACE = 12;
 
 void fill_in(int window, int slot, fi_box box) {
     fi_graphic.fgcolor(window, slot);
@@ -45,7 +47,8 @@ void square_corners(int window, fi_box outer, fi_box inner) {
 }
 
 void octagon(int window, fi_box b) {
-    const int cut = std::min({CUT, (b.x2 - b.x1) / 2, (b.y2 - b.y1) / 2});
+    const int side = std::min(b.x2 - b.x1, b.y2 - b.y1);
+    const int cut = std::min(side < SMALL_FACE ? SMALL_CUT : CUT, side / 2);
     const int32_t points[] = {b.x1 + cut, b.y1,       b.x2 - cut, b.y1,       b.x2,       b.y1 + cut,
                               b.x2,       b.y2 - cut, b.x2 - cut, b.y2,       b.x1 + cut, b.y2,
                               b.x1,       b.y2 - cut, b.x1,       b.y1 + cut, b.x1 + cut, b.y1};

@@ -44,6 +44,11 @@ int fi_row_store(fi_field* f, int row, const char* text, int length) {
     return FI_SUCCESS;
 }
 
+void fi_row_cut(fi_field* f, int row, int length) {
+    f->rows[row].text[length] = '\0';
+    fi_row_block(f, row, length); // a block that stays large is no failure
+}
+
 namespace {
 
 int grow(fi_field* f, int count) {

@@ -13,6 +13,8 @@ constexpr int FI_MAX_ROWS = 32767;
 int fi_row_block(fi_field* f, int row, int length);
 // Stores `length` bytes of a text.
 int fi_row_store(fi_field* f, int row, const char* text, int length);
+// Cuts a row's text to that many of its bytes.
+void fi_row_cut(fi_field* f, int row, int length);
 // Adds empty rows or frees those at the end. The caller sees to cursor, view and bar. FI_status.
 int fi_rows_resize(fi_field* f, int count);
 void fi_rows_free(fi_field* f); // no rows, and no memory for them

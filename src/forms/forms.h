@@ -185,3 +185,59 @@ int FIgrp_set_single_select_off(FI_form* form, int group);
 int FIgrp_set_pass_on(FI_form* form, int group);
 int FIbtn_set_auto_pop_up_on(FI_form* form, int label);
 int FIbtn_set_auto_pop_up_off(FI_form* form, int label);
+
+// ---- fields --------------------------------------------------------------------------------------------------------
+//
+// `label` is a field's or a multi-column field's. In the latter `column` chooses one: -1 the active column, else 0 on;
+// FI_INVALID_COLUMN for another. A plain field ignores it. Any other gadget gives FI_INVALID_GADGET_TYPE. A field's
+// list is named by a label of its own, from the form file or FIfld_get_list_label(). Rows and characters count from 0;
+// there are at most 32767 of each. Calls without `column` mean the active column, and rows of all columns.
+
+// Copies at most `size` bytes of a row, always with a terminator; select: 1 for a selected row; position: its place
+// among the visible rows, or -1. A newline of a wrapped text stands behind the row that it ends. A row outside gives ""
+// and FI_INVALID_ROW, with select and position -1; in a field without rows FI_SUCCESS with 0. select and position may
+// be null.
+int FIfld_get_text(FI_form* form, int label, int row, int column, int size, char* text, int* select, int* position);
+// Stores a text. A negative row is row 0, one beyond the field's limit of rows the last row that it may have; the field
+// grows to it. What is beyond the limit of characters is left out, or goes on in the next rows if the field wraps.
+int FIfld_set_text(FI_form* form, int label, int row, int column, const char* text, int select);
+int FIfld_get_text_length(FI_form* form, int label, int row, int column, int* length); // with the terminator
+// The number in a row, 0 when there is none; a decimal point may be a comma. FI_INVALID_ARGUMENT on FI_ALPHA.
+int FIfld_get_value(FI_form* form, int label, int row, int column, double* value, int* select, int* position);
+int FIfld_set_value(FI_form* form, int label, int row, int column, double value, int select); // by the field's format
+int FIfld_get_select(FI_form* form, int label, int row, int column, int* select);
+int FIfld_set_select(FI_form* form, int label, int row, int column, int select);
+int FIfld_get_active_row(FI_form* form, int label, int* row, int* position);
+// With a position of 0 or more a field that scrolls shows the row there, as far as there are rows.
+int FIfld_set_active_row(FI_form* form, int label, int row, int position);
+int FIfld_set_active_char(FI_form* form, int label, int column, int character, int position);
+int FIfld_get_num_rows(FI_form* form, int label, int* count);
+int FIfld_set_num_rows(FI_form* form, int label, int count);         // a negative count is 0
+int FIfld_delete_rows(FI_form* form, int label, int row, int count); // those that there are
+int FIfld_get_num_vis_rows(FI_form* form, int label, int* count);
+int FIfld_get_num_vis_chars(FI_form* form, int label, int column, int* count);
+int FIfld_set_num_vis_chars(FI_form* form, int label, int column, int count); // at least 1; resizes the gadget
+int FIfld_get_row_height(FI_form* form, int label, int* height);              // pixels
+int FIfld_get_type(FI_form* form, int label, int column, int* type);          // FI_ALPHA, FI_INT, FI_DOUBLE
+int FIfld_set_type(FI_form* form, int label, int column, int type);
+int FIfld_get_mode(FI_form* form, int label, int column, int* mode); // FI_INSERT and so on
+int FIfld_set_mode(FI_form* form, int label, int column, int mode);
+// The public bits of gadget.h. Setting makes and removes scroll bar, arrows and list as they are needed.
+int FIfld_get_attr(FI_form* form, int label, int column, uint32_t* bits);
+int FIfld_set_attr(FI_form* form, int label, int column, uint32_t bits);
+// A format as for printf with exactly one conversion of a number; "" for the usual one. FI_INVALID_ARGUMENT for
+// another.
+int FIfld_set_format(FI_form* form, int label, int column, const char* format);
+int FIfld_set_max_num_chars(FI_form* form, int label, int column, int count); // 0: no limit; rows are cut
+int FIfld_set_verify_routine(FI_form* form, int label, int column, FI_verify routine);
+int FIfld_set_default_text(FI_form* form, int label, int row, int column, const char* text, int select);
+// FI_INVALID_GADGET_TYPE without a list.
+int FIfld_get_list_label(FI_form* form, int label, int column, int* list_label);
+int FIfld_get_list_size(FI_form* form, int label, int column, int* width, int* height);
+int FIfld_set_list_size(FI_form* form, int label, int column, int width, int height);
+int FIfld_get_list_location(FI_form* form, int label, int column, int* x, int* y);
+int FIfld_set_list_location(FI_form* form, int label, int column, int x, int y);
+
+// The column that was worked in last, and its place among the visible ones; when it isn't visible position is 0 and
+// column the first visible one.
+int FImcf_get_active_col(FI_form* form, int label, int* column, int* position);

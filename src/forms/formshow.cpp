@@ -5,6 +5,7 @@
 
 #include "forms/edges.h"
 #include "forms/env.h"
+#include "forms/fields.h"
 #include "forms/forms.h"
 #include "forms/show.h"
 #include "forms/surface.h"
@@ -52,6 +53,7 @@ void fi_draw_form(FI_form* form) {
     fi_clip_back(form, window);
     draw_frame(form, window);
     fi_display_gadget(fi_common(form->root_group), window);
+    fi_draw_open_list(form, {0, 0, fi_form_width(form), fi_form_height(form)}, window);
     fi_flush(window);
     fi_tell_window_event(form, FI_DRAWN_EVENT);
 }
@@ -64,6 +66,7 @@ int fi_redraw_area(FI_form* form, int x1, int y1, int x2, int y2) {
     fi_partial_begin(form, window, area);
     draw_frame(form, window);
     draw_members_in(form->root_group, window, area);
+    fi_draw_open_list(form, area, window);
     fi_partial_end(form, window);
     fi_flush(window);
     fi_tell_window_event(form, FI_DRAWN_EVENT);

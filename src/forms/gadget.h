@@ -314,6 +314,7 @@ struct fi_scroll {
     uint8_t orientation;
     FI_gadget* thumb;                    // private FI_BUTTON
     FI_gadget* arrows[FI_SCROLL_ARROWS]; // private FI_BUTTONs: outer and inner back, inner and outer forward
+    float parts_x_scale, parts_y_scale;  // of arrows and thumb against their design size
 };
 
 struct FI_field_row {

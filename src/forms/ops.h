@@ -12,7 +12,7 @@
 //   what it asks for   env.cpp tables; paths.cpp, fonts.cpp, symbols.cpp, colors.cpp, keys.cpp what stands behind them
 //   drawing     surface.cpp windows, clip and colour for gadgets; bevel.cpp edges and hatches; drawtext.cpp texts
 //   types       types.cpp the table; button.cpp, toggle.cpp, checklist.cpp, text.cpp, static.cpp (symbol, line,
-//               rectangle, bevel) their drawing, scaling, activation and press
+//               rectangle, bevel), scroll.cpp their drawing, scaling, activation and press; range.cpp values in ranges
 //   show        show.cpp draws, erases, enables, highlights and resets any gadget; formdraw.cpp draws a form
 //   events      dispatch.cpp what an event means; press.cpp a press on a form, completion; link.cpp values that travel;
 //               sequence.cpp the keyboard; track.cpp loops that follow the mouse
@@ -124,12 +124,15 @@ struct fi_gadget_ops {
 
     // ---- reaction
     bool (*hit)(FI_gadget*, int x, int y) = nullptr; // of one that is shown and enabled. Null: its rectangle
+    // Which of its private gadgets a hit there is for, or itself. Null: itself
+    FI_gadget* (*part_at)(FI_gadget*, int x, int y) = nullptr;
     // The mouse was pressed on it: tracks, changes, draws. `complete` (false before) and `value` (the gadget's before)
     // are for the notification. A result other than 0 ends the handling. Null: complete at once.
     int (*press)(FI_gadget*, int window, int x, int y, int transition, bool* complete, double* value) = nullptr;
     // The keyboard sequence comes to it: runs until it leaves, and says where to. Null: the loop of sequence.cpp, if it
     // has a key()
     fi_leave (*input)(FI_gadget*, bool forward, int from_label) = nullptr;
+    bool (*takes_input)(const FI_gadget*) = nullptr; // whether it does as it is now. Null: yes, with an input()
     // A key came in the loop of sequence.cpp. True: used. Null: the sequence passes it by, unless it has an input()
     bool (*key)(FI_gadget*, fi_sequence*, int key) = nullptr;
     void (*reset)(FI_gadget*) = nullptr; // instead of putting back value and attributes. Null: that

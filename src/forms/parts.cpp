@@ -1,7 +1,7 @@
 // The life of the types that own more than the common record: their defaults, strings and private gadgets.
 #include "forms/parts.h"
 
-#include "forms/fieldrows.h"
+#include "forms/fields.h"
 #include "forms/forms.h"
 #include "support/memory.h"
 
@@ -107,6 +107,7 @@ int new_symbol_button(FI_gadget* owner, FI_gadget** part) {
 
 int fi_scroll_init(FI_gadget* g) {
     auto* s = fi_as<fi_scroll>(g);
+    s->parts_x_scale = s->parts_y_scale = 1.0F;
     int status = new_symbol_button(g, &s->thumb);
     for (int i = 0; i < FI_SCROLL_ARROWS && status == FI_SUCCESS; ++i) {
         status = new_symbol_button(g, &s->arrows[i]);
@@ -141,6 +142,7 @@ int fi_field_init(FI_gadget* g) {
 
 void fi_field_free(FI_gadget* g) {
     auto* f = fi_as<fi_field>(g);
+    fi_forget_field(f);
     free_part(&f->list);
     free_part(&f->scroll_bar);
     free_part(&f->arrows[0]);

@@ -2,8 +2,10 @@
 #include "forms/press.h"
 
 #include "forms/env.h"
+#include "forms/fields.h"
 #include "forms/forms.h"
 #include "forms/link.h"
+#include "forms/range.h"
 #include "forms/surface.h"
 #include "tools/events.h"
 
@@ -42,6 +44,13 @@ FI_gadget* fi_find_gadget_at(FI_group* group, int x, int y) {
     return nullptr;
 }
 
+FI_gadget* fi_gadget_at(FI_form* form, int x, int y) {
+    FI_gadget* g = fi_open_list_at(form, x, y);
+    if (g != nullptr) return g;
+    g = fi_find_gadget_at(form->root_group, x, y);
+    return g != nullptr && fi_ops(g).part_at != nullptr ? fi_ops(g).part_at(g, x, y) : g;
+}
+
 // ---- what is told
 // ------------------------------------------------------------------------------------------------------
 
@@ -54,7 +63,7 @@ void fi_notify(FI_gadget* g, double value) {
 void fi_notify_initially(FI_gadget* g) {
     FI_form* form = g->form;
     if (form->initial_notification_routine == nullptr || g->label <= 0 || !fi_has(g, FI_INITIAL_NOTIFY)) return;
-    form->initial_notification_routine(static_cast<int>(form->label), g->label, g->value, form);
+    form->initial_notification_routine(static_cast<int>(form->label), g->label, fi_turned(g, g->value), form);
 }
 
 namespace {
@@ -111,7 +120,7 @@ int react(FI_gadget* g, int window, int x, int y, int transition, bool* complete
 
 int fi_press_gadget(FI_gadget* g, int window, int x, int y, int transition) {
     const fi_hold hold(g);
-    double value = g->value;
+    double value = fi_turned(g, g->value);
     fi_notify_initially(g);
     if (hold.gone()) return 0;
     bool complete = false;
@@ -143,7 +152,10 @@ void press_nothing(FI_form* form, int x, int y, int button, int transition, uint
 int fi_form_button(FI_form* form, int x, int y, int button, int transition, uint32_t time) {
     if (button != FORM_BUTTON) return FI_INVALID_ARGUMENT;
     if (transition == TRANS_UP) return FI_SUCCESS;
-    FI_gadget* g = fi_find_gadget_at(form->root_group, x, y);
+    const fi_hold hold(form);
+    fi_list_before_press(form, x, y);
+    if (hold.gone() || form->window < 0) return FI_SUCCESS;
+    FI_gadget* g = fi_gadget_at(form, x, y);
     if (g != nullptr) return fi_press_gadget(g, form->window, x, y, transition);
     press_nothing(form, x, y, button, transition, time);
     return FI_SUCCESS;

@@ -5,8 +5,12 @@
 
 // The first gadget in slot order that a press there hits; null when there is none. Only what is shown and enabled.
 FI_gadget* fi_find_gadget_at(FI_group* group, int x, int y);
+// The same with the private gadgets that are hit, and an open list first.
+FI_gadget* fi_gadget_at(FI_form* form, int x, int y);
 bool fi_hits_rect(const FI_gadget* g, int x, int y); // inclusive on all sides
 bool fi_hits_never(FI_gadget* g, int x, int y);      // for the table: false
+
+FI_form* fi_form_of(int window); // that an event of a window is for; null when there is none
 
 // A press of button 1 on the form, from finding the gadget to the notification. FI_INVALID_ARGUMENT for another button;
 // a release does nothing. Calls out.

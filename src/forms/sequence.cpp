@@ -126,8 +126,23 @@ FI_gadget* taker_from(FI_gadget* g, bool forward, int* from_label) {
 } // namespace
 
 bool fi_takes_input(const FI_gadget* g) {
-    return is_in_use(g) && (fi_ops(g).input != nullptr || fi_ops(g).key != nullptr);
+    if (!is_in_use(g) || (fi_ops(g).input == nullptr && fi_ops(g).key == nullptr)) return false;
+    return fi_ops(g).takes_input == nullptr || fi_ops(g).takes_input(g);
 }
+
+namespace {
+
+// The gadget that the keyboard goes to from here; null when it stops.
+FI_gadget* follow(FI_gadget* g, fi_leave leave) {
+    if (leave == fi_leave::stop) return nullptr;
+    FI_gadget* next = next_of(g, leave == fi_leave::forward);
+    if (next == nullptr || fi_ops(next).input == nullptr) return next;
+    const fi_hold hold(next);
+    fi_notify_initially(next);
+    return hold.gone() ? nullptr : next;
+}
+
+} // namespace
 
 void fi_start_input(FI_gadget* g, bool forward, int from_label) {
     FI_form* form = g->form;
@@ -135,15 +150,14 @@ void fi_start_input(FI_gadget* g, bool forward, int from_label) {
     while (g != nullptr && (g = taker_from(g, forward, &from_label)) != nullptr) {
         const fi_hold hold_gadget(g);
         const fi_leave leave = run_input(g, forward, from_label);
-        if (hold_gadget.gone() || leave == fi_leave::stop) return;
+        if (hold_gadget.gone()) return;
         forward = leave == fi_leave::forward;
         from_label = g->label;
-        FI_gadget* next = next_of(g, forward);
-        if (next != nullptr && fi_ops(next).input != nullptr) {
-            const fi_hold hold_next(next);
-            fi_notify_initially(next);
-            if (hold_next.gone()) return;
-        }
-        g = next;
+        g = follow(g, leave);
     }
+}
+
+void fi_go_on(FI_gadget* g, fi_leave leave) {
+    FI_gadget* next = follow(g, leave);
+    if (next != nullptr) fi_start_input(next, leave == fi_leave::forward, g->label);
 }

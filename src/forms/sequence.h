@@ -7,6 +7,18 @@
 
 #include "forms/ops.h"
 
+// Keys as they arrive.
+enum : int {
+    FI_KEY_HOME = 1,
+    FI_KEY_END = 5,
+    FI_KEY_DELETE_BACK = 127,
+    FI_KEY_LEFT = 128,
+    FI_KEY_DOWN = 131,
+    FI_KEY_RIGHT = 132,
+    FI_KEY_UP = 133,
+    FI_KEY_ENTER = 141, // of the keypad
+};
+
 // What a gadget's key() may use of the loop.
 struct fi_sequence {
     char typed[20];   // digits that were typed for a slider or dial, zero-ended
@@ -16,6 +28,8 @@ struct fi_sequence {
 // Starts at the gadget, going forward or back; `from_label`: the gadget that it comes from, 0 for none. Blocks until
 // the sequence ends. Calls out.
 void fi_start_input(FI_gadget* g, bool forward, int from_label);
+// The gadget's turn has ended: goes on along the chain, if it is to. Calls out.
+void fi_go_on(FI_gadget* g, fi_leave leave);
 bool fi_takes_input(const FI_gadget* g); // shown, enabled, and with an input() or key()
 
 // ---- waiting, for all loops that take keys

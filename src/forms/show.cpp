@@ -2,7 +2,9 @@
 #include "forms/show.h"
 
 #include "forms/env.h"
+#include "forms/fields.h"
 #include "forms/link.h"
+#include "forms/range.h"
 #include "forms/surface.h"
 
 namespace {
@@ -12,6 +14,7 @@ void draw_now(FI_gadget* g, int window) {
     fi_ops(g).draw(g, window);
     fi_clip_back(g->form, window);
     if (!fi_state.partial) fi_graphic.showcursor(window);
+    fi_list_on_top(g, fi_extent_of(g));
     fi_flush(window);
 }
 
@@ -39,11 +42,13 @@ void fi_redraw_gadget(FI_gadget* g) {
     if (g->displayed != 0 && !fi_has(g, FI_NOT_DISPLAYED)) fi_display_gadget(g, fi_draw_window(g->form));
 }
 
-namespace {
+int fi_shown_window(const FI_gadget* g) {
+    return g->displayed != 0 && !fi_has(g, FI_NOT_DISPLAYED) ? fi_draw_window(g->form) : -1;
+}
 
-void erase_drawn(FI_gadget* g) {
-    const int window = fi_draw_window(g->form);
-    if (g->displayed == 0 || fi_has(g, FI_NOT_DISPLAYED) || window < 0) return;
+void fi_erase_drawn(FI_gadget* g) {
+    const int window = fi_shown_window(g);
+    if (window < 0) return;
     fi_set_color(g->form, window, fi_erase_color(g));
     if (fi_ops(g).erase != nullptr)
         fi_ops(g).erase(g, window);
@@ -52,6 +57,8 @@ void erase_drawn(FI_gadget* g) {
     fi_clip_back(g->form, window);
     fi_flush(window);
 }
+
+namespace {
 
 // Parts that are erased along with their owner: those of a field only when they are shown.
 bool follows_erase(const FI_gadget* part) {
@@ -66,7 +73,7 @@ bool follows_erase(const FI_gadget* part) {
 } // namespace
 
 void fi_erase_gadget(FI_gadget* g) {
-    if (g->type != FI_GROUP) erase_drawn(g);
+    if (g->type != FI_GROUP) fi_erase_drawn(g);
     g->attr_mask |= FI_NOT_DISPLAYED;
     g->displayed = 0;
     if (g->type == FI_MCF || (g->type == FI_GROUP && fi_as_group(g)->no_pass_on == 0))
@@ -87,7 +94,9 @@ namespace {
 // Sets or clears an attribute of the gadget and of the parts that look like it, and draws it again.
 void change_look(FI_gadget* g, uint32_t attribute, bool on) {
     g->attr_mask = on ? g->attr_mask | attribute : g->attr_mask & ~attribute;
-    if (g->type != FI_FIELD && g->type != FI_SCROLL) return;
+    if (g->type == FI_MCF)
+        fi_each_member(fi_as_group(g), [=](FI_gadget* column) { change_look(column, attribute, on); });
+    if (g->type != FI_FIELD && g->type != FI_SCROLL && g->type != FI_MCF) return;
     fi_each_part(g, [=](FI_gadget* part) { change_look(part, attribute, on); });
 }
 
@@ -106,7 +115,7 @@ namespace {
 
 // Letters that are embossed stand beside their place, highlighted ones at it: the others have to go first.
 void set_hilite(FI_gadget* g, bool on) {
-    if (g->type == FI_TEXT && g->style != 0) erase_drawn(g);
+    if (g->type == FI_TEXT && g->style != 0) fi_erase_drawn(g);
     change_look(g, FI_HILITED, on);
     fi_redraw_gadget(g);
 }
@@ -157,7 +166,7 @@ bool has_range(const FI_gadget* g) {
 bool tell_last_value(FI_gadget* g) {
     const fi_hold hold(g);
     const FI_notification routine = continuous_routine_of(g);
-    if (routine != nullptr) routine(static_cast<int>(g->form->label), g->label, g->value, g->form);
+    if (routine != nullptr) routine(static_cast<int>(g->form->label), g->label, fi_turned(g, g->value), g->form);
     if (hold.gone()) return false;
     fi_carry_link(g);
     if (hold.gone()) return false;

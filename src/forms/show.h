@@ -7,6 +7,10 @@
 void fi_display_gadget(FI_gadget* g, int window);
 void fi_redraw_gadget(FI_gadget* g); // draws it again where it is drawn now
 void fi_erase_gadget(FI_gadget* g);
+// Takes it off the window where it is drawn; by its record it is shown still.
+void fi_erase_drawn(FI_gadget* g);
+// The window where it is drawn now; -1 when it is drawn nowhere.
+int fi_shown_window(const FI_gadget* g);
 // Takes FI_NOT_DISPLAYED away, also from its parts; what opens by itself (pop-up lists, scrolled columns) stays closed.
 void fi_allow_display(FI_gadget* g);
 

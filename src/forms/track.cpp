@@ -24,6 +24,20 @@ bool read_pointer(fi_track* track) {
     return moved;
 }
 
+// Whether the button came up; the pointer is then where that was, wherever it has gone since.
+bool came_up(fi_track* track) {
+    int window = -1, x = 0, y = 0;
+    const button_next next = Get_button_release(BUTTON, &window, &x, &y);
+    if (next == button_next::none) return false;
+    if (next == button_next::released && window == track->window) {
+        track->x = x;
+        track->y = y;
+    } else {
+        read_pointer(track);
+    }
+    return true;
+}
+
 bool timer_came(const fi_track* track) {
     return track->timer >= 0 && Get_timer_data_of(track->timer) == 0;
 }
@@ -49,8 +63,7 @@ fi_tracked fi_track_next(fi_track* track) {
     for (;;) {
         if (!can_go_on(track)) return fi_tracked::ended;
         uint32_t pending = 0;
-        if (fi_graphic.Inq_events(&pending) != 0 || Get_button_release(BUTTON) != button_next::none) {
-            read_pointer(track);
+        if (fi_graphic.Inq_events(&pending) != 0 || came_up(track)) {
             track->held = false;
             return fi_tracked::ended;
         }

@@ -10,7 +10,9 @@ int imp_format_ok(int32_t standard, int32_t format) {
     case RZL_STANDARD_KRVN:
     case RZL_STANDARD_TIFF:
     case RZL_STANDARD_TARGA:
-    case RZL_STANDARD_PCX: return plane || plane_runs || color || color_runs ? 1 : 0;
+    case RZL_STANDARD_PCX:
+    case RZL_STANDARD_JFIF:
+    case RZL_STANDARD_PNG: return plane || plane_runs || color || color_runs ? 1 : 0;
     case RZL_STANDARD_GIF: return plane_runs ? 1 : 0;
     case RZL_STANDARD_BMP: return plane || plane_runs || color ? 1 : 0;
     default: return 0;
@@ -40,7 +42,12 @@ int imp_normalise(int32_t standard, int32_t* format, int32_t* compressed, int32_
     case RZL_STANDARD_KRVN:
     case RZL_STANDARD_TIFF:
     case RZL_STANDARD_TARGA:
-    case RZL_STANDARD_PCX: break;
+    case RZL_STANDARD_PCX:
+    case RZL_STANDARD_PNG: break;
+    case RZL_STANDARD_JFIF: // has no colour table
+        if (*depth == 8) *gray = 1;
+        *compressed = 1;
+        break;
     case RZL_STANDARD_GIF:
         *depth = 8;
         *compressed = 1;

@@ -167,7 +167,7 @@ int check_request(const Impack* pack, const char* file) {
     if (file == nullptr) return imp_fail_saying(IMP_BAD_FILE, "Null file name. Line %d, file %s\n", __LINE__, SOURCE);
     int code = imp_check_pack(pack, __LINE__, SOURCE);
     if (code != IMP_OK) return code;
-    if (pack->standard < RZL_STANDARD_KRVN || pack->standard > RZL_STANDARD_PCX) {
+    if (imp_format_ok(pack->standard, RZL_FORMAT_BYTE_RUNS) == 0) {
         return imp_fail_saying(IMP_BAD_STANDARD, "Unsupported standard: %d. Line %d, file %s\n", pack->standard,
                                __LINE__, SOURCE);
     }

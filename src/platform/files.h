@@ -41,11 +41,21 @@ bool files_change_directory(const char* path);
 // What of a path in the application's form stands behind its last slash or backslash.
 const char* files_last_name(const char* path);
 
+// True for a path that begins with "\" or "/", or has ":" as its second character.
+bool files_is_full(const char* path);
+
+// Writes the path with `directory` in front of it, unless it is full. False when it does not fit.
+bool files_join(const char* directory, const char* path, char* full, size_t size);
+
 // Makes the path absolute against the working directory. False when it does not fit.
 bool files_full_path(const char* path, char* full, size_t size);
 
 // Makes a directory and those above it; true when it stands there afterwards.
 bool files_make_directory(const char* path);
+
+// Calls `each` for every entry of a directory but "." and "..", in no order, with its name as the system has it, until
+// that gives false. A link counts as what it leads to. False when the directory can't be read, or `each` gave false.
+bool files_list(const char* path, bool (*each)(void* user, const char* name, bool is_directory), void* user);
 
 bool files_remove(const char* path);
 bool files_rename(const char* from, const char* to); // replaces `to`
@@ -56,6 +66,13 @@ bool files_program_directory(char* path, size_t size);
 // Why a file can't be opened for reading, in words that follow its name and a colon; null when it can. FIFOs and
 // sockets are refused, and nothing is waited for.
 const char* files_input_fault(const char* path);
+
+// Why a file of that name could not be written, as a number of the system: what looking it up fails with, or 13 when
+// it, or its directory, may not be written. 0: it could, or doesn't exist and could be made.
+int files_write_fault(const char* path);
+
+// The system's words for such a number.
+const char* files_fault_text(int number);
 
 // ---- replacing a file --------------------------------------------------------------------------------------------
 

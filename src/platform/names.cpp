@@ -170,14 +170,44 @@ const char* files_last_name(const char* path) {
     return name;
 }
 
-bool files_full_path(const char* path, char* full, size_t size) {
-    bool absolute = path[0] == '/' || path[0] == '\\' || (path[0] != '\0' && path[1] == ':');
-    if (absolute) return copy_text(path, full, size);
-    char directory[FILES_PATH_SIZE];
-    if (!files_working_directory(directory, sizeof directory)) return false;
-    const char* joint = std::strcmp(directory, "/") == 0 ? "" : "/";
-    int written = std::snprintf(full, size, "%s%s%s", directory, joint, path);
+bool files_is_full(const char* path) {
+    return path[0] == '/' || path[0] == '\\' || (path[0] != '\0' && path[1] == ':');
+}
+
+bool files_join(const char* directory, const char* path, char* full, size_t size) {
+    if (files_is_full(path)) return copy_text(path, full, size);
+    const size_t length = std::strlen(directory);
+    const bool ends = length == 0 || directory[length - 1] == '/' || directory[length - 1] == '\\';
+    const char* joint = ends ? "" : directory[0] == '\\' ? "\\" : "/";
+    const int written = std::snprintf(full, size, "%s%s%s", directory, joint, path);
     return written > 0 && static_cast<size_t>(written) < size;
+}
+
+bool files_full_path(const char* path, char* full, size_t size) {
+    char directory[FILES_PATH_SIZE] = "";
+    if (!files_is_full(path) && !files_working_directory(directory, sizeof directory)) return false;
+    return files_join(directory, path, full, size);
+}
+
+int files_write_fault(const char* path) {
+    char real[FILES_PATH_SIZE];
+    struct stat info;
+    if (!files_resolve_new(path, real, sizeof real)) return ENOENT;
+    if (stat(real, &info) == 0) {
+        if (access(real, W_OK) != 0) return EACCES;
+    } else if (errno != ENOENT) {
+        return errno;
+    }
+    char* last = std::strrchr(real, '/');
+    if (last == real) last[1] = '\0';
+    if (last > real) *last = '\0';
+    const char* directory = last != nullptr ? real : ".";
+    if (stat(directory, &info) != 0) return errno;
+    return access(directory, W_OK) == 0 ? 0 : EACCES;
+}
+
+const char* files_fault_text(int number) {
+    return std::strerror(number);
 }
 
 bool files_make_directory(const char* path) {
@@ -207,6 +237,30 @@ bool files_make_directory(const char* path) {
         end += length;
     }
     return false;
+}
+
+namespace {
+
+// Most systems tell the kind with the name; for the others, and for links, the entry is looked at.
+bool entry_is_directory(int directory, const dirent* entry) {
+    if (entry->d_type != DT_UNKNOWN && entry->d_type != DT_LNK) return entry->d_type == DT_DIR;
+    struct stat info;
+    return fstatat(directory, entry->d_name, &info, 0) == 0 && S_ISDIR(info.st_mode);
+}
+
+} // namespace
+
+bool files_list(const char* path, bool (*each)(void* user, const char* name, bool is_directory), void* user) {
+    char real[FILES_PATH_SIZE];
+    DIR* directory = files_resolve(path, real, sizeof real) ? opendir(real) : nullptr;
+    if (directory == nullptr) return false;
+    bool good = true;
+    for (const dirent* entry = readdir(directory); entry != nullptr && good; entry = readdir(directory)) {
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
+        good = each(user, entry->d_name, entry_is_directory(dirfd(directory), entry));
+    }
+    closedir(directory);
+    return good;
 }
 
 bool files_remove(const char* path) {

@@ -61,7 +61,8 @@ enum {
     RZL_STANDARD_HRF = 19,
     RZL_STANDARD_VRLC = 20,
     RZL_STANDARD_POSTSCRIPT = 21,
-    RZL_STANDARD_USRP = 22
+    RZL_STANDARD_USRP = 22,
+    RZL_STANDARD_PNG = 23
 };
 
 /* Data formats: how the pixels of a line are stored, field RZL_FIELD_FORMAT. */
@@ -164,6 +165,7 @@ enum {
     RZL_FIELD_TARGA_ID_LENGTH = 607,  /* bytes; to be set before the identification */
     RZL_FIELD_TARGA_ID = 608,         /* char[256]: the identification */
     RZL_FIELD_TARGA_PIXEL_BITS = 609,
+    RZL_FIELD_ICO_MASK = 630, /* uint8_t[512]: the mask of an icon, (xsize x ysize + 7) / 8 bytes of it */
     /* CALS files. Texts are char[128]; each but the first four is a field of one variant only, 'A' or 'B'. */
     RZL_FIELD_CALS_SOURCE_ID = 640,
     RZL_FIELD_CALS_DESTINATION_ID = 641,
@@ -175,8 +177,12 @@ enum {
     RZL_FIELD_CALS_GRAPHICS = 647,      /* A */
     RZL_FIELD_CALS_SPECIFICATION = 648, /* B */
     RZL_FIELD_CALS_DATA_FILE_ID = 649,  /* B */
-    RZL_FIELD_CALS_MODULE_ID = 667,     /* B */
-    RZL_FIELD_CALS_ITEM_ID = 668,       /* B */
+    RZL_FIELD_XBM_X_HOT = 650,          /* the hot spot of a bitmap */
+    RZL_FIELD_XBM_Y_HOT = 651,
+    RZL_FIELD_XBM_NAME = 652,            /* char[32] */
+    RZL_FIELD_PNM_TEXT = 660,            /* 1: the lines are text; the same as the value 7 of field 501 */
+    RZL_FIELD_CALS_MODULE_ID = 667,      /* B */
+    RZL_FIELD_CALS_ITEM_ID = 668,        /* B */
     RZL_FIELD_CALS_PUBLICATION_ID = 669, /* B */
     RZL_FIELD_CALS_TYPE = 670,           /* 1, or 2 for a file that may have tiles */
     RZL_FIELD_CALS_LEVEL = 671,          /* double: 3.2 or 3.3 */
@@ -185,7 +191,10 @@ enum {
     RZL_FIELD_CALS_USER_COMMENT = 674,
     RZL_FIELD_NITF = 700, /* const rzl_nitf_header*: all texts of a NITF file's headers */
     RZL_FIELD_RAW_SAMPLES = 701,
-    RZL_FIELD_STATUS = 702 /* uint32_t; the status of the operation before */
+    RZL_FIELD_STATUS = 702, /* uint32_t; the status of the operation before */
+    RZL_FIELD_USGS = 720,   /* rzl_usgs_records */
+    RZL_FIELD_MRG = 730,    /* rzl_mrg_info */
+    RZL_FIELD_MAP = 731     /* rzl_map_info, of every standard: what the file tells of a map or document */
 };
 
 /* Kinds of colour tables, field RZL_FIELD_VLT_TYPE. */
@@ -338,6 +347,33 @@ typedef struct rzl_user_tag {
     } data;
 } rzl_user_tag;
 
+/* What a map or document file tells of itself, field RZL_FIELD_MAP. A text that the file does not have is empty, a
+ * number that it does not have 0. Texts end in a zero byte. Corners are degrees, as longitude and latitude of the
+ * south-west and of the north-east; an MRG file's are the four coordinates in its order. */
+typedef struct rzl_map_info {
+    char title[128];
+    char date[24]; /* as the file writes it */
+    char security[24];
+    double scale;         /* the number of 1 : scale; for MRG its ground resolution */
+    int32_t corner_count; /* of the numbers in `corners`: 0 or 4 */
+    double corners[4];
+} rzl_map_info;
+
+/* What an MRG file tells of its map, field RZL_FIELD_MRG. Coordinates are degrees. */
+typedef struct rzl_mrg_info {
+    char name[32];
+    char projection[4];
+    int32_t numbers[2];
+    double coordinates[4];
+    int32_t zone;
+    char hemisphere; /* 'n' or 's' */
+} rzl_mrg_info;
+
+/* The four header records of a USGS file, 400 characters each, field RZL_FIELD_USGS. */
+typedef struct rzl_usgs_records {
+    char* records[4]; /* the caller's, of 400 characters; null for one that is not wanted */
+} rzl_usgs_records;
+
 /* A row of the table of known combinations of standard, sample layout and data format. */
 typedef struct rzl_format_row {
     int32_t standard;
@@ -480,8 +516,13 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
  *          of such a header, and field 9 is RZL_BOTTOM_UP for a 12-byte header, too, which is 0 otherwise.
  *   TGA    sides of up to 65535 pixels, pixels of 15 bits; field 21 is 2 for a file of version 2, and field 26 is the
  *          aspect ratio that its extension area tells.
+ *   JFIF   JPEG files that begin with an Exif, Adobe or any other marker, with the orientation that Exif tells: of a
+ *          picture that lies on its side the lines are the columns of the file, and field 9 tells how they lie then;
+ *          files of four inks, as red, green and blue.
  *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's
- * table. For the whole process; open files stay as they were opened. */
+ *          table.
+ *   TIFF   strips and tiles that are deflated, field 501 being 8 or, in old files, 32946.
+ * For the whole process; open files stay as they were opened. */
 RZL_API void rzl_set_extended(int on);
 
 /* Room that each plane of a line call needs, in bytes, for the active image and a resampling that is in force; and that
@@ -527,6 +568,11 @@ RZL_API int32_t rzl_standard_of_extension(const char* extension);
 
 /* 1 when a new file of the standard can have the data format, field 3; else 0. */
 RZL_API int rzl_standard_takes(int32_t id, int32_t format);
+
+/* 1 when a new file of the standard can have a colour table; and its entries at most. Values of a table are no pixels
+ * of a file that has none. */
+RZL_API int rzl_standard_has_table(int32_t id);
+RZL_API int32_t rzl_standard_colors(int32_t id);
 
 #ifdef __cplusplus
 }

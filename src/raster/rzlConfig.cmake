@@ -1,2 +1,3 @@
 # Targets: rzl::rzl (shared) and rzl::rzl_static.
-include(${CMAKE_CURRENT_LIST_DIR}/rzlTargets.cmake)
+include(CMakeFindDependencyMacro)
+@rzl_finds@include(${CMAKE_CURRENT_LIST_DIR}/rzlTargets.cmake)

@@ -59,6 +59,9 @@ bool applique_set_placement(applique* a, double rotation, int mirror, double siz
         log_message(LOG_WARNING, "A pattern's size must be above 0, and its rotation a number.\n");
         return false;
     }
+    a->rotation = rotation;
+    a->size = size;
+    a->mirror = mirror != 0 ? 1 : 0;
     double k = 1.0 / size;
     double r = rotation * RADIANS_PER_DEGREE;
     a->a0 = a->a1 = a->a6 = a->a7 = UV_MIDDLE;

@@ -8,6 +8,9 @@ struct applique {
     double a3, a4, a5;   // pattern: m01, m10, m11
     double a6, a7;       // pattern: s0, t0
     char* file;          // owned: the pattern's raster file; null for a colour
+    double rotation;     // of a pattern, as it was given: degrees,
+    double size;         // its size,
+    int32_t mirror;      // and whether it is mirrored
     int32_t is_color;    // 1 colour, 0 pattern
     applique* next_free; // while the record waits for its next use
 };

@@ -51,10 +51,12 @@ void fill_colors(color_palette* colors, const char* text) {
     while (palette_next(&text, &item)) {
         if (item.body != palette_body::color) continue;
         named_color* color = color_new(item.name, item.red, item.green, item.blue);
-        if (color != nullptr)
+        if (color != nullptr) {
             colors->entries[colors->count++] = color;
-        else
-            log_message(LOG_WARNING, "Failed to allocate memory for named color.\n");
+            continue;
+        }
+        colors->in_part = true;
+        log_message(LOG_WARNING, "Failed to allocate memory for named color.\n");
     }
 }
 
@@ -132,6 +134,7 @@ int palette_load(color_palette* colors, const char* path) {
     entry_count count = count_entries(text.get());
     // A file that was cut keeps its good entries, but is not taken for a whole one.
     if (count.entries > 0 && !palette_is_whole(count.end, text.get() + size)) {
+        colors->in_part = true;
         log_message(LOG_WARNING, "Palette file \"%s\" is read up to its entry %zu only.\n", path, count.entries);
     }
     if (count.colors > 0) {
@@ -168,15 +171,24 @@ int palette_save(const color_palette* colors, const pattern_palette* patterns, c
 }
 
 int palette_add(color_palette* colors, const char* wanted, double red, double green, double blue) {
+    int index = 0;
+    return palette_add_at(colors, wanted, red, green, blue, &index);
+}
+
+int palette_add_at(color_palette* colors, const char* wanted, double red, double green, double blue, int* index) {
     red = channel(red);
     green = channel(green);
     blue = channel(blue);
     char name[PALETTE_NAME_SIZE];
     storable_name(name, wanted);
     if (name[0] == '\0') make_up_name(name, sizeof name, red, green, blue);
-    int index = palette_find(colors, name);
-    if (index < 0) return grow(colors, name, red, green, blue);
-    named_color* c = colors->entries[index];
+    *index = palette_find(colors, name);
+    if (*index < 0) {
+        const int grown = grow(colors, name, red, green, blue);
+        *index = grown > 0 ? colors->count - 1 : -1;
+        return grown;
+    }
+    named_color* c = colors->entries[*index];
     if (c->red == red && c->green == green && c->blue == blue) return 0;
     c->red = red;
     c->green = green;
@@ -204,5 +216,5 @@ void palette_clear(color_palette* colors) {
     for (int i = 0; i < colors->count; ++i)
         mem_free(colors->entries[i]);
     mem_free(colors->entries);
-    *colors = {nullptr, 0};
+    *colors = {};
 }

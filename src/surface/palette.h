@@ -3,8 +3,9 @@
 //   name {color = (r, g, b);}
 //   name {pattern = "file";}
 //
-// Entries stand in any order and may be spaced freely. A name has at most 79 characters without "{", a file name at
-// most 79 without a quote. An entry with neither body ends the file. Colours outside 0.0 to 1.0 are clamped.
+// Entries stand in any order and may be spaced freely. A name has at most 79 characters without "{", a file name is as
+// long as a path can be, without a quote. An entry with neither body ends the file. Colours outside 0.0 to 1.0 are
+// clamped.
 #pragma once
 
 #include <cstddef>
@@ -17,6 +18,7 @@ struct named_color {
 struct color_palette {
     named_color** entries; // owned, in file order
     int count;
+    bool in_part; // the file that it was read from holds more: what stands behind the entries, or found no memory
 };
 
 struct pattern_entry {
@@ -48,9 +50,11 @@ int palette_save(const color_palette* colors, const pattern_palette* patterns, c
 // 1.0, and the name to one that a file can hold: "{" becomes "_", and 79 characters are kept. Returns 1 when the
 // palette changed, 0 when it was so already, -1 after a message when there is no memory, with the table as it was.
 int palette_add(color_palette* colors, const char* wanted, double red, double green, double blue);
+// The same, and stores the index of the entry; -1 for none.
+int palette_add_at(color_palette* colors, const char* wanted, double red, double green, double blue, int* index);
 
-// Puts a raster file at `index`, or at the end when index is at or past the count, under a name made of `path`'s text
-// cut at its first "." with a capital. Returns 0, non-zero after a message.
+// Puts a raster file at `index`, or at the end when index is at or past the count, under a name made of the last
+// component of `path`, cut at its first "." and with a capital. Returns 0, non-zero after a message.
 int pattern_set(pattern_palette* patterns, int index, const char* path);
 
 // The first entry of that name, or -1.

@@ -4,15 +4,17 @@
 
 #include <cstddef>
 
-constexpr size_t PALETTE_NAME_SIZE = 80; // of a name or a pattern's file, with its terminator
+#include "platform/files.h"
+
+constexpr size_t PALETTE_NAME_SIZE = 80; // of a name with its terminator
 
 enum class palette_body { none, color, pattern };
 
 struct palette_item {
     char name[PALETTE_NAME_SIZE]; // without trailing blanks
     palette_body body;
-    double red, green, blue;      // of a colour, clamped to 0.0 to 1.0
-    char file[PALETTE_NAME_SIZE]; // of a pattern
+    double red, green, blue;    // of a colour, clamped to 0.0 to 1.0
+    char file[FILES_PATH_SIZE]; // of a pattern
 };
 
 // Takes the next entry and moves *at behind it. False at the end of the text and at an entry with neither body, which

@@ -1,16 +1,20 @@
 // Paths in clean form.
-#include <cstring>
 
+#include "platform/files.h"
 #include "surface/paths.h"
 
 namespace {
 
-// Changes "/" to "\" and lowers letters. Returns the place after the last ":".
-char* lower_and_turn(char* path) {
+void lower(char* path) {
+    for (char* p = path; *p != '\0'; ++p)
+        if (*p >= 'A' && *p <= 'Z') *p = static_cast<char>(*p - 'A' + 'a');
+}
+
+// Changes "/" to "\". Returns the place after the last ":".
+char* turn(char* path) {
     char* rest = path;
     for (char* p = path; *p != '\0'; ++p) {
         if (*p == '/') *p = '\\';
-        if (*p >= 'A' && *p <= 'Z') *p = static_cast<char>(*p - 'A' + 'a');
         if (*p == ':') rest = p + 1;
     }
     return rest;
@@ -31,8 +35,8 @@ char* drop_component(char* start, char* to) {
 
 } // namespace
 
-void path_clean(char* path) {
-    char* start = lower_and_turn(path);
+void path_tidy(char* path) {
+    char* start = turn(path);
     char* to = start;
     const char* from = start;
     while (*from != '\0') {
@@ -55,7 +59,20 @@ void path_clean(char* path) {
     *to = '\0';
 }
 
+void path_clean(char* path) {
+    lower(path);
+    path_tidy(path);
+}
+
 int path_is_absolute(char* path) {
     path_clean(path);
-    return path[0] == '\\' || (path[0] != '\0' && path[1] == ':') ? 1 : 0;
+    return files_is_full(path) ? 1 : 0;
+}
+
+bool path_join(const char* directory, const char* name, char* path, size_t size) {
+    if (size < 2) return false;
+    path[0] = '\0';
+    if (!files_join(directory, name, path, size) && (directory[0] != '\0' || name[0] != '\0')) return false;
+    path_tidy(path);
+    return true;
 }

@@ -10,6 +10,12 @@
 // for two characters. A bare drive such as "c:" stays.
 void path_clean(char* path);
 
+// The same but for the case of letters, which stays: for a path that is kept, shown and opened.
+void path_tidy(char* path);
+
+// Writes `name` with `directory` in front of it, unless it is full, in tidy form. False when it doesn't fit.
+bool path_join(const char* directory, const char* name, char* path, size_t size);
+
 // Cleans the path and returns 1 if it begins with "\" or has ":" as its second character.
 int path_is_absolute(char* path);
 

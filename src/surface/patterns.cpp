@@ -52,14 +52,18 @@ void fill_patterns(pattern_palette* patterns, const char* text) {
     }
 }
 
-// The name of a pattern: the text up to its first ".", with a capital.
-bool name_of(const char* text, char* name, size_t size) {
-    size_t length = std::strcspn(text, ".");
-    if (length >= size) return false;
-    std::memcpy(name, text, length);
-    name[length] = '\0';
+// The name of a pattern: the file's name up to its first ".", with a capital. A palette file has no room for longer
+// ones, and "{" would end the name there. Never empty.
+void name_of(const char* path, char name[PALETTE_NAME_SIZE]) {
+    const char* last = files_last_name(path);
+    last += std::strspn(last, ". ");
+    size_t length = std::strcspn(last, ".");
+    if (length >= PALETTE_NAME_SIZE) length = PALETTE_NAME_SIZE - 1;
+    std::snprintf(name, PALETTE_NAME_SIZE, "%.*s", static_cast<int>(length), last);
+    if (length == 0) std::snprintf(name, PALETTE_NAME_SIZE, "Pattern");
+    for (char* p = name; *p != '\0'; ++p)
+        if (*p == '{' || *p == '\n' || *p == '\r') *p = '_';
     if (name[0] >= 'a' && name[0] <= 'z') name[0] = static_cast<char>(name[0] - 'a' + 'A');
-    return true;
 }
 
 bool add_entry(pattern_palette* patterns) {
@@ -94,9 +98,10 @@ int pattern_palette_load(pattern_palette* patterns, const char* path) {
 
 int pattern_set(pattern_palette* patterns, int index, const char* path) {
     char full[FILES_PATH_SIZE];
-    char name[FILES_PATH_SIZE];
+    char name[PALETTE_NAME_SIZE];
     uint32_t classes = 0;
-    bool named = files_full_path(path, full, sizeof full) && name_of(path, name, sizeof name);
+    name_of(path, name);
+    const bool named = files_full_path(path, full, sizeof full);
     if (!named || file_type(full, &classes) != 0 || (classes & TYPE_RASTER) == 0) {
         log_message(LOG_WARNING, "File \"%s\" is not a raster file.\n", path);
         return 1;

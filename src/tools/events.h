@@ -113,9 +113,10 @@ int Drop_event(uint32_t event);
 //
 // Takes the oldest event of that timer. -1 when there is none.
 int Get_timer_data_of(int number);
-// The oldest event of that button: a release is taken, anything else stays.
+// The oldest event of that button: a release is taken, anything else stays. Where it was released: `window`, and x, y
+// in it; each may be null.
 enum class button_next { none, released, pressed };
-button_next Get_button_release(int button);
+button_next Get_button_release(int button, int* window = nullptr, int* x = nullptr, int* y = nullptr);
 
 int Post_user_data(uint32_t value);
 

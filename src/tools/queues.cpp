@@ -233,10 +233,14 @@ int Get_timer_data_of(int number) {
     return 0;
 }
 
-button_next Get_button_release(int button) {
+button_next Get_button_release(int button, int* window, int* x, int* y) {
     event_record* before = before_matching(QUEUE_BUTTON, BUTTON_NUMBER, uint32_t(button));
     if (before == nullptr) return button_next::none;
-    if (before->next->words[BUTTON_TRANSITION] != TRANS_UP) return button_next::pressed;
+    const uint32_t* words = before->next->words;
+    if (words[BUTTON_TRANSITION] != TRANS_UP) return button_next::pressed;
+    int* const places[] = {window, x, y}; // the payload begins with them
+    for (int i = 0; i < 3; ++i)
+        if (places[i] != nullptr) *places[i] = int(words[i]);
     drop_behind(QUEUE_BUTTON, before);
     return button_next::released;
 }

@@ -230,6 +230,11 @@ protected:
             }
         }
         ASSERT_EQ(write_picture(name, standard, format, width, height, pixels, {}, table), 0u);
+        expect_read_sweeps(name);
+    }
+
+    // The same of reading an existing file.
+    void expect_read_sweeps(const std::string& name) const {
         const bytes_of_file colors = read_picture(name).colors;
         for (bool memory : {true, false}) {
             for (bool onward : {false, true}) {

@@ -1,5 +1,5 @@
-// BMP, Targa and PCX files between this library and independent programs: theirs are read here, ours are read by them,
-// and the pixels compared. Files of today's programs are taken, as in the programs of this project.
+// BMP, Targa, PCX, JFIF and PNG files between this library and independent programs: theirs are read here, ours are
+// read by them, and the pixels compared. Files of today's programs are taken, as in the programs of this project.
 #include "common/run.h"
 #include "formats_fixture.h"
 
@@ -13,6 +13,8 @@ protected:
         NEEDS_PROGRAM("bmptopnm");
         NEEDS_PROGRAM("tgatoppm");
         NEEDS_PROGRAM("pcxtoppm");
+        NEEDS_PROGRAM("djpeg");
+        NEEDS_PROGRAM("pngtopnm");
         make("convert -seed 7 -size 61x37 plasma:red-blue -fill yellow -draw 'circle 30,20 35,30' -depth 8 color.ppm");
         make("convert color.ppm -colorspace gray -depth 8 grey.pgm");
         make("convert color.ppm -colors 200 map200.ppm && convert color.ppm -colors 13 map13.ppm");
@@ -76,6 +78,25 @@ TEST_F(Peers, FilesOfOtherPrograms) {
         {"PCX of four planes by netpbm", "ppmtopcx map13.ppm >o", "pcxtoppm o"},
         {"PCX of nibbles by netpbm", "ppmtopcx -packed map13.ppm >o", "pcxtoppm o"},
         {"PCX of bits by netpbm", "ppmtopcx bits.pbm >o", "pcxtoppm o"},
+        {"JFIF", "convert $in ppm:- | cjpeg -quality 80 >o", "djpeg o"},
+        {"JFIF of grey", "convert $in ppm:- | cjpeg -grayscale >o", "djpeg o"},
+        {"progressive JFIF", "convert $in ppm:- | cjpeg -progressive >o", "djpeg o"},
+        {"JFIF with arithmetic codes and restarts", "convert $in ppm:- | cjpeg -arithmetic -restart 1 >o", "djpeg o"},
+        {"JFIF of full colours", "convert $in ppm:- | cjpeg -sample 1x1 -dct float >o", "djpeg o"},
+        {"JPEG of inks", "convert $in -colorspace CMYK jpg:o", "djpeg o"},
+        {"PNG by netpbm", "pnmtopng -force $in >o", "pngtopnm o"},
+        {"interlaced PNG by netpbm", "pnmtopng -interlace $in >o", "pngtopnm o"},
+        {"PNG with a colour made transparent", "pnmtopng -transparent '=red' -background blue $in >o",
+         "pngtopnm -mix o"},
+        {"PNG of 24 bits", "convert $in png24:o", "convert png:o ppm:-"},
+        {"PNG of 48 bits", "convert $in png48:o", "convert png:o -depth 8 ppm:-"},
+        {"PNG of 2 bits of grey", "convert $in -colorspace gray -depth 2 -define png:color-type=0 png:o", "pngtopnm o"},
+        {"interlaced PNG of 4 bits of grey",
+         "convert $in -colorspace gray -depth 4 -interlace png -define png:color-type=0 png:o", "pngtopnm o"},
+        {"PNG with alpha",
+         "convert $in -alpha on -channel A -evaluate set 60% +channel -define png:exclude-chunk=bKGD png32:o",
+         "convert png:o -alpha off -depth 8 ppm:-"},
+        {"interlaced PNG palette", "convert map13.ppm -interlace png png8:o", "convert png:o -depth 8 ppm:-"},
     };
     for (const auto& k : cases) {
         for (const char* in : SOURCES) {
@@ -107,6 +128,9 @@ TEST_F(Peers, FilesWrittenHere) {
         {"PCX bytes of few colours", 5, 29, 7, {}, {"pcxtoppm o", "convert pcx:o -depth 8 ppm:-"}},
         {"PCX bits", 5, 9, 2, {}, {"pcxtoppm -stdpalette o", "pcxtoppm o"}},
         {"BMP bits", 4, 1, 2, {}, {"bmptopnm o", "convert bmp:o -depth 8 ppm:-"}},
+        {"PNG triples", 23, 28, 256, {{501, 0}}, {"pngtopnm o", "convert png:o -depth 8 ppm:-"}},
+        {"PNG bytes", 23, 2, 256, {{501, 9}}, {"pngtopnm o", "convert png:o -depth 8 ppm:-"}},
+        {"PNG bits", 23, 9, 2, {}, {"pngtopnm o", "convert png:o -depth 8 ppm:-"}},
     };
     for (const auto& k : cases) {
         for (auto [width, height] : {std::pair(1, 1), {2, 1}, {7, 5}, {16, 3}, {301, 40}}) {
@@ -135,5 +159,21 @@ TEST_F(Peers, FilesWrittenHere) {
             for (const std::string& reader : k.readers)
                 EXPECT_TRUE(triples_of(reader) == expected) << reader;
         }
+    }
+}
+
+// The other program's library is ours, too: at the same quality, the same file.
+TEST_F(Peers, JfifIsWrittenAsTheOthersDo) {
+    for (const char* in : {"color.ppm", "grey.pgm", "one.ppm", "four.ppm"}) {
+        SCOPED_TRACE(in);
+        make("cjpeg -quality 75 " + std::string(in) + " >theirs && convert " + in + " bmp3:o");
+        const picture p = read_picture(path("o"));
+        const bytes_of_file colors = ours("o");
+        bytes_of_file grey;
+        for (size_t i = 0; i < colors.size(); i += 3)
+            grey.push_back(colors[i]);
+        const bool is_grey = std::string(in) == "grey.pgm";
+        EXPECT_EQ(write_picture(path("o"), 6, is_grey ? 29 : 27, p.width, p.height, is_grey ? grey : colors), 0u);
+        EXPECT_TRUE(read_bytes(path("o")) == read_bytes(path("theirs")));
     }
 }

@@ -1,5 +1,5 @@
-// Where the tests find the sources and the programs that were built. Only places.cpp is compiled with these names, so that every
-// other object is the same wherever the tree stands, and a compiler cache serves all copies of it.
+// Where the tests find the sources and the programs that were built. Only places.cpp is compiled with these names, so
+// that every other object is the same wherever the tree stands, and a compiler cache serves all copies of it.
 #pragma once
 
 #include <string>

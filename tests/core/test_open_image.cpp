@@ -101,6 +101,44 @@ TEST_F(OpenImage, OpensAppliesAndKeepsWhatASurfaceCarries) {
 }
 
 // Whatever is wrong with a pair: it is told, in the words for it, and the present picture stays as it is.
+TEST_F(OpenImage, ARecipeIsAppliedAndWhatIsCarriedIsSavedAsOne) {
+    write_pair();
+    write_raster("weave.rgb", 8, 8);
+    color_palette colors = {};
+    pattern_palette patterns = {};
+    recipe r = {};
+    palette_add(&colors, "Red", 1, 0, 0);
+    const std::string file = write("a.sets", "1=weave.rgb\n2=Red\n1=@weave.rgb:mirror:size=0.5\n9=Red\n2=@weave.rgb\n");
+    ASSERT_TRUE(recipe_read(&r, file.c_str(), LOG_INFO));
+    EXPECT_EQ(image_apply_recipe(&r, &colors, &patterns), 0);
+    EXPECT_EQ(messages, std::vector<std::string>{"There is no image to apply to."});
+    messages.clear();
+    ASSERT_EQ(image_open("still.tnc"), 1);
+    EXPECT_EQ(image_apply_recipe(&r, &colors, &patterns), 2);
+    const std::string in = "\"" + file + "\", line ";
+    EXPECT_EQ(messages,
+              (std::vector<std::string>{in + "1: The palette has no colour or pattern \"weave.rgb\".",
+                                        in + "4: The image has no surface 9.",
+                                        "Patterns cannot be applied to this surface.", in + "5: It was not applied."}));
+    ASSERT_EQ(image_save_recipe("b.sets"), 0);
+    EXPECT_EQ(read(path("b.sets")), "1=@" + path("weave.rgb") + ":mirror:size=0.5\n2=1,0,0\n");
+
+    char words[256];
+    image_undo_words(words, sizeof words);
+    EXPECT_STREQ(words, "");
+    EXPECT_EQ(image_undo(), 1);
+    image_undo_words(words, sizeof words);
+    EXPECT_STREQ(words, "Surface 1: back to the rendered state");
+    EXPECT_EQ(image_redo(), 1);
+    image_redo_words(words, sizeof words);
+    EXPECT_STREQ(words, "Surface 1: again weave.rgb");
+    image_undo();
+    image_undo();
+    EXPECT_FALSE(open_image.image_changed);
+    recipe_free(&r);
+    palette_clear(&colors);
+}
+
 TEST_F(OpenImage, APairThatCannotBeOpenedLeavesThePresentOne) {
     write_pair();
     ASSERT_EQ(image_open("still.tnc"), 1);

@@ -11,8 +11,9 @@
 namespace {
 
 // Forms that show all types that are drawn, in all states.
-constexpr const char* PAGES[] = {"g_button.frm", "g_toggle.frm", "g_check.frm",
-                                 "g_text.frm",   "g_static.frm", "g_group.frm"};
+constexpr const char* PAGES[] = {"g_button.frm", "g_toggle.frm",    "g_check.frm", "g_text.frm", "g_static.frm",
+                                 "g_group.frm",  "g_slider.frm",    "g_dial.frm",  "g_bar.frm",  "g_scroll.frm",
+                                 "g_field.frm",  "g_fieldlist.frm", "g_mcf.frm"};
 
 class Look : public FormsFixture {
 protected:
@@ -103,8 +104,8 @@ TEST_F(Look, EveryChangeOfStateIsUndone) {
                 c.back(form, g->label);
                 EXPECT_EQ(difference(form, picture(form), before), "") << page << ", gadget " << g->label;
                 const bool is_blank = g->type == FI_BUTTON && *g->text == '\0' && g->face.bits == nullptr;
-                const bool is_still = c.there == FIg_disable &&
-                                      (is_blank || g->type == FI_LINE || g->type == FI_RECT || g->type == FI_BEVEL);
+                const bool is_still = c.there == FIg_disable && (is_blank || g->type == FI_LINE || g->type == FI_RECT ||
+                                                                 g->type == FI_BEVEL || g->type == FI_SCROLL);
                 EXPECT_EQ(seen, !is_still) << page << ", gadget " << g->label;
             }
         });

@@ -9,7 +9,9 @@ prefix=$work/prefix
 
 rm -rf "$work"
 mkdir -p "$work"
-"$cmake" --install "$build" --component rzl --prefix "$prefix" >"$work/install.log"
+for component in rzl rzl_dev; do
+    "$cmake" --install "$build" --component "$component" --prefix "$prefix"
+done >"$work/install.log"
 test -f "$prefix/include/rzl.h"
 for file in librzl.so librzl.a cmake/rzl/rzlConfig.cmake pkgconfig/rzl.pc; do
     test -e "$prefix/$libdir/$file" || { echo "$file is not installed" >&2; exit 1; }

@@ -17,7 +17,7 @@ protected:
         SurfaceFixture::TearDown();
     }
     int load(const std::string& text) { return load_palette_file(&colors, &patterns, write("p.tnp", text).c_str()); }
-    color_palette colors = {nullptr, 0};
+    color_palette colors = {};
     pattern_palette patterns = {nullptr, 0};
 };
 
@@ -47,7 +47,7 @@ TEST_F(Palette, AnEntryWithoutABodyEndsTheFile) {
     for (const std::string& bad : {std::string("b {colour = (0, 0, 0);}\n"), std::string("b {color = (0, 0);}\n"),
                                    std::string("b {pattern = \"\";}\n"), std::string("b {pattern = \"x;}\n"),
                                    std::string(90, 'n') + " {color = (0, 0, 0);}\n",
-                                   std::string("b {pattern = \"") + std::string(80, 'f') + "\";}\n",
+                                   std::string("b {pattern = \"") + std::string(4096, 'f') + "\";}\n",
                                    std::string("b {color = (0, 0, 0);", 21) + '\0' + "}\n"}) {
         EXPECT_EQ(load(good + bad + "c {color = (1, 1, 1);}\n"), 1) << bad;
         EXPECT_EQ(colors.count, 1) << bad;

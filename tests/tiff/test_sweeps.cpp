@@ -7,6 +7,8 @@
 
 class Sweeps : public TiffTest {
 protected:
+    Sweeps() { rzl_set_extended(1); }
+    ~Sweeps() override { rzl_set_extended(0); }
     // `once` gives the first status that it met, 0 for none; `after` looks at what is left, knowing whether all went
     // well.
     static void sweep(const std::function<uint32_t()>& once, const std::function<void(bool)>& after) {
@@ -70,6 +72,7 @@ TEST_F(Sweeps, Reading) {
 
 TEST_F(Sweeps, Writing) {
     const std::pair<picture, field_values> kinds[] = {{make_picture(40, 12, 3, 8), {{501, 5}, {505, 5}}},
+                                                      {make_picture(40, 12, 3, 8), {{501, 8}, {505, 5}}},
                                                       {make_picture(40, 12, 1, 1), {{501, 4}, {505, 5}}},
                                                       {make_picture(40, 12, 3, 8), {{501, 32773}, {503, 2}, {505, 5}}},
                                                       {make_picture(40, 12, 3, 8), {{505, 5}, {100, 16}}},

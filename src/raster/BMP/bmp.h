@@ -17,6 +17,7 @@ constexpr uint32_t BMP_INFO_HEADER_SIZE = 40;
 constexpr uint32_t BMP_LEAST_LATER_SIZE = 52; // with masks behind the 40 bytes
 constexpr uint32_t BMP_MOST_HEADER_SIZE = 124;
 constexpr size_t BMP_COLORS = 256;
+constexpr color_layout BMP_COLOR_LAYOUT = {.step = 4, .blue_first = true}; // of all headers but the oldest
 
 // Compression in the header, field 501.
 constexpr uint32_t BMP_RAW = 0;

@@ -140,17 +140,10 @@ int read_colors(CFILE* c, bmp_spec* spec, const info_header& info) {
     count = std::min<uint32_t>(count, BMP_COLORS); // no pixel stands for one behind
     uint8_t table[BMP_COLORS * 4];
     if (io_read(c, table, count * step) != count * step) return refuse_file(c);
-    c->color_table = static_cast<uint8_t*>(mem_alloc_zeroed(BMP_COLORS * 3));
-    if (c->color_table == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t* color = table + i * step;
-        uint8_t* out = c->color_table + i * 3;
-        out[0] = color[2];
-        out[1] = color[1];
-        out[2] = color[0];
-    }
+    uint8_t* colors = new_color_table(c, BMP_COLORS, 8, SOURCE);
+    if (colors == nullptr) return 1;
+    load_colors(table, count, {.step = step, .blue_first = true}, colors);
     spec->colour_count = static_cast<int32_t>(count);
-    c->vlt_bits = 8;
     return 0;
 }
 

@@ -14,10 +14,6 @@ constexpr uint32_t START_SIZE = BMP_FILE_HEADER_SIZE + BMP_INFO_HEADER_SIZE;
 constexpr int64_t AT_FILE_SIZE = 2;
 constexpr int64_t AT_DATA_OFFSET = 10;
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 // ---- headers -------------------------------------------------------------------------------------------------------
 
 bool write_headers(CFILE* c, const bmp_spec* spec) {
@@ -32,46 +28,30 @@ bool write_headers(CFILE* c, const bmp_spec* spec) {
     store_u32le(info + 16, spec->compression);
     store_u32le(info + 24, static_cast<uint32_t>(spec->across));
     store_u32le(info + 28, static_cast<uint32_t>(spec->down));
-    return put_all(c, h, sizeof h);
+    return put_all(c, h, sizeof h, SOURCE);
 }
 
-// Entries of the application's table that may be read: those that it has announced, or else a whole table.
-int32_t entries_given(const CFILE* c, const bmp_spec* spec) {
-    if (c->vlt == nullptr) return 0;
-    return spec->announced >= 0 ? std::min(spec->announced, spec->colour_count) : spec->colour_count;
-}
-
-void store_colors(const CFILE* c, const bmp_spec* spec, uint8_t* table) {
-    int32_t given = entries_given(c, spec);
-    for (int32_t i = 0; i < spec->colour_count; ++i) {
-        uint8_t* color = table + static_cast<size_t>(i) * 4;
-        if (c->vlt == nullptr) {
-            std::memset(color, spec->bit_count == 1 ? i * 255 : i, 3);
-        } else if (i < given) {
-            color[0] = static_cast<uint8_t>(c->vlt[i].blue >> 8);
-            color[1] = static_cast<uint8_t>(c->vlt[i].green >> 8);
-            color[2] = static_cast<uint8_t>(c->vlt[i].red >> 8);
-        }
-    }
+void fill_table(const CFILE* c, const bmp_spec* spec, uint8_t* table) {
+    auto count = static_cast<size_t>(spec->colour_count);
+    store_colors(c->vlt, entries_given(c, spec->announced, count), BMP_COLOR_LAYOUT, table);
+    for (size_t i = 0; i < count && c->vlt == nullptr; ++i)
+        std::memset(table + i * 4, static_cast<int>(spec->bit_count == 1 ? i * 255 : i), 3);
 }
 
 // Kept for reading back, too.
-bool keep_colors(CFILE* c, const uint8_t* table, int32_t count) {
+bool keep_colors(CFILE* c, const uint8_t* table, size_t count) {
     if (!is_readable(c) || count == 0) return true;
-    mem_free(c->color_table);
-    c->color_table = static_cast<uint8_t*>(mem_alloc_zeroed(BMP_COLORS * 3));
-    if (c->color_table == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    c->vlt_bits = 8;
-    for (size_t i = 0; i < static_cast<size_t>(count); ++i)
-        for (size_t p = 0; p < 3; ++p)
-            c->color_table[i * 3 + p] = table[i * 4 + 2 - p];
+    uint8_t* colors = new_color_table(c, BMP_COLORS, 8, SOURCE);
+    if (colors == nullptr) return false;
+    load_colors(table, count, BMP_COLOR_LAYOUT, colors);
     return true;
 }
 
 bool write_colors(CFILE* c, const bmp_spec* spec) {
     uint8_t table[BMP_COLORS * 4] = {};
-    store_colors(c, spec, table);
-    return keep_colors(c, table, spec->colour_count) && put_all(c, table, static_cast<size_t>(spec->colour_count) * 4);
+    fill_table(c, spec, table);
+    return keep_colors(c, table, static_cast<size_t>(spec->colour_count)) &&
+           put_all(c, table, static_cast<size_t>(spec->colour_count) * 4, SOURCE);
 }
 
 // ---- the lines in memory -------------------------------------------------------------------------------------------
@@ -244,15 +224,16 @@ bool put_raw(CFILE* c, bmp_spec* spec, int channels, write_planes buffers) {
     pack_row(c, spec, channels, buffers, spec->row);
     int64_t place = spec->data_offset + static_cast<int64_t>(line * spec->row_bytes);
     if (!io_seek(c, place)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    return put_all(c, spec->row, spec->row_bytes);
+    return put_all(c, spec->row, spec->row_bytes, SOURCE);
 }
 
 // ---- the close -----------------------------------------------------------------------------------------------------
 
 bool write_coded(CFILE* c, const bmp_spec* spec) {
-    if (spec->orientation == RZL_BOTTOM_UP) return put_all(c, spec->lines, spec->fill);
+    if (spec->orientation == RZL_BOTTOM_UP) return put_all(c, spec->lines, spec->fill, SOURCE);
     for (int32_t line = spec->lines_put - 1; line >= 0; --line)
-        if (!put_all(c, spec->lines + spec->places[line], spec->places[line + 1] - spec->places[line])) return false;
+        if (!put_all(c, spec->lines + spec->places[line], spec->places[line + 1] - spec->places[line], SOURCE))
+            return false;
     return true;
 }
 
@@ -260,7 +241,7 @@ bool put_number(CFILE* c, int64_t place, uint32_t number) {
     uint8_t bytes[4];
     store_u32le(bytes, number);
     if (!io_seek(c, place)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    return put_all(c, bytes, sizeof bytes);
+    return put_all(c, bytes, sizeof bytes, SOURCE);
 }
 
 bool write_lines(CFILE* c, const bmp_spec* spec) {
@@ -271,7 +252,7 @@ bool write_lines(CFILE* c, const bmp_spec* spec) {
     uint64_t size = static_cast<uint64_t>(spec->data_offset) + bytes;
     if (size > UINT32_MAX) return fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "Bmp close");
     if (!io_seek(c, spec->data_offset)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    bool written = bmp_is_coded(spec) ? write_coded(c, spec) : put_all(c, spec->lines, bytes);
+    bool written = bmp_is_coded(spec) ? write_coded(c, spec) : put_all(c, spec->lines, bytes, SOURCE);
     return written && put_number(c, AT_FILE_SIZE, static_cast<uint32_t>(size)) &&
            put_number(c, AT_DATA_OFFSET, static_cast<uint32_t>(spec->data_offset));
 }

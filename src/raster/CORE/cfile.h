@@ -60,8 +60,8 @@ struct format_slots {
     read_tile_slot Getrletile = nullptr;
     write_tile_slot Putrletile = nullptr;
     // Null, or Gettile for a caller that wants the first `rows` rows of the tile in planes of any pitch:
-    // rzl_get_tiles() then copies none. Columns of the tile that lie outside of the image are given as well. Pixels, 0
-    // failure.
+    // rzl_get_tiles() then copies none. Columns of the tile that lie outside of the image are given as well, but for a
+    // module with MODULE_CUT_TILES. Pixels, 0 failure.
     int (*Gettilerows)(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows) = nullptr;
     // Header fields: `value` is aligned and has the size of the field (fields.h). On getting it holds the core's
     // answer, which stands unless the module writes another. On setting it is a copy in which a text ends.
@@ -111,7 +111,7 @@ struct file_slots {
 struct tile_record {
     uint32_t width, height;            // pixels
     uint32_t tiles_across, tiles_down; // 0 while the image size is not known
-    uint64_t end_offset, end_size;     // of the native module, when it appends tiles
+    uint64_t end_offset;               // where the next tile is appended, from the image offset
     int32_t first_line;                // first image line in row_buffer
     size_t row_bytes;                  // size of row_buffer
     uint32_t row_layout;               // the flags of the call that made row_buffer which decide its layout
@@ -119,7 +119,7 @@ struct tile_record {
     bool row_dirty;                    // lines were put into row_buffer that the file does not have yet
     uint8_t* row_buffer;               // owned; null until first used
     uint8_t* packet;                   // owned; the native tile packet
-    void* module_arrays[2];            // owned; per-tile arrays of a module
+    size_t packet_bytes;
 };
 
 // Resampling while reading.

@@ -23,7 +23,7 @@ bool is_fax(int32_t format) {
 // The most pixels that a stored byte stands for. Other standards report the nearest data format, so that only native
 // files are held to theirs.
 int64_t pixels_in_byte(const CFILE* c) {
-    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_SCANNABLE)) return MOST_PIXELS;
+    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_SCANNABLE | FLAG_TILED)) return MOST_PIXELS;
     switch (c->format) {
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_RGB:

@@ -1,11 +1,11 @@
 // How the format of an existing file is found: the tests on a file's first bytes and on its name, and the walk through
 // the rows of standard.cpp that name them.
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 
 #include "raster/CORE/module.h"
 #include "raster/CORE/standard.h"
-#include "support/memory.h"
 
 namespace {
 
@@ -56,8 +56,14 @@ bool is_bmp(const file_probe* p) {
 bool is_text_native(const file_probe* p) {
     return begins(p, "Raster!");
 }
+// Files of today begin with other markers than the one that names the format.
 bool is_jfif(const file_probe* p) {
-    return std::memcmp(p->b + 6, "JFIF", 4) == 0;
+    constexpr uint8_t START[3] = {0xFF, 0xD8, 0xFF};
+    return std::memcmp(p->b + 6, "JFIF", 4) == 0 || (is_extended() && std::memcmp(p->b, START, sizeof START) == 0);
+}
+bool is_png(const file_probe* p) {
+    constexpr uint8_t START[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    return std::memcmp(p->b, START, sizeof START) == 0;
 }
 bool is_eps(const file_probe* p) {
     return load_u32be(p->b) == 0xC5D0D3C6u;
@@ -131,12 +137,9 @@ bool is_sym(const file_probe* p) {
     return begins(p, "FONT");
 }
 
+// What its first image is like is for the module, which looks whether there is one.
 bool is_ico(const file_probe* p) {
-    auto is_side = [](uint8_t v) { return v == 16 || v == 32 || v == 64; };
-    static constexpr uint8_t zeros[5] = {};
-    bool colors = p->b[8] == 2 || p->b[8] == 8 || p->b[8] == 16;
-    return p->size >= 14 && load_u32be(p->b) == 0x00000100u && is_side(p->b[6]) && is_side(p->b[7]) && colors &&
-           std::memcmp(p->b + 9, zeros, sizeof zeros) == 0;
+    return p->size >= 22 && load_u32be(p->b) == 0x00000100u && p->b[9] == 0;
 }
 
 bool is_cals(const file_probe* p) {
@@ -147,35 +150,6 @@ bool is_nitf(const file_probe* p) {
     size_t ignored = 0;
     return begins(p, "NITF") && digits_value(p->b + 4, 2, &ignored) && p->b[6] == '.' &&
            digits_value(p->b + 7, 2, &ignored);
-}
-
-namespace {
-
-// The value of "#define <name><ending> <value>" in a text of C, or 0.
-int64_t defined_value(const char* text, const char* ending) {
-    for (const char* at = std::strstr(text, "#define"); at != nullptr; at = std::strstr(at + 1, "#define")) {
-        const char* name = at + 7 + std::strspn(at + 7, " \t");
-        size_t length = std::strcspn(name, " \t\r\n");
-        size_t wanted = std::strlen(ending);
-        if (length < wanted || std::memcmp(name + length - wanted, ending, wanted) != 0) continue;
-        int64_t value = 0;
-        (void)text_integer(name + length, std::strlen(name + length), &value);
-        return value;
-    }
-    return 0;
-}
-
-} // namespace
-
-// A bitmap as C source: its size is defined before the first brace.
-bool is_xbm(const file_probe* p) {
-    constexpr size_t TEXT_SIZE = 4096;
-    mem_guard<char> text(static_cast<char*>(mem_alloc_zeroed(TEXT_SIZE + 1)));
-    if (!text || !io_seek(p->c, 0)) return false;
-    (void)io_read(p->c, text.get(), TEXT_SIZE);
-    char* brace = std::strchr(text.get(), '{');
-    if (brace != nullptr) *brace = '\0';
-    return defined_value(text.get(), "_width") > 0 && defined_value(text.get(), "_height") > 0;
 }
 
 namespace {
@@ -197,13 +171,28 @@ bool field_holds(const uint8_t* record, const record_field& field) {
     return text_integer(text, field.width, &value) && value >= field.lowest && value <= field.highest;
 }
 
+constexpr size_t USGS_RECORD_SIZE = 400;
+
+// Whether the four records, as far apart as lines are long, are text.
+bool records_are_text(const file_probe* p) {
+    int64_t width = 0;
+    (void)text_integer(reinterpret_cast<const char*>(p->b) + 150, 6, &width);
+    uint8_t record[USGS_RECORD_SIZE];
+    auto is_text = [](uint8_t b) { return b >= ' ' && b <= '~'; };
+    for (int64_t i = 0; i < 4; ++i) {
+        bool text =
+            read_at(p->c, i * width, record, sizeof record) && std::all_of(record, record + sizeof record, is_text);
+        if (!text) return false;
+    }
+    return true;
+}
+
 } // namespace
 
 // Four text records without a magic number: the fields have to make sense.
 bool is_usgs(const file_probe* p) {
-    constexpr size_t RECORD_SIZE = 400;
     constexpr double FULL_CIRCLE = 6.283185307179586;
-    if (p->size < RECORD_SIZE) return false;
+    if (p->size < USGS_RECORD_SIZE) return false;
     auto is_one_of = [](uint8_t v, const char* set) { return v != 0 && std::strchr(set, v) != nullptr; };
     if (!is_one_of(p->b[38], "NnSs ") || !is_one_of(p->b[39], "EeWw ")) return false;
     for (const record_field& field : USGS_FIELDS) {
@@ -211,7 +200,7 @@ bool is_usgs(const file_probe* p) {
     }
     double angle = 0;
     (void)text_number(reinterpret_cast<const char*>(p->b) + 171, 24, &angle);
-    return angle > 0 && angle < FULL_CIRCLE;
+    return angle > 0 && angle < FULL_CIRCLE && records_are_text(p);
 }
 
 // The mark at the start of the directory that ends the file.

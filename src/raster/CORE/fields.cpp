@@ -21,7 +21,7 @@ constexpr field_type TYPES[] = {
     {RZL_FIELD_ASPECT_RATIO, field_kind::number, 8}, {RZL_FIELD_VIEW_ORIGIN, field_kind::number, 24},
     {RZL_FIELD_VIEW_EXTENT, field_kind::number, 24}, {RZL_FIELD_ROTATION, field_kind::number, 8},
     {RZL_FIELD_SKEW, field_kind::number, 8},         {RZL_FIELD_TILE_DIRECTORY, field_kind::record, 0},
-    {RZL_FIELD_USER_TAG, field_kind::record, 0},
+    {RZL_FIELD_USER_TAG, field_kind::record, 0},     {RZL_FIELD_MAP, field_kind::bytes, sizeof(rzl_map_info)},
 };
 
 const field_type* find_type(std::span<const field_type> types, int32_t field) {

@@ -109,7 +109,7 @@ namespace {
 // Three planes of a bilevel image with a colour table are colours, as they are of any other image with one.
 bool gives_colors(const CFILE* c, int channels, read_planes buffers) {
     if (channels != 3 || !bits_have_colors(c)) return false;
-    if (c->module != nullptr && (c->module->traits & MODULE_COLORS) != 0) return false;
+    if (has_trait(c, MODULE_COLORS)) return false;
     return buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
 }
 

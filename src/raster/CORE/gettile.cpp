@@ -59,9 +59,9 @@ void free_block(tile_block* b) {
 
 bool make_block(CFILE* c, tile_block* b) {
     b->tile_pitch = line_bytes(c, c->tile->width) * samples_together(c);
-    // Rows of whole tiles go where they are wanted.
-    b->direct = c->slots.Gettilerows != nullptr && !has_flag(c, FLAG_16_BIT) &&
-                static_cast<size_t>(b->columns) * b->tile_pitch <= b->pitch;
+    // Rows of tiles go where they are wanted, if they have the room.
+    bool whole = !has_flag(c, FLAG_16_BIT) && static_cast<size_t>(b->columns) * b->tile_pitch <= b->pitch;
+    b->direct = c->slots.Gettilerows != nullptr && (whole || has_trait(c, MODULE_CUT_TILES));
     bool fits = checked_mul(b->tile_pitch, size_t{c->tile->height}, &b->tile_bytes);
     b->tiles = static_cast<uint8_t**>(mem_alloc_zeroed(static_cast<size_t>(b->channels) * sizeof(uint8_t*)));
     for (int i = 0; fits && !b->direct && b->tiles != nullptr && i < b->channels; ++i) {

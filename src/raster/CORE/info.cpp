@@ -24,7 +24,7 @@ template <size_t Count> bool is_in(const field_range (&ranges)[Count], int32_t f
 // Fields that only modules know. Reading and setting differ in a few.
 constexpr field_range MODULE_GET_FIELDS[] = {{5, 30},    {33, 33},   {200, 201}, {400, 401}, {501, 505},
                                              {509, 509}, {600, 609}, {630, 630}, {640, 652}, {660, 660},
-                                             {667, 674}, {700, 700}, {720, 720}, {730, 730}};
+                                             {667, 674}, {700, 700}, {720, 720}, {730, 731}, {1000, 1001}};
 constexpr field_range MODULE_SET_FIELDS[] = {{3, 19},    {21, 30},   {32, 33},   {200, 200}, {401, 401},
                                              {403, 403}, {501, 505}, {509, 509}, {600, 609}, {630, 630},
                                              {640, 652}, {660, 660}, {667, 674}, {720, 720}};
@@ -191,14 +191,15 @@ bool is_layout_field(int32_t field) {
     return is_in(LAYOUT_FIELDS, field);
 }
 
-bool has_trait(const CFILE* c, uint32_t trait) {
-    return c->module == nullptr || (c->module->traits & trait) != 0;
+// What a handle that is no module's has as well.
+bool allows(const CFILE* c, uint32_t trait) {
+    return c->module == nullptr || has_trait(c, trait);
 }
 
 // Size and data format are fixed once the header exists, except in formats that look at them themselves.
 bool is_fixed(const CFILE* c, int32_t field) {
     bool shape = field >= RZL_FIELD_XSIZE && field <= RZL_FIELD_FORMAT;
-    return has_flag(c, FLAG_HEADER_EXISTS) && (is_layout_field(field) || (shape && !has_trait(c, MODULE_RESIZES)));
+    return has_flag(c, FLAG_HEADER_EXISTS) && (is_layout_field(field) || (shape && !allows(c, MODULE_RESIZES)));
 }
 
 int set_base_field(CFILE* c, int32_t field, const void* value) {
@@ -214,7 +215,7 @@ int set_base_field(CFILE* c, int32_t field, const void* value) {
     case RZL_FIELD_YSIZE: return set_size(c, field, value, &c->ysize);
     case RZL_FIELD_TILE_WIDTH:
     case RZL_FIELD_TILE_HEIGHT:
-        return has_trait(c, MODULE_TILES) ? set_tile_size(c, field, value) : set_module_field(c, field, value);
+        return allows(c, MODULE_TILES) ? set_tile_size(c, field, value) : set_module_field(c, field, value);
     case RZL_FIELD_VLT_BITS: return set_vlt_bits(c, value);
     case RZL_FIELD_IMAGES: return set_image_count(c, int_of(value));
     case RZL_FIELD_BOARD: return set_use_board(c, int_of(value) != 0);

@@ -25,8 +25,6 @@ void free_tile_record(CFILE* c) {
     if (c->tile == nullptr) return;
     mem_free(c->tile->row_buffer);
     mem_free(c->tile->packet);
-    for (void* array : c->tile->module_arrays)
-        mem_free(array);
     mem_free(c->tile);
     c->tile = nullptr;
 }

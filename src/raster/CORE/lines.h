@@ -3,6 +3,7 @@
 #pragma once
 
 #include "raster/CORE/module.h"
+#include "support/checked.h"
 #include "support/memory.h"
 
 // The planes of a public call as the slots take them: a typed copy of the caller's array. `all` is null when there is
@@ -50,9 +51,10 @@ inline size_t samples_together(const CFILE* c) {
     return has_flag(c, FLAG_INTERLEAVED) ? static_cast<size_t>(interleave_step(c)) : 1;
 }
 
-// Samples of a pixel in the buffer of the default interleaved calls.
+// Samples of a pixel in the buffer of the default interleaved calls. Some files count a colour as one sample.
 inline int interleaved_samples(const CFILE* c) {
-    return c->color_table != nullptr && c->samples == 1 ? 3 : c->samples;
+    bool colors = c->color_table != nullptr || format_is_color(c->format);
+    return colors && c->samples == 1 ? 3 : c->samples;
 }
 
 // Whether lines have a byte a sample: those of a colour have, whatever the file's samples are.
@@ -60,6 +62,28 @@ inline bool planes_are_bytes(const CFILE* c) {
     bool colour = format_is_color(c->format) || format_is_four(c->format);
     return line_bytes(c, 1) == 1 && (c->bits <= 8 || colour);
 }
+
+// The handle posing as an image of the size of one tile, until the end of a scope, so that slots of lines can read or
+// write the tile. `line` is 0 at first.
+struct tile_pose {
+    CFILE* handle;
+    int32_t xsize, ysize, line;
+    tile_pose(CFILE* c, int64_t tile) : handle(c), xsize(c->xsize), ysize(c->ysize), line(c->line) {
+        const tile_record* t = c->tile;
+        int64_t left = xsize - tile % t->tiles_across * t->width;
+        int64_t below = ysize - tile / t->tiles_across * t->height;
+        c->xsize = static_cast<int32_t>(clamped(left, int64_t{0}, int64_t{t->width}));
+        c->ysize = static_cast<int32_t>(clamped(below, int64_t{0}, int64_t{t->height}));
+        c->line = 0;
+    }
+    ~tile_pose() {
+        handle->xsize = xsize;
+        handle->ysize = ysize;
+        handle->line = line;
+    }
+    tile_pose(const tile_pose&) = delete;
+    tile_pose& operator=(const tile_pose&) = delete;
+};
 
 // A flag switched off, or on, until the end of a scope.
 struct flag_guard {

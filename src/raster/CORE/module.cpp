@@ -77,12 +77,7 @@ int rzl_get_vlt_of_table(CFILE* c, rzl_vlt_entry* entries) {
     int32_t count = std::min(int_of(value), 256);
     const char* source = c->module != nullptr ? c->module->word : SOURCE;
     if (c->color_table == nullptr || count <= 0) return refuse(c, RZL_NO_VLT, source, "Get_vlt");
-    uint32_t shift = 16 - (c->vlt_bits >= 1 && c->vlt_bits <= 8 ? c->vlt_bits : 8);
-    for (int32_t i = 0; i < count; ++i) {
-        const uint8_t* color = c->color_table + static_cast<size_t>(i) * 3;
-        entries[i] = {static_cast<uint16_t>(i), static_cast<uint16_t>(color[0] << shift),
-                      static_cast<uint16_t>(color[1] << shift), static_cast<uint16_t>(color[2] << shift)};
-    }
+    give_vlt(c->color_table, static_cast<size_t>(count), c->vlt_bits, entries);
     return 0;
 }
 

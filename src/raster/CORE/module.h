@@ -36,11 +36,13 @@ constexpr size_t PROBE_SIZE = 512;
 
 // Bits of `traits`.
 constexpr uint32_t MODULE_TILES = 1; // fields 100 and 104 make tiles; without it the module is asked, and no tiles made
-constexpr uint32_t MODULE_RESIZES = 2; // fields 1 to 3 reach the module once the header exists; without it they are
-                                       // passed over with success
-constexpr uint32_t MODULE_COLORS = 4;  // Get_line gives three planes of a bilevel image as bytes by itself
-constexpr uint32_t MODULE_FIELDS = 16; // all fields that are set reach the module, whether the header exists or not
-constexpr uint32_t MODULE_COUNTS = 8;  // fields 101, 102 and 700 can be set: they reach the module
+constexpr uint32_t MODULE_RESIZES = 2;   // fields 1 to 3 reach the module once the header exists; without it they are
+                                         // passed over with success
+constexpr uint32_t MODULE_COLORS = 4;    // Get_line gives three planes of a bilevel image as bytes by itself
+constexpr uint32_t MODULE_CUT_TILES = 8; // tiles hold what lies inside of the image, and Gettilerows gives no more
+constexpr uint32_t MODULE_NO_TABLE = 16; // files have no colour table: values of one are not to be put into them
+constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: they reach the module
+constexpr uint32_t MODULE_FIELDS = 64;   // all fields that are set reach the module, whether the header exists or not
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"
@@ -51,6 +53,7 @@ struct format_module {
     std::span<const field_limit> limits = {}; // integers that fields can be set to; others are RZL_BAD_FIELD_VALUE
     std::span<const field_type> types = {};   // kinds of the module's own fields that are no integers
     uint32_t traits = 0;
+    int32_t most_colors = 256; // entries of a colour table that a new file's pixels can have
 
     // Null, or the module's own test of a file that its row of detection lets through (all files, when the row has no
     // test). False, with no status: the search goes on.
@@ -70,7 +73,17 @@ struct format_module {
     // Null, or creates a further part of an existing file that detection finds to be the module's, instead of emptying
     // it. Called on a new handle without a file. 0, or 1 with the status set.
     int (*extend)(CFILE* c, const char* name) = nullptr;
+
+    // Null, or told by rzl_put_tiles() that tile number `line` of the handle has been written, to the file offsets from
+    // `begin` up to `end`. Such a module's tiles go behind each other at the end of its data, in whatever order they
+    // come. False with the status set.
+    bool (*note_tile)(CFILE* c, int64_t begin, int64_t end) = nullptr;
 };
+
+// Whether the handle's module has one of the traits; a handle that is no module's has none.
+inline bool has_trait(const CFILE* c, uint32_t trait) {
+    return c->module != nullptr && (c->module->traits & trait) != 0;
+}
 
 // Makes a handle the module's: an empty record, and its slots. Where the table has none: Getline and Putline are the
 // generic bodies when there are Get_line and Put_line; Get_hdr_data and Set_hdr_data leave the core's answers and take

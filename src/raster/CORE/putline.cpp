@@ -112,7 +112,9 @@ bool rzl_append_check(CFILE* c) {
 int rzl_putline_generic(CFILE* c, int channels, write_planes buffers) {
     if (!handle_is_valid(c, "rzl_putline")) return 0;
     if (!is_writable(c)) return fails(c, RZL_NEEDS_WRITE, SOURCE, "rzl_putline");
-    if (!rzl_append_check(c)) return 0;
+    // Tiles that are appended never change what stands in the file.
+    bool appended = has_flag(c, FLAG_TILED) && c->module != nullptr && c->module->note_tile != nullptr;
+    if (!appended && !rzl_append_check(c)) return 0;
     if (!header_is_there(c)) return 0;
     if (c->line < 0 || c->line >= c->ysize) return fails(c, RZL_PAST_END, SOURCE, "rzl_putline");
     if (has_flag(c, FLAG_TILED)) return rzl_putline_to_tiles(c, channels, buffers);
@@ -123,10 +125,12 @@ int rzl_putline_generic(CFILE* c, int channels, write_planes buffers) {
 // pixels are refused here rather than stored as something else.
 int rzl_putinlv_default(CFILE* c, const uint8_t* buffer) {
     flag_guard planes_given(c, FLAG_INTERLEAVED, false);
-    if (interleaved_samples(c) != c->samples) return fails(c, RZL_UNSUPPORTED, SOURCE, "Putinlv");
-    if (c->samples <= 1 || c->bits > 8) return c->slots.Putline(c, 1, &buffer);
+    int samples = interleaved_samples(c);
+    bool colors = format_is_color(c->format);
+    if (samples != c->samples && !colors) return fails(c, RZL_UNSUPPORTED, SOURCE, "Putinlv");
+    if (samples <= 1 || (c->bits > 8 && !colors)) return c->slots.Putline(c, 1, &buffer);
     auto pixels = static_cast<size_t>(c->xsize);
-    auto n = static_cast<size_t>(c->samples);
+    auto n = static_cast<size_t>(samples);
     size_t bytes = 0;
     bool fits = checked_mul(pixels, n, &bytes);
     mem_guard<uint8_t> block(fits ? static_cast<uint8_t*>(mem_alloc(bytes)) : nullptr);
@@ -134,7 +138,7 @@ int rzl_putinlv_default(CFILE* c, const uint8_t* buffer) {
     if (!block || !planes) return fails(c, RZL_NO_MEMORY, SOURCE, "putinlv");
     for (size_t s = 0; s < n; ++s)
         planes[s] = block.get() + s * pixels;
-    size_t step = has_flag(c, FLAG_FOUR_BYTE_PIXELS) && c->samples < 4 ? 4 : n;
+    size_t step = has_flag(c, FLAG_FOUR_BYTE_PIXELS) && samples < 4 ? 4 : n;
     split_pixels(buffer, pixels, step, planes.get(), n);
-    return c->slots.Putline(c, c->samples, planes.get());
+    return c->slots.Putline(c, samples, planes.get());
 }

@@ -6,17 +6,11 @@
 #include <cstring>
 
 #include "raster/CORE/lines.h"
-#include "support/bytes.h"
 #include "support/checked.h"
 
 namespace {
 
 constexpr char SOURCE[] = "CORE/puttile";
-
-// The table of the native tile packet: an entry a tile of three 32-bit words, offset from the data start and twice the
-// size.
-constexpr size_t NATIVE_TABLE_AT = 128;
-constexpr size_t NATIVE_ENTRY_SIZE = 12;
 
 int write_tile_call(CFILE* c, const char* word, write_tile_slot format_slots::*slot, int channels,
                     const void* const* buffers) {
@@ -35,15 +29,14 @@ struct tile_block {
     size_t pitch;          // bytes from line to line of the caller's planes
     size_t tile_pitch;     // bytes of a full tile's line
     int64_t columns, rows; // tiles
-    int64_t first_row, first_column;
-    int32_t image_xsize, image_ysize;
-    uint8_t* padded;      // owned: room for a tile of full size a channel; null when tiles go out as they are
-    size_t padded_bytes;  // of one channel
-    const uint8_t** tile; // owned: where the planes of the tile in hand begin
-    const uint8_t** slot; // owned: the planes of one call of a slot
+    uint8_t* padded;       // owned: room for a tile of full size a channel; null when tiles go out as they are
+    size_t padded_bytes;   // of one channel
+    const uint8_t** tile;  // owned: where the planes of the tile in hand begin
+    const uint8_t** slot;  // owned: the planes of one call of a slot
 };
 
 bool tiles_go_padded(const CFILE* c) {
+    if (has_trait(c, MODULE_CUT_TILES)) return false;
     return c->standard == RZL_STANDARD_NITF || has_flag(c, FLAG_PADDED_TILES | FLAG_FIELD_36);
 }
 
@@ -68,14 +61,6 @@ bool make_block(CFILE* c, tile_block* b) {
     return fails(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
 }
 
-// The handle poses as an untiled image of the tile's size, so that the line slots can write the tile.
-void pose_as_tile(CFILE* c, const tile_block& b, int64_t row, int64_t column) {
-    int64_t left = int64_t{b.image_xsize} - column * c->tile->width;
-    int64_t below = int64_t{b.image_ysize} - row * c->tile->height;
-    c->xsize = static_cast<int32_t>(clamped(left, int64_t{0}, int64_t{c->tile->width}));
-    c->ysize = static_cast<int32_t>(clamped(below, int64_t{0}, int64_t{c->tile->height}));
-}
-
 const uint8_t* line_of(const tile_block& b, int channel, size_t y) {
     return b.tile[channel] == nullptr ? nullptr : b.tile[channel] + y * b.pitch;
 }
@@ -90,16 +75,12 @@ int write_padded_tile(CFILE* c, const tile_block& b, size_t left_of_it) {
             std::memcpy(plane + y * b.tile_pitch, line_of(b, i, y), bytes);
         b.slot[i] = b.tile[i] != nullptr ? plane : nullptr;
     }
-    int32_t line = c->line;
-    int pixels = c->slots.Puttile(c, b.channels, b.slot, nullptr);
-    c->line = line;
-    return pixels;
+    return c->slots.Puttile(c, b.channels, b.slot, nullptr);
 }
 
 // A tile line by line, as the format writes lines.
 int write_tile_lines(CFILE* c, const tile_block& b) {
     write_line_slot put = has_flag(c, FLAG_16_BIT) ? c->slots.Put_line16 : c->slots.Put_line;
-    int32_t tile = c->line;
     int64_t sum = 0;
     for (c->line = 0; c->line < c->ysize && c->status == 0; ++c->line) {
         for (int i = 0; i < b.channels; ++i)
@@ -112,17 +93,7 @@ int write_tile_lines(CFILE* c, const tile_block& b) {
         }
         sum += pixels;
     }
-    c->line = tile;
     return static_cast<int>(std::min(sum, int64_t{INT32_MAX}));
-}
-
-// Notes where the tile in hand went.
-void note_native_tile(CFILE* c, int64_t begin, int64_t end, int64_t data_start) {
-    if (!has_flag(c, FLAG_NATIVE) || c->tile->packet == nullptr) return;
-    uint8_t* entry = c->tile->packet + NATIVE_TABLE_AT + static_cast<size_t>(c->line) * NATIVE_ENTRY_SIZE;
-    store_u32le(entry, static_cast<uint32_t>(begin - data_start));
-    store_u32le(entry + 4, static_cast<uint32_t>(end - begin));
-    store_u32le(entry + 8, static_cast<uint32_t>(end - begin));
 }
 
 int write_tile(CFILE* c, tile_block* b, int64_t row, int64_t column) {
@@ -131,30 +102,32 @@ int write_tile(CFILE* c, tile_block* b, int64_t row, int64_t column) {
     if (place >= b->pitch) return 0;
     for (int i = 0; i < b->channels; ++i)
         b->tile[i] = b->in[i] != nullptr ? b->in[i] + first : nullptr;
-    pose_as_tile(c, *b, b->first_row + row, b->first_column + column);
-    int pixels = b->padded != nullptr ? write_padded_tile(c, *b, place) : write_tile_lines(c, *b);
-    c->xsize = b->image_xsize;
-    c->ysize = b->image_ysize;
-    return pixels;
+    int32_t tile = c->line;
+    tile_pose pose(c, tile);
+    if (b->padded == nullptr) return write_tile_lines(c, *b);
+    c->line = tile;
+    return write_padded_tile(c, *b, place);
 }
 
 // Writes the block; `line` ends at the tile that would come next. The pixels written, 0 on failure.
 int64_t write_block(CFILE* c, tile_block* b, int64_t data_start) {
     int64_t sum = 0;
     int64_t first = c->line;
+    int64_t begin = io_tell(c);
     for (int64_t row = 0; row < b->rows; ++row) {
         for (int64_t column = 0; column < b->columns; ++column) {
             c->line = static_cast<int32_t>(first + row * c->tile->tiles_across + column);
-            int64_t begin = io_tell(c);
             int pixels = write_tile(c, b, row, column);
             if (c->status != 0 || pixels <= 0) return 0;
-            (void)c->io.file_flush(c->file);
             int64_t end = io_tell(c);
-            note_native_tile(c, begin, end, data_start);
+            if (c->module != nullptr && c->module->note_tile != nullptr && !c->module->note_tile(c, begin, end))
+                return 0;
             c->tile->end_offset = static_cast<uint64_t>(end - data_start);
             sum += pixels;
+            begin = end;
         }
     }
+    if (c->io.file_flush(c->file) != 0) return fails(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_tile");
     if (c->line < INT32_MAX) ++c->line;
     return sum;
 }
@@ -240,12 +213,9 @@ int rzl_put_tiles(CFILE* c, int channels, write_planes buffers, size_t pitch, in
     b.channels = channels;
     b.in = buffers;
     b.pitch = pitch;
-    b.first_row = int64_t{c->line} / c->tile->tiles_across;
-    b.first_column = int64_t{c->line} % c->tile->tiles_across;
-    b.columns = std::min(int64_t{across}, int64_t{c->tile->tiles_across} - b.first_column);
-    b.rows = std::min(int64_t{down}, int64_t{c->tile->tiles_down} - b.first_row);
-    b.image_xsize = c->xsize;
-    b.image_ysize = c->ysize;
+    int64_t tiles_across = c->tile->tiles_across;
+    b.columns = std::min(int64_t{across}, tiles_across - c->line % tiles_across);
+    b.rows = std::min(int64_t{down}, int64_t{c->tile->tiles_down} - c->line / tiles_across);
     int64_t data_start = c->slots.Get_Image_Offset(c);
     if (!stand_at_end_of_tiles(c, data_start) || !make_block(c, &b)) return 0;
     int64_t pixels = 0;

@@ -1,11 +1,13 @@
 // Sizes of lines, and samples on their way between the file and the caller: see samples.h.
 #include "raster/CORE/samples.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "raster/CORE/cfile.h"
 #include "raster/CORE/squetch.h"
 #include "support/bytes.h"
+#include "support/memory.h"
 
 size_t line_bytes(const CFILE* c, int64_t pixels) {
     auto n = static_cast<size_t>(pixels > 0 ? pixels : 0);
@@ -344,4 +346,56 @@ void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uint8_t zer
         size_t at = static_cast<size_t>(i) / 16 * 2 + ((i & 8) != 0 ? 0 : 1);
         out[i] = (in[at] & (0x80 >> (i & 7))) != 0 ? one : zero;
     }
+}
+
+// ---- lines and colours
+
+bool is_wanted(int channels, const uint8_t* const* planes) {
+    return std::any_of(planes, planes + channels, [](const uint8_t* plane) { return plane != nullptr; });
+}
+
+bool put_all(CFILE* c, const void* bytes, size_t size, const char* source, int line) {
+    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, source, nullptr, line);
+}
+
+uint8_t* new_color_table(CFILE* c, size_t colors, uint32_t vlt_bits, const char* source, int line) {
+    constexpr size_t LEAST = 256;
+    mem_free(c->color_table);
+    c->color_table = static_cast<uint8_t*>(mem_alloc_zeroed(std::max(colors, LEAST) * 3));
+    if (c->color_table == nullptr) {
+        fail(c, RZL_NO_MEMORY, source, nullptr, line);
+    } else {
+        c->vlt_bits = vlt_bits;
+    }
+    return c->color_table;
+}
+
+void load_colors(const uint8_t* colors, size_t count, color_layout layout, uint8_t* triples) {
+    size_t first = layout.blue_first ? 2 : 0;
+    for (size_t i = 0; i < count; ++i, colors += layout.step, triples += 3) {
+        triples[0] = colors[first];
+        triples[1] = colors[1];
+        triples[2] = colors[2 - first];
+    }
+}
+
+void store_colors(const rzl_vlt_entry* entries, size_t count, color_layout layout, uint8_t* colors) {
+    size_t first = layout.blue_first ? 2 : 0;
+    for (size_t i = 0; i < count; ++i, colors += layout.step) {
+        colors[first] = static_cast<uint8_t>(entries[i].red >> 8);
+        colors[1] = static_cast<uint8_t>(entries[i].green >> 8);
+        colors[2 - first] = static_cast<uint8_t>(entries[i].blue >> 8);
+    }
+}
+
+void give_vlt(const uint8_t* triples, size_t count, uint32_t bits, rzl_vlt_entry* entries) {
+    uint32_t shift = 16 - (bits >= 1 && bits <= 8 ? bits : 8);
+    for (size_t i = 0; i < count; ++i, triples += 3)
+        entries[i] = {static_cast<uint16_t>(i), static_cast<uint16_t>(triples[0] << shift),
+                      static_cast<uint16_t>(triples[1] << shift), static_cast<uint16_t>(triples[2] << shift)};
+}
+
+size_t entries_given(const CFILE* c, int32_t announced, size_t most) {
+    if (c->vlt == nullptr) return 0;
+    return announced >= 0 ? std::min(static_cast<size_t>(announced), most) : most;
 }

@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-struct CFILE;
+#include "raster/rzl.h"
 
 // ---- packed samples -------------------------------------------------------------------------------------------------
 
@@ -95,3 +95,35 @@ bool bits_have_colors(const CFILE* c);
 
 // Shifts values of fewer than 8 bits up to 8, where nothing else gives them meaning.
 void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count);
+
+// ---- lines and colours of a format's files
+// ---------------------------------------------------------------------------
+
+// Whether a line call wants any pixels at all.
+bool is_wanted(int channels, const uint8_t* const* planes);
+
+// Writes all of `bytes` at the file's position. False with RZL_WRITE_FAILED.
+bool put_all(CFILE* c, const void* bytes, size_t size, const char* source, int line = __builtin_LINE());
+
+// A new colour table for the handle in the place of the one it has: `colors` triples, but 256 at least, all zero.
+// Null without memory, with the status set.
+uint8_t* new_color_table(CFILE* c, size_t colors, uint32_t vlt_bits, const char* source, int line = __builtin_LINE());
+
+// How a file has its colours: bytes from one to the next, and whether blue comes first.
+struct color_layout {
+    size_t step;
+    bool blue_first;
+};
+
+// `count` colours of a file as red, green, blue triples.
+void load_colors(const uint8_t* colors, size_t count, color_layout layout, uint8_t* triples);
+
+// The application's colours as a file has them. Bytes behind the third of a colour stay as they are.
+void store_colors(const rzl_vlt_entry* entries, size_t count, color_layout layout, uint8_t* colors);
+
+// Triples of which `bits` (1 to 8; others: 8) count as entries whose slots are their places.
+void give_vlt(const uint8_t* triples, size_t count, uint32_t bits, rzl_vlt_entry* entries);
+
+// Entries of the application's table that may be read: those that it has announced (-1: none were), `most` at the most,
+// and 0 without a table.
+size_t entries_given(const CFILE* c, int32_t announced, size_t most);

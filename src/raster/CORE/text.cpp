@@ -2,8 +2,8 @@
 #include "raster/CORE/text.h"
 
 #include <charconv>
+#include <cmath>
 
-#include "raster/CORE/cfile.h"
 #include "support/checked.h"
 
 namespace {
@@ -57,6 +57,13 @@ bool text_digits(const char* text, size_t width, uint64_t* value) {
     return good;
 }
 
+double degrees_of_dms(double number) {
+    double degrees = std::trunc(number / 10000);
+    double rest = number - degrees * 10000;
+    double minutes = std::trunc(rest / 100);
+    return degrees + minutes / 60 + (rest - minutes * 100) / 3600;
+}
+
 size_t text_word(const char** text) {
     while (is_blank(**text))
         ++*text;
@@ -77,4 +84,12 @@ bool io_get_text_line(CFILE* c, char* text, size_t room) {
     }
     text[length] = '\0';
     return any;
+}
+
+bool text_fill(text_reader* t) {
+    text_end(t);
+    bool more = io_fetch(t->c);
+    t->next = t->c->ahead.next;
+    t->end = t->c->ahead.end;
+    return more;
 }

@@ -72,6 +72,16 @@ constexpr size_t KRV_OVERVIEW_ENTRY_SIZE = 16;
 constexpr size_t KRV_OVERVIEW_EXTENT_SIZE = 12;
 constexpr uint32_t KRV_OVERVIEW_TILED = 1u << 16; // in `info`; its low half is field 201
 
+// The tile packet, at the first line of a tiled image or overview: a packet head, values, and an entry a tile, row by
+// row: where the tile stands from the data start, its bytes, and those once more. A tile that does not stand anywhere
+// (0 or less as a signed number) has one colour, which is the third number: red, green and blue from the top, or the
+// low byte of an image without colours.
+constexpr size_t KRV_TILE_OVERVIEWS_AT = 16; // u16: 3 when the file has overviews, else 1
+constexpr size_t KRV_TILE_DATA_TYPE_AT = 18; // u16: what the header's data_type of 65 stands for
+constexpr size_t KRV_TILE_SIZE_AT = 120;     // u32: pixels of a side
+constexpr size_t KRV_TILE_TABLE_AT = 128;
+constexpr size_t KRV_TILE_ENTRY_SIZE = 12;
+
 // A line header of a scannable file, as values.
 struct krv_line_header {
     uint16_t mark;            // 0x5900
@@ -99,6 +109,9 @@ struct krv_spec {
     uint32_t stored_vlt_entries;
     uint32_t stored_words; // packet_words as the file has them, which the header in memory may be ahead of
     int64_t link_from;     // file offset of the header that is to be linked to this image when it is written; or -1
+    int32_t base_tile;     // side of the base image's tiles; 0 without tiles
+    int64_t tile_begin;    // of the tile that is being read, file offsets;
+    int64_t tile_end;      // 0: none is
     uint8_t header[KRV_HEADER_SIZE];
 };
 
@@ -137,6 +150,9 @@ constexpr field_limit KRV_LIMITS[] = {
     {RZL_FIELD_PACKET_ROOM, 0, KRV_MAX_WORDS},    {RZL_FIELD_STRIP_LINES, 0, INT32_MAX},
 };
 
+// Whether the file's data can have tiles of that side; 0 stands for none.
+bool krv_is_tile_size(const CFILE* c, int32_t side); // krvinfo.cpp
+
 // Status RZL_BAD_FIELD_ID with the module's words; gives 1.
 int krv_refuse(CFILE* c); // krvinfo.cpp
 
@@ -162,6 +178,9 @@ bool krv_load_image(CFILE* c, int64_t base, const uint8_t* header);
 // Reads a header at an offset of the file: at least `minimum` bytes must be there, and those behind the file's end are
 // zero. False on a shorter read.
 bool krv_read_header(CFILE* c, int64_t offset, size_t minimum, uint8_t* header);
+
+// Whether a number is a data type that headers have.
+bool krv_is_data_type(int code);
 
 // Whether a line of that many pixels can come out of `bytes` bytes of file, the size of the file from the image's
 // start. A line of an uncompressed format is not larger than the file, and one of a run-coded format not longer than
@@ -258,6 +277,45 @@ void krv_detect_line_padding(CFILE* c);
 // *aligned: up to 7 bytes of filling may stand in front of it.
 int64_t krv_target_end(CFILE* c, int64_t first, bool* aligned);
 
+// ---- tiles: krvgetti.cpp, krvputti.cpp ------------------------------------------------------------------------------
+//
+// A tile is coded by itself, as an image of its size would be: its lines as Put_line gives them, those at the right and
+// bottom edges cut to what lies inside of the image.
+
+// What a tile packet that stands at file offset `at` says of tiles for so many pixels: side, data type, and the bytes
+// of the packet up to the end of its table. The status for a packet that can't be used, 0 for a good one.
+struct krv_tile_facts {
+    int32_t side, data_type;
+    size_t bytes;
+};
+uint32_t krv_judge_tiles(CFILE* c, int64_t at, uint32_t xsize, uint32_t ysize, krv_tile_facts* facts);
+
+// Makes the handle that of a tiled target, whose packet stands at its first line. 0, or 1 with the status set.
+int krv_load_tiles(CFILE* c);
+
+// A new packet in memory and in the file at the target's first line, where the file then stands behind it. False with
+// the status set.
+bool krv_begin_tiles(CFILE* c);
+
+// Writes lines that wait for the rest of their row, and the packet when it has changed. False with the status set.
+bool krv_finish_tiles(CFILE* c);
+
+// Before a line is put into a tiled target: it has its packet, and the row of the line is what the file has of it.
+bool krv_prepare_tile_row(CFILE* c);
+
+bool krv_note_tile(CFILE* c, int64_t begin, int64_t end); // of the module
+
+// The entry of a tile in the packet, or null where it has none.
+uint8_t* krv_tile_entry(const CFILE* c, int64_t tile);
+
+int krv_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* color);
+int krv_get_tile16(CFILE* c, int channels, read_planes buffers, uint32_t* color);
+int krv_get_tile_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows);
+int krv_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t* color);
+int krv_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* color);
+int krv_put_tile16(CFILE* c, int channels, write_planes buffers, uint32_t* color);
+int krv_put_rle_tile(CFILE* c, int channels, write_planes buffers, uint32_t* color);
+
 // ---- CCITT data: krvputli.cpp ---------------------------------------------------------------------------------------
 
 // Whether the active target has lines of group 3 or group 4; those of a scannable file are refused.
@@ -270,6 +328,9 @@ int krv_get_coded_strip(CFILE* c, int channels, read_planes buffers);
 
 // Writes lines that have come of an image without its last. False: the status is set.
 bool krv_finish_coded(CFILE* c);
+
+// Formats 3, 10 and 26 in one channel have 16-bit samples; for others the status is set.
+bool krv_can_be_16_bits(CFILE* c, int channels, const char* source); // krvgetli.cpp
 
 // ---- several images: krvmulti.cpp -----------------------------------------------------------------------------------
 
@@ -339,6 +400,9 @@ int krv_skip_line(CFILE* c, int32_t target);
 // whether the file counts its lines from 0. With no whole header left the held line number becomes
 // KRV_NO_MORE_LINES and the result is false; that is no failure of the caller's operation.
 bool krv_read_line_header(CFILE* c, bool first);
+
+// Where the data of what is being read end: of the tile, or of the active target. *aligned: see krv_target_end().
+int64_t krv_data_end(CFILE* c, bool* aligned); // krvpos.cpp
 
 // Bytes of one stored line where all lines of the format have one size in an ordinary file (1 to 8, 28 with its pad
 // byte, 69); 0 where they have not.

@@ -110,6 +110,12 @@ void krv_output_bytes(krv_output* o, const void* bytes, size_t count);
 // Writes a line header for `data_bytes` bytes that follow, at `pixel`.
 void krv_output_header(krv_output* o, size_t data_bytes, int64_t pixel);
 
+// Data bytes that one line header can count.
+constexpr size_t KRV_PIECE_LIMIT = size_t{65535 - 2} * 2;
+
+// Whether lines can be given in the coding of the file.
+bool krv_takes_coded_lines(const CFILE* c); // krvputli.cpp
+
 inline void krv_output_word(krv_output* o, unsigned word) {
     store_u16le(o->code + o->used, static_cast<uint16_t>(word));
     o->used += 2;

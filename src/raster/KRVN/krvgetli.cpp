@@ -197,7 +197,7 @@ int64_t krv_fixed_line_size(const CFILE* c) {
 // must be a piece.
 static bool ends_cleanly(CFILE* c, int64_t at) {
     bool aligned = false;
-    int64_t left = krv_target_end(c, krv_first_line(c), &aligned) - at;
+    int64_t left = krv_data_end(c, &aligned) - at;
     return left <= 0 || (aligned && left < static_cast<int64_t>(KRV_LINE_HEADER_SIZE));
 }
 
@@ -206,7 +206,8 @@ bool krv_read_line_header(CFILE* c, bool first) {
     krv_line_header* held = &spec->line_header;
     uint8_t bytes[KRV_LINE_HEADER_SIZE];
     int64_t at = io_tell(c);
-    bool there = io_read(c, bytes, sizeof bytes) == sizeof bytes && load_u16le(bytes) == KRV_LINE_MARK;
+    bool inside = spec->tile_end == 0 || at <= spec->tile_end - int64_t{sizeof bytes};
+    bool there = inside && io_read(c, bytes, sizeof bytes) == sizeof bytes && load_u16le(bytes) == KRV_LINE_MARK;
     *held = {KRV_LINE_MARK, 0, KRV_NO_MORE_LINES, 0};
     spec->lines_ended = !there;
     spec->lines_cut = !there && !ends_cleanly(c, at);
@@ -261,26 +262,21 @@ int krv_getline(CFILE* c, int channels, read_planes buffers) {
 
 // ---- 16-bit samples -------------------------------------------------------------------------------------------------
 
-namespace {
-
-// Whether a line of 16-bit samples makes sense for the format and the call.
-bool can_be_16_bits(CFILE* c, int channels) {
+bool krv_can_be_16_bits(CFILE* c, int channels, const char* source) {
     bool samples =
         c->format == RZL_FORMAT_INT16 || c->format == RZL_FORMAT_BYTE_PAIRS || c->format == RZL_FORMAT_PACKED_RUNS;
     if (samples && channels == 1 && !has_flag(c, FLAG_SQUETCH)) return true;
-    return fails(c, RZL_UNSUP_KRVN, SOURCE, "16 bits");
+    return fails(c, RZL_UNSUP_KRVN, source, "16 bits");
 }
 
-} // namespace
-
 int krv_getline16(CFILE* c, int channels, read_planes buffers) {
-    if (!can_be_16_bits(c, channels)) return 0;
+    if (!krv_can_be_16_bits(c, channels, SOURCE)) return 0;
     flag_guard wide(c, FLAG_16_BIT, true);
     return krv_getline(c, channels, buffers);
 }
 
 int krv_get_line16(CFILE* c, int channels, read_planes buffers) {
-    if (!can_be_16_bits(c, channels)) return 0;
+    if (!krv_can_be_16_bits(c, channels, SOURCE)) return 0;
     flag_guard wide(c, FLAG_16_BIT, true);
     return krv_get_line(c, channels, buffers);
 }
@@ -296,7 +292,7 @@ namespace {
 
 // Whether the stored pixels are what the buffer wants, in the order of the file.
 bool decodes_in_place(const CFILE* c) {
-    if (has_flag(c, FLAG_SCANNABLE | FLAG_TILED | FLAG_SQUETCH)) return false;
+    if (has_flag(c, FLAG_SCANNABLE | FLAG_SQUETCH)) return false;
     bool several = format_is_color(c->format) || format_is_four(c->format);
     int planes = format_is_four(c->format) ? 4 : 3;
     return several && c->samples == planes && krv_decoder_of(c) != nullptr;
@@ -306,6 +302,7 @@ bool decodes_in_place(const CFILE* c) {
 
 int krv_getinlv(CFILE* c, uint8_t* buffer) {
     if (!decodes_in_place(c)) return rzl_getinlv_default(c, buffer);
+    if (has_flag(c, FLAG_TILED)) return krv_getline(c, 1, &buffer); // the row of tiles has the samples together
     rzl_getline_check(c);
     if (c->status != 0) return 0;
     uint8_t* planes[4] = {buffer, buffer + 1, buffer + 2, buffer + 3};

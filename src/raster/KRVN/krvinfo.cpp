@@ -160,6 +160,7 @@ int set_overview_size(CFILE* c, int32_t field, int32_t size) {
     *part = static_cast<uint32_t>(size);
     krv_store_overview(krv_spec_of(c), c->active_overview, entry);
     (field == RZL_FIELD_XSIZE ? c->xsize : c->ysize) = size;
+    count_tiles(c);
     set_flag(c, FLAG_OVERVIEWS_CHANGED, true);
     return 0;
 }
@@ -174,6 +175,7 @@ int set_size(CFILE* c, int32_t field, int32_t size) {
     bool grows = size > *recorded;
     bool bound = has_flag(c, FLAG_TILED) || krv_overview_count(spec) > 0;
     bool refused = is_existing_readable(c) && (is_width || (grows && bound));
+    if (is_existing(c) && grows && spec->base_tile != 0) refused = true; // the packet has no entries for them
     if (refused || size < 0) {
         *of_handle = *recorded;
         return refused ? krv_refuse(c) : refuse_value(c);
@@ -216,22 +218,26 @@ int add_packet_words(CFILE* c, int32_t words) {
     return 0;
 }
 
-// Whether the file's data can be tiled so, or, with 0, do without tiles.
-bool is_tile_size(const CFILE* c, int32_t size) {
-    const krv_spec* spec = krv_spec_of(c);
-    bool coded = spec->data_type == RZL_FORMAT_GROUP3 || spec->data_type == RZL_FORMAT_GROUP4;
-    if (size == 0) return !format_is_jpeg(spec->data_type) || (spec->xsize % 4 == 0 && spec->ysize % 4 == 0);
-    return size > 0 && size % TILE_STEP == 0 && (!coded || size == CCITT_TILE);
+bool is_possible_tile(CFILE* c, int32_t size) {
+    bool jpeg = format_is_jpeg(krv_spec_of(c)->data_type);
+    return krv_is_tile_size(c, size) && (size != 0 || !jpeg || (c->xsize % 4 == 0 && c->ysize % 4 == 0));
 }
 
-// Tiled files have no writer here yet, so that none is begun; the tile writer takes its place here. What the core has
-// set up for tiles is taken back.
+// An overview can be tiled as long as nothing of it stands in the file.
+int set_overview_tile(CFILE* c, int32_t size) {
+    krv_overview entry = krv_load_overview(krv_spec_of(c), c->active_overview);
+    bool begun = entry.size_1 != 0 || (entry.info & KRV_OVERVIEW_TILED) != 0;
+    if (begun) return krv_refuse(c);
+    return is_possible_tile(c, size) ? 0 : refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "tile size");
+}
+
+// The core has made the tiles square; a refusal takes them back.
 int set_tile_size(CFILE* c, int32_t size) {
-    if (size != 0) free_tile_record(c);
+    if (c->active_overview >= 0) return set_overview_tile(c, size);
     if (is_raw_or_existing(c)) return krv_refuse(c);
-    if (!is_tile_size(c, size)) return refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "tile size");
-    if (size == 0) return 0;
-    return refuse(c, RZL_UNSUP_KRVN, SOURCE, "tiles");
+    if (!is_possible_tile(c, size)) return refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "tile size");
+    krv_spec_of(c)->base_tile = size;
+    return 0;
 }
 
 int set_strip_lines(CFILE* c, int32_t lines) {
@@ -307,6 +313,12 @@ int set_integer(CFILE* c, int32_t field, int32_t value) {
 }
 
 } // namespace
+
+bool krv_is_tile_size(const CFILE* c, int32_t side) {
+    int32_t data_type = krv_spec_of(c)->data_type;
+    bool coded = data_type == RZL_FORMAT_GROUP3 || data_type == RZL_FORMAT_GROUP4;
+    return side == 0 || (side > 0 && side % TILE_STEP == 0 && (!coded || side == CCITT_TILE));
+}
 
 int krv_refuse(CFILE* c) {
     return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Field cannot be modified\n");

@@ -57,6 +57,7 @@ void take_fields(const CFILE* from, CFILE* to) {
     store_u32le(spec->header + KRV_AT_PACKET_OFFSET, 0);
     store_u32le(spec->header + KRV_AT_PACKET_WORDS, krv_library_words(spec));
     spec->data_type = krv_spec_of(from)->data_type;
+    spec->base_tile = krv_spec_of(from)->base_tile;
     if (has_flag(to, FLAG_SIZE_FIXED)) return;
     spec->xsize = krv_spec_of(from)->xsize;
     spec->ysize = krv_spec_of(from)->ysize;
@@ -88,6 +89,7 @@ int krv_init_std_hdr(CFILE* from, CFILE* to) {
     krv_drop_app_packet(to);
     take_fields(from, to);
     set_flag(to, FLAG_SCANNABLE, (krv_spec_of(to)->header[KRV_AT_SCANNABLE] & 1) != 0);
+    if (rzl_setup_tiles(to, krv_spec_of(to)->base_tile, 0) != 0) return 1;
     int32_t bits = from->bits;
     if (!krv_apply_data_type(to)) return 1;
     to->bits = bits;

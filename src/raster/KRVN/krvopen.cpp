@@ -44,10 +44,14 @@ uint64_t stored_line_bytes(const storage_row* row, uint32_t xsize) {
     return uint64_t{xsize} * (row->bits / 8);
 }
 
-bool is_data_type(int code) {
+} // namespace
+
+bool krv_is_data_type(int code) {
     return (code >= 1 && code <= 10) || (code >= 23 && code <= 32) || code == RZL_FORMAT_TILED ||
            code == RZL_FORMAT_FOUR_PLANE_RUNS || code == RZL_FORMAT_FOUR;
 }
+
+namespace {
 
 bool is_old_form(const uint8_t* header) {
     int data_type = load_u16le(header + KRV_AT_DATA_TYPE);
@@ -56,22 +60,19 @@ bool is_old_form(const uint8_t* header) {
            application <= 2 && krv_words_to_follow(header) == KRV_OLD_WORDS;
 }
 
-// Content that needs what this build has not: tiled storage, and the board that codes JPEG data. The tiled reader takes
-// its place here.
-uint32_t unsupported_status(int data_type) {
-    if (data_type == RZL_FORMAT_TILED) return RZL_UNSUP_KRVN;
-    return format_is_jpeg(data_type) ? RZL_JPEG_HARDWARE_3 : 0;
-}
-
 // The tests that a header must pass before anything of it is used. The status, 0 for a good one.
 uint32_t judge_header(CFILE* c, int64_t base, uint8_t* header) {
     if (!krv_check_header(c, header)) return RZL_READ_FAILED;
     if (krv_words_to_follow(header) < KRV_OLD_WORDS) return RZL_READ_FAILED; // pixel data inside the header
     int data_type = load_u16le(header + KRV_AT_DATA_TYPE);
-    uint32_t unsupported = unsupported_status(data_type);
-    if (unsupported != 0) return unsupported;
+    if (format_is_jpeg(data_type)) return RZL_JPEG_HARDWARE_3;
     uint32_t xsize = load_u32le(header + KRV_AT_PIXELS_PER_LINE);
     if (xsize > INT32_MAX || load_u32le(header + KRV_AT_LINES) > INT32_MAX) return RZL_BAD_IMAGE_SIZE;
+    if (data_type == RZL_FORMAT_TILED) {
+        krv_tile_facts facts;
+        int64_t at = base + int64_t{krv_words_to_follow(header)} * 2 + 4;
+        return krv_judge_tiles(c, at, xsize, load_u32le(header + KRV_AT_LINES), &facts);
+    }
     if (c->mode != MODE_READ) return 0;
     bool scannable = (header[KRV_AT_SCANNABLE] & 1) != 0;
     return krv_line_fits(data_type, xsize, scannable, io_size(c) - base) ? 0 : RZL_BAD_IMAGE_SIZE;
@@ -98,6 +99,7 @@ void take_header(CFILE* c, int64_t base, const uint8_t* header) {
     spec->data_type = load_u16le(header + KRV_AT_DATA_TYPE);
     spec->reserved_words = 0;
     spec->link_from = -1;
+    spec->base_tile = 0;
     spec->stored_vlt_type = load_u16le(header + KRV_AT_VLT_TYPE);
     spec->stored_vlt_entries = load_u32le(header + KRV_AT_VLT_ENTRIES);
     bool chained = krv_next_image(c) != 0 && krv_words_to_follow(header) >= KRV_PLAIN_WORDS;
@@ -109,7 +111,8 @@ void take_header(CFILE* c, int64_t base, const uint8_t* header) {
 // A plain file that can't hold all its lines has been cut. Where lines may be missing by right nothing can be told.
 void mark_cut_file(CFILE* c) {
     const krv_spec* spec = krv_spec_of(c);
-    if (c->mode != MODE_READ || has_flag(c, FLAG_SCANNABLE) || spec->overview_packet != nullptr) return;
+    bool told = has_flag(c, FLAG_SCANNABLE) || spec->data_type == RZL_FORMAT_TILED || spec->overview_packet != nullptr;
+    if (c->mode != MODE_READ || told) return;
     int64_t bytes = io_size(c) - krv_data_start(c);
     auto xsize = static_cast<uint32_t>(spec->xsize);
     auto ysize = static_cast<uint32_t>(spec->ysize);
@@ -143,7 +146,7 @@ bool krv_check_header(const CFILE* c, uint8_t* header) {
     int data_type = load_u16le(header + KRV_AT_DATA_TYPE);
     if (is_old_form(header)) {
         store_u16le(header + KRV_AT_TYPE, KRV_TYPE);
-    } else if (header[KRV_AT_TYPE + 1] != KRV_TYPE >> 8 || !is_data_type(data_type)) {
+    } else if (header[KRV_AT_TYPE + 1] != KRV_TYPE >> 8 || !krv_is_data_type(data_type)) {
         rzl_warn("rzl_open_r: Failure in header format of file %s\n            type            0x%04x\n"
                  "            data_type_code  %d\n            version         %d\n",
                  c->name != nullptr ? c->name : "", static_cast<unsigned>(load_u16le(header + KRV_AT_TYPE)), data_type,
@@ -207,6 +210,7 @@ void krv_init_spec(CFILE* c) {
     spec->stored_vlt_type = 0;
     spec->stored_vlt_entries = 0;
     spec->link_from = -1;
+    spec->base_tile = 0;
 }
 
 int krv_open(CFILE* c, const char*) {
@@ -229,6 +233,7 @@ int krv_initialise(CFILE* c) {
 // A directory that has grown out of its place in the file gets there with the header, which finds room for it or fails.
 bool krv_flush_directories(CFILE* c) {
     krv_spec* spec = krv_spec_of(c);
+    if (!krv_finish_tiles(c)) return false;
     if (!is_writable(c) || !has_flag(c, FLAG_OVERVIEWS_CHANGED) || !has_flag(c, FLAG_HEADER_EXISTS)) return true;
     if (spec->overview_packet == nullptr) return true;
     if (spec->overview_at == 0) return krv_write_header(c) == 0;
@@ -244,6 +249,15 @@ void krv_close(CFILE* c) {
     if (c->spec == nullptr) return;
     (void)krv_finish_coded(c);
     krv_flush_directories(c); // its status stays on the handle
+}
+
+// The board that codes JPEG data is not reachable on this platform.
+static void krv_ck_jpeg(CFILE* c, uint32_t mark) {
+    constexpr uint32_t COMPRESSING = 0x80000000;
+    constexpr uint32_t DECOMPRESSING = 0x40000000;
+    if (c->jpeg == nullptr || (mark != COMPRESSING && mark != DECOMPRESSING)) return;
+    c->jpeg_flags &= ~(JPEG_BOARD_OPEN | JPEG_TABLES_LOADED);
+    fail(c, RZL_JPEG_HARDWARE_2, SOURCE, "ckJPEG");
 }
 
 void krv_free_specs(CFILE* c) {
@@ -274,6 +288,13 @@ constexpr format_slots NATIVE_SLOTS = {
     .Putrleline = krv_putrleline,
     .Putinlv = krv_putinlv,
     .Putlinetotile = rzl_putline_to_tiles,
+    .Gettile = krv_get_tile,
+    .Puttile = krv_put_tile,
+    .Gettile16 = krv_get_tile16,
+    .Puttile16 = krv_put_tile16,
+    .Getrletile = krv_get_rle_tile,
+    .Putrletile = krv_put_rle_tile,
+    .Gettilerows = krv_get_tile_rows,
     .Get_hdr_data = krv_get_hdr_data,
     .Set_hdr_data = krv_set_hdr_data,
     .Get_vlt = krv_get_vlt,
@@ -291,6 +312,7 @@ constexpr format_slots NATIVE_SLOTS = {
     .Set_Active_Image = krv_set_active_image,
     .Randomize = krv_randomize,
     .Rewind = krv_rewind,
+    .ckJPEG = krv_ck_jpeg,
     .Close = krv_close,
     .Free_specs = krv_free_specs,
     .Get_Image_Offset = krv_get_image_offset,
@@ -307,6 +329,11 @@ constexpr format_slots without_images(format_slots slots) {
     slots.Put_line16 = nullptr;
     slots.Putinlv = nullptr;
     slots.Putlinetotile = nullptr;
+    slots.Gettile16 = nullptr;
+    slots.Puttile16 = nullptr;
+    slots.Getrletile = nullptr;
+    slots.Putrletile = nullptr;
+    slots.ckJPEG = nullptr;
     slots.Put_Packet = nullptr;
     slots.init_ov = nullptr;
     slots.setactiveov = nullptr;
@@ -351,9 +378,10 @@ const format_module krv_module = {
     .spec_size = sizeof(krv_spec),
     .formats = FORMATS,
     .limits = KRV_LIMITS,
-    .traits = MODULE_TILES | MODULE_RESIZES,
+    .traits = MODULE_TILES | MODULE_RESIZES | MODULE_CUT_TILES,
     .open = krv_open,
     .initialise = krv_initialise,
+    .note_tile = krv_note_tile,
 };
 
 const format_module krv_text_module = {
@@ -363,8 +391,9 @@ const format_module krv_text_module = {
     .spec_size = sizeof(krv_spec),
     .formats = FORMATS,
     .limits = KRV_LIMITS,
-    .traits = MODULE_TILES | MODULE_RESIZES,
+    .traits = MODULE_TILES | MODULE_RESIZES | MODULE_CUT_TILES,
     .open = krv_open_text,
+    .note_tile = krv_note_tile,
 };
 
 // ---- files with a text header ---------------------------------------------------------------------------------------

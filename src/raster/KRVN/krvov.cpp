@@ -95,10 +95,13 @@ int place_overview(CFILE* c, int32_t index) {
     return 0;
 }
 
-// Whether an entry of the directory can be made active. Tiled overviews need the tile module.
+// Whether an entry of the directory can be made active.
 uint32_t judge_overview(CFILE* c, const krv_overview& entry) {
-    if ((entry.info & KRV_OVERVIEW_TILED) != 0) return RZL_UNSUP_KRVN;
     if (entry.xsize > INT32_MAX || entry.ysize > INT32_MAX) return RZL_BAD_IMAGE_SIZE;
+    if ((entry.info & KRV_OVERVIEW_TILED) != 0) {
+        krv_tile_facts facts;
+        return krv_judge_tiles(c, krv_data_start(c) + entry.offset, entry.xsize, entry.ysize, &facts);
+    }
     if (c->mode != MODE_READ) return 0;
     int32_t data_type = krv_spec_of(c)->data_type;
     bool fits = krv_line_fits(data_type, entry.xsize, has_flag(c, FLAG_SCANNABLE), io_size(c) - c->base_offset);
@@ -122,11 +125,20 @@ int choose_overview(CFILE* c, int32_t index) {
     return 0;
 }
 
+bool is_tiled_target(const CFILE* c, int32_t target) {
+    const krv_spec* spec = krv_spec_of(c);
+    if (target >= 0) return (krv_load_overview(spec, target).info & KRV_OVERVIEW_TILED) != 0;
+    bool exists = has_flag(c, FLAG_HEADER_EXISTS);
+    return exists && load_u16le(spec->header + KRV_AT_DATA_TYPE) == RZL_FORMAT_TILED;
+}
+
 // Makes another target the active one. What was derived from the lines of the one before goes.
 int switch_target(CFILE* c, int32_t target) {
-    if (!krv_finish_coded(c)) return 1;
+    if (!krv_finish_coded(c) || !krv_finish_tiles(c)) return 1;
     if (target >= 0) {
         if (choose_overview(c, target) != 0) return 1;
+    } else if (is_tiled_target(c, target) && !is_readable(c)) {
+        return refuse(c, RZL_NEEDS_READ, SOURCE, "set_active_overview"); // the packet can't be had back
     } else {
         c->xsize = krv_spec_of(c)->xsize;
         c->ysize = krv_spec_of(c)->ysize;
@@ -134,9 +146,10 @@ int switch_target(CFILE* c, int32_t target) {
     mem_free(c->line_offsets);
     c->line_offsets = nullptr;
     c->line_offset_count = 0;
-    set_flag(c, FLAG_TILED | FLAG_TILES_CHANGED | FLAG_LINES_FROM_ZERO, false);
+    free_tile_record(c);
+    set_flag(c, FLAG_TILES_CHANGED | FLAG_LINES_FROM_ZERO, false);
     c->active_overview = target;
-    return 0;
+    return is_tiled_target(c, target) ? krv_load_tiles(c) : 0;
 }
 
 bool ends_at(int64_t first, uint64_t bytes, int64_t end, bool aligned) {
@@ -242,7 +255,7 @@ bool krv_apply_data_type(CFILE* c) {
 // the data tells. Where neither length fits, the lines are taken as they come in all files but the padded ones.
 void krv_detect_line_padding(CFILE* c) {
     set_flag(c, FLAG_LINE_PADDING, false);
-    if (c->xsize % 2 == 0 || c->ysize <= 0 || !has_flag(c, FLAG_HEADER_EXISTS)) return;
+    if (c->xsize % 2 == 0 || c->ysize <= 0 || !has_flag(c, FLAG_HEADER_EXISTS) || has_flag(c, FLAG_TILED)) return;
     int64_t first = krv_first_line(c);
     bool aligned;
     int64_t end = krv_target_end(c, first, &aligned);

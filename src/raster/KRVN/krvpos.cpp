@@ -79,6 +79,12 @@ int64_t krv_first_line(const CFILE* c) {
     return start + krv_load_overview(krv_spec_of(c), c->active_overview).offset;
 }
 
+int64_t krv_data_end(CFILE* c, bool* aligned) {
+    const krv_spec* spec = krv_spec_of(c);
+    *aligned = false;
+    return spec->tile_end != 0 ? spec->tile_end : krv_target_end(c, krv_first_line(c), aligned);
+}
+
 int64_t krv_get_image_offset(CFILE* c) {
     c->io.file_flush(c->file);
     return krv_data_start(c);
@@ -100,12 +106,12 @@ void krv_rewind(CFILE* c) {
 }
 
 int krv_seek(CFILE* c, int32_t line) {
+    if (c->compression == CLASS_CCITT && !has_flag(c, FLAG_TILED)) return seek_coded(c, line);
+    if (!rzl_seek_squetched(c, &line, SOURCE, "Krvn seek")) return 1;
     if (has_flag(c, FLAG_TILED)) {
         c->line = line;
         return 0;
     }
-    if (c->compression == CLASS_CCITT) return seek_coded(c, line);
-    if (!rzl_seek_squetched(c, &line, SOURCE, "Krvn seek")) return 1;
     return seek_line(c, line);
 }
 

@@ -43,12 +43,14 @@ void code_raw(krv_output* o, const uint8_t* plane, const krv_line& l) {
     }
 }
 
-// Pixels whose samples stand together, by way of the code buffer.
+// Pixels whose samples stand together; they are given like that, or go by way of the code buffer.
 void code_groups(krv_output* o, const uint8_t* const* planes, const krv_line& l) {
     auto samples = static_cast<size_t>(l.plane_count);
     size_t at_once = KRV_CODE_BUFFER_SIZE / samples;
     auto pixels = static_cast<size_t>(l.pixels);
-    for (size_t at = 0; at < pixels && !o->failed;) {
+    bool together = has_flag(o->c, FLAG_INTERLEAVED);
+    if (together) put_stored(o, planes[0], 0, pixels * samples);
+    for (size_t at = 0; !together && at < pixels && !o->failed;) {
         size_t now = std::min(at_once, pixels - at);
         const uint8_t* from[4] = {};
         for (size_t i = 0; i < samples; ++i)
@@ -132,43 +134,31 @@ int krv_put_line(CFILE* c, int channels, write_planes buffers) {
 int krv_putline(CFILE* c, int channels, write_planes buffers) {
     if (channels != 1 && channels != 3 && channels != 4) return fails(c, RZL_UNSUP_KRVN, SOURCE, "channels");
     if (!krv_is_last_image(c)) return fails(c, RZL_NO_SUCH_IMAGE, SOURCE, "not last multi-image");
+    if (has_flag(c, FLAG_TILED) && !krv_prepare_tile_row(c)) return 0;
     return rzl_putline_generic(c, channels, buffers);
 }
 
 // ---- 16-bit samples -------------------------------------------------------------------------------------------------
 
-namespace {
-
-bool can_be_16_bits(CFILE* c, int channels) {
-    bool samples =
-        c->format == RZL_FORMAT_INT16 || c->format == RZL_FORMAT_BYTE_PAIRS || c->format == RZL_FORMAT_PACKED_RUNS;
-    if (samples && channels == 1) return true;
-    return fails(c, RZL_UNSUP_KRVN, SOURCE, "16 bits");
-}
-
-} // namespace
-
 int krv_putline16(CFILE* c, int channels, write_planes buffers) {
-    if (!can_be_16_bits(c, channels)) return 0;
+    if (!krv_can_be_16_bits(c, channels, SOURCE)) return 0;
     flag_guard wide(c, FLAG_16_BIT, true);
     return krv_putline(c, channels, buffers);
 }
 
 int krv_put_line16(CFILE* c, int channels, write_planes buffers) {
-    if (!can_be_16_bits(c, channels)) return 0;
+    if (!krv_can_be_16_bits(c, channels, SOURCE)) return 0;
     flag_guard wide(c, FLAG_16_BIT, true);
     return krv_put_line(c, channels, buffers);
 }
 
 // ---- interleaved lines ----------------------------------------------------------------------------------------------
 //
-// Writing interleaved lines of a native file. The coders take planes, so the buffer is taken apart; the groups of
-// formats 28 and 69 then go together again in the code buffer, which costs less than the write.
+// Writing interleaved lines of a native file. Formats 28 and 69 have them so; the other coders take planes.
 
 int krv_putinlv(CFILE* c, const uint8_t* buffer) {
-    bool together = has_flag(c, FLAG_TILED) && has_flag(c, FLAG_INTERLEAVED) && c->samples > 1 && c->bits <= 8;
-    if (!together) return rzl_putinlv_default(c, buffer);
-    // The lines of a tiled file wait in their row, in the layout in which they came.
+    bool groups = (c->format == RZL_FORMAT_RGB || c->format == RZL_FORMAT_FOUR) && !has_flag(c, FLAG_SCANNABLE);
+    if (!groups || interleave_step(c) != c->samples) return rzl_putinlv_default(c, buffer);
     return krv_putline(c, 1, &buffer);
 }
 
@@ -178,16 +168,13 @@ int krv_putinlv(CFILE* c, const uint8_t* buffer) {
 //
 // A line that does not decode to exactly its pixels is refused: written, it would make the rest of the file unreadable.
 
-namespace {
-
-// Data bytes that one line header can count.
-constexpr int32_t PIECE_LIMIT = (65535 - 2) * 2;
-
-bool takes_coded_lines(const CFILE* c) {
+bool krv_takes_coded_lines(const CFILE* c) {
     bool format = c->format == RZL_FORMAT_BILEVEL_RUNS || c->format == RZL_FORMAT_BYTE_PAIRS ||
                   c->format == RZL_FORMAT_COLOR_RUNS || c->format == RZL_FORMAT_PACKED_RUNS;
     return format && krv_decoder_of(c) != nullptr;
 }
+
+namespace {
 
 bool is_a_line(const CFILE* c, const uint8_t* coding) {
     krv_line l = krv_new_line(c, 0, nullptr);
@@ -217,8 +204,8 @@ int krv_putrleline(CFILE* c, int channels, write_planes buffers) {
     if (!rzl_append_check(c) || putline_error_check(c) != 0) return 0;
     if (has_flag(c, FLAG_TILED)) return fails(c, RZL_ONLY_UNTILED, SOURCE, "rzl_put_rle_line");
     bool given = channels > 0 && buffers[0] != nullptr && c->rle_size >= 0;
-    bool counts = !has_flag(c, FLAG_SCANNABLE) || c->rle_size <= PIECE_LIMIT;
-    if (!given || !counts || !takes_coded_lines(c) || !is_a_line(c, buffers[0])) {
+    bool counts = !has_flag(c, FLAG_SCANNABLE) || static_cast<size_t>(c->rle_size) <= KRV_PIECE_LIMIT;
+    if (!given || !counts || !krv_takes_coded_lines(c) || !is_a_line(c, buffers[0])) {
         krv_refuse_format(c, SOURCE);
         return 0;
     }
@@ -235,9 +222,9 @@ int krv_putrleline(CFILE* c, int channels, write_planes buffers) {
 namespace {
 
 cit_extent coded_extent(CFILE* c) {
-    int64_t begin = krv_first_line(c);
+    const krv_spec* spec = krv_spec_of(c);
     bool aligned = false;
-    return {begin, krv_target_end(c, begin, &aligned)};
+    return {spec->tile_end != 0 ? spec->tile_begin : krv_first_line(c), krv_data_end(c, &aligned)};
 }
 
 // Pieces of lines are not how this data comes.

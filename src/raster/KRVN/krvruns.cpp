@@ -6,10 +6,6 @@
 
 #include "raster/KRVN/krvcode.h"
 
-namespace {
-constexpr char SOURCE[] = "KRVN/krvruns";
-} // namespace
-
 // Samples of more than one byte go between file and caller as they stand.
 static_assert(std::endian::native == std::endian::little);
 

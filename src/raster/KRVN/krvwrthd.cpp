@@ -103,7 +103,9 @@ int fit_layout(CFILE* c, header_plan* plan) {
 void store_image_values(const CFILE* c, header_plan* plan) {
     const krv_spec* spec = krv_spec_of(c);
     uint8_t* header = plan->header;
-    store_u16le(header + KRV_AT_DATA_TYPE, static_cast<uint16_t>(spec->data_type));
+    bool tiled = spec->base_tile != 0;
+    store_u16le(header + KRV_AT_DATA_TYPE, static_cast<uint16_t>(tiled ? RZL_FORMAT_TILED : spec->data_type));
+    if (tiled) krv_set_application(header, load_u16le(header + KRV_AT_APPLICATION_TYPE), 3);
     int scannable = (header[KRV_AT_SCANNABLE] & ~1) | (has_flag(c, FLAG_SCANNABLE) ? 1 : 0);
     header[KRV_AT_SCANNABLE] = static_cast<uint8_t>(scannable);
     // With an overview active the handle has the overview's size.
@@ -114,8 +116,9 @@ void store_image_values(const CFILE* c, header_plan* plan) {
 // Content that no build here can go on to write. The words speak of 8, though 4 is enough.
 int refuse_content(CFILE* c) {
     const krv_spec* spec = krv_spec_of(c);
-    if (has_flag(c, FLAG_TILED)) return refuse(c, RZL_UNSUP_KRVN, SOURCE, "tiles");
+    if (!krv_is_tile_size(c, spec->base_tile)) return refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "header");
     if (!format_is_jpeg(spec->data_type)) return 0;
+    if (spec->base_tile != 0) return refuse(c, RZL_JPEG_HARDWARE_3, SOURCE, "header");
     if (spec->xsize % JPEG_STEP != 0) return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "JPEG xsize must be multiple of 8\n");
     if (spec->ysize % JPEG_STEP != 0) return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "JPEG ysize must be multiple of 8\n");
     return refuse(c, RZL_JPEG_HARDWARE_3, SOURCE, "header");
@@ -260,8 +263,7 @@ int write_planned(CFILE* c, const header_plan& plan) {
 int krv_write_header(CFILE* c) {
     const krv_spec* spec = krv_spec_of(c);
     if (!is_writable(c)) return refuse(c, RZL_NEEDS_WRITE, SOURCE, "header");
-    bool untiled = !has_flag(c, FLAG_TILED);
-    if (spec->data_type == RZL_FORMAT_BYTE_PAIRS && untiled) set_flag(c, FLAG_SCANNABLE, true);
+    if (spec->data_type == RZL_FORMAT_BYTE_PAIRS && spec->base_tile == 0) set_flag(c, FLAG_SCANNABLE, true);
     if (!has_flag(c, FLAG_RAW)) {
         if (refuse_content(c) != 0) return 1;
         header_plan plan = {};
@@ -272,6 +274,8 @@ int krv_write_header(CFILE* c) {
         plan_vlt(c, &plan);
         plan_packets(c, &plan);
         if (fit_layout(c, &plan) != 0 || write_planned(c, plan) != 0) return 1;
+        // Of a header that existed the tiles have their packet.
+        if (!plan.existed && spec->base_tile != 0 && !krv_begin_tiles(c)) return 1;
     }
     set_flag(c, FLAG_HEADER_EXISTS, true);
     c->line = 0;

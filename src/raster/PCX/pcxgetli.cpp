@@ -53,10 +53,6 @@ void deliver_colors(const CFILE* c, const pcx_spec* spec, const uint8_t* row, in
             unpack_bytes(row, spec->bits, true, static_cast<size_t>(c->xsize), widen, buffers[p]);
 }
 
-bool is_wanted(int channels, read_planes buffers) {
-    return std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
-}
-
 // False, with the status, when there is no such line of runs.
 bool has_rle_line(CFILE* c) {
     rzl_getline_check(c);

@@ -175,12 +175,7 @@ int pcx_get_vlt(CFILE* c, rzl_vlt_entry* entries) {
     const pcx_spec* spec = pcx_spec_of(c);
     int32_t count = colour_count_of(spec);
     if (count == 0) return refuse(c, RZL_NO_VLT, SOURCE, "pcx getvlt");
-    uint32_t shift = 16 - (c->vlt_bits >= 1 && c->vlt_bits <= 8 ? c->vlt_bits : 8);
-    for (int32_t i = 0; i < count; ++i) {
-        const uint8_t* color = spec->palette + static_cast<size_t>(i) * 3;
-        entries[i] = {static_cast<uint16_t>(i), static_cast<uint16_t>(color[0] << shift),
-                      static_cast<uint16_t>(color[1] << shift), static_cast<uint16_t>(color[2] << shift)};
-    }
+    give_vlt(spec->palette, static_cast<size_t>(count), c->vlt_bits, entries);
     return 0;
 }
 
@@ -228,10 +223,8 @@ const format_module pcx_module = {
 bool pcx_keep_colors(CFILE* c) {
     const pcx_spec* spec = pcx_spec_of(c);
     if (spec->palette_kind == pcx_palette::none) return true;
-    mem_free(c->color_table);
-    c->color_table = static_cast<uint8_t*>(mem_alloc(PCX_LONG_BYTES));
-    if (c->color_table == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    std::memcpy(c->color_table, spec->palette, PCX_LONG_BYTES);
-    c->vlt_bits = 8;
+    uint8_t* colors = new_color_table(c, PCX_LONG_COLORS, 8, SOURCE);
+    if (colors == nullptr) return false;
+    std::memcpy(colors, spec->palette, PCX_LONG_BYTES);
     return true;
 }

@@ -12,17 +12,7 @@ constexpr char SOURCE[] = "PCX/pcxputli";
 constexpr int32_t MOST_BYTES_PER_LINE = 65535;
 constexpr int32_t MOST_PIXELS = 65536;
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 // ---- palette -------------------------------------------------------------------------------------------------------
-
-// Entries of the application's table that may be read: those that it has announced, or else a whole palette.
-size_t entries_given(const CFILE* c, const pcx_spec* spec, size_t most) {
-    if (c->vlt == nullptr) return 0;
-    return spec->announced >= 0 ? std::min(static_cast<size_t>(spec->announced), most) : most;
-}
 
 // The application's colours; without them grey, where bits begin with black and white.
 void fill_palette(const CFILE* c, pcx_spec* spec) {
@@ -34,13 +24,7 @@ void fill_palette(const CFILE* c, pcx_spec* spec) {
         if (bilevel && i == 1) grey = 255;
         std::memset(spec->palette + i * 3, static_cast<int>(grey), 3);
     }
-    size_t given = entries_given(c, spec, most);
-    for (size_t i = 0; i < given; ++i) {
-        uint8_t* color = spec->palette + i * 3;
-        color[0] = static_cast<uint8_t>(c->vlt[i].red >> 8);
-        color[1] = static_cast<uint8_t>(c->vlt[i].green >> 8);
-        color[2] = static_cast<uint8_t>(c->vlt[i].blue >> 8);
-    }
+    store_colors(c->vlt, entries_given(c, spec->announced, most), {.step = 3, .blue_first = false}, spec->palette);
 }
 
 // The colours of the header: the first 16 of the palette where the application has given one, or else a grey ramp.
@@ -131,7 +115,7 @@ bool put_coded(CFILE* c, pcx_spec* spec, write_planes buffers) {
         }
         bytes += pcx_encode(plane, used, all, codes + bytes);
     }
-    if (!put_all(c, codes, bytes)) return false;
+    if (!put_all(c, codes, bytes, SOURCE)) return false;
     ++spec->lines_put;
     return true;
 }
@@ -140,10 +124,10 @@ bool put_coded(CFILE* c, pcx_spec* spec, write_planes buffers) {
 bool put_raw(CFILE* c, pcx_spec* spec, write_planes buffers) {
     size_t bytes = pcx_row_bytes(spec);
     for (int32_t p = 0; p < spec->planes; ++p)
-        pack_plane(c, spec, buffers[p], spec->row + p * static_cast<size_t>(spec->bytes_per_line));
+        pack_plane(c, spec, buffers[p], spec->row + static_cast<size_t>(p) * static_cast<size_t>(spec->bytes_per_line));
     int64_t place = static_cast<int64_t>(PCX_HEADER_SIZE) + c->line * static_cast<int64_t>(bytes);
     if (!io_seek(c, place)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    return put_all(c, spec->row, bytes);
+    return put_all(c, spec->row, bytes, SOURCE);
 }
 
 } // namespace
@@ -163,7 +147,7 @@ int pcx_write_header(CFILE* c) {
     if (!allocate_row(c, spec)) return 1;
     bool at_start = io_tell(c) == 0 || io_seek(c, 0);
     if (!at_start) return refuse(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    if (!put_all(c, header, sizeof header)) return 1;
+    if (!put_all(c, header, sizeof header, SOURCE)) return 1;
     if (is_readable(c) && (!pcx_keep_colors(c) || rzl_record_lines(c, PCX_HEADER_SIZE, 1) != 0)) return 1;
     spec->lines_put = 0;
     c->line = 0;
@@ -212,5 +196,5 @@ void pcx_close(CFILE* c) {
     uint8_t trailer[PCX_TRAILER_SIZE];
     trailer[0] = PCX_PALETTE_MARK;
     std::memcpy(trailer + 1, spec->palette, PCX_LONG_BYTES);
-    (void)put_all(c, trailer, sizeof trailer);
+    (void)put_all(c, trailer, sizeof trailer, SOURCE);
 }

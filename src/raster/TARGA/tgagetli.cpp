@@ -106,10 +106,6 @@ bool channels_fit(CFILE* c, const tga_spec* spec, int channels, bool wanted) {
     return !wanted || channels != 1 || c->samples == 1 || fails(c, RZL_NOT_STANDARD, SOURCE, "getline");
 }
 
-bool is_wanted(int channels, read_planes buffers) {
-    return std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
-}
-
 } // namespace
 
 tga_unpack tga_unpack_of(const tga_spec* spec) {

@@ -86,16 +86,13 @@ void read_extension(CFILE* c, tga_spec* spec) {
 
 // ---- colour map ----------------------------------------------------------------------------------------------------
 
-void take_color(const uint8_t* entry, int32_t bits, uint8_t* color) {
-    if (bits == 16) {
-        unsigned value = load_u16le(entry);
-        color[0] = static_cast<uint8_t>(value >> 10 & 31);
-        color[1] = static_cast<uint8_t>(value >> 5 & 31);
-        color[2] = static_cast<uint8_t>(value & 31);
-    } else {
-        color[0] = entry[2];
-        color[1] = entry[1];
-        color[2] = entry[0];
+// Colours of 5 bits.
+void load_words(const uint8_t* map, size_t length, uint8_t* triples) {
+    for (size_t i = 0; i < length; ++i, triples += 3) {
+        unsigned value = load_u16le(map + i * 2);
+        triples[0] = static_cast<uint8_t>(value >> 10 & 31);
+        triples[1] = static_cast<uint8_t>(value >> 5 & 31);
+        triples[2] = static_cast<uint8_t>(value & 31);
     }
 }
 
@@ -275,12 +272,7 @@ int tga_get_vlt(CFILE* c, rzl_vlt_entry* entries) {
     if (!spec->has_map || c->color_table == nullptr) return refuse(c, RZL_NO_VLT, SOURCE, "Get_vlt");
     int32_t room = std::max(spec->map_length, static_cast<int32_t>(TABLE_COLORS));
     int32_t known = std::max(spec->map_first + spec->map_length, static_cast<int32_t>(TABLE_COLORS));
-    uint32_t shift = 16 - c->vlt_bits;
-    for (int32_t i = 0; i < std::min(room, known); ++i) {
-        const uint8_t* color = c->color_table + static_cast<size_t>(i) * 3;
-        entries[i] = {static_cast<uint16_t>(i), static_cast<uint16_t>(color[0] << shift),
-                      static_cast<uint16_t>(color[1] << shift), static_cast<uint16_t>(color[2] << shift)};
-    }
+    give_vlt(c->color_table, static_cast<size_t>(std::min(room, known)), c->vlt_bits, entries);
     return 0;
 }
 
@@ -352,13 +344,15 @@ bool tga_keep_map(CFILE* c, const uint8_t* map) {
     const tga_spec* spec = tga_spec_of(c);
     auto first = static_cast<size_t>(spec->map_first);
     auto length = static_cast<size_t>(spec->map_length);
-    mem_free(c->color_table);
-    c->color_table = static_cast<uint8_t*>(mem_alloc_zeroed(std::max(first + length, TABLE_COLORS) * 3));
-    if (c->color_table == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    c->vlt_bits = spec->map_bits == 16 ? 5 : 8;
-    auto bytes = static_cast<size_t>(spec->map_bits) / 8;
-    for (size_t i = 0; i < length; ++i)
-        take_color(map + i * bytes, spec->map_bits, c->color_table + (first + i) * 3);
+    bool words = spec->map_bits == 16;
+    uint8_t* colors = new_color_table(c, first + length, words ? 5 : 8, SOURCE);
+    if (colors == nullptr) return false;
+    if (words) {
+        load_words(map, length, colors + first * 3);
+    } else {
+        load_colors(map, length, {.step = static_cast<size_t>(spec->map_bits) / 8, .blue_first = true},
+                    colors + first * 3);
+    }
     return true;
 }
 

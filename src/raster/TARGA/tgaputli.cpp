@@ -67,10 +67,6 @@ void store_map(const CFILE* c, const tga_spec* spec, uint8_t* map) {
     }
 }
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 bool write_map(CFILE* c, const tga_spec* spec) {
     if (!spec->has_map) return true;
     size_t bytes = static_cast<size_t>(spec->map_length) * static_cast<size_t>(spec->map_bits) / 8;
@@ -78,7 +74,7 @@ bool write_map(CFILE* c, const tga_spec* spec) {
     if (!map) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     store_map(c, spec, map.get());
     if (is_readable(c) && !tga_keep_map(c, map.get())) return false;
-    return put_all(c, map.get(), bytes);
+    return put_all(c, map.get(), bytes, SOURCE);
 }
 
 // Room for a row, and for the packets of one: at worst each pixel has a head of its own.
@@ -146,7 +142,7 @@ bool write_row(CFILE* c, tga_spec* spec, const uint8_t* const* lines, size_t pla
             planes == 3 ? encode_row<3>(lines, pixels, width, packets) : encode_row<1>(lines, pixels, width, packets);
         pixels = packets;
     }
-    if (!put_all(c, pixels, bytes)) return false;
+    if (!put_all(c, pixels, bytes, SOURCE)) return false;
     spec->file_line = tga_next_file_line(c);
     ++spec->lines_put;
     return true;
@@ -166,8 +162,8 @@ int tga_write_header(CFILE* c) {
     uint8_t header[TGA_HEADER_SIZE];
     store_header(c, spec, header);
     bool at_start = io_tell(c) == 0 || io_seek(c, 0); // a pipe can't be sought, and need not be
-    bool written = at_start && put_all(c, header, sizeof header) &&
-                   put_all(c, spec->image_id, static_cast<size_t>(spec->id_length)) && write_map(c, spec);
+    bool written = at_start && put_all(c, header, sizeof header, SOURCE) &&
+                   put_all(c, spec->image_id, static_cast<size_t>(spec->id_length), SOURCE) && write_map(c, spec);
     if (!written) return c->status != 0 ? 1 : refuse(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     spec->data_offset =
         static_cast<int64_t>(TGA_HEADER_SIZE) + spec->id_length + int64_t{spec->map_length} * spec->map_bits / 8;

@@ -89,16 +89,27 @@ enum tif_codings : uint16_t {
     TIF_FAX_G3 = 3,
     TIF_FAX_G4 = 4,
     TIF_LZW = 5,
+    TIF_DEFLATE = 8,
     TIF_PACKBITS = 32773,
+    TIF_OLD_DEFLATE = 32946, // the same by its first number
 };
 constexpr bool tif_is_fax(uint16_t compression) {
     return compression == TIF_FAX_1D || compression == TIF_FAX_G3 || compression == TIF_FAX_G4;
+}
+
+constexpr bool tif_is_deflate(uint16_t compression) {
+    return compression == TIF_DEFLATE || compression == TIF_OLD_DEFLATE;
+}
+// Codings of a whole segment, which a predictor can stand in front of.
+constexpr bool tif_is_whole(uint16_t compression) {
+    return compression == TIF_LZW || tif_is_deflate(compression);
 }
 
 // How a coding can expand: bytes of rows that a byte of it stands for at most.
 constexpr uint64_t tif_expansion(uint16_t compression) {
     if (tif_is_fax(compression)) return 65536;
     if (compression == TIF_LZW) return 1400;
+    if (tif_is_deflate(compression)) return 1032;
     return compression == TIF_PACKBITS ? 64 : 1;
 }
 
@@ -209,6 +220,7 @@ struct tif_spec {
     tif_image* image;   // the active one
     uint16_t order;     // byte order of the file
     uint32_t first_ifd; // the pointer in the file header
+    bool extended;      // the file was opened with rzl_set_extended()
     bool begun;         // the file header is in the file
     int64_t end;        // of the file, from its start: where the next append goes
     bool at_end;        // the file stands there
@@ -436,6 +448,12 @@ constexpr size_t tif_lzw_bound(size_t length) {
 }
 size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif_lzw_table* table);
 size_t tif_lzw_decode(const uint8_t* source, size_t size, uint8_t* target, size_t limit, bool* sound);
+
+// Deflate, through zlib. Decoding fills `limit` bytes at most, less when the code ends or is damaged; *filled tells.
+// Encoding needs room for tif_zip_bound(length) bytes. False without memory, with no status.
+bool tif_zip_decode(const uint8_t* source, size_t size, uint8_t* target, size_t limit, size_t* filled);
+size_t tif_zip_bound(size_t length);
+bool tif_zip_encode(const uint8_t* source, size_t length, uint8_t* target, size_t room, size_t* coded);
 
 // ---- differences of samples
 // Predictor 2: each sample as the difference to the one `step` samples before it.

@@ -1,6 +1,6 @@
-// TIFF: rows of strips and tiles. An LZW segment, and a small one of PackBits data, is decoded whole, once, and kept
-// until another one is wanted; other rows of plain and PackBits data are read one by one; lines of fax data come from a
-// reader that keeps a line or two.
+// TIFF: rows of strips and tiles. A segment of LZW or deflate data, and a small one of PackBits data, is decoded whole,
+// once, and kept until another one is wanted; other rows of plain and PackBits data are read one by one; lines of fax
+// data come from a reader that keeps a line or two.
 #include <algorithm>
 #include <cstring>
 
@@ -73,7 +73,7 @@ constexpr uint64_t SHORT_ROW = 512;
 constexpr uint64_t SMALL_SEGMENT = 1 << 18;
 
 bool is_decoded_whole(const tif_image* image, uint32_t segment) {
-    if (image->compression == TIF_LZW) return true;
+    if (tif_is_whole(image->compression)) return true;
     uint64_t row = tif_row_bytes(image, 0);
     bool kind = image->compression == TIF_PACKBITS || (image->compression == TIF_PLAIN && tif_is_tiled(image));
     return kind && row <= SHORT_ROW && row * tif_rows_of(image, segment) <= SMALL_SEGMENT;
@@ -145,11 +145,16 @@ bool decode_plane(CFILE* c, const tif_image* image, uint32_t segment, int plane)
     const uint8_t* code = code_of(c, image, entry, bytes);
     if (code == nullptr) return false;
     bool sound = true;
-    bool lzw = image->compression == TIF_LZW;
-    size_t filled =
-        lzw ? tif_lzw_decode(code, bytes, out, room, &sound) : unpack_rows(code, bytes, out, row_bytes, room);
+    size_t filled = 0;
+    if (image->compression == TIF_LZW) {
+        filled = tif_lzw_decode(code, bytes, out, room, &sound);
+    } else if (!tif_is_deflate(image->compression)) {
+        filled = unpack_rows(code, bytes, out, row_bytes, room);
+    } else if (!tif_zip_decode(code, bytes, out, room, &filled)) {
+        return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    }
     if (filled < full) set_flag(c, FLAG_DAMAGED, true);
-    if (lzw && image->predictor == 2) undo_predictor(c, image, plane, out, filled);
+    if (tif_is_whole(image->compression) && image->predictor == 2) undo_predictor(c, image, plane, out, filled);
     in->plane_filled[plane] = filled;
     in->planes_decoded |= 1u << plane;
     return true;
@@ -735,7 +740,7 @@ void tif_rewind(CFILE* c) {
 // Lines of plain and PackBits data can be told in advance; the others are found by their strip.
 int tif_randomize(CFILE* c) {
     const tif_image* image = tif_image_of(c);
-    bool useful = !tif_is_tiled(image) && image->compression != TIF_LZW && !tif_is_fax(image->compression);
+    bool useful = !tif_is_tiled(image) && !tif_is_whole(image->compression) && !tif_is_fax(image->compression);
     if (!useful || c->line_offsets != nullptr) return 0;
     return rzl_record_lines(c, tif_is_stored(image, 0) ? int64_t{image->strip_offsets[0]} : 0, 1);
 }

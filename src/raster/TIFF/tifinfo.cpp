@@ -477,7 +477,8 @@ int set_layout_word(CFILE* c, uint16_t* member, int32_t value, bool possible) {
 int set_compression(CFILE* c, int32_t value) {
     tif_image* image = tif_image_of(c);
     if (value == 0) value = TIF_PLAIN;
-    bool known = (value >= TIF_PLAIN && value <= TIF_LZW) || value == TIF_PACKBITS;
+    bool known = (value >= TIF_PLAIN && value <= TIF_LZW) || value == TIF_PACKBITS ||
+                 (tif_spec_of(c)->extended && value == TIF_DEFLATE);
     if (!known) return refuse(c, RZL_UNSUP_TIFF, SOURCE, "Tiff compression type");
     if (set_layout_word(c, &image->compression, value, true) != 0) return 1;
     // Bits that were asked for wait on the handle for the header.

@@ -383,6 +383,7 @@ bool read_file_header(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
     uint8_t header[8];
     if (!tif_read_at(c, 0, header, 2)) return fails(c, RZL_READ_FAILED, SOURCE, "byte order");
+    spec->extended = is_extended();
     spec->order = load_u16le(header);
     if (spec->order != TIF_LITTLE && spec->order != TIF_BIG) return fails(c, RZL_READ_FAILED, SOURCE, "byte order");
     bool versioned = tif_read_at(c, 2, header + 2, 2);
@@ -527,7 +528,7 @@ bool tile_row_fits(const tif_image* image, uint64_t file_bytes) {
     return bytes <= TRUSTED_BYTES || bytes / TILE_ROW_EXPANSION <= file_bytes;
 }
 
-uint32_t judge_coding(const tif_image* image, const char** detail) {
+uint32_t judge_coding(const CFILE* c, const tif_image* image, const char** detail) {
     uint16_t compression = image->compression;
     bool grey = image->photometric == TIF_WHITE_ZERO || image->photometric == TIF_BLACK_ZERO ||
                 image->photometric == TIF_PALETTE;
@@ -535,7 +536,8 @@ uint32_t judge_coding(const tif_image* image, const char** detail) {
     *detail = "Tiff photometric type";
     if (!grey && !colour) return RZL_UNSUP_TIFF;
     *detail = "Tiff compression type";
-    bool plain = compression == TIF_PLAIN || compression == TIF_LZW || compression == TIF_PACKBITS;
+    bool plain = compression == TIF_PLAIN || compression == TIF_LZW || compression == TIF_PACKBITS ||
+                 (tif_spec_of(c)->extended && tif_is_deflate(compression));
     if (!plain && !(grey && tif_is_bilevel(image) && tif_is_fax(compression))) return RZL_UNSUP_TIFF;
     return 0;
 }
@@ -555,7 +557,7 @@ uint32_t judge_samples(const tif_image* image, const char** detail) {
 } // namespace
 
 uint32_t tif_judge(CFILE* c, const tif_image* image, const char** detail) {
-    uint32_t status = judge_coding(image, detail);
+    uint32_t status = judge_coding(c, image, detail);
     if (status == 0) status = judge_samples(image, detail);
     if (status != 0) return status;
     *detail = "image size";
@@ -652,6 +654,7 @@ int64_t first_offset(CFILE*) {
 
 void start_spec(CFILE* c) {
     tif_spec* spec = tif_spec_of(c);
+    spec->extended = is_extended();
     spec->order = TIF_LITTLE;
     spec->begun = c->mode == MODE_READ || c->mode == MODE_UPDATE;
     spec->end = spec->begun ? io_size(c) : c->base_offset;

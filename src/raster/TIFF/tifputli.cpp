@@ -168,21 +168,34 @@ bool pack_rows(CFILE* c, const uint8_t* rows, size_t row_bytes, uint32_t count, 
     return true;
 }
 
+void make_differences(CFILE* c, uint8_t* rows, size_t row_bytes, uint32_t count) {
+    const tif_image* image = tif_image_of(c);
+    tif_shape shape = tif_shape_of(image);
+    auto step = static_cast<size_t>(shape.together);
+    for (uint32_t i = 0; image->predictor == 2 && i < count; ++i)
+        tif_make_differences(rows + i * row_bytes, tif_bits(image), tif_is_big(c), shape.width * step, step);
+}
+
 bool lzw_rows(CFILE* c, uint8_t* rows, size_t row_bytes, uint32_t count, size_t* coded) {
     tif_gathering* out = &tif_spec_of(c)->out;
-    const tif_image* image = tif_image_of(c);
     size_t bytes = row_bytes * count;
     if (out->lzw_table == nullptr) {
         out->lzw_table = mem_new<tif_lzw_table>();
     }
     if (out->lzw_table == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     if (!need_coded(c, tif_lzw_bound(bytes))) return false;
-    tif_shape shape = tif_shape_of(image);
-    auto step = static_cast<size_t>(shape.together);
-    for (uint32_t i = 0; image->predictor == 2 && i < count; ++i)
-        tif_make_differences(rows + i * row_bytes, tif_bits(image), tif_is_big(c), shape.width * step, step);
+    make_differences(c, rows, row_bytes, count);
     *coded = tif_lzw_encode(rows, out->coded, bytes, out->lzw_table);
     return true;
+}
+
+bool zip_rows(CFILE* c, uint8_t* rows, size_t row_bytes, uint32_t count, size_t* coded) {
+    tif_gathering* out = &tif_spec_of(c)->out;
+    size_t bytes = row_bytes * count;
+    if (!need_coded(c, tif_zip_bound(bytes))) return false;
+    make_differences(c, rows, row_bytes, count);
+    bool done = tif_zip_encode(rows, bytes, out->coded, out->coded_room, coded);
+    return done || fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
 }
 
 // Codes the rows of one plane. *bytes and *count are then what is to be stored.
@@ -194,6 +207,8 @@ bool code_rows(CFILE* c, uint8_t** bytes, size_t* count, uint32_t rows) {
     case TIF_PLAIN: *count = row_bytes * rows; return true;
     case TIF_PACKBITS: coded = pack_rows(c, *bytes, row_bytes, rows, count); break;
     case TIF_LZW: coded = lzw_rows(c, *bytes, row_bytes, rows, count); break;
+    case TIF_DEFLATE:
+    case TIF_OLD_DEFLATE: coded = zip_rows(c, *bytes, row_bytes, rows, count); break;
     default: return fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
     }
     *bytes = tif_spec_of(c)->out.coded;

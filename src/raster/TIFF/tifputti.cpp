@@ -130,7 +130,7 @@ bool put_source(CFILE* c, uint32_t tile, const tile_source& source) {
 
 bool can_put_tiles(CFILE* c) {
     const tif_image* image = tif_image_of(c);
-    if (tif_shape_of(image).planes > 1 && image->compression == TIF_LZW) {
+    if (tif_shape_of(image).planes > 1 && tif_is_whole(image->compression)) {
         return fails(c, RZL_UNSUP_TIFF, SOURCE, "tiff compression type");
     }
     return tif_samples_can_be_put(c);

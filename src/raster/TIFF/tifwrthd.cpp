@@ -420,7 +420,7 @@ void add_coding(entry_list* list, const tif_image* image) {
     if (fax && image->fill_order == 2) add_number(list, TIF_TAG_FILL_ORDER, TIF_SHORT, 2);
     bool options = image->compression == TIF_FAX_G3 && image->fax_options != 0;
     if (options) add_number(list, TIF_TAG_FAX_OPTIONS, TIF_LONG, image->fax_options);
-    bool differences = image->compression == TIF_LZW && image->predictor == 2;
+    bool differences = tif_is_whole(image->compression) && image->predictor == 2;
     if (differences) add_number(list, TIF_TAG_PREDICTOR, TIF_SHORT, 2);
 }
 

@@ -1,0 +1,8 @@
+complete -c tinct-sample -n 'test (count (commandline -opc)) -eq 1' -f -a 'chair room still' -d 'Scene'
+complete -c tinct-sample -l size -x -d 'Size of the picture, WxH'
+complete -c tinct-sample -l compress -x -a 'none plines stream both' -d 'How the file is packed'
+complete -c tinct-sample -l seed -x -d 'Seed of the sampling'
+complete -c tinct-sample -l list -d 'The scenes'
+complete -c tinct-sample -l pens -x -a 'chair room still' -d 'The surfaces of a scene'
+complete -c tinct-sample -s h -l help -d 'Shows the options'
+complete -c tinct-sample -l version -d 'Shows the version'

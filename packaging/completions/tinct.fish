@@ -1,0 +1,5 @@
+complete -c tinct -f -a '(__fish_complete_suffix .tnc)'
+complete -c tinct -s f -r -d 'The rendered image to open'
+complete -c tinct -s p -r -d 'The palette to load'
+complete -c tinct -s h -l help -d 'Shows the options and the keys'
+complete -c tinct -l version -d 'Shows the version'

@@ -1,0 +1,470 @@
+// HRF files: files of every kind made by hand in both byte orders, what is written byte by byte, offsets of the image
+// inside of its tiles, runs, changing a file in place, and bad input.
+#include "bmp/formats_fixture.h"
+
+using Hrf = FormatTest;
+
+namespace {
+
+// Codes of a bilevel row, as few pixels as they are: runs of 0 and 255 and literals, all with short counts but the
+// first.
+bytes_of_file row_codes(const bytes_of_file& row) {
+    bytes_of_file out;
+    for (size_t i = 0; i < row.size();) {
+        size_t n = 1;
+        const bool run = row[i] == 0 || row[i] == 255;
+        while (i + n < row.size() && (run ? row[i + n] == row[i] : row[i + n] != 0 && row[i + n] != 255))
+            ++n;
+        const int kind = row[i] == 0 ? 0x00 : row[i] == 255 ? 0xC0 : 0x80;
+        if (n > 31) out.push_back(static_cast<uint8_t>(kind | 0x20 | n >> 8));
+        out.push_back(static_cast<uint8_t>(n > 31 ? n : static_cast<size_t>(kind) | n));
+        if (!run) out.insert(out.end(), row.begin() + static_cast<long>(i), row.begin() + static_cast<long>(i + n));
+        i += n;
+    }
+    return out;
+}
+
+// LZW without strings: a clear code before every hundredth byte, so that all codes have 9 bits.
+bytes_of_file plain_lzw(const bytes_of_file& data) {
+    bytes_of_file out;
+    uint32_t bits = 0;
+    int count = 0;
+    auto put = [&](uint32_t code) {
+        bits = bits << 9 | code;
+        for (count += 9; count >= 8; count -= 8)
+            out.push_back(static_cast<uint8_t>(bits >> (count - 8)));
+    };
+    for (size_t i = 0; i < data.size(); ++i) {
+        if (i % 100 == 0) put(256);
+        put(data[i]);
+    }
+    put(257);
+    if (count > 0) out.push_back(static_cast<uint8_t>(bits << (8 - count)));
+    return out;
+}
+
+// The strings of LZW codes, most significant bit first, a code early to the next width.
+bytes_of_file lzw_decoded(const uint8_t* p, size_t size) {
+    std::vector<bytes_of_file> strings;
+    bytes_of_file out, last;
+    size_t at = 0, width = 9;
+    for (;;) {
+        uint32_t code = 0;
+        for (size_t i = 0; i < width; ++i, ++at)
+            code = code << 1 | (at / 8 < size ? p[at / 8] >> (7 - at % 8) & 1u : 0u);
+        if (code == 257 || at > size * 8 + 16) return out;
+        if (code == 256) {
+            strings.clear();
+            for (int i = 0; i < 258; ++i)
+                strings.push_back({static_cast<uint8_t>(i)});
+            width = 9;
+            last.clear();
+            continue;
+        }
+        if (code > strings.size() || strings.empty()) return {};
+        bytes_of_file now = code < strings.size() ? strings[code] : last;
+        if (code == strings.size()) now.push_back(last[0]);
+        if (!last.empty()) {
+            last.push_back(now[0]);
+            strings.push_back(last);
+        }
+        out.insert(out.end(), now.begin(), now.end());
+        last = now;
+        width = strings.size() >= 2047 ? 12 : strings.size() >= 1023 ? 11 : strings.size() >= 511 ? 10 : 9;
+    }
+}
+
+// A file made from the tables of its bytes. Pixels are given line by line: bytes of bits, bytes, or triples.
+struct hrf_parts {
+    int depth = 8;
+    bool compressed = false, big = false;
+    int table_form = 1, width = 5, height = 4, tile_width = 16, tile_height = 3, offset_x = 0, offset_y = 0;
+    int dx = 0, dy = 0, unit = 32;
+    std::string version = "03";
+    size_t layer = 600;
+
+    void number(bytes_of_file* b, size_t at, uint64_t value, size_t size) const {
+        if (b->size() < at + size) b->resize(at + size);
+        for (size_t i = 0; i < size; ++i)
+            (*b)[at + (big ? size - 1 - i : i)] = static_cast<uint8_t>(value >> 8 * i);
+    }
+    int across() const { return (width + offset_x + tile_width - 1) / tile_width; }
+    int down() const { return (height + offset_y + tile_height - 1) / tile_height; }
+
+    bytes_of_file file(const bytes_of_file& pixels) const {
+        bytes_of_file b = bytes_of("CADC/KR RST");
+        b.resize(512);
+        b[16] = static_cast<uint8_t>(version[0]);
+        b[17] = static_cast<uint8_t>(version[1]);
+        const bytes_of_file date = bytes_of("12/31/99");
+        std::copy(date.begin(), date.end(), b.begin() + 20);
+        b[33] = big ? 1 : 0;
+        b[35] = static_cast<uint8_t>(table_form);
+        number(&b, 280, layer, 4);
+        number(&b, layer, 24, 2);
+        b.resize(layer + 24 + 114);
+        b[layer + 2] = 1;
+        const size_t r = layer + 24;
+        b[r + 2] = 3;
+        const std::tuple<size_t, int, size_t> fields[] = {
+            {0, 24, 2},          {50, compressed, 2},  {52, height, 4},    {56, width, 4},     {76, dx, 2},
+            {78, dy, 2},         {80, unit, 2},        {82, unit, 2},      {84, across(), 2},  {86, down(), 2},
+            {88, tile_width, 4}, {92, tile_height, 4}, {100, offset_x, 2}, {102, offset_y, 2}, {108, depth, 2}};
+        for (auto [at, value, size] : fields)
+            number(&b, r + at, static_cast<uint64_t>(value), size);
+        std::vector<size_t> places;
+        for (int i = 0; i < across() * down(); ++i) {
+            const bytes_of_file data = tile(pixels, i % across(), i / across());
+            places.push_back(b.size());
+            number(&b, b.size(), data.size() + 4, 2);
+            b.insert(b.end(), {5, 0});
+            b.insert(b.end(), data.begin(), data.end());
+        }
+        number(&b, r + 96, b.size(), 4);
+        number(&b, b.size(), places.size() * 8 + 4, 2);
+        b.insert(b.end(), {4, 0});
+        for (size_t place : places) {
+            number(&b, b.size(), place, 4);
+            b.resize(b.size() + (table_form == 1 ? 4 : 2));
+        }
+        number(&b, b.size(), 4, 2);
+        b.insert(b.end(), {2, 0});
+        return b;
+    }
+
+    bytes_of_file tile(const bytes_of_file& pixels, int column, int row) const {
+        bytes_of_file out;
+        for (int y = 0; y < tile_height; ++y) {
+            bytes_of_file line(static_cast<size_t>(tile_width * depth + 7) / 8);
+            for (int x = 0; x < tile_width; ++x) {
+                const int px = column * tile_width + x - offset_x;
+                const int py = row * tile_height + y - offset_y;
+                if (px < 0 || px >= width || py < 0 || py >= height) continue;
+                const auto i = static_cast<size_t>(py * width + px);
+                const auto at = static_cast<size_t>(x);
+                if (depth == 1 && pixels[i] != 0) line[at / 8] = static_cast<uint8_t>(line[at / 8] | 0x80 >> x % 8);
+                if (depth == 8) line[at] = pixels[i];
+                if (depth == 24) std::copy_n(pixels.begin() + static_cast<long>(i * 3), 3, line.begin() + x * 3);
+            }
+            if (depth == 1 && compressed) line = row_codes(line);
+            out.insert(out.end(), line.begin(), line.end());
+        }
+        return compressed && depth != 1 ? plain_lzw(out) : out;
+    }
+    bytes_of_file some_pixels() const {
+        return some_samples(static_cast<size_t>(width * height * (depth == 24 ? 3 : 1)), depth == 1 ? 2 : 256, 3);
+    }
+};
+
+// What the library gives for pixels: words of bits, bytes, or nothing where only triples are read.
+bytes_of_file values_of(const hrf_parts& h, const bytes_of_file& pixels) {
+    if (h.depth == 8) return pixels;
+    bytes_of_file out;
+    const auto width = static_cast<size_t>(h.width);
+    for (size_t y = 0; h.depth == 1 && y < static_cast<size_t>(h.height); ++y) {
+        bytes_of_file line((width + 15) / 16 * 2);
+        rzl_pack_bits(line.data(), pixels.data() + y * width, h.width, 1);
+        out.insert(out.end(), line.begin(), line.end());
+    }
+    return out;
+}
+
+} // namespace
+
+TEST_F(Hrf, FilesOfEveryKindAreRead) {
+    const hrf_parts kinds[] = {
+        {1, false, false, 1, 37, 7, 16, 3},       {1, true, true, 0, 700, 7, 320, 4},
+        {1, true, false, 1, 33, 5, 48, 9},        {8, false, true, 1, 37, 7, 10, 3},
+        {8, true, false, 0, 37, 7, 40, 40},       {24, false, false, 1, 20, 9, 7, 4},
+        {24, true, true, 1, 20, 9, 7, 4},         {1, false, false, 1, 37, 7, 16, 3, 3, 0},
+        {1, true, true, 1, 100, 7, 32, 3, 29, 2}, {8, true, false, 1, 37, 7, 10, 3, 11, 4},
+        {8, false, false, 1, 37, 7, 10, 3, 0, 1}, {24, true, false, 1, 20, 9, 7, 4, 5, 3},
+    };
+    for (const hrf_parts& h : kinds) {
+        SCOPED_TRACE(std::to_string(&h - kinds));
+        const bytes_of_file pixels = h.some_pixels();
+        write_bytes(path("a.hrf"), h.file(pixels));
+        CFILE* c = rzl_open_r(path("a.hrf").c_str());
+        ASSERT_NE(c, nullptr) << rzl_status_name(last_status());
+        const bool offsets = h.offset_x != 0 || h.offset_y != 0;
+        const int format = h.depth == 1   ? (h.compressed ? 9 : 1)
+                           : h.depth == 8 ? (h.compressed ? 29 : 2)
+                           : h.compressed ? 27
+                                          : 28;
+        for (auto [field, value] : {std::pair(1, h.width),
+                                    {2, h.height},
+                                    {3, format},
+                                    {9, 4},
+                                    {21, -3},
+                                    {501, -1},
+                                    {503, 1},
+                                    {100, offsets ? 0 : h.tile_width},
+                                    {104, offsets ? 0 : h.tile_height},
+                                    {1000, h.offset_x},
+                                    {1001, h.offset_y}})
+            EXPECT_EQ(field_of(c, field), value) << field;
+        const picture p = read_lines(c);
+        rzl_close(c);
+        EXPECT_TRUE(p.values == values_of(h, pixels));
+        EXPECT_TRUE(h.depth != 24 || p.colors == pixels);
+        if (h.depth == 8) {
+            for (size_t i = 0; i < pixels.size(); ++i)
+                ASSERT_TRUE(p.colors[i * 3] == pixels[i] && p.colors[i * 3 + 2] == pixels[i]);
+        }
+        if (h.depth != 1) expect_seeks(path("a.hrf"));
+    }
+}
+
+TEST_F(Hrf, TheBytesOfAFile) {
+    const struct {
+        int format, width, height, depth, tile_width, tile_height;
+    } kinds[] = {
+        {9, 410, 3, 1, 400, 320}, {1, 410, 330, 1, 400, 320}, {2, 130, 5, 8, 120, 128}, {28, 3, 130, 24, 120, 128}};
+    for (const auto& k : kinds) {
+        SCOPED_TRACE(k.format);
+        hrf_parts h = {k.depth,      k.format == 9, false, 1, k.width, k.height,
+                       k.tile_width, k.tile_height, 0,     0, 300,     300};
+        h.layer = 2368;
+        const bytes_of_file pixels = h.some_pixels();
+        ASSERT_EQ(write_picture(path("a.hrf"), 19, k.format, k.width, k.height,
+                                k.depth == 24 ? pixels : values_of(h, pixels), {{8, -300}}),
+                  0u);
+        bytes_of_file expected = h.file(pixels);
+        const auto text = [&](size_t at, const std::string& s) {
+            std::copy(s.begin(), s.end(), expected.begin() + static_cast<long>(at));
+        };
+        bytes_of_file made = read_bytes(path("a.hrf"));
+        text(20, std::string(made.begin() + 20, made.begin() + 28)); // today
+        EXPECT_TRUE(made[22] == '/' && made[25] == '/');
+        text(18, "00");
+        for (auto [at, value] : {std::pair(256, 1024),
+                                 {260, 1152},
+                                 {268, 2048},
+                                 {272, 2368},
+                                 {292, 1},
+                                 {1060, 2048},
+                                 {1064, 256},
+                                 {1124, 2304},
+                                 {1128, 64}})
+            h.number(&expected, static_cast<size_t>(at), static_cast<uint64_t>(value), 4);
+        text(1024, "_MANAGE");
+        text(1088, "_LAYER0");
+        for (size_t i = 2; i < 6; ++i)
+            store_f64le(expected.data() + 2048 + 68 + i * 8, (i % 2 == 0 ? k.width : k.height) / 300.0);
+        for (size_t at : {size_t{2048 + 116}, size_t{2048 + 118}, size_t{2392 + 34}})
+            h.number(&expected, at, 32, 2);
+        std::fill_n(expected.begin() + 2288, 64, uint8_t{255});
+        text(2392 + 4, std::string(30, ' '));
+        store_f64le(expected.data() + 2392 + 36, 1.0);
+        h.number(&expected, 2392 + 44, 8, 2);
+        h.number(&expected, 2392 + 46, 1, 2);
+        ASSERT_EQ(made.size(), expected.size());
+        for (size_t i = 0; i < made.size(); ++i)
+            ASSERT_EQ(made[i], expected[i]) << i;
+    }
+}
+
+TEST_F(Hrf, RowsOfRuns) {
+    // A tile of one row of 1016 bytes, or three of them.
+    const struct {
+        const char* what;
+        bytes_of_file codes, row;
+    } cases[] = {
+        {"short and long counts", {31, 0x20, 33, 0xC1, 0x82, 1, 2, 0xE3, 0xA5}, {}},
+        {"a count of 0 is none", {0, 0x80, 0x23, 0xF8}, bytes_of_file(1016)},
+        {"the kind that ends all", {0x41}, {}},
+        {"more than the row", {0x3F, 0xF9}, {}},
+        {"less than the row", {0x23, 0xF7}, {}},
+        {"a literal past the data", {0x23, 0xF7, 0x81}, {}},
+    };
+    for (const auto& k : cases) {
+        SCOPED_TRACE(k.what);
+        hrf_parts h = {1, true, false, 1, 8128, 1, 8128, 1};
+        bytes_of_file row = k.row;
+        bytes_of_file file = h.file(bytes_of_file(8128));
+        const bool first = &k == cases;
+        if (first) {
+            row.assign(64, 0);
+            row.insert(row.end(), {255, 1, 2});
+            row.resize(1016, 255);
+            row.resize(64 + 3 + 933);
+            row.resize(1016, 255);
+        }
+        // The record goes behind everything, and the table names it.
+        const size_t record = file.size();
+        bytes_of_file codes = k.codes;
+        if (first) codes = {31, 0x20, 33, 0xC1, 0x82, 1, 2, 0xE3, 0xB5};
+        h.number(&file, record, codes.size() + 4, 2);
+        file.insert(file.end(), {5, 0});
+        file.insert(file.end(), codes.begin(), codes.end());
+        h.number(&file, record - 4 - 8, record, 4);
+        write_bytes(path("a.hrf"), file);
+        const picture p = read_picture(path("a.hrf"));
+        if (row.empty()) {
+            EXPECT_EQ(p.status, RZL_READ_FAILED);
+            continue;
+        }
+        bytes_of_file words;
+        for (size_t i = 0; i < row.size(); ++i)
+            words.push_back(row[i ^ 1]);
+        EXPECT_EQ(p.values, words);
+    }
+}
+
+TEST_F(Hrf, WhatIsWrittenIsRead) {
+    for (auto [format, width, height, values] :
+         {std::tuple(29, 300, 140, 256), {29, 119, 130, 3}, {27, 130, 129, 256}, {28, 121, 3, 256}, {2, 500, 2, 256}}) {
+        SCOPED_TRACE(format);
+        const bool triples = format_is_color(format);
+        bytes_of_file pixels = some_samples(static_cast<size_t>(width * height) * (triples ? 3 : 1), values, 9);
+        // Noise, for which LZW codes are longer than a record: it is coded otherwise.
+        std::mt19937 random(1);
+        for (size_t i = 0; values == 256 && format == 27 && i < pixels.size(); ++i)
+            pixels[i] = static_cast<uint8_t>(random());
+        ASSERT_EQ(write_picture(path("a.hrf"), 19, format, width, height, pixels), 0u);
+        const picture p = read_picture(path("a.hrf"));
+        EXPECT_TRUE(p.status == 0 && p.format == format && (triples ? p.colors : p.values) == pixels);
+        const bytes_of_file b = read_bytes(path("a.hrf"));
+        if (format != 29) continue;
+        const bytes_of_file tile = lzw_decoded(b.data() + 2510, load_u16le(b.data() + 2506) - size_t{4});
+        ASSERT_EQ(tile.size(), 120u * 128);
+        for (size_t i = 0; i < tile.size(); ++i) {
+            const size_t x = i % 120, y = i / 120;
+            ASSERT_EQ(tile[i], x < static_cast<size_t>(width) ? pixels[y * static_cast<size_t>(width) + x] : 0) << i;
+        }
+    }
+}
+
+TEST_F(Hrf, RunsOfLinesAndTiles) {
+    const hrf_parts h = {1, true, false, 1, 50, 3, 32, 2};
+    bytes_of_file pixels(150);
+    std::fill(pixels.begin() + 5, pixels.begin() + 50, uint8_t{1}); // 5 white, 45 black
+    write_bytes(path("a.hrf"), h.file(pixels));
+    CFILE* c = rzl_open_r(path("a.hrf").c_str());
+    ASSERT_NE(c, nullptr);
+    uint16_t runs[40] = {};
+    int32_t size = 4, uniform = 0;
+    EXPECT_TRUE(rzl_get_rle_line(c, runs, &size) == 1 && status_of(c) == RZL_RLE_BUFFER_SMALL && size >= 6);
+    EXPECT_TRUE(rzl_get_rle_line(c, runs, &(size = sizeof runs)) == 0 && size == 6 && runs[0] == 5 && runs[1] == 45 &&
+                runs[2] == 0);
+    size = sizeof runs;
+    EXPECT_TRUE(rzl_seek(c, 0) == 0 && rzl_get_rle_tile(c, runs, &size, &uniform) == 0 && size == 8);
+    EXPECT_TRUE(runs[0] == 5 && runs[1] == 27 && runs[2] == 0 && runs[3] == 32 && c->line == 1);
+    size = 2;
+    EXPECT_TRUE(rzl_get_rle_tile(c, runs, &size, &uniform) == 1 && status_of(c) == RZL_RLE_BUFFER_SMALL &&
+                c->line == 1);
+    rzl_close(c);
+}
+
+TEST_F(Hrf, FieldsOfANewFile) {
+    CFILE* c = new_file(path("a.hrf"), 19, 2, 10, 10);
+    ASSERT_NE(c, nullptr);
+    double aspect = 2.0;
+    const auto get_aspect = [&] {
+        EXPECT_EQ(rzl_get_hdr_data(c, 26, &aspect), 0);
+        return aspect;
+    };
+    EXPECT_TRUE(set_field_to(c, 8, 300) == 0 && field_of(c, 8) == 0); // 300 micrometres are less than a dot an inch
+    EXPECT_TRUE(set_field_to(c, 8, 2540000) == 0 && field_of(c, 8) == -100 && get_aspect() == 1.0);
+    EXPECT_TRUE(set_field_to(c, 8, -200) == 0 && field_of(c, 8) == -200);
+    aspect = 2.0;
+    EXPECT_TRUE(rzl_set_hdr_data(c, 26, &aspect) == 0 && get_aspect() == 2.0);
+    EXPECT_TRUE(set_field_to(c, 8, -65536) == 1 && status_of(c) == RZL_BAD_FIELD_VALUE);
+    EXPECT_TRUE(set_field_to(c, 3, 69) == 1 && status_of(c) == RZL_UNSUP_IR);
+    EXPECT_TRUE(set_field_to(c, 100, 64) == 0 && field_of(c, 100) == 0);
+    for (auto [format, depth] : {std::pair(1, 1), {9, 1}, {2, 8}, {29, 8}, {27, 24}, {28, 24}})
+        EXPECT_TRUE(set_field_to(c, 3, format) == 0 && field_of(c, 3) == format &&
+                    field_of(c, 506) * field_of(c, 507) == depth);
+    rzl_stat stat = {};
+    EXPECT_EQ(rzl_get_stat(c, &stat), 0);
+    EXPECT_TRUE(stat.scan_orientation == 4 && stat.device_resolution == -200 && stat.compression == -1 &&
+                stat.vlt_type == 0);
+    rzl_close(c);
+    EXPECT_TRUE(write_picture(path("a.hrf"), 19, 2, 0, 3, {}) == RZL_BAD_IMAGE_SIZE);
+}
+
+TEST_F(Hrf, LinesAndTilesOfAFileAreChangedInPlace) {
+    bytes_of_file pixels = some_samples(200 * 300, 256, 5);
+    ASSERT_EQ(write_picture(path("a.hrf"), 19, 29, 200, 300, pixels), 0u);
+    CFILE* c = rzl_open_rw(path("a.hrf").c_str());
+    ASSERT_NE(c, nullptr);
+    const bytes_of_file line(200, 77);
+    for (int y : {7, 299, 130}) {
+        EXPECT_TRUE(rzl_seek(c, y) == 0 && rzl_putline(c, line.data()) == 0);
+        std::fill_n(pixels.begin() + y * 200, 200, uint8_t{77});
+    }
+    EXPECT_EQ(rzl_finish(c), 0u);
+    c = rzl_open_rw(path("a.hrf").c_str());
+    const bytes_of_file tile(120 * 128, 99);
+    const void* plane = tile.data();
+    EXPECT_TRUE(rzl_seek(c, 1) == 0 && rzl_puttile(c, 1, &plane) == 0);
+    EXPECT_EQ(rzl_finish(c), 0u);
+    for (size_t y = 0; y < 128; ++y)
+        std::fill_n(pixels.begin() + static_cast<long>(y * 200 + 120), 80, uint8_t{99});
+    EXPECT_TRUE(read_picture(path("a.hrf")).values == pixels);
+    // A new file that is read back before all its lines are there.
+    c = new_file(path("b.hrf"), 19, 2, 130, 200, {}, rzl_open_wr);
+    for (int y = 0; y < 150; ++y)
+        ASSERT_EQ(rzl_putline(c, pixels.data() + y * 130), 0);
+    bytes_of_file back(130);
+    EXPECT_TRUE(rzl_seek(c, 149) == 0 && rzl_getline(c, back.data()) == 0);
+    EXPECT_TRUE(std::equal(back.begin(), back.end(), pixels.begin() + 149 * 130));
+    EXPECT_EQ(rzl_finish(c), 0u);
+    const picture p = read_picture(path("b.hrf"));
+    EXPECT_TRUE(p.status == 0 && std::equal(pixels.begin(), pixels.begin() + 150 * 130, p.values.begin()) &&
+                p.values[199 * 130] == 0);
+}
+
+TEST_F(Hrf, BadInput) {
+    const hrf_parts h = {8, false, false, 1, 37, 7, 10, 3};
+    const bytes_of_file good = h.file(h.some_pixels());
+    const size_t r = h.layer + 24;
+    const size_t table = load_u32le(good.data() + r + 96);
+    const bytes_of_file most = {255, 255, 255, 127};
+    expect_refused(good, {
+                             {"version 04", 17, {'4'}, RZL_NOT_STANDARD},
+                             {"version 13", 16, {'1'}, RZL_NOT_STANDARD},
+                             {"a layer past the end", 280, most, RZL_READ_FAILED},
+                             {"a first record of no layer", h.layer + 2, {2}, RZL_NOT_STANDARD},
+                             {"a layer of another kind", r + 2, {2}, RZL_NOT_STANDARD},
+                             {"4 bits", r + 108, {4}, RZL_UNSUP_IR},
+                             {"no width", r + 56, {0}, RZL_BAD_IMAGE_SIZE},
+                             {"a width that its tiles do not cover", r + 56, most, RZL_BAD_IMAGE_SIZE},
+                             {"fewer tiles than the width", r + 84, {3}, RZL_NOT_STANDARD_2},
+                             {"more tiles than the height", r + 86, {4}, RZL_NOT_STANDARD_2},
+                             {"no tile width", r + 88, {0}, RZL_BAD_TILE_SIZE},
+                             {"a tile that its record can't hold", r + 92, {0, 0, 1}, RZL_BAD_TILE_SIZE},
+                             {"a table past the end", r + 96, most, RZL_READ_FAILED},
+                             {"no table", table + 2, {5}, RZL_NOT_STANDARD_2},
+                             {"a tile past the end", table + 4, most, RZL_READ_FAILED},
+                             {"a tile that is not there", table + 4, {0, 0, 0, 0}, RZL_READ_FAILED},
+                             {"a tile that is none", load_u32le(good.data() + table + 4) + 2, {4}, RZL_READ_FAILED},
+                             {"a tile of fewer bytes", load_u32le(good.data() + table + 4), {33}, RZL_READ_FAILED},
+                         });
+    for (const char* version : {"01", "02"}) {
+        hrf_parts older = h;
+        older.version = version;
+        write_bytes(path("a.hrf"), older.file(h.some_pixels()));
+        EXPECT_EQ(read_picture(path("a.hrf")).status, 0u);
+    }
+    // Rows of tiles in front of one that is damaged.
+    const picture p = read_changed(good, table + 4 + 4 * 8, most);
+    EXPECT_TRUE(p.status == RZL_READ_FAILED && p.lines == 3);
+    for (size_t size = 0; size < good.size() - 4; size += size < table ? 7 : 1) {
+        write_bytes(path("cut"), bytes_of_file(good.begin(), good.begin() + static_cast<long>(size)));
+        EXPECT_NE(read_picture(path("cut")).status, 0u) << size;
+    }
+    // Bits: tiles of whole words, and rows that claim more than the file can hold.
+    hrf_parts bits = {1, true, false, 1, 37, 7, 16, 3};
+    const bytes_of_file good_bits = bits.file(bits.some_pixels());
+    expect_refused(good_bits, {{"a tile of bytes", r + 88, {24}, RZL_BAD_TILE_SIZE},
+                               {"a huge tile", r + 88, {0, 0, 255, 7}, RZL_BAD_TILE_SIZE}});
+}
+
+TEST_F(Hrf, FailuresHaveAStatus) {
+    expect_sweeps(19, 29, 130, 3, some_samples(390, 5, 2));
+    expect_sweeps(19, 9, 20, 3, {1, 2, 3, 0x70, 5, 6, 7, 0x80, 9, 1, 2, 0x30});
+    const hrf_parts h = {24, true, true, 0, 20, 5, 7, 4, 3, 2};
+    write_bytes(path("a.hrf"), h.file(h.some_pixels()));
+    expect_read_sweeps(path("a.hrf"));
+}
