@@ -61,6 +61,10 @@ constexpr format_row FORMATS[] = {
     {"sun_rgb", RZL_STANDARD_SUN, RZL_FORMAT_PLANE_RUNS},
     {"sun_byte", RZL_STANDARD_SUN, RZL_FORMAT_BYTE},
     {"sun_bits_runs", RZL_STANDARD_SUN, RZL_FORMAT_BILEVEL_RUNS},
+    {"cals_bits", RZL_STANDARD_CALS, RZL_FORMAT_GROUP4},
+    {"vrlc_bits", RZL_STANDARD_VRLC, RZL_FORMAT_BILEVEL_RUNS},
+    {"vrlc_byte", RZL_STANDARD_VRLC, RZL_FORMAT_BYTE_RUNS},
+    {"nitf_byte", RZL_STANDARD_NITF, RZL_FORMAT_BYTE},
     {"xbm_bits", RZL_STANDARD_XBM, RZL_FORMAT_BILEVEL},
     {"ps_rgb", RZL_STANDARD_POSTSCRIPT, RZL_FORMAT_PLANE_RUNS},
     {"ps_byte", RZL_STANDARD_POSTSCRIPT, RZL_FORMAT_BYTE},
@@ -118,7 +122,7 @@ bool has_planes(int32_t format) {
 }
 
 bool is_bilevel(int32_t format) {
-    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS;
+    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP4;
 }
 
 void write_file(const char* name, const format_row& row, const picture& from) {

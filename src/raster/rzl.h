@@ -398,6 +398,9 @@ RZL_API CFILE* rzl_open_rw(const char* name);
 RZL_API CFILE* rzl_open_w(const char* name);
 RZL_API CFILE* rzl_open_wr(const char* name);
 
+/* Whether a file is a catalog, which lists the files of a picture: creating one of its name creates those instead. */
+RZL_API int rzl_is_catalog(const char* name);
+
 /* Finish the file and release the handle. The outcome is the library-wide status. */
 RZL_API void rzl_close(CFILE* cfile);
 

@@ -262,15 +262,17 @@ struct CFILE {
     int32_t depth;    // public calls that are under way, one in the other
     int32_t rle_size; // run-coded calls: the caller's buffer size on entry, the size used or needed on return
     uint32_t jpeg_flags;
-    void* spec;               // owned: the module's private record
-    jpeg_record* jpeg;        // owned
-    uint8_t* color_table;     // owned: 256 red, green, blue triples read from the file, or null
-    const rzl_vlt_entry* vlt; // borrowed: what the application gave with rzl_put_vlt()
-    squetch_record* squetch;  // owned
-    tile_record* tile;        // owned
-    ccitt_record* ccitt;      // owned
-    void* parse_state;
-    uint32_t vlt_bits; // significant bits of a color_table entry
+    void* spec;                      // owned: the module's private record
+    jpeg_record* jpeg;               // owned
+    uint8_t* color_table;            // owned: 256 red, green, blue triples read from the file, or null
+    const rzl_vlt_entry* vlt;        // borrowed: what the application gave with rzl_put_vlt()
+    squetch_record* squetch;         // owned
+    tile_record* tile;               // owned
+    ccitt_record* ccitt;             // owned
+    void* parse_state;               // owned by the module
+    const CFILE* catalog;            // the catalog that this file was opened by, or null
+    const format_module* stands_for; // of a catalog: whose fields it answers
+    uint32_t vlt_bits;               // significant bits of a color_table entry
     int32_t line_offset_count;
     uint64_t* line_offsets;  // owned: file offset of each line's start, LINE_OFFSET_UNKNOWN when not yet visited
     mapping_record* mapping; // owned: while the file is read through a view

@@ -205,6 +205,7 @@ bool is_fixed(const CFILE* c, int32_t field) {
 int set_base_field(CFILE* c, int32_t field, const void* value) {
     constexpr int32_t MAX_SAMPLES = 65535;
     constexpr int32_t MAX_BITS = 128;
+    if (c->module != nullptr && (c->module->traits & MODULE_FIELDS) != 0) return set_module_field(c, field, value);
     if (is_fixed(c, field)) return 0;
     constexpr field_range COUNT_FIELDS[] = {{101, 102}, {700, 700}};
     bool counts = is_in(COUNT_FIELDS, field) && c->module != nullptr && (c->module->traits & MODULE_COUNTS) != 0;

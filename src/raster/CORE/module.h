@@ -43,6 +43,7 @@ constexpr uint32_t MODULE_CUT_TILES = 8; // tiles hold what lies inside of the i
 constexpr uint32_t MODULE_NO_TABLE = 16; // files have no colour table: values of one are not to be put into them
 constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: they reach the module
 constexpr uint32_t MODULE_CODED = 64;    // pixels are always stored in a coding, also those of the plain data formats
+constexpr uint32_t MODULE_FIELDS = 128;  // all fields that are set reach the module, whether the header exists or not
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"
@@ -102,6 +103,10 @@ bool keep_name(CFILE* c, const char* name);
 
 // Opens `name` in the place of the handle's file, which must be closed, in the handle's mode. False with the status.
 bool reopen_cfile_file(CFILE* c, const char* name);
+
+// Opens a member of a catalog, or creates one for writing, in the mode of a public call. The handle's `catalog` is the
+// catalog's, which outlives it. An existing catalog is not created anew as a member. Null with the library-wide status.
+CFILE* open_member(const CFILE* catalog, const char* name, uint32_t mode);
 
 // Ends the view if there is one and closes the file; the standard input is only flushed. 0 on success, -1 when
 // something that was written is lost. `file` is null afterwards.

@@ -30,6 +30,7 @@ extern const format_module cals_module;
 extern const format_module hrf_module;
 extern const format_module ir_module;
 extern const format_module nitf_module;
+extern const format_module sut_module;
 extern const format_module adrg_module;
 extern const format_module asrp_module;
 extern const format_module usgs_module;
@@ -115,7 +116,7 @@ constexpr standard_row STANDARDS[] = {
         .name = nullptr,
         .extensions = "",
         .test = is_catalog,
-        .module = nullptr,
+        .module = &sut_module,
     },
     {
         .id = DETECTED_COMPANION,
