@@ -1,10 +1,11 @@
-// The forms toolkit: loading and drawing a form of 200 gadgets, pressing one of them, and drawing an area again.
-// items_per_second are gadgets.
+// The forms toolkit: loading and drawing a form of 200 gadgets, pressing one of them, drawing an area again, and
+// dragging. items_per_second are gadgets, and of a drag the places of the pointer that the gadget has followed.
 #include <cstdio>
 #include <cstdlib>
 
 #include <benchmark/benchmark.h>
 
+#include "forms/env.h"
 #include "forms/forms.h"
 #include "forms/formshow.h"
 #include "forms/ops.h"
@@ -98,8 +99,60 @@ void redraw_area(benchmark::State& state) {
     FIf_delete(form);
 }
 
+// ---- dragging
+
+constexpr int MOVES = 200; // in one drag
+int moves_left = 0;
+
+// The user's hand: moves the pointer to and fro, and then releases the button.
+bool move_mouse(void* /*user*/) {
+    if (moves_left < 0) return false;
+    if (moves_left == 0)
+        headless_button(HOST_LEFT, false, 0);
+    else
+        headless_pointer(100 + moves_left * 37 % 500, 100 + moves_left * 53 % 90);
+    --moves_left;
+    return true;
+}
+
+void drag(benchmark::State& state, int type) {
+    if (!ready(state)) return;
+    FI_form* form = nullptr;
+    FIf_new(1, "", ignore, &form);
+    FIf_set_size(form, 1100, 900);
+    FIg_new(form, type, 11);
+    const FI_standard_variables variables = {20,         20,      660, 220, 0, 0, 15, "", "", "",
+                                             "dutch801", nullptr, 2,   2,   0, 0, 0,  0,  0};
+    FIg_set_standard_variables(form, 11, &variables);
+    FIg_set_orientation(form, 11, 1);
+    FIg_set_display(form, 11, FI_SHOW_LOW | FI_SHOW_VALUE | FI_SHOW_HIGH);
+    FIg_set_digits(form, 11, 6, 1);
+    FIg_set_high_value(form, 11, 1000);
+    FIg_set_continuous_routine(form, 11, ignore);
+    FIg_activate(form, 11);
+    FIf_display(form);
+    Enable_events(BUTTON_EVENT);
+    headless_on_idle(move_mouse, nullptr);
+    for ([[maybe_unused]] auto _ : state) {
+        headless_advance(1000);
+        headless_pointer(form->x1 + 28, form->y1 + 100); // on the thumb
+        headless_button(HOST_LEFT, true, 0);
+        headless_advance(300); // until it is known to be no click
+        uint32_t pending = 0;
+        fi_graphic.Inq_events(&pending);
+        moves_left = MOVES;
+        if (FI_process_event(BUTTON_EVENT) == 0 || moves_left >= 0) state.SkipWithError("nothing was dragged");
+    }
+    state.SetItemsProcessed(state.iterations() * MOVES);
+    headless_on_idle(nullptr, nullptr);
+    FIf_delete(form);
+}
+
 } // namespace
 
+BENCHMARK_CAPTURE(drag, slider, FI_SLIDER)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(drag, dial, FI_DIAL)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(drag, scroll_bar, FI_SCROLL)->Unit(benchmark::kMillisecond);
 BENCHMARK(load_and_draw)->Unit(benchmark::kMillisecond);
 BENCHMARK(draw)->Unit(benchmark::kMillisecond);
 BENCHMARK(press_button)->Unit(benchmark::kMicrosecond);

@@ -35,9 +35,20 @@ void press_all_over(FI_form* form) {
             fi_form_button(form, x, y, 1, TRANS_CLICK, 0);
 }
 
+// Of every gadget that has a label.
+void set_limits(FI_gadget* g) {
+    if (g->type == FI_GROUP) fi_each_member(fi_as_group(g), set_limits);
+    FIg_set_low_value(g->form, g->label, -7);
+    FIg_set_high_value(g->form, g->label, 1e9);
+    FIg_set_value(g->form, g->label, 5e8);
+}
+
 void work(FI_form* form) {
     if (FIf_display(form) != FI_SUCCESS) return;
     press_all_over(form);
+    for (const double value : {3.0, -1e300, 1e300, -1004.0, 0.7})
+        FIg_set_value(form, 0, value);
+    set_limits(fi_common(form->root_group));
     FIg_disable(form, 0);
     FIg_enable(form, 0);
     if (fi_form_width(form) < 2000 && fi_form_height(form) < 2000)

@@ -26,6 +26,7 @@ bool gallery_show(int page);
 FI_form* gallery_form(); // of the page that is shown
 FI_form* gallery_index();
 FI_form* gallery_popup(); // the last pop-up; null when none is up
+int gallery_scale();      // how large forms are shown against their design: 2 on a screen whose frames are doubled
 void gallery_key();       // a key came that no form took: goes on with the other form's gadgets
 
 // The last notification, for checks.

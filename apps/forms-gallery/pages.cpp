@@ -4,6 +4,7 @@
 #include "forms/forms.h"
 #include "gallery.h"
 #include "platform/files.h"
+#include "platform/window/desk.h"
 #include "surface/paths.h"
 #include "tools/toolfile.h"
 #include "tools/windows.h"
@@ -20,6 +21,8 @@ const gallery_page gallery_pages[] = {
     {"g_bar", "Bars", 32},
     {"g_scroll", "Scroll bars", 11},
     {"g_field", "Fields", 11},
+    {"g_fieldlist", "Fields that scroll, and lists", 11},
+    {"g_mcf", "Multi-column fields", 11},
 };
 const int gallery_page_count = sizeof gallery_pages / sizeof gallery_pages[0];
 
@@ -60,7 +63,11 @@ bool load(const char* file, int label, FI_notification routine, FI_form** form) 
 }
 
 bool show_at(FI_form* form, int x, int y) {
-    FIf_set_location(form, x, y);
+    const int scale = gallery_scale();
+    int width = 0, height = 0;
+    FIf_get_size(form, &width, &height);
+    FIf_set_size(form, width * scale, height * scale);
+    FIf_set_location(form, x * scale, y * scale);
     const int status = FIf_display(form);
     if (status != FI_SUCCESS) gallery_failed("FIf_display: status %d", status);
     return status == FI_SUCCESS;
@@ -132,6 +139,10 @@ void on_window(int /*form_label*/, int code, FI_form* form) {
 }
 
 } // namespace
+
+int gallery_scale() {
+    return host_screen_size()->height > DESK_USUAL_LINES ? 2 : 1;
+}
 
 FI_form* gallery_form() {
     return page_form;

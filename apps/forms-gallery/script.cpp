@@ -15,12 +15,17 @@ namespace {
 enum class act : uint8_t {
     page,    // shows page number `label`, or that of the file `text`, by its button in the index
     click,   // on a gadget of the page
+    drag,    // from its middle to the right by `value`
+    lift,    // from its middle up by `value`
     key,     // types the character `value`
     special, // presses the host_key `value`
     back,    // Shift and Tab
+    start,   // the keyboard begins at that gadget
     value,   // the gadget's value is that
     text,    // its text is that
     told,    // the last notification was of this gadget, with that value
+    near,    // the same, with about that value: a pixel counts for more or less by the size of the screen
+    about,   // the gadget's value is about that
     silent,  // none has come since the step before
     hilited, // whether it is highlighted, 0 or 1
     shown,   // whether it is displayed, 0 or 1
@@ -161,18 +166,98 @@ constexpr step STEPS[] = {
 
     {act::page, 0, 0, "g_slider"},
     {act::shot, 0, 0, "g_slider"},
+    {act::click, 11, 0, ""}, // the middle of the track
+    {act::near, 11, 50, ""},
+    {act::drag, 11, 60, ""}, // the thumb's middle follows the pointer
+    {act::near, 11, 73, ""},
+    {act::drag, 11, 900, ""}, // out of reach: back
+    {act::near, 11, 73, ""},
+    {act::drag, 11, 200, ""}, // beyond the end: the end
+    {act::value, 11, 100, ""},
+    {act::drag, 12, 60, ""}, // disabled
+    {act::silent, 12, 0, ""},
+    {act::drag, 15, 60, ""}, // reversed
+    {act::near, 15, 31, ""},
+    {act::drag, 16, 40, ""}, // in steps of a quarter
+    {act::told, 16, 0.25, ""},
+    {act::drag, 18, 60, ""}, // along two links, the second of a reversed one
+    {act::about, 19, 73, ""},
+    {act::lift, 21, 50, ""},
+    {act::near, 21, 90, ""},
+    {act::lift, 25, 50, ""},
+    {act::near, 25, 10, ""},
+    {act::start, 11, 0, ""}, // arrow keys, digits, and a step beyond the end
+    {act::hilited, 11, 1, ""},
+    {act::special, 0, double(host_key::left), ""},
+    {act::told, 11, 99, ""},
+    {act::special, 0, double(host_key::right), ""},
+    {act::special, 0, double(host_key::right), ""},
+    {act::told, 11, 100, ""},
+    {act::key, 0, '4', ""},
+    {act::key, 0, '2', ""},
+    {act::special, 0, double(host_key::tab), ""},
+    {act::told, 11, 42, ""},
+    {act::hilited, 11, 0, ""},
+    {act::click, 24, 0, ""},
 
     {act::page, 0, 0, "g_dial"},
     {act::shot, 0, 0, "g_dial"},
+    {act::drag, 11, 40, ""}, // from the top clockwise
+    {act::told, 11, 90, ""},
+    {act::lift, 11, 40, ""},
+    {act::told, 11, 0, ""},
+    {act::lift, 15, 40, ""},
+    {act::drag, 15, -40, ""}, // the other way round, by 5
+    {act::told, 15, 90, ""},
+    {act::text, 17, 0, "90"},
+    {act::drag, 16, 40, ""}, // a bar follows
+    {act::value, 18, 15, ""},
+    {act::start, 16, 0, ""},
+    {act::special, 0, double(host_key::right), ""},
+    {act::told, 16, 16, ""},
+    {act::special, 0, double(host_key::left), ""},
+    {act::special, 0, double(host_key::enter), ""},
+    {act::value, 18, 15, ""},
 
     {act::page, 0, 0, "g_bar"},
     {act::shot, 0, 0, "g_bar"},
+    {act::lift, 32, 60, ""},
+    {act::near, 32, 85, ""},
+    {act::about, 31, 85, ""},
+    {act::click, 11, 0, ""}, // a bar takes no value from the mouse
+    {act::value, 11, 60, ""},
 
     {act::page, 0, 0, "g_scroll"},
     {act::shot, 0, 0, "g_scroll"},
+    {act::click, 11, 0, ""}, // the trough: the thumb's middle goes there
+    {act::near, 11, 67, ""},
+    {act::lift, 11, 70, ""},
+    {act::near, 11, 7, ""},
+    {act::click, 32, 0, ""}, // between two arrows of one that has nothing else
+    {act::told, 32, 0, ""},
+    {act::click, 34, 0, ""},
+    {act::start, 11, 0, ""},
+    {act::special, 0, double(host_key::down), ""},
+    {act::near, 11, 8, ""},
+    {act::special, 0, double(host_key::right), ""}, // a page: a quarter of 120 is seen
+    {act::near, 11, 38, ""},
+    {act::special, 0, double(host_key::end), ""},
+    {act::told, 11, 90, ""},
+    {act::special, 0, double(host_key::tab), ""},
+    {act::hilited, 14, 1, ""},
+    {act::drag, 21, 60, ""},
+    {act::near, 21, 63, ""},
+    {act::click, 24, 0, ""},
+    {act::about, 25, 3, ""},
 
     {act::page, 0, 0, "g_field"},
     {act::shot, 0, 0, "g_field"},
+
+    {act::page, 0, 0, "g_fieldlist"},
+    {act::shot, 0, 0, "g_fieldlist"},
+
+    {act::page, 0, 0, "g_mcf"},
+    {act::shot, 0, 0, "g_mcf"},
 };
 
 size_t next_step = 0;
@@ -187,6 +272,12 @@ constexpr uint32_t BETWEEN = 400; // milliseconds: no two inputs make a double c
 
 bool post(host_event event, uint32_t delay) {
     return headless_post_later(&event, delay);
+}
+
+// Wakes whoever waits.
+void post_nothing() {
+    host_event event = {};
+    post(event, 1);
 }
 
 void click_at(int x, int y) {
@@ -223,6 +314,27 @@ void click(FI_form* form, int label) {
         gallery_failed("no gadget %d to click on", label);
 }
 
+// From the gadget's middle, in two steps.
+void drag(FI_form* form, int label, int dx, int dy) {
+    host_event event = {};
+    if (!place_of(form, label, &event.x, &event.y)) return gallery_failed("no gadget %d to drag", label);
+    event.kind = host_event_kind::pointer;
+    event.button = HOST_LEFT;
+    post(event, BETWEEN);
+    event.kind = host_event_kind::button;
+    event.down = true;
+    post(event, 1);
+    event.kind = host_event_kind::pointer;
+    for (int i = 0; i < 2; ++i) {
+        event.x += i == 0 ? dx / 2 : dx - dx / 2;
+        event.y += i == 0 ? dy / 2 : dy - dy / 2;
+        post(event, BETWEEN);
+    }
+    event.kind = host_event_kind::button;
+    event.down = false;
+    post(event, 30);
+}
+
 void press_key(host_key code, uint8_t modifiers) {
     host_event event = {};
     event.kind = host_event_kind::key;
@@ -257,10 +369,12 @@ void expect(bool good, const step& s, const char* what, double is) {
                    next_step, what, s.label, is, s.value);
 }
 
-void check_value(const step& s) {
+constexpr double PIXELS = 5; // of a range of 100, what the fonts of another size move a thumb by
+
+void check_value(const step& s, double tolerance) {
     double value = NAN;
     FIg_get_value(gallery_form(), s.label, &value);
-    expect(value == s.value, s, "the value", value);
+    expect(std::fabs(value - s.value) <= tolerance, s, "the value", value);
 }
 
 void check_text(const step& s) {
@@ -269,9 +383,9 @@ void check_text(const step& s) {
     if (std::strcmp(text, s.text) != 0) gallery_failed("%s: text of %d is \"%s\"", page_name(), s.label, text);
 }
 
-void check_told(const step& s) {
+void check_told(const step& s, double tolerance) {
     expect(gallery_last.count > seen && gallery_last.label == s.label, s, "the last notification", gallery_last.label);
-    expect(gallery_last.value == s.value, s, "its value", gallery_last.value);
+    expect(std::fabs(gallery_last.value - s.value) <= tolerance, s, "its value", gallery_last.value);
 }
 
 void check_attribute(const step& s, uint32_t mask, bool inverted, const char* what) {
@@ -318,6 +432,12 @@ bool do_input(const step& s) {
     switch (s.what) {
     case act::page: click(gallery_index(), FIRST_PAGE_BUTTON + page_of(s)); break;
     case act::click: click(gallery_form(), s.label); break;
+    case act::drag: drag(gallery_form(), s.label, gallery_scale() * static_cast<int>(s.value), 0); break;
+    case act::lift: drag(gallery_form(), s.label, 0, -gallery_scale() * static_cast<int>(s.value)); break;
+    case act::start:
+        FIg_start_seq(gallery_form(), s.label);
+        post_nothing();
+        break;
     case act::popups: click(gallery_popup(), s.label); break;
     case act::key: type(static_cast<int>(s.value)); break;
     case act::special: press_key(static_cast<host_key>(s.value), 0); break;
@@ -330,9 +450,11 @@ bool do_input(const step& s) {
 
 void do_check(const step& s) {
     switch (s.what) {
-    case act::value: check_value(s); break;
+    case act::value: check_value(s, 0); break;
+    case act::about: check_value(s, PIXELS); break;
+    case act::near: check_told(s, PIXELS); break;
     case act::text: check_text(s); break;
-    case act::told: check_told(s); break;
+    case act::told: check_told(s, 0); break;
     case act::silent: expect(gallery_last.count == seen, s, "a notification", gallery_last.label); break;
     case act::hilited: check_attribute(s, FI_HILITED, false, "the highlight"); break;
     case act::shown: check_attribute(s, FI_NOT_DISPLAYED, true, "being shown"); break;

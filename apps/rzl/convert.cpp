@@ -153,6 +153,16 @@ int64_t default_format(const raster_source* source, const convert_request* reque
     return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
 }
 
+// Whether one plane of the target can hold the source's values, which are indices when there is a table, or shades.
+bool table_fits(const raster_source* source, const convert_request* request) {
+    constexpr int32_t BYTE_VALUES = 256;
+    int32_t colors = rzl_standard_colors(request->standard);
+    bool is_table = source->kind == pixel_kind::mapped || request->keep_vlt;
+    if (colors == 0) return !is_table;
+    if (colors >= BYTE_VALUES || source->kind == pixel_kind::bilevel) return true;
+    return source->kind == pixel_kind::mapped && source->vlt_entries <= colors;
+}
+
 int check_target(const raster_source* source, convert_request* request) {
     int can_create = 0;
     if (rzl_standard_support(request->standard, &can_create, nullptr) != 0 || can_create == 0) {
@@ -176,6 +186,10 @@ int check_target(const raster_source* source, convert_request* request) {
     }
     if (request->keep_vlt && target != pixel_kind::grey) {
         return program_fail("Data format %d holds no colour table.", static_cast<int>(request->format));
+    }
+    if (target == pixel_kind::grey && !table_fits(source, request)) {
+        return program_fail("A %s file holds a colour table of %d entries at most.",
+                            rzl_standard_name(request->standard), rzl_standard_colors(request->standard));
     }
     if (!reduces(source, request) && !can_hold(target, source->kind)) {
         return program_fail("Data format %d can not hold the pixels of \"%s\" as they are.",

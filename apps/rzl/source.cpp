@@ -27,7 +27,7 @@ bool is_black_and_white(const raster_source* s) {
     int32_t standard = source_field(s, RZL_FIELD_STANDARD, -1);
     rzl_vlt_entry table[256] = {};
     bool usual = standard == RZL_STANDARD_BMP || standard == RZL_STANDARD_PCX || standard == RZL_STANDARD_SUN ||
-                 standard == RZL_STANDARD_PNG;
+                 standard == RZL_STANDARD_ICO || standard == RZL_STANDARD_PNG;
     bool looks =
         usual && s->bits == 1 && s->vlt_entries >= 2 && s->vlt_entries <= 256 && rzl_get_vlt(s->file, table) == 0;
     auto is = [](const rzl_vlt_entry& e, int value) {
@@ -45,6 +45,9 @@ bool has_alpha(const raster_source* s) {
 
 pixel_kind kind_of(const raster_source* s) {
     if (has_alpha(s)) return pixel_kind::color;
+    // Bands that make a colour are none of grey, also where they can't be read.
+    bool bands = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_NITF && s->samples == 3;
+    if (bands) return pixel_kind::color;
     bool is_gif = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF;
     bool two_colors = is_gif || (has_table(s) && !is_black_and_white(s));
     if (s->bits == 1 && two_colors) return pixel_kind::mapped;
@@ -72,11 +75,18 @@ pixel_kind kind_of(const raster_source* s) {
     return has_table(s) ? pixel_kind::mapped : pixel_kind::grey;
 }
 
+// Files of VRLC tell their order in the status record alone.
+int32_t orientation_of(const raster_source* s) {
+    rzl_stat stat;
+    bool asks = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_VRLC && rzl_get_stat(s->file, &stat) == 0;
+    return asks ? stat.scan_orientation : source_field(s, RZL_FIELD_ORIENTATION, 0);
+}
+
 void read_shape(raster_source* s) {
     s->width = source_field(s, RZL_FIELD_XSIZE, 0);
     s->height = source_field(s, RZL_FIELD_YSIZE, 0);
     s->format = source_field(s, RZL_FIELD_FORMAT, 0);
-    s->orientation = source_field(s, RZL_FIELD_ORIENTATION, 0);
+    s->orientation = orientation_of(s);
     s->samples = source_field(s, RZL_FIELD_SAMPLES, 1);
     s->bits = source_field(s, RZL_FIELD_BITS, 8);
     s->vlt_type = source_field(s, RZL_FIELD_VLT_TYPE, 0);

@@ -6,16 +6,6 @@
 . "$(dirname "$0")/measure.bash"
 bench=$bin/bench_formats
 
-report() { # what, our seconds, the peer, its seconds
-    awk -v w="$1" -v a="$2" -v p="$3" -v b="$4" \
-        'BEGIN { printf "%-28s %7.3f s   %-12s %7.3f s   %6.2f\n", w, a, p, b, b / a }'
-}
-
-writing() { # row, picture: seconds of writing it
-    "$bench" --benchmark_filter="^$1/$2/write\$" --benchmark_format=csv 2>/dev/null |
-        awk -F, '/write/ { print $4 / 1000 }'
-}
-
 compare() { # row, extension, netpbm's writer, netpbm's reader, ImageMagick's coding
     local row=$1 file=$1.$2
     for what in photo drawing; do

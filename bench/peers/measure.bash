@@ -17,3 +17,15 @@ best() {
 }
 
 best_cpu() { best "$@" | cut -d' ' -f2; }
+
+# report WHAT SECONDS PEER SECONDS: our seconds, the peer's, and their ratio, above 1 when we are faster.
+report() {
+    awk -v w="$1" -v a="$2" -v p="$3" -v b="$4" \
+        'BEGIN { printf "%-30s %7.3f s   %-14s %7.3f s   %6.2f\n", w, a, p, b, b / a }'
+}
+
+# writing ROW PICTURE: seconds of writing it by bench_formats, without those of making the picture.
+writing() {
+    "$bench" --benchmark_filter="^$1/$2/write\$" --benchmark_format=csv 2>/dev/null |
+        awk -F, '/write/ { print $4 / 1000 }'
+}

@@ -4,13 +4,9 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "support/bytes.h"
+#include "support/fontlayout.h"
 
 namespace {
-
-constexpr size_t INDEX_AT = 12;
-constexpr size_t TABLE_AT = 268;
-constexpr size_t ENTRY_SIZE = 8;
 
 bool is_blank(const std::string& row) {
     return row.find('#') == std::string::npos;
@@ -34,14 +30,15 @@ void append_bitmap(std::vector<uint8_t>* area, const drawn_glyph& glyph) {
     }
 }
 
-void store_entry(uint8_t* entry, const drawn_glyph& glyph, size_t offset) {
-    store_u16le(entry, static_cast<uint16_t>(offset));
-    entry[2] = static_cast<uint8_t>(glyph_width(glyph));
-    entry[3] = static_cast<uint8_t>(glyph_height(glyph));
-    entry[4] = static_cast<uint8_t>(glyph.x_offset);
-    entry[5] = static_cast<uint8_t>(glyph.y_offset);
-    entry[6] = static_cast<uint8_t>(glyph.advance);
-    entry[7] = static_cast<uint8_t>(glyph.depth);
+font_entry entry_of(const drawn_glyph& glyph, size_t place) {
+    auto byte = [](int value) { return static_cast<uint8_t>(value); };
+    return {static_cast<uint16_t>(place),
+            byte(glyph_width(glyph)),
+            byte(glyph_height(glyph)),
+            static_cast<int8_t>(glyph.x_offset),
+            byte(glyph.y_offset),
+            byte(glyph.advance),
+            byte(glyph.depth)};
 }
 
 } // namespace
@@ -68,23 +65,23 @@ void glyph_trim(drawn_glyph* glyph) {
 }
 
 std::vector<uint8_t> font_bytes(const std::vector<drawn_glyph>& glyphs) {
-    std::vector<uint8_t> file(TABLE_AT + ENTRY_SIZE * glyphs.size());
+    std::vector<uint8_t> file(FONT_AT_TABLE + FONT_ENTRY_SIZE * glyphs.size());
     std::vector<uint8_t> area;
-    std::copy_n("FONT", 4, file.begin());
+    std::copy_n(FONT_MAGIC, FONT_MAGIC_SIZE, file.begin());
     for (size_t n = 0; n < glyphs.size(); ++n) {
         if (!fits(glyphs[n])) return {};
-        uint8_t* slot = &file[INDEX_AT + static_cast<size_t>(glyphs[n].code)];
-        if (*slot != 0 || n >= 255 || area.size() > 0xFFFF) {
+        uint8_t* slot = &file[FONT_AT_INDEX + static_cast<size_t>(glyphs[n].code)];
+        if (*slot != 0 || n >= 255 || area.size() > FONT_MOST_PLACE) {
             std::fprintf(stderr, "glyph %d: given twice, or one too many\n", glyphs[n].code);
             return {};
         }
         *slot = static_cast<uint8_t>(n + 1);
-        store_entry(&file[TABLE_AT + ENTRY_SIZE * n], glyphs[n], area.size());
+        store_font_entry(&file[FONT_AT_TABLE + FONT_ENTRY_SIZE * n], entry_of(glyphs[n], area.size()));
         append_bitmap(&area, glyphs[n]);
     }
-    store_u32le(&file[8], static_cast<uint32_t>(file.size() - 8));
+    store_u32le(&file[FONT_AT_BITMAPS], static_cast<uint32_t>(file.size() - FONT_PLACES_FROM));
     file.insert(file.end(), area.begin(), area.end());
-    store_u32le(&file[4], static_cast<uint32_t>(file.size() - 8));
+    store_u32le(&file[FONT_AT_TOTAL], static_cast<uint32_t>(file.size() - FONT_PLACES_FROM));
     return file;
 }
 

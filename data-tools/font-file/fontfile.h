@@ -1,7 +1,5 @@
 // What the makers of font and symbol files share: a glyph as rows of pixels, and the writing of a file of them.
-//
-// A file, little-endian: "FONT", the size of the file less 8, the place of the bitmap area less 8, 256 bytes with the
-// glyph number of each character code (0: none), the glyph table with 8 bytes a glyph, the bitmap area.
+// support/fontlayout.h says what the file is like.
 #pragma once
 
 #include <cstdint>

@@ -1,20 +1,30 @@
-// Calls to the forms, minding empty slots; and what the toolkit is given to translate colours and keys.
+// All forms at once, and what the toolkit is given to translate colours and keys.
 #include "desktop/appforms.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "desktop/input.h"
+#include "desktop/mainform.h"
+#include "desktop/patternform.h"
 #include "desktop/program.h"
-#include "surface/palette.h"
+#include "forms/env.h"
+#include "forms/forms.h"
+#include "platform/files.h"
+#include "support/log.h"
+#include "surface/paths.h"
+#include "tools/colors.h"
+#include "tools/draw.h"
 #include "tools/events.h"
 #include "tools/windows.h"
-
-app_forms forms = {};
 
 namespace {
 
 constexpr int OTHER_COLOR = 1;
+constexpr const char* DEFAULT_ROOT = "/vantor";
+constexpr const char* FORM_DIRECTORY = "tinct";
 
 int translate_color(int form_color) {
     static constexpr int logical[] = {1, 2, 3, 4, 5, 6, OTHER_COLOR, 8, 9, 10, OTHER_COLOR, 12, OTHER_COLOR, 14};
@@ -55,59 +65,46 @@ int filter_key(int* key) {
 const form_hooks program_form_hooks = {translate_color, copy_keyboard_data, filter_key};
 
 int forms_start() {
-    return forms.start != nullptr ? forms.start() : 0;
+    const int status = FI_enter();
+    if (status != FI_SUCCESS) return status;
+    const char* root = std::getenv(VARIABLE_ROOT);
+    if (root == nullptr) root = DEFAULT_ROOT;
+    const size_t length = std::strlen(root);
+    const bool ends = length > 0 && (root[length - 1] == '/' || root[length - 1] == '\\');
+    char path[FILES_PATH_SIZE];
+    std::snprintf(path, sizeof path, "%s%s%s", root, ends ? "" : "/", FORM_DIRECTORY);
+    return FI_set_form_path(path);
 }
 
-int forms_set_directory(const char* path) {
-    return forms.set_directory != nullptr ? forms.set_directory(path) : 0;
-}
-
-void forms_set_hooks(bool true_color) {
-    if (forms.set_hooks != nullptr) forms.set_hooks(&program_form_hooks, true_color);
+void forms_end() {
+    FI_leave();
 }
 
 int forms_create() {
+    if (!forms_wanted) return 1;
     int window = 0;
-    if (forms.main_create != nullptr && forms.main_create(own_window, &window) == 0) return 0;
-    if (forms.pattern_create != nullptr && forms.pattern_create(own_window, &window) == 0) return 0;
-    return 1;
+    if (main_form_create(own_window, &window) == 0) return 0;
+    return pattern_form_create(own_window, &window, screen_width, screen_height);
 }
 
 void forms_close() {
-    if (forms.pattern_close != nullptr) forms.pattern_close();
-    if (forms.main_close != nullptr) forms.main_close();
+    pattern_form_close();
+    main_form_close();
 }
 
 void forms_limits(int* x, int* y) {
     *x = screen_width + 1;
     *y = screen_height + 1;
     int other = 0;
-    if (forms.main_location != nullptr) forms.main_location(x, &other);
-    if (forms.pattern_location != nullptr) forms.pattern_location(&other, y);
+    if (!forms_wanted) return;
+    if (main_form_is_up()) main_form_location(x, &other);
+    if (pattern_form_is_up()) pattern_form_location(&other, y);
 }
 
 int forms_process_event(uint32_t event) {
-    return forms.process_event != nullptr ? forms.process_event(event) : 0;
+    return FI_process_event(event);
 }
 
-void forms_release_button(int gadget) {
-    if (forms.release_button != nullptr) forms.release_button(gadget);
-}
-
-void forms_show_pen(int pen) {
-    if (forms.show_pen != nullptr) forms.show_pen(pen);
-}
-
-void forms_palette_follow() {
-    if (forms.palette_follow != nullptr) forms.palette_follow();
-}
-
-// Without a form the palette is loaded all the same, so that a file that can't be read is told.
-int forms_palette_open(const char* path) {
-    if (forms.palette_open != nullptr) return forms.palette_open(path);
-    return load_palette_file(&program_colors, &program_patterns, path);
-}
-
-int forms_palette_ask_discard() {
-    return forms.palette_ask_discard != nullptr ? forms.palette_ask_discard() : 1;
+void form_failed(const char* form, const char* call, int status) {
+    log_message(LOG_WARNING, "The form \"%s\" can not be shown: %s sts = %d\n", form, call, status);
 }

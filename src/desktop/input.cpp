@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "core/open_image.h"
 #include "desktop/appforms.h"
 #include "desktop/commands.h"
 #include "desktop/picture.h"
@@ -18,12 +19,15 @@ namespace {
 constexpr int PAN_PART = 4;         // of the viewport that an arrow key moves by
 constexpr int WHEEL_STEPS_MAX = 16; // that are taken at once, however many have come while the program was busy
 
+using key_command = void (*)();
+
 // What has been noted.
 struct noticed {
     char* path;  // of a dropped file; owned
     bool screen; // has another size
+    key_command command;
 };
-noticed waiting = {nullptr, false};
+noticed waiting = {nullptr, false, nullptr};
 
 void notice_drop(const char* path) {
     char* copy = mem_copy_text(path);
@@ -36,7 +40,7 @@ void open_dropped() {
     char* path = waiting.path;
     waiting.path = nullptr;
     if (path == nullptr) return;
-    open_image_command(path);
+    open_any_command(path);
     mem_free(path);
 }
 
@@ -47,6 +51,12 @@ void lay_out() {
     forms_close();
     forms_create();
     picture_lay_out();
+}
+
+void run_command() {
+    const key_command command = waiting.command;
+    waiting.command = nullptr;
+    if (command != nullptr) command();
 }
 
 // A quarter of the viewport in the given direction.
@@ -63,8 +73,55 @@ void step(view_tool tool, int32_t zoom_limit) {
     if (v->zoom != zoom_limit) tool(v, (v->x1 + v->x2) / 2, (v->y1 + v->y2) / 2);
 }
 
+void page(int down) {
+    view* v = &picture_view;
+    tool_pan(v, (v->x1 + v->x2) / 2, (v->y1 + v->y2) / 2 + down * (v->y2 - v->y1 + 1));
+}
+
+// The picture's top left corner.
+void go_home() {
+    view* v = &picture_view;
+    if (open_image.picture == nullptr) return;
+    v->origin_x = v->origin_y = 0;
+    picture_draw();
+}
+
+struct shortcut {
+    uint32_t character; // with Ctrl
+    bool shifted;
+    key_command command;
+};
+constexpr shortcut SHORTCUTS[] = {
+    {'o', false, open_image_picker_command},
+    {'s', false, [] { image_save_command(); }},
+    {'q', false, exit_command},
+    {'z', false, undo_command},
+    {'z', true, redo_command},
+    {'y', false, redo_command},
+};
+
+key_command command_of(const desk_message* message) {
+    switch (message->key) {
+    case host_key::f1: return show_keys_command;
+    case host_key::f11: return picture_alone_command;
+    case host_key::page_up: return [] { page(-1); };
+    case host_key::page_down: return [] { page(1); };
+    default: break;
+    }
+    const bool shifted = (message->modifiers & HOST_SHIFT) != 0;
+    const uint32_t c = message->character;
+    const uint32_t lower = c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c;
+    for (const shortcut& s : SHORTCUTS)
+        if ((message->modifiers & HOST_CTRL) != 0 && lower == s.character && shifted == s.shifted) return s.command;
+    return nullptr;
+}
+
 void press_key(uint8_t key) {
     switch (key) {
+    case 'a': apply_selection(); break;
+    case '=':
+    case '1': zoom_one_to_one(); break;
+    case KEY_HOME: go_home(); break;
     case '+': step(tool_zoom_in, VIEW_ZOOM_STEP_MAX); break;
     case '-': step(tool_zoom_out, -VIEW_ZOOM_STEP_MAX); break;
     case 'b': tool_set(tool_zoom_box, NO_GADGET); break;
@@ -94,6 +151,15 @@ void input_user_event() {
     if (!forms_up) return;
     lay_out();
     open_dropped();
+    run_command();
+}
+
+bool input_notice_key(const desk_message* message) {
+    const key_command command = command_of(message);
+    if (command == nullptr) return false;
+    waiting.command = command;
+    Post_user_data(0);
+    return true;
 }
 
 void input_wheel() {
@@ -111,5 +177,5 @@ void input_key() {
 
 void input_reset() {
     mem_free(waiting.path);
-    waiting = {nullptr, false};
+    waiting = {nullptr, false, nullptr};
 }

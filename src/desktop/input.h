@@ -1,13 +1,11 @@
-// What the picture does by keys, by the wheel, and with a file that is dropped on the window.
-//
-//   + -       one step nearer or away, about the middle        arrows   a quarter of the window that way
-//   b         zoom to a box: two clicks                        f        the whole picture
+// What the program does by keys, by the wheel, and with a file that is dropped on the window. show_keys_command() lists
+// the keys for the user.
 #pragma once
 
 #include <cstdint>
 
 // Codes of the arrow keys in the keyboard buffer.
-enum : uint8_t { KEY_LEFT = 128, KEY_DOWN = 131, KEY_RIGHT = 132, KEY_UP = 133 };
+enum : uint8_t { KEY_HOME = 1, KEY_LEFT = 128, KEY_DOWN = 131, KEY_RIGHT = 132, KEY_UP = 133 };
 
 struct desk_message;
 
@@ -15,6 +13,9 @@ struct desk_message;
 // pumping, the work is done from the main loop, by way of a user event.
 void input_notice(const desk_message* message);
 void input_notice_screen();
+
+// Notes a key that is a command from anywhere, as Ctrl+S; true when it is one.
+bool input_notice_key(const desk_message* message);
 
 // Does the work that has been noted, and takes the user event off its queue.
 void input_user_event();

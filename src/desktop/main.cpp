@@ -11,9 +11,15 @@
 #include "desktop/commands.h"
 #include "desktop/dispatch.h"
 #include "desktop/input.h"
+#include "desktop/mainform.h"
 #include "desktop/messages.h"
+#include "desktop/outputform.h"
+#include "desktop/palettelist.h"
+#include "desktop/picker.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
+#include "desktop/searchforms.h"
+#include "desktop/selection.h"
 #include "desktop/title.h"
 #include "output/impack.h"
 #include "platform/files.h"
@@ -31,8 +37,6 @@ namespace {
 constexpr const char* OPTIONS = "p:f:";
 constexpr int STATUS_USAGE = 2;
 constexpr int SCREEN_TRUE_COLOR = 256; // a bit of the screen record's flags
-constexpr const char* DEFAULT_ROOT = "/vantor";
-constexpr const char* FORM_DIRECTORY = "tinct";
 
 // What the options name; null for nothing. They point into the expanded arguments.
 struct start_files {
@@ -88,17 +92,24 @@ void read_screen() {
     display_mask = (1u << display_planes) - 1;
 }
 
-void form_directory(char* path, size_t size) {
-    const char* root = std::getenv(VARIABLE_ROOT);
-    if (root == nullptr) root = DEFAULT_ROOT;
-    const size_t length = std::strlen(root);
-    const bool ends = length > 0 && (root[length - 1] == '/' || root[length - 1] == '\\');
-    std::snprintf(path, size, "%s%s%s", root, ends ? "" : "/", FORM_DIRECTORY);
-}
-
 void open_start_files(const start_files* files) {
     if (files->image != nullptr) open_image_command(files->image);
     if (files->palette != nullptr) open_palette_command(files->palette);
+}
+
+// What the last run left: where files were chosen, what was opened, how bright the picture is shown.
+void read_remembered() {
+    char path[FILES_PATH_SIZE];
+    recent_free(&remembered);
+    if (recent_path(path, sizeof path)) recent_read(&remembered, path);
+}
+
+void write_remembered() {
+    char path[FILES_PATH_SIZE];
+    remembered.width = screen_width + 1;
+    remembered.height = screen_height + 1;
+    if (recent_path(path, sizeof path)) recent_write(&remembered, path);
+    recent_free(&remembered);
 }
 
 // Everything between the command line and the loop. False after a message.
@@ -109,16 +120,22 @@ bool start(const start_files* files) {
     }
     show_title();
     all_busycursor();
-    forms_start();
+    Set_keyboard_buffer(keyboard_buffer, KEYBOARD_BUFFER_SIZE);
+    if (forms_start() != 0) {
+        log_message(LOG_ERROR, "Failed to initialize forms\n");
+        return false;
+    }
     read_screen();
+    read_remembered();
     picture_watch_image();
     tools_set_close_query(close_query);
     tools_set_input_hook(input_notice);
+    tools_set_key_hook(input_notice_key);
     tools_set_screen_hook(input_notice_screen);
     imp_set_pending_events(tools_pending_events);
     Enable_events(PROGRAM_EVENTS);
-    Set_keyboard_buffer(keyboard_buffer, KEYBOARD_BUFFER_SIZE);
-    tools_start(pick_advance, forms_release_button);
+    search_path_set_question(search_path_ask);
+    tools_start(pick_advance, main_form_release);
     pick_start(&picture_view, choose_pen);
     all_busycursor();
     if (init_forms() == 0) {
@@ -132,9 +149,18 @@ bool start(const start_files* files) {
 
 // ---- loop and end -------------------------------------------------------------------------------------------------
 
+bool restart_is_requested = false;
+
+void restart() {
+    restart_is_requested = false;
+    close_forms(1);
+    init_forms();
+}
+
 void run() {
     while (!quit_requested) {
-        forms_palette_follow();
+        if (restart_is_requested) restart();
+        palette_sync_boxes();
         all_defaultcursor();
         showcursor(picture_view.window);
         uint32_t event = 0;
@@ -146,14 +172,19 @@ void run() {
 void end() {
     imp_set_pending_events(nullptr);
     tools_set_input_hook(nullptr);
+    tools_set_key_hook(nullptr);
     tools_set_screen_hook(nullptr);
     tools_set_close_query(nullptr);
     input_reset();
     open_image.rows_changed = {};
     open_image.display = {};
     image_close();
-    palette_clear(&program_colors);
-    pattern_palette_clear(&program_patterns);
+    search_path_set_question(nullptr);
+    palette_book_free(&program_palette);
+    selection_reset();
+    output_form_end();
+    write_remembered();
+    forms_end();
     Exit_tools();
 }
 
@@ -172,11 +203,8 @@ void show_placeholder() {
 
 int init_forms() {
     forms_up = true;
+    RGB_set_gamma(remembered.gamma);
     RGB_init(0, display_planes);
-    char directory[FILES_PATH_SIZE];
-    form_directory(directory, sizeof directory);
-    forms_set_directory(directory);
-    forms_set_hooks(display_planes == TRUE_COLOR_PLANES);
     return forms_create() != 0 && picture_open_window() ? 1 : 0;
 }
 
@@ -185,6 +213,10 @@ void close_forms(int restart) {
     picture_close_window();
     if (restart != 0) show_placeholder();
     forms_up = false;
+}
+
+void request_restart() {
+    restart_is_requested = true;
 }
 
 int tinct_main(int count, char** arguments, char** /*environment*/) {
@@ -203,6 +235,7 @@ int tinct_main(int count, char** arguments, char** /*environment*/) {
     const bool started = start(&files);
     if (started) {
         run();
+        file_pickers_cancel();
         close_forms(0);
     }
     argument_list_free(&list);

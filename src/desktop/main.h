@@ -10,3 +10,6 @@ int init_forms();
 
 // Takes them down. With `restart`, a small window stands in until the next event, so that init_forms() can follow.
 void close_forms(int restart);
+
+// Has the display taken down and brought up again, from the main loop.
+void request_restart();

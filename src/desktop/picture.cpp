@@ -5,6 +5,7 @@
 
 #include "core/open_image.h"
 #include "desktop/appforms.h"
+#include "desktop/mainform.h"
 #include "desktop/program.h"
 #include "desktop/region.h"
 #include "desktop/title.h"
@@ -114,6 +115,7 @@ void row_has_changed(void* /*user*/, int32_t y, int32_t x1, int32_t x2) {
 // The pen's own highlight is wiped by its rows; that of another pen has holes where they crossed it.
 void pass_ends(int pen, bool done) {
     if (pen == highlighted_pen && done) highlighted_pen = NO_PEN;
+    if (done) ++changes_made;
     if (!is_seen()) return;
     highlight_redraw(&picture_view);
     showcursor(picture_view.window);
@@ -147,6 +149,10 @@ bool picture_open_window() {
     place_region();
     draw_all();
     return true;
+}
+
+void picture_draw() {
+    if (is_seen()) draw_all();
 }
 
 void picture_lay_out() {
@@ -187,14 +193,16 @@ void view_refresh() {
 }
 
 void choose_pen(int pen) {
-    if (pen == NO_PEN)
-        show_title();
-    else
+    if (pen != NO_PEN) {
         set_pen(pen);
+        return;
+    }
+    main_form_show_pen(NO_PEN);
+    show_title();
 }
 
 void set_pen(int pen) {
-    forms_show_pen(pen);
+    main_form_show_pen(pen);
     highlight_move(&picture_view, pen);
     show_title();
 }

@@ -12,6 +12,8 @@ bool picture_open_window();
 // The window and its view on a screen that has another size, or other forms; what is in the middle stays there.
 void picture_lay_out();
 
+void picture_draw(); // all of it again
+
 // Puts all of that back.
 void picture_close_window();
 

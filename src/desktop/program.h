@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-#include "surface/palette.h"
+#include "catalog/recent.h"
+#include "surface/palettebook.h"
 #include "tools/events.h"
 
 constexpr int32_t TRUE_COLOR_PLANES = 24;
@@ -23,6 +24,9 @@ constexpr uint32_t PROGRAM_EVENTS = KEYBOARD_EVENT | BUTTON_EVENT | REFRESH_EVEN
 constexpr int KEYBOARD_BUFFER_SIZE = 256;
 extern char keyboard_buffer[KEYBOARD_BUFFER_SIZE]; // the tools put key codes there
 
-// The palette, as long as no form keeps it.
-extern color_palette program_colors;
-extern pattern_palette program_patterns;
+extern palette_book program_palette;
+extern int changes_made;        // counts changes of the image and of the palette
+extern recent_state remembered; // from one run to the next
+
+// The forms stand around the picture. False while the picture has the whole screen for itself.
+extern bool forms_wanted;

@@ -6,7 +6,7 @@
 
 #include "core/open_image.h"
 #include "core/version.h"
-#include "desktop/appforms.h"
+#include "desktop/mainform.h"
 #include "platform/files.h"
 #include "support/text.h"
 #include "tools/windows.h"
@@ -33,7 +33,7 @@ void write_name(char* out, size_t room) {
 void show_title() {
     char pen[32] = "";
     // A form has a field for the surface.
-    if (highlighted_pen != NO_PEN && forms.show_pen == nullptr)
+    if (highlighted_pen != NO_PEN && !main_form_is_up())
         std::snprintf(pen, sizeof pen, " - surface %d", highlighted_pen);
     char name[TITLE_SIZE] = "";
     const char* joint = "";

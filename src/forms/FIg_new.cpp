@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "forms/forms.h"
+#include "forms/mcf.h"
 #include "forms/ops.h"
 #include "forms/show.h"
 #include "forms/surface.h"
@@ -20,7 +21,14 @@ int FIg_delete(FI_form* form, int label) {
     const int status = fi_lookup(form, label, &g);
     if (status != FI_SUCCESS) return status;
     if (label == 0) return FI_INVALID_ARGUMENT;
+    FI_gadget* table = fi_is_column(g) ? g->owner : nullptr;
+    if (table == nullptr) {
+        fi_free_gadget(g, true);
+        return FI_SUCCESS;
+    }
+    fi_mcf_drop_column(g);
     fi_free_gadget(g, true);
+    fi_mcf_show_from(fi_as<fi_mcf>(table), fi_as<fi_mcf>(table)->first_col);
     return FI_SUCCESS;
 }
 
@@ -128,6 +136,7 @@ int FIg_add_to_group(FI_form* form, int label, int group) {
     if (status != FI_SUCCESS) return status;
     FI_group* target = fi_find_group(form, group);
     if (target == nullptr) return FI_NO_SUCH_GROUP;
+    if (fi_is_column(g)) return FI_INVALID_GADGET_TYPE; // it belongs to its table
     if (g->type != FI_GROUP) return move_to(g, target);
     return fi_as_group(g) == target ? FI_SUCCESS : move_members(fi_as_group(g), target);
 }

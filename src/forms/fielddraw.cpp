@@ -196,7 +196,7 @@ void fi_field_draw_rows(fi_field* f, int first, int last) {
 void fi_show_cursor(fi_field* f, bool shown) {
     if (fi_edit.field != f || fi_edit.cursor == shown) return;
     fi_edit.cursor = shown;
-    const int window = is_seen(f, f->active_row) && f->num_rows > 0 ? fi_field_window(f) : -1;
+    const int window = is_seen(f, f->active_row) ? fi_field_window(f) : -1;
     if (window < 0) return;
     draw_cell(f, window, shown);
     end_drawing(f, window, fi_row_box(f, f->active_row));

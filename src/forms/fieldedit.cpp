@@ -356,7 +356,7 @@ fi_edit_end change_row(fi_field* f, bool down) {
         fi_justify_row(f, f->active_row);
         fi_field_draw_row(f, f->active_row);
     }
-    if (down && f->active_row + 1 == f->num_rows && f->list != nullptr && fi_flag(f, FI_POPUP_LIST)) {
+    if (down && f->active_row + 1 == f->num_rows && f->list != nullptr) {
         fi_choose_by_key(f);
         return fi_edit_end::goes_on;
     }

@@ -210,13 +210,13 @@ fi_edit_end fi_select_loop(fi_field* f) {
 }
 
 void fi_choose_by_key(fi_field* owner) {
-    const fi_hold hold(fi_gadget_of(owner));
-    fi_open_list(owner);
-    if (!fi_list_is_open(owner)) return;
     FI_gadget* list = owner->list;
-    const fi_hold hold_list(list);
+    if (list == nullptr || fi_has(list, FI_NOT_ENABLED)) return;
+    const fi_hold hold(list);
+    if (fi_flag(owner, FI_POPUP_LIST)) fi_open_list(owner);
+    if (hold.gone() || !fi_field_usable(fi_as<fi_field>(list))) return;
     run_choice(fi_as<fi_field>(list), choose_in_list);
-    if (!hold_list.gone() && fi_edit.open_list == list) fi_close_list();
+    if (!hold.gone() && fi_edit.open_list == list) fi_close_list();
 }
 
 // ---- typing --------------------------------------------------------------------------------------------------------
@@ -313,14 +313,15 @@ fi_edit_end take_press(fi_field* f, const fi_hold& hold) {
 fi_edit_end fi_edit_loop(fi_field* f) {
     const fi_hold hold(fi_gadget_of(f));
     const cursor_turn turn(f);
-    if (fi_is_typed_into(f)) {
+    const bool typed = fi_is_typed_into(f);
+    if (typed) {
         fi_clear_on_select(f);
         fi_view_follow(f);
         fi_show_cursor(f, true);
     }
     for (;;) {
         const fi_came came = fi_wait_for_input();
-        if (hold.gone() || !fi_field_usable(f)) return fi_edit_end::stop;
+        if (hold.gone() || !fi_field_usable(f) || fi_is_typed_into(f) != typed) return fi_edit_end::stop;
         fi_edit_end end = fi_edit_end::stop;
         if (came == fi_came::key) end = take_keys(f, hold);
         if (came == fi_came::press) end = take_press(f, hold);

@@ -88,7 +88,9 @@ void fi_field_activate(FI_gadget* g) {
 void fi_field_scale(FI_gadget* g, float x_factor, float y_factor) {
     auto* f = fi_as<fi_field>(g);
     measure_font(f, y_factor);
+    const int16_t chars = f->visible_chars;
     fi_measure_field(f);
+    if (fi_is_column(g)) f->visible_chars = chars; // the table gives it the width that they need
     fi_each_part(g, [=](FI_gadget* part) { fi_scale_gadget(part, x_factor, y_factor); });
     fi_place_parts(f);
     fi_view_fix(f);

@@ -10,8 +10,19 @@
 #include "forms/surface.h"
 #include "support/memory.h"
 
+namespace {
+
+// The open list; one that was hidden along with its owner isn't open any more.
+FI_gadget* open_list() {
+    FI_gadget* list = fi_edit.open_list;
+    if (list != nullptr && (list->displayed == 0 || fi_has(list, FI_NOT_DISPLAYED))) fi_edit.open_list = nullptr;
+    return fi_edit.open_list;
+}
+
+} // namespace
+
 bool fi_list_is_open(const fi_field* owner) {
-    return owner->list != nullptr && fi_edit.open_list == owner->list;
+    return owner->list != nullptr && open_list() == owner->list;
 }
 
 void fi_open_list(fi_field* owner) {
@@ -23,6 +34,7 @@ void fi_open_list(fi_field* owner) {
     if (hold.gone() || hold_list.gone() || !fi_field_usable(owner)) return;
     fi_edit.open_list = list;
     list->attr_mask &= ~FI_NOT_DISPLAYED;
+    list->displayed = 1;
     fi_each_part(list, fi_allow_display);
     fi_display_gadget(list, fi_draw_window(list->form));
 }
@@ -37,7 +49,7 @@ void forget_choice(fi_field* list) {
 } // namespace
 
 void fi_close_list() {
-    FI_gadget* list = fi_edit.open_list;
+    FI_gadget* list = open_list();
     if (list == nullptr) return;
     fi_edit.open_list = nullptr;
     const fi_box box = fi_extent_of(list);
@@ -59,28 +71,29 @@ void fi_toggle_list(fi_field* owner) {
 // ----------------------------------------------------------------------------------------------
 
 FI_gadget* fi_open_list_at(const FI_form* form, int x, int y) {
-    FI_gadget* list = fi_edit.open_list;
+    FI_gadget* list = open_list();
     if (list == nullptr || list->form != form || fi_has(list, FI_NOT_ENABLED)) return nullptr;
     return fi_field_part_at(list, x, y);
 }
 
 void fi_list_before_press(FI_form* form, int x, int y) {
-    const FI_gadget* list = fi_edit.open_list;
+    const FI_gadget* list = open_list();
     if (list == nullptr || (list->form == form && fi_open_list_at(form, x, y) != nullptr)) return;
     if (list->form == form && fi_in_strip(fi_as<fi_field>(list->owner), x, y)) return; // it closes it by itself
     fi_close_list();
 }
 
 void fi_draw_open_list(const FI_form* form, fi_box box, int window) {
-    FI_gadget* list = fi_edit.open_list;
+    FI_gadget* list = open_list();
     if (list == nullptr || list->form != form || !fi_boxes_meet(fi_extent_of(list), box)) return;
     fi_display_gadget(list, window);
 }
 
 void fi_list_on_top(const FI_gadget* drawn, fi_box box) {
-    if (fi_edit.open_list == nullptr || fi_state.partial) return;
+    const FI_gadget* list = fi_state.partial ? nullptr : open_list();
+    if (list == nullptr) return;
     for (const FI_gadget* g = drawn; g != nullptr; g = g->owner)
-        if (g == fi_edit.open_list) return;
+        if (g == list) return;
     fi_draw_open_list(drawn->form, box, fi_draw_window(drawn->form));
 }
 

@@ -202,6 +202,7 @@ void fi_tell(FI_gadget* g, double value); // though it wants none on completion.
 void fi_field_select_at(fi_field* f, int x, int y); // a press. Calls out
 void fi_field_select_row(fi_field* f);              // a blank: the active row. Calls out
 void fi_select_next(fi_field* f, int direction);    // an arrow key. Calls out
+void fi_choose_active(fi_field* f);                 // the active row, without a report. May call out
 // Selects or clears rows of all choosing columns of a table, or of the field alone.
 void fi_choose_row(fi_field* f, int row, bool selected, bool whole_table);
 

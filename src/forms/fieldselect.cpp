@@ -3,6 +3,7 @@
 #include "forms/forms.h"
 #include "forms/link.h"
 #include "forms/mcf.h"
+#include "forms/press.h"
 #include "forms/show.h"
 #include "forms/surface.h"
 #include "support/memory.h"
@@ -60,11 +61,22 @@ void roll(fi_field* f, int direction) {
     fi_choose_row(f, row, true, false);
 }
 
+// Whether a row is chosen; in a column that isn't chosen from, in any other.
+bool is_chosen(const fi_field* f, int row) {
+    const fi_mcf* table = fi_table_of(f);
+    if (fi_is_chosen_from(f) || table == nullptr) return f->rows[row].selected != 0;
+    for (int i = 0; i < fi_mcf_columns(table); ++i) {
+        const fi_field* one = fi_mcf_column(table, i);
+        if (fi_is_chosen_from(one) && fi_row_exists(one, row) && one->rows[row].selected != 0) return true;
+    }
+    return false;
+}
+
 // Chooses the active row: `before` is the row that was chosen.
 void choose_active(fi_field* f, int before) {
     const int row = f->active_row;
-    if (f->mode == FI_MULTI_SELECT) {
-        const bool was_on = f->rows[row].selected != 0;
+    if (f->mode != FI_SINGLE_SELECT) {
+        const bool was_on = is_chosen(f, row);
         fi_choose_row(f, row, !was_on, selects_whole_rows(f));
         return;
     }
@@ -105,6 +117,10 @@ void fi_field_select_at(fi_field* f, int x, int y) {
     if (!hold.gone()) report_choice(f);
 }
 
+void fi_choose_active(fi_field* f) {
+    choose_active(f, f->selected_row);
+}
+
 void fi_field_select_row(fi_field* f) {
     if (f->num_rows == 0) return;
     const fi_hold hold(fi_gadget_of(f));
@@ -112,7 +128,11 @@ void fi_field_select_row(fi_field* f) {
         roll(f, 1);
     else
         choose_active(f, f->selected_row);
-    if (!hold.gone()) report_choice(f);
+    if (hold.gone()) return;
+    if (fi_is_column(fi_gadget_of(f)))
+        fi_notify(fi_reporter_of(f), f->active_row);
+    else
+        report_choice(f);
 }
 
 void fi_select_next(fi_field* f, int direction) {
@@ -121,7 +141,7 @@ void fi_select_next(fi_field* f, int direction) {
     if (rolls(f)) {
         roll(f, direction);
         if (!hold.gone()) report_choice(f);
-    } else if (direction > 0 && f->active_row + 1 == f->num_rows && f->list != nullptr && fi_flag(f, FI_POPUP_LIST)) {
+    } else if (direction > 0 && f->active_row + 1 == f->num_rows && f->list != nullptr) {
         fi_choose_by_key(f);
     } else if (direction > 0) {
         fi_next_row(f);

@@ -153,7 +153,7 @@ void fi_remove_rows(fi_field* f, int row, int count) {
 namespace {
 
 int store_cut(fi_field* f, int row, const char* text) {
-    const int length = f->max_chars > 0 ? fi_char_offset(f, text, f->max_chars) : static_cast<int>(std::strlen(text));
+    const int length = fi_char_offset(f, text, f->max_chars > 0 ? f->max_chars : INT16_MAX);
     const int status = fi_row_store(f, row, text, length);
     if (status != FI_SUCCESS) return status;
     fi_justify_row(f, row);

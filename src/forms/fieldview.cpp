@@ -36,6 +36,7 @@ void fi_update_bar(fi_field* f) {
     fi_mcf* table = fi_table_of(f);
     FI_gadget* bar = table != nullptr ? table->vert_scroll : f->scroll_bar;
     if (bar == nullptr) return;
+    if (table != nullptr) f = fi_mcf_column(table, 0);
     const bool all_seen = f->num_rows <= f->visible_rows;
     const int high = std::max(f->num_rows - f->visible_rows - 1, 0);
     // A thumb that is dragged keeps its place between two rows.

@@ -4,6 +4,8 @@
 #include <algorithm>
 
 #include "forms/fields.h"
+#include "forms/forms.h"
+#include "forms/link.h"
 #include "forms/surface.h"
 
 int fi_mcf_columns(const fi_mcf* m) {
@@ -56,4 +58,47 @@ void fi_mcf_sync_rows(fi_mcf* m, const fi_field* column) {
     }
 }
 
-void fi_mcf_refit(fi_mcf* /*m*/) {}
+// ---- as gadgets
+// ------------------------------------------------------------------------------------------------------
+
+int fi_mcf_put_text(FI_gadget* g, const char* text) {
+    fi_field* column = fi_mcf_current(fi_as<fi_mcf>(g));
+    if (column == nullptr) return FI_INVALID_COLUMN;
+    const int row = column->active_row;
+    const int selected = fi_row_exists(column, row) ? column->rows[row].selected : 0;
+    const int status = fi_field_set_text(column, row, text, selected);
+    if (status == FI_SUCCESS) fi_carry_link_text(g, text);
+    return status;
+}
+
+int fi_mcf_get_text(FI_gadget* g, char* buffer, int* length) {
+    fi_field* column = fi_mcf_current(fi_as<fi_mcf>(g));
+    return column != nullptr ? fi_field_get_text(fi_gadget_of(column), buffer, length) : FI_INVALID_COLUMN;
+}
+
+char* fi_mcf_link_text(FI_gadget* g) {
+    fi_field* column = fi_mcf_current(fi_as<fi_mcf>(g));
+    return column != nullptr ? fi_field_link_text(fi_gadget_of(column)) : fi_empty_text;
+}
+
+void fi_mcf_take_link(FI_gadget* g, const char* text) {
+    fi_field* column = fi_mcf_current(fi_as<fi_mcf>(g));
+    if (column == nullptr) return;
+    const bool is_text = column->field_type == FI_ALPHA;
+    const int status = is_text ? fi_field_set_text(column, column->active_row, text, 0)
+                               : fi_field_set_value(column, 0, fi_link_number(text), 0);
+    if (status == FI_SUCCESS) fi_carry_link(g);
+}
+
+int FImcf_get_active_col(FI_form* form, int label, int* column, int* position) {
+    FI_gadget* g = nullptr;
+    const int status = fi_lookup(form, label, &g);
+    if (status != FI_SUCCESS) return status;
+    if (g->type != FI_MCF) return FI_INVALID_GADGET_TYPE;
+    const auto* m = fi_as<fi_mcf>(g);
+    const int at = m->group.current - m->first_col;
+    const bool is_seen = at >= 0 && at < m->visible_cols;
+    if (column != nullptr) *column = is_seen ? m->group.current : m->first_col;
+    if (position != nullptr) *position = is_seen ? at : 0;
+    return FI_SUCCESS;
+}

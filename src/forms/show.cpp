@@ -94,7 +94,9 @@ namespace {
 // Sets or clears an attribute of the gadget and of the parts that look like it, and draws it again.
 void change_look(FI_gadget* g, uint32_t attribute, bool on) {
     g->attr_mask = on ? g->attr_mask | attribute : g->attr_mask & ~attribute;
-    if (g->type != FI_FIELD && g->type != FI_SCROLL) return;
+    if (g->type == FI_MCF)
+        fi_each_member(fi_as_group(g), [=](FI_gadget* column) { change_look(column, attribute, on); });
+    if (g->type != FI_FIELD && g->type != FI_SCROLL && g->type != FI_MCF) return;
     fi_each_part(g, [=](FI_gadget* part) { change_look(part, attribute, on); });
 }
 

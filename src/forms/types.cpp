@@ -6,6 +6,7 @@
 #include "forms/edges.h"
 #include "forms/faces.h"
 #include "forms/fields.h"
+#include "forms/mcf.h"
 #include "forms/numeric.h"
 #include "forms/parts.h"
 #include "forms/press.h"
@@ -169,8 +170,27 @@ const fi_gadget_ops fi_types[FI_TYPES] = {
      .set_limit = fi_scroll_set_limit,
      .take_link = fi_scroll_take_link},
 
-    // Not drawn yet.
-    {.name = "FI_MCF", .size = sizeof(fi_mcf), .free = fi_mcf_free, .parts = fi_mcf_parts},
+    {.name = "FI_MCF",
+     .size = sizeof(fi_mcf),
+     .free = fi_mcf_free,
+     .parts = fi_mcf_parts,
+     .draw = fi_mcf_draw,
+     .erase = fi_mcf_erase,
+     .scale = fi_mcf_scale,
+     .activate = fi_mcf_activate,
+     .shifted = fi_mcf_shifted,
+     .extent = fi_mcf_extent,
+     .hit = fi_mcf_hit,
+     .part_at = fi_mcf_part_at,
+     .press = fi_mcf_press,
+     .input = fi_mcf_input,
+     .takes_input = fi_mcf_takes_input,
+     .reset = fi_mcf_reset,
+     .set_text = fi_mcf_put_text,
+     .get_text = fi_mcf_get_text,
+     .link_text = fi_mcf_link_text,
+     .take_link = fi_mcf_take_link,
+     .bar_moved = fi_mcf_bar_moved},
 
     {.name = "FI_BEVEL", .size = sizeof(FI_gadget), .draw = fi_bevel_draw, .hit = fi_hits_never},
 };

@@ -189,6 +189,7 @@ enum {
     RZL_FIELD_CALS_REFERENCE = 672,      /* of the document; this and the next two are written only */
     RZL_FIELD_CALS_USER_NAME = 673,
     RZL_FIELD_CALS_USER_COMMENT = 674,
+    RZL_FIELD_NITF = 700, /* const rzl_nitf_header*: all texts of a NITF file's headers */
     RZL_FIELD_RAW_SAMPLES = 701,
     RZL_FIELD_STATUS = 702, /* uint32_t; the status of the operation before */
     RZL_FIELD_USGS = 720,   /* rzl_usgs_records */
@@ -290,6 +291,47 @@ typedef struct rzl_stat {
     int32_t planar, compression;               /* fields 503 and 501 */
     int32_t standard, samples, bits, vlt_bits; /* fields 500, 506, 507 and 31; rzl_set_stat() leaves them alone */
 } rzl_stat;
+
+/* The headers of a NITF file, field RZL_FIELD_NITF, as texts of the widths that they have in the file, a zero byte
+ * behind each. The record that is read belongs to the handle and is valid until it is closed. Setting copies the texts
+ * of a record with as many images as the file has, before a header is written; what follows from the pixels (sizes,
+ * counts, lengths, compression, bands, bits) is not taken from it. User-defined and extended data are passed over. */
+typedef struct rzl_nitf_band {
+    char representation[3];
+    char significance[7];
+    char filter_condition[2];
+    char filter_code[4];
+    char lut_count[2];
+    char lut_entries[6];
+    const uint8_t* lut_data; /* the tables, one behind the other; null where there are none */
+} rzl_nitf_band;
+
+typedef struct rzl_nitf_image {
+    char part_type[3], id[11], date_and_time[15], target_id[18], title[81];
+    char security[2], codewords[41], handling[41], releasing[41], authority[21], control_number[21], downgrade[7];
+    char downgrading_event[41]; /* stands in the file when the text before it is "999998" */
+    char encryption[2], source[43], rows[9], columns[9], value_type[4], representation[9], image_class[9];
+    char actual_bits[3], justification[2];
+    char coordinate_system[2], location[61]; /* four corners of 15 characters, unless the system is "N" */
+    char comment_count[2], comments[9][81];
+    char compression[3], rate_code[5], band_count[2];
+    char sync_code[2], mode[2], blocks_per_row[5], blocks_per_column[5], block_width[5], block_height[5];
+    char stored_bits[3], display_level[4], attachment_level[4], place[11], magnification[5];
+    char user_data_length[6], extended_data_length[6];
+    rzl_nitf_band bands[9];
+} rzl_nitf_image;
+
+typedef struct rzl_nitf_header {
+    char type_and_version[10], compliance_level[3], system_type[5], station_id[11], date_and_time[15], title[81];
+    char security[2], codewords[41], handling[41], releasing[41], authority[21], control_number[21], downgrade[7];
+    char downgrading_event[41];
+    char copy_number[6], number_of_copies[6], encryption[2], originator[28], phone[19];
+    char message_length[13], header_length[7], number_of_images[4];
+    char number_of_symbols[4], number_of_labels[4], number_of_texts[4], number_of_data_extensions[4];
+    char number_of_reserved_extensions[4], user_data_length[6], extended_data_length[6];
+    int32_t image_count;
+    rzl_nitf_image* images;
+} rzl_nitf_header;
 
 /* A tag of a TIFF file, field RZL_FIELD_USER_TAG. Types: 1 bytes, 2 text, 3 16-bit and 4 32-bit values, 5 pairs of
  * 32-bit values, all in the machine's byte order. To read, set `tag` and `data.pointer`: to a buffer, or null, which
@@ -524,8 +566,10 @@ RZL_API int32_t rzl_standard_of_extension(const char* extension);
 /* 1 when a new file of the standard can have the data format, field 3; else 0. */
 RZL_API int rzl_standard_takes(int32_t id, int32_t format);
 
-/* 1 when a new file of the standard can have a colour table. Values of one are pixels of no other file. */
+/* 1 when a new file of the standard can have a colour table; and its entries at most. Values of a table are no pixels
+ * of a file that has none. */
 RZL_API int rzl_standard_has_table(int32_t id);
+RZL_API int32_t rzl_standard_colors(int32_t id);
 
 #ifdef __cplusplus
 }

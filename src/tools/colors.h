@@ -59,6 +59,10 @@ extern bool rgb_window_ready;
 // fewer than 4 planes, when there is none, or no memory. It may be called again for another pipeline.
 int RGB_init(int screen, int planes);
 
+// The gamma with which the next RGB_init() makes the pipelines of 8 planes and more show pictures that are linear in
+// light; 2.05 at the start.
+void RGB_set_gamma(double gamma);
+
 // The dithered pixel at a place, and the pixel without dither: a slot, or red | green << 8 | blue << 16. 0 before
 // RGB_init().
 extern uint32_t (*rgb_dither_pixel)(int x, int y, uint8_t red, uint8_t green, uint8_t blue);

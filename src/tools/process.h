@@ -57,6 +57,11 @@ struct desk_message;
 using tools_input_hook = void (*)(const desk_message* message);
 void tools_set_input_hook(tools_input_hook hook);
 
+// Told of each key that goes down, with its modifiers, before it becomes an event; true takes it. A character that the
+// key types comes as an event all the same. It runs inside of tools_pump(), as the hook above. Null: nobody.
+using tools_key_hook = bool (*)(const desk_message* message);
+void tools_set_key_hook(tools_key_hook hook);
+
 // Told that the screen has another size: the user has resized, maximised or restored the main window. screen_width and
 // screen_height, and what Inq_screen_info() gives, are the new ones then; all windows stand where they stood. It is
 // told once, when the size has stood still for SCREEN_SETTLES milliseconds, so not at every step of a drag. Like the

@@ -9,6 +9,7 @@ namespace {
 
 tools_close_query close_query = nullptr;
 tools_input_hook input_hook = nullptr;
+tools_key_hook key_hook = nullptr;
 bool is_asking = false; // the question pumps by itself, and the user may ask once more
 
 void close_main() {
@@ -32,6 +33,7 @@ void take_posted(const desk_message* message) {
 }
 
 void take_key(const desk_message* message) {
+    if (message->down && key_hook != nullptr && key_hook(message)) return;
     if (key_prefilter(message) && message->down) key_down(message);
 }
 
@@ -127,6 +129,10 @@ void tools_set_close_query(tools_close_query query) {
 
 void tools_set_input_hook(tools_input_hook hook) {
     input_hook = hook;
+}
+
+void tools_set_key_hook(tools_key_hook hook) {
+    key_hook = hook;
 }
 
 void tools_set_screen_hook(tools_screen_hook hook) {

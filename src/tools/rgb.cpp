@@ -248,6 +248,10 @@ int RGB_init(int /*screen*/, int planes) {
     return p->result;
 }
 
+void RGB_set_gamma(double gamma) {
+    rgb.gamma = gamma;
+}
+
 void rgb_end() {
     use_pixels(NO_PIXELS);
     rgb_reset_writers();

@@ -57,6 +57,11 @@ void pick_at(view* v, int x, int y) {
     cancel_action = pick_advance;
 }
 
+int pick_count(int* place) {
+    *place = picked.next > 0 ? picked.next - 1 : 0;
+    return picked.count;
+}
+
 void pick_reset() {
     picked = {};
     highlight_reset();

@@ -15,5 +15,8 @@ void pick_at(view* v, int x, int y);
 // and nothing else happens.
 void pick_advance(int flag);
 
+// How many surfaces the list has, and which of them was chosen last, from 0.
+int pick_count(int* place);
+
 // Forgets list and highlight without drawing: another image is there.
 void pick_reset();

@@ -259,7 +259,9 @@ TEST_F(Batch, EveryTypeHasThePicture) {
                  {"o.dat --type bmp --bits 24", 4, 28},
                  {"o.bmp --bits 8", 4, 29},
                  {"o.tga --bits 8 --uncompressed", 3, 2},
-                 {"o.pcx --bits 8", 5, 29}};
+                 {"o.pcx --bits 8", 5, 29},
+                 {"o.png", 23, 28},
+                 {"o.png --bits 8", 23, 2}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.options);
         ASSERT_EQ(run(apply + c.options).status, 0);
@@ -268,6 +270,18 @@ TEST_F(Batch, EveryTypeHasThePicture) {
         EXPECT_TRUE(info["standard"] == c.standard && info["format"] == c.format) << info.dump();
         EXPECT_EQ(run("rzl cat " + name).out, info["samples"] == 3 ? full : reduced);
     }
+    // JPEG pictures are only nearly the same; 8 bits of them are grey levels, and a table they don't have.
+    ASSERT_EQ(run(apply + "o.jpg").status, 0);
+    const std::string nearly = run("rzl cat o.jpg").out;
+    ASSERT_EQ(nearly.size(), full.size());
+    double apart = 0;
+    for (size_t i = 0; i < full.size(); ++i)
+        apart += std::abs(static_cast<uint8_t>(nearly[i]) - static_cast<uint8_t>(full[i]));
+    EXPECT_LT(apart / static_cast<double>(full.size()), 8);
+    ASSERT_EQ(run(apply + "o.jpg --bits 8").status, 0);
+    EXPECT_EQ(json::parse(run("rzl info --json o.jpg").out)["format"], 30);
+    for (const char* options : {"o.jpg --colors 5", "o.jpg --closest", "o.jpg --uncompressed", "o.png --uncompressed"})
+        EXPECT_EQ(run(apply + options).status, 2) << options;
 }
 
 TEST_F(Batch, ColoursAreReducedForTheTarget) {

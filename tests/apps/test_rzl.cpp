@@ -152,7 +152,7 @@ TEST_F(Rzl, ConvertKeepsPicturesUpright) {
         EXPECT_TRUE(rzl_putline(file, "\x23\x81") == 0 && rzl_putline(file, "\x80\x10") == 0 && rzl_finish(file) == 0);
         for (const char* name : {"c", "b"}) {
             const std::string wanted = run(std::string("rzl cat ") + name + ".rgb").out;
-            for (const char* target : {"rgb", "tga", "bmp", "pcx", "tif"}) {
+            for (const char* target : {"rgb", "tga", "bmp", "pcx", "tif", "png"}) {
                 const std::string out = std::string(name) + "_." + target;
                 SCOPED_TRACE(out + std::to_string(orientation));
                 ASSERT_EQ(run(std::string("rzl convert ") + name + ".rgb " + out).status, 0);
@@ -171,17 +171,22 @@ TEST_F(Rzl, ConvertKeepsPicturesUpright) {
     write("t.bmp", std::string("BM\0\0\0\0\0\0\0\0\x20\0\0\0\x0C\0\0\0\2\0\1\0\1\0\1\0\1\2\3\4\5\6\x40\0\0\0", 36));
     for (const char* source : {"m.tga", "t.bmp"}) {
         EXPECT_EQ(run(std::string("rzl cat ") + source).out, "\3\2\1\6\5\4");
-        for (const char* target : {"o.rgb", "o.gif", "o.tif", "o.tga", "o.bmp", "o.pcx"}) {
+        for (const char* target : {"o.rgb", "o.gif", "o.tif", "o.tga", "o.bmp", "o.pcx", "o.png"}) {
             ASSERT_EQ(run(std::string("rzl convert ") + source + " " + target).status, 0) << target;
             EXPECT_EQ(run(std::string("rzl cat ") + target).out, "\3\2\1\6\5\4") << target;
         }
+        ASSERT_EQ(run(std::string("rzl convert ") + source + " o.jpg").status, 0);
+        EXPECT_NE(run("rzl info o.jpg --json").out.find("\"format\":31"), std::string::npos) << "colours, not indices";
+        EXPECT_EQ(run(std::string("rzl convert ") + source + " o.jpg --format 29").status, 1);
+        EXPECT_EQ(run(std::string("rzl convert ") + source + " o.jpg --vlt").status, 1);
     }
 }
 
 TEST_F(Rzl, ConvertsIntoTiffWithTilesAndCodings) {
     write_raster("a.rgb", 70, 50);
     std::string pixels = run("rzl cat a.rgb").out;
-    for (const char* options : {"", " --tile 16", " --tile 32 --compression 5", " --compression 32773"}) {
+    for (const char* options :
+         {"", " --tile 16", " --tile 32 --compression 5", " --compression 32773", " --compression 8"}) {
         run_result result = run(std::string("rzl convert a.rgb a.tif") + options);
         ASSERT_EQ(result.status, 0) << options << result.err;
         EXPECT_EQ(run("rzl cat a.tif").out, pixels) << options;

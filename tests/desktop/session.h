@@ -23,10 +23,14 @@ class Session : public CoreFixture {
 protected:
     void SetUp() override {
         CoreFixture::SetUp();
+        setenv("VANTORAMA", (bin_dir() + "/../data").c_str(), 1);
+        setenv("XDG_STATE_HOME", directory.c_str(), 1);
+        forms_wanted = false; // the picture has the whole screen, unless a test says something else
         stop_set_action([](void*, int) { ADD_FAILURE() << "the program was stopped"; }, nullptr);
     }
     void TearDown() override {
         tools_leave();
+        unsetenv("XDG_STATE_HOME");
         CoreFixture::TearDown();
     }
 

@@ -9,21 +9,7 @@ namespace {
 
 using Main = Session;
 
-std::string calls; // of the forms below
-
-int test_main_create(int own, int* window) {
-    calls += "main" + std::to_string(own) + " ";
-    *window = 0;
-    return 1;
-}
-void test_location(int* x, int* y) {
-    *x = 300;
-    *y = 200;
-}
-int test_process(uint32_t event) {
-    calls += "event" + std::to_string(event) + " ";
-    return 0;
-}
+std::string calls;
 
 void close_main() {
     host_event event = {};
@@ -233,60 +219,6 @@ TEST_F(Main, AWideViewportIsDrawnWhole) {
     step([&] { Delete_win(cover); });
     step([] { EXPECT_EQ(wrong_pixels(), 0); });
     EXPECT_EQ(run_program({"-f", "wide.tnc"}, 3840, 60, 24), 0);
-}
-
-TEST_F(Main, FormsAreAskedAtTheirPlaces) {
-    write_pair();
-    calls.clear();
-    forms.main_create = test_main_create;
-    forms.main_location = forms.pattern_location = test_location;
-    forms.process_event = test_process;
-    forms.show_pen = [](int pen) { calls += "pen" + std::to_string(pen) + " "; };
-    forms.release_button = [](int gadget) { calls += "release" + std::to_string(gadget) + " "; };
-    step([] {
-        // From the frame's size to the forms, less a frame.
-        int x1, y1, x2, y2;
-        Inq_win_region(picture_view.window, &x1, &y1, &x2, &y2);
-        EXPECT_EQ(x2, 300 - 1 - Win_frame_width());
-        EXPECT_EQ(y2, 200 - 1 - Win_frame_height());
-        calls.clear();
-        click_pixel(2, 0);
-    });
-    step([] {
-        EXPECT_EQ(calls, "pen1 event2 "); // the region has taken the press; the release is everyone's
-        set_pen(1);
-        tool_set(tool_zoom_box, 12);
-        tool_set(tool_pan, 22);
-        headless_click(350, 220, HOST_LEFT); // outside of all regions: the tool's end
-        calls.clear();
-    });
-    step([] {}); // the window outside waits for a double click
-    step([] {
-        EXPECT_NE(calls.find("release22 event2 "), std::string::npos) << calls;
-        EXPECT_EQ(current_tool, tool_default);
-        EXPECT_STREQ(headless_title(), "Korvane Tinct V3.4.0 - still.tnc");
-        // A box whose second corner lies in another window ends the tool.
-        view other = picture_view;
-        other.window = 5;
-        tool_set(tool_zoom_box, NO_GADGET);
-        current_tool(&picture_view, 5, 5);
-        current_tool(&other, 9, 9);
-        EXPECT_EQ(current_tool, tool_default);
-        // A restart keeps the image and the view.
-        const view before = picture_view;
-        Post_user_data(0); // ends the wait of the window that stands in
-        close_forms(1);
-        EXPECT_FALSE(forms_up);
-        EXPECT_EQ(init_forms(), 1);
-        EXPECT_EQ(picture_view.zoom, before.zoom);
-        EXPECT_EQ(picture_view.origin_x, before.origin_x);
-        EXPECT_EQ(wrong_pixels(), 0);
-    });
-    EXPECT_EQ(run_program({"-f", "still.tnc"}, 400, 300, 24), 0);
-    forms.main_create = [](int, int*) { return 0; };
-    step([] { headless_key(host_key::enter, 13, 0); });
-    EXPECT_EQ(run_program({}, 400, 300, 24), 1); // "Failed to initialize forms"
-    forms = {};
 }
 
 TEST(Regions, TheFirstThatHoldsThePointActs) {

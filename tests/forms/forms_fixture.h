@@ -130,9 +130,27 @@ protected:
         headless_advance(400);
         headless_click(x1 + x, y1 + y, button);
     }
+    // Holds the button long enough to drag, and moves to the right meanwhile.
+    static void post_drag(FI_form* form, int x, int y) {
+        int x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+        Inq_win_region(window_of(form), &x1, &y1, &x2, &y2);
+        headless_advance(400);
+        for (const int step : {0, 1, 2, 3}) {
+            host_event event = {};
+            event.kind = host_event_kind::pointer;
+            event.x = x1 + x + 9 * step;
+            event.y = y1 + y;
+            headless_post_later(&event, 300);
+            event.kind = host_event_kind::button;
+            event.button = HOST_LEFT;
+            event.down = step == 0;
+            if (step == 0 || step == 3) headless_post_later(&event, 300);
+        }
+    }
     // Runs like an application; ends when all input has had its effect.
     void run() {
         quit = false;
+        releases = 3;
         headless_on_idle(
             [](void* user) {
                 auto* fixture = static_cast<FormsFixture*>(user);
@@ -142,7 +160,12 @@ protected:
                     next();
                     return true;
                 }
-                if (fixture->quit) return false;
+                if (fixture->quit) { // somebody waits for a button that was left down
+                    if (--fixture->releases < 0) return false;
+                    headless_advance(400);
+                    headless_button(HOST_LEFT, false, 0);
+                    return true;
+                }
                 fixture->quit = true;
                 Post_user_data(1); // nobody's: it wakes the loop, and ends those that take keys
                 return headless_post_nothing();
@@ -202,5 +225,6 @@ public:
     std::function<void(int label, FI_form* form)> on_note;
     std::vector<std::function<void()>> script; // what the user does, one after another, when nothing is due
     bool quit = false;
+    int releases = 0;
     long live_before = 0;
 };

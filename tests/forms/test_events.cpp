@@ -511,22 +511,44 @@ constexpr routine_deed DEEDS[] = {
 
 } // namespace
 
+// A gadget with a range gets one in which a press at its left changes its value.
+namespace {
+void give_range(FI_form* form, FI_gadget* g) {
+    if (g->type == FI_SCROLL) {
+        g->x2 = 220;
+        g->y2 = 50;
+        fi_as<fi_scroll>(g)->view_fraction = 0.2;
+    }
+    if (g->type == FI_SCROLL || g->type == FI_SLIDER) FIg_set_orientation(form, g->label, FI_HORIZONTAL);
+    if (FIg_set_high_value(form, g->label, 100) == FI_SUCCESS) {
+        FIg_activate(form, g->label);
+        FIg_set_value(form, g->label, 50);
+
+        FIg_display(form, g->label);
+    }
+}
+} // namespace
+
 // Every routine that the toolkit calls, with everything that it may do, for each type that can be pressed, by mouse and
 // by keyboard. That nothing is read that has gone is for the sanitizer to see.
 TEST_F(FormEvents, RoutinesMayDoAnything) {
-    enum place { initial, notify, window_event, hook, help, setup, button_event, intercept, places };
+    enum place { initial, notify, window_event, hook, help, setup, button_event, intercept, continuous, places };
+    enum way { by_click, by_key, by_drag, ways };
     const struct {
         int type, label;
         uint8_t auto_pop_up;
     } gadgets[] = {{FI_BUTTON, 11, 0}, {FI_BUTTON, 11, 1},    {FI_BUTTON, 3, 0}, {FI_BUTTON, 6, 1},
-                   {FI_TOGGLE, 11, 0}, {FI_CHECKLIST, 11, 0}, {FI_TEXT, 11, 0},  {FI_SYMBOL, 11, 0}};
+                   {FI_TOGGLE, 11, 0}, {FI_CHECKLIST, 11, 0}, {FI_TEXT, 11, 0},  {FI_SYMBOL, 11, 0},
+                   {FI_SLIDER, 11, 0}, {FI_DIAL, 11, 0},      {FI_SCROLL, 11, 0}};
     int done_at[places] = {};
     for (const auto& g : gadgets)
         for (const routine_deed& d : DEEDS)
             for (int where = 0; where < places; ++where)
-                for (const bool by_key : {false, true}) {
+                for (int how = 0; how < ways; ++how) {
+                    const bool is_dragged = g.type == FI_SLIDER || g.type == FI_DIAL || g.type == FI_SCROLL;
+                    if (!is_dragged && (how == by_drag || where == continuous)) continue;
                     SCOPED_TRACE(std::string(fi_types[g.type].name) + " " + std::to_string(g.label) + " " + d.what +
-                                 ", place " + std::to_string(where));
+                                 ", place " + std::to_string(where) + ", way " + std::to_string(how));
                     deed = nullptr;
                     FIf_new(2, "", nullptr, &bystander);
                     FIf_set_size(bystander, 100, 100);
@@ -539,6 +561,8 @@ TEST_F(FormEvents, RoutinesMayDoAnything) {
                     FIgrp_set_single_select_on(victim, 10);
                     FI_gadget* gadget = fi_find_gadget(victim, g.label);
                     if (g.type == FI_BUTTON) fi_as<fi_button>(gadget)->auto_pop_up = g.auto_pop_up;
+                    give_range(victim, gadget);
+                    if (where == continuous) FIg_set_continuous_routine(victim, g.label, do_on_notice);
                     gadget->attr_mask |= FI_INITIAL_NOTIFY | FI_CMD_STRING | FI_HELP_TOPIC;
                     gadget->link_label = 12;
                     fi_string_set(&gadget->command, "command");
@@ -575,9 +599,13 @@ TEST_F(FormEvents, RoutinesMayDoAnything) {
                         FIf_display(victim);
                     }
                     if (victim != nullptr && victim->window >= 0) {
-                        if (by_key) {
+                        if (how == by_key) {
                             FIg_start_seq(victim, g.label);
-                            script.emplace_back([] { headless_type(" "); });
+                            script.emplace_back([] { headless_type(" 7"); });
+                            script.emplace_back([this] { key(host_key::enter); });
+                            script.emplace_back([this] { key(host_key::down); });
+                        } else if (how == by_drag) {
+                            post_drag(victim, 30, where == intercept ? 150 : 30);
                         } else {
                             post_click(victim, 30, where == intercept ? 150 : 30);
                         }
@@ -612,10 +640,12 @@ protected:
     unsigned roll(unsigned sides) { return static_cast<unsigned>(random() % sides); }
 
     void open() {
-        static constexpr const char* pages[] = {"g_button.frm", "g_toggle.frm", "g_check.frm", "g_text.frm",
-                                                "g_static.frm", "g_group.frm",  "g_popup.frm"};
+        static constexpr const char* pages[] = {"g_button.frm",    "g_toggle.frm", "g_check.frm",  "g_text.frm",
+                                                "g_static.frm",    "g_group.frm",  "g_popup.frm",  "g_slider.frm",
+                                                "g_dial.frm",      "g_bar.frm",    "g_scroll.frm", "g_field.frm",
+                                                "g_fieldlist.frm", "g_mcf.frm"};
         if (forms.size() >= 6) return;
-        FI_form* form = load(pages[roll(7)]);
+        FI_form* form = load(pages[roll(std::size(pages))]);
         FIf_set_location(form, static_cast<int>(roll(300)), static_cast<int>(roll(300)));
         FIf_display(form);
         forms.push_back(form);
@@ -634,22 +664,51 @@ protected:
         case 8: FIg_display(form, 0); break;
         case 9: FIg_enable(form, 0); break;
         case 10: FIf_set_attr(form, roll(2)); break;
+        case 12: FIg_set_high_value(form, label, roll(100)); break;
+        case 13: FIg_set_value(form, 0, roll(100)); break;
+        case 14: FIg_set_orientation(form, label, static_cast<int>(roll(2))); break;
         case 11:
             if (any() != nullptr) FIf_display(any());
             break;
+        case 12: FIfld_set_num_rows(form, label, static_cast<int>(roll(20))); break;
+        case 13: FIfld_delete_rows(form, label, static_cast<int>(roll(5)), 1 + static_cast<int>(roll(9))); break;
+        case 14: FIfld_set_attr(form, label, -1, random() & 0x8001FFFFU); break;
+        case 15: FIfld_set_mode(form, label, -1, static_cast<int>(roll(5))); break;
+        case 16:
+            FIfld_set_text(form, label, static_cast<int>(roll(30)), -1, "some words\nof text", roll(2) != 0);
+            break;
+        case 17: FIfld_set_max_num_chars(form, label, -1, static_cast<int>(roll(12))); break;
+        case 18: FIfld_set_num_vis_chars(form, label, -1, 1 + static_cast<int>(roll(20))); break;
+        case 19: FIfld_set_active_row(form, label, static_cast<int>(roll(9)), static_cast<int>(roll(4)) - 1); break;
+        case 20: delete_column(form, label); break;
         default: break;
         }
         std::erase_if(forms, [](FI_form* f) { return FIf_is_valid(f) != FI_SUCCESS; });
     }
+    // Released after a while: as long as an arrow is held, its timer leaves nobody else a turn.
+    void hold_button(int button, uint8_t modifiers) {
+        host_event release = {};
+        release.kind = host_event_kind::button;
+        release.button = static_cast<uint8_t>(button);
+        headless_button(button, true, modifiers);
+        headless_post_later(&release, 100 + roll(900));
+    }
+    void delete_column(FI_form* form, int label) {
+        FI_gadget* g = fi_find_gadget(form, label);
+        if (g == nullptr || g->type != FI_MCF || fi_as_group(g)->members[0] == nullptr) return;
+        FIg_delete(form, fi_as_group(g)->members[0]->label);
+    }
     void input() {
-        static constexpr host_key keys[] = {host_key::tab, host_key::enter, host_key::left, host_key::backspace};
+        static constexpr host_key keys[] = {host_key::tab,  host_key::enter, host_key::left,  host_key::backspace,
+                                            host_key::down, host_key::up,    host_key::right, host_key::remove,
+                                            host_key::home, host_key::end};
         const int x = static_cast<int>(roll(1024));
         const int y = static_cast<int>(roll(768));
         switch (roll(8)) {
         case 0: headless_pointer(x, y); break;
-        case 1: headless_button(static_cast<int>(roll(3)), roll(2) != 0, roll(8) == 0 ? HOST_CTRL : 0); break;
-        case 2: headless_type(" "); break;
-        case 3: headless_key(keys[roll(4)], 0, roll(3) == 0 ? HOST_SHIFT : 0); break;
+        case 1: hold_button(static_cast<int>(roll(3)), roll(8) == 0 ? HOST_CTRL : 0); break;
+        case 2: headless_type(roll(2) == 0 ? " " : roll(2) == 0 ? "-3." : "word1"); break;
+        case 3: headless_key(keys[roll(10)], 0, roll(3) == 0 ? HOST_SHIFT : 0); break;
         case 4: headless_click(x, y, HOST_LEFT); break;
         default: click_gadget(); break;
         }
@@ -662,7 +721,15 @@ protected:
         fi_each_member(form->root_group, [&](FI_gadget* g) { all.push_back(g); });
         if (all.empty()) return;
         const FI_gadget* g = all[roll(static_cast<unsigned>(all.size()))];
-        post_click(form, static_cast<int>(g->x1) + 5, static_cast<int>(g->y1) + 5);
+        const auto place = [this](float from, float to) {
+            return static_cast<int>(from) +
+                   static_cast<int>(roll(static_cast<unsigned>(std::max(to - from + 30, 6.0F))));
+        };
+        const int x = place(g->x1, g->x2), y = place(g->y1, g->y2);
+        if (roll(2) != 0)
+            post_click(form, x, y);
+        else
+            post_drag(form, x, y);
     }
 };
 
@@ -680,7 +747,7 @@ TEST_F(Monkey, ThousandsOfStepsAtEachDepth) {
             act(form, label);
         };
         int steps = 0;
-        for (int i = 0; i < 200; ++i) {
+        for (int i = 0; i < 300; ++i) {
             std::erase_if(forms, [](FI_form* f) { return FIf_is_valid(f) != FI_SUCCESS; });
             open();
             for (int j = 0; j < 6; ++j, ++steps)
@@ -690,7 +757,7 @@ TEST_F(Monkey, ThousandsOfStepsAtEachDepth) {
             if (any() != nullptr && roll(8) == 0) FIf_delete(any()); // and a fresh one comes
             if (fi_state.sr_depth > 0 && roll(4) == 0) FIf_erase(fi_state.sr_forms[1]);
         }
-        EXPECT_EQ(steps, 1200);
+        EXPECT_EQ(steps, 1800);
         EXPECT_GT(notes, 150);
         on_note = nullptr;
     }

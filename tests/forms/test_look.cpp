@@ -11,8 +11,9 @@
 namespace {
 
 // Forms that show all types that are drawn, in all states.
-constexpr const char* PAGES[] = {"g_button.frm", "g_toggle.frm", "g_check.frm", "g_text.frm", "g_static.frm",
-                                 "g_group.frm",  "g_slider.frm", "g_dial.frm",  "g_bar.frm",  "g_scroll.frm"};
+constexpr const char* PAGES[] = {"g_button.frm", "g_toggle.frm",    "g_check.frm", "g_text.frm", "g_static.frm",
+                                 "g_group.frm",  "g_slider.frm",    "g_dial.frm",  "g_bar.frm",  "g_scroll.frm",
+                                 "g_field.frm",  "g_fieldlist.frm", "g_mcf.frm"};
 
 class Look : public FormsFixture {
 protected:

@@ -328,7 +328,12 @@ TEST_F(Values, StandardVariables) {
 }
 
 TEST_F(Values, EveryFailureOfACallLeavesThingsAsTheyWere) {
-    FI_form* form = make({{FI_BUTTON, 11, 0, 0, 60, 20, "before"}, {FI_CHECKLIST, 12, 0, 30, 60, 50, "c"}});
+    FI_form* form = make({{FI_BUTTON, 11, 0, 0, 60, 20, "before"},
+                          {FI_CHECKLIST, 12, 0, 30, 60, 50, "c"},
+                          {FI_SLIDER, 13, 0, 60, 160, 90, "s"},
+                          {FI_TEXT, 14, 0, 100, 0, 0, "0"}});
+    FIg_set_high_value(form, 13, 10);
+    fi_find_gadget(form, 13)->link_label = 14;
     FIf_display(form);
     const struct {
         const char* what;
@@ -338,6 +343,8 @@ TEST_F(Values, EveryFailureOfACallLeavesThingsAsTheyWere) {
         {"FIg_set_text", [=] { return FIg_set_text(form, 11, "after"); },
          [=] { return FIg_set_text(form, 11, "before"); }},
         {"FIf_new", [this] { return FIf_new(2, "g_check.frm", note, &other); }, [this] { return FIf_delete(other); }},
+        {"FIg_set_value along a link", [=] { return FIg_set_value(form, 13, 5); },
+         [=] { return FIg_set_value(form, 13, 3); }},
         {"FIf_display",
          [=] {
              FIf_erase(form);

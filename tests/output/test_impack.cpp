@@ -123,7 +123,7 @@ TEST_F(Pack, RefusalsHaveTheirCodesAndWords) {
         const char* words;
     } cases[] = {
         {nullptr, 0, 27, IMP_MAGIC, IMP_BAD_FILE, "Null file name. Line "},
-        {"x", 6, 27, IMP_MAGIC, IMP_BAD_STANDARD, "Unsupported standard: 6. Line "},
+        {"x", 8, 27, IMP_MAGIC, IMP_BAD_STANDARD, "Unsupported standard: 8. Line "},
         {"x", RZL_STANDARD_GIF, 27, IMP_MAGIC, IMP_BAD_FORMAT, "Unsupported format: 27. Line "},
         {"/no/such/x.rgb", 0, 27, IMP_MAGIC, IMP_WRITE_FAILED, "Error writing file: /no/such/x.rgb. Line "},
         {"x", 0, 27, 0, IMP_BAD_PACK, "Insane imp. Line "},
@@ -149,9 +149,9 @@ TEST_F(Pack, RefusalsHaveTheirCodesAndWords) {
     EXPECT_EQ(imp_free(&made), IMP_OK);
     EXPECT_EQ(imp_free(&made), IMP_NULL_PACK);
     // A save never leaves a native file under another format's name, and touches nothing when it refuses.
-    const output_settings jpeg = {RZL_STANDARD_JFIF, RZL_FORMAT_RGB, 0, 0, 1.0};
+    const output_settings unwritten = {RZL_STANDARD_ADRG, RZL_FORMAT_RGB, 0, 0, 1.0};
     const output_settings pairs = {RZL_STANDARD_KRVN, RZL_FORMAT_BYTE_PAIRS, 0, 256, 1.0};
-    EXPECT_EQ(save(path("s.rgb"), jpeg), IMP_BAD_STANDARD);
+    EXPECT_EQ(save(path("s.rgb"), unwritten), IMP_BAD_STANDARD);
     EXPECT_EQ(save(path("s.rgb"), pairs), IMP_BAD_FORMAT);
     EXPECT_FALSE(std::filesystem::exists(path("s.rgb")));
 }

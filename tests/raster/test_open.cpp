@@ -200,7 +200,7 @@ TEST_F(Open, StandardIsFreeUntilTheHeaderStands) {
     void* spec = c->spec;
     EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, RZL_STANDARD_KRVN), 0);
     EXPECT_EQ(c->spec, spec) << "the one in force changes nothing";
-    for (int32_t id : {int32_t{RZL_STANDARD_ADRG}, 7, 23, INT32_MAX}) {
+    for (int32_t id : {int32_t{RZL_STANDARD_ADRG}, 7, 24, INT32_MAX}) {
         EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, id), 0) << id;
         EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_KRVN) << id;
     }
@@ -230,7 +230,7 @@ TEST_F(Open, StandardIsFreeUntilTheHeaderStands) {
     EXPECT_STREQ(rzl_standard_name(RZL_STANDARD_USRP), "USRP");
     EXPECT_EQ(rzl_standard_name(7), nullptr);
     EXPECT_EQ(rzl_standard_name(-1), nullptr);
-    EXPECT_EQ(rzl_standard_name(23), nullptr);
+    EXPECT_EQ(rzl_standard_name(24), nullptr);
 }
 
 TEST_F(Open, MemoryFilesNeedNoDisk) {

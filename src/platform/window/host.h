@@ -48,6 +48,7 @@ enum class host_key : uint8_t {
     right,
     down,
     f1,
+    f11,
 };
 
 constexpr uint8_t HOST_SHIFT = 1; // modifiers, held at the moment of the event

@@ -199,12 +199,23 @@ struct key_pair {
     host_key key;
 };
 constexpr key_pair KEYS[] = {
-    {SDLK_RETURN, host_key::enter},   {SDLK_KP_ENTER, host_key::enter},     {SDLK_BACKSPACE, host_key::backspace},
-    {SDLK_TAB, host_key::tab},        {SDLK_ESCAPE, host_key::escape},      {SDLK_INSERT, host_key::insert},
-    {SDLK_DELETE, host_key::remove},  {SDLK_HOME, host_key::home},          {SDLK_END, host_key::end},
-    {SDLK_PAGEUP, host_key::page_up}, {SDLK_PAGEDOWN, host_key::page_down}, {SDLK_LEFT, host_key::left},
-    {SDLK_UP, host_key::up},          {SDLK_RIGHT, host_key::right},        {SDLK_DOWN, host_key::down},
+    {SDLK_RETURN, host_key::enter},
+    {SDLK_KP_ENTER, host_key::enter},
+    {SDLK_BACKSPACE, host_key::backspace},
+    {SDLK_TAB, host_key::tab},
+    {SDLK_ESCAPE, host_key::escape},
+    {SDLK_INSERT, host_key::insert},
+    {SDLK_DELETE, host_key::remove},
+    {SDLK_HOME, host_key::home},
+    {SDLK_END, host_key::end},
+    {SDLK_PAGEUP, host_key::page_up},
+    {SDLK_PAGEDOWN, host_key::page_down},
+    {SDLK_LEFT, host_key::left},
+    {SDLK_UP, host_key::up},
+    {SDLK_RIGHT, host_key::right},
+    {SDLK_DOWN, host_key::down},
     {SDLK_F1, host_key::f1},
+    {SDLK_F11, host_key::f11},
 };
 // The number block, when it gives no numbers.
 constexpr key_pair BLOCK_KEYS[] = {

@@ -35,37 +35,6 @@ bool line_of_bits(CFILE* c, cals_spec* spec, uint8_t* words) {
     return cit_g4_get_line(c, {spec->data_offset, spec->data_end}, words) != CIT_GET_FAILED;
 }
 
-// ---- runs ----------------------------------------------------------------------------------------------------------
-
-// What the caller should try, by what was put out before the buffer was full.
-int32_t size_to_try(const CFILE* c, size_t room, size_t pixels, size_t needed) {
-    auto width = static_cast<double>(c->xsize);
-    double left = width - static_cast<double>(pixels);
-    left = left >= width ? width - 1 : std::max(left, 1.0);
-    double guess = static_cast<double>(room) * width / std::max(width - left, 1.0) + 128;
-    return static_cast<int32_t>(std::clamp(guess, static_cast<double>(needed), static_cast<double>(INT32_MAX)));
-}
-
-// The runs of a line, an odd count of them, into the caller's buffer. Bytes used, 0 on failure.
-int give_runs(CFILE* c, const uint8_t* words, uint32_t width, uint8_t* out) {
-    mem_guard<uint16_t> runs(mem_new_array<uint16_t>(cit_max_runs(width) + 1));
-    if (!runs) return fails(c, RZL_NO_MEMORY, SOURCE, "runs");
-    size_t count = cit_bits_to_runs(width, words, runs.get());
-    if (count % 2 == 0) runs[count++] = 0;
-    size_t bytes = count * sizeof(uint16_t);
-    auto room = static_cast<size_t>(std::max(c->rle_size, 0));
-    if (bytes > room) {
-        size_t pixels = 0;
-        for (size_t i = 0; i < room / sizeof(uint16_t); ++i)
-            pixels += runs[i];
-        c->rle_size = size_to_try(c, room, pixels, bytes);
-        return fails(c, RZL_RLE_BUFFER_SMALL, SOURCE, "runs");
-    }
-    if (out != nullptr) std::memcpy(out, runs.get(), bytes);
-    c->rle_size = static_cast<int32_t>(bytes);
-    return c->rle_size;
-}
-
 // ---- tiles ---------------------------------------------------------------------------------------------------------
 
 uint8_t kind_of(const cals_spec* spec, int64_t tile) {
@@ -206,7 +175,7 @@ int cals_get_rle_line(CFILE* c, int channels, read_planes buffers) {
     uint8_t* plane = words.get();
     int32_t line = c->line;
     if (rzl_getline_generic(c, 1, &plane) == 0 || c->status != 0) return 0;
-    int bytes = give_runs(c, words.get(), static_cast<uint32_t>(c->xsize), buffers[0]);
+    int bytes = cit_give_runs(c, words.get(), buffers[0], SOURCE);
     if (bytes == 0) c->line = line;
     return bytes;
 }

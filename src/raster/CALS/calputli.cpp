@@ -4,7 +4,7 @@
 
 #include "raster/CALS/cals.h"
 #include "raster/CALS/calskeys.h"
-#include "raster/CCITT/ccitt.h"
+#include "raster/CCITT/citfile.h"
 #include "support/memory.h"
 
 namespace {
@@ -42,7 +42,9 @@ bool write_text_header(CFILE* c, const cals_spec* spec) {
         char line[CALS_RECORD + 16];
         format_value(c, key, value, sizeof value);
         int length = std::snprintf(line, sizeof line, "%s: %s", key.word, value);
-        std::memcpy(record, line, strnlen(line, static_cast<size_t>(length) < CALS_RECORD ? length : CALS_RECORD));
+        std::memcpy(
+            record, line,
+            strnlen(line, static_cast<size_t>(length) < CALS_RECORD ? static_cast<size_t>(length) : CALS_RECORD));
         record += CALS_RECORD;
     }
     return put_all(c, header, sizeof header);
@@ -193,15 +195,9 @@ int cals_put_rle_line(CFILE* c, int channels, write_planes buffers) {
     if (!is_writable(c)) return fails(c, RZL_NEEDS_WRITE, SOURCE, "runs");
     if (!rzl_append_check(c) || putline_error_check(c) != 0) return 0;
     if (has_flag(c, FLAG_TILED) || channels != 1) return fails(c, RZL_UNSUP_CALS, SOURCE, "runs");
-    auto width = static_cast<uint32_t>(c->xsize);
-    size_t count = static_cast<size_t>(c->rle_size > 0 ? c->rle_size : 0) / sizeof(uint16_t);
-    mem_guard<uint16_t> runs(mem_new_array<uint16_t>(count + 1));
     mem_guard<uint8_t> words(mem_new_array<uint8_t>(cals_row_bytes(c)));
-    if (!runs || !words) return fails(c, RZL_NO_MEMORY, SOURCE, "runs");
-    if (count > 0) std::memcpy(runs.get(), buffers[0], count * sizeof(uint16_t)); // a caller's runs need not be aligned
-    if (count % 2 == 0) runs[count++] = 0;
-    if (!cit_runs_fit(width, runs.get(), count)) return fails(c, RZL_BAD_FIELD_VALUE, SOURCE, "runs");
-    cit_runs_to_bits(width, runs.get(), words.get());
+    if (!words) return fails(c, RZL_NO_MEMORY, SOURCE, "runs");
+    if (!cit_take_runs(c, buffers[0], words.get(), SOURCE)) return 0;
     const uint8_t* plane = words.get();
     return cals_put_line(c, 1, &plane);
 }

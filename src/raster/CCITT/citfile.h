@@ -44,3 +44,14 @@ int cit_file_finish(CFILE* c, size_t* written);
 
 // Frees what the record owns, and with it lines that were not written; null does nothing.
 void cit_file_release(ccitt_record* record);
+
+// ---- lines as runs, of formats that store them otherwise: citruns.cpp -----------------------------------------------
+
+// Puts the runs of a line of the handle's width, which is given as bits, into the caller's buffer of `rle_size` bytes:
+// an odd count of them. The bytes used, also in `rle_size`; 0 with the status: RZL_RLE_BUFFER_SMALL with a size to try,
+// or RZL_NO_MEMORY. A null buffer takes none.
+int cit_give_runs(CFILE* c, const uint8_t* words, uint8_t* out, const char* source);
+
+// Turns the caller's runs, `rle_size` bytes of them, into the bits of a line of the handle's width. False with the
+// status: RZL_BAD_FIELD_VALUE for runs that do not add up to the width, or RZL_NO_MEMORY.
+bool cit_take_runs(CFILE* c, const uint8_t* coding, uint8_t* words, const char* source);

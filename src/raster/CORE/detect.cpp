@@ -137,12 +137,9 @@ bool is_sym(const file_probe* p) {
     return begins(p, "FONT");
 }
 
+// What its first image is like is for the module, which looks whether there is one.
 bool is_ico(const file_probe* p) {
-    auto is_side = [](uint8_t v) { return v == 16 || v == 32 || v == 64; };
-    static constexpr uint8_t zeros[5] = {};
-    bool colors = p->b[8] == 2 || p->b[8] == 8 || p->b[8] == 16;
-    return p->size >= 14 && load_u32be(p->b) == 0x00000100u && is_side(p->b[6]) && is_side(p->b[7]) && colors &&
-           std::memcmp(p->b + 9, zeros, sizeof zeros) == 0;
+    return p->size >= 22 && load_u32be(p->b) == 0x00000100u && p->b[9] == 0;
 }
 
 bool is_cals(const file_probe* p) {
@@ -212,7 +209,7 @@ bool is_vrlc(const file_probe* p) {
     static constexpr uint8_t mark[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0x1A, 0x1A, 'U', 'd', 's', 0x82, 'C', 'J'};
     uint8_t found[sizeof mark];
     int64_t size = io_size(p->c);
-    return size >= DIRECTORY_SIZE && read_at(p->c, size - DIRECTORY_SIZE, found, sizeof found) &&
+    return size > DIRECTORY_SIZE && read_at(p->c, size - DIRECTORY_SIZE, found, sizeof found) &&
            std::memcmp(found, mark, sizeof mark) == 0;
 }
 

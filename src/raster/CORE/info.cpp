@@ -206,7 +206,9 @@ int set_base_field(CFILE* c, int32_t field, const void* value) {
     constexpr int32_t MAX_SAMPLES = 65535;
     constexpr int32_t MAX_BITS = 128;
     if (is_fixed(c, field)) return 0;
-    if (is_in(MODULE_SET_FIELDS, field)) return set_module_field(c, field, value);
+    constexpr field_range COUNT_FIELDS[] = {{101, 102}, {700, 700}};
+    bool counts = is_in(COUNT_FIELDS, field) && c->module != nullptr && (c->module->traits & MODULE_COUNTS) != 0;
+    if (counts || is_in(MODULE_SET_FIELDS, field)) return set_module_field(c, field, value);
     switch (field) {
     case RZL_FIELD_XSIZE: return set_size(c, field, value, &c->xsize);
     case RZL_FIELD_YSIZE: return set_size(c, field, value, &c->ysize);

@@ -41,6 +41,7 @@ constexpr uint32_t MODULE_RESIZES = 2;   // fields 1 to 3 reach the module once 
 constexpr uint32_t MODULE_COLORS = 4;    // Get_line gives three planes of a bilevel image as bytes by itself
 constexpr uint32_t MODULE_CUT_TILES = 8; // tiles hold what lies inside of the image, and Gettilerows gives no more
 constexpr uint32_t MODULE_NO_TABLE = 16; // files have no colour table: values of one are not to be put into them
+constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: they reach the module
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"
@@ -51,6 +52,7 @@ struct format_module {
     std::span<const field_limit> limits = {}; // integers that fields can be set to; others are RZL_BAD_FIELD_VALUE
     std::span<const field_type> types = {};   // kinds of the module's own fields that are no integers
     uint32_t traits = 0;
+    int32_t most_colors = 256; // entries of a colour table that a new file's pixels can have
 
     // Null, or the module's own test of a file that its row of detection lets through (all files, when the row has no
     // test). False, with no status: the search goes on.

@@ -23,8 +23,13 @@ extern const format_module jfif_module;
 extern const format_module png_module;
 extern const format_module sun_module;
 extern const format_module xbm_module;
+extern const format_module ico_module;
+extern const format_module sym_module;
+extern const format_module ps_module;
 extern const format_module cals_module;
 extern const format_module hrf_module;
+extern const format_module ir_module;
+extern const format_module nitf_module;
 extern const format_module adrg_module;
 extern const format_module asrp_module;
 extern const format_module usgs_module;
@@ -173,14 +178,14 @@ constexpr standard_row STANDARDS[] = {
         .name = "SYM",
         .extensions = "",
         .test = is_sym,
-        .module = nullptr,
+        .module = &sym_module,
     },
     {
         .id = RZL_STANDARD_ICO,
         .name = "ICO",
         .extensions = "ico",
         .test = is_ico,
-        .module = nullptr,
+        .module = &ico_module,
     },
     {
         .id = RZL_STANDARD_CALS,
@@ -194,7 +199,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "NITF",
         .extensions = "ntf",
         .test = is_nitf,
-        .module = nullptr,
+        .module = &nitf_module,
     },
     {
         .id = RZL_STANDARD_XBM,
@@ -215,7 +220,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "IGS",
         .extensions = "",
         .test = is_vrlc,
-        .module = nullptr,
+        .module = &ir_module,
     },
     {
         .id = RZL_STANDARD_TARGA,
@@ -229,7 +234,7 @@ constexpr standard_row STANDARDS[] = {
         .name = "POSTSCRIPT",
         .extensions = "ps",
         .test = nullptr,
-        .module = nullptr,
+        .module = &ps_module,
     },
     {
         .id = RZL_STANDARD_USRP, // found as ASRP, whose module tells the two apart
@@ -329,9 +334,13 @@ int rzl_standard_takes(int32_t id, int32_t format) {
 }
 
 int rzl_standard_has_table(int32_t id) {
+    return rzl_standard_colors(id) != 0 ? 1 : 0;
+}
+
+int32_t rzl_standard_colors(int32_t id) {
     const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
     if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
-    return (row->module->traits & MODULE_NO_TABLE) == 0 ? 1 : 0;
+    return (row->module->traits & MODULE_NO_TABLE) == 0 ? row->module->most_colors : 0;
 }
 
 int rzl_standard_support(int32_t id, int* can_create, int* can_read) {

@@ -124,7 +124,7 @@ bool put_coded(CFILE* c, pcx_spec* spec, write_planes buffers) {
 bool put_raw(CFILE* c, pcx_spec* spec, write_planes buffers) {
     size_t bytes = pcx_row_bytes(spec);
     for (int32_t p = 0; p < spec->planes; ++p)
-        pack_plane(c, spec, buffers[p], spec->row + p * static_cast<size_t>(spec->bytes_per_line));
+        pack_plane(c, spec, buffers[p], spec->row + static_cast<size_t>(p) * static_cast<size_t>(spec->bytes_per_line));
     int64_t place = static_cast<int64_t>(PCX_HEADER_SIZE) + c->line * static_cast<int64_t>(bytes);
     if (!io_seek(c, place)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     return put_all(c, spec->row, bytes, SOURCE);

@@ -266,7 +266,7 @@ void pnm_make_scale(pnm_spec* spec) {
 }
 
 int pnm_get_line(CFILE* c, int channels, read_planes buffers) {
-    bool wanted = std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
+    bool wanted = is_wanted(channels, buffers);
     if (!channels_fit(c, channels, wanted)) return 0;
     if (!has_flag(c, FLAG_HEADER_EXISTS)) return fails(c, RZL_READ_FAILED, SOURCE, "getline"); // a new file
     if (pnm_has_places(c) && pnm_is_text(pnm_spec_of(c)) && !pnm_go_to_line(c))

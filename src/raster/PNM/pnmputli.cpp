@@ -10,10 +10,6 @@ namespace {
 
 constexpr char SOURCE[] = "PNM/pnmputli";
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 // ---- header --------------------------------------------------------------------------------------------------------
 
 bool write_words(CFILE* c, pnm_spec* spec) {
@@ -22,7 +18,7 @@ bool write_words(CFILE* c, pnm_spec* spec) {
                                  : std::snprintf(text, sizeof text, "P%1d %d %d %d\n", spec->kind, c->xsize, c->ysize,
                                                  spec->max_value);
     spec->data_offset = size;
-    return put_all(c, text, static_cast<size_t>(size));
+    return put_all(c, text, static_cast<size_t>(size), SOURCE);
 }
 
 // ---- samples -------------------------------------------------------------------------------------------------------
@@ -116,7 +112,7 @@ bool store_line(CFILE* c, const uint8_t* const* planes) {
     default: store_raw(planes, pnm_samples(spec), width, spec, spec->row);
     }
     if (!pnm_go_to_line(c)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    return put_all(c, spec->row, static_cast<size_t>(pnm_line_bytes(c)));
+    return put_all(c, spec->row, static_cast<size_t>(pnm_line_bytes(c)), SOURCE);
 }
 
 } // namespace
@@ -141,7 +137,7 @@ int pnm_write_header(CFILE* c) {
 
 int pnm_putline(CFILE* c, int channels, write_planes buffers) {
     if (pnm_spec_of(c)->kind == 0) return fails(c, RZL_NOT_STANDARD, SOURCE, "Invalid file format for pnm");
-    bool given = std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
+    bool given = is_wanted(channels, buffers);
     if (!given) return fails(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "Putline");
     return putline_error_check(c) == 0 ? pnm_put_line(c, channels, buffers) : 0;
 }

@@ -37,7 +37,7 @@ void deliver_values(CFILE* c, const sun_spec* spec, const uint8_t* row, int chan
 
 int sun_get_line(CFILE* c, int channels, read_planes buffers) {
     sun_spec* spec = sun_spec_of(c);
-    bool wanted = std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
+    bool wanted = is_wanted(channels, buffers);
     if (wanted && channels != 1 && channels != 3) return fails(c, RZL_NOT_STANDARD_2, SOURCE, "getline");
     if (!has_flag(c, FLAG_HEADER_EXISTS)) return fails(c, RZL_READ_FAILED, SOURCE, "getline"); // a new file
     if (!sun_need_row(c, true)) return 0;

@@ -12,10 +12,6 @@ namespace {
 constexpr char SOURCE[] = "SUN/sunputli";
 constexpr int64_t AT_LENGTH = 16;
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return size == 0 || io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 // ---- header --------------------------------------------------------------------------------------------------------
 
 // What the header tells of the lines: 0 where it is not known yet, or no 32 bits hold it.
@@ -92,7 +88,7 @@ bool put_coded(CFILE* c, sun_spec* spec) {
     // A file that is read meanwhile stands anywhere.
     int64_t end = spec->data_offset + static_cast<int64_t>(spec->written);
     if (c->mode == MODE_WRITE_READ && !io_seek(c, end)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    if (!put_all(c, codes, coded)) return false;
+    if (!put_all(c, codes, coded, SOURCE)) return false;
     spec->written += coded;
     ++spec->lines_put;
     return true;
@@ -100,7 +96,7 @@ bool put_coded(CFILE* c, sun_spec* spec) {
 
 bool put_raw(CFILE* c, sun_spec* spec) {
     if (!sun_go_to_line(c)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    return put_all(c, spec->row, sun_row_bytes(c));
+    return put_all(c, spec->row, sun_row_bytes(c), SOURCE);
 }
 
 bool channels_fit(const sun_spec* spec, int channels, write_planes buffers) {
@@ -123,7 +119,8 @@ int sun_write_header(CFILE* c) {
     store_header(c, spec, header);
     bool at_start = io_tell(c) == 0 || io_seek(c, 0); // a pipe can't be sought, and need not be
     if (!at_start) return refuse(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    if (!put_all(c, header, sizeof header) || !put_all(c, spec->map, sun_map_bytes(spec))) return 1;
+    if (!put_all(c, header, sizeof header, SOURCE)) return 1;
+    if (spec->map != nullptr && !put_all(c, spec->map, sun_map_bytes(spec), SOURCE)) return 1;
     if (is_readable(c) && !sun_keep_colors(c)) return 1;
     bool recorded = is_readable(c) && sun_is_coded(spec);
     if (recorded && rzl_record_lines(c, spec->data_offset, 1) != 0) return 1;
@@ -159,5 +156,5 @@ void sun_close(CFILE* c) {
     if (!untold || spec->written > UINT32_MAX) return;
     uint8_t length[4];
     store_u32be(length, static_cast<uint32_t>(spec->written));
-    if (io_seek(c, AT_LENGTH)) (void)put_all(c, length, sizeof length); // a pipe keeps the 0
+    if (io_seek(c, AT_LENGTH)) (void)put_all(c, length, sizeof length, SOURCE); // a pipe keeps the 0
 }

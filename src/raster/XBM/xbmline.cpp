@@ -87,10 +87,6 @@ bool read_row(CFILE* c, uint8_t* row) {
 
 // ---- writing -------------------------------------------------------------------------------------------------------
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 // A byte of the line as text, with its bits the other way round.
 struct byte_table {
     char text[256][XBM_BYTE_TEXT];
@@ -126,13 +122,13 @@ bool write_text(CFILE* c, xbm_spec* spec) {
                              "static char %s_bits[] = {\n",
                              n, c->xsize, n, c->ysize, n, spec->x_hot, n, spec->y_hot, n);
     spec->data_offset = size;
-    return put_all(c, text, static_cast<size_t>(size));
+    return put_all(c, text, static_cast<size_t>(size), SOURCE);
 }
 
 } // namespace
 
 int xbm_get_line(CFILE* c, int channels, read_planes buffers) {
-    bool wanted = std::any_of(buffers, buffers + channels, [](const uint8_t* plane) { return plane != nullptr; });
+    bool wanted = is_wanted(channels, buffers);
     if (wanted && channels != 1) return fails(c, RZL_UNSUPPORTED, SOURCE, "getline");
     bool there = has_flag(c, FLAG_HEADER_EXISTS) && (!xbm_has_places(c) || xbm_go_to_line(c));
     uint8_t* words = wanted ? buffers[0] : nullptr;
@@ -178,5 +174,5 @@ int xbm_put_line(CFILE* c, int channels, write_planes buffers) {
     }
     store_row(bits, bytes, c->line == c->ysize - 1, spec->row);
     if (!xbm_go_to_line(c)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    return put_all(c, spec->row, xbm_text_bytes(c)) ? c->xsize : 0;
+    return put_all(c, spec->row, xbm_text_bytes(c), SOURCE) ? c->xsize : 0;
 }

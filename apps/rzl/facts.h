@@ -1,0 +1,10 @@
+// What files of documents and maps tell beyond the fields that all have: rzl info.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "source.h"
+
+// Adds titles, dates, security, places and the like, as far as the file's standard has them and they are not empty.
+// `image` is the active one.
+void add_standard_facts(const raster_source* source, int32_t image, nlohmann::ordered_json* facts);

@@ -1,0 +1,71 @@
+#include "desktop/modal.h"
+
+#include "desktop/appforms.h"
+#include "desktop/picture.h"
+#include "desktop/program.h"
+#include "tools/events.h"
+#include "tools/windows.h"
+
+namespace {
+
+constexpr char CONTROL_C = 3, RETURN = 13, ESCAPE = 27;
+constexpr int PRESS_TICKS = 4;
+
+// Takes the key event.
+void take_key(FI_form* form, int accept, int cancel) {
+    int count = 0;
+    if (Get_keyboard_data(&count) != 0 || count == 0) return;
+    const char key = keyboard_buffer[0];
+    if (key == RETURN) press_gadget(form, accept);
+    if (key == ESCAPE || key == CONTROL_C) press_gadget(form, cancel);
+}
+
+// A press elsewhere is none of the form's.
+bool is_elsewhere(const FI_form* form) {
+    int window = 0, form_window = -1;
+    FI_form* other = nullptr;
+    if (Inq_button_data(&window, nullptr, nullptr, nullptr, nullptr, nullptr) != 0) return true;
+    FIf_get_window(const_cast<FI_form*>(form), &form_window);
+    return window != form_window && !(FI_get_form_by_window(window, &other) == FI_SUCCESS && other == form);
+}
+
+void handle(FI_form* form, uint32_t event, int accept, int cancel) {
+    if (event == KEYBOARD_EVENT) {
+        take_key(form, accept, cancel);
+        return;
+    }
+    if (event == BUTTON_EVENT && is_elsewhere(form)) {
+        Drop_event(event);
+        return;
+    }
+    if (forms_process_event(event) != 0) return;
+    if (event == REFRESH_EVENT)
+        view_refresh();
+    else
+        Drop_event(event);
+}
+
+} // namespace
+
+void modal_loop(FI_form* form, bool (*is_done)(void* user), void* user, int accept, int cancel) {
+    while (!is_done(user) && !quit_requested) {
+        uint32_t event = 0;
+        if (Wait_for_next(PROGRAM_EVENTS | DELETE_EVENT, &event) != 0) return;
+        handle(form, event, accept, cancel);
+    }
+}
+
+void press_gadget(FI_form* form, int label) {
+    FIg_set_state_on(form, label);
+    Sleep_ticks(PRESS_TICKS);
+    if (FIf_is_valid(form) != FI_SUCCESS) return;
+    FIg_set_state_off(form, label);
+    FI_notification notify = form->notification_routine;
+    if (notify != nullptr) notify(static_cast<int>(form->label), label, 1.0, form);
+}
+
+void form_center(FI_form* form) {
+    int width = 0, height = 0;
+    FIf_get_size(form, &width, &height);
+    FIf_set_location(form, (screen_width - width) / 2, (screen_height - height) / 2);
+}

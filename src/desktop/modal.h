@@ -1,0 +1,15 @@
+// Forms that are answered before anything else: a loop of their own.
+#pragma once
+
+#include "forms/forms.h"
+
+// Handles events until is_done(user) says so, the program is to end, or the tools have ended. Return presses the
+// gadget `accept`, Escape and Control-C press `cancel`, as if by the mouse. Presses in other windows are dropped; what
+// has to be drawn again is drawn.
+void modal_loop(FI_form* form, bool (*is_done)(void* user), void* user, int accept, int cancel);
+
+// Presses a button of a form, and has its form told.
+void press_gadget(FI_form* form, int label);
+
+// In the middle of the screen.
+void form_center(FI_form* form);

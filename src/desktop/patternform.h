@@ -1,0 +1,24 @@
+// The form "Color/Pattern" along the bottom of the screen: the colour bars with three numbers, or a page of ten pattern
+// cells with the placement of patterns.
+#pragma once
+
+int pattern_form_create(int own_window, int* window, int screen_w, int screen_h); // 1, or 0 after a message
+void pattern_form_close();
+bool pattern_form_is_up();
+void pattern_form_location(int* x, int* y);
+void pattern_form_paint(); // bars or cells again
+
+// Shows a colour as the present one, with its name for the palette; "" leaves that empty, null as it is.
+void color_form_set(double red, double green, double blue, const char* name);
+
+// Marks the chosen pattern, or shows the chosen colour.
+void pattern_form_show_chosen();
+
+// The palette is another one: the first page.
+void pattern_page_reload();
+
+// Pixels of cells that are kept for the next time are forgotten: they are of another depth, gamma or palette.
+void pattern_blocks_drop();
+
+// Adds a raster file to the palette as a pattern, and chooses it.
+void pattern_add_command(const char* path);
