@@ -153,7 +153,7 @@ void write_file(const char* name, const format_row& row, const picture& from) {
         if (rzl_set_hdr_data(c, field[0], &field[1]) != 0 && field[0] != RZL_FIELD_ORIENTATION)
             stop("a header field can't be set");
     const uint8_t* bits = is_bilevel(row.format) ? bits_of(from).data() : nullptr;
-        if (rzl_set_hdr_data(c, field[0], &field[1]) != 0) stop("a header field can't be set");
+    if (rzl_set_hdr_data(c, field[0], &field[1]) != 0) stop("a header field can't be set");
     const int32_t from_top = RZL_TOP_DOWN;
     rzl_set_hdr_data(c, RZL_FIELD_ORIENTATION, &from_top); // most have no other order
     if (row.compression != 0 && rzl_set_hdr_data(c, RZL_FIELD_COMPRESSION, &row.compression) != 0)
