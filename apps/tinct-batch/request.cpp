@@ -6,6 +6,7 @@
 #include <initializer_list>
 
 #include "common/raster.h"
+#include "frames.h"
 #include "raster/rzl.h"
 #include "support/log.h"
 
@@ -40,7 +41,9 @@ bool take_flag(const char* word, apply_request* request) {
     } flags[] = {{"--uncompressed", &request->uncompressed},
                  {"--closest", &request->closest},
                  {"--grey", &request->grey},
-                 {"--force", &request->force}};
+                 {"--force", &request->force},
+                 {"--list", &request->list},
+                 {"--skip-done", &request->skip_done}};
     for (const auto& f : flags) {
         if (std::strcmp(word, f.word) != 0) continue;
         *f.flag = true;
@@ -65,13 +68,15 @@ int take_option(const char* option, const char* word, apply_request* request) {
     }
     const char** text = std::strcmp(option, "-o") == 0          ? &request->out
                         : std::strcmp(option, "--palette") == 0 ? &request->palette
+                        : std::strcmp(option, "--frames") == 0  ? &request->frames
                                                                 : &request->type;
     *text = word;
     return EXIT_DONE;
 }
 
 bool takes_value(const char* word) {
-    for (const char* option : {"--set", "--sets", "-o", "--palette", "--type", "--bits", "--colors", "--gamma"}) {
+    for (const char* option :
+         {"--set", "--sets", "-o", "--palette", "--frames", "--type", "--bits", "--colors", "--gamma"}) {
         if (std::strcmp(word, option) == 0) return true;
     }
     return false;
@@ -122,7 +127,9 @@ int request_parse(word_list* words, apply_request* request) {
     if (request->sets.count == 0 && !request->has_recipe)
         return program_usage("apply needs at least one --set PEN=SURFACE, or --sets FILE");
     if (request->out == nullptr) return program_usage("apply needs -o OUT");
-    return check_output_name(request->out);
+    if (request->list && request->frames == nullptr) return program_usage("--list goes with --frames");
+    int status = check_output_name(request->out);
+    return status == EXIT_DONE && request->frames != nullptr ? frames_check(request) : status;
 }
 
 void request_free(apply_request* request) {

@@ -664,9 +664,9 @@ protected:
         case 8: FIg_display(form, 0); break;
         case 9: FIg_enable(form, 0); break;
         case 10: FIf_set_attr(form, roll(2)); break;
-        case 12: FIg_set_high_value(form, label, roll(100)); break;
-        case 13: FIg_set_value(form, 0, roll(100)); break;
-        case 14: FIg_set_orientation(form, label, static_cast<int>(roll(2))); break;
+        case 21: FIg_set_high_value(form, label, roll(100)); break;
+        case 22: FIg_set_value(form, 0, roll(100)); break;
+        case 23: FIg_set_orientation(form, label, static_cast<int>(roll(2))); break;
         case 11:
             if (any() != nullptr) FIf_display(any());
             break;
