@@ -385,7 +385,8 @@ bool write_line(conversion* c) {
     if (c->mirrored) mirror_line(c);
     bool one_plane = c->source->kind == pixel_kind::grey || c->source->kind == pixel_kind::bilevel;
     if (c->source->kind == pixel_kind::bilevel && c->target != pixel_kind::bilevel) widen_bits(c, 255);
-    if (c->source->kind == pixel_kind::mapped && c->source->bits == 1 && c->target != pixel_kind::color) {
+    bool indices_are_bits = kind_of_format(c->source->format) == pixel_kind::bilevel; // some files have a byte for each
+    if (c->source->kind == pixel_kind::mapped && indices_are_bits && c->target != pixel_kind::color) {
         widen_bits(c, 1); // the two indices
     }
     if (c->target == pixel_kind::color) {
