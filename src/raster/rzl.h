@@ -398,6 +398,9 @@ RZL_API CFILE* rzl_open_rw(const char* name);
 RZL_API CFILE* rzl_open_w(const char* name);
 RZL_API CFILE* rzl_open_wr(const char* name);
 
+/* Whether a file is a catalog, which lists the files of a picture: creating one of its name creates those instead. */
+RZL_API int rzl_is_catalog(const char* name);
+
 /* Finish the file and release the handle. The outcome is the library-wide status. */
 RZL_API void rzl_close(CFILE* cfile);
 
@@ -540,9 +543,12 @@ RZL_API int rzl_get_global(int32_t field, void* value);
  * as zero, a colour table or packets that were dropped. 0 otherwise. */
 RZL_API int rzl_is_damaged(CFILE* cfile);
 
+/* 1 when something of the line that was read last had to be made up, 0 otherwise. */
+RZL_API int rzl_is_line_damaged(CFILE* cfile);
+
 /* How many lines of the active image the file can hold, as large as it is and with each byte standing for as many
- * pixels as its coding has at best: field 2, or fewer where the header claims what can't be there. A caller that takes
- * memory or loops by the height of a file that it does not trust takes this instead. 0 for a handle that is none. */
+ * pixels as its coding has at best: field 2, or fewer where the header claims what can't be there. Reading ends there,
+ * with RZL_READ_FAILED; a caller that takes memory by the height asks here first. 0 for a handle that is none. */
 RZL_API int32_t rzl_lines_held(CFILE* cfile);
 
 /* The symbolic name of a status word, such as "RZL_CANNOT_OPEN". Never null. */
@@ -573,6 +579,10 @@ RZL_API int rzl_standard_takes(int32_t id, int32_t format);
  * of a file that has none. */
 RZL_API int rzl_standard_has_table(int32_t id);
 RZL_API int32_t rzl_standard_colors(int32_t id);
+
+/* 1 when pixels of a new file of the standard are stored in a coding whatever the data format is, so that they can't be
+ * had plain. */
+RZL_API int rzl_standard_is_coded(int32_t id);
 
 #ifdef __cplusplus
 }
