@@ -537,9 +537,9 @@ TEST_F(FormEvents, RoutinesMayDoAnything) {
     const struct {
         int type, label;
         uint8_t auto_pop_up;
-    } gadgets[] = {{FI_BUTTON, 11, 0}, {FI_BUTTON, 11, 1},    {FI_BUTTON, 3, 0}, {FI_BUTTON, 6, 1},
-                   {FI_TOGGLE, 11, 0}, {FI_CHECKLIST, 11, 0}, {FI_TEXT, 11, 0},  {FI_SYMBOL, 11, 0},
-                   {FI_SLIDER, 11, 0}, {FI_DIAL, 11, 0},      {FI_SCROLL, 11, 0}};
+    } gadgets[] = {{FI_BUTTON, 11, 0}, {FI_BUTTON, 11, 1},    {FI_BUTTON, 3, 0},  {FI_BUTTON, 6, 1},
+                   {FI_TOGGLE, 11, 0}, {FI_CHECKLIST, 11, 0}, {FI_TEXT, 11, 0},   {FI_SYMBOL, 11, 0},
+                   {FI_SLIDER, 11, 0}, {FI_DIAL, 11, 0},      {FI_SCROLL, 11, 0}, {FI_FIELD, 11, 0}};
     int done_at[places] = {};
     for (const auto& g : gadgets)
         for (const routine_deed& d : DEEDS)
@@ -650,7 +650,10 @@ protected:
         FIf_display(form);
         forms.push_back(form);
     }
-    FI_form* any() { return forms.empty() ? nullptr : forms[roll(static_cast<unsigned>(forms.size()))]; }
+    FI_form* any() {
+        std::erase_if(forms, [](FI_form* f) { return FIf_is_valid(f) != FI_SUCCESS; });
+        return forms.empty() ? nullptr : forms[roll(static_cast<unsigned>(forms.size()))];
+    }
     void act(FI_form* form, int label) {
         switch (roll(40)) {
         case 0: FIg_delete(form, label); break;
@@ -664,9 +667,9 @@ protected:
         case 8: FIg_display(form, 0); break;
         case 9: FIg_enable(form, 0); break;
         case 10: FIf_set_attr(form, roll(2)); break;
-        case 31: FIg_set_high_value(form, label, roll(100)); break;
-        case 32: FIg_set_value(form, 0, roll(100)); break;
-        case 33: FIg_set_orientation(form, label, static_cast<int>(roll(2))); break;
+        case 21: FIg_set_high_value(form, label, roll(100)); break;
+        case 22: FIg_set_value(form, 0, roll(100)); break;
+        case 23: FIg_set_orientation(form, label, static_cast<int>(roll(2))); break;
         case 11:
             if (any() != nullptr) FIf_display(any());
             break;
