@@ -321,6 +321,42 @@ constexpr step STEPS[] = {
     {act::special, 0, double(host_key::tab), ""},
     {act::told, 15, 1, ""},
     {act::click, 3, 0, ""},
+
+    {act::page, 0, 0, "g_busy"},
+    {act::shot, 0, 0, "g_busy"},
+    {act::lift, 21, 30, ""}, // a bar shows what a slider says
+    {act::near, 21, 82, ""},
+    {act::about, 31, 82, ""},
+    {act::drag, 25, 40, ""}, // a field follows the dial
+    {act::told, 25, 90, ""},
+    {act::text, 26, 0, "90"},
+    {act::click, 43, 0, ""}, // one of each group
+    {act::value, 42, OFF, ""},
+    {act::click, 53, 0, ""},
+    {act::value, 52, OFF, ""},
+    {act::click, 63, 0, ""},
+    {act::value, 63, 0, ""},
+    {act::click, 27, 0, ""},
+    {act::told, 27, ON, ""},
+    {act::start, 64, 0, ""}, // a text follows the scroll bar
+    {act::special, 0, double(host_key::end), ""},
+    {act::text, 66, 0, "60.000000"},
+    {act::special, 0, double(host_key::tab), ""},
+    {act::hilited, 65, 1, ""},
+    {act::special, 0, double(host_key::down), ""},
+    {act::told, 65, 1, ""},
+    {act::click, 76, 0, ""},
+    {act::silent, 76, 0, ""},
+    {act::click, 75, 0, ""},
+    {act::told, 75, ON, ""},
+    {act::click, 3, 0, ""}, // as it was
+    {act::told, 3, ON, ""},
+    {act::value, 21, 60, ""},
+    {act::value, 25, 30, ""},
+    {act::value, 42, ON, ""},
+    {act::value, 52, ON, ""},
+    {act::value, 63, 2, ""},
+    {act::value, 64, 0, ""},
 };
 
 size_t next_step = 0;

@@ -643,7 +643,7 @@ protected:
         static constexpr const char* pages[] = {"g_button.frm",    "g_toggle.frm", "g_check.frm",  "g_text.frm",
                                                 "g_static.frm",    "g_group.frm",  "g_popup.frm",  "g_slider.frm",
                                                 "g_dial.frm",      "g_bar.frm",    "g_scroll.frm", "g_field.frm",
-                                                "g_fieldlist.frm", "g_mcf.frm"};
+                                                "g_fieldlist.frm", "g_mcf.frm",    "g_busy.frm"};
         if (forms.size() >= 6) return;
         FI_form* form = load(pages[roll(std::size(pages))]);
         FIf_set_location(form, static_cast<int>(roll(300)), static_cast<int>(roll(300)));
