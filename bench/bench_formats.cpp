@@ -50,6 +50,12 @@ constexpr format_row FORMATS[] = {
     {"bmp_byte_runs", RZL_STANDARD_BMP, RZL_FORMAT_BYTE_RUNS},
     {"pcx_rgb", RZL_STANDARD_PCX, RZL_FORMAT_PLANE_RUNS},
     {"pcx_byte", RZL_STANDARD_PCX, RZL_FORMAT_BYTE_RUNS},
+    {"hrf_rgb", RZL_STANDARD_HRF, RZL_FORMAT_RGB},
+    {"hrf_byte", RZL_STANDARD_HRF, RZL_FORMAT_BYTE},
+    {"hrf_byte_lzw", RZL_STANDARD_HRF, RZL_FORMAT_BYTE_RUNS},
+    {"hrf_bits", RZL_STANDARD_HRF, RZL_FORMAT_BILEVEL},
+    {"hrf_bits_runs", RZL_STANDARD_HRF, RZL_FORMAT_BILEVEL_RUNS},
+    {"usgs_byte", RZL_STANDARD_USGS, RZL_FORMAT_BYTE},
     {"jfif_rgb", RZL_STANDARD_JFIF, RZL_FORMAT_JPEG_RGB},
     {"png_rgb", RZL_STANDARD_PNG, RZL_FORMAT_RGB},
     {"pnm_rgb", RZL_STANDARD_PNM, RZL_FORMAT_PLANE_RUNS},
@@ -61,6 +67,10 @@ constexpr format_row FORMATS[] = {
     {"sun_rgb", RZL_STANDARD_SUN, RZL_FORMAT_PLANE_RUNS},
     {"sun_byte", RZL_STANDARD_SUN, RZL_FORMAT_BYTE},
     {"sun_bits_runs", RZL_STANDARD_SUN, RZL_FORMAT_BILEVEL_RUNS},
+    {"cals_bits", RZL_STANDARD_CALS, RZL_FORMAT_GROUP4},
+    {"vrlc_bits", RZL_STANDARD_VRLC, RZL_FORMAT_BILEVEL_RUNS},
+    {"vrlc_byte", RZL_STANDARD_VRLC, RZL_FORMAT_BYTE_RUNS},
+    {"nitf_byte", RZL_STANDARD_NITF, RZL_FORMAT_BYTE},
     {"xbm_bits", RZL_STANDARD_XBM, RZL_FORMAT_BILEVEL},
     {"ps_rgb", RZL_STANDARD_POSTSCRIPT, RZL_FORMAT_PLANE_RUNS},
     {"ps_byte", RZL_STANDARD_POSTSCRIPT, RZL_FORMAT_BYTE},
@@ -118,7 +128,7 @@ bool has_planes(int32_t format) {
 }
 
 bool is_bilevel(int32_t format) {
-    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS;
+    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP4;
 }
 
 void write_file(const char* name, const format_row& row, const picture& from) {

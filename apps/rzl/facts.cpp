@@ -81,7 +81,8 @@ void add_headers(const raster_source* s, int32_t active, json* facts) {
 
 } // namespace
 
-void add_standard_facts(const raster_source* source, int32_t image, json* facts) {
+void add_standard_facts(const raster_source* source, const char* path, int32_t image, json* facts) {
+    if (rzl_is_catalog(path) != 0) (*facts)["catalog"] = true;
     switch (source_field(source, RZL_FIELD_STANDARD, -1)) {
     case RZL_STANDARD_CALS: add_document(source, facts); break;
     case RZL_STANDARD_NITF: add_headers(source, image, facts); break;

@@ -97,7 +97,7 @@ int command_info(word_list* words) {
     raster_source source;
     if (!source_open(&request, &source)) return EXIT_FAILED;
     json facts = facts_of(&source);
-    add_standard_facts(&source, request.image, &facts);
+    add_standard_facts(&source, request.path, request.image, &facts);
     if (as_json) {
         out_text(facts.dump(-1, ' ', false, json::error_handler_t::replace).c_str());
         out_text("\n");

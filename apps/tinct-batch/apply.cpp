@@ -9,6 +9,8 @@
 
 #include "commands.h"
 #include "core/open_image.h"
+#include "done.h"
+#include "frames.h"
 #include "pair.h"
 #include "platform/interrupt.h"
 #include "request.h"
@@ -176,7 +178,8 @@ int save_planes(const char* path, const output_settings* settings) {
     return code;
 }
 
-int save(const apply_request* request, const output_settings* settings) {
+// `record` is written beside the picture; null: none is.
+int save(const apply_request* request, const output_settings* settings, const done_record* record) {
     char fresh[FILES_PATH_SIZE];
     bool begun = request->force ? files_replace_begin(request->out, fresh, sizeof fresh)
                                 : files_create_begin(request->out, fresh, sizeof fresh);
@@ -188,6 +191,10 @@ int save(const apply_request* request, const output_settings* settings) {
         bool of_file = code == IMP_WRITE_FAILED || code == IMP_TRUNCATED;
         return of_file ? program_fail_writing(request->out, imp_error_text[code])
                        : program_fail("%s: \"%s\"", imp_error_text[code], request->out);
+    }
+    if (record != nullptr && !done_write(record, request->out, fresh)) {
+        files_replace_abandon();
+        return program_fail_writing(request->out, "what it was made by could not be written down");
     }
     return program_put_in_place(request->out);
 }
@@ -207,8 +214,7 @@ void show_row(void* user, int32_t y, int32_t /*x1*/, int32_t /*x2*/) {
 
 // All pens must be there, and take what they are given, before the first is changed.
 int check_pens(apply_request* request) {
-    int missing = 0; // a surface that a frame doesn't show is nothing wrong with the recipe
-    const int status = each_set(request, &missing, [&](surface_set* set, char* why) {
+    const int status = each_set(request, &request->sets.wrong, [&](surface_set* set, char* why) {
         if (pen_defined(open_image.tnc, set->pen) != 0) return true;
         std::snprintf(why, SET_REASON_SIZE, "There is no pen %d in \"%.255s\".", set->pen, request->tnc);
         return false;
@@ -246,17 +252,35 @@ int open_pair(const apply_request* request) {
     return program_has_reported() ? EXIT_FAILED : EXIT_DONE;
 }
 
+int make_picture(apply_request* request, const palettes* p, const output_settings* settings,
+                 const done_record* record) {
+    int status = check_output(request, p);
+    if (status == EXIT_DONE) status = check_patterns(request);
+    if (status == EXIT_DONE) status = open_pair(request);
+    if (status == EXIT_DONE) status = apply_sets(request);
+    if (status == EXIT_DONE) status = save(request, settings, request->sets.wrong == 0 ? record : nullptr);
+    image_close();
+    return status;
+}
+
+// Leaves a picture alone that has been made already.
+int make_unless_done(apply_request* request, const palettes* p, const output_settings* settings) {
+    done_record record;
+    done_describe(&record, request, p->path);
+    int status = EXIT_DONE;
+    if (!done_already(&record, request->out)) status = make_picture(request, p, settings, &record);
+    done_free(&record);
+    return status;
+}
+
 int run(apply_request* request, palettes* p) {
     output_settings settings = {};
     int status = request_output(request, &settings);
     if (status == EXIT_DONE) status = load_palettes(request, p);
     if (status == EXIT_DONE) status = look_up_names(request, p);
-    if (status == EXIT_DONE) status = check_output(request, p);
-    if (status == EXIT_DONE) status = check_patterns(request);
-    if (status == EXIT_DONE) status = open_pair(request);
-    if (status == EXIT_DONE) status = apply_sets(request);
-    if (status == EXIT_DONE) status = save(request, &settings);
-    image_close();
+    if (status == EXIT_DONE)
+        status =
+            request->skip_done ? make_unless_done(request, p, &settings) : make_picture(request, p, &settings, nullptr);
     // The picture is there; what a recipe asked for and could not get makes the run a failed one all the same.
     return status == EXIT_DONE && request->sets.wrong > 0 ? static_cast<int>(EXIT_FAILED) : status;
 }
@@ -267,7 +291,7 @@ int batch_apply(word_list* words) {
     apply_request request;
     palettes p = {};
     int status = request_parse(words, &request);
-    if (status == EXIT_DONE) status = run(&request, &p);
+    if (status == EXIT_DONE) status = request.frames != nullptr ? frames_run(&request, words) : run(&request, &p);
     free_palettes(&p);
     request_free(&request);
     return status;

@@ -13,7 +13,8 @@ constexpr const char* SYNOPSIS =
     "       tinct-batch pick FILE.tnc X Y [--json]\n"
     "       tinct-batch samples FILE.tnc PEN\n"
     "       tinct-batch apply FILE.tnc [--palette FILE.tnp] --set PEN=SURFACE [--set ...] -o OUT [options]\n"
-    "       tinct-batch apply FILE.tnc [--palette FILE.tnp] --sets FILE.sets [...] -o OUT [options]\n";
+    "       tinct-batch apply FILE.tnc [--palette FILE.tnp] --sets FILE.sets [...] -o OUT [options]\n"
+    "       tinct-batch apply 'NAME.%05d.tnc' --frames RANGE [--list] --sets FILE.sets -o 'OUT.%05d.tif' [options]\n";
 
 constexpr const char* HELP =
     "info lists the surfaces (pens) of a rendered image; pick those at a pixel, strongest first; samples every sample\n"
@@ -25,7 +26,7 @@ constexpr const char* HELP =
     "  --sets FILE          a recipe: one PEN=SURFACE a line, and lines that begin with # for comments. Wrong lines\n"
     "                       are told, and so are pens that the image does not have; the others are applied\n"
     "  --palette FILE.tnp   the palette for names; without it the product's own\n"
-    "  --type T             rgb, tif, gif, tga, bmp, pcx, jpg or png; without it by the extension of OUT\n"
+    "  --type T             as rgb, tif or gif, of what rzl formats creates; without it by the extension of OUT\n"
     "  --bits N             8 or 24\n"
     "  --uncompressed       store the pixels plainly\n"
     "  --colors N           reduce to N colours\n"
@@ -34,8 +35,14 @@ constexpr const char* HELP =
     "  --closest            the nearest colour, without dither\n"
     "  --grey               grey levels\n"
     "  --force              overwrite an existing OUT; the input files never\n"
+    "  --skip-done          do nothing when OUT was made by the same options from the same files; for that, .OUT.done\n"
+    "                       beside it tells by what it was made\n"
+    "  --frames RANGE       many frames, each in a process of its own: 1-100, 1-100x5, or 3,7,10-20. Both names have\n"
+    "                       one %d, or %05d for five digits, for the number. One that fails leaves the others alone\n"
+    "  --list               print the commands of the frames, one a line, for whatever runs them\n"
     "\n"
-    "Exit status: 0 done, 1 failed, 2 wrong usage. A recipe with wrong lines gives 1, with the picture saved.\n";
+    "Exit status: 0 done, 1 failed, 2 wrong usage. A recipe with wrong lines, or with pens that the image does not\n"
+    "have, gives 1, with the picture saved.\n";
 
 constexpr program_command COMMANDS[] = {
     {"info", batch_info},

@@ -19,7 +19,10 @@ struct apply_request {
     int64_t bits;        // 0: not given
     int64_t colors;      // 0: not given
     double gamma;
+    const char* frames; // numbers of frames, whose names `tnc` and `out` are patterns for; null: one picture
     bool uncompressed, closest, grey, force;
+    bool list;      // the commands of frames are printed, not done
+    bool skip_done; // what has been made already is left as it is
 };
 
 // Reads the words of the command, and the recipes that they name. EXIT_DONE, EXIT_USAGE, or EXIT_FAILED for a recipe

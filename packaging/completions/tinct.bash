@@ -36,14 +36,16 @@ _tinct_batch() {
     shopt -q extglob || { shopt -s extglob; local restore=1; }
     case $before in
     --palette) _tinct_files tnp ;;
-    --type) _tinct_words "rgb tif gif tga bmp pcx" ;;
+    --sets) _tinct_files sets ;;
+    --type) _tinct_words "rgb tif gif tga bmp pcx jpg png" ;;
     --bits) _tinct_words "8 24" ;;
     -o) _tinct_any_file ;;
-    --set | --colors | --gamma) ;;
+    --set | --colors | --gamma | --frames) ;;
     *)
         case $command:$cur in
         apply:-*)
-            _tinct_words "--palette --set -o --type --bits --uncompressed --colors --gamma --closest --grey --force"
+            _tinct_words "--palette --set --sets -o --type --bits --uncompressed --colors --gamma --closest --grey --force \
+                --skip-done --frames --list"
             ;;
         info:-* | pick:-*) _tinct_words "--json" ;;
         *) _tinct_files tnc ;;

@@ -113,7 +113,7 @@ TEST_F(Batch, ARecipeIsAppliedLineByLine) {
     write_raster("weave.rgb", 8, 8, 28);
     write("good.sets", "# of the scene\n1=@weave.rgb:size=0.5\n\n2=0,1,0\n77=1,1,1\n");
     run_result result = run("tinct-batch apply still.tnc --sets good.sets -o a.rgb");
-    EXPECT_EQ(result.status, 0) << result.err; // a surface that this frame doesn't show is passed over
+    EXPECT_EQ(result.status, 1); // a surface that this frame doesn't have is told and passed over
     EXPECT_NE(result.err.find("\"good.sets\", line 5: There is no pen 77"), std::string::npos);
     ASSERT_EQ(run("tinct-batch apply still.tnc --set 1=@weave.rgb:size=0.5 --set 2=0,1,0 -o b.rgb").status, 0);
     EXPECT_EQ(pixels("a.rgb"), pixels("b.rgb"));
@@ -129,6 +129,42 @@ TEST_F(Batch, ARecipeIsAppliedLineByLine) {
     EXPECT_EQ(run("tinct-batch apply still.tnc --sets good.sets --force -o good.sets --type rgb").status, 1);
     EXPECT_EQ(run("tinct-batch apply still.tnc --sets none.sets -o e.rgb").status, 1);
     EXPECT_FALSE(std::filesystem::exists(directory + "/e.rgb"));
+}
+
+// A sequence is done frame by frame; a frame that fails leaves the others alone, and one that is done stays as it is.
+TEST_F(Batch, FramesAreDoneOnce) {
+    namespace fs = std::filesystem;
+    const auto time = [&](int frame) { return fs::last_write_time(directory + "/o" + std::to_string(frame) + ".rgb"); };
+    for (const char* frame : {"07", "08", "10"})
+        fs::copy(directory + "/still.tnc", directory + "/s" + frame + ".tnc");
+    write("good.sets", "1=0,1,0\n");
+    const std::string all =
+        "tinct-batch apply s%02d.tnc --frames 7,8-10 --sets good.sets -o o%d.rgb --skip-done --force";
+    run_result result = run(all);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("Frame 9 failed"), std::string::npos) << result.err;
+    ASSERT_EQ(run("tinct-batch apply still.tnc --sets good.sets -o one.rgb").status, 0);
+    for (const char* name : {"o7.rgb", "o8.rgb", "o10.rgb"})
+        EXPECT_EQ(pixels(name), pixels("one.rgb")) << name;
+
+    fs::copy(directory + "/still.tnc", directory + "/s09.tnc");
+    const auto seventh = time(7), eighth = time(8), tenth = time(10);
+    write("o8.rgb", read(directory + "/one.rgb"));                                // somebody else's, though the same
+    fs::last_write_time(directory + "/s10.tnc", tenth + std::chrono::seconds(1)); // its source is new
+    const auto strange = time(8);
+    EXPECT_EQ(run(all).status, 0);
+    EXPECT_EQ(time(7), seventh);
+    EXPECT_NE(time(8), strange);
+    EXPECT_NE(time(8), eighth);
+    EXPECT_NE(time(10), tenth);
+    EXPECT_EQ(pixels("o9.rgb"), pixels("one.rgb"));
+    EXPECT_EQ(run("tinct-batch apply s07.tnc --set 1=0,0,1 -o o7.rgb --skip-done").status, 1) << "made otherwise";
+    EXPECT_EQ(time(7), seventh);
+
+    result = run("tinct-batch apply 'a b%d.tnc' --frames 1-5x2 --set \"1=it's\" -o o%03d.rgb --list");
+    EXPECT_EQ(result.out, "tinct-batch apply 'a b1.tnc' --set '1=it'\\''s' -o o001.rgb\n"
+                          "tinct-batch apply 'a b3.tnc' --set '1=it'\\''s' -o o003.rgb\n"
+                          "tinct-batch apply 'a b5.tnc' --set '1=it'\\''s' -o o005.rgb\n");
 }
 
 TEST_F(Batch, RefusesWrongUsageBeforeAnyWork) {
@@ -150,6 +186,12 @@ TEST_F(Batch, RefusesWrongUsageBeforeAnyWork) {
                               "apply still.tnc --set 1=@w.rgb:rotation=x -o o.rgb",
                               "apply still.tnc --set 1=1,0,0:mirror -o o.rgb",
                               "apply still.tnc --set 1=1,0,0 -o o.xyz",
+                              "apply s%d.tnc --set 1=1,0,0 -o o%d.rgb --list",
+                              "apply s%d.tnc --set 1=1,0,0 -o o.rgb --frames 1-3",
+                              "apply s%s.tnc --set 1=1,0,0 -o o%d.rgb --frames 1-3",
+                              "apply s%d.tnc --set 1=1,0,0 -o o%d.rgb --frames 3-1",
+                              "apply s%d.tnc --set 1=1,0,0 -o o%d.rgb --frames 1-3,",
+                              "apply s%d.tnc --set 1=1,0,0 -o o%d.rgb --frames 1-3x0",
                               "apply still.tnc --set 1=1,0,0 -o o.rgb --type wav",
                               "apply still.tnc --set 1=1,0,0 -o o.rgb --bits 16",
                               "apply still.tnc --set 1=1,0,0 -o o.rgb --gamma 0",

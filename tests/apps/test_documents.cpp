@@ -64,7 +64,7 @@ options in_page(const std::string& page) {
                 flags = true;
             else if (word.size() == 2 && isupper(word[0]) && islower(word[1]))
                 flags = false;
-            else if (flags && word != "|" && word != "," && word != "-")
+            else if (flags && word.find_first_not_of("|,.-") != std::string::npos)
                 all.insert("-" + word);
         }
     }

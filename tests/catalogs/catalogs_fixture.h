@@ -10,7 +10,7 @@ inline picture read_plane(CFILE* c) {
     p.height = field_of(c, 2);
     p.format = field_of(c, 3);
     p.bits = field_of(c, 507);
-    p.orientation = field_of(c, 9);
+    (void)rzl_get_hdr_data(c, 9, &p.orientation); // of a catalog, whose first member may be refused
     const size_t bytes = line_bytes(c, p.width);
     bytes_of_file plane(bytes + 16, 0xEE);
     for (; p.lines < p.height; ++p.lines) {

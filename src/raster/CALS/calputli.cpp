@@ -41,10 +41,8 @@ bool write_text_header(CFILE* c, const cals_spec* spec) {
         char value[CALS_RECORD];
         char line[CALS_RECORD + 16];
         format_value(c, key, value, sizeof value);
-        int length = std::snprintf(line, sizeof line, "%s: %s", key.word, value);
-        std::memcpy(
-            record, line,
-            strnlen(line, static_cast<size_t>(length) < CALS_RECORD ? static_cast<size_t>(length) : CALS_RECORD));
+        (void)std::snprintf(line, sizeof line, "%s: %s", key.word, value);
+        std::memcpy(record, line, strnlen(line, CALS_RECORD));
         record += CALS_RECORD;
     }
     return put_all(c, header, sizeof header);

@@ -108,7 +108,8 @@ int set_integer_field(CFILE* c, int32_t field, int32_t number) {
 } // namespace
 
 field_type field_type_of(const CFILE* c, int32_t field) {
-    const field_type* found = c->module != nullptr ? find_type(c->module->types, field) : nullptr;
+    const format_module* module = c->stands_for != nullptr ? c->stands_for : c->module;
+    const field_type* found = module != nullptr ? find_type(module->types, field) : nullptr;
     if (found == nullptr) found = find_type(TYPES, field);
     return found != nullptr ? *found : field_type{field, field_kind::integer, sizeof(int32_t)};
 }

@@ -205,6 +205,7 @@ bool is_fixed(const CFILE* c, int32_t field) {
 int set_base_field(CFILE* c, int32_t field, const void* value) {
     constexpr int32_t MAX_SAMPLES = 65535;
     constexpr int32_t MAX_BITS = 128;
+    if (c->module != nullptr && (c->module->traits & MODULE_FIELDS) != 0) return set_module_field(c, field, value);
     if (is_fixed(c, field)) return 0;
     constexpr field_range COUNT_FIELDS[] = {{101, 102}, {700, 700}};
     bool counts = is_in(COUNT_FIELDS, field) && c->module != nullptr && (c->module->traits & MODULE_COUNTS) != 0;
@@ -275,6 +276,7 @@ int32_t pixel_class(const CFILE* c) {
 int rzl_get_hdr_data(CFILE* c, int32_t field, void* value) {
     if (!handle_is_valid(c, "rzl_get_hdr_data")) return 1;
     lock_enter(c->lock);
+    ++c->depth;
     int result = 0;
     if (field == RZL_FIELD_STATUS && value != nullptr) {
         std::memcpy(value, &c->status, sizeof c->status);
@@ -329,6 +331,11 @@ int rzl_set_stat(CFILE* c, const rzl_stat* stat) {
 int rzl_is_damaged(CFILE* c) {
     if (!handle_enter(c, "rzl_is_damaged")) return 0;
     return handle_leave(c, has_flag(c, FLAG_DAMAGED) ? 1 : 0);
+}
+
+int rzl_is_line_damaged(CFILE* c) {
+    if (!handle_enter(c, "rzl_is_line_damaged")) return 0;
+    return handle_leave(c, c->line_damaged ? 1 : 0);
 }
 
 const char* rzl_version(void) {

@@ -42,6 +42,8 @@ constexpr uint32_t MODULE_COLORS = 4;    // Get_line gives three planes of a bil
 constexpr uint32_t MODULE_CUT_TILES = 8; // tiles hold what lies inside of the image, and Gettilerows gives no more
 constexpr uint32_t MODULE_NO_TABLE = 16; // files have no colour table: values of one are not to be put into them
 constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: they reach the module
+constexpr uint32_t MODULE_CODED = 64;    // pixels are always stored in a coding, also those of the plain data formats
+constexpr uint32_t MODULE_FIELDS = 128;  // all fields that are set reach the module, whether the header exists or not
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"
@@ -73,6 +75,9 @@ struct format_module {
     // it. Called on a new handle without a file. 0, or 1 with the status set.
     int (*extend)(CFILE* c, const char* name) = nullptr;
 
+    // Null, or asserts what the module promises of its record between calls (support/invariant.h).
+    void (*check)(const CFILE* c) = nullptr;
+
     // Null, or told by rzl_put_tiles() that tile number `line` of the handle has been written, to the file offsets from
     // `begin` up to `end`. Such a module's tiles go behind each other at the end of its data, in whatever order they
     // come. False with the status set.
@@ -98,6 +103,10 @@ bool keep_name(CFILE* c, const char* name);
 
 // Opens `name` in the place of the handle's file, which must be closed, in the handle's mode. False with the status.
 bool reopen_cfile_file(CFILE* c, const char* name);
+
+// Opens a member of a catalog, or creates one for writing, in the mode of a public call. The handle's `catalog` is the
+// catalog's, which outlives it. An existing catalog is not created anew as a member. Null with the library-wide status.
+CFILE* open_member(const CFILE* catalog, const char* name, uint32_t mode);
 
 // Ends the view if there is one and closes the file; the standard input is only flushed. 0 on success, -1 when
 // something that was written is lost. `file` is null afterwards.

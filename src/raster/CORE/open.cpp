@@ -53,7 +53,7 @@ void attach_source(CFILE* c, const file_source& source) {
     if (c->mode == MODE_READ && source.memory == nullptr) (void)rzl_set_mapped(c, true);
 }
 
-CFILE* rzl_open_existing(const char* name, bool update) {
+CFILE* rzl_open_existing(const char* name, bool update, const CFILE* catalog = nullptr) {
     set_last_status(0);
     if (name == nullptr) update = false;
     file_source source = {};
@@ -64,14 +64,15 @@ CFILE* rzl_open_existing(const char* name, bool update) {
         if (name != nullptr && source.memory == nullptr) (void)files_close(source.handle);
         return nullptr;
     }
+    c->catalog = catalog;
     c->mode = update ? MODE_UPDATE : MODE_READ;
     set_flag(c, FLAG_HEADER_EXISTS, update);
     attach_source(c, source);
     return detect_and_open(c, name);
 }
 
-CFILE* open_with_format(const char* name, bool update) {
-    CFILE* c = rzl_open_existing(name, update);
+CFILE* open_with_format(const char* name, bool update, const CFILE* catalog = nullptr) {
+    CFILE* c = rzl_open_existing(name, update, catalog);
     if (c != nullptr) c->format = c->slots.Get_format(c);
     return c;
 }
@@ -150,11 +151,24 @@ CFILE* rzl_create(const char* name, bool readback) {
 } // namespace
 
 bool reopen_cfile_file(CFILE* c, const char* name) {
+    c->held.judged = false;
     file_source source = {};
     if (!find_source(c, name, c->mode == MODE_UPDATE, &source)) return false;
     set_flag(c, FLAG_MEMORY, false);
     attach_source(c, source);
     return true;
+}
+
+CFILE* open_member(const CFILE* catalog, const char* name, uint32_t mode) {
+    bool creates = mode == MODE_WRITE || mode == MODE_WRITE_READ;
+    if (!creates) return open_with_format(name, mode == MODE_UPDATE, catalog);
+    if (may_be_replaced(name)) return rzl_create(name, mode == MODE_WRITE_READ);
+    fail(nullptr, RZL_CANNOT_OPEN, SOURCE, name);
+    return nullptr;
+}
+
+int rzl_is_catalog(const char* name) {
+    return name != nullptr && !is_memory_name(name) && !may_be_replaced(name) ? 1 : 0;
 }
 
 CFILE* rzl_open_r(const char* name) {
