@@ -148,7 +148,7 @@ void show_directory(file_picker* p, const char* directory) {
 // ---- texts ---------------------------------------------------------------------------------------------------------
 
 void set_filter(file_picker* p, const char* text) {
-    std::snprintf(p->filter, sizeof p->filter, "%s", text);
+    std::snprintf(p->filter, sizeof p->filter, "%.127s", text);
     form_set_text(p->form, FILTER, p->filter);
     show_files(p);
 }
