@@ -129,7 +129,7 @@ TEST_F(Open, NamesOfASetComeBeforeLooserTests) {
 }
 
 TEST_F(Open, WhatNoModuleReadsIsAnsweredAsUnknown) {
-    for (const char* text : {"", "?", "II*", "BM", "SUPERT!", "P6 1 1 0 abc"}) {
+    for (const char* text : {"", "?", "II*", "BM", "P6 1 1 0 abc"}) {
         write_bytes(path("unknown"), bytes_of(text));
         EXPECT_EQ(rzl_open_r(path("unknown").c_str()), nullptr) << text;
         EXPECT_EQ(library_status(), RZL_READ_FAILED) << text;
@@ -153,7 +153,7 @@ TEST_F(Open, CatalogIsNotTruncated) {
     write_bytes(path("catalog"), catalog);
     for (auto open : {rzl_open_w, rzl_open_wr}) {
         EXPECT_EQ(open(path("catalog").c_str()), nullptr);
-        EXPECT_EQ(library_status(), RZL_CANNOT_OPEN);
+        EXPECT_EQ(library_status(), RZL_NOT_STANDARD) << "as its module has it";
     }
     EXPECT_EQ(read_bytes(path("catalog")), catalog);
 
