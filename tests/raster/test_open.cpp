@@ -94,7 +94,7 @@ TEST_F(Open, FormatsAreFoundFromTheirFirstBytes) {
         {"\x0A\x05\x01\x08"s, RZL_STANDARD_PCX},
         {"\x0A\x01\x01\x08"s, DETECTED_NOTHING},
         {"FONT"s, RZL_STANDARD_SYM},
-        {"\0\0\x01\0\x01\0\x20\x20\x10\0\0\0\0\0"s, DETECTED_NOTHING}, // an icon without its pixels
+        {"\0\0\x01\0\x01\0\x20\x20\x10\0\0\0\0\0"s, RZL_STANDARD_ICO},
         {"srcdocid:"s, RZL_STANDARD_CALS},
         {"specversion:"s, RZL_STANDARD_CALS},
         {"\xA0"s, RZL_STANDARD_CALS},
