@@ -69,14 +69,14 @@ bool raster_is_whole(CFILE* file, const char* path) {
     void* planes[COLOR_CHANNELS] = {room.get(), nullptr, nullptr};
     for (int i = 1; i < channels; ++i)
         planes[i] = room.get() + bytes * static_cast<size_t>(i);
-    int32_t lines = rzl_lines_held(file);
+    const int32_t lines = field_of(file, RZL_FIELD_YSIZE);
     for (int32_t i = 0; i < lines; ++i) {
         if (rzl_getline_channels(file, channels, planes) != 0) {
             raster_line_failed(file, path, i);
             return false;
         }
         // Behind the first line that was made up there is nothing.
-        if (rzl_is_damaged(file) != 0) break;
+        if (rzl_is_line_damaged(file) != 0) break;
     }
     return raster_is_undamaged(file, path);
 }

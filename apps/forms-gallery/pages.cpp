@@ -23,6 +23,7 @@ const gallery_page gallery_pages[] = {
     {"g_field", "Fields", 11},
     {"g_fieldlist", "Fields that scroll, and lists", 11},
     {"g_mcf", "Multi-column fields", 11},
+    {"g_busy", "A panel", 11},
 };
 const int gallery_page_count = sizeof gallery_pages / sizeof gallery_pages[0];
 

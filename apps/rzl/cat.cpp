@@ -22,12 +22,19 @@ bool allocate(const raster_source* s, line_buffers* b) {
         plane.block = mem_new_array<uint8_t>(source_plane_bytes(s));
         if (!plane) return false;
     }
-    b->out.block = mem_new_array<uint8_t>(static_cast<size_t>(s->width) * 3 + 1);
+    b->out.block =
+        mem_new_array<uint8_t>(std::max(rzl_interleaved_size(s->file), static_cast<size_t>(s->width) * 3 + 1));
     return static_cast<bool>(b->out);
+}
+
+// Colours that have no plane more come as they are printed.
+bool comes_as_pixels(const raster_source* s) {
+    return s->kind == pixel_kind::color && s->samples == 3;
 }
 
 bool read_line(const raster_source* s, line_buffers* b) {
     auto& p = b->planes;
+    if (comes_as_pixels(s)) return rzl_getline_interleaved(s->file, b->out.get()) == 0;
     switch (s->kind) {
     case pixel_kind::mapped:
     case pixel_kind::color: return rzl_getline3(s->file, p[0].get(), p[1].get(), p[2].get()) == 0;
@@ -61,7 +68,7 @@ size_t make_row(const raster_source* s, line_buffers* b) {
         break;
     default:
         pixel = 3;
-        for (size_t x = 0; x < width; ++x) {
+        for (size_t x = 0; !comes_as_pixels(s) && x < width; ++x) {
             out[x * 3] = plane[x];
             out[x * 3 + 1] = b->planes[1][x];
             out[x * 3 + 2] = b->planes[2][x];
@@ -73,17 +80,16 @@ size_t make_row(const raster_source* s, line_buffers* b) {
 
 int print_rows(const raster_source* s, const char* path, line_buffers* b) {
     bool jumps = source_is_bottom_up(s);
-    int32_t lines = rzl_lines_held(s->file);
     // The rows of a picture that is not all there have no place.
-    if (jumps && lines < s->height) return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
+    if (jumps && rzl_lines_held(s->file) < s->height)
+        return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
     // Remembered line offsets only make the way up quick; a format without them finds its lines all the same.
     if (jumps) rzl_randomize(s->file);
-    bool was_damaged = rzl_is_damaged(s->file) != 0;
-    for (int32_t row = 0; row < lines; ++row) {
+    for (int32_t row = 0; row < s->height; ++row) {
         int32_t line = source_line_of_row(s, row);
         if ((jumps && rzl_seek(s->file, line) != 0) || !read_line(s, b)) return raster_line_failed(s->file, path, line);
         // The first line that was made up ends the picture.
-        if (!was_damaged && rzl_is_damaged(s->file) != 0) break;
+        if (rzl_is_line_damaged(s->file) != 0) break;
         out_bytes(b->out.get(), make_row(s, b));
         if (out_failed()) return EXIT_FAILED;
     }

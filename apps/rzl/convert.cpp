@@ -20,7 +20,8 @@ namespace {
 
 constexpr int CHANNELS = 4;
 constexpr int SAMPLES_OF_COLOR = 3;
-constexpr int64_t PLAIN_TILE = 1024;       // a side that needs no picture of its size
+constexpr int64_t PLAIN_TILE = 1024; // a side that needs no picture of its size
+constexpr int32_t BYTE_VALUES = 256;
 constexpr int32_t VLT_ENTRIES_MAX = 65536; // a slot is a 16-bit number
 
 struct convert_request {
@@ -138,16 +139,23 @@ bool can_hold(pixel_kind target, pixel_kind source) {
     }
 }
 
+// Whether colours of the standard's files are those of a table.
+bool has_only_tables(int32_t standard) {
+    bool colors =
+        rzl_standard_takes(standard, RZL_FORMAT_RGB) != 0 || rzl_standard_takes(standard, RZL_FORMAT_PLANE_RUNS) != 0;
+    return !colors && rzl_standard_has_table(standard) != 0 && rzl_standard_takes(standard, RZL_FORMAT_BYTE_RUNS) != 0;
+}
+
 // Whether the picture goes out in fewer colours than it has.
 bool reduces(const raster_source* source, const convert_request* request) {
-    bool wants_table = request->keep_vlt || request->standard == RZL_STANDARD_GIF;
+    bool wants_table = request->keep_vlt || has_only_tables(request->standard);
     return wants_table && source->kind == pixel_kind::color && kind_of_format(request->format) == pixel_kind::grey;
 }
 
 int64_t default_format(const raster_source* source, const convert_request* request) {
     bool bilevel = source->kind == pixel_kind::bilevel;
     if (bilevel && request->standard == RZL_STANDARD_CALS) return RZL_FORMAT_GROUP4;
-    bool one_plane = request->standard == RZL_STANDARD_GIF || request->keep_vlt;
+    bool one_plane = has_only_tables(request->standard) || request->keep_vlt;
     bool spread = source->kind == pixel_kind::mapped && rzl_standard_has_table(request->standard) == 0;
     if (spread && !request->keep_vlt) return nearest_format(pixel_kind::color, request->standard);
     return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
@@ -155,7 +163,6 @@ int64_t default_format(const raster_source* source, const convert_request* reque
 
 // Whether one plane of the target can hold the source's values, which are indices when there is a table, or shades.
 bool table_fits(const raster_source* source, const convert_request* request) {
-    constexpr int32_t BYTE_VALUES = 256;
     int32_t colors = rzl_standard_colors(request->standard);
     bool is_table = source->kind == pixel_kind::mapped || request->keep_vlt;
     if (colors == 0) return !is_table;
@@ -225,10 +232,22 @@ bool put_vlt(conversion* c, int32_t entries, const rzl_vlt_entry* vlt) {
 
 // Entries of the source's table from the first on. A map that begins with another one has them at their own index.
 int32_t table_entries(const raster_source* source) {
-    constexpr int32_t BYTE_VALUES = 256;
     bool is_targa = source_field(source, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_TARGA;
     int32_t first = is_targa ? source_field(source, RZL_FIELD_TARGA_MAP_FIRST, 0) : 0;
     return first == 0 ? source->vlt_entries : std::min(first + source->vlt_entries, BYTE_VALUES);
+}
+
+// A native table can have more entries than bytes have values: their numbers are taken as bytes, and the last one of a
+// number holds. Gives the entries that are left.
+int32_t fold_vlt(rzl_vlt_entry* vlt, int32_t entries) {
+    rzl_vlt_entry folded[BYTE_VALUES] = {};
+    for (int32_t i = 0; i < entries; ++i)
+        folded[vlt[i].slot % BYTE_VALUES] = vlt[i];
+    for (int32_t i = 0; i < BYTE_VALUES; ++i) {
+        vlt[i] = folded[i];
+        vlt[i].slot = static_cast<uint16_t>(i);
+    }
+    return BYTE_VALUES;
 }
 
 // Programs differ in which bit of a Sun file is black, unless its map tells.
@@ -244,8 +263,10 @@ bool copy_vlt(conversion* c) {
     if (!keeps) return true;
     if (c->source->vlt_entries > VLT_ENTRIES_MAX) return false;
     c->vlt.block = mem_new_array<rzl_vlt_entry>(VLT_ENTRIES_MAX);
-    return c->vlt && rzl_get_vlt(c->source->file, c->vlt.get()) == 0 &&
-           put_vlt(c, table_entries(c->source), c->vlt.get());
+    if (!c->vlt || rzl_get_vlt(c->source->file, c->vlt.get()) != 0) return false;
+    int32_t entries = table_entries(c->source);
+    if (entries > BYTE_VALUES && c->request->standard != RZL_STANDARD_KRVN) entries = fold_vlt(c->vlt.get(), entries);
+    return put_vlt(c, entries, c->vlt.get());
 }
 
 bool has_field(CFILE* file, int32_t field, int64_t wanted) {
@@ -310,7 +331,7 @@ bool write_header(conversion* c) {
 bool stores_pixels(CFILE* file) {
     if (!has_field(file, RZL_FIELD_SAMPLES, SAMPLES_OF_COLOR)) return false;
     if (has_field(file, RZL_FIELD_STANDARD, RZL_STANDARD_TIFF)) return has_field(file, RZL_FIELD_PLANAR, 1);
-    return has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_RGB);
+    return has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_RGB) || has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_JPEG_RGB);
 }
 
 // Rows that both files store as pixels are not taken apart on the way, unless they are turned round.
@@ -364,7 +385,8 @@ bool write_line(conversion* c) {
     if (c->mirrored) mirror_line(c);
     bool one_plane = c->source->kind == pixel_kind::grey || c->source->kind == pixel_kind::bilevel;
     if (c->source->kind == pixel_kind::bilevel && c->target != pixel_kind::bilevel) widen_bits(c, 255);
-    if (c->source->kind == pixel_kind::mapped && c->source->bits == 1 && c->target != pixel_kind::color) {
+    bool indices_are_bits = kind_of_format(c->source->format) == pixel_kind::bilevel; // some files have a byte for each
+    if (c->source->kind == pixel_kind::mapped && indices_are_bits && c->target != pixel_kind::color) {
         widen_bits(c, 1); // the two indices
     }
     if (c->target == pixel_kind::color) {
@@ -393,7 +415,7 @@ int copy_lines(conversion* c) {
     for (int32_t line = 0; line < s->height; ++line) {
         if (c->turned && rzl_seek(s->file, s->height - 1 - line) != 0) return raster_line_failed(s->file, path, line);
         if (!read_line(c)) return raster_line_failed(s->file, path, line);
-        if (rzl_is_damaged(s->file) != 0) break;
+        if (rzl_is_line_damaged(s->file) != 0) break;
         if (!write_line(c)) return line_not_written(c);
         progress_show("converting", line + 1, s->height);
     }

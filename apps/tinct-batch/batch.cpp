@@ -26,7 +26,7 @@ constexpr const char* HELP =
     "  --sets FILE          a recipe: one PEN=SURFACE a line, and lines that begin with # for comments. Wrong lines\n"
     "                       are told, and so are pens that the image does not have; the others are applied\n"
     "  --palette FILE.tnp   the palette for names; without it the product's own\n"
-    "  --type T             rgb, tif, gif, tga, bmp, pcx, jpg or png; without it by the extension of OUT\n"
+    "  --type T             as rgb, tif or gif, of what rzl formats creates; without it by the extension of OUT\n"
     "  --bits N             8 or 24\n"
     "  --uncompressed       store the pixels plainly\n"
     "  --colors N           reduce to N colours\n"

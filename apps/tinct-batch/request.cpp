@@ -87,7 +87,7 @@ bool takes_value(const char* word) {
 // The standard of an output type, -1 for one that pictures are not saved as.
 int32_t standard_of_type(const char* type) {
     int32_t standard = rzl_standard_of_extension(type);
-    return imp_format_ok(standard, RZL_FORMAT_BYTE_RUNS) != 0 ? standard : -1;
+    return rzl_standard_name(standard) != nullptr ? standard : -1;
 }
 
 // Options that ask for a colour table or grey levels mean 8 bits.
@@ -141,15 +141,16 @@ int request_output(const apply_request* request, output_settings* settings) {
     int32_t standard = standard_of_type(name);
     if (standard < 0 && request->type != nullptr) return program_usage("--type does not know \"%s\"", name);
     if (standard < 0) return program_usage("the extension of \"%s\" names no type; give --type", request->out);
-    bool is_gif = standard == RZL_STANDARD_GIF;
-    bool is_jpeg = standard == RZL_STANDARD_JFIF;
-    bool is_coded = is_gif || is_jpeg || standard == RZL_STANDARD_PNG;
-    if (is_gif && request->bits == 24) return program_usage("gif has 8 bits");
-    if (is_jpeg && (request->colors != 0 || request->closest)) return program_usage("%s has no colour table", name);
-    if (is_coded && request->uncompressed) return program_usage("%s is always compressed", name);
     int can_create = 0;
     if (rzl_standard_support(standard, &can_create, nullptr) != 0 || can_create == 0) {
         return program_fail("This version can not write \"%s\" files yet.", name);
     }
+    if (imp_standard_ok(standard) == 0) return program_usage("pictures are not saved as \"%s\"", name);
+    bool has_24 = imp_format_ok(standard, RZL_FORMAT_RGB) != 0 || imp_format_ok(standard, RZL_FORMAT_PLANE_RUNS) != 0;
+    bool has_table = rzl_standard_has_table(standard) != 0;
+    if (request->bits == 24 && !has_24) return program_usage("%s has 8 bits", name);
+    if (!has_table && (request->colors != 0 || request->closest)) return program_usage("%s has no colour table", name);
+    if (rzl_standard_is_coded(standard) != 0 && request->uncompressed)
+        return program_usage("%s is always compressed", name);
     return settle_format(request, standard, settings);
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "platform/files.h"
 #include "support/fontlayout.h"
 
 namespace {
@@ -86,9 +87,7 @@ std::vector<uint8_t> font_bytes(const std::vector<drawn_glyph>& glyphs) {
 }
 
 bool write_bytes(const std::string& path, const std::vector<uint8_t>& bytes) {
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    bool good = file != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    if (file != nullptr && std::fclose(file) != 0) good = false;
+    bool good = files_replace_whole(path.c_str(), bytes.data(), bytes.size());
     if (!good) std::fprintf(stderr, "%s: can't be written\n", path.c_str());
     return good;
 }

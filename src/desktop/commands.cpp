@@ -22,7 +22,9 @@
 #include "platform/files.h"
 #include "platform/window/dialog.h"
 #include "support/log.h"
+#include "support/memory.h"
 #include "surface/file_types.h"
+#include "surface/paths.h"
 #include "tools/colors.h"
 #include "tools/events.h"
 #include "tools/windows.h"
@@ -44,6 +46,7 @@ constexpr const char* KEYS_HELP = "Ctrl+O  open an image\n"
                                   "arrows, Page Up, Page Down, Home  move\n"
                                   "Escape, right click  next surface, or the end of a tool\n"
                                   "wheel  zoom at the pointer\n"
+                                  "Ctrl and drag  move the picture\n"
                                   "F1  this list\n"
                                   "F11  the picture alone, and the forms again\n";
 constexpr int OPEN_IMAGE = 155, OPEN_PALETTE = 165; // buttons of the main form
@@ -128,6 +131,18 @@ int open_image_command(const char* path) {
 
 int open_palette_command(const char* path) {
     return palette_ask_discard() != 0 ? open_full(load_palette, path) : 0;
+}
+
+void load_usual_palette() {
+    const char* root = std::getenv(VARIABLE_ROOT);
+    char path[FILES_PATH_SIZE];
+    const int written = std::snprintf(path, sizeof path, "%s/palettes/tinct.tnp", root != nullptr ? root : "");
+    if (root == nullptr || written < 0 || static_cast<size_t>(written) >= sizeof path || !files_exists(path)) return;
+    if (palette_book_load(&program_palette, path) == 0) return;
+    mem_free(program_palette.file);
+    program_palette.file = nullptr;
+    palette_refresh();
+    pattern_page_reload();
 }
 
 void open_any_command(const char* path) {

@@ -9,6 +9,9 @@
 int open_image_command(const char* path);
 int open_palette_command(const char* path);
 
+// Loads the product's own palette, if it is there: to begin with, without a file that it would be saved to.
+void load_usual_palette();
+
 // Opens whatever a file is: a rendered image, a palette, a recipe; a raster becomes a pattern.
 void open_any_command(const char* path);
 

@@ -3,6 +3,7 @@
 #include "desktop/dispatch.h"
 
 #include "desktop/appforms.h"
+#include "desktop/drags.h"
 #include "desktop/input.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
@@ -13,6 +14,7 @@
 
 namespace {
 
+constexpr int BUTTON_PAN = 0; // the left one, with Ctrl
 constexpr int BUTTON_CHOOSE = 1;
 constexpr int BUTTON_CANCEL = 2;
 constexpr char CHARACTER_ESCAPE = 27;
@@ -52,6 +54,11 @@ bool take_button() {
     if (button == BUTTON_CANCEL) {
         Drop_event(BUTTON_EVENT);
         if (counts(window, transition)) cancel_action(0);
+        return true;
+    }
+    if (button == BUTTON_PAN && window == picture_view.window && forms_up) {
+        Drop_event(BUTTON_EVENT);
+        drag_picture(&picture_view, x, y, BUTTON_PAN);
         return true;
     }
     return button == BUTTON_CHOOSE && press(window, x, y);

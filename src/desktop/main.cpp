@@ -94,7 +94,10 @@ void read_screen() {
 
 void open_start_files(const start_files* files) {
     if (files->image != nullptr) open_image_command(files->image);
-    if (files->palette != nullptr) open_palette_command(files->palette);
+    if (files->palette != nullptr)
+        open_palette_command(files->palette);
+    else
+        load_usual_palette();
 }
 
 // What the last run left: where files were chosen, what was opened, how bright the picture is shown.
@@ -184,6 +187,7 @@ void end() {
     selection_reset();
     output_form_end();
     write_remembered();
+    main_form_end();
     forms_end();
     Exit_tools();
 }

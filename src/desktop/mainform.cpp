@@ -225,12 +225,10 @@ bool make_form() {
 } // namespace
 
 int main_form_create(int /*own_window*/, int* window) {
-    const bool is_new = form == nullptr;
-    if (is_new) {
-        char start[FILES_PATH_SIZE];
-        if (files_working_directory(start, sizeof start)) directory_tidy(start, startup_directory);
-        if (!make_form()) return 0;
-    }
+    char start[FILES_PATH_SIZE];
+    if (startup_directory[0] == '\0' && files_working_directory(start, sizeof start))
+        directory_tidy(start, startup_directory);
+    if (form == nullptr && !make_form()) return 0;
     form_fit_screen(form);
     FIf_set_window_event_routine(form, form_event);
     const int status = FIf_display(form);
@@ -254,6 +252,12 @@ void main_form_close() {
     palette_list_forget();
     FIf_delete(form);
     form = nullptr;
+}
+
+void main_form_end() {
+    main_form_close();
+    directory[0] = startup_directory[0] = '\0';
+    shown_pen = NO_PEN;
 }
 
 bool main_form_is_up() {

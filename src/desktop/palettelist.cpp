@@ -16,7 +16,8 @@
 
 namespace {
 
-constexpr int LIST_LEFT = 8;
+constexpr int LIST_LEFT = 8; // on a screen of 1184 pixels
+constexpr int DESIGN_WIDTH = 1184;
 constexpr int WIPED = 5; // a logical colour
 constexpr uint32_t IS_HIDDEN = FI_NOT_DISPLAYED;
 
@@ -119,7 +120,7 @@ void palette_list_lay_out(FI_form* form, int list) {
     FIfld_get_num_vis_rows(form, list, &area.count);
     FIf_get_window(form, &area.window);
     area.count = std::max(area.count, 0);
-    area.x1 = LIST_LEFT;
+    area.x1 = std::max(LIST_LEFT, LIST_LEFT * (screen_width + 1) / DESIGN_WIDTH);
     area.y1 = y;
     area.width = x - area.x1 - 2;
     area.height = area.count * area.row_height + 2;

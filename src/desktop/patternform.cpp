@@ -14,6 +14,7 @@
 #include "desktop/picker.h"
 #include "desktop/program.h"
 #include "desktop/region.h"
+#include "desktop/searchforms.h"
 #include "desktop/selection.h"
 #include "forms/forms.h"
 #include "support/checked.h"
@@ -238,7 +239,9 @@ void show_page() {
     if (!patterns_shown) FIg_display(form, PATTERN_GROUP);
     patterns_shown = true;
     show_placement();
+    search_path_ask_once_begin();
     cells_show(first_pattern);
+    search_path_ask_once_end();
     FIg_enable(form, NEXT_PAGE);
     if (first_pattern != 0)
         FIg_enable(form, PREVIOUS_PAGE);

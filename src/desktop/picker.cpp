@@ -11,6 +11,7 @@
 #include "desktop/appforms.h"
 #include "desktop/formtexts.h"
 #include "desktop/modal.h"
+#include "desktop/placeform.h"
 #include "desktop/program.h"
 #include "support/log.h"
 #include "support/memory.h"
@@ -147,7 +148,7 @@ void show_directory(file_picker* p, const char* directory) {
 // ---- texts ---------------------------------------------------------------------------------------------------------
 
 void set_filter(file_picker* p, const char* text) {
-    std::snprintf(p->filter, sizeof p->filter, "%s", text);
+    std::snprintf(p->filter, sizeof p->filter, "%.127s", text);
     form_set_text(p->form, FILTER, p->filter);
     show_files(p);
 }
@@ -368,7 +369,10 @@ void set_up(file_picker* p, const char* title, const char* directory, const char
     entered_path entered;
     if (path_enter(directory, p->directory, &entered)) {
         show_directory(p, entered.directory);
-        if (entered.file[0] != '\0' && !entered.misses_directory) enter_path(p, entered.file);
+        // A directory that has vanished chooses nothing.
+        const size_t length = std::strlen(directory);
+        const bool is_directory = length > 0 && (directory[length - 1] == '\\' || directory[length - 1] == '/');
+        if (entered.file[0] != '\0' && !entered.misses_directory && !is_directory) enter_path(p, entered.file);
     } else {
         show_directory(p, p->directory);
     }
@@ -391,7 +395,7 @@ int file_picker_open(const char* title, const char* directory, int flags, const 
     p->flags = flags;
     p->on_done = on_done;
     p->user = user;
-    form_center(p->form);
+    place_form(p->form, PLACE_CENTERED);
     set_up(p, title, directory, filters, filter_count);
     p->next = pickers;
     pickers = p;

@@ -5,6 +5,7 @@
 
 #include "core/open_image.h"
 #include "desktop/appforms.h"
+#include "desktop/drags.h"
 #include "desktop/mainform.h"
 #include "desktop/program.h"
 #include "desktop/region.h"
@@ -40,7 +41,12 @@ void press_in_picture(void* argument) {
     auto* v = static_cast<view*>(argument);
     int x = 0;
     int y = 0;
-    if (Get_button_data(nullptr, &x, &y, nullptr, nullptr, nullptr) == 0) current_tool(v, x, y);
+    int transition = 0;
+    if (Get_button_data(nullptr, &x, &y, nullptr, &transition, nullptr) != 0) return;
+    const bool is_held = transition == TRANS_DOWN;
+    if (is_held && current_tool == tool_zoom_box && drag_box(v, x, y)) return;
+    if (is_held && current_tool == tool_pan && drag_picture(v, x, y, 1)) return;
+    current_tool(v, x, y);
 }
 
 void place_region() {

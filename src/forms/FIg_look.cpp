@@ -210,6 +210,7 @@ int FIg_set_standard_variables(FI_form* form, int label, const FI_standard_varia
     FI_gadget* g = nullptr;
     const int status = fi_lookup(form, label, &g);
     if (status != FI_SUCCESS) return status;
+    if (!std::isfinite(variables->value) || !std::isfinite(variables->bodysize)) return FI_INVALID_ARGUMENT;
     int result = FI_SUCCESS;
     fi_pass_on(g, [&](FI_gadget* member) {
         if (result == FI_SUCCESS) result = set_standard(member, variables);

@@ -117,14 +117,15 @@ int move_to(FI_gadget* g, FI_group* group) {
     return FI_SUCCESS;
 }
 
-// All members, or none of the rest when one can't be moved.
+// All members, or none of the rest when one can't be moved. Groups stay where they are, and their members go.
 int move_members(FI_group* from, FI_group* to) {
+    if (from == to) return FI_SUCCESS;
     const fi_hold hold(fi_common(from));
     const fi_hold hold_to(fi_common(to));
     int at = 0;
     int status = FI_SUCCESS;
     while (FI_gadget* member = status == FI_SUCCESS && !hold_to.gone() ? fi_next_member(from, &at) : nullptr)
-        status = move_to(member, to);
+        status = member->type == FI_GROUP ? move_members(fi_as_group(member), to) : move_to(member, to);
     return status;
 }
 
@@ -137,8 +138,7 @@ int FIg_add_to_group(FI_form* form, int label, int group) {
     FI_group* target = fi_find_group(form, group);
     if (target == nullptr) return FI_NO_SUCH_GROUP;
     if (fi_is_column(g)) return FI_INVALID_GADGET_TYPE; // it belongs to its table
-    if (g->type != FI_GROUP) return move_to(g, target);
-    return fi_as_group(g) == target ? FI_SUCCESS : move_members(fi_as_group(g), target);
+    return g->type == FI_GROUP ? move_members(fi_as_group(g), target) : move_to(g, target);
 }
 
 namespace {

@@ -174,7 +174,7 @@ int fi_checklist_press(FI_gadget* g, int window, int /*x*/, int /*y*/, int /*tra
     load_mark(g);
     *value = g->value;
     *complete = true;
-    if (fi_draw_window(g->form) == window) {
+    if (fi_shown_window(g) == window) {
         fi_set_color(g->form, window, g->form->bg_color);
         fi_fill(window, fi_inset(box_of(g), BOX_INSET));
     }

@@ -37,8 +37,13 @@ double full_turn(const fi_dial* d) {
     return static_cast<double>(d->scale) * TURN;
 }
 
+double limited(const fi_dial* d, double value) {
+    return fi_limited(0, full_turn(d), value);
+}
+
+// A file may hold values beyond the range.
 double angle_of(const fi_dial* d, double value) {
-    const double turned = d->scale != 0 ? value / static_cast<double>(d->scale) : 0;
+    const double turned = d->scale != 0 ? limited(d, value) / static_cast<double>(d->scale) : 0;
     return turned * direction_of(d) + static_cast<double>(d->zero_angle);
 }
 
@@ -209,10 +214,6 @@ namespace {
 fi_box reach(const FI_gadget* g) {
     const fi_box box = fi_rect_of(g);
     return fi_inset(box, -std::min(box.x2 - box.x1, box.y2 - box.y1));
-}
-
-double limited(const fi_dial* d, double value) {
-    return fi_limited(0, full_turn(d), value);
 }
 
 // The needle points to the place; at the centre it points nowhere.

@@ -111,6 +111,7 @@ namespace {
 void dress(const fi_field* f, FI_gadget* part) {
     constexpr uint32_t SHARED = FI_NOT_ENABLED | FI_HILITED | FI_NO_DITHERING;
     part->attr_mask |= f->common.attr_mask & SHARED;
+    part->default_attr_mask |= f->common.default_attr_mask & SHARED;
     part->erase_color = f->common.erase_color;
 }
 

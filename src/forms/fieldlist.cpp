@@ -48,14 +48,18 @@ void forget_choice(fi_field* list) {
 
 } // namespace
 
+void fi_mark_undrawn(FI_gadget* g) {
+    g->displayed = 0;
+    fi_each_part(g, fi_mark_undrawn);
+}
+
 void fi_close_list() {
     FI_gadget* list = open_list();
     if (list == nullptr) return;
     fi_edit.open_list = nullptr;
     const fi_box box = fi_extent_of(list);
     list->attr_mask |= FI_NOT_DISPLAYED;
-    list->displayed = 0;
-    fi_each_part(list, [](FI_gadget* part) { part->displayed = 0; });
+    fi_mark_undrawn(list);
     if (fi_flag(fi_as<fi_field>(list->owner), FI_DISMISS_LIST)) forget_choice(fi_as<fi_field>(list));
     fi_redraw_area(list->form, box.x1, box.y1, box.x2, box.y2);
 }

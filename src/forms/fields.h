@@ -218,6 +218,7 @@ FI_gadget* fi_open_list_at(const FI_form* form, int x, int y); // the list or pa
 void fi_list_on_top(const FI_gadget* drawn, fi_box box);
 void fi_draw_open_list(const FI_form* form, fi_box box, int window); // if it lies there
 void fi_toggle_list(fi_field* owner);
+void fi_mark_undrawn(FI_gadget* g);           // neither it nor its parts are on the screen any more
 void fi_list_chosen(fi_field* list, int row); // the row goes to the owner. Calls out
 
 // ---- slots of the table --------------------------------------------------------------------------------------------

@@ -1,5 +1,6 @@
 // Finding gadgets by label, free labels, and what a call's form and label mean.
 #include <algorithm>
+#include <cstdint>
 
 #include "forms/forms.h"
 #include "forms/ops.h"
@@ -36,7 +37,9 @@ int fi_next_free_label(FI_form* form) {
 
 // Below all labels that have been given, so that nothing has to be searched.
 int fi_next_private_label(FI_form* form) {
-    form->next_negative_label = std::min(form->next_negative_label, form->lowest_label - 1);
+    // Below the lowest number there is none; nobody looks for private gadgets by label.
+    const int below = form->lowest_label > INT32_MIN ? form->lowest_label - 1 : INT32_MIN;
+    form->next_negative_label = std::min(form->next_negative_label, below);
     return form->next_negative_label;
 }
 

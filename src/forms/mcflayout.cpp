@@ -35,19 +35,15 @@ float width_of(const fi_field* column) {
 
 void hide(FI_gadget* column) {
     column->attr_mask |= FI_NOT_DISPLAYED;
-    column->displayed = 0;
-}
-
-// Columns beyond num_cols aren't in use.
-void hide_all(fi_mcf* m) {
-    fi_each_member(&m->group, hide);
+    fi_mark_undrawn(column);
 }
 
 void show_column(fi_mcf* m, fi_field* column, float x) {
     FI_gadget* g = fi_gadget_of(column);
     const float width = width_of(column);
     const bool drawn = gadget_of(m)->displayed != 0;
-    fi_allow_display(g);
+    g->attr_mask &= ~FI_NOT_DISPLAYED;
+    fi_each_part(g, fi_allow_display);
     g->displayed = drawn ? 1 : 0;
     if (g->x1 != x) fi_shift_gadget(g, x - g->x1, 0);
     g->x2 = x + width;
@@ -58,18 +54,22 @@ void show_column(fi_mcf* m, fi_field* column, float x) {
 
 void fi_mcf_place_cols(fi_mcf* m) {
     const FI_gadget* g = &m->group.common;
-    hide_all(m);
     m->visible_cols = 0;
     m->first_col = static_cast<uint16_t>(std::clamp<int>(m->first_col, 0, std::max(m->num_cols - 1, 0)));
     float x = g->x1 + FIRST_COLUMN;
-    for (int i = m->first_col; i < m->num_cols; ++i) {
-        fi_field* column = fi_mcf_column(m, i);
+    bool fits = true;
+    int index = 0;
+    // Columns beyond num_cols aren't in use.
+    fi_each_member(&m->group, [&](FI_gadget* member) {
+        const int i = index++;
+        fi_field* column = fi_as<fi_field>(member);
         const float right = x + width_of(column);
-        if (i > m->first_col && right + GAP >= g->x2) break;
+        fits = fits && i < m->num_cols && (i <= m->first_col || right + GAP < g->x2);
+        if (!fits || i < m->first_col) return hide(member);
         show_column(m, column, x);
         ++m->visible_cols;
         x = right + GAP;
-    }
+    });
 }
 
 namespace {
@@ -100,7 +100,9 @@ void make_bar(fi_mcf* m, bool horizontal) {
     (*bar)->x2 = (*bar)->x1 + BAR;
     (*bar)->y2 = (*bar)->y1 + BAR;
     (*bar)->erase_color = g->erase_color;
-    (*bar)->attr_mask |= g->attr_mask & (FI_NOT_ENABLED | FI_HILITED | FI_NO_DITHERING);
+    constexpr uint32_t SHARED = FI_NOT_ENABLED | FI_HILITED | FI_NO_DITHERING;
+    (*bar)->attr_mask |= g->attr_mask & SHARED;
+    (*bar)->default_attr_mask |= g->default_attr_mask & SHARED;
 }
 
 // All columns have as many rows as the longest.

@@ -224,15 +224,31 @@ bool is_nearly_one(float scale) {
     return scale >= NEARLY_ONE_LOW && scale < NEARLY_ONE_HIGH;
 }
 
+void draw_unscaled(int window, int x, int y, uint32_t font, int code) {
+    const char text[] = {static_cast<char>(code), '\0'};
+    fi_graphic.drawsymbols(window, static_cast<int>(font), x, y, text, 1);
+}
+
+// At twice its size a symbol is drawn by its larger picture, in the middle of the box that it would have. False when
+// the file has none, or one that is larger than the box.
+bool draw_large(int window, int x, int y, uint32_t font, const FI_face* face, float x_scale, float y_scale) {
+    if (!is_nearly_one(x_scale / 2) || !is_nearly_one(y_scale / 2) || face->index >= LARGE_SYMBOL) return false;
+    const int code = face->index + LARGE_SYMBOL;
+    const font_glyph* glyph = font_find_glyph(static_cast<int>(font), static_cast<uint8_t>(code));
+    if (glyph == nullptr) return false;
+    const int free_width = fi_face_width(face, x_scale) - (glyph->width + glyph->x_offset);
+    const int free_height = fi_face_height(face, y_scale) - (glyph->height + glyph->y_offset);
+    if (free_width < 0 || free_height < 0) return false;
+    draw_unscaled(window, x + free_width / 2, y + free_height / 2, font, code);
+    return true;
+}
+
 } // namespace
 
 void fi_draw_face(int window, int x, int y, uint32_t font, const FI_face* face, float x_scale, float y_scale) {
     if (face->bits == nullptr || x_scale <= 0 || y_scale <= 0) return;
-    if (is_nearly_one(x_scale) && is_nearly_one(y_scale)) {
-        const char text[] = {static_cast<char>(face->index), '\0'};
-        fi_graphic.drawsymbols(window, static_cast<int>(font), x, y, text, 1);
-        return;
-    }
+    if (is_nearly_one(x_scale) && is_nearly_one(y_scale)) return draw_unscaled(window, x, y, font, face->index);
+    if (draw_large(window, x, y, font, face, x_scale, y_scale)) return;
     limit_factors(face, &x_scale, &y_scale);
     const axis across = scale_axis(face->width, x_scale);
     const axis down = scale_axis(face->height, y_scale);

@@ -275,7 +275,7 @@ int check_pack(const Impack* pack) {
 
 // Makes format and colours consistent when they may be put right, and tests them when not.
 int settle_request(request* r, bool correct) {
-    if (imp_format_ok(r->standard, RZL_FORMAT_BYTE_RUNS) == 0) {
+    if (imp_standard_ok(r->standard) == 0) {
         return imp_fail_saying(IMP_BAD_STANDARD, "Unsupported standard: %d. Line %d, File %s.\n", r->standard, __LINE__,
                                SOURCE);
     }

@@ -1,22 +1,26 @@
-// The data formats that the pipeline writes, and the requests that it can meet.
+// The data formats that the pipeline writes, and the requests that it can meet. What a standard can hold the raster
+// library tells.
 #include "output/impack.h"
 
+namespace {
+
+// Whether the standard has pictures of that depth, plain or coded.
+bool has_depth(int32_t standard, int32_t depth) {
+    return imp_format_ok(standard, imp_format_code(depth, 0)) != 0 ||
+           imp_format_ok(standard, imp_format_code(depth, 1)) != 0;
+}
+
+} // namespace
+
 int imp_format_ok(int32_t standard, int32_t format) {
-    bool plane = format == RZL_FORMAT_BYTE;
-    bool plane_runs = format == RZL_FORMAT_BYTE_RUNS;
-    bool color = format == RZL_FORMAT_RGB;
-    bool color_runs = format == RZL_FORMAT_PLANE_RUNS;
-    switch (standard) {
-    case RZL_STANDARD_KRVN:
-    case RZL_STANDARD_TIFF:
-    case RZL_STANDARD_TARGA:
-    case RZL_STANDARD_PCX:
-    case RZL_STANDARD_JFIF:
-    case RZL_STANDARD_PNG: return plane || plane_runs || color || color_runs ? 1 : 0;
-    case RZL_STANDARD_GIF: return plane_runs ? 1 : 0;
-    case RZL_STANDARD_BMP: return plane || plane_runs || color ? 1 : 0;
-    default: return 0;
-    }
+    bool plain = format == RZL_FORMAT_BYTE || format == RZL_FORMAT_RGB;
+    bool coded = format == RZL_FORMAT_BYTE_RUNS || format == RZL_FORMAT_PLANE_RUNS;
+    if (plain && rzl_standard_is_coded(standard) != 0) return 0;
+    return plain || coded ? rzl_standard_takes(standard, format) : 0;
+}
+
+int imp_standard_ok(int32_t standard) {
+    return has_depth(standard, 8) || has_depth(standard, 24) ? 1 : 0;
 }
 
 int imp_format_code(int32_t depth, int32_t compressed) {
@@ -38,25 +42,10 @@ int imp_normalise(int32_t standard, int32_t* format, int32_t* compressed, int32_
                   int32_t* colors) {
     if (imp_format_is_8_bit(*format) != 0) *depth = 8;
     if (*depth != 8) *depth = 24;
-    switch (standard) {
-    case RZL_STANDARD_KRVN:
-    case RZL_STANDARD_TIFF:
-    case RZL_STANDARD_TARGA:
-    case RZL_STANDARD_PCX:
-    case RZL_STANDARD_PNG: break;
-    case RZL_STANDARD_JFIF: // has no colour table
-        if (*depth == 8) *gray = 1;
-        *compressed = 1;
-        break;
-    case RZL_STANDARD_GIF:
-        *depth = 8;
-        *compressed = 1;
-        break;
-    case RZL_STANDARD_BMP:
-        if (*depth == 24) *compressed = 0;
-        break;
-    default: return -1;
-    }
+    if (imp_standard_ok(standard) == 0) return -1;
+    if (!has_depth(standard, *depth)) *depth = 32 - *depth;
+    if (*depth == 8 && rzl_standard_has_table(standard) == 0) *gray = 1;
+    if (imp_format_ok(standard, imp_format_code(*depth, *compressed)) == 0) *compressed = *compressed == 0 ? 1 : 0;
     if (*depth == 24) {
         *colors = 0;
         *gray = 0;

@@ -90,7 +90,29 @@ const uint8_t* plane_line(const uint8_t* plane, int64_t offset) {
     return plane != nullptr ? plane + offset : nullptr;
 }
 
+// Whether the table is one of grey levels.
+bool is_grey(const Impack* pack) {
+    for (int32_t i = 0; pack->vlt != nullptr && i < pack->vlt_count; ++i) {
+        const rzl_vlt_entry& entry = pack->vlt[i];
+        if (entry.red != entry.green || entry.red != entry.blue) return false;
+    }
+    return true;
+}
+
+// Grey levels for a file without a table: the levels themselves, in the place of their numbers.
+bool put_levels(CFILE* file, const Impack* pack, int64_t offset) {
+    uint8_t levels[256] = {};
+    for (int32_t i = 0; i < pack->vlt_count && i < 256; ++i)
+        levels[pack->vlt[i].slot & 0xFF] = static_cast<uint8_t>(pack->vlt[i].red >> 8);
+    mem_guard<uint8_t> line(mem_new_array<uint8_t>(static_cast<size_t>(pack->xsize)));
+    for (int32_t x = 0; line && x < pack->xsize; ++x)
+        line[static_cast<size_t>(x)] = levels[pack->index_plane[offset + x]];
+    return line && rzl_putline(file, line.get()) == 0;
+}
+
 bool write_line(CFILE* file, const Impack* pack, int64_t offset) {
+    bool levels = pack->index_plane != nullptr && pack->vlt != nullptr && rzl_standard_has_table(pack->standard) == 0;
+    if (levels) return put_levels(file, pack, offset);
     if (pack->index_plane != nullptr) return rzl_putline(file, pack->index_plane + offset) == 0;
     return rzl_putline3(file, plane_line(pack->red_plane, offset), plane_line(pack->green_plane, offset),
                         plane_line(pack->blue_plane, offset)) == 0;
@@ -167,11 +189,12 @@ int check_request(const Impack* pack, const char* file) {
     if (file == nullptr) return imp_fail_saying(IMP_BAD_FILE, "Null file name. Line %d, file %s\n", __LINE__, SOURCE);
     int code = imp_check_pack(pack, __LINE__, SOURCE);
     if (code != IMP_OK) return code;
-    if (imp_format_ok(pack->standard, RZL_FORMAT_BYTE_RUNS) == 0) {
+    if (imp_standard_ok(pack->standard) == 0) {
         return imp_fail_saying(IMP_BAD_STANDARD, "Unsupported standard: %d. Line %d, file %s\n", pack->standard,
                                __LINE__, SOURCE);
     }
-    if (imp_format_ok(pack->standard, pack->format) == 0) {
+    bool lost = rzl_standard_has_table(pack->standard) == 0 && pack->index_plane != nullptr && !is_grey(pack);
+    if (imp_format_ok(pack->standard, pack->format) == 0 || lost) {
         return imp_fail_saying(IMP_BAD_FORMAT, "Unsupported format: %d. Line %d, file %s\n", pack->format, __LINE__,
                                SOURCE);
     }

@@ -79,6 +79,9 @@ int imp_free(Impack** pack);
 // Non-zero when the pipeline may write the pair of standard and data format.
 int imp_format_ok(int32_t standard, int32_t format);
 
+// Non-zero when there is any format of the standard that the pipeline may write.
+int imp_standard_ok(int32_t standard);
+
 // Writes the pack to `file` as its standard and format. `compression` is for header field 501. `stop_interval` and
 // `msg_interval` count lines. A failure leaves the process in the directory where it was; a partly written file stays,
 // so a caller that must not leave one writes under another name first.
@@ -99,7 +102,7 @@ int imp_normalise(int32_t standard, int32_t* format, int32_t* compressed, int32_
 
 constexpr int32_t IMP_COLOR_GREY = 2; // color_mode of imp_convert(): grey levels
 
-// Turns the pack into the form that a standard (0 to 5) and data format need: gamma on three planes, grey levels or a
+// Turns the pack into the form that a standard and data format need: gamma on three planes, grey levels or a
 // colour table from three planes, or three planes from one. `correct` non-zero lets the format and the number of
 // colours be put right. `dither` 0 is error diffusion, 1 nearest colour. `colors` is 2 to 256 for an 8-bit target. A
 // gamma of 1 changes nothing. On failure the pack keeps its standard and format, and a pack of three planes its planes.

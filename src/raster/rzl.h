@@ -194,7 +194,7 @@ enum {
     RZL_FIELD_STATUS = 702, /* uint32_t; the status of the operation before */
     RZL_FIELD_USGS = 720,   /* rzl_usgs_records */
     RZL_FIELD_MRG = 730,    /* rzl_mrg_info */
-    RZL_FIELD_MAP = 731     /* rzl_map_info, of every standard: what the file tells of a map or document */
+    RZL_FIELD_MAP = 2000    /* rzl_map_info, of every standard: what the file tells of a map or document */
 };
 
 /* Kinds of colour tables, field RZL_FIELD_VLT_TYPE. */
@@ -281,7 +281,7 @@ typedef struct rzl_memfile {
     int32_t data_start; /* position when rzl_write_header() finished */
 } rzl_memfile;
 
-/* A file's characteristics in one record: the fields of the same names. */
+/* A file's characteristics in one record: the fields of the same names. Of PNM files `format` is the kind, 1 to 6. */
 typedef struct rzl_stat {
     int32_t xsize, ysize, format, device_resolution, scan_orientation, scannable, version, application_type;
     int32_t tile_size, tiles_across, tiles_down, overview_count, overview_value, vlt_type, vlt_entries, vlt_room;
@@ -459,7 +459,9 @@ RZL_API int rzl_getline16(CFILE* cfile, uint16_t* buffer);
 RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
 
 /* Read the next line in run-coded form. A native file gives the bytes that it stores; every other gives 16-bit run
- * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. `*size` is the buffer's
+ * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. PNM and Sun raster files
+ * give lines of bytes, too, as pairs of 16-bit words, a value and its run; and colours as a 32-bit word for each run of
+ * at most 255 pixels: blue in the low byte, green, red, run. `*size` is the buffer's
  * size on entry and the size used on return, or, with status RZL_RLE_BUFFER_SMALL, the size needed. A strip is a block
  * of field-32 lines as such runs, one line behind the other; there the size told is a first try, which may have to be
  * repeated. */
@@ -519,6 +521,7 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
  *   JFIF   JPEG files that begin with an Exif, Adobe or any other marker, with the orientation that Exif tells: of a
  *          picture that lies on its side the lines are the columns of the file, and field 9 tells how they lie then;
  *          files of four inks, as red, green and blue.
+ *   SUN    run codes for pixels of 8, 24 and 32 bits, which are taken for bits otherwise.
  *   PCX    one bit in each of two, three or four planes, and two or four bits in one, are indices into the header's
  *          table.
  *   TIFF   strips and tiles that are deflated, field 501 being 8 or, in old files, 32946.
@@ -540,9 +543,12 @@ RZL_API int rzl_get_global(int32_t field, void* value);
  * as zero, a colour table or packets that were dropped. 0 otherwise. */
 RZL_API int rzl_is_damaged(CFILE* cfile);
 
+/* 1 when something of the line that was read last had to be made up, 0 otherwise. */
+RZL_API int rzl_is_line_damaged(CFILE* cfile);
+
 /* How many lines of the active image the file can hold, as large as it is and with each byte standing for as many
- * pixels as its coding has at best: field 2, or fewer where the header claims what can't be there. A caller that takes
- * memory or loops by the height of a file that it does not trust takes this instead. 0 for a handle that is none. */
+ * pixels as its coding has at best: field 2, or fewer where the header claims what can't be there. Reading ends there,
+ * with RZL_READ_FAILED; a caller that takes memory by the height asks here first. 0 for a handle that is none. */
 RZL_API int32_t rzl_lines_held(CFILE* cfile);
 
 /* The symbolic name of a status word, such as "RZL_CANNOT_OPEN". Never null. */
@@ -573,6 +579,10 @@ RZL_API int rzl_standard_takes(int32_t id, int32_t format);
  * of a file that has none. */
 RZL_API int rzl_standard_has_table(int32_t id);
 RZL_API int32_t rzl_standard_colors(int32_t id);
+
+/* 1 when pixels of a new file of the standard are stored in a coding whatever the data format is, so that they can't be
+ * had plain. */
+RZL_API int rzl_standard_is_coded(int32_t id);
 
 #ifdef __cplusplus
 }

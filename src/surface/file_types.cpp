@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "platform/files.h"
+#include "raster/rzl.h"
 #include "support/memory.h"
 #include "surface/paths.h"
 
@@ -98,6 +99,12 @@ void refresh_table() {
     load_table(path);
 }
 
+bool is_readable_raster(const char* extension) {
+    int can_read = 0;
+    return rzl_standard_support(rzl_standard_of_extension(extension), nullptr, &can_read) == 0 && can_read != 0;
+}
+
+// Without a table of the product's own, what the raster library reads is a raster as well.
 int32_t class_of_extension(const char* extension) {
     bool own = table.rows != nullptr;
     const extension_class* first = own ? table.rows : BUILT_IN;
@@ -105,7 +112,7 @@ int32_t class_of_extension(const char* extension) {
     for (const extension_class* row = first; row != last; ++row) {
         if (std::strcmp(row->extension, extension) == 0) return row->number;
     }
-    return 0;
+    return own || !is_readable_raster(extension) ? 0 : CLASS_RASTER;
 }
 
 // The extension, lowered; empty when there is none or it has more than three characters.

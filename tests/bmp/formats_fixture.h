@@ -88,6 +88,12 @@ inline picture read_picture(const std::string& path) {
     return p;
 }
 
+// Whether this build has the standard: some need a library that it can be built without.
+inline bool is_built(int standard) {
+    int read = 0;
+    return rzl_standard_support(standard, nullptr, &read) == 0 && read != 0;
+}
+
 using color_table = std::vector<rzl_vlt_entry>;
 using field_values = std::vector<std::pair<int, int>>;
 

@@ -25,8 +25,17 @@ protected:
     }
 };
 
-class Jfif : public Coded {};
-class Png : public Coded {};
+// Builds without one of the libraries have nothing to test here.
+class Jfif : public Coded {
+    void SetUp() override {
+        if (!is_built(JFIF)) GTEST_SKIP() << "built without JFIF";
+    }
+};
+class Png : public Coded {
+    void SetUp() override {
+        if (!is_built(PNG)) GTEST_SKIP() << "built without PNG";
+    }
+};
 
 // Areas of 8 by 8 that the coding keeps nearly as they are.
 bytes_of_file soft_colors(int width, int height) {

@@ -16,7 +16,7 @@ protected:
         forms_wanted = true;
         static std::string tnc, raster; // rendered once
         if (tnc.empty()) {
-            ASSERT_EQ(run("tinct-sample still . --size 311x233").status, 0);
+            ASSERT_EQ(run("tinct-sample still . --size 160x120").status, 0);
             tnc = read("still.tnc");
             raster = read("still.rgb");
         }

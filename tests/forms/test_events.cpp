@@ -537,9 +537,9 @@ TEST_F(FormEvents, RoutinesMayDoAnything) {
     const struct {
         int type, label;
         uint8_t auto_pop_up;
-    } gadgets[] = {{FI_BUTTON, 11, 0}, {FI_BUTTON, 11, 1},    {FI_BUTTON, 3, 0}, {FI_BUTTON, 6, 1},
-                   {FI_TOGGLE, 11, 0}, {FI_CHECKLIST, 11, 0}, {FI_TEXT, 11, 0},  {FI_SYMBOL, 11, 0},
-                   {FI_SLIDER, 11, 0}, {FI_DIAL, 11, 0},      {FI_SCROLL, 11, 0}};
+    } gadgets[] = {{FI_BUTTON, 11, 0}, {FI_BUTTON, 11, 1},    {FI_BUTTON, 3, 0},  {FI_BUTTON, 6, 1},
+                   {FI_TOGGLE, 11, 0}, {FI_CHECKLIST, 11, 0}, {FI_TEXT, 11, 0},   {FI_SYMBOL, 11, 0},
+                   {FI_SLIDER, 11, 0}, {FI_DIAL, 11, 0},      {FI_SCROLL, 11, 0}, {FI_FIELD, 11, 0}};
     int done_at[places] = {};
     for (const auto& g : gadgets)
         for (const routine_deed& d : DEEDS)
@@ -643,14 +643,17 @@ protected:
         static constexpr const char* pages[] = {"g_button.frm",    "g_toggle.frm", "g_check.frm",  "g_text.frm",
                                                 "g_static.frm",    "g_group.frm",  "g_popup.frm",  "g_slider.frm",
                                                 "g_dial.frm",      "g_bar.frm",    "g_scroll.frm", "g_field.frm",
-                                                "g_fieldlist.frm", "g_mcf.frm"};
+                                                "g_fieldlist.frm", "g_mcf.frm",    "g_busy.frm"};
         if (forms.size() >= 6) return;
         FI_form* form = load(pages[roll(std::size(pages))]);
         FIf_set_location(form, static_cast<int>(roll(300)), static_cast<int>(roll(300)));
         FIf_display(form);
         forms.push_back(form);
     }
-    FI_form* any() { return forms.empty() ? nullptr : forms[roll(static_cast<unsigned>(forms.size()))]; }
+    FI_form* any() {
+        std::erase_if(forms, [](FI_form* f) { return FIf_is_valid(f) != FI_SUCCESS; });
+        return forms.empty() ? nullptr : forms[roll(static_cast<unsigned>(forms.size()))];
+    }
     void act(FI_form* form, int label) {
         switch (roll(40)) {
         case 0: FIg_delete(form, label); break;

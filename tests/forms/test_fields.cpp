@@ -5,7 +5,10 @@
 #include <vector>
 
 #include "forms/fields.h"
+#include "forms/formshow.h"
+#include "forms/mcf.h"
 #include "forms/show.h"
+#include "forms/surface.h"
 #include "forms_fixture.h"
 
 namespace {
@@ -247,5 +250,435 @@ TEST_F(Fields, Typing) {
         fi_redraw_gadget(fi_find_gadget(form, LABEL));
         EXPECT_EQ(difference(form, drawn, picture(form)), "");
         FIf_delete(form);
+    }
+}
+
+// ---- calls ---------------------------------------------------------------------------------------------------------
+
+TEST_F(Fields, RowsAndLimits) {
+    FI_form* form = show({"a|b|c", FI_INSERT, FI_ALPHA, 0, 10, 5, 5, 3, ""});
+    char text[20] = "x";
+    int select = 7, position = 7, length = 7;
+    EXPECT_EQ(FIfld_set_text(form, LABEL, 500, 0, "last", 0), FI_SUCCESS);
+    EXPECT_EQ(FIfld_get_text(form, LABEL, 9, 0, sizeof text, text, &select, &position), FI_SUCCESS);
+    EXPECT_STREQ(text, "last");
+    EXPECT_EQ(position, -1); // not among the visible ones
+    EXPECT_EQ(FIfld_get_text(form, LABEL, 10, 0, sizeof text, text, &select, &position), FI_INVALID_ROW);
+    EXPECT_EQ(std::string(text) + std::to_string(select) + std::to_string(position), "-1-1");
+    EXPECT_EQ(FIfld_set_text(form, LABEL, -3, 0, "abcdefgh", 0), FI_SUCCESS);
+    EXPECT_EQ(FIfld_get_text(form, LABEL, 0, 0, 4, text, nullptr, nullptr), FI_SUCCESS);
+    EXPECT_STREQ(text, "abc"); // what the buffer holds
+    EXPECT_EQ(FIfld_get_text_length(form, LABEL, 0, 0, &length), FI_SUCCESS);
+    EXPECT_EQ(length, 6); // five characters fit
+    EXPECT_EQ(FIfld_set_num_rows(form, LABEL, -1), FI_SUCCESS);
+    EXPECT_EQ(FIfld_get_text(form, LABEL, 3, 0, sizeof text, text, &select, &position), FI_SUCCESS);
+    EXPECT_EQ(std::string(text) + std::to_string(select) + std::to_string(position), "00");
+    EXPECT_EQ(FIfld_set_num_rows(form, LABEL, 40000), FI_INVALID_ROW);
+    EXPECT_EQ(FIfld_set_max_num_chars(form, LABEL, 0, -1), FI_INVALID_ARGUMENT);
+    EXPECT_EQ(FIfld_delete_rows(form, LABEL, 0, 1), FI_INVALID_ROW);
+    // A text that is wrapped comes back with the newline that was in it.
+    FI_form* wrapped = show({"", FI_INSERT, FI_ALPHA, FI_WRAP, 9, 0, 9, 3, ""});
+    FIfld_set_text(wrapped, LABEL, 0, 0, "one two three\nfour", 0);
+    EXPECT_EQ(rows(wrapped), "one two|three|four");
+    std::string back;
+    for (int row = 0; row < 3; ++row) {
+        FIfld_get_text(wrapped, LABEL, row, 0, sizeof text, text, nullptr, nullptr);
+        back += text;
+    }
+    EXPECT_EQ(back, "one twothree\nfour");
+    // A field too narrow for anything still takes a character a row.
+    FI_form* narrow = show({"", FI_INSERT, FI_ALPHA, FI_WRAP, 4, 1, 1, 3, ""});
+    FIfld_set_text(narrow, LABEL, 0, 0, "abc", 0);
+    EXPECT_EQ(rows(narrow), "a|b|c");
+}
+
+TEST_F(Fields, NumbersAndFormats) {
+    const struct {
+        int type;
+        const char* format;
+        int status;
+        double value;
+        const char* text;
+    } cases[] = {
+        {FI_INT, "", FI_SUCCESS, 41.9, "41"},
+        {FI_DOUBLE, "", FI_SUCCESS, 0.25, "0.25"},
+        {FI_DOUBLE, "%8.3lf!", FI_SUCCESS, 1.5, "   1.500!"},
+        {FI_INT, "%05d", FI_SUCCESS, 42, "00042"},
+        {FI_INT, "%ld", FI_SUCCESS, 7e12, "2147483647"},
+        {FI_DOUBLE, "%d", FI_SUCCESS, 3.7, "3"},
+        {FI_INT, "%.1f%%", FI_SUCCESS, 3.7, "3.0%"},
+        {FI_DOUBLE, "%s", FI_INVALID_ARGUMENT, 0, ""},
+        {FI_DOUBLE, "%d %d", FI_INVALID_ARGUMENT, 0, ""},
+        {FI_DOUBLE, "%*d", FI_INVALID_ARGUMENT, 0, ""},
+        {FI_DOUBLE, "%n", FI_INVALID_ARGUMENT, 0, ""},
+        {FI_DOUBLE, "%99999d", FI_INVALID_ARGUMENT, 0, ""},
+        {FI_DOUBLE, "none", FI_INVALID_ARGUMENT, 0, ""},
+        {FI_DOUBLE, "%", FI_INVALID_ARGUMENT, 0, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.format);
+        FI_form* form = show({"", FI_INSERT, c.type, 0, 1, 0, 20, 1, ""});
+        EXPECT_EQ(FIfld_set_format(form, LABEL, 0, c.format), c.status);
+        if (c.status == FI_SUCCESS) {
+            EXPECT_EQ(FIfld_set_value(form, LABEL, 0, 0, c.value, 0), FI_SUCCESS);
+            EXPECT_EQ(rows(form), c.text);
+        }
+        FIf_delete(form);
+    }
+    FI_form* form = show({"2,5", FI_INSERT, FI_DOUBLE, 0, 1, 0, 20, 1, ""});
+    EXPECT_EQ(value(form, LABEL), 2.5);
+    double v = 0;
+    FIfld_set_type(form, LABEL, 0, FI_ALPHA);
+    EXPECT_EQ(FIfld_get_value(form, LABEL, 0, 0, &v, nullptr, nullptr), FI_INVALID_ARGUMENT);
+}
+
+// The chosen row is the same one after others have gone, or none when it is among them.
+TEST_F(Fields, TheChoiceFollowsDeletion) {
+    const struct { int row, count, selected; } cases[] = {{0, 1, 1}, {3, 1, 2}, {2, 1, -1}, {1, 3, -1}, {0, 2, 0}};
+    for (const auto& c : cases) {
+        FI_form* form = show({"a|b|*c|d|e", FI_SINGLE_SELECT, FI_ALPHA, FI_VERT_SCROLL, 0, 0, 9, 3, ""});
+        EXPECT_EQ(FIfld_delete_rows(form, LABEL, c.row, c.count), FI_SUCCESS);
+        EXPECT_EQ(field(form)->selected_row, c.selected) << c.row << " " << c.count;
+        EXPECT_EQ(rows(form).find("*c") != std::string::npos, c.selected >= 0);
+        FIf_delete(form);
+    }
+}
+
+TEST_F(Fields, Choosing) {
+    FI_form* form = show({"a|b|c", FI_SINGLE_SELECT, FI_ALPHA, 0, 3, 0, 9, 3, ""});
+    click_char(form, 1, 0);
+    click_char(form, 2, 0);
+    EXPECT_EQ(rows(form) + take_told(), "a|b|*c1.11=1 1.11=2 ");
+    click_char(form, 2, 0); // the chosen one again
+    EXPECT_EQ(rows(form), "a|b|c");
+    FIfld_set_mode(form, LABEL, 0, FI_MULTI_SELECT);
+    click_char(form, 0, 0);
+    click_char(form, 2, 0);
+    EXPECT_EQ(rows(form), "*a|b|*c");
+    FIfld_set_mode(form, LABEL, 0, FI_SINGLE_SELECT);
+    EXPECT_EQ(rows(form), "a|b|*c");
+    FI_form* rolling = show({"a|*b|c", FI_SINGLE_SELECT, FI_ALPHA, FI_ROLL_THROUGH, 0, 0, 9, 1, ""});
+    click_char(rolling, 1, 0);
+    EXPECT_EQ(rows(rolling), "a|b|*c");
+    click_char(rolling, 2, 0);
+    EXPECT_EQ(rows(rolling), "*a|b|c");
+    EXPECT_EQ(field(rolling)->top_row, 0);
+}
+
+// ---- entries -------------------------------------------------------------------------------------------------------
+
+TEST_F(Fields, PressesDuringAnEntry) {
+    FI_form* form = show({"first", FI_INSERT, FI_ALPHA, 0, 1, 0, 9, 1, ""});
+    add_field(form, {"second", FI_INSERT, FI_ALPHA, 0, 1, 0, 9, 1, ""}, 12, 20, 60);
+    add(form, {FI_BUTTON, 13, 20, 100, 90, 130, "OK"});
+    FIf_display(form);
+    const auto press = [=](int x, int y) { return [=] { post_click(form, x, y); }; };
+    const auto type = [](const char* text) { return [=] { headless_type(text); }; };
+    // A button is worked, and the entry goes on.
+    script = {type("1"), press(50, 110), type("2")};
+    click_char(form, 0, 0);
+    EXPECT_EQ(rows(form) + " " + take_told(), "12first 1.13=1 1.11=0 ");
+    // Another field gets the keys, after the first has told.
+    script = {type("3"), press(22, 65), type("4")};
+    click_char(form, 0, 0);
+    EXPECT_EQ(rows(form) + " " + rows(form, 12) + " " + take_told(), "312first 4second 1.11=0 1.12=0 ");
+    // A press on nothing ends it; keys go nowhere.
+    script = {type("5"), press(300, 200), type("6")};
+    click_char(form, 0, 0);
+    EXPECT_EQ(rows(form) + " " + take_told(), "5312first 1.11=0 ");
+    // Tab goes along the chain and back.
+    fi_find_gadget(form, LABEL)->next_in_seq = 12;
+    script = {[] { headless_key(host_key::tab, 0, 0); }, type("7"), [] { headless_key(host_key::tab, 0, HOST_SHIFT); },
+              type("8")};
+    click_char(form, 0, 0);
+    EXPECT_EQ(rows(form, 12).substr(0, 2), "47");
+    EXPECT_NE(rows(form).find('8'), std::string::npos);
+}
+
+namespace {
+
+FI_form* judged = nullptr;
+int verdict = 1;
+void (*on_verify)() = nullptr;
+int judge(const char* /*text*/, int /*type*/) {
+    if (on_verify != nullptr) on_verify();
+    return verdict;
+}
+
+} // namespace
+
+// What is refused goes back to its default, and the notification comes all the same.
+TEST_F(Fields, InvalidEntries) {
+    FI_form* form = show({"", FI_INSERT, FI_DOUBLE, 0, 1, 0, 9, 1, ""});
+    FIfld_set_default_text(form, LABEL, 0, 0, "5", 0);
+    FIg_set_low_value(form, LABEL, 1);
+    FIg_set_high_value(form, LABEL, 10);
+    const struct {
+        const char* keys;
+        const char* row;
+    } cases[] = {{"<kill>7<ret>", "7"}, {"<kill>11<ret>", "5"}, {"<kill><ret>", "5"}, {"<kill>1,5<ret>", "1,5"}};
+    for (const auto& c : cases) {
+        type(form, 0, 0, c.keys);
+        EXPECT_EQ(rows(form) + " " + take_told(), std::string(c.row) + " 1.11=0 ");
+    }
+    // The routine has the last word, whatever it does to the field.
+    static constexpr void (*DEEDS[])() = {
+        [] {},
+        [] { FIg_delete(judged, LABEL); },
+        [] {
+            FIf_delete(judged);
+            judged = nullptr;
+        },
+        [] { FIg_erase(judged, LABEL); },
+        [] { FIfld_set_num_rows(judged, LABEL, 0); },
+        [] { FIf_set_size(judged, 700, 500); },
+        [] { FIg_reset(judged, 0); },
+        [] { FIfld_set_mode(judged, LABEL, 0, FI_REVIEW); },
+        [] { FIfld_set_attr(judged, LABEL, 0, 0x20F); },
+    };
+    FIf_delete(form);
+    for (void (*deed)() : DEEDS)
+        for (const char* keys : {"x<ret>y", "x<down>y", "x<tab>", "x"}) {
+            judged = show({"a|b|c", FI_INSERT, FI_ALPHA, 0, 5, 0, 9, 3, ""});
+            FIfld_set_verify_routine(judged, LABEL, 0, judge);
+            on_verify = deed;
+            for (verdict = 0; verdict < 2 && judged != nullptr && FIg_is_valid(judged, LABEL) == FI_SUCCESS; ++verdict)
+                type(judged, 0, 0, keys);
+            if (judged != nullptr) FIf_delete(judged);
+        }
+    on_verify = nullptr;
+}
+
+// ---- lists ---------------------------------------------------------------------------------------------------------
+
+TEST_F(Fields, ListsOpenAndClose) {
+    FI_form* form = show({"x", FI_INSERT, FI_ALPHA, 0, 1, 0, 12, 1, ""});
+    add(form, {FI_BUTTON, 13, 20, 60, 90, 100, "under"});
+    FIf_display(form);
+    constexpr uint32_t POP_UP = 0x200, DISMISS = 0x400;
+    ASSERT_EQ(FIfld_set_attr(form, LABEL, 0, POP_UP | DISMISS), FI_SUCCESS);
+    int list = 0;
+    ASSERT_EQ(FIfld_get_list_label(form, LABEL, 0, &list), FI_SUCCESS);
+    ASSERT_LT(list, 0);
+    for (int row = 0; row < 8; ++row)
+        FIfld_set_text(form, list, row, 0, std::string(1, char('p' + row)).c_str(), 0);
+    fi_field* f = field(form);
+    const fi_box place = fi_rect_of(f->list);
+    EXPECT_GT(place.y1, fi_rect_of(&f->common).y2); // below
+    const std::vector<uint8_t> closed = picture(form);
+    FIg_display(form, LABEL);
+    EXPECT_EQ(difference(form, picture(form), closed), ""); // showing the field opens nothing
+    const int strip_x = fi_rect_of(&f->common).x2 - 5, strip_y = fi_rect_of(&f->common).y1 + 5;
+    const auto press = [=](int x, int y) { return [=] { post_click(form, x, y); }; };
+    std::vector<uint8_t> open;
+    // A pick closes it; what it lies on takes no press.
+    script = {[&] { open = picture(form); }, press(place.x1 + 10, place.y1 + int(f->row_height) + 5)};
+    click(form, strip_x, strip_y);
+    EXPECT_NE(difference(form, open, closed), "");
+    EXPECT_EQ(rows(form), "q");
+    EXPECT_EQ(value(form, 13), 0);
+    EXPECT_FALSE(fi_list_is_open(f));
+    // By keys: Down opens it, Return takes.
+    type(form, 0, 0, "<down><down><down><ret><ret>");
+    EXPECT_EQ(rows(form), "s");
+    // A press elsewhere closes it and is a press.
+    script = {press(200, 280)};
+    click(form, strip_x, strip_y);
+    EXPECT_FALSE(fi_list_is_open(f));
+    // A field that is chosen from leaves it open, until a press elsewhere.
+    FIfld_set_mode(form, LABEL, 0, FI_SINGLE_SELECT);
+    click(form, strip_x, strip_y);
+    EXPECT_TRUE(fi_list_is_open(f));
+    // What is drawn below leaves it on top, and so does drawing an area.
+    const std::vector<uint8_t> with_list = picture(form);
+    FIg_set_state(form, 13, 1);
+    FIg_set_state(form, 13, 0);
+    fi_redraw_area(form, 0, 0, 400, 300);
+    EXPECT_EQ(difference(form, picture(form), with_list), "");
+    click(form, 200, 280);
+    EXPECT_FALSE(fi_list_is_open(f));
+    // At the bottom of the form there is room above only.
+    add_field(form, {"x", FI_INSERT, FI_ALPHA, 0, 1, 0, 12, 1, ""}, 14, 20, 260);
+    FIfld_set_attr(form, 14, 0, POP_UP);
+    EXPECT_LT(fi_rect_of(field(form, 14)->list).y2, 260);
+    FIfld_set_attr(form, 14, 0, 0);
+    EXPECT_EQ(FIfld_get_list_label(form, 14, 0, &list), FI_INVALID_GADGET_TYPE);
+}
+
+// ---- scrolling -----------------------------------------------------------------------------------------------------
+
+TEST_F(Fields, ScrollingByBar) {
+    FI_form* form = show({"", FI_REVIEW, FI_ALPHA, FI_VERT_SCROLL | FI_VERT_BAR_SHOWN, 0, 0, 9, 5, ""});
+    fi_field* f = field(form);
+    FIfld_set_num_rows(form, LABEL, 20);
+    const auto* bar = fi_as<fi_scroll>(f->scroll_bar);
+    EXPECT_EQ(bar->high_value, 14);
+    EXPECT_EQ(bar->view_fraction, 0.25);
+    fi_find_gadget(form, LABEL)->attr_mask |= FI_NOTIFY_SCROLL;
+    const struct {
+        double value;
+        int top;
+    } moves[] = {{-1003, 1},  {-1004, 6}, {-1002, 5}, {-1005, 15}, {-1004, 15},
+                 {-1001, 10}, {3.4, 3},   {99, 15},   {-1000, 0},  {-1001, 0}};
+    for (const auto& m : moves) {
+        fi_field_bar_moved(&f->common, f->scroll_bar, m.value);
+        EXPECT_EQ(f->top_row, m.top) << m.value;
+        EXPECT_EQ(take_told(), "1.11=-3 ");
+    }
+    FIfld_set_active_row(form, LABEL, 12, 2);
+    EXPECT_EQ(f->top_row, 10);
+    FIfld_set_num_rows(form, LABEL, 7);
+    EXPECT_EQ(f->top_row, 2);
+}
+
+// ---- tables --------------------------------------------------------------------------------------------------------
+
+class Tables : public Fields {
+protected:
+    static fi_mcf* table(FI_form* form, int label) { return fi_as<fi_mcf>(fi_find_gadget(form, label)); }
+    void click_cell(FI_form* form, int table_label, int column, int row) {
+        const fi_field* f = fi_mcf_column(table(form, table_label), column);
+        click(form, fi_text_box(f).x1 + 3, fi_row_box(f, row).y1 + 5);
+    }
+    static std::vector<std::function<void()>> keys(const std::vector<std::string>& names) {
+        std::vector<std::function<void()>> all;
+        for (const std::string& name : names)
+            all.emplace_back([=] { press(name); });
+        return all;
+    }
+    static std::string cell(FI_form* form, int label, int row, int column) {
+        char text[80] = "";
+        FIfld_get_text(form, label, row, column, sizeof text, text, nullptr, nullptr);
+        return text;
+    }
+};
+
+TEST_F(Tables, EntriesGoFromColumnToColumn) {
+    FI_form* form = load("g_mcf.frm");
+    FIf_display(form);
+    fi_mcf* m = table(form, 11);
+    const int count = fi_mcf_rows(m);
+    m->group.common.next_in_seq = 0;
+    // Tab passes the column that is only read, scrolls to the last one, and goes on in the next row.
+    script = keys({"a", "tab", "9", "tab", "z", "tab", "b"});
+    click_cell(form, 11, 0, 0);
+    EXPECT_EQ(cell(form, 11, 0, 0), "aButton");
+    EXPECT_EQ(cell(form, 11, 0, 1), "0");
+    EXPECT_EQ(cell(form, 11, 0, 2), "90.00");
+    EXPECT_EQ(cell(form, 11, 0, 3), "zremark 0");
+    EXPECT_EQ(cell(form, 11, 1, 0), "bToggle");
+    EXPECT_EQ(m->first_col, 0); // came back around
+    EXPECT_NE(take_told().find("1.11=-2"), std::string::npos);
+    int column = -1, position = -1;
+    EXPECT_EQ(FImcf_get_active_col(form, 11, &column, &position), FI_SUCCESS);
+    EXPECT_EQ(column, 0);
+    // At the end of the table a row is made, but not beyond the limit.
+    FIfld_set_active_row(form, 11, count - 1, 0);
+    script = keys({"tab", "tab", "tab"});
+    click_cell(form, 11, 0, count - 1);
+    EXPECT_EQ(fi_mcf_rows(m), count + 1);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(fi_mcf_column(m, i)->num_rows, count + 1);
+        fi_mcf_column(m, i)->max_rows = fi_short(count + 1);
+    }
+    script = keys({"tab", "tab", "tab"});
+    click_cell(form, 11, 0, count);
+    EXPECT_EQ(fi_mcf_rows(m), count + 1);
+    // With a chain Tab leaves from the last column only.
+    m->group.common.next_in_seq = 13;
+    script = keys({"tab", "tab", "tab", "q"});
+    click_cell(form, 11, 0, count);
+    EXPECT_EQ(cell(form, 13, 0, 0), "qA0");
+}
+
+TEST_F(Tables, RowsAndColumns) {
+    FI_form* form = load("g_mcf.frm");
+    FIf_display(form);
+    take_told();
+    // The strip chooses in all columns.
+    const fi_field* first = fi_mcf_column(table(form, 12), 0);
+    click(form, int(table(form, 12)->group.common.x1) + 4, fi_row_box(first, 2).y1 + 5);
+    int a = 0, b = 0;
+    FIfld_get_select(form, 12, 2, 0, &a);
+    FIfld_get_select(form, 12, 2, 1, &b);
+    EXPECT_EQ(std::to_string(a) + std::to_string(b) + take_told(), "111.12=-1 ");
+    // So does a press in one, as the table has it; rows go out of all of them.
+    click_cell(form, 12, 1, 0);
+    FIfld_get_select(form, 12, 2, 0, &a);
+    FIfld_get_select(form, 12, 0, 0, &b);
+    EXPECT_EQ(std::to_string(a) + std::to_string(b) + take_told(), "011.12=0 ");
+    EXPECT_EQ(FIfld_delete_rows(form, 12, 0, 2), FI_SUCCESS);
+    EXPECT_EQ(cell(form, 12, 0, 0) + cell(form, 12, 0, 1), "Fieldtype 2");
+    // Scrolling sideways takes the linked table along, as far as it goes, and is told even when nothing moves.
+    fi_mcf* upper = table(form, 13);
+    for (const double number : {-1009.0, -1011.0, -1009.0})
+        fi_mcf_bar_moved(&upper->group.common, upper->hort_scroll, number);
+    EXPECT_EQ(upper->first_col, 4);
+    EXPECT_EQ(table(form, 14)->first_col, 4);
+    EXPECT_EQ(take_told(), "1.13=-2 1.13=-2 1.13=-2 ");
+    EXPECT_EQ(
+        fi_mcf_column_at(upper, fi_rect_of(upper->group.members[0]).x1 + 2, fi_rect_of(upper->group.members[0]).y1 + 2),
+        fi_mcf_column(upper, 4)); // hidden ones take no press
+    const std::vector<uint8_t> scrolled = picture(form);
+    FIg_display(form, 121); // doesn't bring it back
+    FIg_display(form, 13);
+    EXPECT_EQ(difference(form, picture(form), scrolled), "");
+    // A column that goes makes the table smaller.
+    EXPECT_EQ(FIg_delete(form, 122), FI_SUCCESS);
+    EXPECT_EQ(upper->num_cols, 6);
+    EXPECT_EQ(FIfld_set_text(form, 13, 0, 6, "x", 0), FI_INVALID_COLUMN);
+    EXPECT_EQ(cell(form, 13, 0, 1), "C0");
+    EXPECT_EQ(FIg_add_to_group(form, 121, 0), FI_INVALID_GADGET_TYPE);
+    const std::vector<uint8_t> drawn = picture(form);
+    fi_redraw_area(form, 0, 0, fi_form_width(form), fi_form_height(form));
+    EXPECT_EQ(difference(form, picture(form), drawn), "");
+    for (const int label : {123, 124, 125, 126, 127, 121})
+        EXPECT_EQ(FIg_delete(form, label), FI_SUCCESS);
+    EXPECT_EQ(FIfld_get_num_rows(form, 13, &a), FI_INVALID_COLUMN);
+    script = keys({"tab"});
+    click(form, int(upper->group.common.x1) + 20, int(upper->group.common.y1) + 10);
+}
+
+// ---- no memory -----------------------------------------------------------------------------------------------------
+
+// Whichever allocation fails, the call says so or has done all, rows stay in step, and the next try works.
+TEST_F(Tables, EveryFailureIsSurvived) {
+    static constexpr int (*CALLS[])(FI_form*) = {
+        [](FI_form* f) {
+            return FIfld_set_text(f, 11, 40, 2, "a text of some length, and then more of it, to need a block", 0);
+        },
+        [](FI_form* f) { return FIfld_set_num_rows(f, 11, 90); },
+        [](FI_form* f) { return FIfld_set_attr(f, 15, 2, 0x203); },
+        [](FI_form* f) { return FIfld_set_default_text(f, 12, 20, 1, "default", 1); },
+        [](FI_form* f) { return FIfld_set_value(f, 11, 50, 2, 1e300, 0); },
+    };
+    FI_form* form = load("g_mcf.frm");
+    FIf_display(form);
+    for (const auto call : CALLS)
+        for (long n = 0;; ++n) {
+            mem_fail_after(n, mem_fail::once);
+            const int status = call(form);
+            const bool failed = mem_fail_stop();
+            EXPECT_TRUE(status == FI_SUCCESS || (failed && status == FI_NO_MEMORY)) << status;
+            for (const int label : {11, 12, 15}) {
+                const fi_mcf* m = table(form, label);
+                for (int i = 1; i < fi_mcf_columns(m); ++i)
+                    EXPECT_EQ(fi_mcf_column(m, i)->num_rows, fi_mcf_rows(m));
+            }
+            EXPECT_EQ(call(form), FI_SUCCESS);
+            FIfld_set_attr(form, 15, 2, 0);
+            FIfld_set_num_rows(form, 11, 0);
+            if (!failed) break;
+        }
+    FIf_delete(form);
+    // Typing, opening and choosing.
+    form = load("g_fieldlist.frm");
+    FIf_display(form);
+    for (long n = 0; n < 24; ++n) {
+        script = keys({"a", "down", "down", "ret", "kill", "^y", "tab", "x", "down", "ret"});
+        mem_fail_after(n, mem_fail::once);
+        click_char(form, 0, 1, 16);
+        mem_fail_stop();
+        FIg_reset(form, 16);
     }
 }

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Forms that show all types that are drawn, in all states.
+// Forms that show all types, in all states, and nothing over another.
 constexpr const char* PAGES[] = {"g_button.frm", "g_toggle.frm",    "g_check.frm", "g_text.frm", "g_static.frm",
                                  "g_group.frm",  "g_slider.frm",    "g_dial.frm",  "g_bar.frm",  "g_scroll.frm",
                                  "g_field.frm",  "g_fieldlist.frm", "g_mcf.frm"};
@@ -125,6 +125,22 @@ TEST_F(Look, AFormOfTwiceTheSizeAndBackIsTheSame) {
         EXPECT_GT(last->x2, 0);
         FIf_set_size(form, width, height);
         EXPECT_EQ(difference(form, picture(form), before), "") << page;
+    }
+}
+
+// What a routine has erased before the press stays erased.
+TEST_F(Look, APressDrawsNothingOfWhatWasErased) {
+    for (const int type : {FI_CHECKLIST, FI_BUTTON, FI_TOGGLE, FI_SLIDER, FI_DIAL, FI_SCROLL}) {
+        FI_form* form = make({{type, 11, 20, 20, 190, 160, "text"}});
+        fi_find_gadget(form, 11)->attr_mask |= FI_INITIAL_NOTIFY;
+        FIg_set_high_value(form, 11, 10);
+        FIf_set_initial_notification_routine(form, [](int, int, double, FI_form* f) { FIg_erase(f, 11); });
+        FIf_display(form);
+        click(form, 28, 28);
+        const std::vector<uint8_t> seen = picture(form);
+        fi_draw_form(form);
+        EXPECT_EQ(difference(form, seen, picture(form)), "") << fi_types[type].name;
+        FIf_delete(form);
     }
 }
 

@@ -410,6 +410,11 @@ TEST_F(Range, DialsAreTurned) {
         FIf_delete(form);
     }
     FI_gadget* g = dial(1, 360, 0);
+    g->value = 1e300; // as a file may have it: the needle stands at the end of its range
+    fi_as<fi_dial>(g)->scale = 1e-38F;
+    FIf_display(form);
+    EXPECT_FLOAT_EQ(fi_as<fi_dial>(g)->needle_angle, static_cast<float>(TURN));
+    FIg_set_high_value(form, LABEL, 360);
     FIg_set_value(form, LABEL, 33);
     drag({{180, 125}, {125, 125}, {399, 125}}); // the middle says nothing; out of reach it is the value from before
     EXPECT_EQ(take_told(), "[0][33]1.11=33 ");

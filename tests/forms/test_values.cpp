@@ -221,6 +221,28 @@ TEST_F(Values, LabelsAndGroups) {
     EXPECT_EQ(group->members[3]->label, 14);
     FIg_add_to_group(form, 12, 30);
     EXPECT_EQ(group->members[1]->label, 12); // it was there
+    // A group in a group stays where it is, and its members go: also into itself.
+    FIg_new(form, FI_GROUP, 40);
+    FI_group* inner = fi_find_group(form, 40);
+    fi_group_remove(fi_common(inner), false);
+    fi_group_add(group, fi_common(inner));
+    FIg_new(form, FI_LINE, 41);
+    FIg_add_to_group(form, 41, 40);
+    EXPECT_EQ(FIg_add_to_group(form, 30, 40), FI_SUCCESS);
+    EXPECT_EQ(inner->common.group, group);
+    EXPECT_EQ(fi_find_gadget(form, 12)->group, inner);
+    EXPECT_EQ(FIg_add_to_group(form, 40, 30), FI_SUCCESS);
+    EXPECT_EQ(fi_find_gadget(form, 41)->group, group);
+    for (const int i : {40, 41})
+        FIg_delete(form, i);
+    form->lowest_label = INT32_MIN; // of a file's list
+    EXPECT_EQ(fi_next_private_label(form), INT32_MIN);
+
+    group = fi_find_group(form, 30);
+    for (int i = 11; i < 15; ++i)
+        FIg_add_to_group(form, i, 0);
+    for (int i = 11; i < 15; ++i)
+        FIg_add_to_group(form, i, 30);
     FIg_add_to_group(form, 12, 0);
     FIg_add_to_group(form, 16, 30);
     EXPECT_EQ(group->members[1]->label, 16); // the lowest slot that is free
@@ -315,6 +337,12 @@ TEST_F(Values, StandardVariables) {
     const FI_standard_variables v = {
         10, 20, 40, 60, FI_NO_COMPLETE_NOTIFY, 3.5, 18, "two\nlines", nullptr, "cmd", "dutch801", form, 1, 2, 3,
         4,  5,  6,  77};
+    FI_standard_variables wrong = v;
+    wrong.value = NAN;
+    EXPECT_EQ(FIg_set_standard_variables(form, 11, &wrong), FI_INVALID_ARGUMENT);
+    wrong = v;
+    wrong.bodysize = INFINITY;
+    EXPECT_EQ(FIg_set_standard_variables(form, 11, &wrong), FI_INVALID_ARGUMENT);
     EXPECT_EQ(FIg_set_standard_variables(form, 11, &v), FI_SUCCESS);
     const FI_gadget* g = fi_find_gadget(form, 11);
     EXPECT_EQ(g->orig_width, 30.0F);

@@ -419,35 +419,6 @@ TEST_F(Coding, DamagedOrdinaryLinesFail) {
     }
 }
 
-// Whatever the bytes are, lines stay inside their buffers and every call ends. The buffers are of exact size, so that
-// the sanitizer sees a byte too many.
-TEST_F(Coding, RandomBytesStayInTheirLines) {
-    std::mt19937 random(11);
-    for (int round = 0; round < 400; ++round) {
-        for (int format : {1, 2, 3, 8, 9, 10, 25, 26, 27, 28, 29, 67, 69}) {
-            bool scannable = round % 2 == 0;
-            bytes data = random_line(random, random() % 400, 4, round % 3 == 0 ? 8 : 256);
-            if (scannable)
-                for (size_t at = 0; at + 8 <= data.size(); at += random() % 40 + 8) {
-                    store_u16le(&data[at], KRV_LINE_MARK);
-                    store_u16le(&data[at + 2], static_cast<uint16_t>(random() % 24));
-                    store_u16le(&data[at + 4], static_cast<uint16_t>(random() % 4));
-                    store_u16le(&data[at + 6], static_cast<uint16_t>(random() % (round % 5 == 0 ? 65536 : 40)));
-                }
-            int32_t xsize = static_cast<int32_t>(random() % 40 + 1);
-            native_file file(format, xsize, 4, scannable, data);
-            CFILE* c = rzl_open_r(file.name().c_str());
-            if (c == nullptr) continue; // the file can't hold what its header claims
-            planes got(static_cast<size_t>(planes_of(c->format)), bytes(plane_size(c->format, xsize)));
-            for (int line = 0; line < 5; ++line) {
-                (void)get(c, &got);
-                (void)rzl_seek(c, static_cast<int32_t>(random() % 5));
-            }
-            rzl_close(c);
-        }
-    }
-}
-
 TEST_F(Coding, RefusedFormatsAndCalls) {
     for (int format : {23, 24}) {
         native_file file(format, 16, 2, true, bytes(100));
@@ -571,71 +542,6 @@ TEST_F(Coding, LinesInTheirStoredCoding) {
     int32_t size = 12;
     ASSERT_EQ(rzl_get_rle_line(c, coding.data(), &size), 0);
     EXPECT_EQ(to_words(coding), (words{0x5900, 3, 0, 0, 0, 70}));
-}
-
-// ---- failing calls
-
-long calls_left;
-file_slots real_io;
-
-size_t failing_read(void* buffer, size_t size, size_t count, void* file) {
-    return calls_left-- == 0 ? 0 : real_io.file_read(buffer, size, count, file);
-}
-size_t failing_write(const void* buffer, size_t size, size_t count, void* file) {
-    return real_io.file_write(buffer, size, calls_left-- == 0 ? count / 2 : count, file);
-}
-
-TEST_F(Coding, ShortWritesAndReadsAndNoMemory) {
-    std::mt19937 random(5);
-    for (int format : {2, 9, 10, 25, 26, 27, 28}) {
-        planes line = random_planes(random, format, 500, 3);
-        for (long n = 0, hits = 1; hits > 0; ++n) {
-            native_file file(HEADER + 100000);
-            CFILE* c = file.create(format, 500, 3, format <= 26);
-            ASSERT_EQ(rzl_write_header(c), 0);
-            real_io = c->io;
-            c->io.file_write = failing_write;
-            calls_left = n;
-            hits = 0;
-            for (int i = 0; i < 3; ++i)
-                if (put(c, line) != 0) {
-                    ++hits;
-                    EXPECT_EQ(c->status, RZL_WRITE_FAILED);
-                }
-            EXPECT_LE(hits, 1);
-            EXPECT_EQ(calls_left < 0, hits == 1);
-        }
-        native_file file(HEADER + 100000);
-        CFILE* c = file.create(format, 500, 3, false);
-        mem_fail_after(0, mem_fail::once);
-        bool failed = put(c, line) != 0;
-        EXPECT_EQ(mem_fail_stop(), failed);
-        EXPECT_EQ(c->status, failed ? RZL_NO_MEMORY : 0u);
-        c->line = 0;
-        for (int i = 0; i < 3; ++i)
-            ASSERT_EQ(put(c, line), 0);
-        file.finish();
-        // Without a window, so that every byte comes by a read. A line that fails says so; a scannable file gives zeros
-        // and is damaged.
-        calls_left = -1;
-        for (long n = 0; calls_left < 0; ++n) {
-            c = file.open();
-            real_io = c->io;
-            set_flag(c, FLAG_MEMORY, false);
-            c->io.file_read = failing_read;
-            calls_left = n;
-            for (int i = 0; i < 3; ++i) {
-                planes got(line.size(), bytes(plane_size(format, 500)));
-                bool failed_line = get(c, &got) != 0;
-                EXPECT_EQ(c->status, failed_line ? RZL_READ_FAILED : 0u);
-                EXPECT_TRUE(failed_line || got == line || rzl_is_damaged(c) != 0) << format << " read " << n;
-            }
-            c->io = real_io;
-            set_flag(c, FLAG_MEMORY, true);
-            rzl_close(c);
-            file.c = nullptr;
-        }
-    }
 }
 
 } // namespace

@@ -123,7 +123,7 @@ TEST_F(Pack, RefusalsHaveTheirCodesAndWords) {
         const char* words;
     } cases[] = {
         {nullptr, 0, 27, IMP_MAGIC, IMP_BAD_FILE, "Null file name. Line "},
-        {"x", 8, 27, IMP_MAGIC, IMP_BAD_STANDARD, "Unsupported standard: 8. Line "},
+        {"x", 99, 27, IMP_MAGIC, IMP_BAD_STANDARD, "Unsupported standard: 99. Line "},
         {"x", RZL_STANDARD_GIF, 27, IMP_MAGIC, IMP_BAD_FORMAT, "Unsupported format: 27. Line "},
         {"/no/such/x.rgb", 0, 27, IMP_MAGIC, IMP_WRITE_FAILED, "Error writing file: /no/such/x.rgb. Line "},
         {"x", 0, 27, 0, IMP_BAD_PACK, "Insane imp. Line "},

@@ -143,6 +143,7 @@ TEST_F(Lines, InterleavedByWayOfPlanes) {
     EXPECT_EQ(bytes_of_file(wide, wide + 8), (bytes_of_file{1, 2, 3, 9, 4, 5, 6, 9}));
     EXPECT_FALSE(has_flag(c, FLAG_INTERLEAVED));
     // A colour table leads from values to colours only.
+    c->format = RZL_FORMAT_BYTE;
     c->samples = 1;
     c->color_table = static_cast<uint8_t*>(mem_alloc_zeroed(768));
     EXPECT_EQ(rzl_putline_interleaved(c, line), 1);

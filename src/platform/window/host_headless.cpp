@@ -1,5 +1,6 @@
 // The host in memory: input from a queue that a test fills, a clock that stands until it is moved, and a screen that
 // can be looked at or written to a file.
+#include "platform/files.h"
 #include "platform/window/canvasdata.h"
 #include "platform/window/host.h"
 #include "support/log.h"
@@ -261,18 +262,21 @@ void headless_resize(int width, int height, host_state state) {
 }
 
 bool headless_screenshot(const char* path) {
-    FILE* file = fopen(path, "wb");
-    if (file == nullptr) return false;
-    fprintf(file, "P6\n%d %d\n255\n", data.shown.width, data.shown.height);
+    char header[64];
+    const int length = snprintf(header, sizeof header, "P6\n%d %d\n255\n", data.shown.width, data.shown.height);
+    const size_t bytes = size_t(length) + size_t(data.shown.width) * size_t(data.shown.height) * 3;
+    mem_guard<uint8_t> picture(static_cast<uint8_t*>(mem_alloc(bytes)));
+    if (!picture) return false;
+    memcpy(picture.get(), header, size_t(length));
+    uint8_t* next = picture.get() + length;
     for (int y = 0; y < data.shown.height; ++y)
         for (int x = 0; x < data.shown.width; ++x) {
             const canvas_rgb color = headless_shown(x, y);
-            fputc(color.red, file);
-            fputc(color.green, file);
-            fputc(color.blue, file);
+            *next++ = color.red;
+            *next++ = color.green;
+            *next++ = color.blue;
         }
-    const bool written = ferror(file) == 0;
-    return fclose(file) == 0 && written;
+    return files_replace_whole(path, picture.get(), bytes);
 }
 
 canvas_rgb headless_shown(int x, int y) {

@@ -109,10 +109,16 @@ bool io_skip(CFILE* c, int64_t bytes) {
 }
 
 int64_t io_size(CFILE* c) {
+    io_settle(c); // a view may move
     int64_t position = c->io.file_tell(c->file);
     if (position < 0 || c->io.file_seek(c->file, 0, FILES_FROM_END) != 0) return -1;
     int64_t size = c->io.file_tell(c->file);
     return c->io.file_seek(c->file, position, FILES_FROM_START) == 0 ? size : -1;
+}
+
+bool io_move(CFILE* c, int64_t bytes) {
+    io_settle(c);
+    return c->io.file_seek(c->file, bytes, FILES_FROM_HERE) == 0;
 }
 
 bool io_has(CFILE* c, uint64_t bytes) {

@@ -165,6 +165,13 @@ struct io_ahead {
     uint8_t few[64];      // in its place when there is no memory
 };
 
+// How many lines of an image its file can hold; known until another image or size is active.
+struct held_lines {
+    bool judged;
+    int32_t xsize, ysize, image, overview;
+    int32_t lines;
+};
+
 // ---- the handle -----------------------------------------------------------------------------------------------------
 
 constexpr uint32_t CFILE_MAGIC = 0xABCD;
@@ -233,6 +240,8 @@ struct CFILE {
     int32_t xsize, ysize;        // of the active image or overview, pixels and lines
     int32_t samples, bits;       // samples a pixel, bits a sample
     int32_t line;                // next line to read or write; next tile in tile calls
+    held_lines held;             // claims.cpp
+    bool line_damaged;           // something of the line that was read last had to be made up
     uint32_t status;             // of the last operation on this handle
     int32_t format;              // data format code, refreshed after every open and header write
     uint32_t mode;               // one of MODE_
@@ -250,6 +259,7 @@ struct CFILE {
     bool buffer_c_owned;
     void* buffer_d;
     struct lock* lock;
+    int32_t depth;    // public calls that are under way, one in the other
     int32_t rle_size; // run-coded calls: the caller's buffer size on entry, the size used or needed on return
     uint32_t jpeg_flags;
     void* spec;                      // owned: the module's private record
@@ -349,6 +359,9 @@ bool handle_is_valid(CFILE* c, const char* word);
 // handle_is_valid(), then takes the lock and clears both status words. False: nothing is held.
 bool handle_enter(CFILE* c, const char* word);
 
+// Asserts what holds of a handle between calls, in builds with sanitizers: sound.cpp.
+void check_handle(const CFILE* c);
+
 // Copies the status to the library-wide one and gives the lock back. Returns `result`.
 int handle_leave(CFILE* c, int result);
 
@@ -422,6 +435,9 @@ inline const uint8_t* io_take(CFILE* c, size_t bytes, uint8_t* spare) {
     return taken;
 }
 
+// Moves the position forward or back, also past the end.
+bool io_move(CFILE* c, int64_t bytes);
+
 // Passes over bytes. False when the file does not have them.
 bool io_skip(CFILE* c, int64_t bytes);
 
@@ -438,6 +454,15 @@ uint8_t* io_read_block(CFILE* c, uint64_t bytes, size_t slack, const char* sourc
 
 // The record of a name "/INMEM/<decimal>", or null. *is_memory tells whether the name is of that form.
 rzl_memfile* memfile_of_name(const char* name, bool* is_memory);
+
+// ---- claims of headers: claims.cpp ----------------------------------------------------------------------------------
+
+// The lines that the file can hold of those that the active image claims.
+int32_t rzl_lines_there(CFILE* c);
+
+// Whether a line is one of them. Otherwise false with RZL_READ_FAILED, and the handle is marked as damaged. A file that
+// can still be written to is not held to anything.
+bool rzl_has_line(CFILE* c, int32_t line, const char* source, const char* detail);
 
 // ---- header calls: info.cpp -----------------------------------------------------------------------------------------
 

@@ -1,17 +1,21 @@
 // What a file can hold of what its header claims. Sizes of a header are numbers that a file can fill as it likes, so
-// whoever takes memory or loops by them asks here first.
+// reading ends where the file's bytes can't stand for a further line, and whoever takes memory by them asks here first.
 #include <algorithm>
 
 #include "raster/CORE/cfile.h"
+#include "support/checked.h"
 
 namespace {
 
 // The most pixels that a stored byte of a run-coded native file stands for: 128 in a control byte and a value.
 constexpr int64_t BYTE_RUN_PIXELS = 64;
 
-// For everything else: no coding packs more into a byte, and what a file may leave out (lines of a scannable file,
-// strips of a TIFF file) is believed as far as this too.
-constexpr int64_t MOST_PIXELS = 70000;
+// For every other coding: none packs more into a byte.
+constexpr int64_t CODED_PIXELS = 16384;
+
+// Pixels that a file may leave out, as lines of a scannable file, tiles of one colour, or strips without data: a page
+// at 600 points an inch.
+constexpr int64_t LEFT_OUT_PIXELS = 40'000'000;
 
 // A line of group 3 or 4 that is as the one before takes a bit, however long it is.
 constexpr int64_t FAX_LINES = 8; // in a byte
@@ -20,18 +24,23 @@ bool is_fax(int32_t format) {
     return format == RZL_FORMAT_GROUP3 || format == RZL_FORMAT_GROUP4;
 }
 
-// The most pixels that a stored byte stands for. Other standards report the nearest data format, so that only native
-// files are held to theirs.
-int64_t pixels_in_byte(const CFILE* c) {
-    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_SCANNABLE | FLAG_TILED)) return MOST_PIXELS;
+// The most pixels that a stored byte stands for, and those that stand for themselves. Other standards report the
+// nearest data format, so that only native files are held to theirs.
+struct expansion {
+    int64_t in_byte, left_out;
+};
+
+expansion expansion_of(const CFILE* c) {
+    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_SCANNABLE | FLAG_TILED))
+        return {CODED_PIXELS, LEFT_OUT_PIXELS};
     switch (c->format) {
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_RGB:
-    case RZL_FORMAT_FOUR: return 1;
+    case RZL_FORMAT_FOUR: return {1, 0};
     case RZL_FORMAT_BYTE_RUNS:
     case RZL_FORMAT_PLANE_RUNS:
-    case RZL_FORMAT_FOUR_PLANE_RUNS: return BYTE_RUN_PIXELS;
-    default: return MOST_PIXELS;
+    case RZL_FORMAT_FOUR_PLANE_RUNS: return {BYTE_RUN_PIXELS, 0};
+    default: return {CODED_PIXELS, 0};
     }
 }
 
@@ -47,17 +56,34 @@ int64_t pixel_bytes(CFILE* c) {
 // The lines that `bytes` can be at most.
 int64_t lines_in(const CFILE* c, int64_t bytes) {
     if (is_fax(c->format) && !has_flag(c, FLAG_TILED)) return bytes * FAX_LINES;
+    expansion e = expansion_of(c);
     int64_t pixels = 0;
-    if (__builtin_mul_overflow(bytes, pixels_in_byte(c), &pixels)) return INT32_MAX;
+    if (!checked_mul(bytes, e.in_byte, &pixels) || !checked_add(pixels, e.left_out, &pixels)) return INT32_MAX;
     return pixels / std::max(c->xsize, 1) + 1; // a part of a line is worth reading
 }
 
 } // namespace
 
-int32_t rzl_lines_held(CFILE* c) {
-    if (!handle_enter(c, "rzl_lines_held")) return 0;
+int32_t rzl_lines_there(CFILE* c) {
+    held_lines* h = &c->held;
+    bool known = h->judged && h->xsize == c->xsize && h->ysize == c->ysize && h->image == c->active_image &&
+                 h->overview == c->active_overview;
+    if (known) return h->lines;
     int64_t lines = std::max(c->ysize, 0);
     int64_t bytes = pixel_bytes(c);
     if (bytes >= 0) lines = std::min(lines, lines_in(c, bytes));
-    return handle_leave(c, static_cast<int32_t>(lines));
+    bool lasts = c->mode == MODE_READ;
+    *h = {lasts, c->xsize, c->ysize, c->active_image, c->active_overview, static_cast<int32_t>(lines)};
+    return h->lines;
+}
+
+bool rzl_has_line(CFILE* c, int32_t line, const char* source, const char* detail) {
+    if (c->mode != MODE_READ || line < rzl_lines_there(c)) return true;
+    set_flag(c, FLAG_DAMAGED, true);
+    return fails(c, RZL_READ_FAILED, source, detail);
+}
+
+int32_t rzl_lines_held(CFILE* c) {
+    if (!handle_enter(c, "rzl_lines_held")) return 0;
+    return handle_leave(c, rzl_lines_there(c));
 }

@@ -9,6 +9,24 @@ namespace {
 
 constexpr char SOURCE[] = "CORE/getline";
 
+// Notes whether what happens in its scope makes something up.
+struct damage_watch {
+    CFILE* handle;
+    bool before;
+    explicit damage_watch(CFILE* c) : handle(c), before(has_flag(c, FLAG_DAMAGED)) { set_flag(c, FLAG_DAMAGED, false); }
+    ~damage_watch() {
+        handle->line_damaged = has_flag(handle, FLAG_DAMAGED);
+        set_flag(handle, FLAG_DAMAGED, before || handle->line_damaged);
+    }
+    damage_watch(const damage_watch&) = delete;
+    damage_watch& operator=(const damage_watch&) = delete;
+};
+
+int read_watched(CFILE* c, read_line_slot slot, int channels, read_planes planes) {
+    damage_watch watch(c);
+    return slot(c, channels, planes);
+}
+
 // Runs a line slot between entry and leave of a public call.
 int read_planes_call(CFILE* c, const char* word, read_line_slot format_slots::*slot, int channels,
                      void* const* buffers) {
@@ -16,7 +34,7 @@ int read_planes_call(CFILE* c, const char* word, read_line_slot format_slots::*s
     if (!planes_are_given(c, channels, buffers, SOURCE, word)) return handle_leave(c, 1);
     read_plane_list planes(channels, buffers);
     if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
-    int pixels = (c->slots.*slot)(c, channels, planes.all);
+    int pixels = read_watched(c, c->slots.*slot, channels, planes.all);
     return handle_leave(c, public_result(c, pixels));
 }
 
@@ -37,14 +55,14 @@ int read_coding_call(CFILE* c, const char* word, read_line_slot format_slots::*s
 int rzl_getline(CFILE* c, void* buffer) {
     if (!handle_enter(c, "rzl_getline")) return 1;
     uint8_t* planes[3] = {static_cast<uint8_t*>(buffer), nullptr, nullptr};
-    int pixels = c->slots.Getline(c, format_is_color(c->format) ? 3 : 1, planes);
+    int pixels = read_watched(c, c->slots.Getline, format_is_color(c->format) ? 3 : 1, planes);
     return handle_leave(c, public_result(c, pixels));
 }
 
 int rzl_getline3(CFILE* c, void* red, void* green, void* blue) {
     if (!handle_enter(c, "rzl_getline3")) return 1;
     uint8_t* planes[3] = {static_cast<uint8_t*>(red), static_cast<uint8_t*>(green), static_cast<uint8_t*>(blue)};
-    int pixels = c->slots.Getline(c, 3, planes);
+    int pixels = read_watched(c, c->slots.Getline, 3, planes);
     return handle_leave(c, public_result(c, pixels));
 }
 
@@ -63,6 +81,7 @@ int rzl_getline_interleaved(CFILE* c, void* buffer) {
     int pixels = 0;
     {
         flag_guard interleaved(c, FLAG_INTERLEAVED, true);
+        damage_watch watch(c);
         pixels = c->slots.Getinlv(c, static_cast<uint8_t*>(buffer));
     }
     return handle_leave(c, public_result(c, pixels));
@@ -101,7 +120,11 @@ void rzl_getline_check(CFILE* c) {
     bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;
     int32_t line = resampled ? c->squetch->out_line : c->line;
     int32_t lines = resampled ? c->squetch->out_ysize : c->ysize;
-    if (line < 0 || line >= lines) fail(c, RZL_PAST_END, SOURCE, "getline");
+    if (line < 0 || line >= lines) {
+        fail(c, RZL_PAST_END, SOURCE, "getline");
+        return;
+    }
+    if (!resampled) (void)rzl_has_line(c, line, SOURCE, "getline"); // resampling asks for each line that it takes
 }
 
 namespace {

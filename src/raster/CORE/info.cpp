@@ -22,9 +22,10 @@ template <size_t Count> bool is_in(const field_range (&ranges)[Count], int32_t f
 }
 
 // Fields that only modules know. Reading and setting differ in a few.
-constexpr field_range MODULE_GET_FIELDS[] = {{5, 30},    {33, 33},   {200, 201}, {400, 401}, {501, 505},
-                                             {509, 509}, {600, 609}, {630, 630}, {640, 652}, {660, 660},
-                                             {667, 674}, {700, 700}, {720, 720}, {730, 731}, {1000, 1001}};
+constexpr field_range MODULE_GET_FIELDS[] = {{5, 30},    {33, 33},   {200, 201},   {400, 401},
+                                             {501, 505}, {509, 509}, {600, 609},   {630, 630},
+                                             {640, 652}, {660, 660}, {667, 674},   {700, 700},
+                                             {720, 720}, {730, 730}, {1000, 1001}, {RZL_FIELD_MAP, RZL_FIELD_MAP}};
 constexpr field_range MODULE_SET_FIELDS[] = {{3, 19},    {21, 30},   {32, 33},   {200, 200}, {401, 401},
                                              {403, 403}, {501, 505}, {509, 509}, {600, 609}, {630, 630},
                                              {640, 652}, {660, 660}, {667, 674}, {720, 720}};
@@ -276,6 +277,7 @@ int32_t pixel_class(const CFILE* c) {
 int rzl_get_hdr_data(CFILE* c, int32_t field, void* value) {
     if (!handle_is_valid(c, "rzl_get_hdr_data")) return 1;
     lock_enter(c->lock);
+    ++c->depth;
     int result = 0;
     if (field == RZL_FIELD_STATUS && value != nullptr) {
         std::memcpy(value, &c->status, sizeof c->status);
@@ -330,6 +332,11 @@ int rzl_set_stat(CFILE* c, const rzl_stat* stat) {
 int rzl_is_damaged(CFILE* c) {
     if (!handle_enter(c, "rzl_is_damaged")) return 0;
     return handle_leave(c, has_flag(c, FLAG_DAMAGED) ? 1 : 0);
+}
+
+int rzl_is_line_damaged(CFILE* c) {
+    if (!handle_enter(c, "rzl_is_line_damaged")) return 0;
+    return handle_leave(c, c->line_damaged ? 1 : 0);
 }
 
 const char* rzl_version(void) {

@@ -42,7 +42,8 @@ constexpr uint32_t MODULE_COLORS = 4;    // Get_line gives three planes of a bil
 constexpr uint32_t MODULE_CUT_TILES = 8; // tiles hold what lies inside of the image, and Gettilerows gives no more
 constexpr uint32_t MODULE_NO_TABLE = 16; // files have no colour table: values of one are not to be put into them
 constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: they reach the module
-constexpr uint32_t MODULE_FIELDS = 64;   // all fields that are set reach the module, whether the header exists or not
+constexpr uint32_t MODULE_CODED = 64;    // pixels are always stored in a coding, also those of the plain data formats
+constexpr uint32_t MODULE_FIELDS = 128;  // all fields that are set reach the module, whether the header exists or not
 
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"
@@ -73,6 +74,9 @@ struct format_module {
     // Null, or creates a further part of an existing file that detection finds to be the module's, instead of emptying
     // it. Called on a new handle without a file. 0, or 1 with the status set.
     int (*extend)(CFILE* c, const char* name) = nullptr;
+
+    // Null, or asserts what the module promises of its record between calls (support/invariant.h).
+    void (*check)(const CFILE* c) = nullptr;
 
     // Null, or told by rzl_put_tiles() that tile number `line` of the handle has been written, to the file offsets from
     // `begin` up to `end`. Such a module's tiles go behind each other at the end of its data, in whatever order they

@@ -1,6 +1,8 @@
 // Lines of a decoder that only goes on: see onward.h.
 #include "raster/CORE/onward.h"
 
+#include <cstring>
+
 #include "raster/CORE/cfile.h"
 #include "support/checked.h"
 #include "support/memory.h"
@@ -71,12 +73,36 @@ const uint8_t* row_kept(CFILE* c, onward_lines* lines, const onward_decoder* dec
     return lines->image + static_cast<size_t>(line) * lines->row_bytes;
 }
 
+// To a line that is not at hand any more, but for the first.
+bool goes_back(const onward_lines* lines, int32_t line) {
+    int32_t ahead = lines->has_row ? lines->next - 1 : lines->next;
+    return lines->begun && line > 0 && line < ahead;
+}
+
 } // namespace
 
 const uint8_t* onward_row(CFILE* c, onward_lines* lines, const onward_decoder* decoder, int32_t line) {
-    bool goes_back = lines->begun && lines->next > line + 1 && line > 0;
-    if (goes_back) lines->keep = true;
+    if (goes_back(lines, line)) lines->keep = true;
     return lines->keep ? row_kept(c, lines, decoder, line) : row_ahead(c, lines, decoder, line);
+}
+
+int onward_get_pixels(CFILE* c, onward_lines* lines, const onward_decoder* decoder, uint8_t* buffer) {
+    bool as_it_is = c->samples == 3 && !has_flag(c, FLAG_SQUETCH | FLAG_FOUR_BYTE_PIXELS) &&
+                    lines->row_bytes == static_cast<size_t>(c->xsize) * 3;
+    if (!as_it_is) return rzl_getinlv_default(c, buffer);
+    rzl_getline_check(c);
+    if (c->status != 0) return 0;
+    bool comes_next = !lines->keep && lines->begun && lines->next == c->line;
+    if (comes_next) {
+        lines->has_row = false;
+        if (!read_next(c, lines, decoder, buffer)) return 0;
+    } else {
+        const uint8_t* row = onward_row(c, lines, decoder, c->line);
+        if (row == nullptr) return 0;
+        std::memcpy(buffer, row, lines->row_bytes);
+    }
+    ++c->line;
+    return c->xsize;
 }
 
 void onward_drop(onward_lines* lines) {

@@ -35,5 +35,9 @@ struct onward_lines {
 // The line as it is decoded; good until the next call. Null with the status set.
 const uint8_t* onward_row(CFILE* c, onward_lines* lines, const onward_decoder* decoder, int32_t line);
 
+// The body of Getinlv for a decoder whose rows are red, green, blue of each pixel: a line as it is, and by way of the
+// planes where it is not asked for so. Pixels, 0 failure.
+int onward_get_pixels(CFILE* c, onward_lines* lines, const onward_decoder* decoder, uint8_t* buffer);
+
 // Frees what the lines own.
 void onward_drop(onward_lines* lines);

@@ -151,6 +151,7 @@ CFILE* rzl_create(const char* name, bool readback) {
 } // namespace
 
 bool reopen_cfile_file(CFILE* c, const char* name) {
+    c->held.judged = false;
     file_source source = {};
     if (!find_source(c, name, c->mode == MODE_UPDATE, &source)) return false;
     set_flag(c, FLAG_MEMORY, false);

@@ -127,7 +127,8 @@ int rzl_putinlv_default(CFILE* c, const uint8_t* buffer) {
     flag_guard planes_given(c, FLAG_INTERLEAVED, false);
     int samples = interleaved_samples(c);
     bool colors = format_is_color(c->format);
-    if (samples != c->samples && !colors) return fails(c, RZL_UNSUPPORTED, SOURCE, "Putinlv");
+    bool looks_up = samples != c->samples && c->color_table != nullptr;
+    if (looks_up) return fails(c, RZL_UNSUPPORTED, SOURCE, "Putinlv");
     if (samples <= 1 || (c->bits > 8 && !colors)) return c->slots.Putline(c, 1, &buffer);
     auto pixels = static_cast<size_t>(c->xsize);
     auto n = static_cast<size_t>(samples);

@@ -318,6 +318,7 @@ bool handle_is_valid(CFILE* c, const char* word) {
 bool handle_enter(CFILE* c, const char* word) {
     if (!handle_is_valid(c, word)) return false;
     lock_enter(c->lock);
+    ++c->depth;
     c->status = 0;
     set_last_status(0);
     return true;
@@ -327,6 +328,8 @@ int handle_leave(CFILE* c, int result) {
     // The block of a file in memory is the application's between calls.
     if (c->ahead.start != nullptr && has_flag(c, FLAG_MEMORY)) io_settle(c);
     set_last_status(c->status);
+    // A handle that is being closed has no file any more, and nothing of it holds.
+    if (--c->depth == 0 && c->file != nullptr) check_handle(c);
     lock_leave(c->lock);
     return result;
 }

@@ -6,6 +6,7 @@
 
 #include "raster/CORE/cfile.h"
 #include "raster/CORE/squetch.h"
+#include "raster/CORE/triples.h"
 #include "support/bytes.h"
 #include "support/memory.h"
 
@@ -221,36 +222,27 @@ template <size_t Step> void join_plane(uint8_t* pixels, size_t count, size_t ste
         pixels[i * (Step != 0 ? Step : step)] = plane[i];
 }
 
-// Three planes into pixels of three bytes: each is stored with a byte more, which the next one puts right.
-void join_triples(uint8_t* pixels, size_t count, const uint8_t* const* planes) {
-    const uint8_t* a = planes[0];
-    const uint8_t* b = planes[1];
-    const uint8_t* c = planes[2];
-    for (size_t i = 0; i + 1 < count; ++i)
-        store_u32le(pixels + i * 3, a[i] | static_cast<uint32_t>(b[i]) << 8 | static_cast<uint32_t>(c[i]) << 16);
-    if (count == 0) return;
-    const uint8_t last[3] = {a[count - 1], b[count - 1], c[count - 1]};
-    std::memcpy(pixels + (count - 1) * 3, last, sizeof last);
+template <typename Plane> bool are_triples(Plane* const* planes, size_t step, size_t samples) {
+    return step == 3 && samples == 3 && planes[0] != nullptr && planes[1] != nullptr && planes[2] != nullptr;
 }
 
 } // namespace
 
 void split_pixels(const uint8_t* pixels, size_t count, size_t step, uint8_t* const* planes, size_t samples) {
     auto* split = step == 3 ? split_plane<3> : step == 4 ? split_plane<4> : split_plane<0>;
+    size_t done = are_triples(planes, step, samples) ? split_triples(pixels, planes, count) : 0;
+    pixels += done * step;
     for (size_t s = 0; s < samples; ++s) {
-        if (planes[s] != nullptr) split(pixels + s, count, step, planes[s]);
+        if (planes[s] != nullptr) split(pixels + s, count - done, step, planes[s] + done);
     }
 }
 
 void join_pixels(uint8_t* pixels, size_t count, size_t step, const uint8_t* const* planes, size_t samples) {
-    bool triples = step == 3 && samples == 3 && planes[0] != nullptr && planes[1] != nullptr && planes[2] != nullptr;
-    if (triples) {
-        join_triples(pixels, count, planes);
-        return;
-    }
     auto* join = step == 3 ? join_plane<3> : step == 4 ? join_plane<4> : join_plane<0>;
+    size_t done = are_triples(planes, step, samples) ? join_triples(pixels, planes, count) : 0;
+    pixels += done * step;
     for (size_t s = 0; s < samples; ++s) {
-        if (planes[s] != nullptr) join(pixels + s, count, step, planes[s]);
+        if (planes[s] != nullptr) join(pixels + s, count - done, step, planes[s] + done);
     }
 }
 

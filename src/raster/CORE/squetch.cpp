@@ -121,6 +121,7 @@ bool squetch_line(CFILE* c, int channels) {
     squetch_record* s = c->squetch;
     flag_guard planes(c, FLAG_INTERLEAVED, false);
     read_line_slot read = has_flag(c, FLAG_TILED) ? c->slots.Getlinefromtile : c->slots.Get_line;
+    if (!rzl_has_line(c, c->line, SOURCE, "squetch")) return false;
     int pixels = read(c, channels, s->line_buffers);
     if (c->status == 0 && pixels < c->xsize) fail(c, RZL_READ_FAILED, SOURCE, "squetch");
     if (c->status != 0) return false;
@@ -138,7 +139,7 @@ bool squetch_line(CFILE* c, int channels) {
 bool skip_lines(CFILE* c, int64_t lines) {
     read_line_slot read = has_flag(c, FLAG_TILED) ? c->slots.Getlinefromtile : c->slots.Get_line;
     for (int64_t i = 0; i < lines; ++i)
-        if (read(c, 0, nullptr) <= 0 || c->status != 0) return false;
+        if (!rzl_has_line(c, c->line, SOURCE, "squetch") || read(c, 0, nullptr) <= 0 || c->status != 0) return false;
     return true;
 }
 

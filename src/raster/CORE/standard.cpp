@@ -273,6 +273,13 @@ int initialise_standard(CFILE* c, int32_t id) {
     return 1;
 }
 
+// The module that creates files of a standard, or null.
+const format_module* creating_module(int32_t id) {
+    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
+    bool creates = row != nullptr && row->module != nullptr && row->module->initialise != nullptr;
+    return creates ? row->module : nullptr;
+}
+
 // Whether `word` is one of the words of a list, in any case of letters.
 bool is_listed(const char* list, const char* word) {
     size_t length = std::strlen(word);
@@ -326,15 +333,22 @@ int32_t rzl_standard_of_extension(const char* extension) {
 }
 
 int rzl_standard_takes(int32_t id, int32_t format) {
-    const standard_row* row = id >= 0 ? find_standard(id) : nullptr;
-    if (row == nullptr || row->module == nullptr || row->module->initialise == nullptr) return 0;
-    for (int32_t known : row->module->formats) {
+    const format_module* module = creating_module(id);
+    if (module == nullptr) return 0;
+    for (int32_t known : module->formats) {
         if (known == format) return 1;
     }
     return 0;
 }
 
 int rzl_standard_has_table(int32_t id) {
+    const format_module* module = creating_module(id);
+    return module != nullptr && (module->traits & MODULE_NO_TABLE) == 0 ? 1 : 0;
+}
+
+int rzl_standard_is_coded(int32_t id) {
+    const format_module* module = creating_module(id);
+    return module != nullptr && (module->traits & MODULE_CODED) != 0 ? 1 : 0;
     return rzl_standard_colors(id) != 0 ? 1 : 0;
 }
 

@@ -301,7 +301,7 @@ const format_module gif_module = {
     .slots = &SLOTS,
     .spec_size = sizeof(gif_spec),
     .formats = FORMATS,
-    .traits = MODULE_COLORS,
+    .traits = MODULE_COLORS | MODULE_CODED,
     .open = gif_open,
     .initialise = gif_initialise,
 };

@@ -115,37 +115,33 @@ int make_tiles(CFILE* c, hrf_spec* spec) {
 
 // ---- tiles
 
-// The planes as the file has them before coding, in `tile` or where they are.
-const uint8_t* gathered(const CFILE* c, write_planes planes) {
+// The planes as the file has them before coding.
+void gather(const CFILE* c, write_planes planes, uint8_t* out) {
     const hrf_spec* spec = hrf_spec_of(c);
     size_t pixels = size_t{c->tile->width} * c->tile->height;
-    if (spec->depth == 8) return planes[0];
-    if (spec->depth == 24) {
-        join_pixels(spec->tile, pixels, 3, planes, 3);
-    } else {
-        words_to_bits(planes[0], static_cast<uint32_t>(pixels), 0, spec->tile);
+    switch (spec->depth) {
+    case 1: words_to_bits(planes[0], static_cast<uint32_t>(pixels), 0, out); break;
+    case 8: std::memcpy(out, planes[0], pixels); break;
+    default: join_pixels(out, pixels, 3, planes, 3);
     }
-    return spec->tile;
 }
 
-// The data of the tile's record behind its head in `coded`. Their size.
-size_t coded_tile(const CFILE* c, const uint8_t* tile) {
-    hrf_spec* spec = hrf_spec_of(c);
+// The data of the tile's record, behind its head in `coded`. Their size.
+size_t code_tile(const CFILE* c, write_planes planes) {
+    const hrf_spec* spec = hrf_spec_of(c);
     uint8_t* out = spec->coded + HRF_RECORD_HEAD;
     size_t bytes = hrf_tile_bytes(c);
-    if (!spec->compressed) {
-        std::memcpy(out, tile, bytes);
-        return bytes;
-    }
+    gather(c, planes, spec->compressed ? spec->tile : out);
+    if (!spec->compressed) return bytes;
     if (spec->depth == 1) {
         size_t row = hrf_row_bytes(c);
         uint8_t* next = out;
         for (uint32_t y = 0; y < c->tile->height; ++y)
-            next += hrf_encode_row(tile + y * row, row, next);
+            next += hrf_encode_row(spec->tile + y * row, row, next);
         return static_cast<size_t>(next - out);
     }
-    size_t size = tif_lzw_encode(tile, out, bytes, spec->lzw);
-    return size <= HRF_MOST_DATA ? size : hrf_encode_plainly(tile, bytes, out);
+    size_t size = tif_lzw_encode(spec->tile, out, bytes, spec->lzw);
+    return size <= HRF_MOST_DATA ? size : hrf_encode_plainly(spec->tile, bytes, out);
 }
 
 // The record goes to the file's end.
@@ -251,7 +247,7 @@ int hrf_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t*) {
     for (int i = 0; given && i < channels; ++i)
         given = buffers[i] != nullptr;
     if (!given) return fails(c, channels == c->samples ? RZL_NO_OUTPUT_BUFFER : RZL_UNSUP_IR, SOURCE, "HRF");
-    if (!write_record(c, spec, coded_tile(c, gathered(c, buffers)))) return 0;
+    if (!write_record(c, spec, code_tile(c, buffers))) return 0;
     ++c->line;
     return static_cast<int>(c->tile->width * c->tile->height); // of a tile that fits into its record
 }

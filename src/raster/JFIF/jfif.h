@@ -86,11 +86,15 @@ void jfif_apply_format(CFILE* c);
 // A line of one channel, or of three. The width, 0 on failure.
 int jfif_get_line(CFILE* c, int channels, read_planes buffers);
 
+int jfif_get_pixels(CFILE* c, uint8_t* buffer);
+
 // Writes what stands before the lines. 0 on success.
 int jfif_write_header(CFILE* c);
 
 // A line of one channel, or of three in a file of three components. Those behind the last one are passed over.
 int jfif_put_line(CFILE* c, int channels, write_planes buffers);
+
+int jfif_put_pixels(CFILE* c, const uint8_t* buffer);
 
 // Finishes a new file: lines that have not come are black.
 void jfif_close(CFILE* c);

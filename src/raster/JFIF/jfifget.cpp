@@ -101,3 +101,10 @@ int jfif_get_line(CFILE* c, int channels, read_planes buffers) {
     ++c->line;
     return c->xsize;
 }
+
+// Columns and inks go by way of the planes.
+int jfif_get_pixels(CFILE* c, uint8_t* buffer) {
+    jfif_spec* spec = jfif_spec_of(c);
+    bool rows = spec->coder != nullptr && spec->components == 3 && !spec->sideways;
+    return rows ? onward_get_pixels(c, &spec->lines, &DECODER, buffer) : rzl_getinlv_default(c, buffer);
+}

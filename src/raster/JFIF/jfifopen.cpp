@@ -112,7 +112,9 @@ constexpr int32_t FORMATS[] = {RZL_FORMAT_JPEG_GREY, RZL_FORMAT_BYTE,       RZL_
 
 constexpr format_slots SLOTS = {
     .Get_line = jfif_get_line,
+    .Getinlv = jfif_get_pixels,
     .Put_line = jfif_put_line,
+    .Putinlv = jfif_put_pixels,
     .Get_hdr_data = jfif_get_hdr_data,
     .Set_hdr_data = jfif_set_hdr_data,
     .Get_vlt = jfif_get_vlt,
@@ -134,7 +136,7 @@ const format_module jfif_module = {
     .slots = &SLOTS,
     .spec_size = sizeof(jfif_spec),
     .formats = FORMATS,
-    .traits = MODULE_NO_TABLE,
+    .traits = MODULE_NO_TABLE | MODULE_CODED,
     .open = jfif_open,
     .initialise = jfif_initialise,
 };

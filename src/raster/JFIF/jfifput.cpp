@@ -20,6 +20,12 @@ const uint8_t* pixels_of(const CFILE* c, const jfif_spec* spec, write_planes pla
     return spec->row;
 }
 
+int put_row(const CFILE* c, jfif_spec* spec, const uint8_t* pixels) {
+    if (!jfif_write_row(spec->coder, pixels)) return 0;
+    ++spec->lines_put;
+    return c->xsize;
+}
+
 } // namespace
 
 // A file that was opened has its header and keeps it, and so does one whose header is written.
@@ -49,10 +55,15 @@ int jfif_put_line(CFILE* c, int channels, write_planes buffers) {
     if (c->mode != MODE_WRITE)
         return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed or scan format data");
     if (channels != spec->components) return fails(c, RZL_UNSUP_JFIF, SOURCE, "JFIF");
-    if (spec->lines_put >= c->ysize) return c->xsize;
-    if (!jfif_write_row(spec->coder, pixels_of(c, spec, buffers))) return 0;
-    ++spec->lines_put;
-    return c->xsize;
+    return spec->lines_put >= c->ysize ? c->xsize : put_row(c, spec, pixels_of(c, spec, buffers));
+}
+
+int jfif_put_pixels(CFILE* c, const uint8_t* buffer) {
+    jfif_spec* spec = jfif_spec_of(c);
+    bool as_it_is = c->mode == MODE_WRITE && c->samples == 3 && !has_flag(c, FLAG_FOUR_BYTE_PIXELS);
+    if (!as_it_is) return rzl_putinlv_default(c, buffer);
+    if (putline_error_check(c) != 0) return 0;
+    return spec->lines_put >= c->ysize ? c->xsize : put_row(c, spec, buffer);
 }
 
 void jfif_close(CFILE* c) {

@@ -183,7 +183,7 @@ void krv_source_end(krv_source* s) {
     bool unused = !s->from_window && s->next != s->end;
     auto back = static_cast<int64_t>(s->end - s->next);
     account(s);
-    if (unused) (void)s->c->io.file_seek(s->c->file, -back, 1);
+    if (unused) (void)io_move(s->c, -back);
 }
 
 bool krv_source_fill(krv_source* s) {

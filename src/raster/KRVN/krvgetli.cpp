@@ -153,7 +153,7 @@ bool skip_pieces(CFILE* c) {
     while (holds_this_line(c)) {
         uint64_t bytes = 0;
         if (!piece_size(c, &bytes)) break;
-        if (c->io.file_seek(c->file, static_cast<int64_t>(bytes), 1) != 0) return false;
+        if (!io_move(c, static_cast<int64_t>(bytes))) return false;
         (void)krv_read_line_header(c, false);
     }
     return true;
@@ -171,7 +171,7 @@ bool skip_coded(CFILE* c, krv_decoder decode) {
 bool skip_one(CFILE* c, krv_decoder decode) {
     if (has_flag(c, FLAG_SCANNABLE)) return skip_pieces(c);
     int64_t size = krv_fixed_line_size(c);
-    if (size > 0) return c->io.file_seek(c->file, size, 1) == 0;
+    if (size > 0) return io_move(c, size);
     return skip_coded(c, decode);
 }
 
@@ -350,7 +350,7 @@ int64_t measure_pieces(CFILE* c) {
         if (spec->line_header.words_to_follow < 2) return 0;
         int64_t data = (int64_t{spec->line_header.words_to_follow} - 2) * 2;
         bytes += data + static_cast<int64_t>(KRV_LINE_HEADER_SIZE);
-        if (c->io.file_seek(c->file, data, 1) != 0) return 0;
+        if (!io_move(c, data)) return 0;
         (void)krv_read_line_header(c, false);
     }
     return bytes;

@@ -9,6 +9,7 @@
 
 #include "raster/KRVN/krv.h"
 #include "support/checked.h"
+#include "support/invariant.h"
 #include "support/memory.h"
 
 namespace {
@@ -346,6 +347,15 @@ constexpr format_slots without_images(format_slots slots) {
 }
 constexpr format_slots TEXT_SLOTS = without_images(NATIVE_SLOTS);
 
+void check_spec(const CFILE* c) {
+    const krv_spec* spec = krv_spec_of(c);
+    invariant(spec->tile_end == 0, "no tile is being read between calls");
+    invariant(spec->overview_packet != nullptr || c->active_overview < 0, "an active overview is in the directory");
+    bool bound = !has_flag(c, FLAG_TILED) || c->tile == nullptr || c->tile->packet == nullptr;
+    int64_t tiles = bound ? 0 : int64_t{c->tile->tiles_across} * c->tile->tiles_down;
+    invariant(tiles == 0 || krv_tile_entry(c, tiles - 1) != nullptr, "every tile has its entry");
+}
+
 constexpr int32_t FORMATS[] = {RZL_FORMAT_BYTE,
                                RZL_FORMAT_RGB,
                                RZL_FORMAT_BILEVEL,
@@ -381,6 +391,7 @@ const format_module krv_module = {
     .traits = MODULE_TILES | MODULE_RESIZES | MODULE_CUT_TILES,
     .open = krv_open,
     .initialise = krv_initialise,
+    .check = check_spec,
     .note_tile = krv_note_tile,
 };
 
@@ -393,6 +404,7 @@ const format_module krv_text_module = {
     .limits = KRV_LIMITS,
     .traits = MODULE_TILES | MODULE_RESIZES | MODULE_CUT_TILES,
     .open = krv_open_text,
+    .check = check_spec,
     .note_tile = krv_note_tile,
 };
 

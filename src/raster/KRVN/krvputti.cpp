@@ -100,6 +100,7 @@ bool krv_begin_tiles(CFILE* c) {
     if (!write_packet(c)) {
         mem_free(t->packet);
         t->packet = nullptr;
+        t->packet_bytes = 0;
         return false;
     }
     note_tiled_overview(c);

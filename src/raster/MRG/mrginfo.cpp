@@ -57,7 +57,7 @@ bool is_known(int32_t field) {
 }
 
 constexpr double RADIANS_A_DEGREE = 0.017453292519943295;
-constexpr double SCALE_UNIT = 0.0001;
+constexpr double UNITS = 10000; // of the scale
 
 double number_at(const mrg_spec* spec, mrg_place place) {
     double number = 0;
@@ -73,7 +73,7 @@ int32_t integer_at(const mrg_spec* spec, mrg_place place) {
 
 double scale_of(const mrg_spec* spec) {
     double units = number_at(spec, spec->form->scale);
-    return units != 0 ? units * SCALE_UNIT : 1.0;
+    return units != 0 ? units / UNITS : 1.0;
 }
 
 // A number and the letter behind it: west and south are negative.

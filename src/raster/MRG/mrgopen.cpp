@@ -94,7 +94,8 @@ int open_raster(CFILE* c, const char* name, char letter) {
     std::memcpy(raster, name, length + 1);
     raster[length - LETTER_FROM_END] = letter;
     (void)close_cfile_file(c);
-    if (!reopen_cfile_file(c, raster)) return 1;
+    // Planes are read in pieces that lie far apart, for which a view would bring in many times as much.
+    if (!reopen_cfile_file(c, raster) || rzl_set_mapped(c, false) != 0) return 1;
     int64_t size = io_size(c);
     if (size >= 0 && size < mrg_least_bytes(c)) return refuse(c, RZL_READ_FAILED, SOURCE, raster);
     return 0;

@@ -83,11 +83,15 @@ bool png_finish_writing(png_coder* coder);
 // A line of one channel, or of three. The width, 0 on failure.
 int png_get_line(CFILE* c, int channels, read_planes buffers);
 
+int png_get_pixels(CFILE* c, uint8_t* buffer);
+
 // Writes what stands before the rows. 0 on success.
 int png_write_header(CFILE* c);
 
 // A line of one channel, or of three in a file of colours; lines come in order, or the status is RZL_MODIFY_COMPRESSED.
 int png_put_line(CFILE* c, int channels, write_planes buffers);
+
+int png_put_pixels(CFILE* c, const uint8_t* buffer);
 
 // Finishes a new file: lines that have not come are 0.
 void png_close(CFILE* c);

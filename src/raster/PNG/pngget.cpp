@@ -111,3 +111,10 @@ int png_get_line(CFILE* c, int channels, read_planes buffers) {
     ++c->line;
     return c->xsize;
 }
+
+// Rows with alpha go by way of the planes.
+int png_get_pixels(CFILE* c, uint8_t* buffer) {
+    png_spec* spec = png_spec_of(c);
+    bool rows = spec->coder != nullptr && spec->shape.channels == 3;
+    return rows ? onward_get_pixels(c, &spec->lines, &DECODER, buffer) : rzl_getinlv_default(c, buffer);
+}

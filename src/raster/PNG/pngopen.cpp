@@ -117,7 +117,9 @@ constexpr field_limit LIMITS[] = {{RZL_FIELD_VLT_ENTRIES, 0, INT32_MAX},
 
 constexpr format_slots SLOTS = {
     .Get_line = png_get_line,
+    .Getinlv = png_get_pixels,
     .Put_line = png_put_line,
+    .Putinlv = png_put_pixels,
     .Get_hdr_data = png_get_hdr_data,
     .Set_hdr_data = png_set_hdr_data,
     .Wrt_hdr = png_write_header,
@@ -136,7 +138,7 @@ const format_module png_module = {
     .spec_size = sizeof(png_spec),
     .formats = FORMATS,
     .limits = LIMITS,
-    .traits = MODULE_COLORS,
+    .traits = MODULE_COLORS | MODULE_CODED,
     .open = png_open,
     .initialise = png_initialise,
 };

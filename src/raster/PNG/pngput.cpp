@@ -46,6 +46,17 @@ const uint8_t* row_of(const png_spec* spec, write_planes planes) {
     return spec->row;
 }
 
+bool is_next(CFILE* c, const png_spec* spec) {
+    bool next = c->mode == MODE_WRITE && c->line == spec->lines_put;
+    return next || fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed or scan format data");
+}
+
+int put_row(const CFILE* c, png_spec* spec, const uint8_t* row) {
+    if (!png_write_one(spec->coder, row)) return 0;
+    ++spec->lines_put;
+    return c->xsize;
+}
+
 } // namespace
 
 // A file that was opened has its header and keeps it, and so does one whose header is written.
@@ -69,12 +80,17 @@ int png_write_header(CFILE* c) {
 
 int png_put_line(CFILE* c, int channels, write_planes buffers) {
     png_spec* spec = png_spec_of(c);
-    if (c->mode != MODE_WRITE || c->line != spec->lines_put)
-        return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "Cannot modify compressed or scan format data");
+    if (!is_next(c, spec)) return 0;
     if (channels != spec->shape.channels) return fails(c, RZL_UNSUPPORTED, SOURCE, "PNG");
-    if (!png_write_one(spec->coder, row_of(spec, buffers))) return 0;
-    ++spec->lines_put;
-    return c->xsize;
+    return put_row(c, spec, row_of(spec, buffers));
+}
+
+int png_put_pixels(CFILE* c, const uint8_t* buffer) {
+    png_spec* spec = png_spec_of(c);
+    bool as_it_is = c->mode == MODE_WRITE && c->samples == 3 && !has_flag(c, FLAG_FOUR_BYTE_PIXELS);
+    if (!as_it_is) return rzl_putinlv_default(c, buffer);
+    if (putline_error_check(c) != 0 || !is_next(c, spec)) return 0;
+    return put_row(c, spec, buffer);
 }
 
 void png_close(CFILE* c) {

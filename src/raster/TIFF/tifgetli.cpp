@@ -712,7 +712,7 @@ void stand_at_start(CFILE* c) {
     if (!is_readable(c)) return;
     spec->at_end = false;
     bool stored = tif_is_stored(image, 0);
-    bool stands = stored ? io_seek(c, c->base_offset + image->strip_offsets[0]) : c->io.file_seek(c->file, 0, 2) == 0;
+    bool stands = stored ? io_seek(c, c->base_offset + image->strip_offsets[0]) : io_seek(c, io_size(c));
     if (!stands) fail(c, RZL_READ_FAILED, SOURCE, nullptr);
 }
 

@@ -18,6 +18,7 @@
 #include "raster/CCITT/ccitt.h"
 #include "raster/TIFF/tiff.h"
 #include "support/checked.h"
+#include "support/invariant.h"
 #include "support/memory.h"
 
 namespace {
@@ -745,6 +746,15 @@ constexpr format_slots SLOTS = {
     .Get_Image_Offset = first_offset,
 };
 
+void check_spec(const CFILE* c) {
+    const tif_spec* spec = tif_spec_of(c);
+    if (spec->image == nullptr || !has_flag(c, FLAG_HEADER_EXISTS)) return; // its plan is made with the header
+    auto segments = static_cast<int64_t>(tif_segments(spec->image));
+    invariant(spec->in.segment >= -1 && spec->in.segment < std::max<int64_t>(segments, 1), "a segment is at hand");
+    invariant(spec->out.segment >= -1, "a segment is gathered");
+    invariant(!spec->out.waiting || spec->out.segment >= 0, "rows wait in a segment");
+}
+
 constexpr int32_t FORMATS[] = {
     RZL_FORMAT_BYTE,         RZL_FORMAT_RGB,    RZL_FORMAT_BILEVEL, RZL_FORMAT_BYTE_RUNS,      RZL_FORMAT_PLANE_RUNS,
     RZL_FORMAT_BILEVEL_RUNS, RZL_FORMAT_GROUP3, RZL_FORMAT_GROUP4,  RZL_FORMAT_BYTE_PAIRS,     RZL_FORMAT_INT16,
@@ -764,6 +774,7 @@ const format_module tif_module = {
     .traits = MODULE_TILES | MODULE_RESIZES,
     .open = open_file,
     .initialise = start_file,
+    .check = check_spec,
 };
 
 const format_module tif_eps_module = {
@@ -774,4 +785,5 @@ const format_module tif_eps_module = {
     .formats = FORMATS,
     .traits = MODULE_TILES | MODULE_RESIZES,
     .open = open_preview,
+    .check = check_spec,
 };

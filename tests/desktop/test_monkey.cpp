@@ -1,0 +1,66 @@
+// The whole application under a monkey: clicks, drags, keys and texts at random, at several depths. Nothing is expected
+// but that the program goes on, and that the pixels of undone steps come back.
+#include <random>
+
+#include "forms_session.h"
+
+namespace {
+
+class Monkey : public FormsSession {
+protected:
+    static constexpr int STEPS = 400;
+
+    // One thing that a user may do. Exit and the picker's way to other directories than the test's own are left out.
+    void act() {
+        const auto any = [this](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
+        const int x = any(1184);
+        const int y = any(830);
+        if (x > 1030 && y > 775) return; // the exit button
+        switch (any(10)) {
+        case 0:
+        case 1:
+        case 2:
+        case 3: headless_click(x, y, HOST_LEFT); break;
+        case 4: headless_click(x, y, HOST_RIGHT); break;
+        case 5:
+            headless_pointer(x, y);
+            headless_button(HOST_LEFT, any(2) == 0, 0);
+            break;
+        case 6: headless_type(words[any(static_cast<int>(words.size()))].c_str()); break;
+        case 7: headless_key(any(2) == 0 ? host_key::escape : host_key::enter, any(2) == 0 ? 27 : 13, 0); break;
+        case 8: headless_key(host_key::character, "zyos"[any(4)], HOST_CTRL); break;
+        default: {
+            const host_key keys[] = {host_key::tab,  host_key::page_up, host_key::page_down, host_key::left,
+                                     host_key::home, host_key::f1,      host_key::f11,       host_key::down};
+            headless_key(keys[any(8)], 0, 0);
+        }
+        }
+    }
+
+    std::mt19937 random;
+    const std::vector<std::string> words = {"1",         "0.5", "still.tnc", "out.tif", "*.rgb", "b", "f+",
+                                            "brick.rgb", "\\",  "a",         "300",     "Red",   "{", "x.rgb,1,2"};
+};
+
+} // namespace
+
+TEST_F(Monkey, DoesNoHarm) {
+    stop_set_action([](void*, int) {}, nullptr);
+    for (const int planes : {24, 8, 4}) {
+        random.seed(static_cast<unsigned>(planes));
+        steps.clear();
+        for (int i = 0; i < STEPS; ++i)
+            step([this] { act(); });
+        // Whatever box or form is up is left, and nothing holds the end up.
+        step([] { headless_button(HOST_LEFT, false, 0); });
+        for (int i = 0; i < 12; ++i)
+            step([] { headless_key(host_key::escape, 27, 0); });
+        step([] {
+            image_mark_unchanged();
+            program_palette.changed = false;
+        });
+        SCOPED_TRACE(planes);
+        run_forms({"-f", "still.tnc", "-p", "my.tnp"}, planes);
+        forms_wanted = true;
+    }
+}
