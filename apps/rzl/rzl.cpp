@@ -20,9 +20,9 @@ constexpr const char* HELP =
     "bilevel (0 or 255) and grey, three for colour or a colour table. convert writes a picture into another standard\n"
     "(without --standard the one that the extension of OUT stands for) or data format that can hold it as it is.\n"
     "With --vlt, and where the standard holds no colours otherwise, it gets a colour table: that of IN, or one of 256\n"
-    "colours that is made for it. The alpha of a TIFF file with red, green, blue and alpha is left out; a PNG file that\n"
-    "is not opaque lies on the background that it tells of. Of a PNG file --compression is the level, 0 to 9. Images and\n"
-    "overviews are numbered from 0.\n"
+    "colours that is made for it. The alpha of a TIFF file with red, green, blue and alpha is left out; a PNG file\n"
+    "that is not opaque lies on the background that it tells of. Of a PNG file --compression is the level, 0 to 9.\n"
+    "Images and overviews are numbered from 0.\n"
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 
