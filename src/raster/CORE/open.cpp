@@ -114,7 +114,7 @@ bool create_file(CFILE* c, const char* name) {
     rzl_set_stream_slots(c);
     if (name == nullptr) {
         c->file = stream_standard_output();
-    } else if (look_at_existing(name) == existing::replaceable) {
+    } else {
         c->file = stream_open(name, c->mode == MODE_WRITE_READ ? "w+b" : "wb");
     }
     if (c->file != nullptr) return true;
@@ -132,11 +132,15 @@ CFILE* rzl_create(const char* name, bool readback) {
     CFILE* c = new_cfile(name);
     if (c == nullptr) return nullptr;
     c->mode = readback && name != nullptr ? MODE_WRITE_READ : MODE_WRITE;
-    const format_module* extending = extending_module();
-    bool extends =
-        extending != nullptr && name != nullptr && !is_memory_name(name) && look_at_existing(name) == existing::catalog;
-    if (extends) {
-        if (install_module(c, extending) && extending->extend(c, name) == 0) return c;
+    bool stands = name != nullptr && !is_memory_name(name);
+    existing there = stands ? look_at_existing(name) : existing::replaceable;
+    if (there == existing::catalog) {
+        const format_module* extending = extending_module();
+        if (extending != nullptr && install_module(c, extending) && extending->extend(c, name) == 0) return c;
+    } else if (there == existing::untold) {
+        fail(c, RZL_CANNOT_OPEN, SOURCE, name);
+    }
+    if (there != existing::replaceable) {
         abandon_cfile(c);
         return nullptr;
     }
