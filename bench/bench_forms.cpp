@@ -134,6 +134,7 @@ void drag(benchmark::State& state, int type) {
     Enable_events(BUTTON_EVENT);
     headless_on_idle(move_mouse, nullptr);
     for ([[maybe_unused]] auto _ : state) {
+        FIg_set_value(form, 11, 0);
         headless_advance(1000);
         headless_pointer(form->x1 + 28, form->y1 + 100); // on the thumb
         headless_button(HOST_LEFT, true, 0);

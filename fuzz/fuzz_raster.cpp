@@ -48,6 +48,8 @@ void read_fields(CFILE* c) {
         if (id == 103 && (tiles < 0 || tiles * 4 > static_cast<int64_t>(value.size()))) continue;
         if (rzl_get_hdr_data(c, id, value.data()) == 0) use(value.data(), 4);
     }
+    rzl_map_info map = {};
+    if (rzl_get_hdr_data(c, RZL_FIELD_MAP, &map) == 0) use(&map, sizeof map);
     rzl_stat stat = {};
     if (rzl_get_stat(c, &stat) == 0) use(&stat.xsize, sizeof stat.xsize);
 }

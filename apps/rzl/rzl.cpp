@@ -18,11 +18,11 @@ constexpr const char* HELP =
     "its standard has them, and reads it to its end. A catalog is read as the one picture that its files make, and is\n"
     "not written over. cat writes the pixels to standard output, row by row from the top: one byte a pixel for\n"
     "bilevel (0 or 255) and grey, three for colour or a colour table. convert writes a picture into another standard\n"
-    "(without --standard the one that the extension of OUT stands for) or data format that can hold it as it is. With "
-    "--vlt, and where the standard holds no colours\n"
-    "otherwise, it gets a colour table: that of IN, or one of 256 colours that is made for it. The alpha of a TIFF\n"
-    "file with red, green, blue and alpha is left out; a PNG file that is not opaque lies on the background that it\n"
-    "tells of. Of a PNG file --compression is the level, 0 to 9. Images and overviews are numbered from 0.\n"
+    "(without --standard the one that the extension of OUT stands for) or data format that can hold it as it is.\n"
+    "With --vlt, and where the standard holds no colours otherwise, it gets a colour table: that of IN, or one of 256\n"
+    "colours that is made for it. The alpha of a TIFF file with red, green, blue and alpha is left out; a PNG file\n"
+    "that is not opaque lies on the background that it tells of. Of a PNG file --compression is the level, 0 to 9.\n"
+    "Images and overviews are numbered from 0.\n"
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 

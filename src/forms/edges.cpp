@@ -108,6 +108,11 @@ void fill_band(uint8_t* bits, size_t stride, int x, int y, const uint32_t* hatch
 } // namespace
 
 void fi_hatch_area(int window, fi_box box, const uint32_t* hatch) {
+    // A file may have gadgets that are far larger than the window: nothing is made for what can't be seen.
+    fi_box place = {0, 0, 0, 0};
+    if (fi_graphic.Inq_win_region(window, &place.x1, &place.y1, &place.x2, &place.y2) != 0) return;
+    box = {std::max(box.x1, 0), std::max(box.y1, 0), std::min(box.x2, place.x2 - place.x1),
+           std::min(box.y2, place.y2 - place.y1)};
     if (fi_box_empty(box)) return;
     const size_t stride = (static_cast<size_t>(box.x2 - box.x1) + 8) / 8;
     const mem_guard<uint8_t> bits(mem_new_array<uint8_t>(stride * BAND));

@@ -141,7 +141,10 @@ constexpr int KEY_BYTES = 100;
 // Takes a key event; how many bytes it has brought.
 int get_keys(char* bytes) {
     int count = KEY_BYTES;
-    if (fi_env.FI_GET_KEYBOARD_DATA(bytes, &count) != 0) return 0;
+    if (fi_env.FI_GET_KEYBOARD_DATA(bytes, &count) != 0) {
+        FI_clear_event(KEYBOARD_EVENT); // it must not come again and again
+        return 0;
+    }
     return std::clamp(count, 0, KEY_BYTES);
 }
 

@@ -36,6 +36,13 @@ bool fi_mcf_is_first_shown(const fi_mcf* m, const FI_gadget* column) {
     return m->first_col < m->num_cols && m->group.members[m->first_col] == column;
 }
 
+bool fi_mcf_is_out(const FI_gadget* g) {
+    if (!fi_is_column(g)) return false;
+    const auto* m = fi_as<fi_mcf>(g->owner);
+    const int place = fi_mcf_index(m, g) - m->first_col;
+    return place < 0 || place >= m->visible_cols;
+}
+
 fi_field* fi_mcf_column_at(const fi_mcf* m, int x, int y) {
     for (int i = 0; i < m->num_cols; ++i) {
         fi_field* column = fi_mcf_column(m, i);

@@ -22,6 +22,7 @@ fi_field* fi_mcf_current(fi_mcf* m);                        // null without colu
 int fi_mcf_index(const fi_mcf* m, const FI_gadget* column); // -1: none of them
 int fi_mcf_rows(const fi_mcf* m);                           // that all columns have
 bool fi_mcf_is_first_shown(const fi_mcf* m, const FI_gadget* column);
+bool fi_mcf_is_out(const FI_gadget* g);                    // a column that isn't among the visible ones
 fi_field* fi_mcf_column_at(const fi_mcf* m, int x, int y); // shown, and there; null
 void fi_mcf_sync_rows(fi_mcf* m, const fi_field* column);  // the others take over active_row and top_row
 

@@ -42,7 +42,8 @@ void show_column(fi_mcf* m, fi_field* column, float x) {
     FI_gadget* g = fi_gadget_of(column);
     const float width = width_of(column);
     const bool drawn = gadget_of(m)->displayed != 0;
-    fi_allow_display(g);
+    g->attr_mask &= ~FI_NOT_DISPLAYED;
+    fi_each_part(g, fi_allow_display);
     g->displayed = drawn ? 1 : 0;
     if (g->x1 != x) fi_shift_gadget(g, x - g->x1, 0);
     g->x2 = x + width;

@@ -13,6 +13,7 @@
 //   drawing     surface.cpp windows, clip and colour for gadgets; bevel.cpp edges and hatches; drawtext.cpp texts
 //   types       types.cpp the table; button.cpp, toggle.cpp, checklist.cpp, text.cpp, static.cpp (symbol, line,
 //               rectangle, bevel), scroll.cpp their drawing, scaling, activation and press; range.cpp values in ranges
+//   fields      fields.h and mcf.h begin with tours of fields and of tables
 //   show        show.cpp draws, erases, enables, highlights and resets any gadget; formdraw.cpp draws a form
 //   events      dispatch.cpp what an event means; press.cpp a press on a form, completion; link.cpp values that travel;
 //               sequence.cpp the keyboard; track.cpp loops that follow the mouse

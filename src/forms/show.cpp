@@ -4,6 +4,7 @@
 #include "forms/env.h"
 #include "forms/fields.h"
 #include "forms/link.h"
+#include "forms/mcf.h"
 #include "forms/range.h"
 #include "forms/surface.h"
 
@@ -84,7 +85,7 @@ void fi_erase_gadget(FI_gadget* g) {
 }
 
 void fi_allow_display(FI_gadget* g) {
-    if (is_popup_list(g)) return;
+    if (is_popup_list(g) || fi_mcf_is_out(g)) return;
     g->attr_mask &= ~FI_NOT_DISPLAYED;
     fi_each_part(g, fi_allow_display);
 }
@@ -96,7 +97,10 @@ void change_look(FI_gadget* g, uint32_t attribute, bool on) {
     g->attr_mask = on ? g->attr_mask | attribute : g->attr_mask & ~attribute;
     if (g->type == FI_MCF)
         fi_each_member(fi_as_group(g), [=](FI_gadget* column) { change_look(column, attribute, on); });
-    if (g->type != FI_FIELD && g->type != FI_SCROLL && g->type != FI_MCF) return;
+    // A table that is highlighted is plain to see by its columns.
+    const bool has_such_parts =
+        g->type == FI_FIELD || g->type == FI_SCROLL || (g->type == FI_MCF && attribute != FI_HILITED);
+    if (!has_such_parts) return;
     fi_each_part(g, [=](FI_gadget* part) { change_look(part, attribute, on); });
 }
 

@@ -194,7 +194,7 @@ enum {
     RZL_FIELD_STATUS = 702, /* uint32_t; the status of the operation before */
     RZL_FIELD_USGS = 720,   /* rzl_usgs_records */
     RZL_FIELD_MRG = 730,    /* rzl_mrg_info */
-    RZL_FIELD_MAP = 731     /* rzl_map_info, of every standard: what the file tells of a map or document */
+    RZL_FIELD_MAP = 2000    /* rzl_map_info, of every standard: what the file tells of a map or document */
 };
 
 /* Kinds of colour tables, field RZL_FIELD_VLT_TYPE. */

@@ -423,6 +423,32 @@ TEST_F(Nitf, RoundTrips) {
     EXPECT_TRUE(p.status == RZL_READ_FAILED && p.values == bytes_of("aaaabbbb"));
 }
 
+// A sparse file of 20 GB: an image of nines in its length has what the file has.
+TEST_F(Nitf, AHugeFile) {
+    nitf_parts f;
+    nitf_image_parts& i = f.images[0];
+    i.width = i.height = 143360;
+    i.across = i.down = 140;
+    i.block_width = i.block_height = 1024;
+    i.length = 9999999999;
+    const std::string head = f.file();
+    write("a", head);
+    const auto data = static_cast<int64_t>(head.size());
+    std::filesystem::resize_file(path("a"), static_cast<uintmax_t>(data + int64_t{143360} * 143360));
+    std::fstream file(path("a"), std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(data + int64_t{19599} * 1024 * 1024);
+    file << "mark";
+    file.close();
+    CFILE* c = rzl_open_r(path("a").c_str());
+    ASSERT_NE(c, nullptr);
+    bytes_of_file block(1024 * 1024);
+    void* planes[1] = {block.data()};
+    EXPECT_TRUE(rzl_seek(c, 19599) == 0 && rzl_gettile(c, 1, planes, nullptr) == 0);
+    EXPECT_EQ(std::string(block.begin(), block.begin() + 4), "mark");
+    EXPECT_TRUE(rzl_seek(c, 0) == 0 && rzl_gettile(c, 1, planes, nullptr) == 0 && block[0] == 0);
+    rzl_close(c);
+}
+
 TEST_F(Nitf, WritingIsRefused) {
     for (auto [format, status] :
          {std::pair(1, RZL_UNSUP_NITF), {9, RZL_UNSUP_NITF}, {29, RZL_UNSUP_NITF}, {28, RZL_NOT_STANDARD}}) {

@@ -224,6 +224,12 @@ TEST_F(Vrlc, OrdersOfLines) {
         EXPECT_TRUE(run_command(directory, rzl + " convert a b.tga").ok());
         EXPECT_EQ(run_command(directory, rzl + " cat b.tga").out, printed[code]);
     }
+    // There is no colour table, and indices are no picture.
+    ASSERT_EQ(write_picture(path("t.tga"), 3, 2, 2, 1, {0, 1}, {}, some_table(2)), 0u);
+    EXPECT_EQ(run_command(directory, rzl + " convert t.tga c --standard IGS").status, 1);
+    EXPECT_EQ(run_command(directory, rzl + " convert t.tga c.cal").status, 1);
+    EXPECT_EQ(run_command(directory, rzl + " convert t.tga c.ntf && " + rzl + " cat c.ntf").out,
+              run_command(directory, rzl + " cat t.tga").out);
 }
 
 TEST_F(Vrlc, BadInput) {

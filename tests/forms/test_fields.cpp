@@ -619,6 +619,10 @@ TEST_F(Tables, RowsAndColumns) {
     EXPECT_EQ(
         fi_mcf_column_at(upper, fi_rect_of(upper->group.members[0]).x1 + 2, fi_rect_of(upper->group.members[0]).y1 + 2),
         fi_mcf_column(upper, 4)); // hidden ones take no press
+    const std::vector<uint8_t> scrolled = picture(form);
+    FIg_display(form, 121); // doesn't bring it back
+    FIg_display(form, 13);
+    EXPECT_EQ(difference(form, picture(form), scrolled), "");
     // A column that goes makes the table smaller.
     EXPECT_EQ(FIg_delete(form, 122), FI_SUCCESS);
     EXPECT_EQ(upper->num_cols, 6);

@@ -133,6 +133,34 @@ bool tile_fits(CFILE* c, const cals_spec* spec, int channels) {
     return fits || fails(c, RZL_UNSUP_CALS, SOURCE, "tiles");
 }
 
+// The lines of a code up to its end, or up to where it is damaged, at most as many as the page has; -1 with the status.
+// No more is kept than two lines as positions, however wide they are said to be.
+int64_t coded_lines(CFILE* c, const cals_spec* spec, uint64_t bytes) {
+    if (!io_seek(c, spec->data_offset)) {
+        fail(c, RZL_READ_FAILED, SOURCE, "content");
+        return -1;
+    }
+    mem_guard<uint8_t> code(io_read_block(c, bytes, 0, SOURCE, "content"));
+    if (!code) return -1;
+    cit_reverse_bytes(code.get(), static_cast<size_t>(bytes));
+    auto width = static_cast<uint32_t>(c->xsize);
+    cit_params params = {width, 0, code.get(), static_cast<size_t>(bytes), 0, 0};
+    cit_changes both[2] = {};
+    uint32_t result = CIT_NO_MEMORY;
+    if (cit_changes_white(&both[0], width) && cit_changes_white(&both[1], width)) result = CIT_OK;
+    int64_t lines = 0;
+    bool ended = false;
+    for (uint64_t place = 0; result == CIT_OK && lines < c->ysize; ++lines) {
+        result = cit_decode_g4_line(&params, &both[lines % 2], &both[(lines + 1) % 2], &place, &ended);
+        if (ended || result != CIT_OK) break;
+    }
+    cit_changes_free(&both[0]);
+    cit_changes_free(&both[1]);
+    if (result != CIT_NO_MEMORY) return lines;
+    fail(c, RZL_NO_MEMORY, SOURCE, "content");
+    return -1;
+}
+
 } // namespace
 
 int cals_get_line(CFILE* c, int channels, read_planes buffers) {
@@ -146,23 +174,11 @@ int cals_get_line(CFILE* c, int channels, read_planes buffers) {
 
 int cals_count_lines(CFILE* c) {
     cals_spec* spec = cals_spec_of(c);
-    int32_t lines = 0;
-    if (!cals_is_coded(c)) {
-        int64_t bytes = std::min(spec->data_end, spec->file_size) - spec->data_offset;
-        lines = static_cast<int32_t>(std::min<int64_t>(bytes / static_cast<int64_t>(cals_row_bytes(c)), c->ysize));
-    } else {
-        mem_guard<uint8_t> words(mem_new_array<uint8_t>(cals_row_bytes(c)));
-        if (!words) return refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
-        cit_get_result result = CIT_GET_GOOD;
-        for (; lines < c->ysize && result == CIT_GET_GOOD; lines += result == CIT_GET_GOOD ? 1 : 0) {
-            c->line = lines;
-            result = cit_g4_get_line(c, {spec->data_offset, spec->data_end}, words.get());
-        }
-        if (result == CIT_GET_FAILED) return 1;
-    }
-    set_flag(c, FLAG_DAMAGED, false);
-    c->line = 0;
-    c->ysize = lines;
+    int64_t bytes = std::max<int64_t>(std::min(spec->data_end, spec->file_size) - spec->data_offset, 0);
+    int64_t lines = bytes / static_cast<int64_t>(cals_row_bytes(c));
+    if (cals_is_coded(c)) lines = coded_lines(c, spec, static_cast<uint64_t>(bytes));
+    if (lines < 0) return 1;
+    c->ysize = static_cast<int32_t>(std::min<int64_t>(lines, c->ysize));
     return lines > 0 ? 0 : refuse(c, RZL_NOT_STANDARD_2, SOURCE, "no lines");
 }
 

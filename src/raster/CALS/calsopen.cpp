@@ -147,8 +147,11 @@ void set_constants(CFILE* c) {
     set_flag(c, FLAG_NATIVE, false);
 }
 
+// Room for a line of plain bits: no larger than what the file has of them.
 int make_row(CFILE* c, cals_spec* spec) {
-    mem_free(spec->row);
+    if (spec->tile_size != 0 || cals_is_coded(c)) return 0;
+    int64_t held = std::min(spec->data_end, spec->file_size) - spec->data_offset;
+    if (held < static_cast<int64_t>(cals_row_bytes(c))) return refuse(c, RZL_READ_FAILED, SOURCE, "content");
     spec->row = mem_new_array<uint8_t>(cals_row_bytes(c));
     return spec->row != nullptr ? 0 : refuse(c, RZL_NO_MEMORY, SOURCE, nullptr);
 }
@@ -251,7 +254,7 @@ const format_module cals_module = {
     .formats = FORMATS,
     .limits = LIMITS,
     .types = TYPES,
-    .traits = MODULE_TILES,
+    .traits = MODULE_TILES | MODULE_NO_TABLE,
     .open = cals_open,
     .initialise = cals_initialise,
 };

@@ -137,9 +137,9 @@ bool is_sym(const file_probe* p) {
     return begins(p, "FONT");
 }
 
-// What its first image is like is for the module, which looks whether there is one.
+// What its first image is like is for the module.
 bool is_ico(const file_probe* p) {
-    return p->size >= 22 && load_u32be(p->b) == 0x00000100u && p->b[9] == 0;
+    return p->size >= 14 && load_u32be(p->b) == 0x00000100u && p->b[9] == 0;
 }
 
 bool is_cals(const file_probe* p) {

@@ -22,9 +22,10 @@ template <size_t Count> bool is_in(const field_range (&ranges)[Count], int32_t f
 }
 
 // Fields that only modules know. Reading and setting differ in a few.
-constexpr field_range MODULE_GET_FIELDS[] = {{5, 30},    {33, 33},   {200, 201}, {400, 401}, {501, 505},
-                                             {509, 509}, {600, 609}, {630, 630}, {640, 652}, {660, 660},
-                                             {667, 674}, {700, 700}, {720, 720}, {730, 731}, {1000, 1001}};
+constexpr field_range MODULE_GET_FIELDS[] = {{5, 30},    {33, 33},   {200, 201},   {400, 401},
+                                             {501, 505}, {509, 509}, {600, 609},   {630, 630},
+                                             {640, 652}, {660, 660}, {667, 674},   {700, 700},
+                                             {720, 720}, {730, 730}, {1000, 1001}, {RZL_FIELD_MAP, RZL_FIELD_MAP}};
 constexpr field_range MODULE_SET_FIELDS[] = {{3, 19},    {21, 30},   {32, 33},   {200, 200}, {401, 401},
                                              {403, 403}, {501, 505}, {509, 509}, {600, 609}, {630, 630},
                                              {640, 652}, {660, 660}, {667, 674}, {720, 720}};

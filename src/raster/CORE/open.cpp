@@ -78,17 +78,20 @@ CFILE* open_with_format(const char* name, bool update, const CFILE* catalog = nu
 }
 
 // A catalog of several files takes a new member at its end: emptying it would lose the others. So a file that is a
-// catalog, or can't be told from one, is created anew only by the catalog's module. Only a plain file is looked into:
-// to read from a device could wait for ever.
-bool may_be_replaced(const char* name) {
+// catalog is created anew only by the catalog's module, and one that can't be told from a catalog not at all. Only a
+// plain file is looked into: to read from a device could wait for ever.
+enum class existing { replaceable, catalog, untold };
+
+existing look_at_existing(const char* name) {
     constexpr size_t MARK_SIZE = 7;
     uint8_t head[PROBE_SIZE] = {};
-    if (files_size_of(name) < static_cast<int64_t>(MARK_SIZE)) return true;
+    if (files_size_of(name) < static_cast<int64_t>(MARK_SIZE)) return existing::replaceable;
     file_stream* stream = stream_open(name, "rb");
-    if (stream == nullptr) return true; // it may be writable all the same
+    if (stream == nullptr) return existing::replaceable; // it may be writable all the same
     file_probe p = {nullptr, name, head, stream_read(head, 1, MARK_SIZE, stream)};
     (void)stream_close(stream);
-    return p.size == MARK_SIZE && !is_catalog(&p);
+    if (p.size != MARK_SIZE) return existing::untold;
+    return is_catalog(&p) ? existing::catalog : existing::replaceable;
 }
 
 // A new handle without a file becomes the next part of an existing one. Null: no module can do that.
@@ -111,7 +114,7 @@ bool create_file(CFILE* c, const char* name) {
     rzl_set_stream_slots(c);
     if (name == nullptr) {
         c->file = stream_standard_output();
-    } else if (may_be_replaced(name)) {
+    } else {
         c->file = stream_open(name, c->mode == MODE_WRITE_READ ? "w+b" : "wb");
     }
     if (c->file != nullptr) return true;
@@ -129,10 +132,15 @@ CFILE* rzl_create(const char* name, bool readback) {
     CFILE* c = new_cfile(name);
     if (c == nullptr) return nullptr;
     c->mode = readback && name != nullptr ? MODE_WRITE_READ : MODE_WRITE;
-    const format_module* extending = extending_module();
-    bool extends = extending != nullptr && name != nullptr && !is_memory_name(name) && !may_be_replaced(name);
-    if (extends) {
-        if (install_module(c, extending) && extending->extend(c, name) == 0) return c;
+    bool stands = name != nullptr && !is_memory_name(name);
+    existing there = stands ? look_at_existing(name) : existing::replaceable;
+    if (there == existing::catalog) {
+        const format_module* extending = extending_module();
+        if (extending != nullptr && install_module(c, extending) && extending->extend(c, name) == 0) return c;
+    } else if (there == existing::untold) {
+        fail(c, RZL_CANNOT_OPEN, SOURCE, name);
+    }
+    if (there != existing::replaceable) {
         abandon_cfile(c);
         return nullptr;
     }
@@ -162,13 +170,13 @@ bool reopen_cfile_file(CFILE* c, const char* name) {
 CFILE* open_member(const CFILE* catalog, const char* name, uint32_t mode) {
     bool creates = mode == MODE_WRITE || mode == MODE_WRITE_READ;
     if (!creates) return open_with_format(name, mode == MODE_UPDATE, catalog);
-    if (may_be_replaced(name)) return rzl_create(name, mode == MODE_WRITE_READ);
+    if (look_at_existing(name) == existing::replaceable) return rzl_create(name, mode == MODE_WRITE_READ);
     fail(nullptr, RZL_CANNOT_OPEN, SOURCE, name);
     return nullptr;
 }
 
 int rzl_is_catalog(const char* name) {
-    return name != nullptr && !is_memory_name(name) && !may_be_replaced(name) ? 1 : 0;
+    return name != nullptr && !is_memory_name(name) && look_at_existing(name) != existing::replaceable ? 1 : 0;
 }
 
 CFILE* rzl_open_r(const char* name) {

@@ -99,7 +99,7 @@ bool read_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_
 bool add_runs(uint32_t width, const uint8_t* words, uint16_t* scratch, size_t room, uint16_t* out, size_t* used) {
     size_t count = cit_bits_to_runs(width, words, scratch);
     if (count % 2 == 0) scratch[count++] = 0;
-    bool fits = *used + count <= room;
+    bool fits = out != nullptr && *used + count <= room;
     if (fits) std::memcpy(out + *used, scratch, count * sizeof *scratch);
     *used += count;
     return fits;

@@ -24,8 +24,9 @@ void put_u32(uint8_t* p, bool big, int64_t value) {
 
 void store_file_header(const hrf_spec* spec, uint8_t* h) {
     std::memcpy(h, HRF_MAGIC, sizeof HRF_MAGIC);
-    std::memcpy(h + HRF_AT_VERSION, "03", 2);
-    std::memcpy(h + HRF_AT_REVISION, "00", 2);
+    h[HRF_AT_VERSION] = '0';
+    h[HRF_AT_VERSION + 1] = '3';
+    h[HRF_AT_REVISION] = h[HRF_AT_REVISION + 1] = '0';
     std::memcpy(h + HRF_AT_DATE, spec->date, HRF_DATE_BYTES);
     h[HRF_AT_TABLE_FORM] = spec->table_form;
     const size_t words[] = {HRF_DIRECTORY, HRF_DIRECTORY_END, 0, HRF_SECTIONS, HRF_LAYER, 0, HRF_LAYER};

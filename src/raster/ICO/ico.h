@@ -73,7 +73,7 @@ bool ico_keep_colors(CFILE* c);
 
 // ---- icoread.cpp ---------------------------------------------------------------------------------------------------
 
-// Whether the file has an image where its first entry tells.
+// Whether the first entry is that of an icon of few colours, or has an image where it tells.
 bool ico_probe(const file_probe* p);
 
 // Reads all images into the record. 0, or 1 with the status set.

@@ -89,7 +89,11 @@ void unpack_nibbles(const uint8_t* row, size_t width, uint8_t* values) {
 
 } // namespace
 
+// The entry of an icon of few colours is enough; where planes, depth or other sizes are told, an image has to be there.
 bool ico_probe(const file_probe* p) {
+    auto is_side = [](uint8_t v) { return v == 16 || v == 32 || v == 64; };
+    bool few_colors = p->b[8] == 2 || p->b[8] == 8 || p->b[8] == 16;
+    if (few_colors && is_side(p->b[6]) && is_side(p->b[7]) && load_u32le(p->b + 10) == 0) return true;
     uint32_t offset = load_u32le(p->b + 18);
     uint64_t directory = ICO_HEAD_SIZE + uint64_t{ICO_ENTRY_SIZE} * load_u16le(p->b + 4);
     uint8_t size[4];

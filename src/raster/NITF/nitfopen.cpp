@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "raster/NITF/nitf.h"
-#include "support/checked.h"
 #include "support/memory.h"
 
 namespace {
@@ -215,21 +214,6 @@ bool make_colors(CFILE* c, const rzl_nitf_band& band, uint8_t** colors) {
     return true;
 }
 
-bool make_row(CFILE* c, nitf_spec* spec, const nitf_layout& layout) {
-    constexpr size_t SLACK = 16; // where a line's bits begin and end inside of bytes
-    auto width = static_cast<size_t>(nitf_is_tiled(layout) ? layout.block_width : c->xsize);
-    size_t bytes = 0;
-    bool fits = checked_mul(width, static_cast<size_t>(layout.stored), &bytes);
-    bytes = bytes / 8 + SLACK;
-    if (!fits) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    if (bytes <= spec->row_bytes) return true;
-    auto* row = static_cast<uint8_t*>(mem_realloc(spec->row, bytes));
-    if (row == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    spec->row = row;
-    spec->row_bytes = bytes;
-    return true;
-}
-
 int nitf_open(CFILE* c, const char*) {
     nitf_spec* spec = nitf_spec_of(c);
     if (c->mode != MODE_READ) return refuse(c, RZL_MODIFY_COMPRESSED, SOURCE, nullptr);
@@ -365,8 +349,7 @@ int nitf_activate(CFILE* c, int32_t number) {
     c->ysize = static_cast<int32_t>(height);
     uint8_t* colors = nullptr;
     int32_t side = nitf_is_tiled(layout) ? layout.block_width : 0;
-    bool good =
-        make_row(c, spec, layout) && make_colors(c, image->bands[0], &colors) && rzl_setup_tiles(c, side, side) == 0;
+    bool good = make_colors(c, image->bands[0], &colors) && rzl_setup_tiles(c, side, side) == 0;
     if (!good) {
         mem_free(colors);
         c->xsize = old_width;

@@ -52,6 +52,16 @@ bool is_plain_bytes(const nitf_layout& layout) {
     return layout.stored == 8 && (layout.actual == 8 || !layout.left);
 }
 
+// Room for bytes that the file has been seen to have, and one more.
+bool need_row(CFILE* c, nitf_spec* spec, size_t bytes) {
+    if (bytes < spec->row_bytes) return true;
+    auto* row = static_cast<uint8_t*>(mem_realloc(spec->row, bytes + 1));
+    if (row == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "getline");
+    spec->row = row;
+    spec->row_bytes = bytes + 1;
+    return true;
+}
+
 // Samples at a bit of the file into a line. False: the file does not have them.
 bool read_samples(CFILE* c, nitf_spec* spec, int64_t base, int64_t bit, int32_t count, uint8_t* line) {
     const nitf_layout& layout = spec->layout;
@@ -62,6 +72,7 @@ bool read_samples(CFILE* c, nitf_spec* spec, int64_t base, int64_t bit, int32_t 
     if (!there || (io_tell(c) != place && !io_seek(c, place))) return read_failed(c);
     if (line == nullptr) return true;
     if (is_plain_bytes(layout)) return io_read(c, line, bytes) == bytes || read_failed(c);
+    if (!need_row(c, spec, bytes)) return false;
     if (io_read(c, spec->row, bytes) != bytes) return read_failed(c);
     if (layout.stored == 1) {
         spec->row[bytes] = 0;

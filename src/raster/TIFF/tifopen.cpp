@@ -748,10 +748,8 @@ constexpr format_slots SLOTS = {
 
 void check_spec(const CFILE* c) {
     const tif_spec* spec = tif_spec_of(c);
-    if (spec->image == nullptr || !has_flag(c, FLAG_HEADER_EXISTS)) return; // its plan is made with the header
-    auto segments = static_cast<int64_t>(tif_segments(spec->image));
-    invariant(spec->in.segment >= -1 && spec->in.segment < std::max<int64_t>(segments, 1), "a segment is at hand");
-    invariant(spec->out.segment >= -1, "a segment is gathered");
+    invariant(spec->image == nullptr || spec->first != nullptr, "the active image is one of the chain");
+    invariant(spec->in.segment >= -1 && spec->out.segment >= -1, "a segment has a number, or there is none");
     invariant(!spec->out.waiting || spec->out.segment >= 0, "rows wait in a segment");
 }
 

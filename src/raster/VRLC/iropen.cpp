@@ -219,6 +219,7 @@ const format_module ir_module = {
     .slots = &SLOTS,
     .spec_size = sizeof(ir_spec),
     .formats = FORMATS,
+    .traits = MODULE_NO_TABLE,
     .open = ir_open,
     .initialise = ir_initialise,
 };
