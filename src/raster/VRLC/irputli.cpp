@@ -11,10 +11,6 @@ namespace {
 
 constexpr char SOURCE[] = "VRLC/irputli";
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 uint8_t* put_word(uint8_t* out, size_t word) {
     store_u16be(out, static_cast<uint16_t>(word));
     return out + 2;
@@ -39,7 +35,7 @@ bool put_bits(CFILE* c, ir_spec* spec, const uint8_t* words) {
             out = put_word(out, static_cast<size_t>(line.at[i])); // the guards are the width
     }
     cit_changes_free(&line);
-    return good && put_all(c, spec->room, 2 + pairs * 4);
+    return good && put_all(c, spec->room, 2 + pairs * 4, SOURCE);
 }
 
 // Equal pixels from `at` on, as many as a run can have.
@@ -99,7 +95,7 @@ bool put_bytes(CFILE* c, ir_spec* spec, const uint8_t* line) {
         empty = end == at ? empty + 1 : 0;
         at = end;
     }
-    return put_all(c, spec->room, static_cast<size_t>(out - spec->room));
+    return put_all(c, spec->room, static_cast<size_t>(out - spec->room), SOURCE);
 }
 
 // ---- the end of the file -------------------------------------------------------------------------------------------
@@ -190,7 +186,7 @@ bool write_tail(CFILE* c, const ir_spec* spec) {
     size_t translation = tail.size;
     if (spec->subtype == IR_BYTES) add_translation(spec, &tail);
     add_directory(spec, data, histogram, translation, &tail);
-    return put_all(c, tail.bytes, tail.size);
+    return put_all(c, tail.bytes, tail.size, SOURCE);
 }
 
 } // namespace
@@ -206,7 +202,7 @@ int ir_write_header(CFILE* c) {
     store_u16be(header + 2, static_cast<uint16_t>(c->xsize));
     bool at_start = io_tell(c) == 0 || io_seek(c, 0); // a pipe can't be sought, and need not be
     if (!at_start) return refuse(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    if (!put_all(c, header, sizeof header)) return 1;
+    if (!put_all(c, header, sizeof header, SOURCE)) return 1;
     if (is_readable(c) && rzl_record_lines(c, static_cast<int64_t>(IR_FIRST_LINE), 1) != 0) return 1;
     c->line = 0;
     set_flag(c, FLAG_HEADER_EXISTS, true);
