@@ -22,7 +22,6 @@ namespace {
 
 constexpr int BLACK = 0, LIGHT = 1; // logical colours
 constexpr int BUTTON = 1;
-constexpr uint32_t STEP_MILLISECONDS = 16; // between two steps of a drag
 
 void outline(int window, int x1, int y1, int x2, int y2) {
     move(window, x1, y1);
