@@ -26,7 +26,7 @@ bool make_image(CFILE* c, ico_image* image, int32_t width, int32_t height, int32
 
 // Blue, green, red and a zero of each entry.
 void fill_colors(const CFILE* c, const ico_spec* spec, ico_image* image) {
-    size_t count = ico_colors(image->bits);
+    size_t count = std::max<size_t>(ico_colors(image->bits), 2);
     std::memset(image->colors, 0, sizeof image->colors);
     for (size_t i = 0; i < count && c->vlt == nullptr; ++i)
         std::memset(image->colors + i * 4, static_cast<int>(i * 255 / (count - 1)), 3);

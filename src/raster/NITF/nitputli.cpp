@@ -150,7 +150,8 @@ void add_subheader(texts_out* out, const rzl_nitf_image* image) {
     add_texts(out, &band, NITF_BAND_TEXTS);
     if (band.lut_data != nullptr) {
         add(out, band.lut_entries, sizeof band.lut_entries - 1);
-        add(out, band.lut_data, static_cast<size_t>(nitf_small(band.lut_count) * nitf_small(band.lut_entries)));
+        add(out, band.lut_data,
+            static_cast<size_t>(nitf_small(band.lut_count)) * static_cast<size_t>(nitf_small(band.lut_entries)));
     }
     add_texts(out, image, NITF_BLOCK_TEXTS);
     add_number(out, 5, 0);

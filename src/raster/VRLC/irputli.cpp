@@ -123,7 +123,7 @@ void add_data(const CFILE* c, const ir_spec* spec, tail_out* tail) {
     constexpr size_t AT_UNIT = 16;
     constexpr size_t AT_NUMBERS = 32;
     uint8_t* head = add_block(tail, IR_HEAD);
-    std::memcpy(head, "MM", 2);
+    head[0] = head[1] = 'M';
     store_u16be(head + 4, static_cast<uint16_t>(c->ysize));
     store_u16be(head + 6, static_cast<uint16_t>(c->xsize));
     uint8_t* record = add_block(tail, spec->subtype == IR_BITS ? IR_RECORD_BITS : IR_RECORD_BYTES);
@@ -158,11 +158,11 @@ void put_entry(uint8_t** out, uint16_t type, uint16_t subtype, int64_t offset, i
 }
 
 void add_directory(const ir_spec* spec, int64_t data, size_t histogram, size_t translation, tail_out* tail) {
-    constexpr uint8_t MARK[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0x1A, 0x1A, 'U', 'd', 's', 0x82, 'C', 'J'};
+    constexpr uint8_t MARK[20] = {0,   0,   0,   0,    0,   0,   0,   0,   0x1A, 0x1A,
+                                  'U', 'd', 's', 0x82, 'C', 'J', 'I', 'I', 0xFF, 0xFF};
     bool bits = spec->subtype == IR_BITS;
     uint8_t* out = add_block(tail, IR_DIRECTORY);
     std::memcpy(out, MARK, sizeof MARK);
-    std::memcpy(out + 16, "II\xFF\xFF", 4);
     store_u16le(out + 20, static_cast<uint16_t>(spec->version));
     store_u16le(out + 22, bits ? 2 : 4);
     out += 24;
