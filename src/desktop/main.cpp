@@ -15,6 +15,7 @@
 #include "desktop/messages.h"
 #include "desktop/outputform.h"
 #include "desktop/palettelist.h"
+#include "desktop/patternform.h"
 #include "desktop/picker.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
@@ -188,6 +189,7 @@ void end() {
     output_form_end();
     write_remembered();
     main_form_end();
+    pattern_form_end();
     forms_end();
     Exit_tools();
 }

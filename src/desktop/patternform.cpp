@@ -404,6 +404,12 @@ void pattern_form_close() {
     form = nullptr;
 }
 
+void pattern_form_end() {
+    pattern_form_close();
+    patterns_shown = byte_values = live_changes = false;
+    first_pattern = 0;
+}
+
 bool pattern_form_is_up() {
     return form != nullptr;
 }

@@ -4,6 +4,7 @@
 
 int pattern_form_create(int own_window, int* window, int screen_w, int screen_h); // 1, or 0 after a message
 void pattern_form_close();
+void pattern_form_end(); // forgets what it shows too, for the end of the program
 bool pattern_form_is_up();
 void pattern_form_location(int* x, int* y);
 void pattern_form_paint(); // bars or cells again

@@ -24,6 +24,7 @@ protected:
     void SetUp() override {
         CoreFixture::SetUp();
         setenv("VANTORAMA", (bin_dir() + "/../data").c_str(), 1);
+        setenv("VT_PATTERN_PATH", (bin_dir() + "/../data/images").c_str(), 1);
         setenv("XDG_STATE_HOME", directory.c_str(), 1);
         forms_wanted = false; // the picture has the whole screen, unless a test says something else
         stop_set_action([](void*, int) { ADD_FAILURE() << "the program was stopped"; }, nullptr);
@@ -31,6 +32,7 @@ protected:
     void TearDown() override {
         tools_leave();
         unsetenv("XDG_STATE_HOME");
+        unsetenv("VT_PATTERN_PATH");
         CoreFixture::TearDown();
     }
 
