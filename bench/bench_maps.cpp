@@ -144,7 +144,7 @@ struct set_row {
 constexpr set_row SETS[] = {{"mrg", make_mrg, false}, {"adrg", make_adrg, true}, {"asrp_runs", make_asrp, false}};
 
 std::string own_directory(const char* name) {
-    const std::string path = std::filesystem::temp_directory_path().string() + "/bench_maps_" + name;
+    std::string path = std::filesystem::temp_directory_path().string() + "/bench_maps_" + name;
     std::filesystem::create_directories(path);
     return path;
 }
@@ -200,7 +200,7 @@ void set_copy(benchmark::State& state, const set_row* row) {
 std::string make_sparse(const std::string& directory) {
     constexpr size_t ACROSS = 640;
     write(directory + "/ABCDEF01.GEN", adrg_description(ACROSS, ACROSS, false));
-    const std::string image = directory + "/ABCDEF01.IMG";
+    std::string image = directory + "/ABCDEF01.IMG";
     write(image, image_head("IMG01", 2048));
     std::filesystem::resize_file(image, 2048 + ACROSS * ACROSS * TILE_PIXELS * 3);
     return image;

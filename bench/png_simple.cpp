@@ -31,7 +31,8 @@ int write_file(const char* from, const char* name) {
     png_image image = {};
     image.version = PNG_IMAGE_VERSION;
     image.format = PNG_FORMAT_RGB;
-    if (in == nullptr || std::fscanf(in, "P6 %u %u 255", &image.width, &image.height) != 2) stop("no picture");
+    const bool read = in != nullptr && std::fscanf(in, "P6 %u %u 255", &image.width, &image.height) == 2; // NOLINT
+    if (!read) stop("no picture");
     (void)std::fgetc(in);
     std::vector<unsigned char> pixels(PNG_IMAGE_SIZE(image));
     if (std::fread(pixels.data(), 1, pixels.size(), in) != pixels.size()) stop("the picture is cut");

@@ -334,6 +334,15 @@ bool stores_pixels(CFILE* file) {
     return has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_RGB) || has_field(file, RZL_FIELD_FORMAT, RZL_FORMAT_JPEG_RGB);
 }
 
+// Whether the file has the coding that was asked for: standards without a choice of codings pass over the field. TIFF
+// refuses by itself what it does not have, and stores 0 as 1.
+bool keeps_compression(const conversion* c) {
+    int64_t asked = c->request->compression;
+    if (asked < 0 || c->request->standard == RZL_STANDARD_TIFF) return true;
+    int32_t kept = 0;
+    return rzl_get_hdr_data(c->out, RZL_FIELD_COMPRESSION, &kept) == 0 && kept == asked;
+}
+
 // Rows that both files store as pixels are not taken apart on the way, unless they are turned round.
 bool make_pixels(conversion* c) {
     bool colors = c->source->kind == pixel_kind::color && c->target == pixel_kind::color;
@@ -455,7 +464,14 @@ int write_file(conversion* c, const char* fresh) {
     char name[PLAIN_NAME_SIZE];
     c->out = rzl_open_w(plain_name(fresh, name));
     if (c->out == nullptr) return program_fail_writing(c->request->out, "it could not be opened.");
-    int status = write_header(c) ? write_lines(c) : header_failed(c);
+    int status = EXIT_DONE;
+    if (!write_header(c)) {
+        status = header_failed(c);
+    } else if (!keeps_compression(c)) {
+        status = program_fail_writing(c->request->out, "it can't have that --compression.");
+    } else {
+        status = write_lines(c);
+    }
     uint32_t closing = rzl_finish(c->out);
     if (closing != 0 && status == EXIT_DONE) status = program_fail_writing(c->request->out, rzl_status_text(closing));
     return status;

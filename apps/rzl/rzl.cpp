@@ -21,8 +21,8 @@ constexpr const char* HELP =
     "(without --standard the one that the extension of OUT stands for) or data format that can hold it as it is.\n"
     "With --vlt, and where the standard holds no colours otherwise, it gets a colour table: that of IN, or one of 256\n"
     "colours that is made for it. The alpha of a TIFF file with red, green, blue and alpha is left out; a PNG file\n"
-    "that is not opaque lies on the background that it tells of. Of a PNG file --compression is the level, 0 to 9.\n"
-    "Images and overviews are numbered from 0.\n"
+    "that is not opaque lies on the background that it tells of. Of a PNG file --compression is the level, 0 to 9;\n"
+    "a value that OUT does not have is refused. Images and overviews are numbered from 0.\n"
     "\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.\n";
 

@@ -2,6 +2,7 @@
 // going back to the last step that could have taken fewer.
 #include "catalog/filters.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "platform/files.h"
@@ -141,8 +142,8 @@ int take_escape(compiler* c) {
 
 // A "*" repeats what stands before it; where nothing does, it stands for itself.
 void take_star(compiler* c) {
-    step* s = c->count > 0 ? &c->steps[c->count - 1] : nullptr;
-    if (s == nullptr || s->kind == step_kind::open || s->kind == step_kind::close) {
+    step* s = c->steps + std::max(c->count - 1, 0);
+    if (c->count == 0 || s->kind == step_kind::open || s->kind == step_kind::close) {
         add_step(c, step_kind::character, '*');
         return;
     }

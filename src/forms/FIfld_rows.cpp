@@ -37,7 +37,7 @@ int fi_field_of_call(FI_form* form, int label, int column, fi_field** f) {
     FI_gadget* g = nullptr;
     const int status = fi_lookup(form, label, &g);
     if (status == FI_NO_SUCH_GADGET) g = list_in(form->root_group, label);
-    if (g == nullptr) return status;
+    if (g == nullptr) return status != FI_SUCCESS ? status : FI_NO_SUCH_GADGET;
     if (g->type != FI_FIELD && g->type != FI_MCF) return FI_INVALID_GADGET_TYPE;
     if (g->type == FI_FIELD) {
         *f = fi_as<fi_field>(g);

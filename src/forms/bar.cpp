@@ -39,8 +39,8 @@ float pitch_of(const FI_gadget* g) {
 void fit(FI_gadget* g) {
     auto* b = fi_as<fi_bar>(g);
     const float pitch = pitch_of(g);
-    b->segment_gap = static_cast<int16_t>(GAP_SHARE * pitch + 0.5F);
-    b->segment_length = static_cast<int16_t>(pitch - static_cast<float>(b->segment_gap) + 0.5F);
+    b->segment_gap = static_cast<int16_t>(std::lround(GAP_SHARE * pitch));
+    b->segment_length = static_cast<int16_t>(std::lround(pitch - static_cast<float>(b->segment_gap)));
 }
 
 // How many segments show the value. The last two are lit together, so that what is nearly full looks full.

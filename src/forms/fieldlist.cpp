@@ -96,9 +96,10 @@ void fi_draw_open_list(const FI_form* form, fi_box box, int window) {
 void fi_list_on_top(const FI_gadget* drawn, fi_box box) {
     const FI_gadget* list = fi_state.partial ? nullptr : open_list();
     if (list == nullptr) return;
+    FI_form* form = drawn->form;
     for (const FI_gadget* g = drawn; g != nullptr; g = g->owner)
         if (g == list) return;
-    fi_draw_open_list(drawn->form, box, fi_draw_window(drawn->form));
+    fi_draw_open_list(form, box, fi_draw_window(form));
 }
 
 // ---- choices -------------------------------------------------------------------------------------------------------

@@ -141,7 +141,7 @@ int slide_start(const fi_scroll* s) {
 
 int thumb_length(const fi_scroll* s) {
     const double share = std::clamp(s->view_fraction, 0.0, 1.0);
-    const int length = static_cast<int>(share * slide_length(s) + 0.5);
+    const int length = static_cast<int>(std::lround(share * slide_length(s)));
     return std::clamp(length, std::min(grown(s, SMALLEST_THUMB), slide_length(s)), slide_length(s));
 }
 

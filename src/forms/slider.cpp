@@ -4,6 +4,7 @@
 #include "forms/slider.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -85,7 +86,7 @@ void fit(FI_gadget* g) {
 void place_thumb(FI_gadget* g) {
     auto* s = fi_as<fi_slider>(g);
     const fi_box box = fi_rect_of(g);
-    const int way = static_cast<int>(fi_share(s->low_value, s->high_value, g->value) * s->track_length + 0.5);
+    const int way = static_cast<int>(std::lround(fi_share(s->low_value, s->high_value, g->value) * s->track_length));
     s->thumb_x = to_int16(is_horizontal(s) ? box.x1 + s->low_margin + way : box.x1);
     s->thumb_y = to_int16(is_horizontal(s) ? box.y2 : box.y2 - s->low_margin - way);
 }

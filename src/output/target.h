@@ -1,6 +1,6 @@
-// Where a picture is to go, as the output form works on it: the specification that stands in the form, the files that
-// it stands for, whether they can be written and whether they exist; and how the form's buttons and toggles settle the
-// type of the file.
+// Where a picture is to go, as the output form works on it: the file specification that stands in the form, the files
+// that it stands for, whether they can be written and whether they exist; and how the form's buttons and toggles settle
+// the type of the file.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@
 
 struct output_target {
     char* spec;      // owned: expanded, with its directory; null: none yet
-    char* directory; // owned: of the specification, full, with a "\" at its end
+    char* directory; // owned: of the files, full, with a "\" at its end
     char** files;    // owned, ends in null: full paths. Null: no file is given yet
     int count;       // of files
 };
@@ -33,7 +33,7 @@ void output_target_free(output_target* target);
 // target's directory. At a fault, which is returned, the target stays as it was.
 int output_verify_spec(const char* text, output_target* target);
 
-// The same for several names, as a picker gives them: their files together, and the specification of the first.
+// The same for several names, as a picker gives them: their files together, and what is typed for the first.
 int output_verify_names(const char* const* names, output_target* target);
 
 // The words for a fault; empty for none.
@@ -42,7 +42,7 @@ const char* output_fault_text(int fault);
 // Writes what is to be told when files exist, in two lines, and returns how many do; both are empty for none.
 int output_existing_message(const output_target* target, char first[SPEC_SIZE + 64], char second[128]);
 
-// Gives the specification and all files the extension. With `force` in place of their own. OUTPUT_NO_MEMORY leaves
+// Gives what is typed and all files the extension. With `force` in place of their own. OUTPUT_NO_MEMORY leaves
 // them.
 int output_correct_extensions(output_target* target, const char* extension, bool force);
 

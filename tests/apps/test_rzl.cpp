@@ -195,6 +195,11 @@ TEST_F(Rzl, ConvertsIntoTiffWithTilesAndCodings) {
     }
     EXPECT_EQ(run("rzl convert a.rgb c.gif --tile 16").status, 1);
     EXPECT_EQ(run("rzl convert a.rgb d.tif --compression 4").status, 1); // bilevel pictures only
+    // Standards that have no such coding, or none to choose.
+    for (const char* options :
+         {"d.hrf --standard HRF --compression 1", "d.ppm --compression 99", "d.gif --compression 5",
+          "d.bmp --compression 1", "d.rgb --compression 5", "d.jpg --compression 1"})
+        EXPECT_EQ(run(std::string("rzl convert a.rgb ") + options).status, 1) << options;
     EXPECT_EQ(files().size(), 3U);
 }
 

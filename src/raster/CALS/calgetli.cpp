@@ -186,14 +186,7 @@ int cals_get_rle_line(CFILE* c, int channels, read_planes buffers) {
     rzl_getline_check(c);
     if (c->status != 0) return 0;
     if (channels != 1) return fails(c, RZL_UNSUP_CALS, SOURCE, "runs");
-    mem_guard<uint8_t> words(mem_new_array<uint8_t>(cals_row_bytes(c)));
-    if (!words) return fails(c, RZL_NO_MEMORY, SOURCE, "runs");
-    uint8_t* plane = words.get();
-    int32_t line = c->line;
-    if (rzl_getline_generic(c, 1, &plane) == 0 || c->status != 0) return 0;
-    int bytes = cit_give_runs(c, words.get(), buffers[0], SOURCE);
-    if (bytes == 0) c->line = line;
-    return bytes;
+    return cit_get_runs(c, buffers[0], SOURCE);
 }
 
 int cals_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word) {

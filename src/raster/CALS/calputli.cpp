@@ -12,10 +12,6 @@ namespace {
 constexpr char SOURCE[] = "CALS/calputli";
 constexpr char SPECIFICATION[] = "MIL-R-28002B, 1, 19930930";
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 // ---- header --------------------------------------------------------------------------------------------------------
 
 // The value of a record; its text is known to fit.
@@ -45,7 +41,7 @@ bool write_text_header(CFILE* c, const cals_spec* spec) {
         std::memcpy(record, line, strnlen(line, CALS_RECORD));
         record += CALS_RECORD;
     }
-    return put_all(c, header, sizeof header);
+    return put_all(c, header, sizeof header, SOURCE);
 }
 
 // What a file of its type can hold. Bits go into a file of type 1 as code.
@@ -94,7 +90,7 @@ bool finish_code(CFILE* c, cals_spec* spec) {
     if (spec->type == 2 && !cals_write_content_head(c, bytes)) return false;
     spec->data_offset = io_tell(c);
     spec->data_end = spec->data_offset + static_cast<int64_t>(bytes);
-    bool put = put_all(c, code, bytes);
+    bool put = put_all(c, code, bytes, SOURCE);
     cit_writer_free(spec->writer);
     spec->writer = nullptr;
     spec->closed = put;
@@ -122,7 +118,7 @@ bool put_plain(CFILE* c, cals_spec* spec, const uint8_t* words) {
     }
     std::memset(spec->row, 0, bytes);
     words_to_bits(words, static_cast<uint32_t>(c->xsize), 0, spec->row);
-    if (!put_all(c, spec->row, bytes)) return false;
+    if (!put_all(c, spec->row, bytes, SOURCE)) return false;
     ++spec->lines_put;
     spec->closed = spec->lines_put == c->ysize;
     return true;
@@ -145,12 +141,12 @@ bool put_coded_tile(CFILE* c, cals_spec* spec, const uint8_t* words) {
         return fails(c, RZL_NO_MEMORY, SOURCE, "code");
     }
     cit_reverse_bytes(code, bytes);
-    return cals_write_content_head(c, bytes) && put_all(c, code, bytes);
+    return cals_write_content_head(c, bytes) && put_all(c, code, bytes, SOURCE);
 }
 
 bool put_plain_tile(CFILE* c, cals_spec* spec, const uint8_t* words) {
     words_to_bits(words, CALS_TILE * CALS_TILE, 0, spec->row);
-    return cals_write_content_head(c, CALS_TILE_BYTES) && put_all(c, spec->row, CALS_TILE_BYTES);
+    return cals_write_content_head(c, CALS_TILE_BYTES) && put_all(c, spec->row, CALS_TILE_BYTES, SOURCE);
 }
 
 } // namespace
@@ -232,5 +228,5 @@ void cals_close(CFILE* c) {
     if (spec->type != 2) return;
     constexpr uint8_t ENDS[4] = {};
     if (!seek_end(c)) return;
-    (void)put_all(c, ENDS, tiled ? 4 : 2);
+    (void)put_all(c, ENDS, tiled ? 4 : 2, SOURCE);
 }

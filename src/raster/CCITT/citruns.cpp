@@ -39,6 +39,17 @@ int cit_give_runs(CFILE* c, const uint8_t* words, uint8_t* out, const char* sour
     return c->rle_size;
 }
 
+int cit_get_runs(CFILE* c, uint8_t* out, const char* source) {
+    mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc((static_cast<size_t>(c->xsize) + 15) / 16 * 2)));
+    if (!words) return fails(c, RZL_NO_MEMORY, source, "runs");
+    uint8_t* plane = words.get();
+    int32_t line = c->line;
+    if (rzl_getline_generic(c, 1, &plane) == 0 || c->status != 0) return 0;
+    int bytes = cit_give_runs(c, words.get(), out, source);
+    if (bytes == 0) c->line = line;
+    return bytes;
+}
+
 bool cit_take_runs(CFILE* c, const uint8_t* coding, uint8_t* words, const char* source) {
     size_t count = static_cast<size_t>(std::max(c->rle_size, 0)) / sizeof(uint16_t);
     mem_guard<uint16_t> runs(mem_new_array<uint16_t>(count + 1));

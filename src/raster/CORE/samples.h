@@ -96,8 +96,7 @@ bool bits_have_colors(const CFILE* c);
 // Shifts values of fewer than 8 bits up to 8, where nothing else gives them meaning.
 void rzl_widen_samples(CFILE* c, uint8_t* buffer, int64_t count);
 
-// ---- lines and colours of a format's files
-// ---------------------------------------------------------------------------
+// ---- lines and colours of a format's files -----------------------------------------------------------------------
 
 // Whether a line call wants any pixels at all.
 bool is_wanted(int channels, const uint8_t* const* planes);

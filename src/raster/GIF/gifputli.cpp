@@ -3,6 +3,7 @@
 // The table of strings of the coder is addressed by the code before and the next pixel, so that a step is a single
 // load. It has 2 MB, and a pass over them at every new table would take nearly as long as coding. So the four bits of
 // an entry that no code needs tell which table it belongs to, and the pass comes once in fifteen tables.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -160,7 +161,6 @@ bool encode(CFILE* c) {
 constexpr char ONE_CHANNEL[] = "Can't write 3-bands to gif file\nGif is 8-bit w/color_table format\n";
 constexpr uint8_t SCREEN_PACKED = 0xFF; // a sorted table of 256 colours, 8 bits of colour
 constexpr uint8_t IMAGE_PACKED = 7;
-constexpr int32_t MOST_ENTRIES = static_cast<int32_t>(GIF_COLORS);
 
 void store_size(const gif_spec* spec, uint8_t* at) {
     store_u16le(at, static_cast<uint16_t>(spec->width));
@@ -179,11 +179,11 @@ void fill_header(gif_spec* spec) {
 }
 
 // Colour words have `vlt_bits` significant bits; a byte takes the high ones of words with more, or with no count given.
-void colors_from_vlt(const CFILE* c, gif_spec* spec, int32_t entries) {
+void colors_from_vlt(const CFILE* c, gif_spec* spec, size_t entries) {
     uint32_t bits = c->vlt_bits >= 1 && c->vlt_bits <= 8 ? c->vlt_bits : 8;
     uint32_t shift = 16 - bits;
     std::memset(spec->colour_table, 0, GIF_TABLE_SIZE);
-    for (int32_t i = 0; i < entries; ++i) {
+    for (size_t i = 0; i < entries; ++i) {
         const rzl_vlt_entry& entry = c->vlt[i];
         if (entry.slot >= GIF_COLORS) continue;
         uint8_t* color = spec->colour_table + size_t{entry.slot} * 3;
@@ -202,12 +202,6 @@ void grey_ramp(const CFILE* c, gif_spec* spec) {
         std::memset(spec->colour_table + size_t{3} * static_cast<size_t>(i), grey < 255 ? grey : 255, 3);
     }
     gif_grey_table(spec, static_cast<size_t>(count));
-}
-
-// Entries of the application's table that may be read: those that it has announced.
-int32_t entries_given(const CFILE* c, const gif_spec* spec) {
-    if (c->vlt == nullptr || spec->vlt_announced <= 0) return 0;
-    return spec->vlt_announced < MOST_ENTRIES ? spec->vlt_announced : MOST_ENTRIES;
 }
 
 bool allocate(CFILE* c, gif_spec* spec) {
@@ -281,13 +275,13 @@ int gif_write_header(CFILE* c) {
         if (!allocate(c, spec)) return 1;
     }
     fill_header(spec);
-    int32_t entries = entries_given(c, spec);
+    size_t entries = entries_given(c, std::max(spec->vlt_announced, 0), GIF_COLORS);
     if (entries > 0) {
         colors_from_vlt(c, spec, entries);
     } else {
         grey_ramp(c, spec);
     }
-    spec->colour_count = MOST_ENTRIES;
+    spec->colour_count = static_cast<int32_t>(GIF_COLORS);
     spec->has_table = true;
     c->compression = CLASS_LZW;
     c->line = 0;

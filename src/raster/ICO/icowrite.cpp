@@ -26,18 +26,11 @@ bool make_image(CFILE* c, ico_image* image, int32_t width, int32_t height, int32
 
 // Blue, green, red and a zero of each entry.
 void fill_colors(const CFILE* c, const ico_spec* spec, ico_image* image) {
-    size_t count = ico_colors(image->bits);
+    size_t count = std::max<size_t>(ico_colors(image->bits), 2);
     std::memset(image->colors, 0, sizeof image->colors);
     for (size_t i = 0; i < count && c->vlt == nullptr; ++i)
         std::memset(image->colors + i * 4, static_cast<int>(i * 255 / (count - 1)), 3);
-    size_t given = spec->announced >= 0 ? std::min(static_cast<size_t>(spec->announced), count) : count;
-    for (size_t i = 0; i < given && c->vlt != nullptr; ++i) {
-        const rzl_vlt_entry& color = c->vlt[i];
-        uint8_t* entry = image->colors + i * 4;
-        entry[0] = static_cast<uint8_t>(color.blue >> 8);
-        entry[1] = static_cast<uint8_t>(color.green >> 8);
-        entry[2] = static_cast<uint8_t>(color.red >> 8);
-    }
+    store_colors(c->vlt, entries_given(c, spec->announced, count), {.step = 4, .blue_first = true}, image->colors);
 }
 
 bool is_side(int32_t side) {

@@ -18,10 +18,6 @@ bool write_failed(CFILE* c, int line = __builtin_LINE()) {
     return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr, line);
 }
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || write_failed(c);
-}
-
 // ---- texts on their way out ----------------------------------------------------------------------------------------
 
 // A header in the making.
@@ -64,7 +60,7 @@ void add_number(texts_out* out, size_t width, int64_t number) {
 }
 
 bool write_out(CFILE* c, texts_out* out) {
-    bool good = out->at != nullptr ? put_all(c, out->at, out->size) : fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    bool good = out->at != nullptr ? put_all(c, out->at, out->size, SOURCE) : fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
     mem_free(out->at);
     return good;
 }
@@ -154,7 +150,8 @@ void add_subheader(texts_out* out, const rzl_nitf_image* image) {
     add_texts(out, &band, NITF_BAND_TEXTS);
     if (band.lut_data != nullptr) {
         add(out, band.lut_entries, sizeof band.lut_entries - 1);
-        add(out, band.lut_data, static_cast<size_t>(nitf_small(band.lut_count) * nitf_small(band.lut_entries)));
+        add(out, band.lut_data,
+            static_cast<size_t>(nitf_small(band.lut_count)) * static_cast<size_t>(nitf_small(band.lut_entries)));
     }
     add_texts(out, image, NITF_BLOCK_TEXTS);
     add_number(out, 5, 0);
@@ -231,7 +228,7 @@ bool end_image(CFILE* c, int64_t* end) {
         *end = std::max(size, at.data);
         return true;
     }
-    return (io_seek(c, at.end - 1) && put_all(c, "", 1)) || write_failed(c);
+    return (io_seek(c, at.end - 1) && put_all(c, "", 1, SOURCE)) || write_failed(c);
 }
 
 // ---- lines ---------------------------------------------------------------------------------------------------------
@@ -267,7 +264,7 @@ int nitf_put_line(CFILE* c, int channels, write_planes buffers) {
         line = black.get();
     }
     int64_t place = spec->places[c->active_image].data + c->line * int64_t{c->xsize};
-    return go_to(c, place) && put_all(c, line, bytes) ? c->xsize : 0;
+    return go_to(c, place) && put_all(c, line, bytes, SOURCE) ? c->xsize : 0;
 }
 
 int nitf_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t*) {
@@ -283,7 +280,7 @@ int nitf_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t*) {
         block = black.get();
     }
     if (!go_to(c, nitf_place_of(c).data + c->line * bytes)) return 0;
-    if (!put_all(c, block, static_cast<size_t>(bytes))) return 0;
+    if (!put_all(c, block, static_cast<size_t>(bytes), SOURCE)) return 0;
     ++c->line;
     return static_cast<int>(bytes);
 }
@@ -322,7 +319,7 @@ void nitf_close(CFILE* c) {
     texts_out out = {};
     char text[LENGTH_WIDTH + 1];
     nitf_put_number(text, LENGTH_WIDTH, end);
-    if (!go_to(c, spec->length_at) || !put_all(c, text, LENGTH_WIDTH)) return;
+    if (!go_to(c, spec->length_at) || !put_all(c, text, LENGTH_WIDTH, SOURCE)) return;
     for (int32_t i = 0; i < spec->images_begun; ++i) {
         const nitf_place& at = spec->places[i];
         add_number(&out, HEAD_LENGTH_WIDTH, at.data - at.head);

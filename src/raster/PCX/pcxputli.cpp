@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "raster/CCITT/ccitt.h"
 #include "raster/PCX/pcx.h"
+#include "raster/PNM/pnmmisc.h"
 #include "support/memory.h"
 
 namespace {
@@ -165,19 +165,7 @@ int pcx_put_line(CFILE* c, int channels, write_planes buffers) {
 }
 
 int pcx_put_rle_line(CFILE* c, int channels, write_planes buffers) {
-    if (!rzl_append_check(c) || putline_error_check(c) != 0) return 0;
-    if (channels != 1 || !format_is_bilevel(c->format)) return fails(c, RZL_UNSUP_PCX, SOURCE, "PCX");
-    auto width = static_cast<uint32_t>(c->xsize);
-    size_t count = static_cast<size_t>(std::max(c->rle_size, 0)) / sizeof(uint16_t);
-    mem_guard<uint16_t> runs(mem_new_array<uint16_t>(count + 1));
-    mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc(line_bytes(c, c->xsize))));
-    if (!runs || !words) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    std::memcpy(runs.get(), buffers[0], count * sizeof(uint16_t)); // a caller's runs need not be aligned
-    if (count % 2 == 0) runs[count++] = 0;
-    if (!cit_runs_fit(width, runs.get(), count)) return fails(c, RZL_BAD_FIELD_VALUE, SOURCE, "PCX");
-    cit_runs_to_bits(width, runs.get(), words.get());
-    const uint8_t* plane = words.get();
-    return pcx_put_line(c, 1, &plane);
+    return rzl_append_check(c) ? rzl_put_runs_as_line(c, channels, buffers, RZL_UNSUP_PCX, SOURCE) : 0;
 }
 
 // The palette stands behind all lines that have come. It is never looked for in a new file: a 12 in its place would be

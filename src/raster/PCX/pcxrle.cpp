@@ -61,6 +61,31 @@ bool decode_code(CFILE* c, uint8_t* out, size_t bytes, size_t* done) {
     return true;
 }
 
+// Bit 7 of each byte of `v` that is zero.
+constexpr uint64_t zero_bytes(uint64_t v) {
+    return ~(((v & ~TOP_BITS) + ~TOP_BITS) | v) & TOP_BITS;
+}
+
+// Codes singles that stand for themselves and pairs, eight bytes at a time up to where there is anything else, and as
+// long as a byte follows: a pair is its count and its value, so its first byte alone changes. The bytes coded, into as
+// many; no pair begins at the last.
+size_t put_pairs(const uint8_t* in, size_t count, uint8_t* out) {
+    constexpr uint64_t PAIRS = (PCX_RUN | 2) * 0x0101010101010101u;
+    uint64_t begun = 0; // a pair at the byte in front
+    size_t done = 0;
+    for (; done + WORD < count; done += WORD) {
+        uint64_t word = load_u64le(in + done);
+        uint64_t first = zero_bytes(word ^ load_u64le(in + done + 1)); // equal to the byte behind
+        uint64_t second = first << 8 | begun;
+        uint64_t counted = word & word << 1 & TOP_BITS & ~first & ~second;
+        if ((counted | (first & second)) != 0) break; // a single with a count of its own, or a longer run
+        uint64_t replaced = (first >> 7) * 0xFF;
+        store_u64le(out + done, (word & ~replaced) | (PAIRS & replaced));
+        begun = first >> 56;
+    }
+    return begun != 0 ? done - 1 : done;
+}
+
 // Bytes that no equal one follows, each with a count of 1 where it can't stand for itself. Without a branch on their
 // values, which in a photograph are any.
 uint8_t* put_singles(const uint8_t* in, size_t count, uint8_t* out) {
@@ -95,15 +120,13 @@ size_t pcx_encode(const uint8_t* in, size_t bytes, size_t all, uint8_t* out) {
     const uint8_t* start = out;
     for (size_t at = 0; at < bytes;) {
         if (at + WORD < bytes) {
-            uint64_t word = load_u64le(in + at);
-            uint64_t equal = lowest_zero_byte(word ^ load_u64le(in + at + 1));
+            size_t coded = put_pairs(in + at, bytes - at, out);
+            out += coded;
+            at += coded;
+            if (bytes - at <= WORD) continue;
+            uint64_t equal = lowest_zero_byte(load_u64le(in + at) ^ load_u64le(in + at + 1));
             size_t singles = equal != 0 ? static_cast<size_t>(__builtin_ctzll(equal)) / 8 : WORD;
-            if (singles == WORD && !has_counts(word)) {
-                std::memcpy(out, in + at, WORD);
-                out += WORD;
-            } else {
-                out = put_singles(in + at, singles, out);
-            }
+            out = put_singles(in + at, singles, out);
             at += singles;
             if (singles == WORD) continue;
         }

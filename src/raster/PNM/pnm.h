@@ -72,9 +72,18 @@ int pnm_get_line(CFILE* c, int channels, read_planes buffers);
 // Fills `scale` for the greatest value.
 void pnm_make_scale(pnm_spec* spec);
 
+// ---- pnmtext.cpp ---------------------------------------------------------------------------------------------------
+
+// The first character that is neither blank nor in a comment, not taken, or -1.
+int pnm_skip_blanks(text_reader* t);
+
 // The next number of a text, up to `most`, which also stands for any larger one. False when something else stands
 // there.
 bool pnm_next_number(CFILE* c, uint32_t most, uint32_t* value);
+
+// The next `count` numbers of a text as samples of a raw line: `step` bytes each, the most that these hold for any
+// larger number. How many were taken; fewer when something else stands there.
+size_t pnm_take_numbers(text_reader* t, size_t step, size_t count, uint8_t* row);
 
 // ---- pnmputli.cpp --------------------------------------------------------------------------------------------------
 

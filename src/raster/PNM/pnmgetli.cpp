@@ -1,4 +1,4 @@
-// Reading lines of PNM files, and the numbers of their text.
+// Reading lines of PNM files.
 #include <algorithm>
 #include <cstring>
 
@@ -8,57 +8,7 @@ namespace {
 
 constexpr char SOURCE[] = "PNM/pnmgetli";
 
-// ---- characters of a text ------------------------------------------------------------------------------------------
-
-// The first character that is neither blank nor in a comment, not taken, or -1.
-int text_skip(text_reader* t) {
-    for (int ch = text_peek(t); ch >= 0; ch = text_peek(t)) {
-        if (ch == '#') {
-            while (ch >= 0 && ch != '\n' && ch != '\r') {
-                ++t->next;
-                ch = text_peek(t);
-            }
-        } else if (!is_blank(ch)) {
-            return ch;
-        } else {
-            ++t->next;
-        }
-    }
-    return -1;
-}
-
-// ---- numbers -------------------------------------------------------------------------------------------------------
-
-// A number may have any count of digits; past `most` it counts as that.
-bool take_number(text_reader* t, uint32_t most, uint32_t* value) {
-    int ch = text_skip(t);
-    if (ch < 0 || !is_digit(ch)) return false;
-    uint64_t number = 0;
-    for (; ch >= 0 && is_digit(ch); ch = text_peek(t)) {
-        number = std::min<uint64_t>(number * 10 + static_cast<unsigned>(ch - '0'), most);
-        ++t->next;
-    }
-    *value = static_cast<uint32_t>(number);
-    return true;
-}
-
-// The same out of characters that are at hand, for numbers as programs write them: with few blanks before, of up to
-// three digits, and a blank behind. Without a branch on how many digits there are. False: nothing is taken.
-constexpr ptrdiff_t NUMBER_ROOM = 16;
-bool take_usual_number(text_reader* t, uint32_t* value) {
-    const uint8_t* p = t->next;
-    for (int blanks = 0; blanks < 8 && (*p == ' ' || *p == '\n'); ++blanks)
-        ++p;
-    uint32_t digits = load_u32le(p) ^ 0x30303030u;
-    uint32_t others = ((digits + 0x76767676u) | digits) & 0x80808080u; // exact up to and with the first that is none
-    if (others == 0) return false;
-    int count = __builtin_ctz(others) / 8;
-    if (count == 0 || (p[count] != ' ' && p[count] != '\n')) return false;
-    uint32_t last = digits << (32 - 8 * count); // on top, and zeros before the first
-    *value = (last >> 24) + (last >> 16 & 0xFF) * 10 + (last >> 8 & 0xFF) * 100;
-    t->next = p + count;
-    return true;
-}
+// ---- samples -------------------------------------------------------------------------------------------------------
 
 uint8_t scaled(const pnm_spec* spec, uint32_t value) {
     if (value < 256) return spec->scale[value];
@@ -73,22 +23,54 @@ bool is_scaled(const CFILE* c) {
     return max > 255 || (max != 255 && !has_flag(c, FLAG_RAW_SAMPLES));
 }
 
+void scale_bytes(const pnm_spec* spec, uint8_t* bytes, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        bytes[i] = spec->scale[bytes[i]];
+}
+
+// Samples of two bytes into bytes: always scaled, since a byte does not hold them.
+void unpack_words(const CFILE* c, const uint8_t* row, size_t pixels, uint8_t* const* planes, size_t samples) {
+    const pnm_spec* spec = pnm_spec_of(c);
+    for (size_t s = 0; s < samples; ++s)
+        for (size_t i = 0; planes[s] != nullptr && i < pixels; ++i)
+            planes[s][i] = scaled(spec, load_u16be(row + (i * samples + s) * 2));
+}
+
+void unpack_bytes_of(const CFILE* c, const uint8_t* row, size_t pixels, uint8_t* const* planes, size_t samples) {
+    if (samples == 3) {
+        split_pixels(row, pixels, 3, planes, 3);
+    } else if (planes[0] != nullptr && planes[0] != row) {
+        std::memcpy(planes[0], row, pixels);
+    }
+    for (size_t s = 0; s < samples && is_scaled(c); ++s)
+        if (planes[s] != nullptr) scale_bytes(pnm_spec_of(c), planes[s], pixels);
+}
+
+// Pixels as a raw line has them.
+void unpack(const CFILE* c, const uint8_t* row, size_t pixels, uint8_t* const* planes, size_t samples) {
+    bool words = pnm_step(pnm_spec_of(c)) == 2;
+    (words ? unpack_words : unpack_bytes_of)(c, row, pixels, planes, samples);
+}
+
 // ---- lines of text -------------------------------------------------------------------------------------------------
 
+constexpr size_t PIXELS_AT_ONCE = 256;
+
+// Numbers go by way of a piece of a raw line.
 bool read_numbers(CFILE* c, uint8_t* const* planes, size_t samples) {
-    const pnm_spec* spec = pnm_spec_of(c);
+    size_t step = pnm_step(pnm_spec_of(c));
     auto width = static_cast<size_t>(c->xsize);
-    bool as_stored = !is_scaled(c);
     text_reader t = text_begin(c);
     bool good = true;
-    for (size_t i = 0; i < width && good; ++i) {
-        for (size_t s = 0; s < samples && good; ++s) {
-            uint32_t value = 0;
-            good = (t.end - t.next >= NUMBER_ROOM && take_usual_number(&t, &value)) ||
-                   take_number(&t, PNM_MOST_VALUE, &value);
-            if (planes[s] == nullptr) continue;
-            planes[s][i] = as_stored ? static_cast<uint8_t>(std::min(value, 255u)) : scaled(spec, value);
-        }
+    for (size_t x = 0; x < width && good; x += PIXELS_AT_ONCE) {
+        uint8_t row[PIXELS_AT_ONCE * 3 * 2] = {};
+        size_t wanted = std::min(width - x, PIXELS_AT_ONCE) * samples;
+        size_t taken = pnm_take_numbers(&t, step, wanted, row);
+        good = taken == wanted;
+        uint8_t* at[3] = {};
+        for (size_t s = 0; s < samples; ++s)
+            at[s] = planes[s] != nullptr ? planes[s] + x : nullptr;
+        unpack(c, row, taken / samples, at, samples);
     }
     text_end(&t);
     return good;
@@ -118,7 +100,7 @@ bool take_eight_digits(text_reader* t, uint8_t* bits) {
 
 // One digit. False, with the status, at another character or the end of the file.
 bool take_digit(text_reader* t, unsigned* bit) {
-    int ch = text_skip(t);
+    int ch = pnm_skip_blanks(t);
     if (ch != '0' && ch != '1') {
         const char* word = ch < 0 ? "getline" : "Unexpected char in PBM file";
         return fails(t->c, RZL_READ_FAILED, SOURCE, word);
@@ -136,7 +118,7 @@ bool read_digits(CFILE* c, uint8_t* row) {
     for (size_t x = 0; x < width && good; x += 8) {
         size_t count = std::min<size_t>(width - x, 8);
         uint8_t bits = 0;
-        if (text_skip(&t) < 0 || count < 8 || !take_eight_digits(&t, &bits)) {
+        if (pnm_skip_blanks(&t) < 0 || count < 8 || !take_eight_digits(&t, &bits)) {
             for (size_t i = 0; i < count && good; ++i) {
                 unsigned bit = 0;
                 good = take_digit(&t, &bit);
@@ -170,31 +152,6 @@ const uint8_t* read_row(CFILE* c, uint8_t* room) {
     return nullptr;
 }
 
-void scale_bytes(const pnm_spec* spec, uint8_t* bytes, size_t count) {
-    for (size_t i = 0; i < count; ++i)
-        bytes[i] = spec->scale[bytes[i]];
-}
-
-// Samples of two bytes into bytes: always scaled, since a byte does not hold them.
-void unpack_words(const CFILE* c, const uint8_t* row, uint8_t* const* planes, size_t samples) {
-    const pnm_spec* spec = pnm_spec_of(c);
-    auto width = static_cast<size_t>(c->xsize);
-    for (size_t s = 0; s < samples; ++s)
-        for (size_t i = 0; planes[s] != nullptr && i < width; ++i)
-            planes[s][i] = scaled(spec, load_u16be(row + (i * samples + s) * 2));
-}
-
-void unpack_bytes_of(const CFILE* c, const uint8_t* row, uint8_t* const* planes, size_t samples) {
-    auto width = static_cast<size_t>(c->xsize);
-    if (samples == 3) {
-        split_pixels(row, width, 3, planes, 3);
-    } else if (planes[0] != row) {
-        std::memcpy(planes[0], row, width);
-    }
-    for (size_t s = 0; s < samples && is_scaled(c); ++s)
-        if (planes[s] != nullptr) scale_bytes(pnm_spec_of(c), planes[s], width);
-}
-
 // ---- lines by kind -------------------------------------------------------------------------------------------------
 
 bool read_bits(CFILE* c, uint8_t* words) {
@@ -217,11 +174,7 @@ bool read_samples(CFILE* c, uint8_t* const* planes, size_t samples, bool wanted)
     bool direct = samples == 1 && pnm_step(spec) == 1;
     const uint8_t* row = read_row(c, direct ? planes[0] : nullptr);
     if (row == nullptr) return false;
-    if (pnm_step(spec) == 2) {
-        unpack_words(c, row, planes, samples);
-    } else {
-        unpack_bytes_of(c, row, planes, samples);
-    }
+    unpack(c, row, static_cast<size_t>(c->xsize), planes, samples);
     return true;
 }
 
@@ -245,13 +198,6 @@ bool read_plane(CFILE* c, int channels, read_planes buffers, bool wanted) {
 }
 
 } // namespace
-
-bool pnm_next_number(CFILE* c, uint32_t most, uint32_t* value) {
-    text_reader t = text_begin(c);
-    bool good = take_number(&t, most, value);
-    text_end(&t);
-    return good;
-}
 
 void pnm_make_scale(pnm_spec* spec) {
     auto max = static_cast<uint32_t>(spec->max_value);

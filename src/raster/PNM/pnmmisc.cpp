@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "raster/CCITT/ccitt.h"
+#include "raster/CCITT/citfile.h"
 #include "raster/CORE/module.h"
 #include "raster/CORE/runs.h"
 #include "support/memory.h"
@@ -175,15 +175,9 @@ int rzl_put_runs_as_line(CFILE* c, int channels, const uint8_t* const* buffers, 
     if (putline_error_check(c) != 0) return 0;
     bool fits = channels == 1 && buffers[0] != nullptr && format_is_bilevel(c->format);
     if (!fits) return fails(c, refusal, source, "Putrleline");
-    auto width = static_cast<uint32_t>(c->xsize);
-    size_t count = static_cast<size_t>(std::max(c->rle_size, 0)) / sizeof(uint16_t);
-    mem_guard<uint16_t> runs(mem_new_array<uint16_t>(count + 1));
     mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc(line_bytes(c, c->xsize))));
-    if (!runs || !words) return fails(c, RZL_NO_MEMORY, source, nullptr);
-    std::memcpy(runs.get(), buffers[0], count * sizeof(uint16_t)); // a caller's runs need not be aligned
-    if (count % 2 == 0) runs[count++] = 0;
-    if (!cit_runs_fit(width, runs.get(), count)) return fails(c, RZL_BAD_FIELD_VALUE, source, "Putrleline");
-    cit_runs_to_bits(width, runs.get(), words.get());
+    if (!words) return fails(c, RZL_NO_MEMORY, source, nullptr);
+    if (!cit_take_runs(c, buffers[0], words.get(), source)) return 0;
     const uint8_t* plane = words.get();
     return c->slots.Put_line(c, 1, &plane);
 }

@@ -1,8 +1,8 @@
-// Lines as runs, for the formats whose run-coded lines are made of the lines that they read: PNM and Sun raster.
+// Lines as runs, for the formats whose run-coded lines are made of the lines that they read, and the other way: PNM,
+// Sun raster and PCX.
 //
-//     bits     16-bit words, the lengths of runs of clear and set bits in turn, of clear ones first and last; a run
-//     over
-//              32767 stands as 32767, 0, the rest
+//     bits     16-bit words, the lengths of runs of clear and set bits in turn, of clear ones first and last;
+//              a run over 32767 stands as 32767, 0, the rest
 //     bytes    pairs of 16-bit words: a value, and how many pixels have it
 //     planes   32-bit words, one for each run of equal pixels of at most 255: blue in the low byte, green, red, count
 //

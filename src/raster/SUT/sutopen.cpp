@@ -101,14 +101,7 @@ int sut_get_rle_line(CFILE* c, int channels, read_planes buffers) {
     rzl_getline_check(c);
     if (c->status != 0) return 0;
     if (!format_is_bilevel(c->format) || channels != 1) return fails(c, RZL_UNSUPPORTED, SOURCE, "Getrleline");
-    mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc(line_bytes(c, c->xsize))));
-    if (!words) return fails(c, RZL_NO_MEMORY, SOURCE, "runs");
-    uint8_t* plane = words.get();
-    int32_t line = c->line;
-    if (rzl_getline_generic(c, 1, &plane) == 0 || c->status != 0) return 0;
-    int bytes = cit_give_runs(c, words.get(), buffers[0], SOURCE);
-    if (bytes == 0) c->line = line;
-    return bytes;
+    return cit_get_runs(c, buffers[0], SOURCE);
 }
 
 // A catalog that is written has nothing of its own behind which tiles would be appended.

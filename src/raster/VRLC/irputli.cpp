@@ -11,10 +11,6 @@ namespace {
 
 constexpr char SOURCE[] = "VRLC/irputli";
 
-bool put_all(CFILE* c, const void* bytes, size_t size) {
-    return io_write(c, bytes, size) == size || fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-}
-
 uint8_t* put_word(uint8_t* out, size_t word) {
     store_u16be(out, static_cast<uint16_t>(word));
     return out + 2;
@@ -39,7 +35,7 @@ bool put_bits(CFILE* c, ir_spec* spec, const uint8_t* words) {
             out = put_word(out, static_cast<size_t>(line.at[i])); // the guards are the width
     }
     cit_changes_free(&line);
-    return good && put_all(c, spec->room, 2 + pairs * 4);
+    return good && put_all(c, spec->room, 2 + pairs * 4, SOURCE);
 }
 
 // Equal pixels from `at` on, as many as a run can have.
@@ -99,7 +95,7 @@ bool put_bytes(CFILE* c, ir_spec* spec, const uint8_t* line) {
         empty = end == at ? empty + 1 : 0;
         at = end;
     }
-    return put_all(c, spec->room, static_cast<size_t>(out - spec->room));
+    return put_all(c, spec->room, static_cast<size_t>(out - spec->room), SOURCE);
 }
 
 // ---- the end of the file -------------------------------------------------------------------------------------------
@@ -127,7 +123,7 @@ void add_data(const CFILE* c, const ir_spec* spec, tail_out* tail) {
     constexpr size_t AT_UNIT = 16;
     constexpr size_t AT_NUMBERS = 32;
     uint8_t* head = add_block(tail, IR_HEAD);
-    std::memcpy(head, "MM", 2);
+    head[0] = head[1] = 'M';
     store_u16be(head + 4, static_cast<uint16_t>(c->ysize));
     store_u16be(head + 6, static_cast<uint16_t>(c->xsize));
     uint8_t* record = add_block(tail, spec->subtype == IR_BITS ? IR_RECORD_BITS : IR_RECORD_BYTES);
@@ -162,11 +158,11 @@ void put_entry(uint8_t** out, uint16_t type, uint16_t subtype, int64_t offset, i
 }
 
 void add_directory(const ir_spec* spec, int64_t data, size_t histogram, size_t translation, tail_out* tail) {
-    constexpr uint8_t MARK[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0x1A, 0x1A, 'U', 'd', 's', 0x82, 'C', 'J'};
+    constexpr uint8_t MARK[20] = {0,   0,   0,   0,    0,   0,   0,   0,   0x1A, 0x1A,
+                                  'U', 'd', 's', 0x82, 'C', 'J', 'I', 'I', 0xFF, 0xFF};
     bool bits = spec->subtype == IR_BITS;
     uint8_t* out = add_block(tail, IR_DIRECTORY);
     std::memcpy(out, MARK, sizeof MARK);
-    std::memcpy(out + 16, "II\xFF\xFF", 4);
     store_u16le(out + 20, static_cast<uint16_t>(spec->version));
     store_u16le(out + 22, bits ? 2 : 4);
     out += 24;
@@ -190,7 +186,7 @@ bool write_tail(CFILE* c, const ir_spec* spec) {
     size_t translation = tail.size;
     if (spec->subtype == IR_BYTES) add_translation(spec, &tail);
     add_directory(spec, data, histogram, translation, &tail);
-    return put_all(c, tail.bytes, tail.size);
+    return put_all(c, tail.bytes, tail.size, SOURCE);
 }
 
 } // namespace
@@ -206,7 +202,7 @@ int ir_write_header(CFILE* c) {
     store_u16be(header + 2, static_cast<uint16_t>(c->xsize));
     bool at_start = io_tell(c) == 0 || io_seek(c, 0); // a pipe can't be sought, and need not be
     if (!at_start) return refuse(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    if (!put_all(c, header, sizeof header)) return 1;
+    if (!put_all(c, header, sizeof header, SOURCE)) return 1;
     if (is_readable(c) && rzl_record_lines(c, static_cast<int64_t>(IR_FIRST_LINE), 1) != 0) return 1;
     c->line = 0;
     set_flag(c, FLAG_HEADER_EXISTS, true);
