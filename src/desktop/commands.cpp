@@ -17,6 +17,7 @@
 #include "desktop/picker.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
+#include "desktop/recentform.h"
 #include "desktop/selection.h"
 #include "desktop/title.h"
 #include "platform/files.h"
@@ -46,7 +47,9 @@ constexpr const char* KEYS_HELP = "Ctrl+O  open an image\n"
                                   "arrows, Page Up, Page Down, Home  move\n"
                                   "Escape, right click  next surface, or the end of a tool\n"
                                   "wheel  zoom at the pointer\n"
-                                  "Ctrl and drag  move the picture\n"
+                                  "horizontal wheel  move the picture sideways\n"
+                                  "middle button, Space or Ctrl, and drag  move the picture\n"
+                                  "click beside all surfaces  let the surface go\n"
                                   "F1  this list\n"
                                   "F11  the picture alone, and the forms again\n";
 constexpr int OPEN_IMAGE = 155, OPEN_PALETTE = 165; // buttons of the main form
@@ -184,15 +187,12 @@ void open_palette_picker_command() {
 }
 
 void recent_command() {
-    for (int i = 0; i < remembered.file_count; ++i) {
-        char path[FILES_PATH_SIZE];
-        std::snprintf(path, sizeof path, "%s", remembered.files[i]);
-        const bool is_open = open_image.tnc_path != nullptr && files_is_same(path, open_image.tnc_path);
-        if (is_open || !files_exists(path)) continue;
+    char path[FILES_PATH_SIZE];
+    const recent_choice choice = recent_choose(path);
+    if (choice == recent_choice::nothing_to_choose)
+        log_message(LOG_INFO, "No other image has been opened yet.\n");
+    else if (choice == recent_choice::chosen)
         open_image_command(path);
-        return;
-    }
-    log_message(LOG_INFO, "No other image has been opened yet.\n");
 }
 
 // ---- leaving -------------------------------------------------------------------------------------------------------

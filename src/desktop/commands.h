@@ -18,7 +18,7 @@ void open_any_command(const char* path);
 // The same from a picker beside the forms. While it is open, the command closes it.
 void open_image_picker_command();
 void open_palette_picker_command();
-void recent_command(); // the image that was opened before the present one, from a list
+void recent_command(); // one of the images that were opened last, from a list
 
 // ---- the surface ---------------------------------------------------------------------------------------------------
 

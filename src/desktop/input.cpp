@@ -17,6 +17,7 @@
 namespace {
 
 constexpr int PAN_PART = 4;         // of the viewport that an arrow key moves by
+constexpr int WHEEL_PAN_PART = 16;  // the same for a step of the horizontal wheel
 constexpr int WHEEL_STEPS_MAX = 16; // that are taken at once, however many have come while the program was busy
 
 using key_command = void (*)();
@@ -65,6 +66,13 @@ void pan(int right, int down) {
     const int dx = (v->x2 - v->x1 + 1) / PAN_PART;
     const int dy = (v->y2 - v->y1 + 1) / PAN_PART;
     tool_pan(v, (v->x1 + v->x2) / 2 + right * dx, (v->y1 + v->y2) / 2 + down * dy);
+}
+
+// Steps of the horizontal wheel.
+void pan_across(int steps) {
+    view* v = &picture_view;
+    const int middle = (v->x1 + v->x2) / 2;
+    tool_pan(v, middle + steps * (v->x2 - v->x1 + 1) / WHEEL_PAN_PART, (v->y1 + v->y2) / 2);
 }
 
 // One step about the middle, unless no step back would be possible from there.
@@ -163,9 +171,11 @@ bool input_notice_key(const desk_message* message) {
 }
 
 void input_wheel() {
-    int window = 0, x = 0, y = 0, steps = 0;
-    if (Get_wheel_data(&window, &x, &y, &steps, nullptr) != 0 || !forms_up || window != picture_view.window) return;
-    wheel_zoom(&picture_view, x, y, std::clamp(steps, -WHEEL_STEPS_MAX, WHEEL_STEPS_MAX));
+    int window = 0, x = 0, y = 0, steps = 0, across = 0;
+    if (Get_wheel_data(&window, &x, &y, &steps, &across, nullptr) != 0) return;
+    if (!forms_up || window != picture_view.window) return;
+    if (across != 0) pan_across(std::clamp(across, -WHEEL_STEPS_MAX, WHEEL_STEPS_MAX));
+    if (steps != 0) wheel_zoom(&picture_view, x, y, std::clamp(steps, -WHEEL_STEPS_MAX, WHEEL_STEPS_MAX));
 }
 
 void input_key() {

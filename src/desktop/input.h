@@ -20,7 +20,7 @@ bool input_notice_key(const desk_message* message);
 // Does the work that has been noted, and takes the user event off its queue.
 void input_user_event();
 
-// Takes the oldest wheel event, and zooms when it is over the picture.
+// Takes the oldest wheel event, and zooms, or pans sideways, when it is over the picture.
 void input_wheel();
 
 // Takes the oldest key event, and does what the key says.

@@ -10,6 +10,7 @@
 #include "desktop/program.h"
 #include "desktop/region.h"
 #include "desktop/title.h"
+#include "platform/window/desk.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
 #include "tools/events.h"
@@ -22,6 +23,7 @@
 namespace {
 
 constexpr uint32_t SHOW_INTERVAL = 40; // milliseconds between two looks at a picture that is changing
+constexpr int BUTTON_PAN = 1;          // the left one, and the middle one
 constexpr int PRESS_AT_ONCE = 3;       // button mode: presses come without waiting for a double click
 
 raster_image* get_picture(view* /*v*/) {
@@ -44,8 +46,11 @@ void press_in_picture(void* argument) {
     int transition = 0;
     if (Get_button_data(nullptr, &x, &y, nullptr, &transition, nullptr) != 0) return;
     const bool is_held = transition == TRANS_DOWN;
+    const bool is_space = desk_space_is_held();
+    const bool is_pan = is_space || desk_button_is_held(HOST_MIDDLE) || current_tool == tool_pan;
+    if (is_held && is_pan && drag_picture(v, x, y, BUTTON_PAN)) return;
+    if (is_space) return; // a hand that moved nothing
     if (is_held && current_tool == tool_zoom_box && drag_box(v, x, y)) return;
-    if (is_held && current_tool == tool_pan && drag_picture(v, x, y, 1)) return;
     current_tool(v, x, y);
 }
 

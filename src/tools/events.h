@@ -100,10 +100,11 @@ int Get_user_data(uint32_t* value);
 int Get_timer_data(int* number);
 int Get_motion_data(int* window, int* x, int* y, int* inside, int* kind); // kind: 1 enter, 2 leave, 4 motion
 int Get_message_data(int* kind, uint32_t* word1, uint32_t* word2);        // kind: 0 to 3
-// Steps of the wheel over a window at x, y: positive away from the user. `modifiers`: HOST_SHIFT, HOST_CTRL, HOST_ALT.
-// Steps that come while others of the same window wait are added to those, and the place is that of the last.
-int Inq_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers);
-int Get_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers);
+// Steps of the wheel over a window at x, y: `steps` positive away from the user, `across` to the right. `modifiers`:
+// HOST_SHIFT, HOST_CTRL, HOST_ALT. Steps that come while others of the same window wait are added to those, and the
+// place is that of the last.
+int Inq_wheel_data(int* window, int* x, int* y, int* steps, int* across, int* modifiers);
+int Get_wheel_data(int* window, int* x, int* y, int* steps, int* across, int* modifiers);
 
 // Takes the oldest event off the queue of that bit (of the lowest, when there are more) and drops it.
 int Drop_event(uint32_t event);

@@ -183,11 +183,11 @@ int Get_message_data(int* kind, uint32_t* word1, uint32_t* word2) {
     return look(QUEUE_MESSAGE, true, kind, word1, word2);
 }
 
-int Inq_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers) {
-    return look(QUEUE_WHEEL, false, window, x, y, steps, modifiers);
+int Inq_wheel_data(int* window, int* x, int* y, int* steps, int* across, int* modifiers) {
+    return look(QUEUE_WHEEL, false, window, x, y, steps, across, modifiers);
 }
-int Get_wheel_data(int* window, int* x, int* y, int* steps, int* modifiers) {
-    return look(QUEUE_WHEEL, true, window, x, y, steps, modifiers);
+int Get_wheel_data(int* window, int* x, int* y, int* steps, int* across, int* modifiers) {
+    return look(QUEUE_WHEEL, true, window, x, y, steps, across, modifiers);
 }
 
 int Drop_event(uint32_t event) {

@@ -252,3 +252,117 @@ TEST_F(Forms, NothingIsLostByAWrongStep) {
     EXPECT_NE(messages[2].find("Load Failure on Palette file."), std::string::npos);
     EXPECT_EQ(messages[3].find("Error : Attempt to overwrite input file"), 0u);
 }
+
+TEST_F(Forms, ARecentImageIsChosenFromAList) {
+    constexpr int RECENT = 915;
+    for (const char* name : {"a", "b", "gone"})
+        for (const std::string extension : {".tnc", ".rgb"})
+            std::filesystem::copy(path("still" + extension), path(name + extension));
+    record_messages();
+    press(MAIN, 170); // nothing to choose from
+    for (const char* name : {"a.tnc", "gone.tnc", "b.tnc", "still.tnc"}) {
+        step([=] { drop(name); });
+        settle();
+    }
+    step([this] { std::filesystem::remove(path("gone.tnc")); });
+    press(MAIN, 170);
+    step([] { // what is open and what is gone isn't offered
+        EXPECT_EQ(text_of(RECENT, 15, 0).substr(0, 6), "b.tnc ");
+        EXPECT_EQ(text_of(RECENT, 15, 1).substr(0, 6), "a.tnc ");
+        EXPECT_EQ(text_of(RECENT, 15, 2), "");
+    });
+    key(host_key::escape, 27);
+    step([] {
+        EXPECT_EQ(form_of(RECENT), nullptr);
+        EXPECT_STREQ(files_last_name(open_image.tnc_path), "still.tnc");
+    });
+    press(MAIN, 170);
+    press(RECENT, 15, 20, 26); // the second row
+    step([] {
+        EXPECT_EQ(form_of(RECENT), nullptr);
+        EXPECT_STREQ(files_last_name(open_image.tnc_path), "a.tnc");
+    });
+    press(MAIN, 170);
+    key(host_key::enter, 13); // the first one
+    step([] { EXPECT_STREQ(files_last_name(open_image.tnc_path), "still.tnc"); });
+    EXPECT_EQ(run_forms({}), 0);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0].find("No other image has been opened yet."), 0u);
+}
+
+// A page of cells asks where a pattern is, once more for the next one, and not again after a refusal. The editor's
+// Browse is a picker over the editor.
+TEST_F(Forms, ALostPatternIsFoundThroughTheSearchPathForms) {
+    constexpr int QUESTION = 912, EDITOR = 914;
+    std::filesystem::create_directories(path("far"));
+    std::filesystem::copy(path("brick.rgb"), path("far/lost.rgb"));
+    write("lost.tnp",
+          "Lost {pattern = \"lost.rgb\";}\nGone {pattern = \"gone.rgb\";}\nAlso {pattern = \"also.rgb\";}\n");
+    const std::string ini = path("vantor.ini");
+    setenv("VANTORA_INI", ini.c_str(), 1);
+    record_messages();
+    press(PATTERN, 200);
+    step([] { ASSERT_NE(form_of(QUESTION), nullptr); });
+    press(MAIN, 16); // another form's button: the question stays
+    step([] { EXPECT_FALSE(quit_requested); });
+    press(QUESTION, 15); // yes
+    step([] {
+        EXPECT_EQ(form_of(QUESTION), nullptr);
+        EXPECT_NE(text_of(EDITOR, 15, 0), ""); // the present path
+        EXPECT_EQ(text_of(EDITOR, 15, 1), "");
+    });
+    press(EDITOR, 14); // browse
+    type(PICKER, 17, path("far"));
+    press(PICKER, 30);
+    step([] {
+        EXPECT_EQ(form_of(PICKER), nullptr);
+        EXPECT_NE(text_of(EDITOR, 13).find("\\far\\"), std::string::npos) << text_of(EDITOR, 13);
+    });
+    press(EDITOR, 16); // add
+    step([] { EXPECT_NE(text_of(EDITOR, 15, 1).find("\\far\\"), std::string::npos); });
+    press(EDITOR, 18); // up
+    step([] { EXPECT_NE(text_of(EDITOR, 15, 0).find("\\far\\"), std::string::npos); });
+    press(EDITOR, 1); // accept: the next one is asked for
+    step([] {
+        EXPECT_EQ(form_of(EDITOR), nullptr);
+        EXPECT_NE(form_of(QUESTION), nullptr);
+    });
+    key(host_key::escape, 27); // no; and not a third time
+    step([] { EXPECT_EQ(form_of(QUESTION), nullptr); });
+    press(PATTERN, 12, 20, 20); // a cell without a picture can't be chosen
+    step([] { EXPECT_EQ(chosen.kind, selection_kind::none); });
+    press(PATTERN, 11, 20, 20);
+    step([] { EXPECT_EQ(text_of(MAIN, 52), "Lost"); });
+    EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "lost.tnp"}), 0);
+    unsetenv("VANTORA_INI");
+    EXPECT_NE(read(ini).find("far"), std::string::npos) << "kept for the next run";
+}
+
+TEST_F(Forms, BrowseOfTheOutputFormWaitsForItsPicker) {
+    std::string entry;
+    press(MAIN, 151);
+    step([&] { entry = text_of(OUTPUT, 13); });
+    press(OUTPUT, 14);
+    step([] {
+        EXPECT_EQ(text_of(PICKER, 19), "(*.rgb)");
+        EXPECT_EQ(text_of(PICKER, 12, 0), "brick.rgb");
+    });
+    press(MAIN, 16); // another form's button does nothing meanwhile
+    key(host_key::escape, 27);
+    step([&] {
+        EXPECT_EQ(form_of(PICKER), nullptr);
+        EXPECT_FALSE(quit_requested);
+        EXPECT_EQ(text_of(OUTPUT, 13), entry);
+    });
+    press(OUTPUT, 14);
+    press(PICKER, 12, 20, 6);
+    press(PICKER, 30);
+    step([] {
+        EXPECT_EQ(form_of(PICKER), nullptr);
+        EXPECT_NE(text_of(OUTPUT, 13).find("brick.rgb"), std::string::npos) << text_of(OUTPUT, 13);
+        EXPECT_EQ(text_of(OUTPUT, 9), "File exists : brick.rgb");
+    });
+    press(OUTPUT, 4); // cancel
+    step([] { EXPECT_EQ(form_of(OUTPUT), nullptr); });
+    EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
+}

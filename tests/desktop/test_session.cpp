@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "desktop/mainform.h"
 #include "tools/draw.h"
 #include "view/viewtools.h"
 
@@ -231,6 +232,91 @@ TEST_F(PictureSession, ThePictureStaysInSight) {
         const view_point now = view_point_at(v, v->x2 / 2, v->y2 / 2);
         EXPECT_NEAR(now.x, middle.x, 1.0);
         EXPECT_NEAR(now.y, middle.y, 1.0);
+    });
+    EXPECT_EQ(run_program({"-f", "still.tnc"}, 400, 300, 24), 0);
+}
+
+// The hand: the middle button, Space or Ctrl with the left one, and the horizontal wheel. What doesn't move is a click.
+TEST_F(PictureSession, ADragMovesThePicture) {
+    struct hand {
+        int button, modifiers;
+        bool space;
+    };
+    static view before;
+    static canvas_point at;
+    const auto space = [](bool down) {
+        host_event event = {};
+        event.kind = host_event_kind::key;
+        event.key = host_key::character;
+        event.character = ' ';
+        event.down = down;
+        headless_post(&event);
+    };
+    const auto button = [](const hand& h, int x, int y, bool down) {
+        const canvas_point p = on_screen(x, y);
+        headless_pointer(p.x, p.y);
+        headless_button(h.button, down, static_cast<uint8_t>(h.modifiers));
+    };
+    step([] { headless_type("1+"); });
+    for (const hand h : {hand{HOST_MIDDLE, 0, false}, {HOST_LEFT, 0, true}, {HOST_LEFT, HOST_CTRL, false}}) {
+        step([=] {
+            before = picture_view;
+            if (h.space) space(true);
+            button(h, 200, 150, true);
+        });
+        check([] {
+            const canvas_point p = on_screen(160, 190);
+            headless_pointer(p.x, p.y);
+        });
+        step([=] { button(h, 160, 190, false); });
+        check([=] {
+            EXPECT_EQ(picture_view.origin_x - before.origin_x, 20) << h.button << h.modifiers;
+            EXPECT_EQ(picture_view.origin_y - before.origin_y, -20) << h.button << h.modifiers;
+            EXPECT_EQ(highlighted_pen, NO_PEN);
+            if (h.space) space(false);
+        });
+    }
+    const auto across = [](int turns) {
+        const canvas_point p = on_screen(100, 100);
+        host_event event = {};
+        event.kind = host_event_kind::wheel;
+        event.x = p.x;
+        event.y = p.y;
+        event.across = turns;
+        headless_post(&event);
+    };
+    step([=] {
+        before = picture_view;
+        across(-3);
+    });
+    check([] {
+        EXPECT_LT(picture_view.origin_x, before.origin_x);
+        EXPECT_EQ(picture_view.origin_y, before.origin_y);
+        EXPECT_EQ(picture_view.zoom, before.zoom);
+    });
+    step([] { headless_type("f"); });
+    step([] {
+        at = pixel_of_pens(1);
+        click_pixel(at.x, at.y);
+    });
+    check([] { EXPECT_NE(highlighted_pen, NO_PEN); });
+    step([=] { space(true); });
+    check([] { click(150, 20); });
+    step([=] {
+        EXPECT_NE(highlighted_pen, NO_PEN) << "a hand that moves nothing chooses nothing";
+        space(false);
+    });
+    step([] { // the background
+        int32_t pens[PENS_AT_PIXEL_MAX];
+        for (int y = 0; y < open_image.picture->height; ++y)
+            for (int x = 0; x < open_image.picture->width; ++x)
+                if (pens_at_pixel(open_image.tnc, x, y, pens, PENS_AT_PIXEL_MAX) == 0) return click_pixel(x, y);
+        ADD_FAILURE() << "no background";
+    });
+    check([] {
+        int pen = 0;
+        EXPECT_EQ(highlighted_pen, NO_PEN);
+        EXPECT_FALSE(main_form_pen(&pen)) << "the pen field";
     });
     EXPECT_EQ(run_program({"-f", "still.tnc"}, 400, 300, 24), 0);
 }

@@ -115,10 +115,11 @@ TEST_F(Events, WheelStepsAddUpByWindow) {
     static int told;
     told = 0;
     tools_set_input_hook([](const desk_message* message) { told += int(message->value); });
-    const auto turn = [](int steps, int x, int y, uint8_t modifiers) {
+    const auto turn = [](int steps, int x, int y, uint8_t modifiers, int across = 0) {
         host_event event = {};
         event.kind = host_event_kind::wheel;
         event.wheel = steps;
+        event.across = across;
         event.x = x;
         event.y = y;
         event.modifiers = modifiers;
@@ -129,14 +130,14 @@ TEST_F(Events, WheelStepsAddUpByWindow) {
     turn(3, 110, 110, 0);
     EXPECT_EQ(told, 3) << "without the event, the hook";
     Enable_events(WHEEL_EVENT);
-    turn(1, 110, 110, 0);
-    turn(-3, 120, 115, 0);
+    turn(1, 110, 110, 0, 9);
+    turn(-3, 120, 115, 0, -2);
     turn(2, 120, 115, HOST_CTRL);
     turn(5, 10, 20, 0);
     EXPECT_EQ(told, 3);
     const std::string one = std::to_string(window);
-    EXPECT_EQ(data(Inq_wheel_data), one + " 20 15 -2 0");
-    EXPECT_EQ(all_data(Get_wheel_data), one + " 20 15 -2 0, " + one + " 20 15 2 2, 0 10 20 5 0, ");
+    EXPECT_EQ(data(Inq_wheel_data), one + " 20 15 -2 7 0");
+    EXPECT_EQ(all_data(Get_wheel_data), one + " 20 15 -2 7 0, " + one + " 20 15 2 0 2, 0 10 20 5 0 0, ");
     tools_set_input_hook(nullptr);
 }
 

@@ -138,8 +138,12 @@ desk_window* desk_window_at(int x, int y); // the window seen there, frame inclu
 bool desk_in_client(const desk_window* w, int x, int y); // screen point; the window is the one that is seen there
 void desk_set_cursor(desk_window* w,
                      host_cursor shape); // shown while the pointer is in its client area. At first: arrow
-bool desk_is_dragging();                 // the user is moving or sizing a window, or dragging a scroll bar
-bool desk_mouse_waiting();               // the next desk_next() would give a mouse message, or one waits behind others
+// What the user holds down now, by what the host has told: a button, or the space bar. A press that both the left and
+// the middle button make is told apart by this.
+bool desk_button_is_held(int button);
+bool desk_space_is_held();
+bool desk_is_dragging();   // the user is moving or sizing a window, or dragging a scroll bar
+bool desk_mouse_waiting(); // the next desk_next() would give a mouse message, or one waits behind others
 
 // ---- the main window's scroll bars ---------------------------------------------------------------------------------
 
@@ -159,7 +163,7 @@ enum class desk_kind : uint8_t {
     // Mouse: x, y in the client area; modifiers; time. Only in a client area, or anywhere for the capturing window.
     mouse_move,
     button, // button, down
-    wheel,  // value: steps
+    wheel,  // value: steps; value2: steps to the right
     // Keyboard: goes to the active window, or the main one.
     key, // key, down, character: of the key; modifiers
     // character: a Latin-1 byte, control characters included (Return 13, Backspace 8, Tab 9, Escape 27). What is typed

@@ -109,6 +109,8 @@ struct desk_data {
     uint32_t flushed_at;
     uint32_t uses;        // counts activations
     uint32_t modal_since; // a wish to close the main window from this time on answers the modal window
+    bool held[3];         // buttons
+    bool space_held;
     bool started;
     bool main_alive;
     bool quit_waits;

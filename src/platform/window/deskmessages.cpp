@@ -123,7 +123,15 @@ void close_event(const host_event* event) {
     desk_queue(&message, nullptr);
 }
 
+// Releases are not told to a window that the user has left.
+void note_held(const host_event* event) {
+    if (event->kind == host_event_kind::button) desk.held[event->button] = event->down;
+    if (event->kind == host_event_kind::key && event->character == ' ') desk.space_held = event->down;
+    if (event->kind == host_event_kind::focus && !event->down) desk.space_held = false;
+}
+
 void take_event(const host_event* event) {
+    note_held(event);
     switch (event->kind) {
     case host_event_kind::pointer: desk_pointer_event(event); break;
     case host_event_kind::button: desk_button_event(event); break;

@@ -61,6 +61,7 @@ void send_mouse(desk_kind kind, desk_window* w, const host_event* event) {
     message.down = event->down;
     message.modifiers = event->modifiers;
     message.value = uint32_t(event->wheel);
+    message.value2 = uint32_t(event->across);
     message.time = event->time;
     desk_queue(&message, nullptr);
 }
@@ -267,6 +268,14 @@ desk_window* desk_window_at(int x, int y) {
 
 bool desk_in_client(const desk_window* w, int x, int y) {
     return desk_window_at(x, y) == w && box_has(w->client, x, y);
+}
+
+bool desk_button_is_held(int button) {
+    return desk.held[button];
+}
+
+bool desk_space_is_held() {
+    return desk.space_held;
 }
 
 canvas_point desk_pointer() {

@@ -20,7 +20,7 @@ enum class host_event_kind : uint8_t {
     none,
     pointer, // the pointer is at x, y
     button,  // button, down
-    wheel,   // wheel: steps away from the user (positive) or towards him
+    wheel,   // wheel: steps away from the user (positive) or towards him; across: to the right (positive) or left
     key,     // key or character code of the key, down
     text,    // character: what was typed, after layout and dead keys
     close,   // the user asks for the main window to be closed
@@ -71,7 +71,7 @@ struct host_event {
     host_state state;
     uint32_t character; // Unicode
     int x, y;           // pixels of the frame buffer; for button and wheel too
-    int wheel;
+    int wheel, across;
     int width, height;
     uint32_t time;    // host_now() when it happened; filled by the host
     const char* path; // of a drop: zero-ended, valid until the next event is taken

@@ -296,8 +296,10 @@ bool take_wheel(const SDL_MouseWheelEvent* wheel, host_event* event) {
     SDL_GetMouseState(&x, &y);
     event->kind = host_event_kind::wheel;
     set_pointer(event, x, y);
-    event->wheel = wheel->direction == SDL_MOUSEWHEEL_FLIPPED ? -wheel->y : wheel->y;
-    return event->wheel != 0;
+    const int sign = wheel->direction == SDL_MOUSEWHEEL_FLIPPED ? -1 : 1;
+    event->wheel = sign * wheel->y;
+    event->across = sign * wheel->x;
+    return event->wheel != 0 || event->across != 0;
 }
 
 bool take_size(host_event* event) {

@@ -133,9 +133,11 @@ TEST_F(sdl_test, MouseInPixelsOfTheFrame) {
     SDL_Event wheel = {};
     wheel.type = SDL_MOUSEWHEEL;
     wheel.wheel.y = -2;
+    wheel.wheel.x = 3;
     EXPECT_EQ(pass(wheel).wheel, -2);
     wheel.wheel.direction = SDL_MOUSEWHEEL_FLIPPED;
     EXPECT_EQ(pass(wheel).wheel, 2);
+    EXPECT_EQ(pass(wheel).across, -3);
 }
 
 TEST_F(sdl_test, WindowEventsAndDrops) {
