@@ -37,8 +37,10 @@ int limited_row(const fi_field* f, int row) {
     return f->max_rows > 0 ? std::min(row, f->max_rows - 1) : row;
 }
 
+// A table sizes those of its fields that are columns; one that is beyond their number takes no rows.
 int grow_to(fi_field* f, int row) {
-    return row < f->num_rows ? int{FI_SUCCESS} : fi_set_num_rows(f, row + 1, true);
+    const int status = row < f->num_rows ? int{FI_SUCCESS} : fi_set_num_rows(f, row + 1, true);
+    return status == FI_SUCCESS && row >= f->num_rows ? int{FI_INVALID_ROW} : status;
 }
 
 } // namespace
