@@ -66,6 +66,9 @@ int take_option(const char* option, const char* word, apply_request* request) {
         bool good = parse_number(word, &request->gamma) && request->gamma > 0.0 && request->gamma < 10.0;
         return good ? static_cast<int>(EXIT_DONE) : program_usage("--gamma takes a number above 0 and below 10");
     }
+    // What frames are given is taken out of the words of each frame's process, which would do the others' again.
+    if (std::strcmp(option, "--frames") == 0 && request->frames != nullptr)
+        return program_usage("--frames is given once");
     const char** text = std::strcmp(option, "-o") == 0          ? &request->out
                         : std::strcmp(option, "--palette") == 0 ? &request->palette
                         : std::strcmp(option, "--frames") == 0  ? &request->frames

@@ -192,6 +192,7 @@ TEST_F(Batch, RefusesWrongUsageBeforeAnyWork) {
                               "apply s%d.tnc --set 1=1,0,0 -o o%d.rgb --frames 3-1",
                               "apply s%d.tnc --set 1=1,0,0 -o o%d.rgb --frames 1-3,",
                               "apply s%d.tnc --set 1=1,0,0 -o o%d.rgb --frames 1-3x0",
+                              "apply s%d.tnc --set 1=1,0,0 -o o%d.rgb --frames 1-3 --frames 4",
                               "apply still.tnc --set 1=1,0,0 -o o.rgb --type wav",
                               "apply still.tnc --set 1=1,0,0 -o o.rgb --bits 16",
                               "apply still.tnc --set 1=1,0,0 -o o.rgb --gamma 0",
