@@ -46,7 +46,7 @@ void add_set(done_record* record, const surface_set* set) {
     char found[FILES_PATH_SIZE];
     add(record, "set %d %d %a %a %a %d %a %a %d\n", set->pen, static_cast<int>(set->kind), set->red, set->green,
         set->blue, set->has_placement ? 1 : 0, set->rotation, set->size, set->mirror ? 1 : 0);
-    if (set->kind != surface_kind::raster) return;
+    if (set->kind != surface_kind::raster || set->text == nullptr) return; // one that is passed over has no text
     find_raster_file(set->text, found, sizeof found);
     add_file(record, found);
 }
