@@ -185,6 +185,13 @@ int cals_put_line(CFILE* c, int channels, write_planes buffers) {
     return put ? c->xsize : 0;
 }
 
+// A line of a finished file's tiles would wait for the rest of its row, which can't be written.
+int cals_putline(CFILE* c, int channels, write_planes buffers) {
+    if (c->mode == MODE_UPDATE && has_flag(c, FLAG_TILED))
+        return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "tiles come in their order");
+    return rzl_putline_generic(c, channels, buffers);
+}
+
 int cals_put_rle_line(CFILE* c, int channels, write_planes buffers) {
     if (!is_writable(c)) return fails(c, RZL_NEEDS_WRITE, SOURCE, "runs");
     if (!rzl_append_check(c) || putline_error_check(c) != 0) return 0;

@@ -154,6 +154,7 @@ int cals_count_lines(CFILE* c);
 
 int cals_write_header(CFILE* c);
 int cals_put_line(CFILE* c, int channels, write_planes buffers);
+int cals_putline(CFILE* c, int channels, write_planes buffers);
 int cals_put_rle_line(CFILE* c, int channels, write_planes buffers);
 int cals_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* size_word);
 void cals_close(CFILE* c);

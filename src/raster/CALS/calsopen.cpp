@@ -228,6 +228,7 @@ constexpr format_slots SLOTS = {
     .Get_line = cals_get_line,
     .Getlinefromtile = rzl_getline_from_tiles,
     .Getrleline = cals_get_rle_line,
+    .Putline = cals_putline,
     .Put_line = cals_put_line,
     .Putrleline = cals_put_rle_line,
     .Gettile = cals_get_tile,
