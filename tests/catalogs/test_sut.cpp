@@ -1,9 +1,9 @@
 // SUT catalogs: the text, tiles of many members, few handles, and names that are refused.
 #include <sys/resource.h>
 
-#include "catalogs_fixture.h"
 #include "common/places.h"
 #include "common/run.h"
+#include "raster/formats_fixture.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ bytes_of_file whole_picture() {
     return all;
 }
 
-class Sut : public CatalogsTest {
+class Sut : public FormatTest {
 protected:
     // The members as files of a standard, and the catalog's text; `side` is that of a member in pixels.
     std::string make_members(int standard, int side, int width = WIDTH, int height = HEIGHT, int across = 0) const {
@@ -76,11 +76,8 @@ TEST_F(Sut, TilesOfMembers) {
         const picture p = read_catalog(head() + "FILES\n" + files);
         EXPECT_EQ(p.status, 0u) << rzl_status_name(p.status);
         EXPECT_TRUE(p.width == WIDTH && p.height == HEIGHT && p.values == whole_picture());
-        CFILE* c = rzl_open_r(path("cat").c_str());
-        ASSERT_NE(c, nullptr);
-        EXPECT_TRUE(field_of(c, 500) == standard && field_of(c, 100) == TILE && field_of(c, 101) == 7 &&
-                    field_of(c, 102) == 5);
-        EXPECT_TRUE(field_of(c, 200) == 0 && field_of(c, 4) == 0 && field_of(c, 507) == 8);
+        CFILE* c = opened(rzl_open_r(path("cat").c_str()));
+        expect_fields(c, {{500, standard}, {100, TILE}, {101, 7}, {102, 5}, {200, 0}, {4, 0}, {507, 8}});
         rzl_stat stat;
         EXPECT_TRUE(rzl_get_stat(c, &stat) == 0 && stat.xsize == 32) << "the record of the first member";
         bytes_of_file tile(TILE * TILE);
@@ -89,7 +86,7 @@ TEST_F(Sut, TilesOfMembers) {
             EXPECT_TRUE(rzl_seek(c, number) == 0 && rzl_gettile(c, 1, planes, nullptr) == 0);
             EXPECT_EQ(tile[0], pixel_at(number % 7 * TILE, number / 7 * TILE)) << number;
         }
-        EXPECT_TRUE(rzl_set_active_image(c, 0) == 1 && c->status == RZL_UNSUPPORTED);
+        EXPECT_EQ(refusal(c, rzl_set_active_image(c, 0)), RZL_UNSUPPORTED);
         rzl_close(c);
     }
     // A member that is wider than its tiles say, in which tiles behind the grid are the first member's.
@@ -104,8 +101,7 @@ TEST_F(Sut, Overviews) {
     const std::string levels[] = {"OVERVIEW 1 IMAGEX 2 IMAGEY 1 TILESX 1 TILESY 1 TILESIZE 32 FILES o1 0\n",
                                   "OVERVIEW 0 IMAGEX 5 IMAGEY 4 TILESX 1 TILESY 1 TILESIZE 16 FILES o0 0\n"};
     write("cat", head() + "FILES " + files + levels[0] + levels[1]);
-    CFILE* c = rzl_open_r(path("cat").c_str());
-    ASSERT_NE(c, nullptr);
+    CFILE* c = opened(rzl_open_r(path("cat").c_str()));
     EXPECT_TRUE(field_of(c, 200) == 2 && rzl_set_active_overview(c, 0) == 0 && field_of(c, 1) == 5);
     EXPECT_TRUE(read_plane(c).values == bytes_of("abcdefghijklmnopqrst"));
     EXPECT_TRUE(rzl_set_active_overview(c, 1) == 0 && field_of(c, 100) == 32 && read_plane(c).values == bytes_of("xy"));
@@ -127,8 +123,7 @@ TEST_F(Sut, FewHandlesForManyMembers) {
             expected.push_back(static_cast<uint8_t>(pixel_at(x, y)));
     for (rlim_t most : {16, 1024}) {
         handle_limit few(most);
-        CFILE* c = rzl_open_r(path("cat").c_str());
-        ASSERT_NE(c, nullptr);
+        CFILE* c = opened(rzl_open_r(path("cat").c_str()));
         EXPECT_TRUE(read_plane(c).values == expected);
         EXPECT_TRUE(rzl_seek(c, 0) == 0 && read_plane(c).status == 0);
         rzl_close(c);
@@ -217,34 +212,30 @@ TEST_F(Sut, CreatingMembers) {
     write("cat", head() + "FILES " + names);
     const std::string before = read(path("cat"));
     for (CFILE* (*open)(const char*) : {rzl_open_w, rzl_open_wr}) {
-        CFILE* c = open(path("cat").c_str());
-        ASSERT_NE(c, nullptr) << rzl_status_name(last_status());
+        CFILE* c = opened(open(path("cat").c_str()));
         EXPECT_TRUE(field_of(c, 1) == WIDTH && field_of(c, 100) == TILE && set_field_to(c, 1, 7) == 0 &&
                     field_of(c, 1) == WIDTH);
         EXPECT_TRUE(set_field_to(c, 100, TILE) == 0 && set_field_to(c, 100, 32) == 1);
         EXPECT_EQ(rzl_write_header(c), 0);
-        EXPECT_EQ(put_lines(c, WIDTH, HEIGHT, whole_picture()), 0u);
-        EXPECT_TRUE(rzl_putline(c, before.data()) == 1 && c->status == RZL_PAST_END);
+        EXPECT_EQ(put_lines(c, HEIGHT, whole_picture()), 0u);
+        EXPECT_EQ(refusal(c, rzl_putline(c, before.data())), RZL_PAST_END);
         EXPECT_EQ(rzl_finish(c), 0u);
         EXPECT_EQ(read(path("cat")), before) << "the catalog itself stays";
         EXPECT_TRUE(read_plane(path("cat")).values == whole_picture());
-        CFILE* last = rzl_open_r(path("n11.tif").c_str());
-        ASSERT_NE(last, nullptr);
+        CFILE* last = opened(rzl_open_r(path("n11.tif").c_str()));
         EXPECT_TRUE(field_of(last, 1) == WIDTH - 96 && field_of(last, 2) == HEIGHT - 64 && field_of(last, 100) == TILE);
         rzl_close(last);
     }
     // Without tiles, lines go into members side by side.
     write("cat", head(10, 5, 4, 0) + "FILES a 0 b 1 c 2 d 3 e 4 f 5");
-    CFILE* c = rzl_open_w(path("cat").c_str());
-    ASSERT_NE(c, nullptr) << rzl_status_name(last_status());
-    EXPECT_EQ(put_lines(c, 10, 5, bytes_of("0123456789abcdefghijABCDEFGHIJklmnopqrstKLMNOPQRST")), 0u);
+    CFILE* c = opened(rzl_open_w(path("cat").c_str()));
+    EXPECT_EQ(put_lines(c, 5, bytes_of("0123456789abcdefghijABCDEFGHIJklmnopqrstKLMNOPQRST")), 0u);
     EXPECT_EQ(rzl_finish(c), 0u);
     EXPECT_EQ(read_plane(path("b")).values, bytes_of("4567efghEFGHopqr"));
     EXPECT_EQ(read_plane(path("f")).values, bytes_of("ST"));
     // A catalog is no member to be created, and no target of a conversion.
     write("cat", head(32, 32) + "FILES cat 0");
-    EXPECT_EQ(rzl_open_w(path("cat").c_str()), nullptr);
-    EXPECT_EQ(last_status(), RZL_CANNOT_OPEN);
+    EXPECT_EQ(refused(rzl_open_w(path("cat").c_str())), RZL_CANNOT_OPEN);
     const std::string rzl = bin_dir() + "/rzl";
     const run_result result = run_command(directory, rzl + " convert b cat");
     EXPECT_TRUE(result.status == 1 && result.err.find("catalog") != std::string::npos) << result.err;
@@ -255,22 +246,5 @@ TEST_F(Sut, CreatingMembers) {
 TEST_F(Sut, EveryFailureHasItsStatus) {
     const std::string files = make_members(12, 2 * TILE, 64, 32);
     write("cat", head(64, 32) + "FILES m0 0 m1 1");
-    const bytes_of_file expected = read_plane(path("cat")).values;
-    for (bool memory : {true, false}) {
-        for (bool onward : {false, true}) {
-            bytes_of_file values(64 * 32);
-            sweep(
-                memory, onward,
-                [&] {
-                    CFILE* c = rzl_open_r(path("cat").c_str());
-                    if (c == nullptr) return last_status();
-                    uint32_t status = 0;
-                    for (size_t y = 0; y < 32 && status == 0; ++y)
-                        if (rzl_getline(c, &values[y * 64]) != 0) status = c->status;
-                    rzl_close(c);
-                    return status;
-                },
-                [&](bool good) { EXPECT_TRUE(!good || values == expected); });
-        }
-    }
+    expect_read_sweeps([&] { return read_plane(path("cat")); });
 }

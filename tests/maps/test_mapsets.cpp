@@ -1,6 +1,6 @@
 // ADRG, ASRP and USRP map sets: sets of files made by hand from the places of their texts, every part and coding, names
 // in other cases of letters, and bad input.
-#include "bmp/formats_fixture.h"
+#include "raster/formats_fixture.h"
 
 namespace {
 
@@ -44,8 +44,31 @@ std::string blocks(int count, int planes) {
     return b;
 }
 
+// A description with another text in a place, and the status that its image gets.
+struct text_change {
+    const char* what;
+    size_t at;
+    std::string text;
+    uint32_t status;
+};
+
 class MapSets : public FormatTest {
 protected:
+    // The image with each of the changes, and with a description that is cut anywhere, which never describes it.
+    void expect_described(const std::string& good, const std::vector<text_change>& changes, size_t fields,
+                          size_t step) const {
+        for (const text_change& k : changes) {
+            std::string text = good;
+            put(&text, k.at, k.text);
+            write("ABCDEF01.GEN", text);
+            EXPECT_EQ(read_picture(path("ABCDEF01.IMG")).status, k.status) << k.what;
+        }
+        for (size_t size = 0; size < good.size() - 1; size += size < fields ? step : 1) {
+            write("ABCDEF01.GEN", good.substr(0, size));
+            EXPECT_NE(read_picture(path("ABCDEF01.IMG")).status, 0u) << size;
+        }
+        write("ABCDEF01.GEN", good);
+    }
     // Lines of a picture of blocks: `map` tells the block of each tile.
     void expect_blocks(const picture& p, const std::vector<int>& map, int across, int planes) const {
         ASSERT_EQ(p.status, 0u) << rzl_status_name(p.status);
@@ -94,6 +117,16 @@ std::string adrg_description(const std::string& kind, const std::vector<std::str
 
 TEST_F(MapSets, AdrgImages) {
     const std::string image = adrg_image("ABCDEF02", 2, 2, "00002000000000300001", 3);
+    const auto adrg = [](const std::vector<std::string>& images, const char* id = "GIN01\x1E") {
+        return adrg_description("ADRG", images, id);
+    };
+    const std::string one = adrg_description("ADRI", {adrg_image("ABCDEF01", 1, 3, "", 1)});
+    const std::string mapped = adrg_description("ADRI", {adrg_image("ABCDEF01", 3, 1,
+                                                                    "3\x1F"
+                                                                    "0\x1F"
+                                                                    "00002",
+                                                                    1)});
+    const std::vector<int> map = {2, 0, 3, 1};
     const struct {
         const char *what, *file, *description;
         std::string text;
@@ -101,46 +134,13 @@ TEST_F(MapSets, AdrgImages) {
         std::vector<int> map;
         int across;
     } cases[] = {
-        {"the second of two images, with a map",
-         "ABCDEF02.IMG",
-         "ABCDEF01.GEN",
-         adrg_description("ADRG", {adrg_image("ABCDEF01", 1, 1, "", 3), image}),
-         3,
-         {2, 0, 3, 1},
-         2},
-        {"all tiles, one band",
-         "ABCDEF01.IMG",
-         "ABCDEF01.GEN",
-         adrg_description("ADRI", {adrg_image("ABCDEF01", 1, 3, "", 1)}),
-         1,
-         {1, 2, 3},
-         3},
-        {"one band with a map",
-         "ABCDEF01.IMG",
-         "ABCDEF01.GEN",
-         adrg_description("ADRI", {adrg_image("ABCDEF01", 3, 1,
-                                              "3\x1F"
-                                              "0\x1F"
-                                              "00002",
-                                              1)}),
-         1,
-         {3, 0, 2},
-         1},
-        {"lower case, and a file of another case",
-         "abcdef02.img",
-         "AbcDef01.Gen",
-         adrg_description("ADRG", {image}),
-         3,
-         {2, 0, 3, 1},
-         2},
-        {"a record without an id",
-         "ABCDEF02.IMG",
-         "ABCDEF01.GEN",
-         adrg_description("ADRG", {image}, ""),
-         3,
-         {2, 0, 3, 1},
-         2},
-        {"the overview", "ABCDEF01.OVR", "ABCDEF01.GEN", adrg_description("ADRG", {}), 3, {1, 2}, 2},
+        {"the second of two images, with a map", "ABCDEF02.IMG", "ABCDEF01.GEN",
+         adrg({adrg_image("ABCDEF01", 1, 1, "", 3), image}), 3, map, 2},
+        {"all tiles, one band", "ABCDEF01.IMG", "ABCDEF01.GEN", one, 1, {1, 2, 3}, 3},
+        {"one band with a map", "ABCDEF01.IMG", "ABCDEF01.GEN", mapped, 1, {3, 0, 2}, 1},
+        {"lower case, and a file of another case", "abcdef02.img", "AbcDef01.Gen", adrg({image}), 3, map, 2},
+        {"a record without an id", "ABCDEF02.IMG", "ABCDEF01.GEN", adrg({image}, ""), 3, map, 2},
+        {"the overview", "ABCDEF01.OVR", "ABCDEF01.GEN", adrg({}), 3, {1, 2}, 2},
     };
     for (const auto& k : cases) {
         SCOPED_TRACE(k.what);
@@ -182,27 +182,25 @@ TEST_F(MapSets, AdrgPicturesAndLegends) {
 TEST_F(MapSets, AdrgFieldsAndTiles) {
     write("ABCDEF01.GEN", adrg_description("ADRG", {adrg_image("ABCDEF01", 1, 2, "0000000001", 3)}));
     write("ABCDEF01.IMG", image_head("IMG01", 2048) + blocks(1, 3));
-    CFILE* c = rzl_open_rw(path("ABCDEF01.IMG").c_str());
-    ASSERT_NE(c, nullptr);
-    for (auto [field, value] : {std::pair(3, 27),
-                                {5, 0},
-                                {6, 0},
-                                {7, 0},
-                                {8, 0},
-                                {9, 4},
-                                {19, 0},
-                                {21, 3},
-                                {100, 128},
-                                {101, 2},
-                                {102, 1},
-                                {403, 0},
-                                {500, 8},
-                                {501, 0},
-                                {503, 0}})
-        EXPECT_EQ(field_of(c, field), value) << field;
-    double matrix[16] = {9}, aspect = 9;
+    CFILE* c = opened(rzl_open_rw(path("ABCDEF01.IMG").c_str()));
+    expect_fields(c, {{3, 27},
+                      {5, 0},
+                      {6, 0},
+                      {7, 0},
+                      {8, 0},
+                      {9, 4},
+                      {19, 0},
+                      {21, 3},
+                      {100, 128},
+                      {101, 2},
+                      {102, 1},
+                      {403, 0},
+                      {500, 8},
+                      {501, 0},
+                      {503, 0}});
+    double matrix[16] = {9};
     EXPECT_TRUE(rzl_get_hdr_data(c, 4, matrix) == 0 && matrix[0] == 0 && matrix[15] == 0);
-    EXPECT_TRUE(rzl_get_hdr_data(c, 26, &aspect) == 0 && aspect == 0);
+    EXPECT_EQ(number_of(c, 26), 0);
     rzl_map_info map = {};
     EXPECT_EQ(rzl_get_hdr_data(c, RZL_FIELD_MAP, &map), 0);
     EXPECT_TRUE(std::string(map.title) == "ABCDEF01" && map.scale == 250000 && map.corner_count == 4);
@@ -213,11 +211,12 @@ TEST_F(MapSets, AdrgFieldsAndTiles) {
     EXPECT_TRUE(rzl_gettile(c, 3, three, &told) == 0 && told == 0 && planes[0][0] == 9);
     EXPECT_TRUE(rzl_gettile(c, 3, three, &told) == 0 && told == -1);
     EXPECT_TRUE(planes[0][77] == block_value(1, 0, 77) && planes[2][77] == block_value(1, 2, 77) && planes[1][77] == 9);
-    EXPECT_TRUE(rzl_gettile(c, 3, three, nullptr) == 1 && status_of(c) == RZL_PAST_END);
+    EXPECT_EQ(refusal(c, rzl_gettile(c, 3, three, nullptr)), RZL_PAST_END);
     EXPECT_TRUE(rzl_seek(c, 0) == 0 && rzl_gettile(c, 3, three, nullptr) == 0 && planes[0][0] == 0 &&
                 planes[1][0] == 9);
-    EXPECT_TRUE(rzl_seek(c, 0) == 0 && rzl_gettile(c, 2, three, nullptr) == 1 && status_of(c) == RZL_UNSUPPORTED);
-    EXPECT_TRUE(set_field_to(c, 1, 3) == 1 && status_of(c) == RZL_NEEDS_WRITE);
+    EXPECT_EQ(rzl_seek(c, 0), 0);
+    EXPECT_EQ(refusal(c, rzl_gettile(c, 2, three, nullptr)), RZL_UNSUPPORTED);
+    EXPECT_EQ(refusal(c, set_field_to(c, 1, 3)), RZL_NEEDS_WRITE);
     rzl_close(c);
 }
 
@@ -225,14 +224,9 @@ TEST_F(MapSets, AdrgBadInput) {
     const std::string good = adrg_description("ADRG", {adrg_image("ABCDEF01", 1, 2, "0000100002", 3)});
     const size_t fields = good.size() - adrg_image("ABCDEF01", 1, 2, "0000100002", 3).size();
     write("ABCDEF01.IMG", image_head("IMG01", 2048) + blocks(2, 3));
-    const struct {
-        const char* what;
-        size_t at;
-        std::string text;
-        uint32_t status;
-    } changes[] = {
+    const std::vector<text_change> changes = {
         {"as it is", 0, "", 0},
-        {"of no kind", good.find("ADRG"), "ADRX", 0}, // told by the word in the image's record no more
+        {"of no kind", good.find("ADRG"), "ADRX", RZL_NOT_STANDARD},
         {"the length of a record is no number", 0, "x", RZL_NOT_STANDARD},
         {"records of no length", 0, "00000", RZL_NOT_STANDARD},
         {"another image", fields + 4, "ABCDEF09", RZL_READ_FAILED},
@@ -243,20 +237,8 @@ TEST_F(MapSets, AdrgBadInput) {
         {"neither a map nor none", fields + 291, "Q", RZL_READ_FAILED},
         {"a tile past the end", fields + 339, "00003", RZL_READ_FAILED},
     };
-    for (const auto& k : changes) {
-        SCOPED_TRACE(k.what);
-        std::string text = good;
-        put(&text, k.at, k.text);
-        write("ABCDEF01.GEN", text);
-        const uint32_t expected = k.text == "ADRX" ? RZL_NOT_STANDARD : k.status;
-        EXPECT_EQ(read_picture(path("ABCDEF01.IMG")).status, expected);
-    }
-    for (size_t size = 0; size < good.size() - 1; size += size < fields ? 61 : 1) {
-        write("ABCDEF01.GEN", good.substr(0, size));
-        EXPECT_NE(read_picture(path("ABCDEF01.IMG")).status, 0u) << size;
-    }
-    write("ABCDEF01.GEN", good);
-    expect_read_sweeps(path("ABCDEF01.IMG"));
+    expect_described(good, changes, fields, 61);
+    expect_read_sweeps([&] { return read_picture(path("ABCDEF01.IMG")); });
     // A cut image gives the rows of tiles that are there: none of one row.
     write("ABCDEF01.IMG", image_head("IMG01", 2048) + blocks(2, 3).substr(1));
     const picture p = read_picture(path("ABCDEF01.IMG"));
@@ -276,23 +258,10 @@ struct asrp_parts {
 
     std::string image() const {
         const std::string part = "\x1F", end = "\x1E";
-        std::string f = "GIN01" + end +
-                        (usrp ? "USRP"
-                                "SHEET1"
-                              : "ASRP"
-                                "SHEET012") +
-                        end;
+        std::string f = "GIN01" + end + (usrp ? "USRPSHEET1" : "ASRPSHEET012") + end;
         f += "+010.00000+049.00000+011.00000+050.00000";
-        f += "00025000000001"
-             "N"
-             "0000000001"
-             "0000000002" +
-             end;
-        f += "000000"
-             "000000"
-             "000255"
-             "000255" +
-             digits(down, 3) + digits(across, 3) + digits(width, 3) + digits(height, 3);
+        f += "00025000000001N00000000010000000002" + end;
+        f += "000000000000000255000255" + digits(down, 3) + digits(across, 3) + digits(width, 3) + digits(height, 3);
         f += "111" + part + runs + values + name + (map.empty() ? "N" : "Y") + end + "0000000000" + end;
         for (int64_t entry : map)
             f += digits(entry, 10) + part;
@@ -397,17 +366,16 @@ TEST_F(MapSets, AsrpCodings) {
         }
         expect_seeks(path("ABCDEF01.IMG"));
         CFILE* c = rzl_open_r(path("ABCDEF01.IMG").c_str());
-        for (auto [field, value] : {std::pair(5, 0),
-                                    {6, 0},
-                                    {9, 4},
-                                    {21, 3},
-                                    {100, 128},
-                                    {101, 3},
-                                    {102, 1},
-                                    {403, 1},
-                                    {500, k.usrp ? 22 : 18},
-                                    {501, 0}})
-            EXPECT_EQ(field_of(c, field), value) << field;
+        expect_fields(c, {{5, 0},
+                          {6, 0},
+                          {9, 4},
+                          {21, 3},
+                          {100, 128},
+                          {101, 3},
+                          {102, 1},
+                          {403, 1},
+                          {500, k.usrp ? 22 : 18},
+                          {501, 0}});
         rzl_close(c);
     }
 }
@@ -462,12 +430,7 @@ TEST_F(MapSets, AsrpBadInput) {
     const std::string good = s.description({image});
     const size_t fields = good.size() - image.size();
     const size_t counts = fields + image.find("001002128128");
-    const struct {
-        const char* what;
-        size_t at;
-        std::string text;
-        uint32_t status;
-    } changes[] = {
+    const std::vector<text_change> changes = {
         {"as it is", 0, "", 0},
         {"a leader of another kind", 5, "3", RZL_READ_FAILED},
         {"sizes of no set", 20, "6", RZL_NOT_STANDARD_2},
@@ -483,18 +446,7 @@ TEST_F(MapSets, AsrpBadInput) {
         {"a tile past the end", good.size() - 11, "9999999999", RZL_READ_FAILED},
         {"no such name, and the first image", fields + image.find("ABCDEF01"), "XXXXXX", 0},
     };
-    for (const auto& k : changes) {
-        SCOPED_TRACE(k.what);
-        std::string text = good;
-        put(&text, k.at, k.text);
-        write("ABCDEF01.GEN", text);
-        EXPECT_EQ(read_picture(path("ABCDEF01.IMG")).status, k.status);
-    }
-    for (size_t size = 0; size < good.size() - 1; ++size) {
-        write("ABCDEF01.GEN", good.substr(0, size));
-        EXPECT_NE(read_picture(path("ABCDEF01.IMG")).status, 0u) << size;
-    }
-    write("ABCDEF01.GEN", good);
+    expect_described(good, changes, 0, 1);
     write("ABCDEF01.QAL", colors_file(3));
     const std::string colors = colors_file(3);
     for (auto [at, text] : {std::pair(colors.find("254001"), "x"), {colors.find("254001"), "256"}, {size_t{0}, "x"}}) {
@@ -504,7 +456,7 @@ TEST_F(MapSets, AsrpBadInput) {
         EXPECT_EQ(read_picture(path("ABCDEF01.IMG")).status, RZL_READ_FAILED);
     }
     write("ABCDEF01.QAL", colors);
-    expect_read_sweeps(path("ABCDEF01.IMG"));
+    expect_read_sweeps([&] { return read_picture(path("ABCDEF01.IMG")); });
     write("ABCDEF01.IMG", image_head("IMG02", 8192) + coded.substr(0, coded.size() - 2));
     EXPECT_EQ(read_picture(path("ABCDEF01.IMG")).status, RZL_READ_FAILED);
 }

@@ -1,5 +1,5 @@
 // ICO files: bytes of a file, rows with and without filling, several images, masks, and bad input.
-#include "bmp/formats_fixture.h"
+#include "raster/formats_fixture.h"
 
 using Ico = FormatTest;
 
@@ -42,8 +42,7 @@ bytes_of_file icon_file(const std::vector<icon>& icons) {
 const bytes_of_file NIBBLES = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 0};
 
 bytes_of_file last_line(const picture& p) {
-    const size_t line = p.format == 1 ? 2 : 16;
-    return {p.values.end() - static_cast<long>(line), p.values.end()};
+    return part(p.values, p.format == 1 ? -2 : -16);
 }
 
 } // namespace
@@ -70,14 +69,14 @@ TEST_F(Ico, TheBytesOfAFile) {
     EXPECT_TRUE(two.values == bits && two.colors[0] == 255 && two.colors[3] == 0 &&
                 read_bytes(path("a")).size() == 22 + 48 + 1024);
     CFILE* c = rzl_open_w(path("a").c_str());
-    EXPECT_EQ(set_field_to(c, 500, 9), 0);
+    set_fields(c, {{500, 9}});
     for (int field : {1, 2}) {
-        EXPECT_TRUE(set_field_to(c, field, 48) != 0 && status_of(c) == RZL_BAD_FIELD_VALUE);
-        EXPECT_EQ(set_field_to(c, field, 32), 0);
+        EXPECT_EQ(refusal(c, set_field_to(c, field, 48)), RZL_BAD_FIELD_VALUE);
+        set_fields(c, {{field, 32}});
     }
-    EXPECT_TRUE(set_field_to(c, 3, 29) != 0 && status_of(c) == RZL_NOT_STANDARD);
-    EXPECT_TRUE(set_field_to(c, 6, 17) != 0 && status_of(c) == RZL_BAD_FIELD_VALUE);
-    EXPECT_TRUE(rzl_putline3(c, "a", "b", "c") != 0 && status_of(c) == RZL_UNSUP_ICO);
+    EXPECT_EQ(refusal(c, set_field_to(c, 3, 29)), RZL_NOT_STANDARD);
+    EXPECT_EQ(refusal(c, set_field_to(c, 6, 17)), RZL_BAD_FIELD_VALUE);
+    EXPECT_EQ(refusal(c, rzl_putline3(c, "a", "b", "c")), RZL_UNSUP_ICO);
     rzl_close(c);
     EXPECT_EQ(read_bytes(path("a")).size(), 22u + 104 + 512 + 128);
 }
@@ -87,9 +86,7 @@ TEST_F(Ico, RowsWithAndWithoutFilling) {
         for (bool padded : {false, true}) {
             SCOPED_TRACE(std::to_string(bits) + (padded ? " filled" : ""));
             const bytes_of_file line = bits == 1 ? bytes_of_file{0xC3, 0xA5} : NIBBLES;
-            write_bytes(path("a"), icon_file({icon{bits, padded}}));
-            CFILE* c = rzl_open_rw(path("a").c_str());
-            ASSERT_NE(c, nullptr);
+            CFILE* c = open_made(icon_file({icon{bits, padded}}), rzl_open_rw);
             const picture p = read_lines(c);
             EXPECT_TRUE(p.status == 0 && last_line(p) == line && p.height == 16 && p.format == (bits == 1 ? 1 : 2));
             // The mask, and one line of the file in place.
@@ -106,23 +103,21 @@ TEST_F(Ico, RowsWithAndWithoutFilling) {
             uint8_t* at = &expected[22 + 40 + (size_t{4} << bits) + row];
             std::fill_n(at, bits == 4 ? 8 : 2, bits == 4 ? 0x11 : 0x01);
             expected[expected.size() - (padded ? 3 : 1)] = 3;
-            EXPECT_EQ(read_bytes(path("a")), expected);
+            EXPECT_EQ(read_bytes(path("made")), expected);
         }
     }
 }
 
 TEST_F(Ico, SeveralImages) {
     CFILE* c = new_file(path("a"), 9, 2, 16, 16, {{402, 3}});
-    ASSERT_NE(c, nullptr);
     EXPECT_EQ(field_of(c, 402), 3);
-    EXPECT_EQ(put_lines(c, 16, 16, bytes_of_file(256, 5)), 0u);
+    EXPECT_EQ(put_lines(c, 16, bytes_of_file(256, 5)), 0u);
     EXPECT_EQ(rzl_set_active_image(c, 1), 0);
-    EXPECT_TRUE(set_field_to(c, 3, 1) == 0 && set_field_to(c, 1, 32) == 0 && set_field_to(c, 2, 64) == 0);
-    EXPECT_EQ(put_lines(c, 32, 64, bytes_of_file(256, 0xF0)), 0u);
-    EXPECT_TRUE(rzl_set_active_image(c, 3) != 0 && status_of(c) == RZL_NO_SUCH_IMAGE);
+    set_fields(c, {{3, 1}, {1, 32}, {2, 64}});
+    EXPECT_EQ(put_lines(c, 64, bytes_of_file(256, 0xF0)), 0u);
+    EXPECT_EQ(refusal(c, rzl_set_active_image(c, 3)), RZL_NO_SUCH_IMAGE);
     EXPECT_EQ(rzl_finish(c), 0u);
-    c = rzl_open_r(path("a").c_str());
-    ASSERT_NE(c, nullptr);
+    c = opened(rzl_open_r(path("a").c_str()));
     EXPECT_EQ(field_of(c, 402), 3);
     for (auto [image, width, height, format, value] :
          {std::tuple(1, 32, 64, 1, 0xF0), {2, 32, 64, 2, 0}, {0, 16, 16, 2, 5}}) {
@@ -135,13 +130,12 @@ TEST_F(Ico, SeveralImages) {
     EXPECT_TRUE(rzl_set_active_image(c, -1) != 0 && rzl_set_active_image(c, 3) != 0);
     rzl_close(c);
     // An image that can't be read leaves the others.
-    write_bytes(path("a"), icon_file({icon(), icon{3}, icon{4, false, 16, 16, 40, 1}, icon{1, true}}));
-    c = rzl_open_r(path("a").c_str());
-    ASSERT_NE(c, nullptr);
-    EXPECT_TRUE(rzl_set_active_image(c, 2) != 0 && status_of(c) == RZL_UNSUP_ICO);
+    c = open_made(icon_file({icon(), icon{3}, icon{4, false, 16, 16, 40, 1}, icon{1, true}}));
+    EXPECT_EQ(refusal(c, rzl_set_active_image(c, 2)), RZL_UNSUP_ICO);
     EXPECT_EQ(last_line(read_lines(c)), NIBBLES);
     uint8_t line[16];
-    EXPECT_TRUE(rzl_set_active_image(c, 1) == 0 && rzl_getline(c, line) != 0 && status_of(c) == RZL_UNSUP_ICO);
+    EXPECT_EQ(rzl_set_active_image(c, 1), 0);
+    EXPECT_EQ(refusal(c, rzl_getline(c, line)), RZL_UNSUP_ICO);
     EXPECT_TRUE(rzl_set_active_image(c, 3) == 0 && last_line(read_lines(c)) == (bytes_of_file{0xC3, 0xA5}));
     rzl_close(c);
 }
@@ -171,14 +165,6 @@ TEST_F(Ico, BadInput) {
     shared.insert(shared.end(), good.begin() + 38, good.end());
     for (size_t i = 0; i < 1000; ++i)
         store_u32le(&shared[6 + i * 16 + 12], 6 + 16 * 1000);
-    write_bytes(path("a"), shared);
-    EXPECT_EQ(read_picture(path("a")).status, RZL_READ_FAILED);
-    for (size_t size = 0; size < good.size(); ++size) {
-        write_bytes(path("cut"), bytes_of_file(good.begin(), good.begin() + static_cast<long>(size)));
-        EXPECT_EQ(read_picture(path("cut")).status, RZL_READ_FAILED) << size;
-    }
-    expect_sweeps(9, 2, 16, 16, some_samples(256, 16, 2), some_table(16));
-    expect_sweeps(9, 1, 16, 16, some_samples(32, 256, 2));
-    write_bytes(path("a"), good);
-    expect_seeks(path("a"));
+    EXPECT_EQ(read_made(shared).status, RZL_READ_FAILED);
+    expect_cuts_tell(good, good.size(), good.size());
 }

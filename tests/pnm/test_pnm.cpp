@@ -1,17 +1,8 @@
 // PNM files: headers and lines byte by byte, texts as programs write them, values that are scaled, runs, and bad input.
-#include "bmp/formats_fixture.h"
 #include "raster/PNM/pnmmisc.h"
+#include "raster/formats_fixture.h"
 
 using Pnm = FormatTest;
-
-namespace {
-
-// One plane of a file, or the triples of one with colours.
-bytes_of_file pixels_of(const picture& p) {
-    return format_is_color(p.format) ? p.colors : p.values;
-}
-
-} // namespace
 
 TEST_F(Pnm, TheBytesOfAFile) {
     const bytes_of_file nine = {0x80, 0xA5}; // 1010 0101 1
@@ -53,19 +44,17 @@ TEST_F(Pnm, TheBytesOfAFile) {
         EXPECT_EQ(write_picture(path("a"), 14, k.format, k.width, 1, k.pixels, k.fields), 0u);
         EXPECT_EQ(read_bytes(path("a")), bytes_of(k.expected));
         CFILE* c = rzl_open_w(path("b").c_str());
-        EXPECT_EQ(set_field_to(c, 500, 14), 0);
-        for (auto [field, value] : k.fields)
-            EXPECT_EQ(set_field_to(c, field, value), 0);
-        EXPECT_TRUE(set_field_to(c, 3, k.format) == 0 && set_field_to(c, 1, k.width) == 0 &&
-                    set_field_to(c, 2, 1) == 0);
-        EXPECT_EQ(put_lines(c, k.width, 1, k.pixels), 0u);
+        set_fields(c, {{500, 14}});
+        set_fields(c, k.fields);
+        set_fields(c, {{3, k.format}, {1, k.width}, {2, 1}});
+        EXPECT_EQ(put_lines(c, 1, k.pixels), 0u);
         EXPECT_EQ(rzl_finish(c), 0u);
         EXPECT_EQ(read_bytes(path("b")), read_bytes(path("a")));
     }
 }
 
 TEST_F(Pnm, Texts) {
-    const bytes_of_file a = {1, 2, 3, 4}, bits = {0x00, 0x60}; // 011
+    const bytes_of_file a = {1, 2, 3, 4}, bits = {0, 1, 1};
     struct {
         std::string text;
         bytes_of_file pixels;
@@ -89,15 +78,14 @@ TEST_F(Pnm, Texts) {
     };
     for (const auto& k : good) {
         SCOPED_TRACE(k.text.substr(0, 60));
-        write_bytes(path("a"), bytes_of(k.text));
-        const picture p = read_picture(path("a"));
-        EXPECT_EQ(pixels_of(p), k.pixels) << rzl_status_name(p.status);
-        EXPECT_TRUE(format_is_bilevel(p.format) || p.status == 0);
+        const picture p = read_made(bytes_of(k.text));
+        EXPECT_EQ(pixels_of(p), k.pixels);
+        EXPECT_EQ(p.status, 0u) << rzl_status_name(p.status);
     }
     // The same with a fault, at the open or at the first line.
     struct {
         const char* text;
-        int status_of_line;
+        int lines; // that are read before the fault; -1: it is not opened
     } bad[] = {
         {"P2 0 2 255 1 2 3 4", -1},  {"P2 2 2147483648 255 1 2", -1},
         {"P2 2 2 0 1 2 3 4", -1},    {"P2 2 2 65536 1 2 3 4", -1},
@@ -111,98 +99,51 @@ TEST_F(Pnm, Texts) {
     };
     for (const auto& k : bad) {
         SCOPED_TRACE(k.text);
-        write_bytes(path("a"), bytes_of(k.text));
-        CFILE* c = rzl_open_r(path("a").c_str());
-        EXPECT_EQ(c != nullptr, k.status_of_line >= 0);
-        if (c == nullptr) {
-            EXPECT_EQ(last_status(), RZL_READ_FAILED);
-            continue;
-        }
-        bytes_of_file room(c->xsize > 1000 ? 1000 : 64); // of a line that the file can't hold nothing is written
-        for (int line = 0; line < k.status_of_line; ++line)
-            EXPECT_EQ(rzl_getline3(c, room.data(), &room[16], &room[32]), 0);
-        void* nothing[3] = {};
-        EXPECT_NE(c->xsize > 1000 ? rzl_getline_channels(c, 3, nothing)
-                                  : rzl_getline3(c, room.data(), &room[16], &room[32]),
-                  0);
-        EXPECT_EQ(status_of(c), RZL_READ_FAILED);
-        EXPECT_EQ(rzl_finish(c), 0u);
+        EXPECT_EQ(lines_before_fault(k.text), k.lines);
     }
 }
 
-TEST_F(Pnm, EveryKindGoesRound) {
+TEST_F(Pnm, FieldsCopiesAndCuts) {
     for (int format : {1, 2, 27}) {
         for (int text : {0, 1}) {
-            for (auto [width, height] : {std::pair(1, 1), {7, 3}, {16, 2}, {33, 5}, {299, 11}}) {
-                SCOPED_TRACE(std::to_string(format) + " " + std::to_string(text) + " " + std::to_string(width));
-                size_t line = static_cast<size_t>(format == 1 ? (width + 15) / 16 * 2 : width * (format == 27 ? 3 : 1));
-                bytes_of_file pixels = some_samples(line * static_cast<size_t>(height), 256, 9);
-                for (size_t y = 0; format == 1 && y < static_cast<size_t>(height); ++y) { // behind the width: clear
-                    uint8_t* last = &pixels[(y + 1) * line - 2];
-                    const unsigned keep = 0xFFFF0000u >> ((width + 15) % 16 + 1);
-                    last[0] &= static_cast<uint8_t>(keep);
-                    last[1] &= static_cast<uint8_t>(keep >> 8);
-                }
-                ASSERT_EQ(write_picture(path("a"), 14, format, width, height, pixels, {{660, text}}), 0u);
-                const picture p = read_picture(path("a"));
-                EXPECT_TRUE(pixels_of(p) == pixels && !p.damaged && p.format == format);
-                if (format != 1) expect_seeks(path("a"));
-                CFILE* c = rzl_open_r(path("a").c_str());
-                EXPECT_TRUE(field_of(c, 660) == text && field_of(c, 501) == text * 7 &&
-                            field_of(c, 403) == (format == 27 ? 0 : 3 - format));
-                EXPECT_TRUE(field_of(c, 5) == 0 && field_of(c, 9) == 4 && field_of(c, 503) == 1 && status_of(c) == 0);
-                EXPECT_TRUE(field_of(c, 11) == 0 && status_of(c) == RZL_BAD_FIELD_ID);
-                // Its data as it is in another file of the kind, and in none of another.
-                CFILE* to = new_file(path("b"), 14, format, width, height, {{660, text}});
-                EXPECT_EQ(rzl_copy_data(c, to), 0);
-                EXPECT_EQ(rzl_finish(to), 0u);
-                EXPECT_EQ(read_bytes(path("b")), read_bytes(path("a")));
-                to = new_file(path("b"), 14, format, width, height, {{660, 1 - text}});
-                EXPECT_TRUE(rzl_copy_data(c, to) != 0 && status_of(to) == RZL_NOT_STANDARD);
-                rzl_close(to);
-                rzl_close(c);
-            }
+            SCOPED_TRACE(std::to_string(format) + " " + std::to_string(text));
+            ASSERT_EQ(write_picture(path("a"), 14, format, 33, 5, some_samples(500, 256, 9), {{660, text}}), 0u);
+            CFILE* c = opened(rzl_open_r(path("a").c_str()));
+            expect_fields(c, {{660, text}, {501, text * 7}, {403, format == 27 ? 0 : 3 - format}});
+            expect_fields(c, {{5, 0}, {9, 4}, {503, 1}});
+            EXPECT_TRUE(status_of(c) == 0 && field_of(c, 11) == 0 && status_of(c) == RZL_BAD_FIELD_ID);
+            // Its data as it is in another file of the kind, and in none of another.
+            CFILE* to = new_file(path("b"), 14, format, 33, 5, {{660, text}});
+            EXPECT_EQ(rzl_copy_data(c, to), 0);
+            EXPECT_EQ(rzl_finish(to), 0u);
+            EXPECT_EQ(read_bytes(path("b")), read_bytes(path("a")));
+            to = new_file(path("b"), 14, format, 33, 5, {{660, 1 - text}});
+            EXPECT_TRUE(rzl_copy_data(c, to) != 0 && status_of(to) == RZL_NOT_STANDARD);
+            rzl_close(to);
+            rzl_close(c);
         }
     }
     const bytes_of_file text = bytes_of("P2 2 3 255\n 1 2 3 4\n5 6");
-    write_bytes(path("a"), text);
-    expect_cut_tells(text, 11, text.size() - 1);
+    expect_cuts_tell(text, 11, text.size() - 1);
     const bytes_of_file raw = bytes_of("P6 2 3 255\nabcdefghijklmnopqr");
-    expect_cut_tells(raw, 11, raw.size());
+    expect_cuts_tell(raw, 11, raw.size());
     expect_refused(raw, {{"kind", 1, bytes_of("7"), RZL_READ_FAILED}, {"width", 3, bytes_of("0"), RZL_READ_FAILED}});
 }
 
-TEST_F(Pnm, LinesInPlace) {
-    expect_lines_in_place(path("a"), 14, "0azz2b");
-    EXPECT_EQ(read_bytes(path("a")), bytes_of("P5 2 3 255\n0azz2b"));
-    // Of text only what is written here has places.
-    CFILE* c = new_file(path("a"), 14, 2, 2, 2, {{660, 1}}, rzl_open_wr);
-    EXPECT_EQ(rzl_write_header(c), 0);
-    for (const char* line : {"1x", "0y"})
-        EXPECT_TRUE(rzl_seek(c, line[0] - '0') == 0 && rzl_putline(c, line) == 0);
-    EXPECT_EQ(rzl_rewind(c), 0);
-    EXPECT_EQ(read_lines(c).values, bytes_of("0y1x"));
-    EXPECT_EQ(rzl_finish(c), 0u);
-    c = rzl_open_rw(path("a").c_str());
-    EXPECT_TRUE(rzl_putline(c, "zz") != 0 && status_of(c) == RZL_MODIFY_COMPRESSED);
-    EXPECT_EQ(rzl_finish(c), 0u);
-    EXPECT_EQ(read_picture(path("a")).values, bytes_of("0y1x"));
-    // What does not fit a file is refused.
-    c = new_file(path("a"), 14, 27, 1, 1);
-    EXPECT_TRUE(rzl_putline3(c, nullptr, nullptr, nullptr) != 0 && status_of(c) == RZL_NO_OUTPUT_BUFFER);
-    EXPECT_TRUE(rzl_seek(c, 0) == 0 && rzl_putline(c, "a") != 0 && status_of(c) == RZL_NOT_STANDARD);
+TEST_F(Pnm, WhatDoesNotFitIsRefused) {
+    CFILE* c = new_file(path("a"), 14, 27, 1, 1);
+    EXPECT_EQ(refusal(c, rzl_putline3(c, nullptr, nullptr, nullptr)), RZL_NO_OUTPUT_BUFFER);
+    EXPECT_EQ(rzl_seek(c, 0), 0);
+    EXPECT_EQ(refusal(c, rzl_putline(c, "a")), RZL_NOT_STANDARD);
     EXPECT_TRUE(rzl_seek(c, 0) == 0 && rzl_putline3(c, "a", nullptr, "c") == 0);
-    EXPECT_TRUE(rzl_putline3(c, "a", "b", "c") != 0 && status_of(c) == RZL_PAST_END);
+    EXPECT_EQ(refusal(c, rzl_putline3(c, "a", "b", "c")), RZL_PAST_END);
     EXPECT_EQ(rzl_finish(c), 0u);
     EXPECT_EQ(read_picture(path("a")).colors, (bytes_of_file{'a', 0, 'c'}));
-    EXPECT_EQ(new_file(path("a"), 14, 3, 1, 1), nullptr);
-    EXPECT_EQ(last_status(), RZL_BAD_FIELD_ID);
-    EXPECT_EQ(new_file(path("a"), 14, 2, 1, 1, {{23, 65536}}), nullptr);
-    EXPECT_EQ(last_status(), RZL_BAD_FIELD_VALUE);
-    EXPECT_EQ(write_picture(path("a"), 14, 2, 0, 1, {1}), RZL_BAD_IMAGE_SIZE);
+    EXPECT_EQ(refused(new_file(path("a"), 14, 3, 1, 1)), RZL_BAD_FIELD_ID);
+    EXPECT_EQ(refused(new_file(path("a"), 14, 2, 1, 1, {{23, 65536}})), RZL_BAD_FIELD_VALUE);
     rzl_stat stat = {};
     c = rzl_open_w(path("a").c_str());
-    EXPECT_EQ(set_field_to(c, 500, 14), 0);
+    set_fields(c, {{500, 14}});
     EXPECT_EQ(rzl_get_stat(c, &stat), 0);
     stat.format = 3;
     stat.xsize = stat.ysize = 1;
@@ -226,14 +167,12 @@ TEST_F(Pnm, LinesAsRuns) {
     };
     for (const auto& k : cases) {
         SCOPED_TRACE(k.file);
-        write_bytes(path("a"), bytes_of(k.file));
-        CFILE* c = rzl_open_r(path("a").c_str());
-        ASSERT_NE(c, nullptr);
+        CFILE* c = open_made(bytes_of(k.file));
         bytes_of_file room(k.words.size() * k.word + 1);
         for (size_t less = k.words.size(); less > 0; --less) {
             auto size = static_cast<int32_t>(room.size() - 1 - less);
-            EXPECT_EQ(rzl_get_rle_line(c, &room[1], &size), 1);
-            EXPECT_TRUE(status_of(c) == RZL_RLE_BUFFER_SMALL && size >= static_cast<int32_t>(room.size() - 1));
+            EXPECT_EQ(refusal(c, rzl_get_rle_line(c, &room[1], &size)), RZL_RLE_BUFFER_SMALL);
+            EXPECT_GE(size, static_cast<int32_t>(room.size() - 1));
         }
         auto size = static_cast<int32_t>(room.size() - 1);
         EXPECT_EQ(rzl_get_rle_line(c, &room[1], &size), 0);
@@ -243,7 +182,7 @@ TEST_F(Pnm, LinesAsRuns) {
             std::memcpy(&word, &room[1 + i * k.word], k.word);
             EXPECT_EQ(word, k.words[i]) << i;
         }
-        EXPECT_TRUE(rzl_get_rle_line(c, &room[1], &size) == 1 && status_of(c) == RZL_PAST_END);
+        EXPECT_EQ(refusal(c, rzl_get_rle_line(c, &room[1], &size)), RZL_PAST_END);
         rzl_close(c);
     }
     // Runs longer than a word, and room for a part of them.
@@ -258,11 +197,4 @@ TEST_F(Pnm, LinesAsRuns) {
     const bytes_of_file same(600, 5);
     size = 8;
     EXPECT_EQ(rzl_runs_from_planes(&size, 600, same.data(), same.data(), same.data(), runs.data()), 510u);
-}
-
-TEST_F(Pnm, Failures) {
-    for (int format : {1, 2, 27}) {
-        SCOPED_TRACE(format);
-        expect_sweeps(14, format, 16, 3, some_samples(16 * 9, 256, 3));
-    }
 }

@@ -1,10 +1,11 @@
-// SYM files: bytes of a file, cells that are larger than their glyphs, the display layer's own reader, and bad input;
-// and PostScript files, which are only written.
-#include "bmp/formats_fixture.h"
+// SYM files: bytes of a file, cells that are larger than their glyphs, and bad input; PostScript files, which are only
+// written; and XBM files: the text byte by byte, texts as programs write them, and bad input.
+#include "raster/formats_fixture.h"
 #include "support/fontlayout.h"
 
 using Sym = FormatTest;
 using PostScript = FormatTest;
+using Xbm = FormatTest;
 
 namespace {
 
@@ -49,12 +50,12 @@ std::string drawn(const std::string& name, int image) {
 
 TEST_F(Sym, TheBytesOfAFile) {
     CFILE* c = new_file(path("a"), 10, 1, 9, 1, {{402, 3}});
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(put_lines(c, 9, 1, {0x80, 0xA1}), 0u);
-    EXPECT_TRUE(rzl_set_active_image(c, 1) == 0 && set_field_to(c, 1, 3) == 0 && set_field_to(c, 2, 3) == 0);
-    EXPECT_EQ(put_lines(c, 3, 3, {0, 0x40, 0, 0xE0, 0xFF, 0xFF}), 0u);
+    EXPECT_EQ(put_lines(c, 1, {0x80, 0xA1}), 0u);
+    EXPECT_EQ(rzl_set_active_image(c, 1), 0);
+    set_fields(c, {{1, 3}, {2, 3}});
+    EXPECT_EQ(put_lines(c, 3, hex("0040 00E0 FFFF")), 0u);
     EXPECT_TRUE(rzl_set_active_image(c, 2) == 0 && rzl_putline(c, "\0\x20") == 0);
-    EXPECT_TRUE(rzl_set_active_image(c, 3) != 0 && status_of(c) == RZL_NO_SUCH_IMAGE);
+    EXPECT_EQ(refusal(c, rzl_set_active_image(c, 3)), RZL_NO_SUCH_IMAGE);
     EXPECT_EQ(rzl_finish(c), 0u);
     // Glyphs begin at even places; the first pixel is bit 0.
     EXPECT_EQ(read_bytes(path("a")), symbol_file({{0, 9, 1, 0, 0, 9, 1}, {2, 3, 3, 0, 0, 3, 3}, {6, 3, 3, 0, 0, 3, 3}},
@@ -101,9 +102,8 @@ TEST_F(Sym, CellsAndGlyphs) {
     shared[4] = 0;
     write_bytes(path("a"), shared);
     CFILE* c = rzl_open_r(path("a").c_str());
-    EXPECT_TRUE(field_of(c, 402) == 2 && field_of(c, 403) == 2 && field_of(c, 5) == 0 && field_of(c, 507) == 1);
-    double matrix[16] = {1};
-    EXPECT_TRUE(rzl_get_hdr_data(c, 4, matrix) == 0 && matrix[0] == 0);
+    expect_fields(c, {{402, 2}, {403, 2}, {5, 0}, {507, 1}});
+    EXPECT_EQ(number_of(c, 4), 0);
     rzl_close(c);
 }
 
@@ -122,38 +122,14 @@ TEST_F(Sym, BadInput) {
         write_bytes(path("a"), bytes_of_file(good.begin(), good.begin() + static_cast<long>(size)));
         EXPECT_EQ(drawn(path("a"), 1), size < 268 + 16 ? "none" : "") << size;
     }
-    CFILE* c = rzl_open_w(path("a").c_str());
-    EXPECT_EQ(set_field_to(c, 500, 10), 0);
-    for (int field : {1, 2})
-        EXPECT_TRUE(set_field_to(c, field, 256) != 0 && status_of(c) == RZL_BAD_IMAGE_SIZE &&
-                    set_field_to(c, field, 255) == 0);
+    CFILE* c = new_file(path("a"), 10, 1, 255, 255);
     EXPECT_TRUE(set_field_to(c, 402, 257) != 0 && set_field_to(c, 501, 1) != 0 && set_field_to(c, 8, 5) == 0);
-    EXPECT_TRUE(set_field_to(c, 3, 9) != 0 && status_of(c) == RZL_NOT_STANDARD);
+    EXPECT_EQ(refusal(c, set_field_to(c, 3, 9)), RZL_NOT_STANDARD);
     // Places have 16 bits: nine images of 255 by 255 pixels do not fit.
-    EXPECT_EQ(set_field_to(c, 402, 10), 0);
+    set_fields(c, {{402, 10}});
     for (int i = 0; i < 10; ++i)
         EXPECT_TRUE(rzl_set_active_image(c, i) == 0 && rzl_putline(c, nullptr) == 0);
     EXPECT_EQ(rzl_finish(c), RZL_BAD_IMAGE_SIZE);
-    write_bytes(path("a"), good);
-    for (bool memory : {true, false}) {
-        for (bool onward : {false, true}) {
-            sweep(
-                memory, onward, [&] { return write_picture(path("b"), 10, 1, 9, 3, bytes_of_file(6, 0xA5)); },
-                [](bool) {});
-            sweep(
-                memory, onward,
-                [&]() -> uint32_t {
-                    CFILE* r = rzl_open_r(path("a").c_str());
-                    if (r == nullptr) return last_status();
-                    uint8_t words[2];
-                    const bool read = rzl_getline(r, words) == 0 && rzl_getline(r, words) == 0;
-                    const uint32_t status = read ? 0 : r->status;
-                    rzl_close(r);
-                    return status;
-                },
-                [](bool) {});
-        }
-    }
 }
 
 TEST_F(PostScript, TheBytesOfAFile) {
@@ -195,13 +171,7 @@ TEST_F(PostScript, TheBytesOfAFile) {
     };
     for (const auto& k : cases) {
         SCOPED_TRACE(k.place);
-        CFILE* c = new_file(path("a"), 21, k.format, k.width, k.height);
-        ASSERT_NE(c, nullptr);
-        if (!k.table.empty()) {
-            EXPECT_TRUE(set_field_to(c, 6, 3) == 0 && rzl_put_vlt(c, k.table.data()) == 0);
-        }
-        EXPECT_EQ(put_lines(c, k.width, k.height, k.pixels), 0u);
-        EXPECT_EQ(rzl_finish(c), 0u);
+        EXPECT_EQ(write_picture(path("a"), 21, k.format, k.width, k.height, k.pixels, {}, k.table), 0u);
         const bytes_of_file made = read_bytes(path("a"));
         const std::string text(made.begin(), made.end());
         const size_t at = text.find(k.place);
@@ -210,13 +180,89 @@ TEST_F(PostScript, TheBytesOfAFile) {
     }
     CFILE* c = new_file(path("a"), 21, 2, 2, 1);
     const void* four[4] = {"ab", "ab", "ab", "ab"};
-    EXPECT_TRUE(rzl_putline_channels(c, 4, four) != 0 && status_of(c) == RZL_UNSUP_IR);
+    EXPECT_EQ(refusal(c, rzl_putline_channels(c, 4, four)), RZL_UNSUP_IR);
     rzl_close(c);
-    EXPECT_TRUE(rzl_open_r(path("a").c_str()) == nullptr && last_status() == RZL_READ_FAILED);
+    EXPECT_EQ(refused(rzl_open_r(path("a").c_str())), RZL_READ_FAILED);
     int create = 0, read = 1;
     EXPECT_TRUE(rzl_standard_support(21, &create, &read) == 0 && create == 1 && read == 0);
-    for (bool memory : {true, false})
-        for (bool onward : {false, true})
-            sweep(
-                memory, onward, [&] { return write_picture(path("b"), 21, 2, 41, 1, ramp); }, [](bool) {});
+    sweep([&] { return write_picture(path("b"), 21, 2, 41, 1, ramp); });
+}
+
+namespace {
+
+const std::string SIZES = "#define a_width 9\n#define a_height 2\n";
+const std::string ARRAY = "static char a_bits[] = {\n";
+const bytes_of_file LINES = {0x80, 0xA5, 0x00, 0x0F}; // 0xA5, 0x01 and 0xF0, 0x00 in the file
+
+} // namespace
+
+TEST_F(Xbm, TheBytesOfAFile) {
+    CFILE* c = new_file(path("a"), 13, 1, 9, 2, {{650, 3}, {651, -4}});
+    EXPECT_EQ(rzl_set_hdr_data(c, RZL_FIELD_XBM_NAME, "/some/where/my-pic.2"), 0);
+    EXPECT_EQ(put_lines(c, 2, LINES), 0u);
+    EXPECT_EQ(refusal(c, set_field_to(c, 2, 3)), RZL_NEEDS_WRITE);
+    EXPECT_EQ(rzl_finish(c), 0u);
+    EXPECT_EQ(read_bytes(path("a")),
+              bytes_of("#define my_pic_2_width 9\n#define my_pic_2_height 2\n#define my_pic_2_x_hot 3\n"
+                       "#define my_pic_2_y_hot -4\nstatic char my_pic_2_bits[] = {\n0xa5, 0x01, \n0xf0, 0x00};\n"));
+    // Eight bytes stand in a line, the ninth in another.
+    for (int width : {64, 65}) {
+        ASSERT_EQ(write_picture(path("b"), 13, 9, width, 1, bytes_of_file(10)), 0u);
+        std::string text = "static char _bits[] = {\n0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00";
+        text += width == 64 ? "};\n" : ", \n0x00};\n";
+        EXPECT_EQ(part(read_bytes(path("b")), -static_cast<long>(text.size())), bytes_of(text));
+    }
+    c = rzl_open_r(path("a").c_str());
+    EXPECT_TRUE(text_of(c, 652) == "a" && number_of(c, 26) == 0);
+    expect_fields(c, {{650, 3}, {651, -4}, {3, 1}, {9, 4}, {10, 0}});
+    EXPECT_TRUE(status_of(c) == 0 && field_of(c, 14) == 0 && status_of(c) == RZL_BAD_FIELD_ID);
+    EXPECT_EQ(refusal(c, rzl_seek(c, 2)), RZL_PAST_END);
+    // Another file gets the hot spot and the name.
+    CFILE* to = new_file(path("b"), 13, 1, 9, 2);
+    EXPECT_EQ(rzl_copy_data(c, to), 0);
+    EXPECT_EQ(put_lines(to, 2, LINES), 0u);
+    EXPECT_TRUE(rzl_finish(to) == 0 && read_bytes(path("b")).size() == read_bytes(path("a")).size() - 5 * 7);
+    uint8_t planes[3][16];
+    EXPECT_EQ(refusal(c, rzl_getline3(c, planes[0], planes[1], planes[2])), RZL_UNSUPPORTED);
+    rzl_close(c);
+    EXPECT_EQ(read_picture(path("a")).values, LINES);
+    EXPECT_EQ(refused(new_file(path("b"), 13, 2, 9, 2)), RZL_NOT_STANDARD);
+}
+
+TEST_F(Xbm, Texts) {
+    const std::string good[] = {
+        SIZES + ARRAY + "0xa5, 0x01, \n0xf0, 0x00};\n",
+        SIZES + "static unsigned char a_bits[]={0xA5,0x1,0xF0,0X0 };",
+        "/* made by { a program */\n\n# define a_height 2\r\n#define  b_width\t9 \n" + ARRAY +
+            "\t0xa5\t0x01\n\n,0xf0}0x0000",
+        "#define a_w 1\n#define a_width 9\n#define a_height 2\nconst static char\na_bits\n[] = \n{ 0xa5 0x01 0xf0 0x00",
+        SIZES + std::string(700, ' ') + ARRAY + "0xa5," + std::string(70000, '\n') + "0x01,0xf0,0x00,",
+    };
+    for (const std::string& text : good) {
+        SCOPED_TRACE(text.substr(0, 60));
+        EXPECT_EQ(read_made(bytes_of(text)).values, LINES);
+    }
+    struct {
+        std::string text;
+        int lines; // that are read before the fault; -1: it is not opened
+    } bad[] = {
+        {SIZES + "static short a_bits[] = {0x01a5, 0x00f0};", -1},
+        {"#define a_width 9\n" + ARRAY + "0xa5, 0x01, 0xf0, 0x00};", -1},
+        {"#define a_width 0\n#define a_height 2\n" + ARRAY, -1},
+        {"#define a_width -9\n#define a_height 2\n" + ARRAY, -1},
+        {"#define a_width 4294967297\n#define a_height 2\n" + ARRAY, -1},
+        {std::string(4096, ' ') + SIZES + ARRAY + "0xa5, 0x01, 0xf0, 0x00};", -1},
+        {SIZES + ARRAY + "0xa5, 0x01, 0xf0};", 1},
+        {SIZES + ARRAY + "0xa5, 0x01, 0xf0, ", 1},
+        {SIZES + ARRAY + "0xa5, 0x01, 0xf0, 0x", 1},
+        {SIZES + ARRAY + "0xa5, 0x01, 0xf0, x00", 1},
+        {SIZES + ARRAY + "0xa5, 0x01, 165, 0x00", 1},
+        {SIZES + ARRAY + "0xa5, 0x100, 0xf0, 0x00", 0},
+        {SIZES + ARRAY + "0xa5, 0x1g, 0xf0, 0x00", 0},
+        {"#define a_width 2147483647\n#define a_height 2147483647\n" + ARRAY + "0x00, 0x00", 0},
+    };
+    for (const auto& k : bad) {
+        SCOPED_TRACE(k.text.substr(0, 100));
+        EXPECT_EQ(lines_before_fault(k.text), k.lines);
+    }
 }

@@ -65,6 +65,65 @@ inline uint32_t library_status() {
     return status;
 }
 
+// What a call ended with: 0, or the status that it left with its result of 1.
+inline uint32_t refusal(CFILE* c, int result) {
+    EXPECT_TRUE(result == 0 || result == 1) << result;
+    return result == 0 ? 0 : status_of(c);
+}
+
+// The status of an open that is refused; 0 when there is a handle, which is closed.
+inline uint32_t refused(CFILE* c) {
+    if (c == nullptr) return library_status();
+    rzl_close(c);
+    return 0;
+}
+
+// A handle that must be there.
+inline CFILE* opened(CFILE* c) {
+    EXPECT_NE(c, nullptr) << rzl_status_name(library_status());
+    return c;
+}
+
+using field_values = std::vector<std::pair<int32_t, int32_t>>;
+
+inline void expect_fields(CFILE* c, const field_values& fields) {
+    for (auto [field, value] : fields)
+        EXPECT_EQ(field_of(c, field), value) << "field " << field;
+}
+
+inline void set_fields(CFILE* c, const field_values& fields) {
+    for (auto [field, value] : fields)
+        EXPECT_EQ(set_field_to(c, field, value), 0) << "field " << field << " to " << value;
+}
+
+// The first value of a field of doubles.
+inline double number_of(CFILE* c, int32_t field) {
+    double value[16] = {};
+    EXPECT_EQ(rzl_get_hdr_data(c, field, value), 0) << "field " << field;
+    return value[0];
+}
+
+inline std::string text_of(CFILE* c, int32_t field) {
+    char text[512] = {};
+    EXPECT_EQ(rzl_get_hdr_data(c, field, text), 0) << "field " << field;
+    return text;
+}
+
+// Bytes as hexadecimal digits, with blanks between them wherever they help.
+inline bytes_of_file hex(const std::string& digits) {
+    bytes_of_file bytes;
+    int count = 0;
+    for (char c : digits) {
+        if (c == ' ') continue;
+        const int value = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+        EXPECT_TRUE(value >= 0 && value < 16) << digits;
+        if (count++ % 2 == 0) bytes.push_back(0);
+        bytes.back() = static_cast<uint8_t>(bytes.back() << 4 | value);
+    }
+    EXPECT_EQ(count % 2, 0) << digits;
+    return bytes;
+}
+
 // ---- a module that notes what reaches it ----------------------------------------------------------------------------
 
 struct module_notes {
