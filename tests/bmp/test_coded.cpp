@@ -99,8 +99,7 @@ TEST_F(Jfif, NewFilesAreWhatTheirFormatMakes) {
     const field_values kinds = {{2, 30},  {10, 30}, {29, 30}, {30, 30}, {25, 31}, {27, 31}, {28, 31},
                                 {31, 31}, {32, 32}, {67, 32}, {69, 32}, {1, 2},   {3, 2}};
     for (auto [format, kept] : kinds) {
-        CFILE* c = new_file(path("a"), JFIF, format, 3, 2);
-        ASSERT_NE(c, nullptr);
+        CFILE* c = opened(new_file(path("a"), JFIF, format, 3, 2));
         EXPECT_EQ(field_of(c, 3), kept) << format;
         set_fields(c, {{507, 5}});
         const bool four = kept == 32;

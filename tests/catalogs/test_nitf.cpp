@@ -366,8 +366,7 @@ TEST_F(Nitf, AHugeFile) {
     file.seekp(data + int64_t{19599} * 1024 * 1024);
     file << "mark";
     file.close();
-    CFILE* c = rzl_open_r(path("a").c_str());
-    ASSERT_NE(c, nullptr);
+    CFILE* c = opened(rzl_open_r(path("a").c_str()));
     bytes_of_file block(1024 * 1024);
     void* planes[1] = {block.data()};
     EXPECT_TRUE(rzl_seek(c, 19599) == 0 && rzl_gettile(c, 1, planes, nullptr) == 0);

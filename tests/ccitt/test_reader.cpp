@@ -1,5 +1,7 @@
-// The reader and the writer: lines in any order, memory, and what a failed allocation leaves.
+// The reader and the writer: lines in any order, memory, what a failed allocation leaves, and raw group 3 data both
+// ways with the programs of netpbm.
 #include "ccitt/ccitt_fixture.h"
+#include "common/run.h"
 
 namespace {
 
@@ -126,6 +128,38 @@ TEST_F(CcittTest, EveryFailedAllocationIsToldAndCanBeTriedAgain) {
         if (!failed) break;
         EXPECT_TRUE(image.result == CIT_NO_MEMORY || image.result == CIT_BUFFER_FULL) << n;
     }
+}
+
+// Lines as the bytes of the formats: most significant bit first, padded to bytes.
+bytes_of_file packed(const page& p) {
+    bytes_of_file bytes;
+    for (uint32_t y = 0; y < p.lines; ++y)
+        for (uint32_t x = 0; x < p.width; x += 8)
+            bytes.push_back(p.line(y)[page::byte_of(x)]);
+    return bytes;
+}
+
+TEST_F(CcittTest, RawGroupThreeDataIsTheSameToOthers) {
+    NEEDS_PROGRAM("pbmtog3");
+    page p = make_page(1728, 300, 6);
+    std::string header = "P4\n1728 300\n";
+    bytes_of_file pbm(header.begin(), header.end());
+    bytes_of_file raster = packed(p);
+    pbm.insert(pbm.end(), raster.begin(), raster.end());
+    write_bytes(path("page.pbm"), pbm);
+    ASSERT_TRUE(run_command(directory, "pbmtog3 page.pbm >theirs.g3").ok());
+    bytes_of_file theirs = read_bytes(path("theirs.g3"));
+    cit_reverse_bytes(theirs.data(), theirs.size());
+    whole_image image = decode_whole(cit_decode_g3, 1728, 1000, theirs);
+    EXPECT_EQ(image.result, CIT_OK);
+    EXPECT_EQ(image.lines.size(), 300u);
+    EXPECT_EQ(decode(cit_coding::g3_1d, 1728, 300, theirs).bits, p.bits);
+
+    bytes_of_file ours = encode(cit_coding::g3_1d, p);
+    cit_reverse_bytes(ours.data(), ours.size());
+    write_bytes(path("ours.g3"), ours);
+    ASSERT_TRUE(run_command(directory, "g3topbm ours.g3 >back.pbm").ok());
+    EXPECT_EQ(read_bytes(path("back.pbm")), pbm);
 }
 
 } // namespace

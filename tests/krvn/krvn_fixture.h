@@ -12,7 +12,6 @@
 #include "support/bytes.h"
 
 using KrvnTest = CoreTest;
-using field_list = std::initializer_list<std::pair<int32_t, int32_t>>;
 
 inline uint32_t u16_at(const bytes_of_file& b, size_t at) {
     return at + 2 <= b.size() ? load_u16le(b.data() + at) : 0xBAD00000;
@@ -41,15 +40,9 @@ inline void append_words(bytes_of_file* b, std::initializer_list<unsigned> words
     }
 }
 
-inline void set_fields(CFILE* c, field_list fields) {
-    for (auto [field, value] : fields)
-        EXPECT_EQ(set_field_to(c, field, value), 0) << "field " << field;
-}
-
 // A new file of that format and size whose header is not written yet.
 inline CFILE* new_file(const std::string& path, int32_t format, int32_t xsize, int32_t ysize, bool readback = false) {
-    CFILE* c = readback ? rzl_open_wr(path.c_str()) : rzl_open_w(path.c_str());
-    EXPECT_NE(c, nullptr);
+    CFILE* c = opened(readback ? rzl_open_wr(path.c_str()) : rzl_open_w(path.c_str()));
     set_fields(c, {{500, 0}, {3, format}, {1, xsize}, {2, ysize}});
     return c;
 }

@@ -56,8 +56,7 @@ TEST_F(Packets, ApplicationPacketsStandBehindTheHeader) {
         ASSERT_EQ(b.size(), at + 512 + 512 + 8);
         EXPECT_EQ(bytes_of_file(&b[at], &b[at + packets.size()]), packets);
         EXPECT_EQ(std::count(b.begin() + static_cast<long>(at + packets.size()), b.end(), 0), 512 + 512 - 36);
-        c = rzl_open_r(p.c_str());
-        ASSERT_NE(c, nullptr);
+        c = opened(rzl_open_r(p.c_str()));
         EXPECT_EQ(field_of(c, 7), 18);
         bytes_of_file got(36);
         EXPECT_EQ(rzl_get_packet(c, got.data()), 0);
@@ -70,14 +69,12 @@ TEST_F(Packets, ApplicationPacketsStandBehindTheHeader) {
     EXPECT_EQ(put_lines(c, 2, 5), 2);
     rzl_close(c);
     c = rzl_open_r(path("none.rgb").c_str());
-    EXPECT_EQ(rzl_get_packet(c, packets.data()), 1);
-    EXPECT_EQ(status_of(c), RZL_NO_PACKETS);
+    EXPECT_EQ(refusal(c, rzl_get_packet(c, packets.data())), RZL_NO_PACKETS);
     rzl_close(c);
     c = new_file(path("big.rgb"), 2, 4, 2);
     set_fields(c, {{401, 32000}, {7, 1000}});
     rzl_put_packet(c, packets.data());
-    EXPECT_EQ(rzl_write_header(c), 1);
-    EXPECT_EQ(status_of(c), RZL_HEADER_FULL);
+    EXPECT_EQ(refusal(c, rzl_write_header(c)), RZL_HEADER_FULL);
     rzl_close(c);
 }
 
@@ -91,8 +88,7 @@ TEST_F(Packets, LibraryPacketsAreKeptFromTheApplication) {
     auto words = static_cast<uint32_t>(area.size() / 2);
     std::string p = path("p.rgb");
     write_bytes(p, with_area(area, words));
-    CFILE* c = rzl_open_rw(p.c_str());
-    ASSERT_NE(c, nullptr);
+    CFILE* c = opened(rzl_open_rw(p.c_str()));
     EXPECT_EQ(rzl_is_damaged(c), 0);
     EXPECT_EQ(field_of(c, 200), 2);
     EXPECT_EQ(field_of(c, 7), 7 + 6 + 5);
@@ -113,8 +109,7 @@ TEST_F(Packets, LibraryPacketsAreKeptFromTheApplication) {
     EXPECT_EQ(next_value(c), 5);
     EXPECT_EQ(set_field_to(c, 1, 9), 1) << "an overview's size is given once";
     set_fields(c, {{201, 99}});
-    EXPECT_EQ(rzl_set_active_overview(c, 2), 1);
-    EXPECT_EQ(status_of(c), RZL_NO_SUCH_OVERVIEW);
+    EXPECT_EQ(refusal(c, rzl_set_active_overview(c, 2)), RZL_NO_SUCH_OVERVIEW);
     EXPECT_EQ(field_of(c, 201), 99) << "a refusal leaves the active one";
     EXPECT_EQ(rzl_set_active_overview(c, -7), 0);
     EXPECT_EQ(next_value(c), 1);
@@ -152,8 +147,7 @@ TEST_F(Packets, DamagedAreas) {
         bytes_of_file b = with_area(listing, words);
         store_u32le(&b[r.at], r.value);
         write_bytes(p, b);
-        CFILE* c = rzl_open_r(p.c_str());
-        ASSERT_NE(c, nullptr) << r.what;
+        CFILE* c = opened(rzl_open_r(p.c_str()));
         EXPECT_EQ(field_of(c, 200), r.overviews) << r.what;
         EXPECT_EQ(rzl_is_damaged(c) != 0, r.damaged) << r.what;
         int32_t left = field_of(c, 7);
@@ -168,10 +162,9 @@ TEST_F(Packets, DamagedAreas) {
         bytes_of_file b = with_area(listing, words);
         store_u32le(&b[at], value);
         write_bytes(p, b);
-        CFILE* c = rzl_open_r(p.c_str());
-        ASSERT_NE(c, nullptr);
-        EXPECT_EQ(rzl_set_active_overview(c, 0), 1) << at << " " << value;
-        EXPECT_EQ(status_of(c), at == 1052 ? RZL_READ_FAILED : RZL_BAD_IMAGE_SIZE);
+        CFILE* c = opened(rzl_open_r(p.c_str()));
+        EXPECT_EQ(refusal(c, rzl_set_active_overview(c, 0)), at == 1052 ? RZL_READ_FAILED : RZL_BAD_IMAGE_SIZE)
+            << at << " " << value;
         EXPECT_EQ(next_value(c), 1) << "the base image is still active";
         rzl_close(c);
     }
@@ -220,18 +213,15 @@ TEST_F(Packets, DirectoryGrowsWhereThereIsRoom) {
         rzl_put_packet(c, packet.data());
         EXPECT_EQ(put_lines(c, 2, 20), 2);
         EXPECT_EQ(rzl_finish(c), 0u);
-        c = rzl_open_rw(p.c_str());
-        ASSERT_NE(c, nullptr);
+        c = opened(rzl_open_rw(p.c_str()));
         EXPECT_EQ(set_field_to(c, 200, 0), 0);
         EXPECT_EQ(set_field_to(c, 200, 36), 0);
-        EXPECT_EQ(set_field_to(c, 200, 35), 1);
-        EXPECT_EQ(status_of(c), RZL_BAD_FIELD_VALUE) << "directories don't shrink";
+        EXPECT_EQ(refusal(c, set_field_to(c, 200, 35)), RZL_BAD_FIELD_VALUE) << "directories don't shrink";
         EXPECT_EQ(field_of(c, 7), 10);
         EXPECT_EQ(rzl_set_active_overview(c, 35), 0); // placed, sizes to come
         uint32_t outcome = rzl_finish(c);             // puts the directory into the file
         EXPECT_EQ(outcome, room ? 0u : RZL_HEADER_FULL);
-        c = rzl_open_r(p.c_str());
-        ASSERT_NE(c, nullptr);
+        c = opened(rzl_open_r(p.c_str()));
         EXPECT_EQ(field_of(c, 200), room ? 36 : 1);
         bytes_of_file got(20);
         EXPECT_EQ(rzl_get_packet(c, got.data()), 0);
@@ -250,8 +240,7 @@ TEST_F(Packets, PadBytesOfTriplesAreFoundByLength) {
             if (pad != 0) b.push_back(0xEE);
         }
         write_bytes(p, b);
-        CFILE* c = rzl_open_r(p.c_str());
-        ASSERT_NE(c, nullptr);
+        CFILE* c = opened(rzl_open_r(p.c_str()));
         EXPECT_EQ(has_flag(c, FLAG_LINE_PADDING), pad != 0);
         EXPECT_EQ(rzl_seek(c, 2), 0);
         EXPECT_EQ(next_value(c), 3);
@@ -267,8 +256,7 @@ TEST_F(Packets, PadBytesOfTriplesAreFoundByLength) {
     set_fields(c, {{1, 1}, {2, 1}});
     EXPECT_EQ(rzl_putline3(c, plane, plane, plane), 0);
     EXPECT_EQ(rzl_finish(c), 0u);
-    c = rzl_open_r(p.c_str());
-    ASSERT_NE(c, nullptr);
+    c = opened(rzl_open_r(p.c_str()));
     EXPECT_FALSE(has_flag(c, FLAG_LINE_PADDING));
     rzl_close(c);
 }

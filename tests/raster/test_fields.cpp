@@ -67,8 +67,7 @@ TEST_F(Fields, ReadOnlyFilesTakeOnlyWhatConcernsReading) {
     EXPECT_EQ(set_field_to(c, 32, 8), 0);
     EXPECT_EQ(notes.set, std::vector<int32_t>{32});
     rzl_vlt_entry entries[1] = {};
-    EXPECT_EQ(rzl_put_vlt(c, entries), 1);
-    EXPECT_EQ(status_of(c), RZL_NEEDS_WRITE);
+    EXPECT_EQ(refusal(c, rzl_put_vlt(c, entries)), RZL_NEEDS_WRITE);
     rzl_close(c);
 }
 
@@ -121,13 +120,11 @@ TEST_F(Fields, TilesAreSquareUnlessBothSidesAreGiven) {
     EXPECT_EQ(c->tile->tiles_down, 29u);
 
     notes.refuse_field = 100;
-    EXPECT_EQ(set_field_to(c, 100, 33), 1);
-    EXPECT_EQ(status_of(c), RZL_BAD_TILE_SIZE);
+    EXPECT_EQ(refusal(c, set_field_to(c, 100, 33)), RZL_BAD_TILE_SIZE);
     EXPECT_EQ(c->tile->width, 64u);
     EXPECT_EQ(c->tile->height, 32u) << "a refused size leaves the old one";
     notes.refuse_field = -1;
-    EXPECT_EQ(set_field_to(c, 100, INT32_MAX), 1);
-    EXPECT_EQ(status_of(c), RZL_BAD_FIELD_VALUE) << "no buffer could hold such a tile";
+    EXPECT_EQ(refusal(c, set_field_to(c, 100, INT32_MAX)), RZL_BAD_FIELD_VALUE) << "no buffer could hold such a tile";
 
     EXPECT_EQ(set_field_to(c, 100, 0), 0);
     EXPECT_FALSE(has_flag(c, FLAG_TILED));
@@ -183,8 +180,7 @@ TEST_F(Fields, BoardFieldsWithoutABoard) {
     EXPECT_EQ(set_field_to(c, 405, 1), 0);
     EXPECT_EQ(field_of(c, 405), 0) << "nothing to use it for";
     c->jpeg = mem_new<jpeg_record>();
-    EXPECT_EQ(set_field_to(c, 405, 1), 1);
-    EXPECT_EQ(status_of(c), RZL_JPEG_HARDWARE_2);
+    EXPECT_EQ(refusal(c, set_field_to(c, 405, 1)), RZL_JPEG_HARDWARE_2);
     EXPECT_EQ(set_field_to(c, 406, 1), 1);
     EXPECT_EQ(set_field_to(c, 407, 0), 0);
     EXPECT_EQ(field_of(c, 407), 0);

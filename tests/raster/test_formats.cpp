@@ -160,6 +160,12 @@ TEST_F(Formats, NewFilesAreReadBackAndTakeTheirLinesInAnyOrder) {
             const int y = (i + first) % height;
             EXPECT_EQ(rzl_seek(c, y), 0);
             ASSERT_EQ(refusal(c, put_next(c, s.put, y)), 0u) << y;
+            if (i != height / 2 || format_is_color(k.format) || k.standard == 11) continue; // a drawing has to be whole
+            // The line that was just put, after which the next one goes on.
+            bytes_of_file line(rzl_line_size(c));
+            EXPECT_TRUE(rzl_seek(c, y) == 0 && rzl_getline(c, line.data()) == 0);
+            const auto step = static_cast<long>(s.put.size()) / height;
+            EXPECT_EQ(part(line, 0, static_cast<size_t>(step)), part(s.put, step * y, static_cast<size_t>(step)));
         }
         EXPECT_EQ(rzl_rewind(c), 0);
         const picture p = read_lines(c);

@@ -39,8 +39,7 @@ TEST_F(Threads, OneHandleGivesEachLineOnce) {
     constexpr int HEIGHT = 200;
     std::string name = path("shared");
     ASSERT_EQ(write_picture(name.c_str(), RZL_FORMAT_BYTE, 60, HEIGHT, 9), 0u);
-    CFILE* c = rzl_open_r(name.c_str());
-    ASSERT_NE(c, nullptr);
+    CFILE* c = opened(rzl_open_r(name.c_str()));
     std::atomic<int> sum{0};
     auto work = [&] {
         uint8_t line[60];

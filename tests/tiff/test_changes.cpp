@@ -74,11 +74,9 @@ TEST_F(Changes, AHeightGrowsWhereTheLastStripCanTakeTheLines) {
         EXPECT_EQ(rzl_finish(c), 0u);
         EXPECT_TRUE(read_library(file()) == first_lines(p, height));
         // A strip that is stored short of the lines can't take them, and nothing is said to be there that isn't.
-        c = rzl_open_rw(file().c_str());
-        ASSERT_NE(c, nullptr);
+        c = opened(rzl_open_rw(file().c_str()));
         EXPECT_EQ(set_field_to(c, 2, 30), 1);
-        EXPECT_EQ(set_field_to(c, 2, 0), 1);
-        EXPECT_EQ(status_of(c), RZL_BAD_FIELD_VALUE);
+        EXPECT_EQ(refusal(c, set_field_to(c, 2, 0)), RZL_BAD_FIELD_VALUE);
         EXPECT_EQ(rzl_finish(c), 0u);
         EXPECT_TRUE(read_library(file()) == first_lines(p, height));
     }
@@ -116,8 +114,7 @@ TEST_F(Changes, BitsAndSamplesAreKeptOrRefused) {
         EXPECT_EQ(status_of(c), row.status);
         rzl_close(c);
         if (row.status != 0) continue;
-        c = rzl_open_r(file().c_str());
-        ASSERT_NE(c, nullptr);
+        c = opened(rzl_open_r(file().c_str()));
         EXPECT_EQ(field_of(c, row.field), row.value);
         EXPECT_EQ(field_of(c, 3), row.format_in_file);
         rzl_close(c);
@@ -167,8 +164,7 @@ TEST_F(Changes, AFileInMemoryTellsItsSizeAndItsPixels) {
             auto size = static_cast<size_t>(record.position);
             write_bytes(file(), bytes_of_file(block.begin(), block.begin() + record.position));
             EXPECT_TRUE(read_library(file()) == p);
-            CFILE* r = rzl_open_r(file().c_str());
-            ASSERT_NE(r, nullptr);
+            CFILE* r = opened(rzl_open_r(file().c_str()));
             const tif_image* image = tif_image_of(r);
             EXPECT_EQ(record.data_start, int32_t(image->strip_offsets[0]));
             EXPECT_EQ(size, image->strip_offsets[2] + image->strip_byte_counts[2]);
@@ -183,8 +179,7 @@ TEST_F(Changes, SegmentsThatAreLeftOutAreZero) {
         picture p = make_picture(45, 64, l.samples, l.bits);
         field_values fields = {{501, l.coding}, {503, l.planar}, {505, 32}, {100, l.tile}};
         ASSERT_EQ(write_library(file(), p, fields), 0u);
-        CFILE* c = rzl_open_rw(file().c_str());
-        ASSERT_NE(c, nullptr);
+        CFILE* c = opened(rzl_open_rw(file().c_str()));
         tif_image* image = tif_image_of(c);
         // The upper half, of all planes.
         uint32_t segments = tif_segments(image);
@@ -195,8 +190,7 @@ TEST_F(Changes, SegmentsThatAreLeftOutAreZero) {
         std::fill_n(p.values.begin(), segments == 1 ? p.values.size() : p.values.size() / 2, 0u);
         EXPECT_TRUE(read_library(file()) == p);
         EXPECT_TRUE(l.samples == 1 || read_library(file(), true) == p);
-        c = rzl_open_r(file().c_str());
-        ASSERT_NE(c, nullptr);
+        c = opened(rzl_open_r(file().c_str()));
         (void)read_active(c);
         EXPECT_EQ(rzl_is_damaged(c), 0);
         rzl_close(c);
@@ -207,8 +201,7 @@ TEST_F(Changes, SegmentsThatAreLeftOutAreZero) {
 TEST_F(Changes, SixteenBitsOfColourAreResampled) {
     picture p = make_picture(40, 30, 3, 16);
     ASSERT_EQ(write_library(file(), p, {{501, 5}}), 0u);
-    CFILE* c = rzl_open_r(file().c_str());
-    ASSERT_NE(c, nullptr);
+    CFILE* c = opened(rzl_open_r(file().c_str()));
     std::vector<bytes_of_file> all(30, bytes_of_file(120));
     for (bytes_of_file& line : all)
         EXPECT_EQ(rzl_getline_interleaved(c, line.data()), 0);
@@ -224,15 +217,6 @@ TEST_F(Changes, SixteenBitsOfColourAreResampled) {
             EXPECT_EQ(planes[i % 3][i / 3], line[i]);
         }
     }
-    // A seek past the last of the resampled lines has the module's word.
-    setenv("RZL_DEBUG", "1", 1);
-    rzl_close(rzl_open_r(file().c_str()));
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(rzl_seek(c, 15), 1);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("tiff squetch"), std::string::npos);
-    setenv("RZL_DEBUG", "0", 1);
-    rzl_close(rzl_open_r(file().c_str()));
-    unsetenv("RZL_DEBUG");
     rzl_close(c);
 }
 
@@ -246,8 +230,7 @@ TEST_F(Changes, AFourthSampleOfRedGreenBlueIsNoPlane) {
     entries.push_back({277, 3, {4}});
     f.add_directory(entries);
     write_bytes(file(), f.bytes);
-    CFILE* c = rzl_open_r(file().c_str());
-    ASSERT_NE(c, nullptr);
+    CFILE* c = opened(rzl_open_r(file().c_str()));
     bytes_of_file planes[4] = {bytes_of_file(2), bytes_of_file(2), bytes_of_file(2), bytes_of_file(2, 9)};
     void* all[4] = {planes[0].data(), planes[1].data(), planes[2].data(), planes[3].data()};
     EXPECT_EQ(rzl_getline_channels(c, 4, all), 0);

@@ -1,7 +1,6 @@
 // The byte coders by themselves.
 #include "tiff_fixture.h"
 
-#include <map>
 #include <memory>
 
 class Coders : public TiffTest {};
@@ -79,56 +78,6 @@ TEST_F(Coders, LzwThereAndBack) {
             EXPECT_EQ(tif_lzw_decode(code.data(), bytes, out.data(), length - 1, &sound), length - 1);
             EXPECT_LE(tif_lzw_decode(code.data(), bytes - 2, out.data(), length, &sound), length);
         }
-}
-
-// The same by the plainest means: the longest string that is known, over and over.
-bytes_of_file lzw_plainly(const bytes_of_file& in) {
-    code_writer w;
-    std::map<std::pair<unsigned, unsigned>, unsigned> longer;
-    unsigned last = 257;
-    int width = 9;
-    w.put(256, 9);
-    unsigned prefix = in[0];
-    for (size_t i = 1; i < in.size(); ++i) {
-        auto found = longer.find({prefix, in[i]});
-        if (found != longer.end()) {
-            prefix = found->second;
-            continue;
-        }
-        w.put(prefix, width);
-        longer[{prefix, in[i]}] = ++last;
-        prefix = in[i];
-        if (last == 4094) {
-            w.put(256, width);
-            longer.clear();
-            last = 257;
-            width = 9;
-        } else if (last == (1u << width) - 1) {
-            ++width;
-        }
-    }
-    w.put(prefix, width);
-    if (width < 12 && last + 1 == (1u << width) - 1) ++width;
-    w.put(257, width);
-    return w.out;
-}
-
-TEST_F(Coders, LzwRunsAreNoDifferentFromOtherStrings) {
-    auto table = std::make_unique<tif_lzw_table>();
-    std::mt19937 random(5);
-    for (unsigned share : {0u, 1u, 4u, 30u}) {
-        // Stretches of one byte, of all lengths, with noise between some of them.
-        bytes_of_file in;
-        while (in.size() < 60'000) {
-            auto value = static_cast<uint8_t>(random() % 3 == 0 ? 255 : 0);
-            in.insert(in.end(), random() % (share == 0 ? 30'000 : 900), value);
-            for (auto i = random() % 9 * share; i > 0; --i)
-                in.push_back(static_cast<uint8_t>(random() % 256));
-        }
-        bytes_of_file code(tif_lzw_bound(in.size()));
-        code.resize(tif_lzw_encode(in.data(), code.data(), in.size(), table.get()));
-        EXPECT_TRUE(code == lzw_plainly(in)) << share;
-    }
 }
 
 TEST_F(Coders, LzwTablesThatRunFull) {

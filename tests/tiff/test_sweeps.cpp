@@ -149,8 +149,7 @@ TEST_F(Sweeps, UpdatesKeepWhatWasThere) {
                     bool changed = tile != 0 ? x >= 32 : y == 6;
                     EXPECT_TRUE(got.at(x, y) == p.at(x, y) || (changed && got.at(x, y) == 9)) << x << "," << y;
                 }
-            CFILE* c = rzl_open_r(file().c_str());
-            ASSERT_NE(c, nullptr);
+            CFILE* c = opened(rzl_open_r(file().c_str()));
             EXPECT_TRUE(!well || field_of(c, 402) == 2);
             rzl_close(c);
         });

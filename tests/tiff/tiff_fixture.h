@@ -139,8 +139,6 @@ inline picture read_library(const std::string& path, bool interleaved = false) {
     return p;
 }
 
-using field_values = std::vector<std::pair<int32_t, int32_t>>;
-
 // The lines of a picture, from `first` on up to `end`, into the active image. How many were put.
 inline int put_lines(CFILE* c, const picture& p, int first, int end, bool interleaved = false) {
     auto room = static_cast<size_t>(p.width) * 4 + 16;
@@ -182,12 +180,9 @@ inline int32_t plain_format(const picture& p) {
 // A new file for the picture, with more fields set, and no header yet.
 inline CFILE* new_tiff(const std::string& path, const picture& p, const field_values& fields = {},
                        bool readback = false) {
-    CFILE* c = readback ? rzl_open_wr(path.c_str()) : rzl_open_w(path.c_str());
-    EXPECT_NE(c, nullptr);
-    for (auto [field, value] : field_values{{500, 1}, {3, plain_format(p)}, {1, p.width}, {2, p.height}, {507, p.bits}})
-        EXPECT_EQ(set_field_to(c, field, value), 0) << field;
-    for (auto [field, value] : fields)
-        EXPECT_EQ(set_field_to(c, field, value), 0) << field << "=" << value;
+    CFILE* c = opened(readback ? rzl_open_wr(path.c_str()) : rzl_open_w(path.c_str()));
+    set_fields(c, {{500, 1}, {3, plain_format(p)}, {1, p.width}, {2, p.height}, {507, p.bits}});
+    set_fields(c, fields);
     return c;
 }
 
