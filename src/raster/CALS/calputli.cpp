@@ -185,10 +185,13 @@ int cals_put_line(CFILE* c, int channels, write_planes buffers) {
     return put ? c->xsize : 0;
 }
 
-// A line of a finished file's tiles would wait for the rest of its row, which can't be written.
+// A line of tiles that are in the file would wait for the rest of its row, which can't be written.
 int cals_putline(CFILE* c, int channels, write_planes buffers) {
-    if (c->mode == MODE_UPDATE && has_flag(c, FLAG_TILED))
-        return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "tiles come in their order");
+    const tile_record* t = has_flag(c, FLAG_TILED) ? c->tile : nullptr;
+    bool inside = t != nullptr && c->line < c->ysize;
+    bool stored = inside && (c->mode == MODE_UPDATE ||
+                             int64_t{c->line} / CALS_TILE * t->tiles_across < int64_t{cals_spec_of(c)->tiles_put});
+    if (stored) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "tiles come in their order");
     return rzl_putline_generic(c, channels, buffers);
 }
 
