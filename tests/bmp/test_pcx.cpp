@@ -161,15 +161,8 @@ TEST_F(Pcx, LinesOfRuns) {
         EXPECT_EQ(rzl_put_rle_line(c, line.data(), static_cast<int32_t>(line.size() * 2)), 0);
     EXPECT_EQ(rzl_finish(c), 0u);
     c = rzl_open_r(path("a.pcx").c_str());
-    for (const auto& line : split) {
-        uint16_t runs[16] = {};
-        int32_t size = 2;
-        EXPECT_EQ(refusal(c, rzl_get_rle_line(c, runs, &size)), RZL_RLE_BUFFER_SMALL);
-        EXPECT_GE(size, 6);
-        size = sizeof runs;
-        ASSERT_EQ(rzl_get_rle_line(c, runs, &size), 0);
-        EXPECT_EQ(std::vector<uint16_t>(runs, runs + size / 2), line);
-    }
+    for (const auto& line : split)
+        EXPECT_EQ(next_runs(c), line);
     rzl_close(c);
     const uint16_t wrong[] = {3, 6, 0};
     for (auto [format, status] : {std::pair(9, RZL_BAD_FIELD_VALUE), {2, RZL_UNSUP_PCX}}) {
@@ -208,8 +201,6 @@ TEST_F(Pcx, WritingIsRefused) {
     expect_fields(c, {{501, 1}, {9, 4}});
     EXPECT_EQ(refusal(c, rzl_putline3(c, "ab", "ab", "ab")), RZL_UNSUP_PCX);
     EXPECT_TRUE(rzl_rewind(c) == 0 && rzl_putline(c, "ab") == 0 && rzl_putline(c, nullptr) == 0);
-    EXPECT_EQ(rzl_seek(c, 0), 0);
-    EXPECT_EQ(refusal(c, rzl_putline(c, "xx")), RZL_MODIFY_COMPRESSED);
     EXPECT_EQ(rzl_finish(c), 0u);
     EXPECT_EQ(read_picture(path("a.pcx")).values, bytes_of_file({'a', 'b', 0, 0}));
 }

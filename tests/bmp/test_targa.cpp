@@ -239,8 +239,4 @@ TEST_F(Targa, WritingIsRefused) {
     rzl_close(c);
     for (auto [field, value] : {std::pair(3, 1), {6, 5000}, {501, 2}, {603, 8}, {601, -1}, {609, 33}})
         EXPECT_EQ(new_file(path("a.tga"), 3, 28, 1, 1, {{field, value}}), nullptr) << field;
-    c = new_file(path("a.tga"), 3, 29, 2, 3, {}, rzl_open_wr);
-    EXPECT_TRUE(put_lines(c, 3, bytes_of("aabcdd")) == 0 && rzl_seek(c, 1) == 0);
-    EXPECT_EQ(refusal(c, rzl_putline(c, "xx")), RZL_MODIFY_COMPRESSED) << "packets come at the end only";
-    rzl_close(c);
 }

@@ -243,14 +243,10 @@ TEST_F(Nitf, SamplesOfEveryWidth) {
 }
 
 TEST_F(Nitf, BlocksAndBands) {
-    for (const auto& [mode, bands, good] : {std::tuple("S", "1", true),
-                                            {"B", "1", true},
-                                            {"I", "1", true},
-                                            {"P", "1", true},
-                                            {"X", "1", false},
-                                            {"S", "3", true},
-                                            {"B", "3", true},
-                                            {"P", "3", false}}) {
+    const std::tuple<std::string, std::string, bool> kinds[] = {{"S", "1", true}, {"B", "1", true},  {"I", "1", true},
+                                                                {"P", "1", true}, {"X", "1", false}, {"S", "3", true},
+                                                                {"B", "3", true}, {"P", "3", false}};
+    for (const auto& [mode, bands, good] : kinds) {
         nitf_parts f;
         nitf_image_parts& i = f.images[0];
         i.width = 7;
@@ -343,7 +339,7 @@ TEST_F(Nitf, BlocksAndLinesThatDoNotCome) {
     for (int y = 0; y < 6; ++y)
         expected += std::string("zzzz\0\0", 6);
     EXPECT_EQ(read_plane(path("a")).values, bytes_of(expected));
-    c = new_file(path("a"), 12, 2, 4, 5);
+    c = new_file(path("a"), 12, 2, 4, 5, {{100, 0}, {5, 0}});
     EXPECT_EQ(put_lines(c, 2, bytes_of("aaaabbbb")), 0u);
     EXPECT_EQ(rzl_finish(c), 0u);
     const picture p = read_plane(path("a"));

@@ -35,6 +35,11 @@ TEST_F(KrvnTest, CcittDataIsThatOfItsCodingBitZeroFirst) {
         bytes_of_file file = read_bytes(write_page(path("page.rle"), format, p, 300));
         EXPECT_EQ(bytes_of_file(file.begin() + 1024, file.end()), encode(coding, p));
     }
+    CFILE* c = new_file(path("page.rle"), GROUP4, 1001, 300);
+    EXPECT_EQ(put_page(c, p, 5), 5);
+    c->line = 3;
+    EXPECT_EQ(refusal(c, rzl_putline(c, p.line(3))), RZL_LINES_OUT_OF_ORDER);
+    rzl_close(c);
 }
 
 TEST_F(KrvnTest, CcittLinesThatAreMissingAreWhite) {

@@ -173,23 +173,21 @@ TEST_F(Header, SizesThatTheFileCannotHold) {
         uint32_t status;
         bool damaged;
     };
-    const claim claims[] = {
-        {2, 100, 1, 0, false},
-        {2, 100, 2, 0, true}, // a line is missing
-        {2, 0xFFFFFFFF, 1, RZL_BAD_IMAGE_SIZE, false},
-        {2, 1, 0x80000000, RZL_BAD_IMAGE_SIZE, false},
-        {2, 2000, 1, RZL_BAD_IMAGE_SIZE, false},
-        {8, 100, 1, RZL_BAD_IMAGE_SIZE, false},
-        {27, 2000, 3, 0, false},
-        {27, 2000, 30, 0, true},
-        {27, 200000, 1, RZL_BAD_IMAGE_SIZE, false},
-        {9, 100000, 10, 0, false},
-        {65, 1, 1, RZL_READ_FAILED, false},
-        {31, 1, 1, RZL_JPEG_HARDWARE_3, false},
-        {11, 1, 1, RZL_READ_FAILED, false},
-        {23, 100, 1, 0, false},
-        {2, 0, 7, 0, false},
-    };
+    const claim claims[] = {{2, 100, 1, 0, false},
+                            {2, 100, 2, 0, true}, // a line is missing
+                            {2, 0xFFFFFFFF, 1, RZL_BAD_IMAGE_SIZE, false},
+                            {2, 1, 0x80000000, RZL_BAD_IMAGE_SIZE, false},
+                            {2, 2000, 1, RZL_BAD_IMAGE_SIZE, false},
+                            {8, 100, 1, RZL_BAD_IMAGE_SIZE, false},
+                            {27, 2000, 3, 0, false},
+                            {27, 2000, 30, 0, true},
+                            {27, 200000, 1, RZL_BAD_IMAGE_SIZE, false},
+                            {9, 100000, 10, 0, false},
+                            {65, 1, 1, RZL_READ_FAILED, false},
+                            {31, 1, 1, RZL_JPEG_HARDWARE_3, false},
+                            {11, 1, 1, RZL_READ_FAILED, false},
+                            {23, 100, 1, 0, false},
+                            {2, 0, 7, 0, false}};
     for (const claim& row : claims) {
         bytes_of_file b = make_header(row.format, row.xsize, row.ysize);
         b.resize(1124);
@@ -339,8 +337,7 @@ TEST_F(Header, TextForm) {
     const std::string rest = "word\n2\n2\n7\n8\n9\n0\nA description\nA comment\n";
     make("1\n" + rest);
     CFILE* c = opened(rzl_open_r(p.c_str()));
-    for (auto [field, value] : field_values{{1, 2}, {2, 2}, {3, 27}, {11, 7}, {12, 8}, {13, 9}, {500, 0}, {506, 3}})
-        EXPECT_EQ(field_of(c, field), value) << field;
+    expect_fields(c, {{1, 2}, {2, 2}, {3, 27}, {11, 7}, {12, 8}, {13, 9}, {500, 0}, {506, 3}});
     char text[200];
     EXPECT_EQ(rzl_get_hdr_data(c, 15, text), 0);
     EXPECT_STREQ(text, "A comment");

@@ -80,20 +80,8 @@ TEST_F(Usgs, FieldsOfTheRecords) {
               {3, 276, "300.7"}};
     const bytes_of_file file = u.file(u.some_pixels());
     CFILE* c = open_made(file);
-    expect_fields(c, {{5, 0},
-                      {6, 0},
-                      {7, 0},
-                      {8, 300},
-                      {9, 4},
-                      {10, 0},
-                      {16, 1},
-                      {19, 0},
-                      {20, 1},
-                      {21, 0},
-                      {500, 16},
-                      {501, 0},
-                      {503, 1},
-                      {508, 0}});
+    expect_fields(c, {{5, 0}, {6, 0}, {7, 0}, {8, 300}, {9, 4}, {10, 0}, {16, 1}, {19, 0}, {20, 1}, {21, 0}});
+    expect_fields(c, {{500, 16}, {501, 0}, {503, 1}, {508, 0}});
     double matrix[16] = {}, rotation = 0;
     EXPECT_TRUE(rzl_get_hdr_data(c, 4, matrix) == 0 && rzl_get_hdr_data(c, 29, &rotation) == 0);
     EXPECT_TRUE(matrix[0] == 1.5 && matrix[3] == 425000 && matrix[5] == 2.5 && matrix[7] == -3500000 &&

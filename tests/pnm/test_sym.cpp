@@ -248,6 +248,7 @@ TEST_F(Xbm, Texts) {
     } bad[] = {
         {SIZES + "static short a_bits[] = {0x01a5, 0x00f0};", -1},
         {"#define a_width 9\n" + ARRAY + "0xa5, 0x01, 0xf0, 0x00};", -1},
+        {"#define a_width 9\n#define a_height", -1},
         {"#define a_width 0\n#define a_height 2\n" + ARRAY, -1},
         {"#define a_width -9\n#define a_height 2\n" + ARRAY, -1},
         {"#define a_width 4294967297\n#define a_height 2\n" + ARRAY, -1},

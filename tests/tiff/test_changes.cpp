@@ -87,29 +87,26 @@ TEST_F(Changes, BitsAndSamplesAreKeptOrRefused) {
     const struct {
         int32_t format, field, value, format_in_file;
         uint32_t status;
-    } rows[] = {
-        {2, 507, 1, 1, 0},
-        {2, 507, 12, 3, 0},
-        {2, 507, 16, 3, 0},
-        {2, 507, 32, 4, 0},
-        {29, 507, 4, 29, 0},
-        {29, 507, 1, 9, 0},
-        {3, 507, 8, 2, 0},
-        {28, 507, 16, 28, 0},
-        {2, 506, 3, 28, 0},
-        {29, 506, 4, 67, 0},
-        {28, 506, 1, 2, 0},
-        {2, 506, 2, 0, RZL_UNSUP_TIFF},
-        {2, 506, 5, 0, RZL_UNSUP_TIFF},
-        {2, 507, 33, 0, RZL_UNSUP_TIFF},
-        {24, 507, 8, 0, RZL_UNSUP_TIFF},
-        {28, 507, 17, 0, RZL_UNSUP_TIFF},
-    };
+    } rows[] = {{2, 507, 1, 1, 0},
+                {2, 507, 12, 3, 0},
+                {2, 507, 16, 3, 0},
+                {2, 507, 32, 4, 0},
+                {29, 507, 4, 29, 0},
+                {29, 507, 1, 9, 0},
+                {3, 507, 8, 2, 0},
+                {28, 507, 16, 28, 0},
+                {2, 506, 3, 28, 0},
+                {29, 506, 4, 67, 0},
+                {28, 506, 1, 2, 0},
+                {2, 506, 2, 0, RZL_UNSUP_TIFF},
+                {2, 506, 5, 0, RZL_UNSUP_TIFF},
+                {2, 507, 33, 0, RZL_UNSUP_TIFF},
+                {24, 507, 8, 0, RZL_UNSUP_TIFF},
+                {28, 507, 17, 0, RZL_UNSUP_TIFF}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.format << ": " << row.field << "=" << row.value);
         CFILE* c = rzl_open_w(file().c_str());
-        for (auto [field, value] : field_values{{500, 1}, {3, row.format}, {1, 20}, {2, 3}, {row.field, row.value}})
-            EXPECT_EQ(set_field_to(c, field, value), 0);
+        set_fields(c, {{500, 1}, {3, row.format}, {1, 20}, {2, 3}, {row.field, row.value}});
         EXPECT_EQ(rzl_write_header(c), row.status == 0 ? 0 : 1);
         EXPECT_EQ(status_of(c), row.status);
         rzl_close(c);
@@ -125,20 +122,17 @@ TEST_F(Changes, NothingIsWrittenOfAFileThatPassesItsOffsets) {
     const struct {
         field_values fields;
         bool fits;
-    } rows[] = {
-        {{{3, 2}, {1, 65536}, {2, 65535}, {505, -1}}, true},
-        {{{3, 2}, {1, 65536}, {2, 65536}}, false},
-        {{{3, 28}, {1, 40000}, {2, 40000}}, false},
-        {{{3, 2}, {1, 1}, {2, 600000000}, {505, 1}}, false},
-        {{{3, 2}, {1, 65500}, {2, 65500}, {100, 4096}}, false},
-        {{{3, 29}, {1, 65536}, {2, 100000}}, true},
-        {{{3, 28}, {1, 40000}, {2, 40000}, {503, 2}}, false},
-    };
+    } rows[] = {{{{3, 2}, {1, 65536}, {2, 65535}, {505, -1}}, true},
+                {{{3, 2}, {1, 65536}, {2, 65536}}, false},
+                {{{3, 28}, {1, 40000}, {2, 40000}}, false},
+                {{{3, 2}, {1, 1}, {2, 600000000}, {505, 1}}, false},
+                {{{3, 2}, {1, 65500}, {2, 65500}, {100, 4096}}, false},
+                {{{3, 29}, {1, 65536}, {2, 100000}}, true},
+                {{{3, 28}, {1, 40000}, {2, 40000}, {503, 2}}, false}};
     for (const auto& row : rows) {
         CFILE* c = rzl_open_w(file().c_str());
         EXPECT_EQ(set_field_to(c, 500, 1), 0);
-        for (auto [field, value] : row.fields)
-            EXPECT_EQ(set_field_to(c, field, value), 0);
+        set_fields(c, row.fields);
         EXPECT_EQ(rzl_write_header(c) == 0, row.fits) << row.fields[0].second;
         EXPECT_EQ(status_of(c), row.fits ? 0 : RZL_BAD_IMAGE_SIZE);
         if (!row.fits) {

@@ -95,26 +95,24 @@ TEST_F(Directory, WhatIsRefused) {
     const struct {
         hand_entry entry;
         uint32_t status;
-    } rows[] = {
-        {{258, 3, {8, 8}}, RZL_UNSUP_TIFF},
-        {{262, 3, {6}}, RZL_UNSUP_TIFF},
-        {{262, 3, {4}}, RZL_UNSUP_TIFF},
-        {{259, 3, {7}}, RZL_UNSUP_TIFF},
-        {{259, 3, {4}}, RZL_UNSUP_TIFF},
-        {{277, 3, {5}}, RZL_UNSUP_TIFF},
-        {{277, 3, {0}}, RZL_UNSUP_TIFF},
-        {{258, 3, {64}}, RZL_UNSUP_TIFF},
-        {{258, 3, {0}}, RZL_UNSUP_TIFF},
-        {{284, 3, {3}}, RZL_UNSUP_TIFF},
-        {{256, 4, {0x80000000}}, RZL_BAD_IMAGE_SIZE},
-        {{257, 4, {0xFFFFFFFF}}, RZL_BAD_IMAGE_SIZE},
-        {{256, 4, {100000}}, RZL_BAD_IMAGE_SIZE},
-        {{322, 3, {0}}, RZL_BAD_TILE_SIZE},
-        {{320, 3, {1, 2, 3}}, RZL_READ_FAILED},
-        {{282, 5, {}}, 0},
-        {{273, 4, {}}, 0},
-        {{257, 3, {0}}, 0},
-    };
+    } rows[] = {{{258, 3, {8, 8}}, RZL_UNSUP_TIFF},
+                {{262, 3, {6}}, RZL_UNSUP_TIFF},
+                {{262, 3, {4}}, RZL_UNSUP_TIFF},
+                {{259, 3, {7}}, RZL_UNSUP_TIFF},
+                {{259, 3, {4}}, RZL_UNSUP_TIFF},
+                {{277, 3, {5}}, RZL_UNSUP_TIFF},
+                {{277, 3, {0}}, RZL_UNSUP_TIFF},
+                {{258, 3, {64}}, RZL_UNSUP_TIFF},
+                {{258, 3, {0}}, RZL_UNSUP_TIFF},
+                {{284, 3, {3}}, RZL_UNSUP_TIFF},
+                {{256, 4, {0x80000000}}, RZL_BAD_IMAGE_SIZE},
+                {{257, 4, {0xFFFFFFFF}}, RZL_BAD_IMAGE_SIZE},
+                {{256, 4, {100000}}, RZL_BAD_IMAGE_SIZE},
+                {{322, 3, {0}}, RZL_BAD_TILE_SIZE},
+                {{320, 3, {1, 2, 3}}, RZL_READ_FAILED},
+                {{282, 5, {}}, 0},
+                {{273, 4, {}}, 0},
+                {{257, 3, {0}}, 0}};
     for (bool big : {false, true})
         for (const auto& row : rows)
             EXPECT_EQ(open_status(grey(big, p, {row.entry})), row.status) << row.entry.tag;
