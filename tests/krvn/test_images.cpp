@@ -43,8 +43,7 @@ TEST_F(Images, ChainsOfImages) {
         EXPECT_EQ(refusal(c, rzl_seek(c, line)), RZL_PAST_END);
     for (int i : {2, 0, 1, 2, 1}) {
         EXPECT_EQ(rzl_set_active_image(c, i), 0);
-        EXPECT_EQ(field_of(c, 22), i);
-        EXPECT_EQ(field_of(c, 402), i == 0 ? 3 : -1);
+        expect_fields(c, {{22, i}, {402, i == 0 ? 3 : -1}});
         EXPECT_EQ(next_value(c), 10 * i);
         EXPECT_EQ(next_value(c), 10 * i + 1);
     }

@@ -90,8 +90,7 @@ TEST_F(Packets, LibraryPacketsAreKeptFromTheApplication) {
     write_bytes(p, with_area(area, words));
     CFILE* c = opened(rzl_open_rw(p.c_str()));
     EXPECT_EQ(rzl_is_damaged(c), 0);
-    EXPECT_EQ(field_of(c, 200), 2);
-    EXPECT_EQ(field_of(c, 7), 7 + 6 + 5);
+    expect_fields(c, {{200, 2}, {7, 7 + 6 + 5}});
     bytes_of_file got(36, 0xEE);
     EXPECT_EQ(rzl_get_packet(c, got.data()), 0);
     bytes_of_file expected;
@@ -214,8 +213,7 @@ TEST_F(Packets, DirectoryGrowsWhereThereIsRoom) {
         EXPECT_EQ(put_lines(c, 2, 20), 2);
         EXPECT_EQ(rzl_finish(c), 0u);
         c = opened(rzl_open_rw(p.c_str()));
-        EXPECT_EQ(set_field_to(c, 200, 0), 0);
-        EXPECT_EQ(set_field_to(c, 200, 36), 0);
+        set_fields(c, {{200, 0}, {200, 36}});
         EXPECT_EQ(refusal(c, set_field_to(c, 200, 35)), RZL_BAD_FIELD_VALUE) << "directories don't shrink";
         EXPECT_EQ(field_of(c, 7), 10);
         EXPECT_EQ(rzl_set_active_overview(c, 35), 0); // placed, sizes to come

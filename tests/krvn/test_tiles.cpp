@@ -160,8 +160,7 @@ TEST_F(Tiles, LinesComeBackFromTiles) {
         CFILE* t = rzl_open_r(tiled.c_str());
         CFILE* l = rzl_open_r(plain.c_str());
         ASSERT_TRUE(t != nullptr && l != nullptr);
-        EXPECT_EQ(field_of(t, 100), side);
-        EXPECT_EQ(field_of(t, 3), one.format);
+        expect_fields(t, {{100, side}, {3, one.format}});
         for (int y : {0, 1, 33, 32, 69, 5, 63, 64})
             EXPECT_EQ(got_line(t, one.how, y), got_line(l, one.how, y)) << y;
         EXPECT_EQ(rzl_is_damaged(t), 0);

@@ -76,9 +76,7 @@ TEST_F(Fields, NewFilesTakeTheirLayoutAndValues) {
     // A text may be shorter than an integer; the core does not look into it.
     std::unique_ptr<char[]> text(new char[2]{'a', '\0'});
     EXPECT_EQ(rzl_set_hdr_data(c, RZL_FIELD_DESCRIPTION, text.get()), 0);
-    EXPECT_EQ(set_field_to(c, 1, 640), 0);
-    EXPECT_EQ(set_field_to(c, 506, 3), 0);
-    EXPECT_EQ(set_field_to(c, 507, 16), 0);
+    set_fields(c, {{1, 640}, {506, 3}, {507, 16}});
     EXPECT_EQ(notes.set, (std::vector<int32_t>{14, 1}));
     for (auto [field, value] :
          {std::pair{1, -1}, {2, INT32_MIN}, {506, 0}, {507, 129}, {100, -32}, {104, -1}, {31, 17}}) {
@@ -154,8 +152,7 @@ TEST_F(Fields, AnOverviewTakesOnlyItsOwnFields) {
     }
     EXPECT_EQ(set_field_to(c, 104, 48), 0);
     EXPECT_EQ(c->tile->width, 48u) << "never a tile of width 0";
-    EXPECT_EQ(set_field_to(c, 100, 64), 0);
-    EXPECT_EQ(set_field_to(c, 104, 32), 0);
+    set_fields(c, {{100, 64}, {104, 32}});
     EXPECT_EQ(c->tile->width, 64u);
     EXPECT_EQ(c->tile->height, 32u);
     EXPECT_EQ(set_field_to(c, 104, 0), 0);

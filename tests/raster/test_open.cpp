@@ -165,8 +165,7 @@ TEST_F(Open, CatalogIsNotTruncated) {
 TEST_F(Open, ModesOfCreatedAndOpenedFiles) {
     CFILE* c = opened(rzl_open_wr(path("new").c_str()));
     EXPECT_EQ(c->mode, MODE_WRITE_READ);
-    EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_KRVN);
-    EXPECT_EQ(field_of(c, RZL_FIELD_FLAG_404), 1);
+    expect_fields(c, {{RZL_FIELD_STANDARD, RZL_STANDARD_KRVN}, {RZL_FIELD_FLAG_404, 1}});
     rzl_close(c);
     EXPECT_EQ(refused(rzl_open_w(path("no/such/directory").c_str())), RZL_CANNOT_OPEN);
 
@@ -197,13 +196,10 @@ TEST_F(Open, StandardIsFreeUntilTheHeaderStands) {
     EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, -1), 0);
     ::unsetenv("RZL_STANDARD");
     EXPECT_EQ(field_of(c, RZL_FIELD_STANDARD), RZL_STANDARD_TIFF) << "the one that the environment names";
-    EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, RZL_STANDARD_KRVN), 0);
-    EXPECT_EQ(set_field_to(c, RZL_FIELD_XSIZE, 8), 0);
-    EXPECT_EQ(set_field_to(c, RZL_FIELD_YSIZE, 2), 0);
+    set_fields(c, {{RZL_FIELD_STANDARD, RZL_STANDARD_KRVN}, {RZL_FIELD_XSIZE, 8}, {RZL_FIELD_YSIZE, 2}});
     EXPECT_EQ(rzl_write_header(c), 0);
     spec = c->spec;
-    EXPECT_EQ(set_field_to(c, RZL_FIELD_STANDARD, RZL_STANDARD_TIFF), 0);
-    EXPECT_EQ(set_field_to(c, RZL_FIELD_XSIZE, 4000), 0);
+    set_fields(c, {{RZL_FIELD_STANDARD, RZL_STANDARD_TIFF}, {RZL_FIELD_XSIZE, 4000}});
     EXPECT_EQ(c->spec, spec);
     EXPECT_EQ(field_of(c, RZL_FIELD_XSIZE), 8) << "passed over: the header tells 8";
     rzl_close(c);

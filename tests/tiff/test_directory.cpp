@@ -268,8 +268,7 @@ TEST_F(Directory, ChainsOfImages) {
             {{254, 4, {uint32_t(third)}}, {256, 3, {2}}, {257, 3, {1}}, {258, 3, {8}}, {259, 3, {5}}}, next);
         f.put32(loop, load_u32be(&f.bytes[4])); // back to the first
         CFILE* c = opened(open(f));
-        EXPECT_EQ(field_of(c, 200), overviews);
-        EXPECT_EQ(field_of(c, 402), images);
+        expect_fields(c, {{200, overviews}, {402, images}});
         if (overviews == 2) {
             EXPECT_EQ(rzl_set_active_overview(c, 0), 0);
             EXPECT_EQ(field_of(c, 1), 4);

@@ -59,8 +59,7 @@ TEST_F(Writing, StructureAndPlan) {
     EXPECT_EQ(ifd, 8u + 6 + 12 + 12 + 8 + 8 + 12);
     EXPECT_EQ(b.size(), ifd + 2 + 17 * 12 + 4 + 30 * 20 * 3);
     c = opened(rzl_open_r(file().c_str()));
-    EXPECT_EQ(field_of(c, 9), 6);
-    EXPECT_EQ(field_of(c, 8), -300);
+    expect_fields(c, {{9, 6}, {8, -300}});
     EXPECT_EQ(field_of(c, 502), 1) << "no differences without LZW";
     tag = {200, 0, 0, {}};
     EXPECT_EQ(rzl_get_hdr_data(c, 509, &tag), 0);
@@ -334,9 +333,7 @@ TEST_F(Writing, OverviewsAndImages) {
         EXPECT_EQ(put_lines(c, p, 0, 30), 30);
         for (auto [number, reduced] : {std::pair{0, half}, {1, quarter}}) {
             EXPECT_EQ(rzl_set_active_overview(c, number), 0);
-            EXPECT_EQ(set_field_to(c, 1, reduced.width), 0);
-            EXPECT_EQ(set_field_to(c, 2, reduced.height), 0);
-            EXPECT_EQ(set_field_to(c, 201, number + 1), 0);
+            set_fields(c, {{1, reduced.width}, {2, reduced.height}, {201, number + 1}});
             EXPECT_EQ(set_field_to(c, 501, 1), 1) << "no field of an overview";
             EXPECT_EQ(put_lines(c, reduced, 0, reduced.height), reduced.height);
         }
