@@ -41,7 +41,8 @@ size_t printed_bytes(const raster_source* s) {
 // Only what is used: a line may be millions of pixels wide.
 bool allocate(const raster_source* s, line_buffers* b) {
     for (int i = 0; i < plane_count(s); ++i) {
-        b->planes[i].block = mem_new_array<uint8_t>(source_plane_bytes(s));
+        const bool bits = s->kind == pixel_kind::bilevel;
+        b->planes[i].block = mem_new_array<uint8_t>(bits ? raster_bit_line_bytes(s->width) : source_plane_bytes(s));
         if (!b->planes[i]) return false;
     }
     size_t printed = static_cast<size_t>(s->width) * printed_bytes(s);
@@ -132,6 +133,8 @@ int command_cat(word_list* words) {
     bool too_deep = source.kind == pixel_kind::deep && source.bits > 16;
     if (too_deep) {
         program_fail("Samples of %d bits are not printed as bytes.", source.bits);
+    } else if (rzl_lines_held(source.file) == 0) {
+        raster_is_undamaged(source.file, request.path);
     } else if (!allocate(&source, &buffers)) {
         program_fail("There is no memory for a line of %d pixels.", source.width);
     } else {

@@ -95,11 +95,8 @@ int parse(word_list* words, convert_request* request) {
 // ---- the target -----------------------------------------------------------------------------------------------------
 
 pixel_kind kind_of_format(int64_t format) {
+    if (raster_is_bilevel(format)) return pixel_kind::bilevel;
     switch (format) {
-    case RZL_FORMAT_BILEVEL:
-    case RZL_FORMAT_BILEVEL_RUNS:
-    case RZL_FORMAT_GROUP3:
-    case RZL_FORMAT_GROUP4: return pixel_kind::bilevel;
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_BYTE_PAIRS:
     case RZL_FORMAT_BYTE_RUNS:
@@ -388,6 +385,20 @@ void mirror_line(conversion* c) {
         std::reverse(plane.get(), plane.get() + width);
 }
 
+// Bits that stay as they are need a line of bits, which may be millions of pixels wide.
+bool make_planes(conversion* c) {
+    if (c->pixels) return true;
+    if (c->source->kind == pixel_kind::bilevel && c->target == pixel_kind::bilevel && !c->mirrored) {
+        c->planes[0].block = mem_new_array<uint8_t>(raster_bit_line_bytes(c->source->width));
+        return static_cast<bool>(c->planes[0]);
+    }
+    for (auto& plane : c->planes) {
+        plane.block = mem_new_array<uint8_t>(source_plane_bytes(c->source));
+        if (!plane) return false;
+    }
+    return true;
+}
+
 bool write_line(conversion* c) {
     auto& p = c->planes;
     if (c->pixels) return rzl_putline_interleaved(c->out, c->pixels.get()) == 0;
@@ -419,7 +430,9 @@ int line_not_written(const conversion* c) {
 int copy_lines(conversion* c) {
     const raster_source* s = c->source;
     const char* path = c->request->in.path;
-    if (!make_pixels(c)) return program_fail("There is no memory for a line of %d pixels.", s->width);
+    if (!make_pixels(c) || !make_planes(c)) {
+        return program_fail("There is no memory for a line of %d pixels.", s->width);
+    }
     if (c->turned) rzl_randomize(s->file); // only makes seeking quick
     for (int32_t line = 0; line < s->height; ++line) {
         if (c->turned && rzl_seek(s->file, s->height - 1 - line) != 0) return raster_line_failed(s->file, path, line);
@@ -456,10 +469,6 @@ int write_file(conversion* c, const char* fresh) {
     if (reduces(c->source, c->request)) {
         int status = reduce_source(c->source, c->request->in.path, &c->reduced);
         if (status != EXIT_DONE) return status;
-    }
-    for (auto& plane : c->planes) {
-        plane.block = mem_new_array<uint8_t>(source_plane_bytes(c->source));
-        if (!plane) return program_fail("There is no memory for a line of %d pixels.", c->source->width);
     }
     char name[PLAIN_NAME_SIZE];
     c->out = rzl_open_w(plain_name(fresh, name));
