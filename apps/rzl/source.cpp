@@ -173,7 +173,3 @@ bool source_is_bottom_up(const raster_source* source) {
 bool source_is_right_to_left(const raster_source* source) {
     return (source->orientation & ORIENTATION_FROM_RIGHT) != 0;
 }
-
-int32_t source_line_of_row(const raster_source* source, int32_t row) {
-    return source_is_bottom_up(source) ? source->height - 1 - row : row;
-}
