@@ -112,7 +112,6 @@ TEST_F(Header, OldForms) {
     b.resize(518, 9);
     write_bytes(p, b);
     c = opened(rzl_open_r(p.c_str()));
-    double ratio = 0;
     EXPECT_EQ(number_of(c, 26), 1.0);
     EXPECT_EQ(field_of(c, 5), 0) << "pixels are no colour table";
     EXPECT_EQ(next_value(c), 9);
