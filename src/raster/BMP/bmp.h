@@ -115,6 +115,6 @@ int bmp_write_header(CFILE* c);
 int bmp_put_line(CFILE* c, int channels, write_planes buffers);
 
 // Finishes a new file. Its lines must have been put from the top or from the bottom, field 9 being RZL_TOP_DOWN or
-// RZL_BOTTOM_UP; otherwise nothing of them is written (nothing more, when that was set after the first of them), and the
-// status is RZL_UNSUP_BMP.
+// RZL_BOTTOM_UP; otherwise nothing of them is written (nothing more, when that was set after the first of them), and
+// the status is RZL_UNSUP_BMP.
 void bmp_close(CFILE* c);
