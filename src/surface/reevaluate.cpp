@@ -238,7 +238,18 @@ void thin_run(penline_run* run, int from, int step, int count, bool with_uv) {
     thin(run->v, from, step, count);
 }
 
+// Tells of all columns of the run within what is wanted, as a pass without steps does: what a display has laid over the
+// row may reach beyond the samples that it shows.
+void note_run(reevaluation* r, const penline_run* run, columns wanted) {
+    const int32_t first = std::max(run->x, wanted.x1);
+    const int32_t end = std::min(run->x + run->count, wanted.x2);
+    if (first >= end) return;
+    r->first_changed = std::min(r->first_changed, first);
+    r->last_changed = std::max(r->last_changed, end - 1);
+}
+
 void change_run(reevaluation* r, int32_t y, penline_run* run, columns wanted) {
+    note_run(r, run, wanted);
     const int32_t ahead = std::max(run->x - wanted.x1 + wanted.step - 1, 0) / wanted.step;
     const int32_t x = wanted.x1 + ahead * wanted.step;
     const int32_t end = std::min(run->x + run->count, wanted.x2);
@@ -253,8 +264,6 @@ void change_run(reevaluation* r, int32_t y, penline_run* run, columns wanted) {
     } else {
         change_by_pattern(r, run, count, &to);
     }
-    r->first_changed = std::min(r->first_changed, x);
-    r->last_changed = std::max(r->last_changed, x + (count - 1) * wanted.step);
 }
 
 void change_row(reevaluation* r, int32_t y, columns wanted) {
