@@ -15,6 +15,7 @@
 
 #include <algorithm>
 
+#include "support/invariant.h"
 #include "support/log.h"
 #include "support/memory.h"
 
@@ -43,8 +44,11 @@ row_changed told_of_beginning() {
 
 // Without a display all of the picture counts as seen. False when nothing is.
 bool seen_grid(pixel_grid* grid) {
-    if (open_image.display.seen != nullptr) return open_image.display.seen(grid);
-    *grid = {0, 0, open_image.picture->width, open_image.picture->height, 1};
+    const raster_image* p = open_image.picture;
+    *grid = {0, 0, p->width, p->height, 1};
+    if (open_image.display.seen != nullptr && !open_image.display.seen(grid)) return false;
+    const bool is_inside = grid->x1 >= 0 && grid->y1 >= 0 && grid->x2 <= p->width && grid->y2 <= p->height;
+    invariant(is_inside && grid->step > 0, "what is seen of a picture lies inside of it");
     return true;
 }
 
@@ -80,6 +84,7 @@ void show_all_rows() {
 }
 
 void close_drag() {
+    invariant(!drag->behind, "a drag ends with the whole picture at what was asked for");
     reevaluation_free(drag->pass);
     mem_free(drag->rows);
     *drag = {};

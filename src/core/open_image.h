@@ -78,8 +78,7 @@ void image_close();
 // redo that leads away from here.
 void image_mark_unchanged();
 
-// ---- apply.cpp, drag.cpp: changes of surfaces
-// --------------------------------------------------------------------------------
+// ---- apply.cpp, drag.cpp: changes of surfaces ---------------------------------------------------------------------
 
 // Gives a pen a new colour or pattern, as one step that can be undone. Takes ownership of the applique in every case.
 // Returns 1 when the pen now carries it (also when it did before), 0 after a message.
@@ -118,8 +117,7 @@ void image_history_limit(size_t bytes);
 void image_undo_words(char* text, size_t size);
 void image_redo_words(char* text, size_t size);
 
-// ---- recipes.cpp
-// -----------------------------------------------------------------------------------------------------
+// ---- recipes.cpp --------------------------------------------------------------------------------------------------
 
 // Applies the sets of a recipe in their order, one step each; names are looked up in the palettes. What is wrong with a
 // set, or a pen that the image doesn't have, is told with its line, and the others are applied. Returns how many sets
