@@ -17,6 +17,7 @@
 #include "platform/window/dialog.h"
 #include "support/log.h"
 #include "support/memory.h"
+#include "support/text.h"
 #include "surface/raster_image.h"
 #include "surface/recipe.h"
 #include "tools/process.h"
@@ -211,9 +212,10 @@ void palette_save_command() {
     if (!ask_file("Save Palette", usual, PALETTE_FILTERS, ".tnp", path)) return;
     if (palette_book_save(&program_palette, path) != 0) return;
     main_form_show_palette();
-    char text[FILES_PATH_SIZE + 64];
+    char text[FILES_PATH_SIZE + 64], latin1[FILES_PATH_SIZE + 64];
     std::snprintf(text, sizeof text, "Palette saved in %s\n", path);
-    Show_message(0, text, 3);
+    text_to_latin1(text, latin1, sizeof latin1);
+    Show_message(0, latin1, 3);
 }
 
 int load_recipe(const char* path) {

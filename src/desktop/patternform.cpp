@@ -19,6 +19,7 @@
 #include "forms/forms.h"
 #include "support/checked.h"
 #include "support/log.h"
+#include "surface/raster_image.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
 #include "tools/events.h"
@@ -453,7 +454,10 @@ void pattern_blocks_drop() {
 
 void pattern_add_command(const char* path) {
     const int index = program_palette.patterns.count;
-    if (!set_pattern(index, path)) return;
+    // What can't be read is told, and is no pattern.
+    raster_image* corner = load_image(path, 1, 1);
+    raster_image_free(corner);
+    if (corner == nullptr || !set_pattern(index, path)) return;
     pattern_select(index);
     if (form == nullptr) return;
     FIg_set_state(form, SHOWN_SIDE, 1);
