@@ -222,8 +222,9 @@ int load_recipe(const char* path) {
     recipe r = {};
     int applied = 0;
     change([&] {
-        if (recipe_read(&r, path, LOG_WARNING))
-            applied = image_apply_recipe(&r, &program_palette.colors, &program_palette.patterns);
+        if (!recipe_read(&r, path, LOG_WARNING)) return;
+        if (r.count == 0 && r.wrong == 0) log_message(LOG_WARNING, "The recipe \"%s\" holds no set.\n", path);
+        if (r.count > 0) applied = image_apply_recipe(&r, &program_palette.colors, &program_palette.patterns);
     });
     recipe_free(&r);
     return applied;
