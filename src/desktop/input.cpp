@@ -6,6 +6,8 @@
 #include "core/open_image.h"
 #include "desktop/appforms.h"
 #include "desktop/commands.h"
+#include "desktop/keyboard.h"
+#include "desktop/picker.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
 #include "support/log.h"
@@ -125,7 +127,10 @@ key_command command_of(const desk_message* message) {
 }
 
 void press_key(uint8_t key) {
+    if (file_picker_take_key(nullptr, key)) return;
     switch (key) {
+    case KEY_TAB:
+    case KEY_BACK_TAB: keyboard_enter(nullptr); break;
     case 'a': apply_selection(); break;
     case '=':
     case '1': zoom_one_to_one(); break;
@@ -160,6 +165,8 @@ void input_user_event() {
     lay_out();
     open_dropped();
     run_command();
+    FI_form* returned = keyboard_go_on();
+    if (returned != nullptr) file_picker_take_key(returned, KEY_RETURN);
 }
 
 bool input_notice_key(const desk_message* message) {

@@ -11,6 +11,7 @@
 #include "desktop/commands.h"
 #include "desktop/dispatch.h"
 #include "desktop/input.h"
+#include "desktop/keyboard.h"
 #include "desktop/mainform.h"
 #include "desktop/messages.h"
 #include "desktop/outputform.h"
@@ -129,6 +130,7 @@ bool start(const start_files* files) {
         log_message(LOG_ERROR, "Failed to initialize forms\n");
         return false;
     }
+    keyboard_start();
     read_screen();
     read_remembered();
     picture_watch_image();

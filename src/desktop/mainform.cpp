@@ -11,6 +11,7 @@
 #include "desktop/commands.h"
 #include "desktop/formtexts.h"
 #include "desktop/input.h"
+#include "desktop/keyboard.h"
 #include "desktop/palettelist.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
@@ -67,6 +68,7 @@ FI_form* form = nullptr;
 char directory[FILES_PATH_SIZE] = "";
 char startup_directory[FILES_PATH_SIZE] = "";
 int shown_pen = NO_PEN;
+char shown_name[FORM_TEXT_SIZE] = ""; // in Latin-1
 
 // ---- commands of gadgets -------------------------------------------------------------------------------------------
 
@@ -109,9 +111,19 @@ void directory_typed() {
     if (std::strcmp(text, latin1) != 0) set_current_directory(text);
 }
 
+// What has been typed and not yet left counts, too.
+void apply_typed() {
+    char text[FORM_TEXT_SIZE], latin1[FORM_TEXT_SIZE];
+    pen_typed();
+    form_get_text(form, NAME_FIELD, text);
+    text_to_latin1(text, latin1, sizeof latin1);
+    if (std::strcmp(latin1, shown_name) != 0) name_typed();
+    apply_selection();
+}
+
 void list_clicked(double value) {
     const int row = static_cast<int>(value + 0.1);
-    if (!palette_list_is_shown() || row < 0) return;
+    if (keyboard_passes() || !palette_list_is_shown() || row < 0) return;
     palette_select(row);
     FIfld_set_select(form, COLOR_LIST, row, 0, 0);
 }
@@ -127,7 +139,7 @@ void notify(int /*form_label*/, int gadget, double value, FI_form* /*f*/) {
     case ONE_TO_ONE: zoom_one_to_one(); break;
     case RESTART: restart_display_command(); break;
     case EXIT: exit_command(); break;
-    case APPLY: apply_selection(); break;
+    case APPLY: apply_typed(); break;
     case PEN_FIELD: pen_typed(); break;
     case NAME_FIELD: name_typed(); break;
     case COLOR_LIST: list_clicked(value); break;
@@ -231,6 +243,7 @@ int main_form_create(int /*own_window*/, int* window) {
     if (form == nullptr && !make_form()) return 0;
     form_fit_screen(form);
     FIf_set_window_event_routine(form, form_event);
+    keyboard_join(form, OPEN_IMAGE);
     const int status = FIf_display(form);
     if (status != FI_SUCCESS) {
         form_failed(FORM_FILE, "FIf_display", status);
@@ -287,6 +300,7 @@ void main_form_show_palette() {
 }
 
 void main_form_show_chosen(const char* name) {
+    text_to_latin1(name, shown_name, sizeof shown_name);
     if (form != nullptr) form_set_text(form, NAME_FIELD, name);
 }
 

@@ -1,6 +1,7 @@
 #include "desktop/modal.h"
 
 #include "desktop/appforms.h"
+#include "desktop/keyboard.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
 #include "tools/events.h"
@@ -8,7 +9,7 @@
 
 namespace {
 
-constexpr char CONTROL_C = 3, RETURN = 13, ESCAPE = 27;
+constexpr int CONTROL_C = 3;
 constexpr int PRESS_TICKS = 4;
 
 // Takes the key event.
@@ -16,8 +17,9 @@ void take_key(FI_form* form, int accept, int cancel) {
     int count = 0;
     if (Get_keyboard_data(&count) != 0 || count == 0) return;
     const char key = keyboard_buffer[0];
-    if (key == RETURN) press_gadget(form, accept);
-    if (key == ESCAPE || key == CONTROL_C) press_gadget(form, cancel);
+    if (key == KEY_TAB || key == KEY_BACK_TAB) keyboard_enter(form);
+    if (key == KEY_RETURN) press_gadget(form, accept);
+    if (key == KEY_ESCAPE || key == CONTROL_C) press_gadget(form, cancel);
 }
 
 // A press elsewhere is none of the form's.
@@ -34,15 +36,21 @@ void handle(FI_form* form, uint32_t event, int accept, int cancel) {
         take_key(form, accept, cancel);
         return;
     }
+    if (event == BUTTON_EVENT) keyboard_pressed();
     if (event == BUTTON_EVENT && is_elsewhere(form)) {
         Drop_event(event);
         return;
     }
-    if (forms_process_event(event) != 0) return;
-    if (event == REFRESH_EVENT)
+    if (forms_process_event(event) != 0) {
+        if (keyboard_drop_escape() && FIf_is_valid(form) == FI_SUCCESS) press_gadget(form, cancel);
+        return;
+    }
+    if (event == REFRESH_EVENT) {
         view_refresh();
-    else
-        Drop_event(event);
+        return;
+    }
+    Drop_event(event);
+    if (event == USER_EVENT && keyboard_go_on() == form) press_gadget(form, accept);
 }
 
 } // namespace
@@ -53,6 +61,10 @@ void modal_loop(FI_form* form, bool (*is_done)(void* user), void* user, int acce
         if (Wait_for_next(PROGRAM_EVENTS | DELETE_EVENT, &event) != 0) return;
         handle(form, event, accept, cancel);
     }
+}
+
+void modal_end() {
+    Post_user_data(0);
 }
 
 void press_gadget(FI_form* form, int label) {

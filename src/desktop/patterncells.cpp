@@ -218,6 +218,11 @@ void cells_hide() {
     page.is_shown = false;
 }
 
+void cells_pick(int cell) {
+    const int pattern = page.cells[cell].pattern;
+    if (pattern >= 0 && !looks[pattern].load_failed) pattern_select(pattern);
+}
+
 void cells_mark(int pattern) {
     const int before = page.chosen;
     page.chosen = pattern;

@@ -8,6 +8,7 @@
 #include "desktop/colorbarmenu.h"
 #include "desktop/commands.h"
 #include "desktop/formtexts.h"
+#include "desktop/keyboard.h"
 #include "desktop/mainform.h"
 #include "desktop/palettelist.h"
 #include "desktop/patterncells.h"
@@ -282,6 +283,7 @@ void patterns_picked(void* /*user*/, char** files, const char* directory, const 
 
 void name_started(int /*form_label*/, int gadget, double /*value*/, FI_form* /*f*/) {
     if (gadget < FIRST_NAME || gadget >= FIRST_NAME + PAGE_CELLS || file_picker_is_open(pattern_picker)) return;
+    if (keyboard_last() == KEY_TAB || keyboard_last() == KEY_BACK_TAB) return; // passing by; a name can be typed
     picked_index = std::min(first_pattern + gadget - FIRST_NAME, program_palette.patterns.count);
     pattern_picker = file_picker_open("Select Pattern Files", current_directory(), PICK_MULTIPLE | PICK_NAMES_ONLY,
                                       PATTERN_FILTERS, 12, patterns_picked, nullptr);
@@ -295,6 +297,7 @@ void name_typed(int gadget) {
     const char* name = is_there ? program_palette.patterns.entries[index].name : "";
     if (text[0] == '\0' || std::strcmp(text, name) == 0 || !set_pattern(index, text)) {
         form_set_text(form, gadget, name);
+        if (is_there && keyboard_last() == KEY_RETURN && std::strcmp(text, name) == 0) cells_pick(gadget - FIRST_NAME);
         return;
     }
     show_page();
@@ -370,6 +373,7 @@ int pattern_form_create(int /*own_window*/, int* window, int /*screen_w*/, int /
     if (form == nullptr && !make_form()) return 0;
     form_fit_screen(form);
     FIf_set_initial_notification_routine(form, name_started);
+    keyboard_join(form, SHOWN_SIDE);
     FIg_erase(form, COLOR_GROUP);
     FIg_erase(form, PATTERN_GROUP);
     const int status = FIf_display(form);

@@ -2,7 +2,7 @@
 //
 //   press FORM GADGET [RIGHT DOWN]   a click in the middle of a gadget, or at a point of it
 //   type FORM GADGET TEXT            over what the field holds, and Return; without TEXT it is emptied
-//   keys TEXT      key NAME          typed; Return, Escape, Tab and the like, also "ctrl+s"
+//   keys TEXT      key NAME          typed; Return, Escape, Tab and the like, also "ctrl+s", "tab*3"
 //   drop FILE      at X Y            a file on the window; a click in the picture
 //   text FORM GADGET[:ROW] TEXT      what a field shows, without the blanks around it
 //   has FORM GADGET[:ROW] TEXT       a part of it
@@ -73,26 +73,36 @@ private:
         if (name == "kind") return static_cast<int>(chosen.kind);
         if (name == "gamma") return remembered.gamma;
         if (name == "open") return open_image.picture != nullptr ? 1 : 0;
+        if (name == "keys_at") { // the gadget that has the keys
+            FI_form* form = nullptr;
+            int label = 0, next = 0, previous = 0;
+            FI_get_input(&form, &label, &next, &previous);
+            return label;
+        }
         if (name == "tool") return current_tool != tool_default ? 1 : 0;
         ADD_FAILURE() << "no value " << name;
         return 0;
     }
     void press_key(const std::string& name) {
-        const std::pair<const char*, std::pair<host_key, uint32_t>> names[] = {{"enter", {host_key::enter, 13}},
-                                                                               {"escape", {host_key::escape, 27}},
-                                                                               {"tab", {host_key::tab, 9}},
-                                                                               {"f1", {host_key::f1, 0}},
-                                                                               {"f11", {host_key::f11, 0}},
-                                                                               {"up", {host_key::up, 0}},
-                                                                               {"down", {host_key::down, 0}},
-                                                                               {"left", {host_key::left, 0}},
-                                                                               {"right", {host_key::right, 0}},
-                                                                               {"home", {host_key::home, 0}},
-                                                                               {"page_down", {host_key::page_down, 0}}};
+        const std::pair<const char*, std::pair<host_key, uint32_t>> names[] = {
+            {"enter", {host_key::enter, 13}}, {"escape", {host_key::escape, 27}},
+            {"tab", {host_key::tab, 9}},      {"f1", {host_key::f1, 0}},
+            {"f11", {host_key::f11, 0}},      {"up", {host_key::up, 0}},
+            {"down", {host_key::down, 0}},    {"left", {host_key::left, 0}},
+            {"right", {host_key::right, 0}},  {"home", {host_key::home, 0}},
+            {"end", {host_key::end, 0}},      {"page_down", {host_key::page_down, 0}}};
+        const size_t times = name.find('*');
+        for (int i = 1; times != std::string::npos && i < std::stoi(name.substr(times + 1)); ++i)
+            press_key(name.substr(0, times));
+        if (times != std::string::npos) return press_key(name.substr(0, times));
         const size_t plus = name.rfind('+');
         const std::string bare = plus == std::string::npos ? name : name.substr(plus + 1);
         const int modifiers = (name.find("ctrl+") != std::string::npos ? HOST_CTRL : 0) |
                               (name.find("shift+") != std::string::npos ? HOST_SHIFT : 0);
+        if (bare == "space") {
+            step([] { headless_type(" "); });
+            return settle();
+        }
         for (const auto& [known, code] : names)
             if (bare == known) return key(code.first, code.second, modifiers);
         key(host_key::character, static_cast<uint8_t>(bare[0]), modifiers);

@@ -1,0 +1,31 @@
+// The keyboard in forms. Tab and Shift+Tab lead from gadget to gadget, and through the forms that have joined; a blank
+// or Return works a button, Return takes what was typed or the marked row of a list, and Escape gives the keys back.
+#pragma once
+
+#include "forms/forms.h"
+
+// Has the toolkit take its keys from here.
+void keyboard_start();
+
+// A form joins those that Tab leads through, with the gadget that it begins at. One that is deleted is forgotten.
+void keyboard_join(FI_form* form, int first);
+
+// The keys go to a form that has joined, where they were there last; null: to the first of them.
+void keyboard_enter(FI_form* form);
+
+// To be called at each user event: goes where Tab has led from the last gadget of a form. The form in which Return has
+// ended the turn of the keys without being used, which may mean its OK; null: none.
+FI_form* keyboard_go_on();
+
+// The key that has led to what is being told, or 0 for a press. A press is announced before it is handled.
+int keyboard_last();
+void keyboard_pressed();
+
+// To be asked once when a list tells of a row: true when the keys only leave the list, which tells too, and nothing was
+// chosen.
+bool keyboard_passes();
+
+constexpr int KEY_TAB = 9, KEY_BACK_TAB = 8, KEY_RETURN = 13, KEY_ESCAPE = 27;
+
+// Takes the Escape that has ended the turn of the keys off its queues. True when there was one.
+bool keyboard_drop_escape();
