@@ -127,7 +127,8 @@ bool is_covered() {
 
 void show_name(int cell, const char* text, bool is_chosen) {
     const int label = page.first_name + cell;
-    FIg_set_off_color(page.form, label, is_chosen ? CHOSEN_COLOR : NAME_COLOR);
+    for (const auto set : {FIg_set_off_color, FIg_set_on_color}) // what is typed into draws in the second
+        set(page.form, label, is_chosen ? CHOSEN_COLOR : NAME_COLOR);
     form_set_text(page.form, label, text);
 }
 

@@ -97,10 +97,20 @@ box place_of(int gadget) {
 
 // ---- numbers -------------------------------------------------------------------------------------------------------
 
+constexpr const char* NUMBER_FORMAT = "%6g";
+
 void show_number(int gadget, double value) {
     char text[64];
-    std::snprintf(text, sizeof text, "%6g", value);
+    std::snprintf(text, sizeof text, NUMBER_FORMAT, value);
     form_set_text(form, gadget, text);
+}
+
+// Whether the field shows this number: it was left as it was. The number may have more digits than are shown.
+bool shows_number(int gadget, double value) {
+    char text[64], shown[FORM_TEXT_SIZE];
+    std::snprintf(text, sizeof text, NUMBER_FORMAT, value);
+    form_get_text(form, gadget, shown);
+    return std::strcmp(text, shown) == 0;
 }
 
 void show_placement() {
@@ -135,7 +145,13 @@ bool read_number(int gadget, const char* format, double low, double high, double
     return *value >= low && *value <= high;
 }
 
+double placement_of(int gadget) {
+    if (gadget == ROTATION) return chosen.rotation;
+    return gadget == SIZE ? chosen.size : chosen.repeats;
+}
+
 void placement_typed(int gadget) {
+    if (shows_number(gadget, placement_of(gadget))) return;
     double value = 0.0;
     bool is_empty = false;
     const double low = gadget == ROTATION ? 0.0 : SIZE_LOW;
