@@ -138,6 +138,15 @@ void keyboard_enter(FI_form* form) {
     FIg_start_seq(at->form, at->label);
 }
 
+void keyboard_follow(FI_form* form) {
+    FI_form* present = nullptr;
+    int label = 0, next = 0, previous = 0;
+    const place* at = find(form);
+    if (at == nullptr || FI_get_input(&present, &label, &next, &previous) != FI_SUCCESS) return;
+    left.next = *at;
+    end_turn();
+}
+
 FI_form* keyboard_go_on() {
     const left_over now = left;
     left = {};

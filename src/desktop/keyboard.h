@@ -13,6 +13,9 @@ void keyboard_join(FI_form* form, int first);
 // The keys go to a form that has joined, where they were there last; null: to the first of them.
 void keyboard_enter(FI_form* form);
 
+// A form has come up beside the others: the keys go to it, if a gadget has them now.
+void keyboard_follow(FI_form* form);
+
 // To be called at each user event: goes where Tab has led from the last gadget of a form. The form in which Return has
 // ended the turn of the keys without being used, which may mean its OK; null: none.
 FI_form* keyboard_go_on();

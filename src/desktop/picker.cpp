@@ -409,7 +409,10 @@ int file_picker_open(const char* title, const char* directory, int flags, const 
     status = FIf_display(p->form);
     FIf_set_window_event_routine(p->form, form_event);
     all_defaultcursor();
-    if (status == FI_SUCCESS) return p->id;
+    if (status == FI_SUCCESS) {
+        keyboard_follow(p->form);
+        return p->id;
+    }
     form_failed(FORM_FILE, "FIf_display", status);
     pickers = p->next;
     FIf_set_window_event_routine(p->form, nullptr);
