@@ -9,6 +9,7 @@
 #include "desktop/appforms.h"
 #include "desktop/arguments.h"
 #include "desktop/commands.h"
+#include "desktop/directcolors.h"
 #include "desktop/dispatch.h"
 #include "desktop/input.h"
 #include "desktop/keyboard.h"
@@ -213,6 +214,7 @@ int init_forms() {
     forms_up = true;
     RGB_set_gamma(remembered.gamma);
     RGB_init(0, display_planes);
+    direct_colors_use(display_planes == TRUE_COLOR_PLANES);
     return forms_create() != 0 && picture_open_window() ? 1 : 0;
 }
 

@@ -9,6 +9,7 @@
 #include "core/open_image.h"
 #include "desktop/appforms.h"
 #include "desktop/commands.h"
+#include "desktop/directcolors.h"
 #include "desktop/formtexts.h"
 #include "desktop/input.h"
 #include "desktop/keyboard.h"
@@ -178,7 +179,7 @@ void fill_background(int gadget) {
     FIg_get_size(form, gadget, &width, &height);
     if (FIf_get_window(form, &window) != FI_SUCCESS) return;
     FIf_get_color(form, &color);
-    fgcolor(window, program_form_hooks.color(color));
+    form_fgcolor(window, program_form_hooks.color(color));
     rectf(window, x + 3, y + 3, x + width - 4, y + height - 4);
 }
 

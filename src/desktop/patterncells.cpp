@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "desktop/appforms.h"
+#include "desktop/directcolors.h"
 #include "desktop/formtexts.h"
 #include "desktop/program.h"
 #include "desktop/region.h"
@@ -116,7 +117,7 @@ void keep_block(int cell) {
 void fill_background(const pattern_cell* c) {
     int color = 0;
     FIf_get_color(page.form, &color);
-    fgcolor(page.window, program_form_hooks.color(color));
+    form_fgcolor(page.window, program_form_hooks.color(color));
     rectf(page.window, c->x1, c->y1, c->x2, c->y2);
 }
 
