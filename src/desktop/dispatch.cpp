@@ -69,12 +69,17 @@ bool take_button() {
 
 } // namespace
 
+void keys_turn_over() {
+    const turn_end end = keyboard_turn_over();
+    if (end.returned != nullptr) file_picker_take_key(end.returned, KEY_RETURN);
+}
+
 void dispatch_events(uint32_t event) {
     if (event == KEYBOARD_EVENT) notice_escape();
     if (event == BUTTON_EVENT) keyboard_pressed();
     if (event == BUTTON_EVENT && take_button()) return;
     if (forms_process_event(event) != 0) {
-        keyboard_drop_escape();
+        keys_turn_over();
         return;
     }
     switch (event) {

@@ -6,6 +6,7 @@
 #include "core/open_image.h"
 #include "desktop/appforms.h"
 #include "desktop/commands.h"
+#include "desktop/dispatch.h"
 #include "desktop/keyboard.h"
 #include "desktop/picker.h"
 #include "desktop/picture.h"
@@ -127,10 +128,16 @@ key_command command_of(const desk_message* message) {
 }
 
 void press_key(uint8_t key) {
-    if (file_picker_take_key(nullptr, key)) return;
+    if (file_picker_take_key(nullptr, key)) {
+        keys_turn_over();
+        return;
+    }
     switch (key) {
     case KEY_TAB:
-    case KEY_BACK_TAB: keyboard_enter(nullptr); break;
+    case KEY_BACK_TAB:
+        keyboard_enter(nullptr);
+        keys_turn_over();
+        break;
     case 'a': apply_selection(); break;
     case '=':
     case '1': zoom_one_to_one(); break;
@@ -165,8 +172,6 @@ void input_user_event() {
     lay_out();
     open_dropped();
     run_command();
-    FI_form* returned = keyboard_go_on();
-    if (returned != nullptr) file_picker_take_key(returned, KEY_RETURN);
 }
 
 bool input_notice_key(const desk_message* message) {

@@ -46,17 +46,12 @@ place* find(const FI_form* form) {
     return nullptr;
 }
 
-// Ends the turn of the gadget: a sequence stops at what no form owns.
-void end_turn() {
-    Post_user_data(0);
-}
-
 // The form behind or before this one, round and round.
 void lead_to_form(FI_form* form, int direction) {
     const place* at = find(form);
     if (at == nullptr || place_count < 2) return;
     left.next = places[(at - places + direction + place_count) % place_count];
-    end_turn();
+    FI_end_input(form);
 }
 
 // Return in a list that is chosen from: takes the marked row; once more, it is the form's.
@@ -64,7 +59,7 @@ char return_in_list(FI_form* form, int label) {
     int row = 0, position = 0, select = 0;
     FIfld_get_active_row(form, label, &row, &position);
     FIfld_get_select(form, label, row, 0, &select);
-    end_turn();
+    FI_end_input(form);
     if (select == 0) {
         has_chosen = true;
         return BLANK;
@@ -80,7 +75,7 @@ char return_in(FI_form* form, int label) {
     if (type != FI_FIELD) return KEY_RETURN;
     FIfld_get_mode(form, label, 0, &mode);
     if (mode == FI_SINGLE_SELECT || mode == FI_MULTI_SELECT) return return_in_list(form, label);
-    end_turn(); // once the text is taken
+    FI_end_input(form); // once the text is taken
     return KEY_RETURN;
 }
 
@@ -105,6 +100,23 @@ char meaning_of(char key) {
     case BLANK: has_chosen = true; return key;
     default: return key;
     }
+}
+
+// Takes the Escape that has ended a turn off its queues. True when there was one.
+bool drop_escape() {
+    int window = -1, button = 0, transition = 0, count = 0;
+    const bool was_turn = is_turn;
+    bool was_escape = last_key == KEY_ESCAPE;
+    is_turn = false;
+    if (!was_turn || Inq_button_data(&window, nullptr, nullptr, &button, &transition, nullptr) != 0) return false;
+    if (window != 0 || button != BUTTON_CANCEL || transition != TRANS_CLICK) return false;
+    // Its character may have come to the gadget, or wait still.
+    if (!was_escape && Inq_keyboard_data(&count) == 0 && count > 0 && keyboard_buffer[0] == KEY_ESCAPE) {
+        was_escape = true;
+        Drop_event(KEYBOARD_EVENT);
+    }
+    if (was_escape) Drop_event(BUTTON_EVENT);
+    return was_escape;
 }
 
 int take_keys(char* buffer, int* count) {
@@ -132,10 +144,10 @@ void keyboard_join(FI_form* form, int first) {
 void keyboard_enter(FI_form* form) {
     forget_deleted();
     const place* at = form != nullptr ? find(form) : (place_count > 0 ? places : nullptr);
-    if (at == nullptr) return;
+    if (at == nullptr || FIg_start_seq(at->form, at->label) != FI_SUCCESS) return;
     last_key = KEY_TAB;
     is_turn = true;
-    FIg_start_seq(at->form, at->label);
+    FI_process_event(USER_EVENT); // at once: the keys that wait are for the form
 }
 
 void keyboard_follow(FI_form* form) {
@@ -144,14 +156,21 @@ void keyboard_follow(FI_form* form) {
     const place* at = find(form);
     if (at == nullptr || FI_get_input(&present, &label, &next, &previous) != FI_SUCCESS) return;
     left.next = *at;
-    end_turn();
+    FI_end_input(present);
 }
 
-FI_form* keyboard_go_on() {
-    const left_over now = left;
+turn_end keyboard_turn_over() {
+    bool is_escape = drop_escape();
+    while (left.next.form != nullptr) {
+        const place next = left.next;
+        left = {};
+        if (find(next.form) == nullptr) break;
+        keyboard_enter(next.form);
+        is_escape = drop_escape();
+    }
+    FI_form* returned = left.returned;
     left = {};
-    if (now.next.form != nullptr && find(now.next.form) != nullptr) keyboard_enter(now.next.form);
-    return now.returned != nullptr && FIf_is_valid(now.returned) == FI_SUCCESS ? now.returned : nullptr;
+    return {is_escape, returned != nullptr && FIf_is_valid(returned) == FI_SUCCESS ? returned : nullptr};
 }
 
 int keyboard_last() {
@@ -166,20 +185,4 @@ bool keyboard_passes() {
     const bool was_chosen = last_key == 0 || has_chosen;
     has_chosen = false;
     return !was_chosen;
-}
-
-bool keyboard_drop_escape() {
-    int window = -1, button = 0, transition = 0, count = 0;
-    const bool was_turn = is_turn;
-    bool was_escape = last_key == KEY_ESCAPE;
-    is_turn = false;
-    if (!was_turn || Inq_button_data(&window, nullptr, nullptr, &button, &transition, nullptr) != 0) return false;
-    if (window != 0 || button != BUTTON_CANCEL || transition != TRANS_CLICK) return false;
-    // Its character may have come to the gadget, or wait still.
-    if (!was_escape && Inq_keyboard_data(&count) == 0 && count > 0 && keyboard_buffer[0] == KEY_ESCAPE) {
-        was_escape = true;
-        Drop_event(KEYBOARD_EVENT);
-    }
-    if (was_escape) Drop_event(BUTTON_EVENT);
-    return was_escape;
 }

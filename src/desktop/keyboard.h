@@ -10,15 +10,22 @@ void keyboard_start();
 // A form joins those that Tab leads through, with the gadget that it begins at. One that is deleted is forgotten.
 void keyboard_join(FI_form* form, int first);
 
-// The keys go to a form that has joined, where they were there last; null: to the first of them.
+// The keys go to a form that has joined, where they were there last; null: to the first of them. Blocks until they are
+// given back; keyboard_turn_over() is to be called then.
 void keyboard_enter(FI_form* form);
 
 // A form has come up beside the others: the keys go to it, if a gadget has them now.
 void keyboard_follow(FI_form* form);
 
-// To be called at each user event: goes where Tab has led from the last gadget of a form. The form in which Return has
-// ended the turn of the keys without being used, which may mean its OK; null: none.
-FI_form* keyboard_go_on();
+// How a turn of the keys has ended: Escape; or Return that the form's gadget had no use for, which may mean its OK.
+struct turn_end {
+    bool is_escape;
+    FI_form* returned; // null: none
+};
+
+// To be called whenever the toolkit has handled an event, in which a turn may have ended. Goes on where Tab has led
+// from the last gadget of a form.
+turn_end keyboard_turn_over();
 
 // The key that has led to what is being told, or 0 for a press. A press is announced before it is handled.
 int keyboard_last();
@@ -29,6 +36,3 @@ void keyboard_pressed();
 bool keyboard_passes();
 
 constexpr int KEY_TAB = 9, KEY_BACK_TAB = 8, KEY_RETURN = 13, KEY_ESCAPE = 27;
-
-// Takes the Escape that has ended the turn of the keys off its queues. True when there was one.
-bool keyboard_drop_escape();

@@ -12,12 +12,23 @@ namespace {
 constexpr int CONTROL_C = 3;
 constexpr int PRESS_TICKS = 4;
 
+// A turn of the keys in the form may be over, and the form with it.
+void turn_over(FI_form* form, int accept, int cancel) {
+    const turn_end end = keyboard_turn_over();
+    if (FIf_is_valid(form) != FI_SUCCESS) return;
+    if (end.is_escape) press_gadget(form, cancel);
+    if (end.returned == form) press_gadget(form, accept);
+}
+
 // Takes the key event.
 void take_key(FI_form* form, int accept, int cancel) {
     int count = 0;
     if (Get_keyboard_data(&count) != 0 || count == 0) return;
     const char key = keyboard_buffer[0];
-    if (key == KEY_TAB || key == KEY_BACK_TAB) keyboard_enter(form);
+    if (key == KEY_TAB || key == KEY_BACK_TAB) {
+        keyboard_enter(form);
+        turn_over(form, accept, cancel);
+    }
     if (key == KEY_RETURN) press_gadget(form, accept);
     if (key == KEY_ESCAPE || key == CONTROL_C) press_gadget(form, cancel);
 }
@@ -42,7 +53,7 @@ void handle(FI_form* form, uint32_t event, int accept, int cancel) {
         return;
     }
     if (forms_process_event(event) != 0) {
-        if (keyboard_drop_escape() && FIf_is_valid(form) == FI_SUCCESS) press_gadget(form, cancel);
+        turn_over(form, accept, cancel);
         return;
     }
     if (event == REFRESH_EVENT) {
@@ -50,7 +61,6 @@ void handle(FI_form* form, uint32_t event, int accept, int cancel) {
         return;
     }
     Drop_event(event);
-    if (event == USER_EVENT && keyboard_go_on() == form) press_gadget(form, accept);
 }
 
 } // namespace
@@ -63,8 +73,8 @@ void modal_loop(FI_form* form, bool (*is_done)(void* user), void* user, int acce
     }
 }
 
-void modal_end() {
-    Post_user_data(0);
+void modal_end(FI_form* form) {
+    FI_end_input(form);
 }
 
 void press_gadget(FI_form* form, int label) {

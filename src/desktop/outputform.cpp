@@ -210,13 +210,13 @@ void accept() {
     }
     set_flag(OUTPUT_OPEN, false);
     result = 0;
-    modal_end();
+    modal_end(form);
 }
 
 void cancel() {
     set_flag(OUTPUT_OPEN, false);
     result = 1;
-    modal_end();
+    modal_end(form);
 }
 
 void output_form_notify(int /*form_label*/, int gadget, double value, FI_form* /*f*/) {

@@ -69,15 +69,15 @@ bool is_answered(void* /*user*/) {
     return answer != OPEN;
 }
 
-void give_answer(int given) {
+void give_answer(FI_form* form, int given) {
     answer = given;
-    modal_end();
+    modal_end(form);
 }
 
 // ---- the question --------------------------------------------------------------------------------------------------
 
-void question_notify(int /*form_label*/, int gadget, double /*value*/, FI_form* /*f*/) {
-    if (gadget == YES || gadget == NO) give_answer(gadget == YES ? 1 : 0);
+void question_notify(int /*form_label*/, int gadget, double /*value*/, FI_form* form) {
+    if (gadget == YES || gadget == NO) give_answer(form, gadget == YES ? 1 : 0);
 }
 
 void set_line(FI_form* form, int label, const char* format, const char* word) {
@@ -163,14 +163,14 @@ void take_typed() {
         path_rows_set(&editor.rows, editor.selected, text);
 }
 
-void editor_notify(int /*form_label*/, int gadget, double value, FI_form* /*f*/) {
+void editor_notify(int /*form_label*/, int gadget, double value, FI_form* form) {
     const int row = static_cast<int>(value + 0.1);
     switch (gadget) {
     case ACCEPT:
         take_typed();
-        give_answer(1);
+        give_answer(form, 1);
         break;
-    case CANCEL: give_answer(0); break;
+    case CANCEL: give_answer(form, 0); break;
     case BROWSE: browse(); break;
     case ROWS:
         if (!keyboard_passes() && row >= 0 && row < editor.rows.count) select_row(row);

@@ -15,6 +15,9 @@
 
 namespace {
 
+FI_gadget* with_keys = nullptr;  // the gadget whose turn it is; held by the loop that runs
+const FI_form* ending = nullptr; // its turn is to end
+
 constexpr uint32_t INPUT_EVENTS = KEYBOARD_EVENT | BUTTON_EVENT | REFRESH_EVENT | DELETE_EVENT | EVENT_10 |
                                   COLLAPSE_EVENT | WINDOW_ICON_EVENT | USER_EVENT;
 
@@ -27,10 +30,27 @@ bool drop_release() {
     return true;
 }
 
+// A field that was pressed has the keys too. A part counts as the whole that it belongs to.
+FI_gadget* gadget_with_keys() {
+    FI_gadget* g = fi_edit.field != nullptr ? fi_gadget_of(fi_edit.field) : with_keys;
+    while (g != nullptr && g->owner != nullptr)
+        g = g->owner;
+    return g;
+}
+
+// Whether the turn is to end, asked once.
+bool is_ending() {
+    const FI_form* form = ending;
+    ending = nullptr;
+    const FI_gadget* g = form != nullptr ? gadget_with_keys() : nullptr;
+    return g != nullptr && g->form == form;
+}
+
 } // namespace
 
 fi_came fi_wait_for_input() {
     for (;;) {
+        if (is_ending()) return fi_came::other;
         uint32_t event = 0;
         if (fi_graphic.Wait_for_next(INPUT_EVENTS, &event) != 0) return fi_came::nothing;
         if (event == KEYBOARD_EVENT) return fi_came::key;
@@ -76,8 +96,6 @@ bool take_keys(FI_gadget* g, fi_sequence* sequence, fi_leave* leave) {
     return false;
 }
 
-FI_gadget* with_keys = nullptr; // the gadget whose turn it is; held by the loop that runs
-
 // The loop of gadgets without an input() of their own.
 fi_leave run_gadget(FI_gadget* g) {
     const fi_hold hold(g);
@@ -115,14 +133,6 @@ int count_members(const FI_group* group) {
     while (const FI_gadget* member = fi_next_member(group, &at))
         count += 1 + (fi_has_members(member) ? count_members(fi_as_group(member)) : 0);
     return count;
-}
-
-// A field that was pressed has the keys too. A part counts as the whole that it belongs to.
-FI_gadget* gadget_with_keys() {
-    FI_gadget* g = fi_edit.field != nullptr ? fi_gadget_of(fi_edit.field) : with_keys;
-    while (g != nullptr && g->owner != nullptr)
-        g = g->owner;
-    return g;
 }
 
 // The gadget that leads to this one; null when none does.
@@ -180,6 +190,7 @@ void fi_start_input(FI_gadget* g, bool forward, int from_label) {
         from_label = g->label;
         g = follow(g, leave);
     }
+    ending = nullptr;
 }
 
 void fi_go_on(FI_gadget* g, fi_leave leave) {
@@ -203,5 +214,12 @@ int FI_get_input(FI_form** form, int* label, int* next, int* previous) {
     for (int i = 0; i < most && behind != nullptr && !fi_takes_input(behind); ++i)
         behind = leading_to(g->form->root_group, behind->label);
     if (behind != nullptr && fi_takes_input(behind)) *previous = behind->label;
+    return FI_SUCCESS;
+}
+
+int FI_end_input(FI_form* form) {
+    const FI_gadget* g = gadget_with_keys();
+    if (g == nullptr || g->form != form) return FI_NO_SUCH_GADGET;
+    ending = form;
     return FI_SUCCESS;
 }
