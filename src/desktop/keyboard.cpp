@@ -94,8 +94,16 @@ char meaning_of(char key) {
         if (next == 0) lead_to_form(form, 1);
         return key;
     case KEY_BACK_TAB:
-        if (previous == 0) lead_to_form(form, -1);
-        return key;
+        if (at == nullptr) return key;
+        if (previous == 0) {
+            lead_to_form(form, -1);
+            return key;
+        }
+        // Against the chain, also from the gadget that the turn began at.
+        at->label = previous;
+        left.next = *at;
+        FI_end_input(form);
+        return '\0';
     case KEY_RETURN: return return_in(form, label);
     case BLANK: has_chosen = true; return key;
     default: return key;

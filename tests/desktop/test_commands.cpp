@@ -189,3 +189,14 @@ key ctrl+o; key tab; key down; key enter; key enter; gone picker; is steps 0; te
 )");
     EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
 }
+
+TEST_F(Commands, TheKeysFollowAPicker) {
+    std::filesystem::create_directories(path("palettes"));
+    std::filesystem::copy(path("my.tnp"), path("palettes/p.tnp"));
+    script(R"(
+key ctrl+o; key tab; key down; key enter; key enter; is open 1; is keys_at 0; key tab*17; is keys_at 165; key space; up picker
+is keys_at 12; key shift+tab; is keys_at 11; key down*3; key enter; is keys_at 0; up picker; text picker 12:0 p.tnp
+key tab; is keys_at 11; key tab; is keys_at 12; key enter; key enter; gone picker; text main 164 p.tnp; key tab; is keys_at 165
+)");
+    EXPECT_EQ(run_forms({}), 0);
+}
