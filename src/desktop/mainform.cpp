@@ -31,6 +31,7 @@ namespace {
 
 constexpr int FORM_LABEL = 1;
 constexpr const char* FORM_FILE = "tinct.frm";
+constexpr const char* WINDOW_TITLE = "Tinct"; // below its icon
 
 // Its gadgets.
 enum : int {
@@ -209,7 +210,7 @@ void form_event(int /*label*/, int code, FI_form* /*f*/) {
     int window = -1;
     FIf_get_window(form, &window);
     switch (code) {
-    case FI_COLLAPSED_EVENT: Set_win_title(window, "Tinct"); break;
+    case FI_COLLAPSED_EVENT: Set_win_title(window, WINDOW_TITLE); break;
     case FI_REFRESHED_EVENT:
     case FI_DRAWN_EVENT:
         show_swatch();
@@ -251,6 +252,7 @@ int main_form_create(int /*own_window*/, int* window) {
         return 0;
     }
     FIf_get_window(form, window);
+    Set_win_title(*window, WINDOW_TITLE);
     palette_list_lay_out(form, COLOR_LIST);
     if (directory[0] == '\0') std::memcpy(directory, startup_directory, sizeof directory);
     form_set_text(form, DIRECTORY_FIELD, directory);

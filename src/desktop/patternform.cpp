@@ -30,6 +30,7 @@ namespace {
 
 constexpr int FORM_LABEL = 2;
 constexpr const char* FORM_FILE = "pat.frm";
+constexpr const char* WINDOW_TITLE = "Color/Pattern"; // below its icon
 constexpr double BYTE_UNIT = 0.00392156862745098;
 
 // Its gadgets.
@@ -363,7 +364,7 @@ void notify(int /*form_label*/, int gadget, double /*value*/, FI_form* /*f*/) {
 void form_event(int /*label*/, int code, FI_form* /*f*/) {
     switch (code) {
     case FI_COLLAPSED_EVENT:
-        Set_win_title(window_of_form(), "Color/Pattern");
+        Set_win_title(window_of_form(), WINDOW_TITLE);
         close_bars();
         break;
     case FI_REFRESHED_EVENT: pattern_form_paint(); break;
@@ -398,6 +399,7 @@ int pattern_form_create(int /*own_window*/, int* window, int /*screen_w*/, int /
         return 0;
     }
     FIf_get_window(form, window);
+    Set_win_title(*window, WINDOW_TITLE);
     FIf_set_window_event_routine(form, form_event);
     cells_lay_out(form, FIRST_CELL, FIRST_NAME);
     FIg_set_state(form, SHOWN_SIDE, patterns_shown ? 1 : 0);
