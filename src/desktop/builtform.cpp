@@ -52,7 +52,7 @@ int build_form(int label, int width, int height, const built_gadget* gadgets, in
     FIf_set_size(*form, width, height);
     form_center(*form);
     for (int i = 0; status == FI_SUCCESS && i < count; ++i)
-        status = add_gadget(*form, &gadgets[i], next_of(gadgets, count, i));
+        status = add_gadget(*form, &gadgets[i], takes_keys(&gadgets[i]) ? next_of(gadgets, count, i) : 0);
     if (status == FI_SUCCESS) {
         keyboard_join(*form, next_of(gadgets, count, count - 1));
         return status;

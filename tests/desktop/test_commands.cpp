@@ -182,7 +182,7 @@ key tab; is keys_at 165; key tab*3; is keys_at 72; key down; text main 52 Red; k
 is keys_at 0; keys a; is steps 2; key ctrl+z; is steps 1; key tab*2; is keys_at 151; key tab*2; key space; asked
 key escape; is keys_at 16; key tab; is keys_at 200; key space; key shift+tab; is keys_at 16; key tab; key tab*2
 is keys_at 52; key end; key shift+tab*2; key shift+tab; is keys_at 16; key escape
-key ctrl+s; key tab; is keys_at 13; key escape; gone output; is keys_at 0; is steps 1
+key ctrl+s; key tab; is keys_at 13; key shift+tab*14; is keys_at 13; key escape; gone output; is keys_at 0; is steps 1
 key ctrl+s; key tab; key end; keys k; key enter; is keys_at 0; key tab*4; is keys_at 18; key space; key tab*9
 key escape; key ctrl+s; key tab; key end; keys .tif; key enter; key enter; gone output; is changed 0
 key ctrl+o; key tab; key down; key enter; key enter; gone picker; is steps 0; text main 154 still.tnc
