@@ -17,6 +17,7 @@
 #include "platform/window/dialog.h"
 #include "support/log.h"
 #include "support/memory.h"
+#include "support/text.h"
 #include "surface/raster_image.h"
 #include "surface/recipe.h"
 #include "tools/process.h"
@@ -216,17 +217,19 @@ void palette_save_command() {
     if (!ask_file("Save Palette", usual, PALETTE_FILTERS, ".tnp", path)) return;
     if (palette_book_save(&program_palette, path) != 0) return;
     main_form_show_palette();
-    char text[FILES_PATH_SIZE + 64];
+    char text[FILES_PATH_SIZE + 64], latin1[FILES_PATH_SIZE + 64];
     std::snprintf(text, sizeof text, "Palette saved in %s\n", path);
-    Show_message(0, text, 3);
+    text_to_latin1(text, latin1, sizeof latin1);
+    Show_message(0, latin1, 3);
 }
 
 int load_recipe(const char* path) {
     recipe r = {};
     int applied = 0;
     change([&] {
-        if (recipe_read(&r, path, LOG_WARNING))
-            applied = image_apply_recipe(&r, &program_palette.colors, &program_palette.patterns);
+        if (!recipe_read(&r, path, LOG_WARNING)) return;
+        if (r.count == 0 && r.wrong == 0) log_message(LOG_WARNING, "The recipe \"%s\" holds no set.\n", path);
+        if (r.count > 0) applied = image_apply_recipe(&r, &program_palette.colors, &program_palette.patterns);
     });
     recipe_free(&r);
     return applied;

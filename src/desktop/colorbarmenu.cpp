@@ -1,5 +1,7 @@
 #include "desktop/colorbarmenu.h"
 
+#include "desktop/directcolors.h"
+
 #include "desktop/palettelist.h"
 #include "platform/window/desk.h"
 #include "support/log.h"
@@ -32,9 +34,9 @@ void outline(int window, int x1, int y1, int x2, int y2) {
 }
 
 void frame(int window, int x, int y, int width, int height) {
-    fgcolor(window, BLACK);
+    form_fgcolor(window, BLACK);
     outline(window, x + 1, y + 1, x + width - 1, y + height - 1);
-    fgcolor(window, LIGHT);
+    form_fgcolor(window, LIGHT);
     outline(window, x, y, x + width - 2, y + height - 2);
 }
 
@@ -72,7 +74,7 @@ void draw_knob(color_bar_menu* m, int bar) {
     const bool touches_end = x + KNOB_WIDTH >= bar_left(&m->layout, bar) + m->layout.bar_width - 1;
     constexpr int colors[KNOB_WIDTH] = {LIGHT, BLACK, LIGHT, BLACK, BLACK};
     for (int i = 0; i < KNOB_WIDTH - (touches_end ? 1 : 0); ++i) {
-        fgcolor(m->window, colors[i]);
+        form_fgcolor(m->window, colors[i]);
         rectf(m->window, x + i, y1, x + i, y2 - 1);
     }
 }
