@@ -459,12 +459,12 @@ RZL_API int rzl_getline16(CFILE* cfile, uint16_t* buffer);
 RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
 
 /* Read the next line in run-coded form. A native file gives the bytes that it stores; every other gives 16-bit run
- * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. PNM and Sun raster files
- * give lines of bytes, too, as pairs of 16-bit words, a value and its run; and colours as a 32-bit word for each run of
- * at most 255 pixels: blue in the low byte, green, red, run. `*size` is the buffer's
- * size on entry and the size used on return, or, with status RZL_RLE_BUFFER_SMALL, the size needed. A strip is a block
- * of field-32 lines as such runs, one line behind the other; there the size told is a first try, which may have to be
- * repeated. */
+ * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. PNM, Sun
+ * raster, USGS, ADRG, ASRP and USRP files give lines of bytes, too, as pairs of 16-bit words, a value and its run; and
+ * colours as a 32-bit word for each run of at most 255 pixels: blue in the low byte, green, red, run. `*size` is the
+ * buffer's size on entry and the size used on return, or, with status RZL_RLE_BUFFER_SMALL, the size needed. A strip is
+ * a block of field-32 lines as such runs, one line behind the other; there the size told is a first try, which may have
+ * to be repeated. */
 RZL_API int rzl_get_rle_line(CFILE* cfile, void* buffer, int32_t* size);
 RZL_API int rzl_get_rle_strip(CFILE* cfile, void* buffer, int32_t* size);
 
