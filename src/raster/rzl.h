@@ -551,6 +551,10 @@ RZL_API int rzl_is_line_damaged(CFILE* cfile);
  * with RZL_READ_FAILED; a caller that takes memory by the height asks here first. 0 for a handle that is none. */
 RZL_API int32_t rzl_lines_held(CFILE* cfile);
 
+/* The order of the active image's lines: field 9, but what the status record tells of a VRLC file, which tells it there
+ * alone. RZL_TOP_DOWN for a handle that is none. */
+RZL_API int32_t rzl_line_order(CFILE* cfile);
+
 /* The symbolic name of a status word, such as "RZL_CANNOT_OPEN". Never null. */
 RZL_API const char* rzl_status_name(uint32_t status);
 
