@@ -17,19 +17,36 @@ struct line_buffers {
     mem_guard<uint8_t> out; // the row as it is printed
 };
 
-bool allocate(const raster_source* s, line_buffers* b) {
-    for (auto& plane : b->planes) {
-        plane.block = mem_new_array<uint8_t>(source_plane_bytes(s));
-        if (!plane) return false;
-    }
-    b->out.block =
-        mem_new_array<uint8_t>(std::max(rzl_interleaved_size(s->file), static_cast<size_t>(s->width) * 3 + 1));
-    return static_cast<bool>(b->out);
-}
-
 // Colours that have no plane more come as they are printed.
 bool comes_as_pixels(const raster_source* s) {
     return s->kind == pixel_kind::color && s->samples == 3;
+}
+
+// Planes that a line is read into.
+int plane_count(const raster_source* s) {
+    switch (s->kind) {
+    case pixel_kind::color: return comes_as_pixels(s) ? 0 : 3;
+    case pixel_kind::mapped: return 3;
+    case pixel_kind::four: return CHANNELS;
+    default: return 1;
+    }
+}
+
+// Bytes of a printed pixel.
+size_t printed_bytes(const raster_source* s) {
+    bool one = s->kind == pixel_kind::bilevel || s->kind == pixel_kind::grey || s->kind == pixel_kind::deep;
+    return one ? 1 : 3;
+}
+
+// Only what is used: a line may be millions of pixels wide.
+bool allocate(const raster_source* s, line_buffers* b) {
+    for (int i = 0; i < plane_count(s); ++i) {
+        b->planes[i].block = mem_new_array<uint8_t>(source_plane_bytes(s));
+        if (!b->planes[i]) return false;
+    }
+    size_t printed = static_cast<size_t>(s->width) * printed_bytes(s);
+    b->out.block = mem_new_array<uint8_t>(comes_as_pixels(s) ? rzl_interleaved_size(s->file) : printed);
+    return static_cast<bool>(b->out);
 }
 
 bool read_line(const raster_source* s, line_buffers* b) {
@@ -58,7 +75,7 @@ size_t make_row(const raster_source* s, line_buffers* b) {
     auto width = static_cast<size_t>(s->width);
     uint8_t* out = b->out.get();
     const uint8_t* plane = b->planes[0].get();
-    size_t pixel = 1;
+    const size_t pixel = printed_bytes(s);
     switch (s->kind) {
     case pixel_kind::bilevel: rzl_unpack_bits(plane, out, s->width, 0, 255); break;
     case pixel_kind::grey: std::memcpy(out, plane, width); break;
@@ -67,7 +84,6 @@ size_t make_row(const raster_source* s, line_buffers* b) {
             out[x] = plane[x * 2 + 1]; // the high byte of 16 bits
         break;
     default:
-        pixel = 3;
         for (size_t x = 0; !comes_as_pixels(s) && x < width; ++x) {
             out[x * 3] = plane[x];
             out[x * 3 + 1] = b->planes[1][x];

@@ -158,8 +158,8 @@ int32_t source_field(const raster_source* source, int32_t field, int32_t fallbac
 }
 
 size_t source_plane_bytes(const raster_source* source) {
-    size_t pixel = source->kind == pixel_kind::deep ? 16 : 1;
-    return static_cast<size_t>(source->width) * pixel + 16;
+    // The samples of a deep pixel may stand together.
+    return source->kind == pixel_kind::deep ? rzl_interleaved_size(source->file) : rzl_line_size(source->file);
 }
 
 bool source_is_bottom_up(const raster_source* source) {
