@@ -1,9 +1,9 @@
 #!/bin/bash
-# NITF and CALS files against an independent library of map formats (gdal-bin), on 2048 x 2048 bytes and a page of 5000 x
-# 7000 bits: the pixels that either reads of the other's files must be the same, which ends the script with 1 when they
-# are not; then whole programs in processor seconds and ratios, above 1 when we are faster. It writes no NITF 2.00 and
-# reads no CALS file of the later kind, so one is read and the other is theirs. No other program knows VRLC files: their
-# runs are measured against those of a TIFF file (libtiff-tools). TMPDIR in memory keeps a disk out of it.
+# NITF and CALS files against an independent library of map formats (gdal-bin), on 2048 x 2048 bytes and a page of
+# 5000 x 7000 bits: the pixels that either reads of the other's files must be the same, which ends the script with 1 when
+# they are not; then whole programs in processor seconds and ratios, above 1 when we are faster. It writes no NITF 2.00
+# and reads no CALS file of the later kind, so one is read and the other is theirs. No other program knows VRLC files:
+# their runs are measured against those of a TIFF file (libtiff-tools). TMPDIR in memory keeps a disk out of it.
 # Usage: bench/peers/documents.sh [directory of rzl]
 . "$(dirname "$0")/measure.bash"
 rzl=$bin/rzl
