@@ -218,6 +218,17 @@ TEST_F(Batch, KeepsExistingAndInputFiles) {
     EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 -o old.rgb --force").status, 0);
     EXPECT_EQ(pixels("old.rgb").size(), 36u);
 
+    // A catalog is not written over, not even one that lists nothing.
+    write("cat.rgb", "SUPERT! ");
+    const std::string apply = "tinct-batch apply still.tnc --set 1=1,0,0 -o cat.rgb";
+    for (const std::string& command :
+         {apply, apply + " --force", apply + " --force --skip-done", std::string("rzl convert still.rgb cat.rgb")}) {
+        const run_result result = run(command);
+        EXPECT_EQ(result.status, 1) << command;
+        EXPECT_NE(result.err.find("\"cat.rgb\" is a catalog"), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(read(directory + "/cat.rgb"), "SUPERT! ");
+
     // The name of a device stays a device.
     std::filesystem::create_symlink("/dev/null", directory + "/null.rgb");
     EXPECT_EQ(run("tinct-batch apply still.tnc --set 1=1,0,0 --force -o null.rgb").status, 1);

@@ -471,9 +471,19 @@ rzl_memfile* memfile_of_name(const char* name, bool* is_memory);
 // The lines that the file can hold of those that the active image claims.
 int32_t rzl_lines_there(CFILE* c);
 
+// Whether that is known for what is active now. It is from the first line on.
+inline bool held_is_known(const CFILE* c) {
+    const held_lines* h = &c->held;
+    return h->judged && h->xsize == c->xsize && h->ysize == c->ysize && h->image == c->active_image &&
+           h->overview == c->active_overview;
+}
+
 // Whether a line is one of them. Otherwise false with RZL_READ_FAILED, and the handle is marked as damaged. A file that
 // can still be written to is not held to anything.
-bool rzl_has_line(CFILE* c, int32_t line, const char* source, const char* detail);
+bool rzl_judge_line(CFILE* c, int32_t line, const char* source, const char* detail);
+inline bool rzl_has_line(CFILE* c, int32_t line, const char* source, const char* detail) {
+    return (held_is_known(c) && line < c->held.lines) || rzl_judge_line(c, line, source, detail);
+}
 
 // ---- header calls: info.cpp -----------------------------------------------------------------------------------------
 

@@ -74,19 +74,16 @@ int64_t lines_in(const CFILE* c, int64_t bytes) {
 } // namespace
 
 int32_t rzl_lines_there(CFILE* c) {
-    held_lines* h = &c->held;
-    bool known = h->judged && h->xsize == c->xsize && h->ysize == c->ysize && h->image == c->active_image &&
-                 h->overview == c->active_overview;
-    if (known) return h->lines;
+    if (held_is_known(c)) return c->held.lines;
     int64_t lines = std::max(c->ysize, 0);
     int64_t bytes = pixel_bytes(c);
     if (bytes >= 0) lines = std::min(lines, lines_in(c, bytes));
     bool lasts = c->mode == MODE_READ;
-    *h = {lasts, c->xsize, c->ysize, c->active_image, c->active_overview, static_cast<int32_t>(lines)};
-    return h->lines;
+    c->held = {lasts, c->xsize, c->ysize, c->active_image, c->active_overview, static_cast<int32_t>(lines)};
+    return c->held.lines;
 }
 
-bool rzl_has_line(CFILE* c, int32_t line, const char* source, const char* detail) {
+bool rzl_judge_line(CFILE* c, int32_t line, const char* source, const char* detail) {
     if (c->mode != MODE_READ || line < rzl_lines_there(c)) return true;
     set_flag(c, FLAG_DAMAGED, true);
     return fails(c, RZL_READ_FAILED, source, detail);
