@@ -89,6 +89,7 @@ struct plane_copies {
 
 // The pipeline may work on the planes it is given; the open image's are to stay.
 int save_copies(const char* path, const output_settings* settings) {
+    image_complete();
     const raster_image* p = open_image.picture;
     const size_t size = static_cast<size_t>(p->width) * static_cast<size_t>(p->height);
     mem_guard<uint8_t> planes(mem_new_array<uint8_t>(3 * size));
@@ -170,6 +171,10 @@ void live_begin() {
 
 void live_show() {
     if (open_image.drag.is_open) image_preview(make_chosen());
+}
+
+bool live_go_on() {
+    return image_preview_more() != 0;
 }
 
 void live_end() {

@@ -216,7 +216,7 @@ void press_on_bars(void* /*argument*/) {
     int x = 0, y = 0, transition = 0;
     if (Get_button_data(nullptr, &x, &y, nullptr, &transition, nullptr) != 0 || bars == nullptr) return;
     live_begin();
-    color_bar_click(bars, x, y, transition != TRANS_CLICK, bar_moved);
+    color_bar_click(bars, x, y, transition != TRANS_CLICK, {bar_moved, live_go_on});
     live_end();
 }
 
