@@ -181,6 +181,12 @@ void live_end() {
     if (image_commit() != 0) main_form_show_image();
 }
 
+void live_change() {
+    live_begin();
+    live_show();
+    live_end();
+}
+
 int image_save_command() {
     if (open_image.picture == nullptr) {
         log_message(LOG_WARNING, "Error : there is no image to save.\n");

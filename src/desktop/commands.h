@@ -35,6 +35,9 @@ void live_show();
 bool live_go_on();
 void live_end();
 
+// All of it at once, for a value that was typed or switched.
+void live_change();
+
 // ---- saving --------------------------------------------------------------------------------------------------------
 
 int image_save_command(); // 0 when it was saved, 1 when the user gave up, -1 after a message

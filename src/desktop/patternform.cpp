@@ -170,9 +170,7 @@ void placement_typed(int gadget) {
     }
     show_placement();
     if (!is_good || chosen.kind != selection_kind::pattern) return;
-    live_begin();
-    live_show();
-    live_end();
+    live_change();
 }
 
 double* channel_of(int gadget) {
@@ -199,9 +197,7 @@ void channel_typed(int gadget) {
     *channel_of(gadget) = byte_values ? value * BYTE_UNIT : value;
     color_select(chosen.red, chosen.green, chosen.blue);
     color_form_set(chosen.red, chosen.green, chosen.blue, nullptr);
-    live_begin();
-    live_show();
-    live_end();
+    live_change();
 }
 
 // ---- the bars ------------------------------------------------------------------------------------------------------
@@ -346,7 +342,10 @@ void notify(int /*form_label*/, int gadget, double /*value*/, FI_form* /*f*/) {
     case ROTATION:
     case SIZE:
     case REPEATS: placement_typed(gadget); break;
-    case MIRROR: chosen.mirror = state != 0; break;
+    case MIRROR:
+        chosen.mirror = state != 0;
+        if (chosen.kind == selection_kind::pattern) live_change();
+        break;
     case RED:
     case GREEN:
     case BLUE: channel_typed(gadget); break;

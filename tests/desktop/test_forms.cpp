@@ -11,8 +11,9 @@ using Forms = FormsSession;
 
 TEST_F(Forms, APatternIsPlacedAndSavedAsARecipeThatTinctBatchTakes) {
     int pen = -1;
-    std::string after;
+    std::string live;
     press(PATTERN, 200); // the page of cells
+    press(PATTERN, 201); // what is typed or switched is seen at once
     step([&] {
         for (int p = PEN_COUNT - 1; p >= 0; --p)
             if (pen_defined(open_image.tnc, p) != 0 && pen_has_uv(open_image.tnc, p) != 0) pen = p;
@@ -33,13 +34,14 @@ TEST_F(Forms, APatternIsPlacedAndSavedAsARecipeThatTinctBatchTakes) {
     });
     type(PATTERN, 52, "30");
     press(PATTERN, 53);
-    press(MAIN, 23);
     step([&] {
         ASSERT_NE(open_image.appliques[pen], nullptr);
         EXPECT_EQ(open_image.appliques[pen]->rotation, 30.0);
         EXPECT_EQ(open_image.appliques[pen]->mirror, 1);
-        after = planes();
+        live = planes();
     });
+    press(MAIN, 23);
+    step([&] { EXPECT_TRUE(planes() == live); });
     press(MAIN, 179); // save the recipe: the picker stands on still.sets
     step([] { EXPECT_EQ(text_of(PICKER, 13), "still.sets"); });
     press(PICKER, 30);
