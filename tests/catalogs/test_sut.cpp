@@ -87,6 +87,7 @@ TEST_F(Sut, TilesOfMembers) {
             EXPECT_EQ(tile[0], pixel_at(number % 7 * TILE, number / 7 * TILE)) << number;
         }
         EXPECT_EQ(refusal(c, rzl_set_active_image(c, 0)), RZL_UNSUPPORTED);
+        EXPECT_EQ(refusal(c, rzl_get_hdr_data(c, RZL_FIELD_TILE_DIRECTORY, tile.data())), RZL_BAD_FIELD_ID);
         rzl_close(c);
     }
     // A member that is wider than its tiles say, in which tiles behind the grid are the first member's.

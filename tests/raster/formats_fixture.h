@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "common/pictures.h"
 #include "raster/core_fixture.h"
 #include "raster/sweep.h"
 
@@ -148,12 +149,6 @@ inline bytes_of_file pixels_of_words(const bytes_of_file& lines, int width, uint
 inline bytes_of_file pixels_of(const picture& p) {
     if (format_is_color(p.format)) return p.colors;
     return format_is_bilevel(p.format) ? pixels_of_words(p.values, p.width) : p.values;
-}
-
-// Whether this build has the standard: some need a library that it can be built without.
-inline bool is_built(int standard) {
-    int read = 0;
-    return rzl_standard_support(standard, nullptr, &read) == 0 && read != 0;
 }
 
 using color_table = std::vector<rzl_vlt_entry>;

@@ -94,7 +94,7 @@ TEST_F(PaletteBook, NamesAreKeptApartAndFitAFile) {
 
 TEST_F(PaletteBook, ASearchPathIsEditedAsRows) {
     ASSERT_TRUE(path_rows_read(&rows, "c:\\a;;b/,d"));
-    EXPECT_EQ(texts(), (std::vector<std::string>{"c:\\a\\", "b/", "d\\"}));
+    EXPECT_EQ(texts(), (std::vector<std::string>{"c:\\a\\", "b\\", "d\\"}));
     EXPECT_FALSE(path_rows_add(&rows, ""));
     EXPECT_FALSE(path_rows_add(&rows, "x;y"));
     EXPECT_TRUE(path_rows_add(&rows, "e"));
@@ -102,7 +102,7 @@ TEST_F(PaletteBook, ASearchPathIsEditedAsRows) {
     EXPECT_EQ(path_rows_move(&rows, 3, -1), 2);
     EXPECT_EQ(path_rows_move(&rows, 3, 1), 3);
     EXPECT_TRUE(path_rows_set(&rows, 0, "f\\"));
-    EXPECT_EQ(texts(), (std::vector<std::string>{"f\\", "b/", "e\\", "d\\"}));
+    EXPECT_EQ(texts(), (std::vector<std::string>{"f\\", "b\\", "e\\", "d\\"}));
     EXPECT_EQ(path_rows_delete(&rows, 1), 1);
     EXPECT_EQ(path_rows_delete(&rows, 2), 1);
     EXPECT_EQ(path_rows_delete(&rows, 7), -1);
