@@ -9,7 +9,6 @@
 #include <cstring>
 
 #include "platform/files.h"
-#include "platform/files.h"
 #include "support/log.h"
 #include "support/memory.h"
 #include "surface/savefile.h"

@@ -67,7 +67,7 @@ bool sut_member_path(CFILE* c, const char* name, char* path, size_t size);
 CFILE* sut_select_member(CFILE* c);
 
 // A member of the active level, open. Null with the status.
-CFILE* sut_open_member(CFILE* c, int32_t member);
+CFILE* sut_open_member(CFILE* c, int32_t number);
 
 // Closes a member; what fails then is the handle's status. Closes all of a level.
 void sut_close_member(CFILE* c, sut_level* level, int32_t member);
