@@ -14,7 +14,7 @@ namespace {
 
 int torture() {
     const char* factor = std::getenv("TINCT_TORTURE");
-    return factor != nullptr ? std::max(std::atoi(factor), 1) : 0;
+    return factor != nullptr ? std::max(static_cast<int>(std::strtol(factor, nullptr, 10)), 1) : 0;
 }
 
 constexpr int64_t STEP = 4096;

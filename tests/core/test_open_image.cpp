@@ -41,8 +41,7 @@ TEST_F(OpenImage, TheCompanionIsNamedByTheFileOrByItsOwnName) {
     EXPECT_EQ(companion("shots.d/b.tnc"), "gone.rgb");
     write("shots.d/c.tnc", head(std::string(90, 'n')));
     EXPECT_EQ(companion("shots.d/c.tnc"), std::string(79, 'n'));
-    write("shots.d/old.tnc", "\xFA\x02\xF3\x01"
-                             "x");
+    write("shots.d/old.tnc", "\xFA\x02\xF3\x01x");
     EXPECT_EQ(companion("shots.d/old.tnc"), "shots.d/old.rgb");
     write("shots.d/bare", "\xFA");
     EXPECT_EQ(companion("shots.d/bare"), "shots.rgb"); // the last "." of the whole path counts

@@ -85,6 +85,8 @@ TEST_F(Files, MakesDirectoriesOnTheWay) {
     EXPECT_TRUE(fs::is_directory(root / "x" / "y" / "z"));
     EXPECT_TRUE(files_make_directory(path.c_str()));
     EXPECT_FALSE(files_make_directory((car / "in").c_str()));
+    EXPECT_TRUE(files_make_directory((day / "new" / "newer").c_str()));
+    EXPECT_TRUE(fs::is_directory(day / "new" / "newer"));
     std::string deep = root.string();
     for (int i = 0; i < 900; ++i)
         deep += "/d";

@@ -77,6 +77,14 @@ struct desk_test : testing::Test {
         return w;
     }
 
+    // The same, painted, with all that it brought forgotten.
+    desk_window* opened(uint32_t style, int number, canvas_box client) {
+        desk_window* w = open(style, number, client);
+        pump();
+        forget();
+        return w;
+    }
+
     const desk_message* find(desk_kind kind) const {
         for (const desk_message& m : messages)
             if (m.kind == kind) return &m;

@@ -141,9 +141,7 @@ TEST_F(desk_test, PaintsComeAgainUntilTheyAreAnsweredTopmostFirst) {
 
 TEST_F(desk_test, CopyAsksForWhatItCouldNotSee) {
     desk_window* w = open(0, 1, {0, 0, 100, 100});
-    open(0, 2, {40, 0, 60, 50});
-    pump();
-    forget();
+    opened(0, 2, {40, 0, 60, 50});
     desk_copy(w, {30, 0, 100, 100}, 0, 0);
     canvas_box box;
     ASSERT_TRUE(desk_paint_box(w, &box, false));
@@ -164,9 +162,7 @@ TEST_F(desk_test, CopyAsksForWhatItCouldNotSee) {
 
 TEST_F(desk_test, ScrollMovesChildrenAndNotPopups) {
     desk_window* child = open(FULL_STYLE, 1, {50, 50, 150, 120});
-    desk_window* popup = open(DESK_POPUP, 2, {200, 50, 260, 120});
-    pump();
-    forget();
+    desk_window* popup = opened(DESK_POPUP, 2, {200, 50, 260, 120});
     desk_scroll(-30, 20);
     pump();
     EXPECT_EQ(desk_client(child), (canvas_box{20, 70, 120, 140}));
@@ -194,9 +190,7 @@ TEST_F(desk_test, OuterAndClientFitEachOther) {
 }
 
 TEST_F(desk_test, CaptionDragMovesAndTellsOnce) {
-    desk_window* w = open(FULL_STYLE, 1, {50, 60, 200, 160});
-    pump();
-    forget();
+    desk_window* w = opened(FULL_STYLE, 1, {50, 60, 200, 160});
     hold(120, 45);
     move(122, 45); // not yet a drag
     EXPECT_FALSE(desk_is_dragging());
@@ -264,8 +258,7 @@ TEST_F(desk_test, EscapeAndLostFocusEndADrag) {
     for (const bool by_key : {true, false}) {
         headless_advance(1000); // no double click
         hold(120, 45);
-        headless_pointer(180, 95);
-        pump();
+        move(180, 95);
         EXPECT_TRUE(desk_is_dragging());
         host_event focus = {};
         focus.kind = host_event_kind::focus;
@@ -273,8 +266,7 @@ TEST_F(desk_test, EscapeAndLostFocusEndADrag) {
             headless_key(host_key::escape, 0, 0);
         else
             headless_post(&focus);
-        headless_button(HOST_LEFT, false, 0);
-        pump();
+        release();
         EXPECT_EQ(desk_client(w), (canvas_box{50, 60, 200, 160}));
         EXPECT_EQ(find(desk_kind::key), nullptr);
     }
@@ -310,8 +302,7 @@ TEST_F(desk_test, FrameDragSizesAndPaintsAll) {
 }
 
 TEST_F(desk_test, BoxesMinimiseMaximiseAndRestore) {
-    desk_window* w = open(FULL_STYLE, 1, {50, 60, 250, 160});
-    pump();
+    desk_window* w = opened(FULL_STYLE, 1, {50, 60, 250, 160});
     click(230, 48); // minimise box: the second from the right
     ASSERT_EQ(desk_state(w), host_state::minimised);
     EXPECT_EQ(messages.back().state, host_state::minimised);
@@ -373,8 +364,7 @@ TEST_F(desk_test, IconsTakeFreePlacesAndSetOnesStay) {
 }
 
 TEST_F(desk_test, WindowMenuClosesAndStates) {
-    desk_window* w = open(FULL_STYLE, 7, {50, 60, 250, 160});
-    pump();
+    desk_window* w = opened(FULL_STYLE, 7, {50, 60, 250, 160});
     click(58, 48);
     headless_type("x"); // goes to nobody
     headless_key(host_key::down, 0, 0);
@@ -418,9 +408,7 @@ TEST_F(desk_test, WindowMenuClosesAndStates) {
 
 TEST_F(desk_test, MouseGoesToTheWindowSeenThereAndRaisesFramedOnes) {
     desk_window* framed = open(FULL_STYLE, 1, {50, 60, 250, 160});
-    desk_window* plain = open(0, 2, {150, 100, 300, 200});
-    pump();
-    forget();
+    desk_window* plain = opened(0, 2, {150, 100, 300, 200});
     headless_pointer(200, 130);
     headless_button(HOST_RIGHT, true, HOST_CTRL);
     headless_button(HOST_RIGHT, false, 0);
@@ -448,8 +436,7 @@ TEST_F(desk_test, MouseGoesToTheWindowSeenThereAndRaisesFramedOnes) {
 }
 
 TEST_F(desk_test, WheelGoesToTheWindowUnderThePointer) {
-    open(0, 4, {50, 50, 90, 90});
-    pump();
+    opened(0, 4, {50, 50, 90, 90});
     host_event event = {};
     event.kind = host_event_kind::wheel;
     event.wheel = -3;
@@ -464,8 +451,7 @@ TEST_F(desk_test, WheelGoesToTheWindowUnderThePointer) {
 }
 
 TEST_F(desk_test, MovesMergeAndButtonsAreSeenAhead) {
-    open(0, 1, {0, 0, 100, 100});
-    pump();
+    opened(0, 1, {0, 0, 100, 100});
     EXPECT_FALSE(desk_mouse_waiting());
     for (int i = 0; i < 9; ++i)
         headless_pointer(i, i);
@@ -606,9 +592,7 @@ TEST_F(desk_test, ResizeClearsBarsKeepsPixelsAndTells) {
     pump();
     ASSERT_NE(find(desk_kind::sized), nullptr);
     EXPECT_EQ(find(desk_kind::sized)->x, 384);
-    desk_window* w = open(0, 1, {10, 10, 60, 60});
-    pump();
-    forget();
+    desk_window* w = opened(0, 1, {10, 10, 60, 60});
     resize(300, 200, host_state::restored);
     ASSERT_EQ(messages.size(), 2u);
     EXPECT_EQ((values{messages[0].kind, messages[1].x, messages[1].y}), (values{desk_kind::state_changed, 300, 200}));
@@ -679,8 +663,7 @@ TEST_F(desk_test, ScrollBarsTellWhatIsAskedAndRepeat) {
 }
 
 TEST_F(desk_test, OnlyWhatChangedIsShown) {
-    desk_window* w = open(0, 1, {0, 0, 200, 200});
-    pump();
+    desk_window* w = opened(0, 1, {0, 0, 200, 200});
     const long before = headless_shown_pixels();
     pump();
     EXPECT_EQ(headless_shown_pixels(), before);
