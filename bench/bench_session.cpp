@@ -71,6 +71,7 @@ void run(session* s, std::vector<std::string> words) {
     forms_wanted = true;
     words.insert(words.begin(), "tinct");
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
@@ -215,7 +216,7 @@ int largest_pen() {
 
 // One step of a drag of the green bar: the bars alone (0), or live on the largest surface (1).
 void bm_drag(benchmark::State& state) {
-    const std::string picture = pair();
+    const std::string& picture = pair();
     session s = {};
     if (state.range(0) != 0) press(&s, PATTERN_FORM, LIVE);
     s.actions.emplace_back([] { set_pen(largest_pen()); });
