@@ -185,7 +185,8 @@ TEST_F(Sample, DependsOnTheSeedButNotOnTheProcessors) {
 
 TEST_F(Sample, SmallestPictures) {
     for (std::string size : {"1x1", "1x40", "300x1"}) {
-        run_result r = run("tinct-sample chair " + size + " --size " + size);
+        std::string words = "tinct-sample chair ";
+        run_result r = run(words.append(size).append(" --size ").append(size));
         EXPECT_EQ(r.status, 0) << size << r.err;
         EXPECT_EQ(run("tinct-batch info " + size + "/chair.tnc").status, 0) << size;
     }

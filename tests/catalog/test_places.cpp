@@ -27,6 +27,7 @@ protected:
     }
     std::vector<std::string> shown() const {
         std::vector<std::string> rows;
+        rows.reserve(static_cast<size_t>(list.count));
         for (int i = 0; i < list.count; ++i)
             rows.emplace_back(list.rows[i].shown);
         return rows;
