@@ -57,15 +57,19 @@ inline double processor_seconds() {
 }
 
 // A byte of a file stands at most for eight lines of 60000 pixels, and no command keeps more of them than three planes;
-// from some hundred bytes on nothing is that dense. An instrumented program takes some tens of times as long as
-// another.
+// from some hundred bytes on nothing is that dense. A line may be wider, since one bit of a fax code can be all of it:
+// what a command keeps is then counted in lines. An instrumented program takes some tens of times as long as another.
 constexpr double SECONDS_ALWAYS = 5.0;
 constexpr double SECONDS_A_BYTE = 1e-3;
 constexpr int64_t BYTES_ALWAYS = int64_t{128} << 20;
 constexpr int64_t BYTES_A_BYTE = int64_t{128} << 10;
+constexpr int64_t BYTES_A_PIXEL =
+    8; // of one line: four planes, the row that is made of them, tiles of 16 lines of bits
 
-// Runs a command on `size` bytes of input. A run that costs more than they can stand for is a finding.
-inline void run_bounded(int (*program)(int, char**), std::initializer_list<std::string> words, size_t size) {
+// Runs a command on `size` bytes of input, whose lines have `width` pixels. A run that costs more than they can stand
+// for is a finding.
+inline void run_bounded(int (*program)(int, char**), std::initializer_list<std::string> words, size_t size,
+                        int64_t width = 0) {
     std::vector<std::string> kept(words);
     std::vector<char*> arguments;
     for (std::string& word : kept)
@@ -77,5 +81,5 @@ inline void run_bounded(int (*program)(int, char**), std::initializer_list<std::
     const double seconds = processor_seconds() - start;
     const int64_t bytes = peak_bytes - before;
     if (seconds > SECONDS_ALWAYS + SECONDS_A_BYTE * static_cast<double>(size)) abort();
-    if (bytes > BYTES_ALWAYS + BYTES_A_BYTE * static_cast<int64_t>(size)) abort();
+    if (bytes > BYTES_ALWAYS + BYTES_A_BYTE * static_cast<int64_t>(size) + BYTES_A_PIXEL * width) abort();
 }

@@ -5,7 +5,6 @@
 #include <strings.h>
 
 #include "common/program.h"
-#include "support/checked.h"
 #include "support/memory.h"
 
 const char* raster_extension(const char* path) {
@@ -39,8 +38,6 @@ int32_t field_of(CFILE* file, int32_t field) {
     return rzl_get_hdr_data(file, field, &value) == 0 ? value : 0;
 }
 
-constexpr size_t WIDEST_PIXEL = 16; // bytes of a sample of 128 bits
-constexpr size_t LINE_MARGIN = 16;  // the words of a bilevel line
 constexpr int COLOR_CHANNELS = 3;
 
 } // namespace
@@ -51,16 +48,34 @@ bool raster_is_undamaged(CFILE* file, const char* path) {
     return false;
 }
 
+bool raster_is_bilevel(int64_t format) {
+    return format == RZL_FORMAT_BILEVEL || format == RZL_FORMAT_BILEVEL_RUNS || format == RZL_FORMAT_GROUP3 ||
+           format == RZL_FORMAT_GROUP4;
+}
+
+size_t raster_bit_line_bytes(int32_t width) {
+    return (static_cast<size_t>(width) + 15) / 16 * 2;
+}
+
+namespace {
+
+// Room for each of `channels` planes. One takes bits as they are, and all the samples of a pixel where they stand
+// together.
+size_t plane_room(CFILE* file, int channels) {
+    if (channels > 1) return rzl_line_size(file);
+    if (raster_is_bilevel(field_of(file, RZL_FIELD_FORMAT)))
+        return raster_bit_line_bytes(field_of(file, RZL_FIELD_XSIZE));
+    return rzl_interleaved_size(file);
+}
+
+} // namespace
+
 bool raster_is_whole(CFILE* file, const char* path) {
-    size_t bytes = 0;
-    if (!checked_mul(static_cast<size_t>(field_of(file, RZL_FIELD_XSIZE)), WIDEST_PIXEL, &bytes) ||
-        !checked_add(bytes, LINE_MARGIN, &bytes)) {
-        program_fail("\"%s\" is too wide.", path);
-        return false;
-    }
+    if (rzl_lines_held(file) == 0) return raster_is_undamaged(file, path);
     // One plane would be enough, where a file gives it: the samples of a pixel stand together, or the planes of a line
     // behind each other. Some formats give colours in three planes only.
     const int channels = field_of(file, RZL_FIELD_SAMPLES) == COLOR_CHANNELS ? COLOR_CHANNELS : 1;
+    const size_t bytes = plane_room(file, channels);
     mem_guard<uint8_t> room(static_cast<uint8_t*>(mem_alloc_array(bytes, static_cast<size_t>(channels))));
     if (!room) {
         program_fail("There is no memory for a line of \"%s\".", path);

@@ -1,6 +1,7 @@
 // Checks of a raster file that the programs share.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "raster/rzl.h"
@@ -12,6 +13,10 @@ const char* raster_extension(const char* path);
 // file is damaged: this is how a file that was cut is told from a whole one. The lines are read and not passed over,
 // since only their pixels show whether they are there.
 bool raster_is_whole(CFILE* file, const char* path);
+
+// Whether a line of the data format is bits, and the bytes that a line of so many of them takes.
+bool raster_is_bilevel(int64_t format);
+size_t raster_bit_line_bytes(int32_t width);
 
 // The reason of a failure as a sentence: the status's own, and, for a feature that is not supported, which one it is.
 // The text is valid until the next call.

@@ -4,6 +4,7 @@
 
 #include "commands.h"
 #include "common/raster.h"
+#include "rows.h"
 #include "source.h"
 #include "support/memory.h"
 
@@ -11,38 +12,55 @@ namespace {
 
 constexpr int CHANNELS = 4;
 
-// Buffers of one line.
-struct line_buffers {
+// What a line is read into before it is printed.
+struct line_planes {
+    const raster_source* source;
     mem_guard<uint8_t> planes[CHANNELS];
-    mem_guard<uint8_t> out; // the row as it is printed
 };
-
-bool allocate(const raster_source* s, line_buffers* b) {
-    for (auto& plane : b->planes) {
-        plane.block = mem_new_array<uint8_t>(source_plane_bytes(s));
-        if (!plane) return false;
-    }
-    b->out.block =
-        mem_new_array<uint8_t>(std::max(rzl_interleaved_size(s->file), static_cast<size_t>(s->width) * 3 + 1));
-    return static_cast<bool>(b->out);
-}
 
 // Colours that have no plane more come as they are printed.
 bool comes_as_pixels(const raster_source* s) {
     return s->kind == pixel_kind::color && s->samples == 3;
 }
 
-bool read_line(const raster_source* s, line_buffers* b) {
-    auto& p = b->planes;
-    if (comes_as_pixels(s)) return rzl_getline_interleaved(s->file, b->out.get()) == 0;
+// Planes that a line is read into.
+int plane_count(const raster_source* s) {
     switch (s->kind) {
+    case pixel_kind::color: return comes_as_pixels(s) ? 0 : 3;
+    case pixel_kind::mapped: return 3;
+    case pixel_kind::four: return CHANNELS;
+    default: return 1;
+    }
+}
+
+// Bytes of a printed pixel.
+size_t printed_bytes(const raster_source* s) {
+    bool one = s->kind == pixel_kind::bilevel || s->kind == pixel_kind::grey || s->kind == pixel_kind::deep;
+    return one ? 1 : 3;
+}
+
+// Only what is used: a line may be millions of pixels wide.
+bool allocate(line_planes* b) {
+    const raster_source* s = b->source;
+    for (int i = 0; i < plane_count(s); ++i) {
+        const bool bits = s->kind == pixel_kind::bilevel;
+        b->planes[i].block = mem_new_array<uint8_t>(bits ? raster_bit_line_bytes(s->width) : source_plane_bytes(s));
+        if (!b->planes[i]) return false;
+    }
+    return true;
+}
+
+bool read_planes(line_planes* b) {
+    auto& p = b->planes;
+    CFILE* file = b->source->file;
+    switch (b->source->kind) {
     case pixel_kind::mapped:
-    case pixel_kind::color: return rzl_getline3(s->file, p[0].get(), p[1].get(), p[2].get()) == 0;
+    case pixel_kind::color: return rzl_getline3(file, p[0].get(), p[1].get(), p[2].get()) == 0;
     case pixel_kind::four: {
         void* buffers[CHANNELS] = {p[0].get(), p[1].get(), p[2].get(), p[3].get()};
-        return rzl_getline_channels(s->file, CHANNELS, buffers) == 0;
+        return rzl_getline_channels(file, CHANNELS, buffers) == 0;
     }
-    default: return rzl_getline(s->file, p[0].get()) == 0;
+    default: return rzl_getline(file, p[0].get()) == 0;
     }
 }
 
@@ -53,47 +71,52 @@ void reverse_pixels(uint8_t* row, size_t width, size_t pixel) {
         std::reverse(row + x * pixel, row + (x + 1) * pixel);
 }
 
-// The line in the buffers as it is printed; gives the bytes.
-size_t make_row(const raster_source* s, line_buffers* b) {
-    auto width = static_cast<size_t>(s->width);
-    uint8_t* out = b->out.get();
+// The line in the planes as it is printed.
+void make_row(const line_planes* b, uint8_t* out) {
+    auto width = static_cast<size_t>(b->source->width);
     const uint8_t* plane = b->planes[0].get();
-    size_t pixel = 1;
-    switch (s->kind) {
-    case pixel_kind::bilevel: rzl_unpack_bits(plane, out, s->width, 0, 255); break;
+    switch (b->source->kind) {
+    case pixel_kind::bilevel: rzl_unpack_bits(plane, out, b->source->width, 0, 255); break;
     case pixel_kind::grey: std::memcpy(out, plane, width); break;
     case pixel_kind::deep:
         for (size_t x = 0; x < width; ++x)
             out[x] = plane[x * 2 + 1]; // the high byte of 16 bits
         break;
     default:
-        pixel = 3;
-        for (size_t x = 0; !comes_as_pixels(s) && x < width; ++x) {
+        for (size_t x = 0; x < width; ++x) {
             out[x * 3] = plane[x];
             out[x * 3 + 1] = b->planes[1][x];
             out[x * 3 + 2] = b->planes[2][x];
         }
     }
-    if (source_is_right_to_left(s)) reverse_pixels(out, width, pixel);
-    return width * pixel;
 }
 
-int print_rows(const raster_source* s, const char* path, line_buffers* b) {
-    bool jumps = source_is_bottom_up(s);
+bool read_row(void* context, uint8_t* out) {
+    auto* b = static_cast<line_planes*>(context);
+    const raster_source* s = b->source;
+    if (comes_as_pixels(s)) {
+        if (rzl_getline_interleaved(s->file, out) != 0) return false;
+    } else {
+        if (!read_planes(b)) return false;
+        make_row(b, out);
+    }
+    if (source_is_right_to_left(s)) reverse_pixels(out, static_cast<size_t>(s->width), printed_bytes(s));
+    return true;
+}
+
+int print_rows(const raster_source* s, const char* path, line_planes* b) {
+    const bool upward = source_is_bottom_up(s);
     // The rows of a picture that is not all there have no place.
-    if (jumps && rzl_lines_held(s->file) < s->height)
-        return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
-    // Remembered line offsets only make the way up quick; a format without them finds its lines all the same.
-    if (jumps) rzl_randomize(s->file);
-    for (int32_t row = 0; row < s->height; ++row) {
-        int32_t line = source_line_of_row(s, row);
-        if ((jumps && rzl_seek(s->file, line) != 0) || !read_line(s, b)) return raster_line_failed(s->file, path, line);
-        // The first line that was made up ends the picture.
-        if (rzl_is_line_damaged(s->file) != 0) break;
-        out_bytes(b->out.get(), make_row(s, b));
+    const int32_t least = upward ? s->height : 1;
+    if (rzl_lines_held(s->file) < least) return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
+    const size_t printed = static_cast<size_t>(s->width) * printed_bytes(s);
+    source_rows rows = {s, path, upward, comes_as_pixels(s) ? rzl_interleaved_size(s->file) : printed, read_row, b};
+    if (!rows_begin(&rows)) return EXIT_FAILED;
+    for (const uint8_t* row = rows_next(&rows); row != nullptr; row = rows_next(&rows)) {
+        out_bytes(row, printed);
         if (out_failed()) return EXIT_FAILED;
     }
-    return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
+    return !rows.failed && raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
 }
 
 } // namespace
@@ -109,17 +132,17 @@ int command_cat(word_list* words) {
     if (request.path == nullptr) return program_usage("cat needs a file");
     raster_source source;
     if (!source_open(&request, &source)) return EXIT_FAILED;
-    line_buffers buffers = {{mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr),
-                             mem_guard<uint8_t>(nullptr)},
-                            mem_guard<uint8_t>(nullptr)};
+    line_planes planes = {&source,
+                          {mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr),
+                           mem_guard<uint8_t>(nullptr)}};
     int status = EXIT_FAILED;
     bool too_deep = source.kind == pixel_kind::deep && source.bits > 16;
     if (too_deep) {
         program_fail("Samples of %d bits are not printed as bytes.", source.bits);
-    } else if (!allocate(&source, &buffers)) {
+    } else if (!allocate(&planes)) {
         program_fail("There is no memory for a line of %d pixels.", source.width);
     } else {
-        status = print_rows(&source, request.path, &buffers);
+        status = print_rows(&source, request.path, &planes);
     }
     source_close(&source);
     return status;

@@ -13,6 +13,7 @@
 #include "common/raster.h"
 #include "platform/files.h"
 #include "reduce.h"
+#include "rows.h"
 #include "source.h"
 #include "support/memory.h"
 
@@ -95,11 +96,8 @@ int parse(word_list* words, convert_request* request) {
 // ---- the target -----------------------------------------------------------------------------------------------------
 
 pixel_kind kind_of_format(int64_t format) {
+    if (raster_is_bilevel(format)) return pixel_kind::bilevel;
     switch (format) {
-    case RZL_FORMAT_BILEVEL:
-    case RZL_FORMAT_BILEVEL_RUNS:
-    case RZL_FORMAT_GROUP3:
-    case RZL_FORMAT_GROUP4: return pixel_kind::bilevel;
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_BYTE_PAIRS:
     case RZL_FORMAT_BYTE_RUNS:
@@ -212,8 +210,10 @@ struct conversion {
     const convert_request* request;
     CFILE* out;
     pixel_kind target;
-    mem_guard<uint8_t> planes[CHANNELS];
-    mem_guard<uint8_t> pixels; // a line of both files with its samples together; null where lines go as planes
+    bool as_pixels;  // lines of both files have their samples together, and go so
+    int plane_count; // otherwise, planes of plane_bytes each stand one behind the other
+    size_t plane_bytes;
+    uint8_t* planes[CHANNELS]; // of the line at hand, or its pixels in the first one
     mem_guard<rzl_vlt_entry> vlt;
     Impack* reduced; // null where the lines of the source go out
     bool turned;     // the target has no lines in the order of the source: they go out the other way round
@@ -343,54 +343,69 @@ bool keeps_compression(const conversion* c) {
     return rzl_get_hdr_data(c->out, RZL_FIELD_COMPRESSION, &kept) == 0 && kept == asked;
 }
 
-// Rows that both files store as pixels are not taken apart on the way, unless they are turned round.
-bool make_pixels(conversion* c) {
-    bool colors = c->source->kind == pixel_kind::color && c->target == pixel_kind::color;
-    if (!colors || c->mirrored || !stores_pixels(c->source->file) || !stores_pixels(c->out)) return true;
-    c->pixels.block = mem_new_array<uint8_t>(static_cast<size_t>(c->source->width) * SAMPLES_OF_COLOR);
-    return static_cast<bool>(c->pixels);
+constexpr size_t SAMPLE_ALIGNMENT = 16;
+
+// Rows that both files store as pixels are not taken apart on the way, unless they are turned round. Bits that stay as
+// they are need a line of bits, which may be millions of pixels wide. Gives the bytes of a line.
+size_t choose_layout(conversion* c) {
+    const raster_source* s = c->source;
+    const bool colors = s->kind == pixel_kind::color && c->target == pixel_kind::color;
+    c->as_pixels = colors && !c->mirrored && stores_pixels(s->file) && stores_pixels(c->out);
+    if (c->as_pixels) return static_cast<size_t>(s->width) * SAMPLES_OF_COLOR;
+    const bool bits = s->kind == pixel_kind::bilevel && c->target == pixel_kind::bilevel && !c->mirrored;
+    c->plane_count = bits ? 1 : CHANNELS;
+    const size_t room = bits ? raster_bit_line_bytes(s->width) : source_plane_bytes(s);
+    c->plane_bytes = (room + SAMPLE_ALIGNMENT - 1) / SAMPLE_ALIGNMENT * SAMPLE_ALIGNMENT;
+    return c->plane_bytes * static_cast<size_t>(c->plane_count);
 }
 
-bool read_line(conversion* c) {
-    auto& p = c->planes;
+void take_line(conversion* c, uint8_t* line) {
+    for (int i = 0; i < CHANNELS; ++i)
+        c->planes[i] = c->as_pixels || i >= c->plane_count ? line : line + static_cast<size_t>(i) * c->plane_bytes;
+}
+
+bool read_line(void* context, uint8_t* line) {
+    auto* c = static_cast<conversion*>(context);
+    take_line(c, line);
+    uint8_t* const* p = c->planes;
     const raster_source* s = c->source;
-    if (c->pixels) return rzl_getline_interleaved(s->file, c->pixels.get()) == 0;
+    if (c->as_pixels) return rzl_getline_interleaved(s->file, line) == 0;
     if (s->kind == pixel_kind::color || (s->kind == pixel_kind::mapped && c->target == pixel_kind::color)) {
-        return rzl_getline3(s->file, p[0].get(), p[1].get(), p[2].get()) == 0;
+        return rzl_getline3(s->file, p[0], p[1], p[2]) == 0;
     }
     if (s->kind == pixel_kind::four) {
-        void* buffers[CHANNELS] = {p[0].get(), p[1].get(), p[2].get(), p[3].get()};
+        void* buffers[CHANNELS] = {p[0], p[1], p[2], p[3]};
         return rzl_getline_channels(s->file, CHANNELS, buffers) == 0;
     }
-    return rzl_getline(s->file, p[0].get()) == 0;
+    return rzl_getline(s->file, p[0]) == 0;
 }
 
 // A bilevel line into bytes, through a spare plane.
 void widen_bits(conversion* c, uint8_t set) {
     auto width = static_cast<size_t>(c->source->width);
-    rzl_unpack_bits(c->planes[0].get(), c->planes[3].get(), c->source->width, 0, set);
-    std::memcpy(c->planes[0].get(), c->planes[3].get(), width);
+    rzl_unpack_bits(c->planes[0], c->planes[3], c->source->width, 0, set);
+    std::memcpy(c->planes[0], c->planes[3], width);
 }
 
 // The pixels of the planes the other way round. Bits are turned as bytes, through a spare plane.
 void mirror_line(conversion* c) {
     auto width = static_cast<size_t>(c->source->width);
-    auto& p = c->planes;
+    uint8_t* const* p = c->planes;
     if (c->source->kind == pixel_kind::bilevel) {
-        uint8_t* bytes = p[3].get();
-        rzl_unpack_bits(p[0].get(), bytes, c->source->width, 0, 1);
-        std::memset(p[0].get(), 0, (width + 15) / 16 * 2);
+        uint8_t* bytes = p[3];
+        rzl_unpack_bits(p[0], bytes, c->source->width, 0, 1);
+        std::memset(p[0], 0, (width + 15) / 16 * 2);
         for (size_t x = 0; x < width; ++x)
             if (bytes[width - 1 - x] != 0) p[0][(x / 8) ^ 1] |= static_cast<uint8_t>(0x80 >> x % 8);
         return;
     }
-    for (auto& plane : p)
-        std::reverse(plane.get(), plane.get() + width);
+    for (int i = 0; i < CHANNELS; ++i)
+        std::reverse(p[i], p[i] + width);
 }
 
 bool write_line(conversion* c) {
-    auto& p = c->planes;
-    if (c->pixels) return rzl_putline_interleaved(c->out, c->pixels.get()) == 0;
+    uint8_t* const* p = c->planes;
+    if (c->as_pixels) return rzl_putline_interleaved(c->out, p[0]) == 0;
     if (c->mirrored) mirror_line(c);
     bool one_plane = c->source->kind == pixel_kind::grey || c->source->kind == pixel_kind::bilevel;
     if (c->source->kind == pixel_kind::bilevel && c->target != pixel_kind::bilevel) widen_bits(c, 255);
@@ -399,15 +414,13 @@ bool write_line(conversion* c) {
         widen_bits(c, 1); // the two indices
     }
     if (c->target == pixel_kind::color) {
-        const uint8_t* green = one_plane ? p[0].get() : p[1].get();
-        const uint8_t* blue = one_plane ? p[0].get() : p[2].get();
-        return rzl_putline3(c->out, p[0].get(), green, blue) == 0;
+        return rzl_putline3(c->out, p[0], one_plane ? p[0] : p[1], one_plane ? p[0] : p[2]) == 0;
     }
     if (c->target == pixel_kind::four) {
-        const void* buffers[CHANNELS] = {p[0].get(), p[1].get(), p[2].get(), p[3].get()};
+        const void* buffers[CHANNELS] = {p[0], p[1], p[2], p[3]};
         return rzl_putline_channels(c->out, CHANNELS, buffers) == 0;
     }
-    return rzl_putline(c->out, p[0].get()) == 0;
+    return rzl_putline(c->out, p[0]) == 0;
 }
 
 int line_not_written(const conversion* c) {
@@ -418,17 +431,14 @@ int line_not_written(const conversion* c) {
 
 int copy_lines(conversion* c) {
     const raster_source* s = c->source;
-    const char* path = c->request->in.path;
-    if (!make_pixels(c)) return program_fail("There is no memory for a line of %d pixels.", s->width);
-    if (c->turned) rzl_randomize(s->file); // only makes seeking quick
-    for (int32_t line = 0; line < s->height; ++line) {
-        if (c->turned && rzl_seek(s->file, s->height - 1 - line) != 0) return raster_line_failed(s->file, path, line);
-        if (!read_line(c)) return raster_line_failed(s->file, path, line);
-        if (rzl_is_line_damaged(s->file) != 0) break;
+    source_rows rows = {s, c->request->in.path, c->turned, choose_layout(c), read_line, c};
+    if (!rows_begin(&rows)) return EXIT_FAILED;
+    for (uint8_t* line = rows_next(&rows); line != nullptr; line = rows_next(&rows)) {
+        take_line(c, line);
         if (!write_line(c)) return line_not_written(c);
-        progress_show("converting", line + 1, s->height);
+        progress_show("converting", rows.done, s->height);
     }
-    return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
+    return !rows.failed && raster_is_undamaged(s->file, c->request->in.path) ? EXIT_DONE : EXIT_FAILED;
 }
 
 int write_reduced(conversion* c) {
@@ -456,10 +466,6 @@ int write_file(conversion* c, const char* fresh) {
     if (reduces(c->source, c->request)) {
         int status = reduce_source(c->source, c->request->in.path, &c->reduced);
         if (status != EXIT_DONE) return status;
-    }
-    for (auto& plane : c->planes) {
-        plane.block = mem_new_array<uint8_t>(source_plane_bytes(c->source));
-        if (!plane) return program_fail("There is no memory for a line of %d pixels.", c->source->width);
     }
     char name[PLAIN_NAME_SIZE];
     c->out = rzl_open_w(plain_name(fresh, name));
@@ -496,17 +502,9 @@ int convert(const raster_source* source, convert_request* request) {
     if (status != EXIT_DONE) return status;
     char fresh[FILES_PATH_SIZE];
     if (!files_replace_begin(request->out, fresh, sizeof fresh)) return program_fail_writing(request->out, "");
-    conversion c = {source,
-                    request,
-                    nullptr,
-                    kind_of_format(request->format),
-                    {mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr),
-                     mem_guard<uint8_t>(nullptr)},
-                    mem_guard<uint8_t>(nullptr),
-                    mem_guard<rzl_vlt_entry>(nullptr),
-                    nullptr,
-                    false,
-                    false};
+    conversion c = {source, request, nullptr, kind_of_format(request->format),   false,
+                    0,      0,       {},      mem_guard<rzl_vlt_entry>(nullptr), nullptr,
+                    false,  false};
     status = write_file(&c, fresh);
     if (c.reduced != nullptr) imp_free(&c.reduced);
     progress_end();

@@ -51,11 +51,8 @@ pixel_kind kind_of(const raster_source* s) {
     bool is_gif = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_GIF;
     bool two_colors = is_gif || (has_table(s) && !is_black_and_white(s));
     if (s->bits == 1 && two_colors) return pixel_kind::mapped;
+    if (raster_is_bilevel(s->format)) return pixel_kind::bilevel;
     switch (s->format) {
-    case RZL_FORMAT_BILEVEL:
-    case RZL_FORMAT_BILEVEL_RUNS:
-    case RZL_FORMAT_GROUP3:
-    case RZL_FORMAT_GROUP4: return pixel_kind::bilevel;
     case RZL_FORMAT_COLOR_RUNS:
     case RZL_FORMAT_PLANE_RUNS:
     case RZL_FORMAT_RGB:
@@ -165,8 +162,8 @@ int32_t source_field(const raster_source* source, int32_t field, int32_t fallbac
 }
 
 size_t source_plane_bytes(const raster_source* source) {
-    size_t pixel = source->kind == pixel_kind::deep ? 16 : 1;
-    return static_cast<size_t>(source->width) * pixel + 16;
+    // The samples of a deep pixel may stand together.
+    return source->kind == pixel_kind::deep ? rzl_interleaved_size(source->file) : rzl_line_size(source->file);
 }
 
 bool source_is_bottom_up(const raster_source* source) {
@@ -175,8 +172,4 @@ bool source_is_bottom_up(const raster_source* source) {
 
 bool source_is_right_to_left(const raster_source* source) {
     return (source->orientation & ORIENTATION_FROM_RIGHT) != 0;
-}
-
-int32_t source_line_of_row(const raster_source* source, int32_t row) {
-    return source_is_bottom_up(source) ? source->height - 1 - row : row;
 }

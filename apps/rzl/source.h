@@ -39,7 +39,5 @@ int32_t source_field(const raster_source* source, int32_t field, int32_t fallbac
 // Bytes of a line buffer that any call for one plane of this file can need.
 size_t source_plane_bytes(const raster_source* source);
 
-// The line of the file that holds a row counted from the top.
-int32_t source_line_of_row(const raster_source* source, int32_t row);
 bool source_is_bottom_up(const raster_source* source);
 bool source_is_right_to_left(const raster_source* source);

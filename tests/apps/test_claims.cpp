@@ -167,6 +167,31 @@ TEST_F(Claims, ARasterOfFewBytesCostsLittleAndFails) {
     }
 }
 
+// One bit in group 4 is a whole white line: such a file is sound, and its line takes what a line takes.
+TEST_F(Claims, ALineOfMillionsOfPixelsTakesThatLine) {
+    if (WITH_SANITIZER) GTEST_SKIP() << "a sanitizer takes the address space";
+    const uint32_t width = 16777215;
+    write("wide.tif", tiff(width, 1, 4, 1, std::string("\x80", 1)));
+    for (const auto& words : {std::vector<std::string>{"rzl", "info", "wide.tif"}, {"rzl", "cat", "wide.tif"}}) {
+        const program_case c = {nullptr, words, {}, false};
+        run_limits limits;
+        limits.address_bytes = (int64_t{32} << 20) + int64_t{width} * 3; // the program's own and a line
+        const limited_result result = run_limited(directory, c.process_words(), limits, "/dev/null");
+        EXPECT_TRUE(result.ok()) << c.name() << result.err;
+    }
+}
+
+// A picture that ends at its first code has no place where a further line begins: each is found by way of all before.
+TEST_F(Claims, GoingUpALineAtATimeIsNotPaidByTheSquareOfTheHeight) {
+    const uint32_t height = 131000;
+    const std::string file = "BM" + little(1080, 4) + little(0, 4) + little(1078, 4) + little(40, 4) + little(13, 4) +
+                             little(height, 4) + little(1, 2) + little(8, 2) + little(1, 4) + std::string(20, '\0') +
+                             std::string(1024, '\x55') + std::string("\0\1", 2);
+    write("ended.bmp", file);
+    EXPECT_EQ(expect_bounded({"rzl", "cat", "ended.bmp"}, file.size()).out_bytes, int64_t{height} * 13 * 3);
+    EXPECT_TRUE(expect_bounded({"rzl", "convert", "ended.bmp", "o.tga", "--standard", "PNG"}, file.size()).ok());
+}
+
 TEST_F(Claims, SizesOfTheCommandLineAreHeldAgainstThePicture) {
     expect_bounded({"rzl", "convert", "big.rgb", "o.tif", "--tile", "32768"}, 1000);
     EXPECT_FALSE(std::filesystem::exists(path("o.tif")));

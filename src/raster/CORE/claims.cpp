@@ -17,8 +17,10 @@ constexpr int64_t CODED_PIXELS = 16384;
 // at 600 points an inch.
 constexpr int64_t LEFT_OUT_PIXELS = 40'000'000;
 
-// A line of group 3 or 4 that is as the one before takes a bit, however long it is.
+// A line of group 3 or 4 that is as the one before takes a bit, however long it is: only its width is bounded, by what
+// a sheet of 10 metres has at 600 points an inch, as a mean of all lines.
 constexpr int64_t FAX_LINES = 8; // in a byte
+constexpr int64_t FAX_PIXELS = FAX_LINES << 18;
 
 bool is_fax(int32_t format) {
     return format == RZL_FORMAT_GROUP3 || format == RZL_FORMAT_GROUP4;
@@ -55,11 +57,15 @@ int64_t pixel_bytes(CFILE* c) {
 
 // The lines that `bytes` can be at most.
 int64_t lines_in(const CFILE* c, int64_t bytes) {
-    if (is_fax(c->format) && !has_flag(c, FLAG_TILED)) return bytes * FAX_LINES;
-    expansion e = expansion_of(c);
+    const bool fax = is_fax(c->format) && !has_flag(c, FLAG_TILED);
+    const expansion e = fax ? expansion{FAX_PIXELS, LEFT_OUT_PIXELS} : expansion_of(c);
     int64_t pixels = 0;
-    if (!checked_mul(bytes, e.in_byte, &pixels) || !checked_add(pixels, e.left_out, &pixels)) return INT32_MAX;
-    return pixels / std::max(c->xsize, 1) + 1; // a part of a line is worth reading
+    int64_t lines = INT32_MAX;
+    if (checked_mul(bytes, e.in_byte, &pixels) && checked_add(pixels, e.left_out, &pixels)) {
+        // A part of a line is worth reading, unless no page is as wide.
+        lines = pixels / std::max(c->xsize, 1) + (c->xsize <= LEFT_OUT_PIXELS ? 1 : 0);
+    }
+    return fax ? std::min(lines, bytes * FAX_LINES) : lines;
 }
 
 } // namespace
