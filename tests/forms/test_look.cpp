@@ -292,7 +292,8 @@ TEST_F(Look, LinesOfTexts) {
     int width = 0, height = 0, spacing = 0;
     fi_env.FI_CALC_TEXT(g->font_id, "the longest of them", 19, &height, &width, &spacing, 0);
     EXPECT_EQ(g->text_width, width);
-    EXPECT_EQ(g->y2 - g->y1, static_cast<float>(4 * height + height / 5 * 3));
+    const int gap = height / 5;
+    EXPECT_EQ(g->y2 - g->y1, static_cast<float>(4 * height + gap * 3));
     FIf_display(form);
     // Each line is hit by its own extent.
     const int pitch = height - height / 8;

@@ -345,7 +345,7 @@ TEST_F(Range, SlidersAreDragged) {
     FI_gadget* g = slider(true, 0, 100, 0, 7);
     const auto* s = fi_as<fi_slider>(g);
     const auto place = [&](double share) {
-        return int(20 + s->low_margin + s->thumb_size / 2 + std::ceil(share * double(s->track_length)));
+        return 20 + s->low_margin + s->thumb_size / 2 + int(std::ceil(share * double(s->track_length)));
     };
     FIg_set_increment(form, LABEL, 10);
     drag({{place(0.2), 110}, {place(0.5), 110}, {place(0.5), 120}, {place(0.51), 120}, {place(0.8), 140}});
@@ -368,7 +368,7 @@ TEST_F(Range, SlidersAreDragged) {
     s = fi_as<fi_slider>(g);
     FIg_set_increment(form, LABEL, 10);
     const auto height = [&](double share) {
-        return int(260 - s->low_margin - s->thumb_size / 2 - std::ceil(share * double(s->track_length)));
+        return 260 - s->low_margin - s->thumb_size / 2 - int(std::ceil(share * double(s->track_length)));
     };
     drag({{120, height(0.2)}, {120, height(0.7)}});
     EXPECT_EQ(take_told(), "[80][30]1.11=30 ");
@@ -450,7 +450,8 @@ TEST_F(Range, ArrowsRepeat) {
     EXPECT_EQ(steps, 1);
     steps = 0;
     drag({{110, y}, {110, y}}, 500); // for 1000: known as a press after 210, and after 500 more one each 16
-    EXPECT_NEAR(steps, 1 + 1 + (1000 - 210 - 500) / 16, 1);
+    constexpr int ticks = (1000 - 210 - 500) / 16;
+    EXPECT_NEAR(steps, 1 + 1 + ticks, 1);
     EXPECT_NE(enabled_events & TIMER_EVENT, 0U);
     on_step = nullptr;
     // A release that waits already ends it, however long the step took.
@@ -569,7 +570,8 @@ TEST_F(Range, PrivateBars) {
     fi_scroll_set_view(private_bar, 0.25, 30, 10);
     fi_display_gadget(private_bar, window_of(form));
     const auto* s = fi_as<fi_scroll>(private_bar);
-    EXPECT_EQ(s->thumb->y1, static_cast<float>(s->slide_y1 + (140 - 35) / 3));
+    constexpr int third = (140 - 35) / 3;
+    EXPECT_EQ(s->thumb->y1, static_cast<float>(s->slide_y1 + third));
     fi_scroll_set_view(private_bar, 0.25, 30, 99);
     EXPECT_EQ(private_bar->value, 30);
     const std::vector<uint8_t> seen = picture(form);
