@@ -152,6 +152,7 @@ TEST_F(Values, LinksGoAroundOnce) {
     EXPECT_EQ(value(form, 14), 1);
     // A long chain needs no deep stack.
     std::vector<test_gadget> many;
+    many.reserve(1000);
     for (int i = 0; i < 1000; ++i)
         many.push_back({FI_TOGGLE, 20 + i, 0, 0, 5, 5, nullptr});
     FI_form* chain = make(many);

@@ -1,6 +1,9 @@
 // Palette files: the scanner, loading, saving, and what a failure leaves behind.
 #include <array>
 #include <cmath>
+#include <csignal>
+
+#include <sys/resource.h>
 
 #include "common/failures.h"
 #include "common/values.h"
@@ -110,6 +113,16 @@ TEST_F(Palette, ACutWriteKeepsTheOldFile) {
             EXPECT_EQ(result, hit ? -1 : 0);
             EXPECT_EQ(std::filesystem::file_size(path) == 3, hit);
         });
+    // What the last writes could not place is told by the close alone.
+    const std::string whole = read(path);
+    rlimit usual = {};
+    getrlimit(RLIMIT_FSIZE, &usual);
+    const rlimit small = {10, usual.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    result = palette_save(&colors, &patterns, path.c_str());
+    setrlimit(RLIMIT_FSIZE, &usual);
+    EXPECT_EQ((values{result, read(path)}), (values{-1, whole}));
 }
 
 TEST_F(Palette, AFailedAllocationLosesOneEntryOrAll) {
