@@ -10,22 +10,29 @@ namespace {
 constexpr size_t CHANNELS = 3;
 constexpr int FIRST_ROOM = 16;
 
+int32_t rows_of(const surface_pixels* p) {
+    if (pen_defined(p->image, p->pen) == 0) return 0;
+    return std::min(p->image->pens[p->pen]->line_count, p->picture->height);
+}
+
+int spans_of(const surface_pixels* p, int32_t y, const row_span** spans) {
+    return row_spans(p->image->pens[p->pen]->lines[y], 0, p->picture->width, p->room, spans);
+}
+
 // Calls f(y, spans, count) for each row of the picture that the surface has pixels on.
 template <typename F> void each_row(const surface_pixels* p, F f) {
-    if (pen_defined(p->image, p->pen) == 0) return;
-    const compressed_pen* pen = p->image->pens[p->pen];
-    const int32_t rows = std::min(pen->line_count, p->picture->height);
+    const int32_t rows = rows_of(p);
     for (int32_t y = 0; y < rows; ++y) {
         const row_span* spans = nullptr;
-        const int count = row_spans(pen->lines[y], 0, p->picture->width, p->room, &spans);
+        const int count = spans_of(p, y, &spans);
         if (count > 0) f(y, spans, count);
     }
 }
 
 // Calls f(plane, kept, count) for the three channels of each stretch of a row: `kept` are the bytes that belong to it.
 // Returns where the bytes of the next row are.
-template <typename F>
-uint8_t* each_channel(const raster_image* p, int32_t y, const row_span* spans, int count, uint8_t* kept, F f) {
+template <typename Byte, typename F>
+Byte* each_channel(const raster_image* p, int32_t y, const row_span* spans, int count, Byte* kept, F f) {
     for (int i = 0; i < count; ++i) {
         const size_t at = static_cast<size_t>(y) * static_cast<size_t>(p->width) + static_cast<size_t>(spans[i].first);
         const auto length = static_cast<size_t>(spans[i].end - spans[i].first);
@@ -37,12 +44,20 @@ uint8_t* each_channel(const raster_image* p, int32_t y, const row_span* spans, i
     return kept;
 }
 
+void tell(row_changed told, int32_t y, const row_span* spans, int count) {
+    if (told.changed != nullptr) told.changed(told.user, y, spans[0].first, spans[count - 1].end - 1);
+}
+
 // f as in each_channel(), over all rows.
 template <typename F> void each_stretch(const surface_pixels* p, uint8_t* kept, row_changed told, F f) {
     each_row(p, [&](int32_t y, const row_span* spans, int count) {
         kept = each_channel(p->picture, y, spans, count, kept, f);
-        if (told.changed != nullptr) told.changed(told.user, y, spans[0].first, spans[count - 1].end - 1);
+        tell(told, y, spans, count);
     });
+}
+
+void put_back(uint8_t* plane, const uint8_t* bytes, size_t n) {
+    std::memcpy(plane, bytes, n);
 }
 
 void step_free(history_step* step) {
@@ -90,18 +105,28 @@ size_t pixels_size(const surface_pixels* p) {
     return pixels * CHANNELS;
 }
 
-bool pixels_keep(const surface_pixels* p, kept_pixels* kept) {
-    kept->size = pixels_size(p);
-    kept->bytes = mem_new_array<uint8_t>(kept->size);
+bool pixels_keep(const surface_pixels* p, size_t size, kept_pixels* kept, size_t* rows) {
+    *kept = {mem_new_array<uint8_t>(size), size};
     if (kept->bytes == nullptr) return false;
-    each_stretch(p, kept->bytes, {nullptr, nullptr},
-                 [](const uint8_t* plane, uint8_t* bytes, size_t n) { std::memcpy(bytes, plane, n); });
+    uint8_t* to = kept->bytes;
+    each_row(p, [&](int32_t y, const row_span* spans, int count) {
+        if (rows != nullptr) rows[y] = static_cast<size_t>(to - kept->bytes);
+        to = each_channel(p->picture, y, spans, count, to,
+                          [](const uint8_t* plane, uint8_t* bytes, size_t n) { std::memcpy(bytes, plane, n); });
+    });
     return true;
 }
 
 void pixels_put_back(const surface_pixels* p, const kept_pixels* kept, row_changed told) {
-    each_stretch(p, kept->bytes, told,
-                 [](uint8_t* plane, const uint8_t* bytes, size_t n) { std::memcpy(plane, bytes, n); });
+    each_stretch(p, kept->bytes, told, put_back);
+}
+
+void pixels_put_back_row(const surface_pixels* p, int32_t y, const uint8_t* bytes, row_changed told) {
+    const row_span* spans = nullptr;
+    const int count = y < rows_of(p) ? spans_of(p, y, &spans) : 0;
+    if (count == 0) return;
+    each_channel(p->picture, y, spans, count, bytes, put_back);
+    tell(told, y, spans, count);
 }
 
 void pixels_exchange(const surface_pixels* p, kept_pixels* kept, row_changed told) {

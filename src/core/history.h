@@ -32,11 +32,13 @@ struct kept_pixels {
 // How many bytes they have.
 size_t pixels_size(const surface_pixels* p);
 
-// Copies them out of the planes. False without memory.
-bool pixels_keep(const surface_pixels* p, kept_pixels* kept);
+// Copies them out of the planes; `size` is what pixels_size() gives. False without memory. Where each row's begin goes
+// to `rows`, one entry a row of the picture, unless that is null.
+bool pixels_keep(const surface_pixels* p, size_t size, kept_pixels* kept, size_t* rows);
 
-// Copies them back, or exchanges the two. `told` hears of each row.
+// Copies them back, or exchanges the two. `told` hears of each row. Or those of row y alone, which begin at `bytes`.
 void pixels_put_back(const surface_pixels* p, const kept_pixels* kept, row_changed told);
+void pixels_put_back_row(const surface_pixels* p, int32_t y, const uint8_t* bytes, row_changed told);
 void pixels_exchange(const surface_pixels* p, kept_pixels* kept, row_changed told);
 
 void pixels_free(kept_pixels* kept);

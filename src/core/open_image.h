@@ -12,12 +12,14 @@
 #include "surface/reevaluate.h"
 #include "tnc/tnc.h"
 
-// Told of what happens to the image, beyond its rows. Any of them may be null.
+// Told of what happens to the image, beyond its rows, and asked what is looked at. Any of them may be null.
 struct image_display {
     void (*replaced)();                    // another picture is open
     void (*pass_begins)();                 // a pen's pixels are about to change,
     void (*pass_ends)(int pen, bool done); // have changed, or stay as they were after a failure
     void (*kept)(int pen);                 // a pen was given what it carries already
+    bool (*seen)(pixel_grid* grid);        // the pixels of the picture that are shown; false: none are. Null: all
+    bool (*late)();                        // a step of a drag has taken the time that it may. Null: it never has
 };
 
 // A drag under way: what it began with.
@@ -27,6 +29,11 @@ struct image_drag {
     applique* carried;  // owned: what the pen carried. The pen's entry is this one while nothing else is shown
     kept_pixels pixels; // owned: what its pixels were
     bool changed;       // whether the image was changed
+    size_t* rows;       // owned: where each row's begin among them
+    reevaluation* pass; // owned: from there to what is shown now; null: that is the beginning
+    bool behind;        // the planes don't hold it everywhere yet
+    int32_t next_row;   // of those that are seen, counted from the topmost: the next to be shown,
+    int32_t rows_left;  // and how many are still to be
 };
 
 // What tells that a file is still the same.
@@ -71,7 +78,7 @@ void image_close();
 // redo that leads away from here.
 void image_mark_unchanged();
 
-// ---- apply.cpp: changes of surfaces --------------------------------------------------------------------------------
+// ---- apply.cpp, drag.cpp: changes of surfaces ---------------------------------------------------------------------
 
 // Gives a pen a new colour or pattern, as one step that can be undone. Takes ownership of the applique in every case.
 // Returns 1 when the pen now carries it (also when it did before), 0 after a message.
@@ -81,9 +88,15 @@ int apply_col_pat(int pen, applique* a);
 // with another applique, as if that had been applied to what it had at the beginning; it takes ownership in every case,
 // and leaves what is shown at a failure: 0 after a message. image_commit() makes one step of the drag, as far as it
 // came, and image_cancel() gives the planes back to the last bit. Only one drag is open at a time: whatever else
-// changes or replaces the image ends it first, with a commit. Without an open drag the three do nothing, and give 0.
+// changes or replaces the image ends it first, with a commit. Without an open drag they do nothing, and give 0.
+//
+// A preview changes the pixels that are seen, and not even all of them when it gets late. image_preview_more() goes on
+// with it, and gives 1 while there is still more. image_complete() brings all of the picture to what was asked for; it
+// is to be called before the planes are looked at beyond what was seen. Whatever ends the drag has it done.
 int image_begin(int pen);
 int image_preview(applique* a);
+int image_preview_more();
+void image_complete();
 int image_commit(); // 1 when there was something to make a step of
 int image_cancel(); // 1 when there was a drag
 
@@ -104,8 +117,7 @@ void image_history_limit(size_t bytes);
 void image_undo_words(char* text, size_t size);
 void image_redo_words(char* text, size_t size);
 
-// ---- recipes.cpp
-// -----------------------------------------------------------------------------------------------------
+// ---- recipes.cpp --------------------------------------------------------------------------------------------------
 
 // Applies the sets of a recipe in their order, one step each; names are looked up in the palettes. What is wrong with a
 // set, or a pen that the image doesn't have, is told with its line, and the others are applied. Returns how many sets

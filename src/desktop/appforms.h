@@ -16,9 +16,6 @@ extern const form_hooks program_form_hooks;
 // Starts the toolkit with the forms and symbols of a product directory. 0 when it is there.
 int forms_start();
 
-// How forms draw: on a screen of true colours in direct ones.
-void forms_set_hooks(bool true_color);
-
 int forms_create(); // both; 1, or 0 after a message
 void forms_close();
 void forms_end(); // and the toolkit, for the end of the program

@@ -17,6 +17,7 @@
 #include "platform/window/dialog.h"
 #include "support/log.h"
 #include "support/memory.h"
+#include "support/text.h"
 #include "surface/raster_image.h"
 #include "surface/recipe.h"
 #include "tools/process.h"
@@ -88,6 +89,7 @@ struct plane_copies {
 
 // The pipeline may work on the planes it is given; the open image's are to stay.
 int save_copies(const char* path, const output_settings* settings) {
+    image_complete();
     const raster_image* p = open_image.picture;
     const size_t size = static_cast<size_t>(p->width) * static_cast<size_t>(p->height);
     mem_guard<uint8_t> planes(mem_new_array<uint8_t>(3 * size));
@@ -173,8 +175,18 @@ void live_show() {
     if (open_image.drag.is_open) image_preview(make_chosen());
 }
 
+bool live_go_on() {
+    return image_preview_more() != 0;
+}
+
 void live_end() {
     if (image_commit() != 0) main_form_show_image();
+}
+
+void live_change() {
+    live_begin();
+    live_show();
+    live_end();
 }
 
 int image_save_command() {
@@ -213,17 +225,19 @@ void palette_save_command() {
     if (!ask_file("Save Palette", usual, PALETTE_FILTERS, ".tnp", path)) return;
     if (palette_book_save(&program_palette, path) != 0) return;
     main_form_show_palette();
-    char text[FILES_PATH_SIZE + 64];
+    char text[FILES_PATH_SIZE + 64], latin1[FILES_PATH_SIZE + 64];
     std::snprintf(text, sizeof text, "Palette saved in %s\n", path);
-    Show_message(0, text, 3);
+    text_to_latin1(text, latin1, sizeof latin1);
+    Show_message(0, latin1, 3);
 }
 
 int load_recipe(const char* path) {
     recipe r = {};
     int applied = 0;
     change([&] {
-        if (recipe_read(&r, path, LOG_WARNING))
-            applied = image_apply_recipe(&r, &program_palette.colors, &program_palette.patterns);
+        if (!recipe_read(&r, path, LOG_WARNING)) return;
+        if (r.count == 0 && r.wrong == 0) log_message(LOG_WARNING, "The recipe \"%s\" holds no set.\n", path);
+        if (r.count > 0) applied = image_apply_recipe(&r, &program_palette.colors, &program_palette.patterns);
     });
     recipe_free(&r);
     return applied;

@@ -1,5 +1,7 @@
 #include "desktop/colorbarmenu.h"
 
+#include "desktop/directcolors.h"
+
 #include "desktop/palettelist.h"
 #include "platform/window/desk.h"
 #include "support/log.h"
@@ -32,9 +34,9 @@ void outline(int window, int x1, int y1, int x2, int y2) {
 }
 
 void frame(int window, int x, int y, int width, int height) {
-    fgcolor(window, BLACK);
+    form_fgcolor(window, BLACK);
     outline(window, x + 1, y + 1, x + width - 1, y + height - 1);
-    fgcolor(window, LIGHT);
+    form_fgcolor(window, LIGHT);
     outline(window, x, y, x + width - 2, y + height - 2);
 }
 
@@ -72,7 +74,7 @@ void draw_knob(color_bar_menu* m, int bar) {
     const bool touches_end = x + KNOB_WIDTH >= bar_left(&m->layout, bar) + m->layout.bar_width - 1;
     constexpr int colors[KNOB_WIDTH] = {LIGHT, BLACK, LIGHT, BLACK, BLACK};
     for (int i = 0; i < KNOB_WIDTH - (touches_end ? 1 : 0); ++i) {
-        fgcolor(m->window, colors[i]);
+        form_fgcolor(m->window, colors[i]);
         rectf(m->window, x + i, y1, x + i, y2 - 1);
     }
 }
@@ -125,33 +127,39 @@ void draw_all(color_bar_menu* m) {
 }
 
 // One step at a column. False when nothing changes.
-bool step(color_bar_menu* m, int bar, int* x, bool live, color_bar_told told) {
+bool step(color_bar_menu* m, int bar, int* x, bool live, color_bar_calls calls) {
     const double number = bar_number_at(&m->layout, bar, x);
     if (number == bar_color_get(&m->color, bar)) return false;
     bar_color_set(&m->color, bar, number);
     m->state.live = live;
     show(m);
     m->state.live = true;
-    told(m->color.red, m->color.green, m->color.blue);
+    calls.told(m->color.red, m->color.green, m->color.blue);
     return true;
 }
 
 // Follows the pointer until the button comes up, or something else is pressed.
-void follow(color_bar_menu* m, int bar, color_bar_told told) {
+void follow(color_bar_menu* m, int bar, color_bar_calls calls) {
     int x = 0, y = 0, inside = 0;
+    bool is_behind = false;
     while (Get_button_release(BUTTON) == button_next::none) {
         Mouse_position(m->window, &x, &y, &inside);
         const int before = x;
-        if (step(m, bar, &x, false, told)) desk_flush();
+        if (step(m, bar, &x, false, calls)) {
+            desk_flush();
+            is_behind = true;
+        } else if (is_behind) {
+            is_behind = calls.more();
+        }
         if (x != before && bar == BAR_HUE) {
             const desk_window* handle = window_find(m->window)->handle;
             const canvas_box client = desk_client(handle);
             desk_warp(client.x1 + x, client.y1 + y);
         }
-        if (!tools_wait()) return;
+        if (!(is_behind ? tools_pump() : tools_wait())) return;
     }
     Mouse_position(m->window, &x, &y, &inside);
-    step(m, bar, &x, false, told);
+    step(m, bar, &x, false, calls);
     show(m); // with the ramps that were left out
 }
 
@@ -187,12 +195,12 @@ void color_bar_set(color_bar_menu* menu, double red, double green, double blue) 
     show(menu);
 }
 
-int color_bar_click(color_bar_menu* menu, int x, int y, bool track, color_bar_told told) {
+int color_bar_click(color_bar_menu* menu, int x, int y, bool track, color_bar_calls calls) {
     bool on_swatch = false;
     const int bar = bar_at(&menu->layout, x, y, &on_swatch);
     if (on_swatch) return 1;
     if (bar == BAR_NONE) return 0;
-    step(menu, bar, &x, !track, told);
-    if (track) follow(menu, bar, told);
+    step(menu, bar, &x, !track, calls);
+    if (track) follow(menu, bar, calls);
     return 0;
 }

@@ -27,11 +27,16 @@ void undo_command();
 void redo_command();
 
 // Live changes of the chosen surface, while something is dragged: between begin and end each call shows what is chosen
-// now. Nothing happens without a surface, or when live changes are off.
+// now. Nothing happens without a surface, or when live changes are off. On a large picture it may show the change in
+// part: while nothing else is to be done, the next parts follow by live_go_on(), false when there is none left.
 extern bool live_changes;
 void live_begin();
 void live_show();
+bool live_go_on();
 void live_end();
+
+// All of it at once, for a value that was typed or switched.
+void live_change();
 
 // ---- saving --------------------------------------------------------------------------------------------------------
 

@@ -5,6 +5,8 @@
 #include "desktop/appforms.h"
 #include "desktop/drags.h"
 #include "desktop/input.h"
+#include "desktop/keyboard.h"
+#include "desktop/picker.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
 #include "desktop/region.h"
@@ -53,7 +55,8 @@ bool take_button() {
     if (transition == TRANS_UP) return false;
     if (button == BUTTON_CANCEL) {
         Drop_event(BUTTON_EVENT);
-        if (counts(window, transition)) cancel_action(0);
+        const bool is_pickers = window == 0 && file_picker_is_up(); // its character cancels the picker
+        if (counts(window, transition) && !is_pickers) cancel_action(0);
         return true;
     }
     if (button == BUTTON_PAN && window == picture_view.window && forms_up) {
@@ -66,10 +69,19 @@ bool take_button() {
 
 } // namespace
 
+void keys_turn_over() {
+    const turn_end end = keyboard_turn_over();
+    if (end.returned != nullptr) file_picker_take_key(end.returned, KEY_RETURN);
+}
+
 void dispatch_events(uint32_t event) {
     if (event == KEYBOARD_EVENT) notice_escape();
+    if (event == BUTTON_EVENT) keyboard_pressed();
     if (event == BUTTON_EVENT && take_button()) return;
-    if (forms_process_event(event) != 0) return;
+    if (forms_process_event(event) != 0) {
+        keys_turn_over();
+        return;
+    }
     switch (event) {
     case REFRESH_EVENT: view_refresh(); break;
     case KEYBOARD_EVENT: input_key(); break;

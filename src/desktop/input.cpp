@@ -6,6 +6,9 @@
 #include "core/open_image.h"
 #include "desktop/appforms.h"
 #include "desktop/commands.h"
+#include "desktop/dispatch.h"
+#include "desktop/keyboard.h"
+#include "desktop/picker.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
 #include "support/log.h"
@@ -125,7 +128,16 @@ key_command command_of(const desk_message* message) {
 }
 
 void press_key(uint8_t key) {
+    if (file_picker_take_key(nullptr, key)) {
+        keys_turn_over();
+        return;
+    }
     switch (key) {
+    case KEY_TAB:
+    case KEY_BACK_TAB:
+        keyboard_enter(nullptr);
+        keys_turn_over();
+        break;
     case 'a': apply_selection(); break;
     case '=':
     case '1': zoom_one_to_one(); break;

@@ -9,8 +9,10 @@
 #include "desktop/appforms.h"
 #include "desktop/arguments.h"
 #include "desktop/commands.h"
+#include "desktop/directcolors.h"
 #include "desktop/dispatch.h"
 #include "desktop/input.h"
+#include "desktop/keyboard.h"
 #include "desktop/mainform.h"
 #include "desktop/messages.h"
 #include "desktop/outputform.h"
@@ -129,6 +131,7 @@ bool start(const start_files* files) {
         log_message(LOG_ERROR, "Failed to initialize forms\n");
         return false;
     }
+    keyboard_start();
     read_screen();
     read_remembered();
     picture_watch_image();
@@ -211,6 +214,7 @@ int init_forms() {
     forms_up = true;
     RGB_set_gamma(remembered.gamma);
     RGB_init(0, display_planes);
+    direct_colors_use(display_planes == TRUE_COLOR_PLANES);
     return forms_create() != 0 && picture_open_window() ? 1 : 0;
 }
 

@@ -9,8 +9,10 @@
 #include "core/open_image.h"
 #include "desktop/appforms.h"
 #include "desktop/commands.h"
+#include "desktop/directcolors.h"
 #include "desktop/formtexts.h"
 #include "desktop/input.h"
+#include "desktop/keyboard.h"
 #include "desktop/palettelist.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
@@ -28,6 +30,7 @@ namespace {
 
 constexpr int FORM_LABEL = 1;
 constexpr const char* FORM_FILE = "tinct.frm";
+constexpr const char* WINDOW_TITLE = "Tinct"; // below its icon
 
 // Its gadgets.
 enum : int {
@@ -66,6 +69,7 @@ FI_form* form = nullptr;
 char directory[FILES_PATH_SIZE] = "";
 char startup_directory[FILES_PATH_SIZE] = "";
 int shown_pen = NO_PEN;
+char shown_name[FORM_TEXT_SIZE] = ""; // in Latin-1
 
 // ---- commands of gadgets -------------------------------------------------------------------------------------------
 
@@ -108,9 +112,19 @@ void directory_typed() {
     if (std::strcmp(text, latin1) != 0) set_current_directory(text);
 }
 
+// What has been typed and not yet left counts, too.
+void apply_typed() {
+    char text[FORM_TEXT_SIZE], latin1[FORM_TEXT_SIZE];
+    pen_typed();
+    form_get_text(form, NAME_FIELD, text);
+    text_to_latin1(text, latin1, sizeof latin1);
+    if (std::strcmp(latin1, shown_name) != 0) name_typed();
+    apply_selection();
+}
+
 void list_clicked(double value) {
     const int row = static_cast<int>(value + 0.1);
-    if (!palette_list_is_shown() || row < 0) return;
+    if (keyboard_passes() || !palette_list_is_shown() || row < 0) return;
     palette_select(row);
     FIfld_set_select(form, COLOR_LIST, row, 0, 0);
 }
@@ -126,7 +140,7 @@ void notify(int /*form_label*/, int gadget, double value, FI_form* /*f*/) {
     case ONE_TO_ONE: zoom_one_to_one(); break;
     case RESTART: restart_display_command(); break;
     case EXIT: exit_command(); break;
-    case APPLY: apply_selection(); break;
+    case APPLY: apply_typed(); break;
     case PEN_FIELD: pen_typed(); break;
     case NAME_FIELD: name_typed(); break;
     case COLOR_LIST: list_clicked(value); break;
@@ -165,7 +179,7 @@ void fill_background(int gadget) {
     FIg_get_size(form, gadget, &width, &height);
     if (FIf_get_window(form, &window) != FI_SUCCESS) return;
     FIf_get_color(form, &color);
-    fgcolor(window, program_form_hooks.color(color));
+    form_fgcolor(window, program_form_hooks.color(color));
     rectf(window, x + 3, y + 3, x + width - 4, y + height - 4);
 }
 
@@ -195,7 +209,7 @@ void form_event(int /*label*/, int code, FI_form* /*f*/) {
     int window = -1;
     FIf_get_window(form, &window);
     switch (code) {
-    case FI_COLLAPSED_EVENT: Set_win_title(window, "Tinct"); break;
+    case FI_COLLAPSED_EVENT: Set_win_title(window, WINDOW_TITLE); break;
     case FI_REFRESHED_EVENT:
     case FI_DRAWN_EVENT:
         show_swatch();
@@ -215,8 +229,10 @@ int main_form_create(int /*own_window*/, int* window) {
     if (form == nullptr && !form_load(FORM_LABEL, FORM_FILE, notify, &form)) return 0;
     form_fit_screen(form);
     FIf_set_window_event_routine(form, form_event);
+    keyboard_join(form, OPEN_IMAGE);
     if (!form_display(form, FORM_FILE)) return 0;
     FIf_get_window(form, window);
+    Set_win_title(*window, WINDOW_TITLE);
     palette_list_lay_out(form, COLOR_LIST);
     if (directory[0] == '\0') std::memcpy(directory, startup_directory, sizeof directory);
     form_set_text(form, DIRECTORY_FIELD, directory);
@@ -262,6 +278,7 @@ void main_form_show_palette() {
 }
 
 void main_form_show_chosen(const char* name) {
+    text_to_latin1(name, shown_name, sizeof shown_name);
     if (form != nullptr) form_set_text(form, NAME_FIELD, name);
 }
 

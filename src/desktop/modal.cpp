@@ -1,6 +1,7 @@
 #include "desktop/modal.h"
 
 #include "desktop/appforms.h"
+#include "desktop/keyboard.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
 #include "tools/events.h"
@@ -8,16 +9,28 @@
 
 namespace {
 
-constexpr char CONTROL_C = 3, RETURN = 13, ESCAPE = 27;
+constexpr int CONTROL_C = 3;
 constexpr int PRESS_TICKS = 4;
+
+// A turn of the keys in the form may be over, and the form with it.
+void turn_over(FI_form* form, int accept, int cancel) {
+    const turn_end end = keyboard_turn_over();
+    if (FIf_is_valid(form) != FI_SUCCESS) return;
+    if (end.is_escape) press_gadget(form, cancel);
+    if (end.returned == form) press_gadget(form, accept);
+}
 
 // Takes the key event.
 void take_key(FI_form* form, int accept, int cancel) {
     int count = 0;
     if (Get_keyboard_data(&count) != 0 || count == 0) return;
     const char key = keyboard_buffer[0];
-    if (key == RETURN) press_gadget(form, accept);
-    if (key == ESCAPE || key == CONTROL_C) press_gadget(form, cancel);
+    if (key == KEY_TAB || key == KEY_BACK_TAB) {
+        keyboard_enter(form);
+        turn_over(form, accept, cancel);
+    }
+    if (key == KEY_RETURN) press_gadget(form, accept);
+    if (key == KEY_ESCAPE || key == CONTROL_C) press_gadget(form, cancel);
 }
 
 // A press elsewhere is none of the form's.
@@ -34,15 +47,20 @@ void handle(FI_form* form, uint32_t event, int accept, int cancel) {
         take_key(form, accept, cancel);
         return;
     }
+    if (event == BUTTON_EVENT) keyboard_pressed();
     if (event == BUTTON_EVENT && is_elsewhere(form)) {
         Drop_event(event);
         return;
     }
-    if (forms_process_event(event) != 0) return;
-    if (event == REFRESH_EVENT)
+    if (forms_process_event(event) != 0) {
+        turn_over(form, accept, cancel);
+        return;
+    }
+    if (event == REFRESH_EVENT) {
         view_refresh();
-    else
-        Drop_event(event);
+        return;
+    }
+    Drop_event(event);
 }
 
 } // namespace
@@ -53,6 +71,10 @@ void modal_loop(FI_form* form, bool (*is_done)(void* user), void* user, int acce
         if (Wait_for_next(PROGRAM_EVENTS | DELETE_EVENT, &event) != 0) return;
         handle(form, event, accept, cancel);
     }
+}
+
+void modal_end(FI_form* form) {
+    FI_end_input(form);
 }
 
 void press_gadget(FI_form* form, int label) {

@@ -8,6 +8,9 @@
 // has to be drawn again is drawn.
 void modal_loop(FI_form* form, bool (*is_done)(void* user), void* user, int accept, int cancel);
 
+// To be called when is_done() has become true: a field that has the keys, whose loop runs inside, lets them go.
+void modal_end(FI_form* form);
+
 // Presses a button of a form, and has its form told.
 void press_gadget(FI_form* form, int label);
 

@@ -45,11 +45,10 @@ enum : int {
     REDUCTION = 32, // the group of what belongs to 8 bits
 };
 
+// In the order that Tab leads through.
 constexpr built_gadget GADGETS[] = {
     {FI_GROUP, TYPES, 0, 0, 0, 0, nullptr, nullptr, nullptr, 0, 0, 0, 0},
     {FI_GROUP, REDUCTION, 0, 0, 0, 0, nullptr, nullptr, nullptr, 0, 0, 0, 0},
-    {FI_BUTTON, ACCEPT, 563, 5, 593, 35, nullptr, nullptr, FONT_SYMBOLS, 15, 11, 0, 0},
-    {FI_BUTTON, CANCEL, 533, 5, 563, 35, nullptr, nullptr, FONT_SYMBOLS, 15, 8, 0, 0},
     {FI_FIELD, FIRST_LINE, 15, 153, 558, 171, "", nullptr, FONT_FIELD, 15, 0, 0, 0},
     {FI_FIELD, SECOND_LINE, 15, 177, 558, 195, "", nullptr, FONT_FIELD, 15, 0, 0, 0},
     {FI_TEXT, TITLE, 295, 15, 300, 37, "", nullptr, FONT_TEXT, 18, 0, 0, 0},
@@ -71,6 +70,8 @@ constexpr built_gadget GADGETS[] = {
     {FI_SLIDER, GAMMA, 230, 126, 360, 146, "", nullptr, FONT_TEXT, 12, 0, 0, 0},
     {FI_TOGGLE, MAPPING, 380, 126, 471, 146, "Dither", "Closest-Fit", FONT_TEXT, 12, 0, FACE, REDUCTION},
     {FI_TOGGLE, GREY, 485, 126, 577, 146, "Color", "Grey Scale", FONT_TEXT, 12, 0, FACE, REDUCTION},
+    {FI_BUTTON, ACCEPT, 563, 5, 593, 35, nullptr, nullptr, FONT_SYMBOLS, 15, 11, 0, 0},
+    {FI_BUTTON, CANCEL, 533, 5, 563, 35, nullptr, nullptr, FONT_SYMBOLS, 15, 8, 0, 0},
 };
 
 constexpr const char* FILTERS[] = {"(*.rgb)", "(*.tif)", "(*.gif)", "(*.tga)", "(*.bmp)", "(*.pcx)", "(*.?\077\077)"};
@@ -202,11 +203,13 @@ void accept() {
     }
     set_flag(OUTPUT_OPEN, false);
     result = 0;
+    modal_end(form);
 }
 
 void cancel() {
     set_flag(OUTPUT_OPEN, false);
     result = 1;
+    modal_end(form);
 }
 
 void output_form_notify(int /*form_label*/, int gadget, double value, FI_form* /*f*/) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "desktop/directcolors.h"
 #include "desktop/formtexts.h"
 #include "desktop/program.h"
 #include "desktop/region.h"
@@ -69,7 +70,7 @@ void fill_box(int slot) {
     const int x2 = box->x + box_width() - 1;
     const int y2 = box->y + area.row_height - 3;
     if (box->entry < 0) {
-        fgcolor(area.window, WIPED);
+        form_fgcolor(area.window, WIPED);
         rectf(area.window, box->x, box->y, x2, y2);
         return;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "desktop/appforms.h"
+#include "desktop/directcolors.h"
 #include "desktop/formtexts.h"
 #include "desktop/program.h"
 #include "desktop/region.h"
@@ -116,7 +117,7 @@ void keep_block(int cell) {
 void fill_background(const pattern_cell* c) {
     int color = 0;
     FIf_get_color(page.form, &color);
-    fgcolor(page.window, program_form_hooks.color(color));
+    form_fgcolor(page.window, program_form_hooks.color(color));
     rectf(page.window, c->x1, c->y1, c->x2, c->y2);
 }
 
@@ -127,7 +128,8 @@ bool is_covered() {
 
 void show_name(int cell, const char* text, bool is_chosen) {
     const int label = page.first_name + cell;
-    FIg_set_off_color(page.form, label, is_chosen ? CHOSEN_COLOR : NAME_COLOR);
+    for (const auto set : {FIg_set_off_color, FIg_set_on_color}) // what is typed into draws in the second
+        set(page.form, label, is_chosen ? CHOSEN_COLOR : NAME_COLOR);
     form_set_text(page.form, label, text);
 }
 
@@ -216,6 +218,11 @@ void cells_hide() {
         c.region = c.pattern = -1;
     }
     page.is_shown = false;
+}
+
+void cells_pick(int cell) {
+    const int pattern = page.cells[cell].pattern;
+    if (pattern >= 0 && !looks[pattern].load_failed) pattern_select(pattern);
 }
 
 void cells_mark(int pattern) {

@@ -8,6 +8,7 @@
 #include "desktop/colorbarmenu.h"
 #include "desktop/commands.h"
 #include "desktop/formtexts.h"
+#include "desktop/keyboard.h"
 #include "desktop/mainform.h"
 #include "desktop/palettelist.h"
 #include "desktop/patterncells.h"
@@ -19,6 +20,7 @@
 #include "forms/forms.h"
 #include "support/checked.h"
 #include "support/log.h"
+#include "surface/raster_image.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
 #include "tools/events.h"
@@ -28,6 +30,7 @@ namespace {
 
 constexpr int FORM_LABEL = 2;
 constexpr const char* FORM_FILE = "pat.frm";
+constexpr const char* WINDOW_TITLE = "Color/Pattern"; // below its icon
 constexpr double BYTE_UNIT = 0.00392156862745098;
 
 // Its gadgets.
@@ -95,10 +98,20 @@ box place_of(int gadget) {
 
 // ---- numbers -------------------------------------------------------------------------------------------------------
 
+constexpr const char* NUMBER_FORMAT = "%6g";
+
 void show_number(int gadget, double value) {
     char text[64];
-    std::snprintf(text, sizeof text, "%6g", value);
+    std::snprintf(text, sizeof text, NUMBER_FORMAT, value);
     form_set_text(form, gadget, text);
+}
+
+// Whether the field shows this number: it was left as it was. The number may have more digits than are shown.
+bool shows_number(int gadget, double value) {
+    char text[64], shown[FORM_TEXT_SIZE];
+    std::snprintf(text, sizeof text, NUMBER_FORMAT, value);
+    form_get_text(form, gadget, shown);
+    return std::strcmp(text, shown) == 0;
 }
 
 void show_placement() {
@@ -133,7 +146,13 @@ bool read_number(int gadget, const char* format, double low, double high, double
     return *value >= low && *value <= high;
 }
 
+double placement_of(int gadget) {
+    if (gadget == ROTATION) return chosen.rotation;
+    return gadget == SIZE ? chosen.size : chosen.repeats;
+}
+
 void placement_typed(int gadget) {
+    if (shows_number(gadget, placement_of(gadget))) return;
     double value = 0.0;
     bool is_empty = false;
     const double low = gadget == ROTATION ? 0.0 : SIZE_LOW;
@@ -151,9 +170,7 @@ void placement_typed(int gadget) {
     }
     show_placement();
     if (!is_good || chosen.kind != selection_kind::pattern) return;
-    live_begin();
-    live_show();
-    live_end();
+    live_change();
 }
 
 double* channel_of(int gadget) {
@@ -180,9 +197,7 @@ void channel_typed(int gadget) {
     *channel_of(gadget) = byte_values ? value * BYTE_UNIT : value;
     color_select(chosen.red, chosen.green, chosen.blue);
     color_form_set(chosen.red, chosen.green, chosen.blue, nullptr);
-    live_begin();
-    live_show();
-    live_end();
+    live_change();
 }
 
 // ---- the bars ------------------------------------------------------------------------------------------------------
@@ -197,7 +212,7 @@ void press_on_bars(void* /*argument*/) {
     int x = 0, y = 0, transition = 0;
     if (Get_button_data(nullptr, &x, &y, nullptr, &transition, nullptr) != 0 || bars == nullptr) return;
     live_begin();
-    color_bar_click(bars, x, y, transition != TRANS_CLICK, bar_moved);
+    color_bar_click(bars, x, y, transition != TRANS_CLICK, {bar_moved, live_go_on});
     live_end();
 }
 
@@ -278,6 +293,7 @@ void patterns_picked(void* /*user*/, char** files, const char* directory, const 
 
 void name_started(int /*form_label*/, int gadget, double /*value*/, FI_form* /*f*/) {
     if (gadget < FIRST_NAME || gadget >= FIRST_NAME + PAGE_CELLS || file_picker_is_open(pattern_picker)) return;
+    if (keyboard_last() == KEY_TAB || keyboard_last() == KEY_BACK_TAB) return; // passing by; a name can be typed
     picked_index = std::min(first_pattern + gadget - FIRST_NAME, program_palette.patterns.count);
     pattern_picker = file_picker_open("Select Pattern Files", current_directory(), PICK_MULTIPLE | PICK_NAMES_ONLY,
                                       PATTERN_FILTERS, 12, patterns_picked, nullptr);
@@ -291,6 +307,7 @@ void name_typed(int gadget) {
     const char* name = is_there ? program_palette.patterns.entries[index].name : "";
     if (text[0] == '\0' || std::strcmp(text, name) == 0 || !set_pattern(index, text)) {
         form_set_text(form, gadget, name);
+        if (is_there && keyboard_last() == KEY_RETURN && std::strcmp(text, name) == 0) cells_pick(gadget - FIRST_NAME);
         return;
     }
     show_page();
@@ -322,7 +339,10 @@ void notify(int /*form_label*/, int gadget, double /*value*/, FI_form* /*f*/) {
     case ROTATION:
     case SIZE:
     case REPEATS: placement_typed(gadget); break;
-    case MIRROR: chosen.mirror = state != 0; break;
+    case MIRROR:
+        chosen.mirror = state != 0;
+        if (chosen.kind == selection_kind::pattern) live_change();
+        break;
     case RED:
     case GREEN:
     case BLUE: channel_typed(gadget); break;
@@ -340,7 +360,7 @@ void notify(int /*form_label*/, int gadget, double /*value*/, FI_form* /*f*/) {
 void form_event(int /*label*/, int code, FI_form* /*f*/) {
     switch (code) {
     case FI_COLLAPSED_EVENT:
-        Set_win_title(window_of_form(), "Color/Pattern");
+        Set_win_title(window_of_form(), WINDOW_TITLE);
         close_bars();
         break;
     case FI_REFRESHED_EVENT: pattern_form_paint(); break;
@@ -358,10 +378,12 @@ int pattern_form_create(int /*own_window*/, int* window, int /*screen_w*/, int /
     if (form == nullptr && !form_load(FORM_LABEL, FORM_FILE, notify, &form)) return 0;
     form_fit_screen(form);
     FIf_set_initial_notification_routine(form, name_started);
+    keyboard_join(form, SHOWN_SIDE);
     FIg_erase(form, COLOR_GROUP);
     FIg_erase(form, PATTERN_GROUP);
     if (!form_display(form, FORM_FILE)) return 0;
     FIf_get_window(form, window);
+    Set_win_title(*window, WINDOW_TITLE);
     FIf_set_window_event_routine(form, form_event);
     cells_lay_out(form, FIRST_CELL, FIRST_NAME);
     FIg_set_state(form, SHOWN_SIDE, patterns_shown ? 1 : 0);
@@ -433,7 +455,10 @@ void pattern_blocks_drop() {
 
 void pattern_add_command(const char* path) {
     const int index = program_palette.patterns.count;
-    if (!set_pattern(index, path)) return;
+    // What can't be read is told, and is no pattern.
+    raster_image* corner = load_image(path, 1, 1);
+    raster_image_free(corner);
+    if (corner == nullptr || !set_pattern(index, path)) return;
     pattern_select(index);
     if (form == nullptr) return;
     FIg_set_state(form, SHOWN_SIDE, 1);

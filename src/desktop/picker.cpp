@@ -10,6 +10,7 @@
 #include "catalog/places.h"
 #include "desktop/appforms.h"
 #include "desktop/formtexts.h"
+#include "desktop/keyboard.h"
 #include "desktop/modal.h"
 #include "desktop/placeform.h"
 #include "desktop/program.h"
@@ -314,8 +315,12 @@ void notify(int /*form_label*/, int gadget, double value, FI_form* form) {
     const int row = static_cast<int>(value + 0.1);
     all_busycursor();
     switch (gadget) {
-    case TREE: tree_clicked(p, row); break;
-    case FILE_LIST: file_clicked(p, row); break;
+    case TREE:
+        if (!keyboard_passes()) tree_clicked(p, row);
+        break;
+    case FILE_LIST:
+        if (!keyboard_passes()) file_clicked(p, row);
+        break;
     case NAME: take_name_field(p); break;
     case DIRECTORY: directory_typed(p); break;
     case FILTER: filter_typed(p); break;
@@ -399,10 +404,14 @@ int file_picker_open(const char* title, const char* directory, int flags, const 
     p->next = pickers;
     pickers = p;
     show_history();
+    keyboard_join(p->form, (flags & PICK_DIRECTORY_MODE) != 0 ? TREE : FILE_LIST);
     const int status = FIf_display(p->form);
     FIf_set_window_event_routine(p->form, form_event);
     all_defaultcursor();
-    if (status == FI_SUCCESS) return p->id;
+    if (status == FI_SUCCESS) {
+        keyboard_follow(p->form);
+        return p->id;
+    }
     form_failed(FORM_FILE, "FIf_display", status);
     pickers = p->next;
     FIf_set_window_event_routine(p->form, nullptr);
@@ -457,6 +466,24 @@ void file_picker_close(int id, int ok) {
 void file_pickers_cancel() {
     while (pickers != nullptr)
         file_picker_close(pickers->id, 0);
+}
+
+bool file_picker_is_up() {
+    return pickers != nullptr;
+}
+
+bool file_picker_take_key(const FI_form* form, int key) {
+    constexpr int CONTROL_C = 3;
+    const file_picker* p = form != nullptr ? find(form) : pickers;
+    if (p == nullptr) return false;
+    switch (key) {
+    case KEY_TAB:
+    case KEY_BACK_TAB: keyboard_enter(p->form); return true;
+    case KEY_RETURN: press_gadget(p->form, OK); return true;
+    case KEY_ESCAPE:
+    case CONTROL_C: press_gadget(p->form, CANCEL); return true;
+    default: return false;
+    }
 }
 
 bool file_picker_is_open(int id) {

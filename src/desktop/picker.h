@@ -2,6 +2,8 @@
 // beside the other forms, and tells when it has ended, or by itself until it has.
 #pragma once
 
+#include "forms/forms.h"
+
 enum : int {
     PICK_MULTIPLE = 1,       // more than one file may be chosen
     PICK_CHANGE_DIR = 2,     // kept for callers; the process's directory doesn't change
@@ -28,4 +30,9 @@ char** file_picker_run(const char* title, const char* directory, int flags, cons
 void file_picker_close(int id, int ok);
 void file_pickers_cancel(); // all of them
 bool file_picker_is_open(int id);
+bool file_picker_is_up(); // any of them
+
+// Keys of a picker beside the forms (null: the newest): Return is OK, Escape and Control-C are Cancel, and Tab leads
+// into it. False when there is none, or for another key.
+bool file_picker_take_key(const FI_form* form, int key);
 void picked_files_free(char** files);

@@ -23,10 +23,12 @@
 namespace {
 
 constexpr uint32_t SHOW_INTERVAL = 40; // milliseconds between two looks at a picture that is changing
+constexpr uint32_t STEP_TIME = 10;     // that a step of a drag may take: it is to be seen with the next frame
 constexpr int BUTTON_PAN = 1;          // the left one, and the middle one
 constexpr int PRESS_AT_ONCE = 3;       // button mode: presses come without waiting for a double click
 
 raster_image* get_picture(view* /*v*/) {
+    image_complete();
     return open_image.picture;
 }
 
@@ -61,6 +63,7 @@ void place_region() {
 }
 
 void draw_all() {
+    image_complete();
     hidecursor(picture_view.window);
     view_draw(open_image.picture, &picture_view);
     highlight_redraw(&picture_view);
@@ -90,6 +93,7 @@ window_place place_of_window() {
 
 // ---- what the open image tells ------------------------------------------------------------------------------------
 
+uint32_t pass_began = 0;
 uint32_t last_shown = 0;
 
 bool is_seen() {
@@ -109,7 +113,16 @@ void image_replaced() {
 void pass_begins() {
     if (!is_seen()) return;
     hidecursor(picture_view.window);
-    last_shown = host_now();
+    last_shown = pass_began = host_now();
+}
+
+bool seen(pixel_grid* grid) {
+    const raster_image* p = open_image.picture;
+    return is_seen() && view_seen(&picture_view, p->width, p->height, grid);
+}
+
+bool pass_is_late() {
+    return host_now() - pass_began >= STEP_TIME;
 }
 
 // A stretch of a row has changed. Rows between those that are sampled aren't seen.
@@ -186,7 +199,7 @@ void picture_close_window() {
 
 void picture_watch_image() {
     open_image.rows_changed = {row_has_changed, nullptr};
-    open_image.display = {image_replaced, pass_begins, pass_ends, pen_kept};
+    open_image.display = {image_replaced, pass_begins, pass_ends, pen_kept, seen, pass_is_late};
 }
 
 void view_refresh() {
@@ -196,6 +209,7 @@ void view_refresh() {
         return;
     if (r.window != picture_view.window) return;
     resize(r.x2 - r.x1 + 1, r.y2 - r.y1 + 1);
+    image_complete();
     hidecursor(r.window);
     view part;
     if (!view_part(&picture_view, r.area_x1, r.area_y1, r.area_x2, r.area_y2, &part)) return;

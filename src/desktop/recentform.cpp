@@ -7,6 +7,7 @@
 #include "desktop/appforms.h"
 #include "desktop/builtform.h"
 #include "desktop/formtexts.h"
+#include "desktop/keyboard.h"
 #include "desktop/modal.h"
 #include "desktop/program.h"
 
@@ -40,18 +41,19 @@ void find_files() {
     }
 }
 
-void end(bool is_chosen) {
+void end(FI_form* form, bool is_chosen) {
     list.is_over = true;
     list.is_chosen = is_chosen;
+    modal_end(form);
 }
 
-void notify(int /*form_label*/, int gadget, double value, FI_form* /*f*/) {
+void notify(int /*form_label*/, int gadget, double value, FI_form* form) {
     const int row = static_cast<int>(value + 0.1);
-    if (gadget == CANCEL) end(false);
-    if (gadget == OPEN) end(true);
-    if (gadget != ROWS || row < 0 || row >= list.count) return;
+    if (gadget == CANCEL) end(form, false);
+    if (gadget == OPEN) end(form, true);
+    if (gadget != ROWS || keyboard_passes() || row < 0 || row >= list.count) return;
     list.marked = row;
-    end(true);
+    end(form, true);
 }
 
 // The name first: a directory may be longer than the row.

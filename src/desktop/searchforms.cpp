@@ -7,6 +7,7 @@
 
 #include "desktop/builtform.h"
 #include "desktop/formtexts.h"
+#include "desktop/keyboard.h"
 #include "desktop/modal.h"
 #include "desktop/picker.h"
 #include "surface/pathedit.h"
@@ -45,8 +46,6 @@ constexpr built_gadget QUESTION[] = {
 };
 
 constexpr built_gadget EDITOR[] = {
-    {FI_BUTTON, ACCEPT, 563, 5, 593, 35, nullptr, nullptr, FONT_SYMBOLS, 15, 11, 0, 0},
-    {FI_BUTTON, CANCEL, 533, 5, 563, 35, nullptr, nullptr, FONT_SYMBOLS, 15, 8, 0, 0},
     {FI_TEXT, TITLE, 295, 15, 300, 37, "", nullptr, FONT_TEXT, 18, 0, 0, 0},
     {FI_TEXT, 12, 15, 45, 100, 63, "Directory", nullptr, FONT_TEXT, 15, 0, 0, 0},
     {FI_FIELD, DIRECTORY, 105, 45, 513, 63, "", nullptr, FONT_FIELD, 15, 0, 0, 0},
@@ -56,6 +55,8 @@ constexpr built_gadget EDITOR[] = {
     {FI_BUTTON, DELETE_ROW, 214, 357, 314, 382, "Delete", nullptr, FONT_TEXT, 15, 0, FI_TEXT_GADGET, 0},
     {FI_BUTTON, MOVE_UP, 324, 357, 424, 382, "Move Up", nullptr, FONT_TEXT, 15, 0, FI_TEXT_GADGET, 0},
     {FI_BUTTON, MOVE_DOWN, 434, 357, 534, 382, "Move Down", nullptr, FONT_TEXT, 15, 0, FI_TEXT_GADGET, 0},
+    {FI_BUTTON, ACCEPT, 563, 5, 593, 35, nullptr, nullptr, FONT_SYMBOLS, 15, 11, 0, 0},
+    {FI_BUTTON, CANCEL, 533, 5, 563, 35, nullptr, nullptr, FONT_SYMBOLS, 15, 8, 0, 0},
 };
 
 constexpr const char* BROWSE_FILTERS[] = {"All Files (*.*)"};
@@ -68,10 +69,15 @@ bool is_answered(void* /*user*/) {
     return answer != OPEN;
 }
 
+void give_answer(FI_form* form, int given) {
+    answer = given;
+    modal_end(form);
+}
+
 // ---- the question --------------------------------------------------------------------------------------------------
 
-void question_notify(int /*form_label*/, int gadget, double /*value*/, FI_form* /*f*/) {
-    if (gadget == YES || gadget == NO) answer = gadget == YES ? 1 : 0;
+void question_notify(int /*form_label*/, int gadget, double /*value*/, FI_form* form) {
+    if (gadget == YES || gadget == NO) give_answer(form, gadget == YES ? 1 : 0);
 }
 
 void set_line(FI_form* form, int label, const char* format, const char* word) {
@@ -157,17 +163,17 @@ void take_typed() {
         path_rows_set(&editor.rows, editor.selected, text);
 }
 
-void editor_notify(int /*form_label*/, int gadget, double value, FI_form* /*f*/) {
+void editor_notify(int /*form_label*/, int gadget, double value, FI_form* form) {
     const int row = static_cast<int>(value + 0.1);
     switch (gadget) {
     case ACCEPT:
         take_typed();
-        answer = 1;
+        give_answer(form, 1);
         break;
-    case CANCEL: answer = 0; break;
+    case CANCEL: give_answer(form, 0); break;
     case BROWSE: browse(); break;
     case ROWS:
-        if (row >= 0 && row < editor.rows.count) select_row(row);
+        if (!keyboard_passes() && row >= 0 && row < editor.rows.count) select_row(row);
         break;
     case ADD: add_row(); break;
     case DELETE_ROW: select_row(path_rows_delete(&editor.rows, editor.selected)); break;

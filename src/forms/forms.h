@@ -69,6 +69,12 @@ int FI_set_font_path(const char* list);
 int FI_process_event(uint32_t event);
 // Takes one event off the queue of the mask's first bit that the display layer knows.
 int FI_clear_event(uint32_t mask);
+// The gadget that takes the keys now, and the labels of those that Tab would lead to and that lead here, along the
+// chain of next_in_seq over what takes input; 0 for none. FI_NO_SUCH_GADGET outside of a sequence and of an entry.
+int FI_get_input(FI_form** form, int* label, int* next, int* previous);
+// The gadget of that form that takes the keys lets them go, once what is being handled is done; keys that wait already
+// are for who comes next. FI_NO_SUCH_GADGET when none of the form has them.
+int FI_end_input(FI_form* form);
 // The form in a window; while a save-restore pop-up is up, the top one for any window. `form` is null at a failure.
 int FI_get_form_by_window(int window, FI_form** form);
 

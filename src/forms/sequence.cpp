@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "forms/env.h"
+#include "forms/fields.h"
 #include "forms/forms.h"
 #include "forms/press.h"
 #include "forms/show.h"
@@ -13,6 +14,9 @@
 // -----------------------------------------------------------------------------------------------------------
 
 namespace {
+
+FI_gadget* with_keys = nullptr;  // the gadget whose turn it is; held by the loop that runs
+const FI_form* ending = nullptr; // its turn is to end
 
 constexpr uint32_t INPUT_EVENTS = KEYBOARD_EVENT | BUTTON_EVENT | REFRESH_EVENT | DELETE_EVENT | EVENT_10 |
                                   COLLAPSE_EVENT | WINDOW_ICON_EVENT | USER_EVENT;
@@ -26,10 +30,27 @@ bool drop_release() {
     return true;
 }
 
+// A field that was pressed has the keys too. A part counts as the whole that it belongs to.
+FI_gadget* gadget_with_keys() {
+    FI_gadget* g = fi_edit.field != nullptr ? fi_gadget_of(fi_edit.field) : with_keys;
+    while (g != nullptr && g->owner != nullptr)
+        g = g->owner;
+    return g;
+}
+
+// Whether the turn is to end, asked once.
+bool is_ending() {
+    const FI_form* form = ending;
+    ending = nullptr;
+    const FI_gadget* g = form != nullptr ? gadget_with_keys() : nullptr;
+    return g != nullptr && g->form == form;
+}
+
 } // namespace
 
 fi_came fi_wait_for_input() {
     for (;;) {
+        if (is_ending()) return fi_came::other;
         uint32_t event = 0;
         if (fi_graphic.Wait_for_next(INPUT_EVENTS, &event) != 0) return fi_came::nothing;
         if (event == KEYBOARD_EVENT) return fi_came::key;
@@ -91,8 +112,11 @@ fi_leave run_gadget(FI_gadget* g) {
 
 fi_leave run_input(FI_gadget* g, bool forward, int from_label) {
     if (forward) g->prev_in_seq = from_label;
-    if (fi_ops(g).input != nullptr) return fi_ops(g).input(g, forward, from_label);
-    return run_gadget(g);
+    FI_gadget* outer = with_keys;
+    with_keys = g;
+    const fi_leave leave = fi_ops(g).input != nullptr ? fi_ops(g).input(g, forward, from_label) : run_gadget(g);
+    with_keys = outer;
+    return leave;
 }
 
 // ---- the chain
@@ -109,6 +133,17 @@ int count_members(const FI_group* group) {
     while (const FI_gadget* member = fi_next_member(group, &at))
         count += 1 + (fi_has_members(member) ? count_members(fi_as_group(member)) : 0);
     return count;
+}
+
+// The gadget that leads to this one; null when none does.
+FI_gadget* leading_to(const FI_group* group, int label) {
+    int at = 0;
+    while (FI_gadget* member = fi_next_member(group, &at)) {
+        if (member->next_in_seq == label) return member;
+        FI_gadget* inside = fi_has_members(member) ? leading_to(fi_as_group(member), label) : nullptr;
+        if (inside != nullptr) return inside;
+    }
+    return nullptr;
 }
 
 // The gadget itself, or the next one along the chain that takes input; null when there is none within one round. Those
@@ -155,9 +190,36 @@ void fi_start_input(FI_gadget* g, bool forward, int from_label) {
         from_label = g->label;
         g = follow(g, leave);
     }
+    ending = nullptr;
 }
 
 void fi_go_on(FI_gadget* g, fi_leave leave) {
     FI_gadget* next = follow(g, leave);
     if (next != nullptr) fi_start_input(next, leave == fi_leave::forward, g->label);
+}
+
+int FI_get_input(FI_form** form, int* label, int* next, int* previous) {
+    *form = nullptr;
+    *label = *next = *previous = 0;
+    FI_gadget* g = gadget_with_keys();
+    if (g == nullptr) return FI_NO_SUCH_GADGET;
+    *form = g->form;
+    *label = g->label;
+    const int most = count_members(g->form->root_group);
+    FI_gadget* ahead = next_of(g, true);
+    for (int i = 0; i < most && ahead != nullptr && !fi_takes_input(ahead); ++i)
+        ahead = next_of(ahead, true);
+    if (ahead != nullptr && fi_takes_input(ahead)) *next = ahead->label;
+    FI_gadget* behind = leading_to(g->form->root_group, g->label);
+    for (int i = 0; i < most && behind != nullptr && !fi_takes_input(behind); ++i)
+        behind = leading_to(g->form->root_group, behind->label);
+    if (behind != nullptr && fi_takes_input(behind)) *previous = behind->label;
+    return FI_SUCCESS;
+}
+
+int FI_end_input(FI_form* form) {
+    const FI_gadget* g = gadget_with_keys();
+    if (g == nullptr || g->form != form) return FI_NO_SUCH_GADGET;
+    ending = form;
+    return FI_SUCCESS;
 }

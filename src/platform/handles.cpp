@@ -160,6 +160,8 @@ char* files_load(const char* path, size_t limit, size_t* size) {
             good = larger != nullptr;
         }
     }
+    // What ends before its size was not read whole.
+    if (good && files_size(handle) > static_cast<int64_t>(used)) good = false;
     files_close(handle);
     if (!good) return nullptr;
     text[used] = '\0';

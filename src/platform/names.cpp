@@ -27,9 +27,9 @@ bool copy_text(const char* text, char* out, size_t size) {
     return true;
 }
 
-// The path without its drive and with "/" as separator.
+// The path without its drive and with "/" as separator. A bare drive is its root.
 bool to_slashes(const char* path, char* out, size_t size) {
-    if (path[0] != '\0' && path[1] == ':') path += 2;
+    if (path[0] != '\0' && path[1] == ':') path = path[2] != '\0' ? path + 2 : "/";
     if (!copy_text(path, out, size)) return false;
     for (char* p = out; *p != '\0'; ++p) {
         if (*p == '\\') *p = '/';

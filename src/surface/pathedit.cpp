@@ -17,8 +17,9 @@ constexpr const char* DIVIDERS = ";,";
 char* row_of(const char* text, size_t length) {
     char* row = mem_new_array<char>(length + 2);
     if (row == nullptr) return nullptr;
-    std::memcpy(row, text, length);
-    const bool ends = text[length - 1] == '\\' || text[length - 1] == '/';
+    for (size_t i = 0; i < length; ++i)
+        row[i] = text[i] == '/' ? '\\' : text[i]; // one kind, like all directories that are shown
+    const bool ends = row[length - 1] == '\\';
     std::memcpy(row + length, ends ? "" : "\\", ends ? 1 : 2);
     return row;
 }

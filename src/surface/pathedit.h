@@ -4,7 +4,7 @@
 #include <cstddef>
 
 struct path_rows {
-    char** rows; // owned, each with a "\" at its end
+    char** rows; // owned, each with "\" between its parts and at its end
     int count;
 };
 

@@ -13,6 +13,11 @@ struct raster_image {
     uint8_t* blue;
 };
 
+// Some pixels of a picture: of columns x1 to x2 - 1 and rows y1 to y2 - 1 every `step`-th, beginning with the first.
+struct pixel_grid {
+    int32_t x1, y1, x2, y2, step;
+};
+
 constexpr int32_t LOAD_IMAGE_LIMIT = 8192; // the limit on width and height of a whole picture
 
 // Writes the path under which load_image() opens `path`: along the pattern search path, then its last component in the

@@ -7,7 +7,7 @@
 // 3. Samples are taken one by one in the order of the walk: a pen that stands twice at a pixel is clamped in between.
 //
 // A run's samples stand at different columns, so that within a run the order plays no part and its channels can be
-// worked through in plain loops.
+// worked through in plain loops. Of a row whose columns are wanted in steps, a run is thinned to those samples first.
 #include "surface/reevaluate.h"
 
 #include <algorithm>
@@ -179,57 +179,103 @@ uint8_t byte_of(int32_t value) {
     return static_cast<uint8_t>(value < 0 ? 0 : (value > 255 ? 255 : value));
 }
 
-void change_by_table(const reevaluation* r, const penline_run* run, int count, uint8_t* const rows[CHANNELS]) {
-    for (int channel = 0; channel < CHANNELS; ++channel) {
-        uint8_t* row = rows[channel];
-        const uint8_t* shades = shades_of(run, channel);
-        const int32_t* change = r->change[channel];
-        if (run->constant_shade) {
-            const int32_t difference = change[shades[0]];
-            for (int i = 0; i < count; ++i)
-                row[i] = byte_of(row[i] + difference);
-        } else {
-            for (int i = 0; i < count; ++i)
-                row[i] = byte_of(row[i] + change[shades[i]]);
-        }
+// Where a run's samples go: in each plane every `step`-th byte.
+struct run_target {
+    uint8_t* rows[CHANNELS];
+    ptrdiff_t step;
+};
+
+// Calls f(i) with the byte of sample i, and stores what it gives. Of a step of 1 the compiler makes a loop of its own.
+template <typename F> void change_bytes(const run_target* to, int channel, int count, F f) {
+    uint8_t* row = to->rows[channel];
+    if (to->step == 1) {
+        for (int i = 0; i < count; ++i)
+            row[i] = byte_of(row[i] + f(i));
+    } else {
+        for (int i = 0; i < count; ++i, row += to->step)
+            *row = byte_of(*row + f(i));
     }
 }
 
-void change_by_pattern(const reevaluation* r, const penline_run* run, int count, uint8_t* const rows[CHANNELS]) {
+void change_by_table(const reevaluation* r, const penline_run* run, int count, const run_target* to) {
+    for (int channel = 0; channel < CHANNELS; ++channel) {
+        const uint8_t* shades = shades_of(run, channel);
+        const int32_t* change = r->change[channel];
+        const int32_t difference = change[shades[0]];
+        if (run->constant_shade)
+            change_bytes(to, channel, count, [=](int) { return difference; });
+        else
+            change_bytes(to, channel, count, [=](int i) { return change[shades[i]]; });
+    }
+}
+
+void change_by_pattern(const reevaluation* r, const penline_run* run, int count, const run_target* to) {
     run_deltas deltas;
     contribute<false>(&r->new_side, run, count, &deltas);
     contribute<true>(&r->old_side, run, count, &deltas);
     for (int channel = 0; channel < CHANNELS; ++channel) {
-        uint8_t* row = rows[channel];
         const int32_t* values = deltas.value[channel];
-        for (int i = 0; i < count; ++i)
-            row[i] = byte_of(row[i] + values[i]);
+        change_bytes(to, channel, count, [=](int i) { return values[i]; });
     }
 }
 
-void change_run(reevaluation* r, int32_t y, const penline_run* run) {
-    if (run->x >= r->picture->width) return;
-    int32_t count = std::min(run->count, r->picture->width - run->x);
-    size_t offset = static_cast<size_t>(y) * static_cast<size_t>(r->picture->width) + static_cast<size_t>(run->x);
-    uint8_t* const rows[CHANNELS] = {r->picture->red + offset, r->picture->green + offset, r->picture->blue + offset};
+// Columns of a row: from x1 on, before x2, in steps.
+struct columns {
+    int32_t x1, x2, step;
+};
+
+// Moves every `step`-th sample, from the one at `from` on, to the front.
+template <typename T> void thin(T* values, int from, int step, int count) {
+    for (int i = 0; i < count; ++i)
+        values[i] = values[from + i * step];
+}
+
+void thin_run(penline_run* run, int from, int step, int count, bool with_uv) {
+    for (uint8_t* shades : {run->red, run->green, run->blue})
+        thin(shades, from, step, count);
+    if (!with_uv) return;
+    thin(run->u, from, step, count);
+    thin(run->v, from, step, count);
+}
+
+// Tells of all columns of the run within what is wanted, as a pass without steps does: what a display has laid over the
+// row may reach beyond the samples that it shows.
+void note_run(reevaluation* r, const penline_run* run, columns wanted) {
+    const int32_t first = std::max(run->x, wanted.x1);
+    const int32_t end = std::min(run->x + run->count, wanted.x2);
+    if (first >= end) return;
+    r->first_changed = std::min(r->first_changed, first);
+    r->last_changed = std::max(r->last_changed, end - 1);
+}
+
+void change_run(reevaluation* r, int32_t y, penline_run* run, columns wanted) {
+    note_run(r, run, wanted);
+    const int32_t ahead = std::max(run->x - wanted.x1 + wanted.step - 1, 0) / wanted.step;
+    const int32_t x = wanted.x1 + ahead * wanted.step;
+    const int32_t end = std::min(run->x + run->count, wanted.x2);
+    if (x >= end) return;
+    const int count = (end - x + wanted.step - 1) / wanted.step;
+    if (x != run->x || wanted.step != 1) thin_run(run, x - run->x, wanted.step, count, !r->by_table);
+    const size_t offset = static_cast<size_t>(y) * static_cast<size_t>(r->picture->width) + static_cast<size_t>(x);
+    const run_target to = {{r->picture->red + offset, r->picture->green + offset, r->picture->blue + offset},
+                           wanted.step};
     if (r->by_table) {
-        change_by_table(r, run, count, rows);
+        change_by_table(r, run, count, &to);
     } else {
-        change_by_pattern(r, run, count, rows);
+        change_by_pattern(r, run, count, &to);
     }
-    r->first_changed = std::min(r->first_changed, run->x);
-    r->last_changed = std::max(r->last_changed, run->x + count - 1);
 }
 
-void change_row(reevaluation* r, int32_t y, const pline* chain) {
+void change_row(reevaluation* r, int32_t y, columns wanted) {
     penline_run run;
     r->first_changed = INT32_MAX;
     r->last_changed = -1;
-    for (const pline* line = chain; line != nullptr; line = line->next) {
+    for (const pline* line = r->pen->lines[y]; line != nullptr; line = line->next) {
         penline_position at = penline_begin(line);
+        if (wanted.x1 > 0) penline_skip_to(&at, wanted.x1);
         // Only a pattern looks at u and v.
-        while (r->by_table ? penline_next_shades(&at, &run) : penline_next_run(&at, &run))
-            change_run(r, y, &run);
+        while (at.x < wanted.x2 && (r->by_table ? penline_next_shades(&at, &run) : penline_next_run(&at, &run)))
+            change_run(r, y, &run, wanted);
     }
     bool changed = r->first_changed <= r->last_changed;
     if (changed && r->told.changed != nullptr) {
@@ -298,9 +344,13 @@ reevaluation* reevaluation_new(raster_image* picture, const tnc_image* image, ro
 
 void reevaluation_run(reevaluation* r) {
     const int32_t rows = r->pen != nullptr ? std::min(r->pen->line_count, r->picture->height) : 0;
-    for (int32_t y = 0; y < rows; ++y) {
-        if (r->pen->lines[y] != nullptr) change_row(r, y, r->pen->lines[y]);
-    }
+    for (int32_t y = 0; y < rows; ++y)
+        change_row(r, y, {0, r->picture->width, 1});
+}
+
+void reevaluation_run_row(reevaluation* r, int32_t y, const pixel_grid* grid) {
+    if (r->pen == nullptr || y >= r->pen->line_count) return;
+    change_row(r, y, {grid->x1, std::min(grid->x2, r->picture->width), grid->step});
 }
 
 void reevaluation_free(reevaluation* r) {

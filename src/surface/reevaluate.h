@@ -31,6 +31,10 @@ struct reevaluation;
 reevaluation* reevaluation_new(raster_image* picture, const tnc_image* image, row_changed told, const applique* old_one,
                                const applique* new_one, int pen);
 void reevaluation_run(reevaluation* r);
+
+// One row of the pass, of a grid's columns only, for a caller who shows no others. A row that has more to come has to
+// be put back to what it was before.
+void reevaluation_run_row(reevaluation* r, int32_t y, const pixel_grid* grid);
 void reevaluation_free(reevaluation* r); // null does nothing
 
 // The contribution of a surface to one colour channel (0 red, 1 green, 2 blue) of one sample: the formula in its plain

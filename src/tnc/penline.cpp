@@ -222,6 +222,12 @@ bool penline_skip_run(penline_position* at, int32_t* x, int32_t* count) {
     return true;
 }
 
+void penline_skip_to(penline_position* at, int32_t x) {
+    run_item item;
+    for (penline_position next = *at; next_item(&next, &item) && next.x <= x;)
+        *at = next;
+}
+
 penline_content penline_examine(const pline* line) {
     penline_content content = {0, 0, false, false};
     penline_position at = penline_begin(line);

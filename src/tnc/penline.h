@@ -78,3 +78,6 @@ bool penline_next_shades(penline_position* at, penline_run* run);
 
 // The same without decoding: the run's first column and count only.
 bool penline_skip_run(penline_position* at, int32_t* x, int32_t* count);
+
+// Passes over what ends at or before column x, so that a next run reaches beyond it.
+void penline_skip_to(penline_position* at, int32_t x);

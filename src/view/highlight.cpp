@@ -25,12 +25,6 @@ const pline* lines_of(int pen, int32_t row) {
     return row < found->line_count ? found->lines[row] : nullptr;
 }
 
-// Columns of the image that are seen: from area->column on, before the result.
-int32_t seen_end(const view* v, const view_area* area, int32_t width) {
-    const double columns = (area->x2 - area->x1 + 1) / view_scale(v);
-    return static_cast<int32_t>(std::min<double>(width, area->column + columns + 1));
-}
-
 void change_row(const highlight_change* change, int32_t row, int32_t x1, int32_t x2, span_room* room) {
     int32_t first = x2;
     int32_t end = x1;
@@ -48,20 +42,15 @@ void change_row(const highlight_change* change, int32_t row, int32_t x1, int32_t
 void draw_change(const highlight_change* change) {
     const raster_image* image = change->image;
     const view* v = change->v;
-    view_area area;
-    if (image == nullptr || !view_area_of(v, image->width, image->height, 0, 0, image->width, image->height, &area))
-        return;
-    const int32_t end = seen_end(v, &area, image->width);
+    pixel_grid seen;
+    if (image == nullptr || !view_seen(v, image->width, image->height, &seen)) return;
     span_room room;
-    if (!span_room_init(&room, end - area.column)) {
+    if (!span_room_init(&room, seen.x2 - seen.x1)) {
         view_draw(image, v); // without memory there is a picture, and no highlight
         return;
     }
-    const int32_t step = v->zoom < 0 ? -v->zoom : 1;
-    const int height = std::max(v->zoom, 1);
-    int32_t row = area.row;
-    for (int y = area.y1; y <= area.y2; y += height, row += step)
-        change_row(change, row, area.column, end, &room);
+    for (int32_t row = seen.y1; row < seen.y2; row += seen.step)
+        change_row(change, row, seen.x1, seen.x2, &room);
     span_room_free(&room);
 }
 

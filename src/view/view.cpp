@@ -205,6 +205,19 @@ bool view_area_of(const view* v, int32_t width, int32_t height, int32_t ix1, int
     return true;
 }
 
+bool view_seen(const view* v, int32_t width, int32_t height, pixel_grid* grid) {
+    view_area area;
+    if (!view_area_of(v, width, height, 0, 0, width, height, &area)) return false;
+    const int32_t step = v->zoom < 0 ? -v->zoom : 1;
+    const int32_t times = std::max(v->zoom, 1);
+    const int64_t columns =
+        int64_t{(area.x2 - area.x1) / times + 1} * step; // of the image, up to the next one on the grid
+    const int64_t rows = int64_t{(area.y2 - area.y1) / times + 1} * step;
+    *grid = {area.column, area.row, static_cast<int32_t>(std::min<int64_t>(width, area.column + columns)),
+             static_cast<int32_t>(std::min<int64_t>(height, area.row + rows)), step};
+    return true;
+}
+
 bool view_part(const view* v, int x1, int y1, int x2, int y2, view* part) {
     *part = *v;
     part->x1 = std::max(x1, v->x1);

@@ -85,6 +85,9 @@ struct view_area {
 bool view_area_of(const view* v, int32_t width, int32_t height, int32_t ix1, int32_t iy1, int32_t ix2, int32_t iy2,
                   view_area* area);
 
+// The pixels of an image of the given size that the view shows. False when it shows none.
+bool view_seen(const view* v, int32_t width, int32_t height, pixel_grid* grid);
+
 // The part of a view that shows a rectangle of the window, as a view of its own, widened to the left and up to whole
 // image pixels. False when nothing of the rectangle lies in the viewport.
 bool view_part(const view* v, int x1, int y1, int x2, int y2, view* part);

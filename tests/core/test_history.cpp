@@ -15,6 +15,11 @@ struct moment {
     int id = 0;
 };
 
+// What the display answers: what of the picture is looked at, and how many rows a step of a drag has time for.
+pixel_grid looked_at;
+bool is_looked_at;
+int rows_in_time;
+
 class History : public SurfaceFixture {
 protected:
     void SetUp() override {
@@ -41,6 +46,7 @@ protected:
     }
     void TearDown() override {
         image_close();
+        open_image.display = {};
         image_history_limit(HISTORY_LIMIT);
         penpack_release_scratch();
         EXPECT_EQ(mem_live(), live_before);
@@ -85,8 +91,44 @@ protected:
         undo.push_back(now);
         now = to;
     }
+    // Another part of the picture is looked at from now on, in other steps; or all of it, by nobody.
+    static void look_elsewhere(std::mt19937& random) {
+        const auto below = [&](int n) { return int(random() % unsigned(n)); };
+        open_image.display = {};
+        const int step = 1 << below(4);
+        const int x = below(WIDTH) / step * step;
+        const int y = below(HEIGHT / 2) / step * step;
+        looked_at = {x, y, x + 1 + below(WIDTH - x), HEIGHT - below(2), step};
+        is_looked_at = below(8) != 0;
+        if (below(5) == 0) return;
+        open_image.display.seen = [](pixel_grid* grid) {
+            *grid = looked_at;
+            return is_looked_at;
+        };
+        open_image.display.late = [] { return --rows_in_time <= 0; };
+    }
+    // The pixels that are looked at, of all bytes.
+    static std::vector<uint8_t> seen_of(const std::vector<uint8_t>& bytes) {
+        pixel_grid g = {0, 0, WIDTH, HEIGHT, 1};
+        std::vector<uint8_t> seen;
+        if (open_image.display.seen != nullptr && !open_image.display.seen(&g)) return seen;
+        for (int plane = 0; plane < 3; ++plane)
+            for (int y = g.y1; y < g.y2; y += g.step)
+                for (int x = g.x1; x < g.x2; x += g.step)
+                    seen.push_back(bytes[size_t((plane * HEIGHT + y) * WIDTH + x)]);
+        return seen;
+    }
+    void step_back() {
+        redo.push_back(now);
+        now = undo.back();
+        undo.pop_back();
+    }
     void check(const moment& shown, const std::string& what) const {
         ASSERT_EQ(planes(), shown.planes) << what;
+        check_seen(shown, what);
+    }
+    void check_seen(const moment& shown, const std::string& what) const {
+        ASSERT_EQ(seen_of(planes()), seen_of(shown.planes)) << what;
         for (const int pen : {5, 6}) {
             const int index = shown.carried[pen - 5];
             const applique* expected = index < 0 ? nullptr : &candidates[size_t(index)];
@@ -113,7 +155,7 @@ protected:
 TEST_F(History, AnyOrderOfDragsAndStepsIsExact) {
     std::mt19937 random(11);
     const auto below = [&](unsigned n) { return int(random() % n); };
-    int drags = 0, undone = 0, redone = 0, dropped = 0;
+    int drags = 0, undone = 0, redone = 0, dropped = 0, unseen = 0, late = 0;
     for (int round = 0; round < 300; ++round) {
         const std::string what = "round " + std::to_string(round);
         const int pen = 5 + below(2);
@@ -127,30 +169,47 @@ TEST_F(History, AnyOrderOfDragsAndStepsIsExact) {
         }
         case 1:
         case 2: {
+            look_elsewhere(random);
             ASSERT_EQ(image_begin(pen), 1);
             moment shown = now;
             for (int i = below(6); i > 0; --i) {
                 const int index = below(kinds + 1) - 1;
                 if (index < 0) continue;
                 shown = changed(now, pen, index);
+                rows_in_time = 1 + below(2);
                 ASSERT_EQ(image_preview(candidate(index)), 1);
-                check(shown, what + ", preview");
-            }
-            if (below(3) == 0) {
-                ASSERT_EQ(image_cancel(), 1);
-            } else {
-                ASSERT_EQ(image_commit(), shown.id != now.id ? 1 : 0);
-                make_step(shown);
+                if (below(4) == 0) continue; // the pointer moves on
+                for (; image_preview_more() != 0; ++late)
+                    rows_in_time = 1 + below(2);
+                check_seen(shown, what + ", preview");
+                unseen += planes() != shown.planes ? 1 : 0;
+                if (below(4) != 0) continue;
+                image_complete();
+                check(shown, what + ", completed");
             }
             ++drags;
+            switch (below(4)) {
+            case 0: ASSERT_EQ(image_cancel(), 1); break;
+            case 1:
+                ASSERT_EQ(image_commit(), shown.id != now.id ? 1 : 0);
+                make_step(shown);
+                break;
+            case 2: // an undo and an apply end it, too
+                make_step(shown);
+                if (image_undo() != 0) step_back();
+                break;
+            default:
+                make_step(shown);
+                ASSERT_EQ(apply_col_pat(pen, candidate(3)), 1);
+                make_step(changed(now, pen, 3));
+            }
+            ASSERT_FALSE(open_image.drag.is_open);
             break;
         }
         case 3:
             for (int i = below(5); i > 0 && image_undo_count() > 0; --i, ++undone) {
                 ASSERT_EQ(image_undo(), 1);
-                redo.push_back(now);
-                now = undo.back();
-                undo.pop_back();
+                step_back();
             }
             break;
         case 4:
@@ -178,6 +237,8 @@ TEST_F(History, AnyOrderOfDragsAndStepsIsExact) {
     EXPECT_GT(undone, 30);
     EXPECT_GT(redone, 10);
     EXPECT_GT(dropped, 20);
+    EXPECT_GT(unseen, 50);
+    EXPECT_GT(late, 20);
     while (image_undo() != 0) {
         now = undo.back();
         undo.pop_back();

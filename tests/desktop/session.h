@@ -58,6 +58,7 @@ protected:
         auto* self = static_cast<Session*>(user);
         headless_advance(300);
         if (self->steps.empty()) {
+            if (mem_fail_stop()) self->has_failed = true; // or the end could never be reached
             quit_requested = true;
             Post_user_data(0);
             headless_key(host_key::enter, 13, 0); // for a message that nobody expects
@@ -176,4 +177,5 @@ protected:
 
     std::vector<std::function<void()>> steps;
     std::vector<std::string> messages;
+    bool has_failed = false; // a planned failure of memory was met before the end
 };

@@ -93,14 +93,14 @@ TEST_F(PaletteBook, NamesAreKeptApartAndFitAFile) {
 
 TEST_F(PaletteBook, ASearchPathIsEditedAsRows) {
     ASSERT_TRUE(path_rows_read(&rows, "c:\\a;;b/,d"));
-    EXPECT_EQ(texts(), (std::vector<std::string>{"c:\\a\\", "b/", "d\\"}));
+    EXPECT_EQ(texts(), (std::vector<std::string>{"c:\\a\\", "b\\", "d\\"}));
     EXPECT_FALSE(path_rows_add(&rows, ""));
     EXPECT_FALSE(path_rows_add(&rows, "x;y"));
     EXPECT_TRUE(path_rows_add(&rows, "e"));
     EXPECT_EQ((values{path_rows_move(&rows, 0, -1), path_rows_move(&rows, 3, -1), path_rows_move(&rows, 3, 1)}),
               (values{0, 2, 3}));
     EXPECT_TRUE(path_rows_set(&rows, 0, "f\\"));
-    EXPECT_EQ(texts(), (std::vector<std::string>{"f\\", "b/", "e\\", "d\\"}));
+    EXPECT_EQ(texts(), (std::vector<std::string>{"f\\", "b\\", "e\\", "d\\"}));
     EXPECT_EQ((values{path_rows_delete(&rows, 1), path_rows_delete(&rows, 2), path_rows_delete(&rows, 7)}),
               (values{1, 1, -1}));
     char value[SEARCH_PATH_SIZE];
