@@ -16,13 +16,7 @@ template <typename... T> struct values : std::tuple<T...> {
     }
 };
 
-template <typename T> struct value_kind {
-    using type = T;
-};
-template <> struct value_kind<const char*> {
-    using type = std::string;
-};
-template <> struct value_kind<char*> {
-    using type = std::string;
-};
+template <typename T> struct value_kind { using type = T; };
+template <> struct value_kind<const char*> { using type = std::string; };
+template <> struct value_kind<char*> { using type = std::string; };
 template <typename... T> values(T...) -> values<typename value_kind<T>::type...>;
