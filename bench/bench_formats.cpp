@@ -78,7 +78,7 @@ constexpr format_row FORMATS[] = {
 
 // ---- pictures: three planes; a format of one plane has the first
 
-// A bilevel format has the first bytes of each line as its bits.
+// A bilevel format has the first bytes of the first plane as its bits, line behind line.
 struct picture {
     const char* name;
     bytes planes[3];
@@ -144,8 +144,9 @@ void write_file(const char* name, const format_row& row, const picture& from) {
     rzl_set_hdr_data(c, RZL_FIELD_ORIENTATION, &from_top); // most have no other order
     if (row.compression != 0 && rzl_set_hdr_data(c, RZL_FIELD_COMPRESSION, &row.compression) != 0)
         stop("a coding can't be set");
+    const size_t pitch = is_bilevel(row.format) ? LINE / 8 : LINE;
     for (size_t y = 0; y < HEIGHT; ++y) {
-        const uint8_t* lines[3] = {&from.planes[0][y * LINE], &from.planes[1][y * LINE], &from.planes[2][y * LINE]};
+        const uint8_t* lines[3] = {&from.planes[0][y * pitch], &from.planes[1][y * pitch], &from.planes[2][y * pitch]};
         int result = has_planes(row.format) ? rzl_putline3(c, lines[0], lines[1], lines[2]) : rzl_putline(c, lines[0]);
         if (result != 0) stop("a line can't be written");
     }
@@ -200,9 +201,9 @@ void format_read(benchmark::State& state, const format_row* row, const char* wha
     while (state.KeepRunning())
         first = read_file(name.c_str());
     bool bottom_up = row->standard == RZL_STANDARD_BMP; // its last line comes first
-    const uint8_t* expected = &from.planes[0][bottom_up ? PIXELS - LINE : 0];
     bool lossless = row->standard != RZL_STANDARD_JFIF;
     size_t size = is_bilevel(row->format) ? LINE / 8 : LINE;
+    const uint8_t* expected = &from.planes[0][bottom_up ? (HEIGHT - 1) * size : 0];
     if (lossless && std::memcmp(first.data(), expected, size) != 0) state.SkipWithError("other pixels were read");
     set_rate(state);
     std::remove(name.c_str());

@@ -1,11 +1,12 @@
-// Lines of native files through the public calls: put and get of the formats that pictures are kept in, as lines and in
-// tiles, against copying the same bytes.
+// Native files through the public calls: put and get of the formats that pictures are kept in, as lines of plain and of
+// tiled files, and as tiles, against copying the same bytes.
 //
 // The program also serves bench/peers/native.sh, which compares whole programs:
 //   bench_native make KIND FILE.rgb FILE.ppm   a picture of 4000 x 3000, KIND photo or rendered, in both formats
 //   bench_native copy FORMAT IN.rgb OUT.rgb    line by line into another data format
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -114,6 +115,48 @@ void read_picture(const char* name, bytes* line) {
     rzl_close(c);
 }
 
+// The picture cut into tiles, row by row: each has its planes one behind the other, with full lines at the right edge
+// too.
+bytes tiles_of(const picture& p, int32_t side) {
+    bytes out;
+    auto edge = static_cast<size_t>(side);
+    for (int32_t top = 0; top < HEIGHT; top += side)
+        for (size_t left = 0; left < LINE; left += edge)
+            for (int plane = 0; plane < 3; ++plane)
+                for (int32_t y = top; y < top + side; ++y) {
+                    size_t at = out.size();
+                    out.resize(at + edge);
+                    if (y < HEIGHT) std::memcpy(&out[at], p.line(plane, y) + left, std::min(edge, LINE - left));
+                }
+    return out;
+}
+
+size_t tile_count(int32_t side) {
+    return static_cast<size_t>((WIDTH + side - 1) / side) * static_cast<size_t>((HEIGHT + side - 1) / side);
+}
+
+void write_tiles(const char* name, int64_t format, const bytes& tiles, int32_t side) {
+    CFILE* c = create(name, static_cast<int32_t>(format), WIDTH, HEIGHT, side);
+    size_t plane = static_cast<size_t>(side) * static_cast<size_t>(side);
+    for (size_t i = 0; i < tile_count(side); ++i) {
+        const uint8_t* tile = &tiles[i * plane * 3];
+        const void* planes[3] = {tile, tile + plane, tile + 2 * plane};
+        if (rzl_puttile(c, has_planes(format) ? 3 : 1, planes) != 0) stop("a tile can't be written");
+    }
+    if (rzl_finish(c) != 0) stop("a file can't be finished");
+}
+
+void read_tiles(const char* name, int64_t format, int32_t side, bytes* room) {
+    CFILE* c = rzl_open_r(name);
+    if (c == nullptr) stop("a file can't be opened");
+    size_t plane = static_cast<size_t>(side) * static_cast<size_t>(side);
+    room->resize(plane * 3);
+    void* planes[3] = {room->data(), room->data() + plane, room->data() + 2 * plane};
+    for (size_t i = 0; i < tile_count(side); ++i)
+        if (rzl_gettile(c, has_planes(format) ? 3 : 1, planes, nullptr) != 0) stop("a tile can't be read");
+    rzl_close(c);
+}
+
 std::string temporary_name() {
     const char* directory = std::getenv("TMPDIR");
     return std::string(directory != nullptr ? directory : "/tmp") + "/bench_native.rgb";
@@ -145,6 +188,29 @@ void get_lines(benchmark::State& state) {
     std::remove(name.c_str());
 }
 
+void put_tiles(benchmark::State& state) {
+    auto side = static_cast<int32_t>(state.range(2));
+    bytes tiles = tiles_of(picture_of(state.range(1) != 0), side);
+    std::string name = temporary_name();
+    while (state.KeepRunning())
+        write_tiles(name.c_str(), state.range(0), tiles, side);
+    set_rate(state);
+    std::remove(name.c_str());
+}
+
+void get_tiles(benchmark::State& state) {
+    auto side = static_cast<int32_t>(state.range(2));
+    std::string name = temporary_name();
+    write_picture(name.c_str(), state.range(0), picture_of(state.range(1) != 0), side);
+    bytes room;
+    while (state.KeepRunning()) {
+        read_tiles(name.c_str(), state.range(0), side, &room);
+        benchmark::DoNotOptimize(room.data());
+    }
+    set_rate(state);
+    std::remove(name.c_str());
+}
+
 // What can't be undercut: the bytes of the picture from one place in memory to another, and to a file.
 void floor_memory(benchmark::State& state) {
     const picture& p = picture_of(true);
@@ -171,16 +237,24 @@ void floor_file(benchmark::State& state) {
     std::remove(name.c_str());
 }
 
-void all_formats(benchmark::internal::Benchmark* b) {
+void all_formats(benchmark::internal::Benchmark* b, std::initializer_list<int64_t> tiles) {
     b->ArgNames({"format", "photo", "tile"})->Unit(benchmark::kMillisecond);
     for (int64_t format : {RZL_FORMAT_PLANE_RUNS, RZL_FORMAT_RGB, RZL_FORMAT_BYTE_RUNS, RZL_FORMAT_BYTE})
         for (int64_t photo : {0, 1})
-            for (int64_t tile : {0, 256})
+            for (int64_t tile : tiles)
                 b->Args({format, photo, tile});
 }
+void with_lines(benchmark::internal::Benchmark* b) {
+    all_formats(b, {0, 256});
+}
+void in_tiles(benchmark::internal::Benchmark* b) {
+    all_formats(b, {256});
+}
 
-BENCHMARK(put_lines)->Apply(all_formats);
-BENCHMARK(get_lines)->Apply(all_formats);
+BENCHMARK(put_lines)->Apply(with_lines);
+BENCHMARK(put_tiles)->Apply(in_tiles);
+BENCHMARK(get_lines)->Apply(with_lines);
+BENCHMARK(get_tiles)->Apply(in_tiles);
 BENCHMARK(floor_memory)->Unit(benchmark::kMillisecond);
 BENCHMARK(floor_file)->Unit(benchmark::kMillisecond);
 

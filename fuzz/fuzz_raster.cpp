@@ -2,9 +2,11 @@
 // table, packets, overviews, images. The bytes go through a file on disk, as with a program, and through a block of
 // memory, with what only today's programs write taken and not. Sums over what was read make a sanitizer see values that
 // were never set.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -187,12 +189,14 @@ void through_disk(const uint8_t* data, size_t size) {
 }
 
 // Formats that keep a picture in several files: an input of names and sizes in a line of text, as "FILES AH.MRG 459
-// AR.MRG 2048", and the files' bytes behind it. The first one is opened.
+// AR.MRG 2048", and the files' bytes behind it. They stand in a directory of their own, and the first one is opened.
 void through_files(const uint8_t* data, size_t size) {
     constexpr size_t MOST_FILES = 4;
     const std::string text(data, data + std::min<size_t>(size, 200));
     const size_t end = text.find('\n');
     if (text.compare(0, 6, "FILES ") != 0 || end == std::string::npos) return;
+    const std::string directory = "/tmp/fuzz_raster_files_" + std::to_string(getpid());
+    if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) std::abort();
     std::istringstream words(text.substr(6, end - 6));
     std::vector<std::string> paths;
     size_t at = end + 1;
@@ -204,7 +208,7 @@ void through_files(const uint8_t* data, size_t size) {
         };
         if (name.size() > 20 || name[0] == '.' || !std::all_of(name.begin(), name.end(), is_plain)) break;
         bytes = std::min(bytes, size - at);
-        paths.push_back("/tmp/fuzz_raster_" + std::to_string(getpid()) + "_" + name);
+        paths.push_back(directory + "/" + name);
         std::ofstream(paths.back(), std::ios::binary)
             .write(reinterpret_cast<const char*>(data) + at, static_cast<std::streamsize>(bytes));
         at += bytes;
@@ -212,6 +216,7 @@ void through_files(const uint8_t* data, size_t size) {
     if (!paths.empty()) read_file(paths[0].c_str());
     for (const std::string& path : paths)
         std::remove(path.c_str());
+    (void)rmdir(directory.c_str());
 }
 
 void through_memory(const uint8_t* data, size_t size) {

@@ -1,7 +1,8 @@
 // TIFF files, both ways. Any bytes are opened as a file and read through every kind of call, with seeks between; then
 // they are updated: lines are put, a header and a further image written, and what the file still holds is read again.
-// The bytes are also taken as the pixels of a picture that is written in the coding that the first bytes name, and must
-// come back as it was.
+// Both happen twice, as the library takes files by itself and with the switch for today's files on, which deflated ones
+// need. Bytes that are no file are taken as the pixels of a picture that is written in the coding that the first bytes
+// name, and must come back as it was.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +19,7 @@ namespace {
 constexpr int64_t MOST_LINE_BYTES = 1 << 20;
 constexpr int32_t MOST_LINES = 48;
 constexpr size_t ROOM = 1 << 16; // of an updated file behind what it was
+constexpr int32_t DEFLATE = 8;   // field 501; with the switch on
 
 // Room for a line of any kind: four planes of up to 4 bytes a pixel, or all of them together. Empty for lines that are
 // not worth it.
@@ -132,7 +134,7 @@ kind kind_of(const uint8_t* data) {
     static constexpr int32_t CODINGS[] = {1, 5, 32773, 2, 3, 4};
     kind k = {};
     k.format = FORMATS[data[0] % 5];
-    k.compression = CODINGS[data[1] % (k.format == 1 ? 6 : 3)];
+    k.compression = data[1] >= 0x80 ? DEFLATE : CODINGS[data[1] % (k.format == 1 ? 6 : 3)];
     k.predictor = k.format == 1 ? 1 : 1 + data[2] % 2;
     k.planar = 1 + data[2] / 2 % 2;
     k.rows = data[3] % 9;
@@ -198,11 +200,11 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 1 << 18) return 0;
     memory_file file(bytes(data, data + size));
     bool tiff = size > 4 && ((data[0] == 'I' && data[1] == 'I') || (data[0] == 'M' && data[1] == 'M'));
-    if (tiff) {
-        read_file(file.name);
-        update(bytes(data, data + size));
-    } else {
-        there_and_back(data, size);
+    for (int extended : {0, 1}) {
+        rzl_set_extended(extended);
+        if (tiff) read_file(file.name);
+        if (tiff) update(bytes(data, data + size));
     }
+    if (!tiff) there_and_back(data, size);
     return 0;
 }

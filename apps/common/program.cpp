@@ -146,6 +146,12 @@ int check_output_name(const char* path) {
     return EXIT_DONE;
 }
 
+int check_no_catalog(const char* path) {
+    char plain[PLAIN_NAME_SIZE];
+    if (rzl_is_catalog(plain_name(path, plain)) == 0) return EXIT_DONE;
+    return program_fail("\"%s\" is a catalog of other files, and is not written over.", path);
+}
+
 const char* plain_name(const char* path, char out[PLAIN_NAME_SIZE]) {
     if (std::strncmp(path, IN_MEMORY, std::strlen(IN_MEMORY)) != 0) return path;
     std::snprintf(out, PLAIN_NAME_SIZE, "/%s", path);

@@ -84,6 +84,10 @@ const char* plain_name(const char* path, char out[PLAIN_NAME_SIZE]);
 // a message.
 int check_output_name(const char* path);
 
+// Refuses a catalog as the file to write, whatever the options say: its members would be left without it. EXIT_DONE, or
+// EXIT_FAILED after a message.
+int check_no_catalog(const char* path);
+
 // ---- standard output -----------------------------------------------------------------------------------------------
 
 // Forgets an earlier run in the same process.

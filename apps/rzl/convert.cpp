@@ -522,7 +522,8 @@ int command_convert(word_list* words) {
     int status = parse(words, &request);
     if (status != EXIT_DONE) return status;
     if (files_is_same(request.in.path, request.out)) return program_fail("\"%s\" is the input file.", request.out);
-    if (rzl_is_catalog(request.out) != 0) return program_fail("\"%s\" is a catalog of other files.", request.out);
+    status = check_no_catalog(request.out);
+    if (status != EXIT_DONE) return status;
     raster_source source;
     if (!source_open(&request.in, &source)) return EXIT_FAILED;
     status = convert(&source, &request);

@@ -72,18 +72,11 @@ pixel_kind kind_of(const raster_source* s) {
     return has_table(s) ? pixel_kind::mapped : pixel_kind::grey;
 }
 
-// Files of VRLC tell their order in the status record alone.
-int32_t orientation_of(const raster_source* s) {
-    rzl_stat stat;
-    bool asks = source_field(s, RZL_FIELD_STANDARD, -1) == RZL_STANDARD_VRLC && rzl_get_stat(s->file, &stat) == 0;
-    return asks ? stat.scan_orientation : source_field(s, RZL_FIELD_ORIENTATION, 0);
-}
-
 void read_shape(raster_source* s) {
     s->width = source_field(s, RZL_FIELD_XSIZE, 0);
     s->height = source_field(s, RZL_FIELD_YSIZE, 0);
     s->format = source_field(s, RZL_FIELD_FORMAT, 0);
-    s->orientation = orientation_of(s);
+    s->orientation = rzl_line_order(s->file);
     s->samples = source_field(s, RZL_FIELD_SAMPLES, 1);
     s->bits = source_field(s, RZL_FIELD_BITS, 8);
     s->vlt_type = source_field(s, RZL_FIELD_VLT_TYPE, 0);

@@ -125,6 +125,8 @@ int check_output(const apply_request* request, const palettes* p) {
     if (!spares_inputs(request, p)) return EXIT_FAILED;
     if (files_exists(request->out)) {
         if (files_size_of(request->out) < 0) return program_fail("\"%s\" is no plain file.", request->out);
+        int status = check_no_catalog(request->out);
+        if (status != EXIT_DONE) return status;
         if (!request->force) return program_fail("\"%s\" exists; --force overwrites it.", request->out);
     }
     if (!files_resolve_new(request->out, real, sizeof real)) {

@@ -34,7 +34,7 @@ constexpr const char* HELP =
     "                       into a compressed rgb file of 24 bits\n"
     "  --closest            the nearest colour, without dither\n"
     "  --grey               grey levels\n"
-    "  --force              overwrite an existing OUT; the input files never\n"
+    "  --force              overwrite an existing OUT; the input files and a catalog of other files never\n"
     "  --skip-done          do nothing when OUT was made by the same options from the same files; for that, .OUT.done\n"
     "                       beside it tells by what it was made\n"
     "  --frames RANGE       many frames, each in a process of its own: 1-100, 1-100x5, or 3,7,10-20. Both names have\n"

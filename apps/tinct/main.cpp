@@ -38,6 +38,7 @@ constexpr const char* HELP =
     "  a             apply the chosen colour or pattern to the chosen surface\n"
     "  Ctrl+O S Q    open an image, save the picture, leave\n"
     "  Ctrl+Z Y      undo, redo\n"
+    "  Tab           through the forms: a blank or Return works a button, Escape gives the keys back\n"
     "  F1  F11       the list of all keys; the picture alone\n"
     "  wheel         zoom in or out at the pointer; a horizontal wheel moves the picture sideways\n"
     "  drag          with the middle button, or with Space or Ctrl held, moves the picture\n"

@@ -218,7 +218,8 @@ int imp_write(Impack* pack, const char* file, int32_t compression, uint32_t stop
     mem_guard<place> at(mem_new<place>());
     if (!at) return imp_fail(IMP_NO_MEMORY);
     if (!enter_directory(file, at.get())) return say_write_failed(file, __LINE__);
-    CFILE* opened = rzl_open_w(at->name);
+    // Creating a catalog would write over all of its members.
+    CFILE* opened = rzl_is_catalog(at->name) == 0 ? rzl_open_w(at->name) : nullptr;
     if (opened == nullptr) {
         code = imp_fail_saying(IMP_WRITE_FAILED, "Couldnt open file for writing: %s. Line %d, File %s, rzlerr %d\n",
                                file, __LINE__, SOURCE, static_cast<int>(library_status()));

@@ -59,6 +59,7 @@ int check_file(char** name, const char* directory, bool is_one_of_several) {
     if (!set_text(name, full)) return OUTPUT_NO_MEMORY;
     if (files_is_directory(full)) return is_one_of_several ? OUTPUT_IS_DIRECTORY : OUTPUT_NOT_REGULAR;
     if (files_exists(full) && files_size_of(full) < 0) return OUTPUT_NOT_REGULAR;
+    if (rzl_is_catalog(full) != 0) return OUTPUT_IS_CATALOG; // its members would be left without it
     return files_write_fault(full);
 }
 
@@ -123,6 +124,7 @@ const char* output_fault_text(int fault) {
     case OUTPUT_NOT_REGULAR: return "Not a regular file";
     case OUTPUT_NO_PRIVILEGE: return "Missing priviledge";
     case OUTPUT_IS_DIRECTORY: return "Spec includes a directory";
+    case OUTPUT_IS_CATALOG: return "A catalog of other files";
     default: return files_fault_text(fault);
     }
 }

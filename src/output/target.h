@@ -25,6 +25,7 @@ enum output_fault : int {
     OUTPUT_NO_PRIVILEGE = -3,
     OUTPUT_IS_DIRECTORY = -4,
     OUTPUT_NOTHING = -5, // no text; nothing is shown
+    OUTPUT_IS_CATALOG = -6,
 };
 
 void output_target_free(output_target* target);

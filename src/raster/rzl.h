@@ -459,12 +459,12 @@ RZL_API int rzl_getline16(CFILE* cfile, uint16_t* buffer);
 RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
 
 /* Read the next line in run-coded form. A native file gives the bytes that it stores; every other gives 16-bit run
- * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. PNM and Sun raster files
- * give lines of bytes, too, as pairs of 16-bit words, a value and its run; and colours as a 32-bit word for each run of
- * at most 255 pixels: blue in the low byte, green, red, run. `*size` is the buffer's
- * size on entry and the size used on return, or, with status RZL_RLE_BUFFER_SMALL, the size needed. A strip is a block
- * of field-32 lines as such runs, one line behind the other; there the size told is a first try, which may have to be
- * repeated. */
+ * lengths of a bilevel line, white first and an odd count of them, whatever its own coding is. PNM, Sun
+ * raster, USGS, ADRG, ASRP and USRP files give lines of bytes, too, as pairs of 16-bit words, a value and its run; and
+ * colours as a 32-bit word for each run of at most 255 pixels: blue in the low byte, green, red, run. `*size` is the
+ * buffer's size on entry and the size used on return, or, with status RZL_RLE_BUFFER_SMALL, the size needed. A strip is
+ * a block of field-32 lines as such runs, one line behind the other; there the size told is a first try, which may have
+ * to be repeated. */
 RZL_API int rzl_get_rle_line(CFILE* cfile, void* buffer, int32_t* size);
 RZL_API int rzl_get_rle_strip(CFILE* cfile, void* buffer, int32_t* size);
 
@@ -550,6 +550,10 @@ RZL_API int rzl_is_line_damaged(CFILE* cfile);
  * pixels as its coding has at best: field 2, or fewer where the header claims what can't be there. Reading ends there,
  * with RZL_READ_FAILED; a caller that takes memory by the height asks here first. 0 for a handle that is none. */
 RZL_API int32_t rzl_lines_held(CFILE* cfile);
+
+/* The order of the active image's lines: field 9, but what the status record tells of a VRLC file, which tells it there
+ * alone. RZL_TOP_DOWN for a handle that is none. */
+RZL_API int32_t rzl_line_order(CFILE* cfile);
 
 /* The symbolic name of a status word, such as "RZL_CANNOT_OPEN". Never null. */
 RZL_API const char* rzl_status_name(uint32_t status);

@@ -57,12 +57,11 @@ bool has_table(CFILE* file) {
 }
 
 bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape* shape) {
-    int32_t orientation = 0;
     bool good = rzl_get_hdr_data(file, RZL_FIELD_XSIZE, &shape->file_width) == 0 &&
                 rzl_get_hdr_data(file, RZL_FIELD_YSIZE, &shape->file_height) == 0 &&
                 rzl_get_hdr_data(file, RZL_FIELD_FORMAT, &shape->format) == 0;
     if (!good || shape->file_width < 1 || shape->file_height < 1) return false;
-    rzl_get_hdr_data(file, RZL_FIELD_ORIENTATION, &orientation);
+    const int32_t orientation = rzl_line_order(file);
     shape->black_and_white = is_bilevel(shape->format) && !has_table(file);
     shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
     shape->right_to_left = orientation > 0 && (orientation & ORIENTATION_RIGHT_TO_LEFT) != 0;

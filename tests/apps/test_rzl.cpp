@@ -136,6 +136,9 @@ TEST_F(Rzl, RefusalsNameTheirCause) {
 
 // A picture keeps its rows, columns and colours in every standard, whatever the order of the source's lines.
 TEST_F(Rzl, ConvertKeepsPicturesUpright) {
+    const auto has_target = [](const std::string& name) {
+        return !name.ends_with("png") || is_built(RZL_STANDARD_PNG);
+    };
     for (int orientation : {4, 5, 6, 7}) {
         write_raster("c.rgb", 13, 9, 27, orientation);
         CFILE* file = create("b.rgb", 13, 2, 1, orientation);
@@ -144,6 +147,7 @@ TEST_F(Rzl, ConvertKeepsPicturesUpright) {
             const std::string wanted = run(std::string("rzl cat ") + name + ".rgb").out;
             for (const char* target : {"rgb", "tga", "bmp", "pcx", "tif", "png"}) {
                 const std::string out = std::string(name) + "_." + target;
+                if (!has_target(out)) continue;
                 SCOPED_TRACE(out + std::to_string(orientation));
                 ASSERT_EQ(run(std::string("rzl convert ") + name + ".rgb " + out).status, 0);
                 EXPECT_EQ(run("rzl cat " + out).out, wanted);
@@ -162,10 +166,16 @@ TEST_F(Rzl, ConvertKeepsPicturesUpright) {
     for (const char* source : {"m.tga", "t.bmp"}) {
         EXPECT_EQ(run(std::string("rzl cat ") + source).out, "\3\2\1\6\5\4");
         for (const char* target : {"o.rgb", "o.gif", "o.tif", "o.tga", "o.bmp", "o.pcx", "o.png"}) {
-            ASSERT_EQ(run(std::string("rzl convert ") + source + " " + target).status, 0) << target;
+            const run_result made = run(std::string("rzl convert ") + source + " " + target);
+            ASSERT_EQ(made.status, has_target(target) ? 0 : 1) << target;
+            if (made.status != 0) {
+                EXPECT_NE(made.err.find("can not write PNG files"), std::string::npos) << made.err;
+                continue;
+            }
             EXPECT_EQ(run(std::string("rzl cat ") + target).out, "\3\2\1\6\5\4") << target;
         }
-        ASSERT_EQ(run(std::string("rzl convert ") + source + " o.jpg").status, 0);
+        ASSERT_EQ(run(std::string("rzl convert ") + source + " o.jpg").status, is_built(RZL_STANDARD_JFIF) ? 0 : 1);
+        if (!is_built(RZL_STANDARD_JFIF)) continue;
         EXPECT_NE(run("rzl info o.jpg --json").out.find("\"format\":31"), std::string::npos) << "colours, not indices";
         EXPECT_EQ(run(std::string("rzl convert ") + source + " o.jpg --format 29").status, 1);
         EXPECT_EQ(run(std::string("rzl convert ") + source + " o.jpg --vlt").status, 1);

@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "common/pictures.h"
 #include "raster/core_fixture.h"
 #include "raster/sweep.h"
 
@@ -86,12 +87,6 @@ inline picture read_picture(const std::string& path) {
     picture p = read_lines(c);
     rzl_close(c);
     return p;
-}
-
-// Whether this build has the standard: some need a library that it can be built without.
-inline bool is_built(int standard) {
-    int read = 0;
-    return rzl_standard_support(standard, nullptr, &read) == 0 && read != 0;
 }
 
 using color_table = std::vector<rzl_vlt_entry>;

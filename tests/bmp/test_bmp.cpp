@@ -420,6 +420,30 @@ TEST_F(Bmp, LinesInPlace) {
     expect_lines_in_place(path("a.bmp"), RZL_STANDARD_BMP, "2bzz0a");
 }
 
+// Raw lines go to a file that is only written many at a time, whatever their order; a file that is also read keeps them
+// to its close. Both are the same in the end, with zeros for a line that does not come.
+TEST_F(Bmp, LinesInAnyOrder) {
+    constexpr int WIDTH = 20001;
+    constexpr int HEIGHT = 40; // several blocks
+    const bytes_of_file pixels = some_samples(size_t{WIDTH} * HEIGHT, 256, 5);
+    for (int orientation : {4, 6})
+        for (int step : {1, HEIGHT - 1, 7, 2}) { // on, back, all of them in leaps, every other one
+            bytes_of_file files[2];
+            for (bool read : {false, true}) {
+                CFILE* c =
+                    new_file(path("a.bmp"), 4, 2, WIDTH, HEIGHT, {{9, orientation}}, read ? rzl_open_wr : rzl_open_w);
+                for (int i = 0, y = 0; i < HEIGHT && (step != 2 || i < HEIGHT / 2); ++i, y = (y + step) % HEIGHT) {
+                    ASSERT_EQ(rzl_write_header(c) + rzl_seek(c, y), 0);
+                    ASSERT_EQ(rzl_putline(c, &pixels[static_cast<size_t>(y) * WIDTH]), 0);
+                }
+                ASSERT_EQ(rzl_finish(c), 0u);
+                files[read ? 1 : 0] = read_bytes(path("a.bmp"));
+            }
+            EXPECT_EQ(files[0].size(), 1078u + size_t{20004} * HEIGHT);
+            EXPECT_TRUE(files[0] == files[1]) << orientation << " " << step;
+        }
+}
+
 TEST_F(Bmp, EveryFailureHasItsStatus) {
     expect_sweeps(4, 29, 50, 9, some_samples(450, 200, 3), some_table(256));
     expect_sweeps(4, 28, 50, 9, some_samples(1350, 256, 3));

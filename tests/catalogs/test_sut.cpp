@@ -90,6 +90,7 @@ TEST_F(Sut, TilesOfMembers) {
             EXPECT_EQ(tile[0], pixel_at(number % 7 * TILE, number / 7 * TILE)) << number;
         }
         EXPECT_TRUE(rzl_set_active_image(c, 0) == 1 && c->status == RZL_UNSUPPORTED);
+        EXPECT_TRUE(rzl_get_hdr_data(c, RZL_FIELD_TILE_DIRECTORY, tile.data()) == 1 && c->status == RZL_BAD_FIELD_ID);
         rzl_close(c);
     }
     // A member that is wider than its tiles say, in which tiles behind the grid are the first member's.

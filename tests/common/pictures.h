@@ -1,4 +1,4 @@
-// Small pictures in files: portable anymaps for other programs, and native rasters.
+// Small pictures in files: portable anymaps for other programs, and native rasters; and which formats a build has.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +9,12 @@
 #include <gtest/gtest.h>
 
 #include "raster/rzl.h"
+
+// Whether this build has the standard: some need a library that it can be built without.
+inline bool is_built(int standard) {
+    int read = 0;
+    return rzl_standard_support(standard, nullptr, &read) == 0 && read != 0;
+}
 
 // A portable anymap as bytes: P4 (packed bits), P5 (grey) or P6 (triples), rows from the top.
 inline std::string anymap(char kind, int width, int height, const std::string& samples, int top = 255) {

@@ -61,9 +61,13 @@ press picker 30; asked; key enter; is palette_changed 0
 TEST_F(Commands, OfThePickerAndTheEditor) {
     std::filesystem::create_directories(path("Sub/Deep"));
     write("Sub/a.tnp", "A {color = (1, 1, 0);}\n");
+    for (const std::string extension : {".tnc", ".rgb"})
+        std::filesystem::copy(path("still" + extension), path("Other" + extension));
     write("zlost.tnp", "Lost {pattern = \"lost.rgb\";}\n");
     write("Sub/B.TNP", "B {color = (1, 1, 0);}\n");
     script(R"(
+press main 155; text picker 12:0 other.tnc; text picker 12:1 still.tnc; text picker 12:2; press picker 12 20 6
+text picker 13 other.tnc; press picker 30; gone picker; text main 154 Other.tnc
 press main 165; text picker 12:0 my.tnp; text picker 11:3 sub; press picker 11 20 70; text picker 11:4 deep
 text picker 12:0 a.tnp; press picker 11 20 52; text picker 12:0 my.tnp; type picker 17 Sub
 text picker 12:0 a.tnp; text picker 12:1 b.tnp; type picker 17 none; told none is not a directory
@@ -82,7 +86,8 @@ press editor 19; has editor 15:1 Sub; press editor 17; text editor 15:1; press e
 
 TEST_F(Commands, OfTheOutputForm) {
     script(R"(
-press main 23; told No surface; type main 32 2; press main 23; press main 151; press output 1
+press main 23; told No surface; type main 32 2; press main 23; is steps 1; press main 176; is changed 0
+press main 177; press main 151; press output 1
 text output 9 Missing output specification; type output 13 none\x; up output
 text output 9 No such file or directory; type output 13 a; has output 13 a.rgb; press output 25
 press output 18; has output 13 a.tif; value output 23 0; press output 1; gone output; is changed 0
@@ -90,7 +95,11 @@ press main 151; text output 9 File exists : a.tif; type output 13 b; press outpu
 value output 24 1; type output 27 1; text output 27 256; type output 27 64; press output 1; press main 151
 type output 13 c; press output 20; has output 13 c.tga; press output 23; press output 30; press output 31
 press output 29 65 10; value output 29 1.5; press output 1; press main 151; type output 13 d
-press output 21; press output 1; press main 151; press output 24; press output 4; gone output; type main 32 3; press main 23; press main 151; type output 13 x.rgb,0,5
+press output 21; press output 1; press main 151; press output 24; press output 4; gone output
+press main 151; press output 14; text picker 19 (*.rgb); text picker 12:0 brick.rgb; press main 16; key escape
+gone picker; has output 13 d.bmp; press output 14; press picker 12 20 6; press picker 30; gone picker
+has output 13 brick.rgb; text output 9 File exists : brick.rgb; press output 4; gone output
+type main 32 3; press main 23; press main 151; type output 13 x.rgb,0,5
 text output 9 Bad file spec; type output 13 still.rgb; text output 9 File exists : still.rgb; press output 1
 told Error : Attempt to overwrite input file; is changed 1
 )");

@@ -9,55 +9,6 @@ using Forms = FormsSession;
 
 } // namespace
 
-TEST_F(Forms, PicksAppliesUndoesAndSavesWhatTinctBatchSaves) {
-    std::string before, after;
-    int pen = -1;
-    step([&] {
-        before = planes();
-        const canvas_point at = pixel_of_pens(1);
-        click_pixel(at.x, at.y);
-    });
-    settle();
-    step([&] {
-        pen = highlighted_pen;
-        EXPECT_NE(pen, NO_PEN);
-        EXPECT_EQ(text_of(MAIN, 32), std::to_string(pen));
-        const canvas_point box = place_of(MAIN, 72, -20, 8); // beside the list's first row
-        headless_click(box.x, box.y, HOST_LEFT);
-    });
-    settle();
-    step([] {
-        EXPECT_EQ(text_of(MAIN, 52), "Red");
-        EXPECT_EQ(chosen.kind, selection_kind::color);
-    });
-    press(MAIN, 23);
-    step([&] {
-        after = planes();
-        EXPECT_NE(after, before);
-        EXPECT_EQ(open_image.appliques[pen]->a0, 1.0);
-        EXPECT_TRUE(open_image.image_changed);
-    });
-    press(MAIN, 176);
-    step([&] {
-        EXPECT_EQ(planes(), before);
-        EXPECT_FALSE(open_image.image_changed);
-    });
-    press(MAIN, 177);
-    step([&] { EXPECT_EQ(planes(), after); });
-    press(MAIN, 151);
-    type(OUTPUT, 13, "out");
-    step([] { EXPECT_NE(text_of(OUTPUT, 13).find("\\out.rgb"), std::string::npos) << text_of(OUTPUT, 13); });
-    press(OUTPUT, 1);
-    step([&] {
-        EXPECT_EQ(form_of(OUTPUT), nullptr);
-        EXPECT_FALSE(open_image.image_changed);
-        EXPECT_EQ(planes(), after); // a save changes nothing
-    });
-    EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
-    ASSERT_EQ(run("tinct-batch apply still.tnc --set " + std::to_string(pen) + "=1,0,0 -o batch.rgb").status, 0);
-    EXPECT_EQ(read(path("out.rgb")), read(path("batch.rgb")));
-}
-
 TEST_F(Forms, APatternIsPlacedAndSavedAsARecipeThatTinctBatchTakes) {
     int pen = -1;
     std::string live;
@@ -103,44 +54,6 @@ TEST_F(Forms, APatternIsPlacedAndSavedAsARecipeThatTinctBatchTakes) {
     EXPECT_EQ(recipe, std::to_string(pen) + "=@brick.rgb:rotation=30:mirror:size=0.25\n");
     ASSERT_EQ(run("tinct-batch apply still.tnc --sets still.sets --gamma 2.2 -o batch.tif").status, 0);
     EXPECT_EQ(pixels("out.tif"), pixels("batch.tif"));
-}
-
-TEST_F(Forms, ThePickerOpensWhatIsChosenAndCancelChangesNothing) {
-    std::filesystem::copy(path("still.tnc"), path("Other.tnc"));
-    std::filesystem::copy(path("still.rgb"), path("Other.rgb"));
-    std::filesystem::create_directories(path("Empty"));
-    press(MAIN, 155);
-    step([] {
-        EXPECT_EQ(text_of(PICKER, 12, 0), "other.tnc");
-        EXPECT_EQ(text_of(PICKER, 12, 1), "still.tnc");
-        EXPECT_EQ(text_of(PICKER, 12, 2), "");
-    });
-    press(MAIN, 155); // once more closes it
-    step([] {
-        EXPECT_EQ(form_of(PICKER), nullptr);
-        EXPECT_EQ(open_image.picture, nullptr);
-    });
-    press(MAIN, 155);
-    press(PICKER, 12, 20, 6);
-    step([] { EXPECT_EQ(text_of(PICKER, 13), "other.tnc"); });
-    press(PICKER, 30);
-    step([this] {
-        EXPECT_EQ(form_of(PICKER), nullptr);
-        EXPECT_STREQ(files_last_name(open_image.tnc_path), "Other.tnc"); // in its true spelling
-        EXPECT_EQ(text_of(MAIN, 154), "Other.tnc");
-        EXPECT_EQ(remembered.file_count, 1);
-    });
-    press(MAIN, 155);
-    type(PICKER, 13, "none\\x.tnc"); // told, and it blocks
-    key(host_key::enter, 13);
-    press(PICKER, 30);
-    step([] { EXPECT_NE(form_of(PICKER), nullptr); });
-    key(host_key::enter, 13);
-    type(PICKER, 13, "*.rgb");
-    step([] { EXPECT_EQ(text_of(PICKER, 19), "(*.rgb)"); });
-    press(PICKER, 31);
-    step([] { EXPECT_STREQ(files_last_name(open_image.tnc_path), "Other.tnc"); });
-    EXPECT_EQ(run_forms({}), 0);
 }
 
 TEST_F(Forms, BarsAreDraggedLiveAsOneStep) {
@@ -283,33 +196,4 @@ TEST_F(Forms, ALostPatternIsFoundThroughTheSearchPathForms) {
     EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "lost.tnp"}), 0);
     unsetenv("VANTORA_INI");
     EXPECT_NE(read(ini).find("far"), std::string::npos) << "kept for the next run";
-}
-
-TEST_F(Forms, BrowseOfTheOutputFormWaitsForItsPicker) {
-    std::string entry;
-    press(MAIN, 151);
-    step([&] { entry = text_of(OUTPUT, 13); });
-    press(OUTPUT, 14);
-    step([] {
-        EXPECT_EQ(text_of(PICKER, 19), "(*.rgb)");
-        EXPECT_EQ(text_of(PICKER, 12, 0), "brick.rgb");
-    });
-    press(MAIN, 16); // another form's button does nothing meanwhile
-    key(host_key::escape, 27);
-    step([&] {
-        EXPECT_EQ(form_of(PICKER), nullptr);
-        EXPECT_FALSE(quit_requested);
-        EXPECT_EQ(text_of(OUTPUT, 13), entry);
-    });
-    press(OUTPUT, 14);
-    press(PICKER, 12, 20, 6);
-    press(PICKER, 30);
-    step([] {
-        EXPECT_EQ(form_of(PICKER), nullptr);
-        EXPECT_NE(text_of(OUTPUT, 13).find("brick.rgb"), std::string::npos) << text_of(OUTPUT, 13);
-        EXPECT_EQ(text_of(OUTPUT, 9), "File exists : brick.rgb");
-    });
-    press(OUTPUT, 4); // cancel
-    step([] { EXPECT_EQ(form_of(OUTPUT), nullptr); });
-    EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
 }

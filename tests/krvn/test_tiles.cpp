@@ -165,7 +165,10 @@ TEST_F(Tiles, LinesComeBackFromTiles) {
         ASSERT_TRUE(t != nullptr && l != nullptr);
         EXPECT_EQ(field_of(t, 100), side);
         EXPECT_EQ(field_of(t, 3), one.format);
-        for (int y : {0, 1, 33, 32, 69, 5, 63, 64})
+        std::vector<int> order = {0, 1, 33, 32, 69, 5, 63, 64};
+        for (int y = 0; y < HEIGHT; ++y)
+            order.push_back(y == 40 ? 7 : y); // one out of its order
+        for (int y : order)
             EXPECT_EQ(got_line(t, one.how, y), got_line(l, one.how, y)) << y;
         EXPECT_EQ(rzl_is_damaged(t), 0);
         rzl_close(t);
@@ -197,6 +200,60 @@ TEST_F(Tiles, WrittenFurther) {
         bytes_of_file wanted = y < 40 ? line_of(c, 0, y == 7 ? 60 : y) : bytes_of_file(40);
         EXPECT_EQ(line, wanted) << y;
     }
+    rzl_close(c);
+}
+
+// A row of tiles does not show what the row before it had in its place.
+TEST_F(Tiles, WhatIsLeftOutIsZero) {
+    std::string p = path("t.rgb");
+    CFILE* c = new_file(p, 27, 40, 96, true);
+    set_fields(c, {{100, SIDE}});
+    const bytes_of_file full(40, 0xFF);
+    const bytes_of_file zero(40);
+    for (int y = 0; y < 32; ++y)
+        ASSERT_EQ(rzl_putline3(c, full.data(), full.data(), full.data()), 0);
+    const void* two[3] = {full.data(), nullptr, full.data()};
+    for (int y : {33, 35}) {
+        ASSERT_EQ(rzl_seek(c, y), 0);
+        ASSERT_EQ(rzl_putline_channels(c, 3, two), 0);
+    }
+    for (bool again : {false, true}) { // while the row waits, and out of the file
+        if (again) {
+            EXPECT_EQ(rzl_finish(c), 0u);
+            c = rzl_open_r(p.c_str());
+        }
+        for (int y : {32, 33, 34, 35, 40}) {
+            ASSERT_EQ(rzl_seek(c, y), 0);
+            bytes_of_file got[3] = {full, full, full};
+            ASSERT_EQ(rzl_getline3(c, got[0].data(), got[1].data(), got[2].data()), 0);
+            bool put = y == 33 || y == 35;
+            EXPECT_TRUE(got[0] == (put ? full : zero) && got[1] == zero && got[2] == got[0]) << y << again;
+        }
+    }
+    rzl_close(c);
+}
+
+// Lines that are there come before the damage, and those behind it do not come at all.
+TEST_F(Tiles, RunsThatEndEarly) {
+    std::string p = path("d.rgb");
+    write_file(p, {29, way::planes, false, SIDE}, 77, 70);
+    bytes_of_file b = read_bytes(p);
+    entry first = entry_of(b, PACKET, 0);
+    set_entry(&b, 0, {first.offset, first.size - 1, first.color});
+    write_bytes(p, b);
+    CFILE* c = rzl_open_r(p.c_str());
+    ASSERT_NE(c, nullptr);
+    bytes_of_file line(77);
+    for (int y = 0; y < 31; ++y) {
+        ASSERT_EQ(rzl_getline(c, line.data()), 0) << y;
+        EXPECT_EQ(line, line_of(c, 0, y)) << y;
+    }
+    for (int tries = 0; tries < 2; ++tries) {
+        EXPECT_EQ(rzl_getline(c, line.data()), 1);
+        EXPECT_EQ(status_of(c), RZL_READ_FAILED);
+    }
+    EXPECT_TRUE(rzl_seek(c, 32) == 0 && rzl_getline(c, line.data()) == 0);
+    EXPECT_EQ(line, line_of(c, 0, 32)) << "the other rows are there";
     rzl_close(c);
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/failures.h"
+#include "common/pictures.h"
 #include "output_fixture.h"
 #include "support/memory.h"
 
@@ -352,6 +353,12 @@ TEST_F(Colors, RequestsAreMadeConsistentOrRefused) {
     };
     for (auto c : cases) {
         int32_t gray = 1;
+        if ((c.standard == RZL_STANDARD_JFIF || c.standard == RZL_STANDARD_PNG) && !is_built(c.standard)) {
+            c.result = -1;
+            c.out_format = c.format;
+            c.out_depth = c.depth;
+            c.out_colors = c.colors;
+        }
         EXPECT_EQ(imp_normalise(c.standard, &c.format, &c.compressed, &c.depth, &gray, &c.colors), c.result);
         EXPECT_EQ((std::vector<int32_t>{c.format, c.depth, c.colors}),
                   (std::vector<int32_t>{c.out_format, c.out_depth, c.out_colors}));

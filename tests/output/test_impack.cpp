@@ -106,6 +106,10 @@ TEST_F(Pack, WritesEveryNativeFormatAndReturnsToItsDirectory) {
     EXPECT_EQ(write_pack(made, directory + "\\Sub\\back.rgb"), IMP_OK);
     expect_planes(path("sub/back.rgb"), false);
     EXPECT_EQ(write_pack(made, path("no/x.rgb")), IMP_WRITE_FAILED);
+    // A catalog would have its members made anew.
+    write("cat.rgb", "SUPERT! IMAGEX 8 IMAGEY 8 TILESX 8 TILESY 8 TILESIZE 0 FILES m 0");
+    EXPECT_EQ(write_pack(made, path("cat.rgb")), IMP_WRITE_FAILED);
+    EXPECT_FALSE(std::filesystem::exists(path("m")));
     made->ysize = 0;
     EXPECT_EQ(write_pack(made, path("none.rgb")), IMP_OK);
     EXPECT_EQ(std::filesystem::file_size(path("none.rgb")), 1024u);

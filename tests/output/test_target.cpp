@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -158,12 +159,14 @@ TEST_F(Target, WhatIsTypedIsJudged) {
     EXPECT_EQ(target.directory, turned(""));
     // A fault leaves the target as it was.
     std::filesystem::create_directories(path("x00002.rgb"));
+    std::ofstream(path("cat.rgb")) << "SUPERT! FILES";
     const std::pair<std::string, int> faults[] = {
         {"x.rgb,0,5", OUTPUT_BAD_SPEC},
         {"car,red.tif", OUTPUT_BAD_SPEC},
         {std::string(600, 'x'), OUTPUT_BAD_SPEC},
         {"x.rgb,1,3", OUTPUT_IS_DIRECTORY},
         {"x00002", OUTPUT_NOT_REGULAR},
+        {"cat", OUTPUT_IS_CATALOG},
         {"gone\\x.rgb", 2},
         {"", OUTPUT_NOTHING},
     };

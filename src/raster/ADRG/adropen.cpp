@@ -230,6 +230,7 @@ constexpr format_slots SLOTS = {
     .Getline = rzl_getline_generic,
     .Get_line = rzl_getline_from_tiles,
     .Getlinefromtile = rzl_getline_from_tiles,
+    .Getrleline = set_get_rle_line,
     .Gettile = adrg_get_tile,
     .Gettilerows = adrg_get_tile_rows,
     .Get_hdr_data = adrg_get_hdr_data,

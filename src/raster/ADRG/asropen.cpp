@@ -50,6 +50,7 @@ constexpr format_slots SLOTS = {
     .Getline = rzl_getline_generic,
     .Get_line = rzl_getline_from_tiles,
     .Getlinefromtile = rzl_getline_from_tiles,
+    .Getrleline = set_get_rle_line,
     .Gettile = asrp_get_tile,
     .Gettilerows = asrp_get_tile_rows,
     .Get_hdr_data = asrp_get_hdr_data,

@@ -7,6 +7,7 @@
 #include <strings.h>
 
 #include "platform/files.h"
+#include "raster/PNM/pnmmisc.h"
 
 namespace {
 
@@ -131,6 +132,10 @@ void set_give_empty(const CFILE* c, int channels, read_planes planes, size_t pit
     for (int i = 0; i < channels; ++i)
         for (uint32_t y = 0; planes[i] != nullptr && y < rows; ++y)
             std::memset(planes[i] + y * pitch, 0, c->tile->width);
+}
+
+int set_get_rle_line(CFILE* c, int channels, read_planes buffers) {
+    return rzl_get_line_as_runs(c, channels, buffers, RZL_UNSUPPORTED, SOURCE);
 }
 
 void set_copy_rows(const CFILE* c, const uint8_t* from, uint32_t rows, uint8_t* plane, size_t pitch) {

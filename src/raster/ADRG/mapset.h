@@ -80,5 +80,9 @@ int set_make_tiles(CFILE* c, int32_t across, int32_t down, int32_t width, int32_
 // A tile that has no data, for Gettile: told where that was asked for, else the first `rows` rows are 0.
 void set_give_empty(const CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows, uint32_t* size_word);
 
+// A line as runs, for Getrleline: pairs of value and count of a picture of one plane, words of three colours and a
+// count of one of three (PNM/pnmmisc.h). They are made of the line that is read, in no more than the caller's room.
+int set_get_rle_line(CFILE* c, int channels, read_planes buffers);
+
 // Rows of a tile, one behind the other, into a plane.
 void set_copy_rows(const CFILE* c, const uint8_t* from, uint32_t rows, uint8_t* plane, size_t pitch);

@@ -6,7 +6,8 @@
 // two, which take turns), or 0 and 0 for the end of the line, 1 for the end of the image, 2 for a step to the right and
 // down, or the count of pixels that follow as they are, filled up to 16 bits.
 //
-// A new file is gathered in memory and written at its close, since its lines may come from the top.
+// The lines of a new file may come from the top. Raw ones go to their places in the file, many at a time; coded ones,
+// and those of a file that is also read, are gathered in memory and written at its close.
 #pragma once
 
 #include "raster/CORE/module.h"
@@ -40,6 +41,15 @@ struct bmp_bit_field {
     uint8_t bytes[256];
 };
 
+// Raw lines on their way into a new file, by their rows: their numbers in the file.
+struct bmp_block {
+    uint8_t* rows;    // owned: room for `count` rows that go out together
+    uint8_t* came;    // owned: for each row of the file, 1 when its line has come
+    int64_t count;    // of the rows that there is room for
+    int64_t at;       // the row that the room begins with; may lie before the file's first
+    int64_t from, to; // the rows in it, up to the one before `to`; the same: none
+};
+
 // The module's record, in CFILE's `spec`.
 struct bmp_spec {
     uint32_t header_size;
@@ -58,7 +68,8 @@ struct bmp_spec {
     bmp_bit_field* fields;        // owned: red, green, blue of pixels with bit fields
     bool ended;                   // run-coded: the image's end has come, all that follows is 0
     int32_t lines_below, start_x; // a step of the run code: lines from here to where it goes on, and the column there
-    uint8_t* lines;               // owned, of a new file: its raw lines in file order, or coded ones as they came
+    bmp_block block;              // of a new file with raw lines that is only written
+    uint8_t* lines;               // owned, of another new file: its raw lines in file order, or coded ones as they came
     size_t room, fill;            // of coded lines
     size_t* places;               // owned: of coded lines; one more for the end
     int32_t lines_put;            // coded lines that have come
@@ -104,5 +115,6 @@ int bmp_write_header(CFILE* c);
 int bmp_put_line(CFILE* c, int channels, write_planes buffers);
 
 // Finishes a new file. Its lines must have been put from the top or from the bottom, field 9 being RZL_TOP_DOWN or
-// RZL_BOTTOM_UP; otherwise nothing of them is written, and the status is RZL_UNSUP_BMP.
+// RZL_BOTTOM_UP; otherwise nothing of them is written (nothing more, when that was set after the first of them), and
+// the status is RZL_UNSUP_BMP.
 void bmp_close(CFILE* c);

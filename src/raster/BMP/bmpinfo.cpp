@@ -76,6 +76,9 @@ void bmp_free_specs(CFILE* c) {
     mem_free(spec->fields);
     mem_free(spec->lines);
     mem_free(spec->places);
+    mem_free(spec->block.rows);
+    mem_free(spec->block.came);
+    spec->block = {};
     spec->row = nullptr;
     spec->fields = nullptr;
     spec->lines = nullptr;

@@ -13,6 +13,7 @@ constexpr char SOURCE[] = "BMP/bmpputli";
 constexpr uint32_t START_SIZE = BMP_FILE_HEADER_SIZE + BMP_INFO_HEADER_SIZE;
 constexpr int64_t AT_FILE_SIZE = 2;
 constexpr int64_t AT_DATA_OFFSET = 10;
+constexpr size_t BLOCK_BYTES = 0x40000; // of raw lines that go to the file together: what its stream does not gather
 
 // ---- headers -------------------------------------------------------------------------------------------------------
 
@@ -61,6 +62,20 @@ size_t coded_line_room(const CFILE* c) {
     return static_cast<size_t>(c->xsize) * 2 + 16;
 }
 
+bool is_ordered(const bmp_spec* spec) {
+    return spec->orientation == RZL_TOP_DOWN || spec->orientation == RZL_BOTTOM_UP;
+}
+
+// A block for raw lines. An orientation that the close refuses is to leave no lines in the file.
+bool allocate_block(CFILE* c, bmp_spec* spec) {
+    auto wanted = static_cast<int64_t>((BLOCK_BYTES + spec->row_bytes - 1) / spec->row_bytes);
+    spec->block = {};
+    spec->block.count = std::min(wanted, int64_t{c->ysize});
+    spec->block.rows = mem_new_array<uint8_t>(spec->row_bytes * static_cast<size_t>(spec->block.count));
+    spec->block.came = static_cast<uint8_t*>(mem_alloc_zeroed(static_cast<size_t>(c->ysize)));
+    return spec->block.rows != nullptr && spec->block.came != nullptr;
+}
+
 // Lines that don't come are 0. False for an image whose file would be larger than its header can tell.
 bool allocate_lines(CFILE* c, bmp_spec* spec) {
     uint64_t row = bmp_row_bytes(c->xsize, spec->bit_count);
@@ -73,9 +88,11 @@ bool allocate_lines(CFILE* c, bmp_spec* spec) {
     bool coded = bmp_is_coded(spec);
     spec->room = coded ? coded_line_room(c) : static_cast<size_t>(all);
     spec->row = mem_new_array<uint8_t>(spec->row_bytes + static_cast<size_t>(c->xsize));
-    spec->lines = static_cast<uint8_t*>(mem_alloc_zeroed(spec->room));
+    bool in_blocks = !coded && c->mode == MODE_WRITE && is_ordered(spec);
+    bool there = spec->row != nullptr && (!in_blocks || allocate_block(c, spec));
+    if (!in_blocks) spec->lines = static_cast<uint8_t*>(mem_alloc_zeroed(spec->room));
     if (coded) spec->places = mem_new_array<size_t>(lines + 1);
-    if (spec->row != nullptr && spec->lines != nullptr && (!coded || spec->places != nullptr)) return true;
+    if (there && (in_blocks || spec->lines != nullptr) && (!coded || spec->places != nullptr)) return true;
     return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
 }
 
@@ -83,6 +100,9 @@ void drop_lines(bmp_spec* spec) {
     mem_free(spec->row);
     mem_free(spec->lines);
     mem_free(spec->places);
+    mem_free(spec->block.rows);
+    mem_free(spec->block.came);
+    spec->block = {};
     spec->row = nullptr;
     spec->lines = nullptr;
     spec->places = nullptr;
@@ -214,11 +234,44 @@ void pack_row(const CFILE* c, const bmp_spec* spec, int channels, write_planes b
     }
 }
 
+// The rows of the block go to their place in the file, and it is empty.
+bool write_block(CFILE* c, bmp_spec* spec) {
+    bmp_block* b = &spec->block;
+    if (b->from == b->to) return true;
+    auto row = static_cast<int64_t>(spec->row_bytes);
+    if (!io_seek(c, spec->data_offset + b->from * row)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
+    if (!put_all(c, b->rows + (b->from - b->at) * row, static_cast<size_t>((b->to - b->from) * row), SOURCE))
+        return false;
+    b->from = b->to;
+    return true;
+}
+
+// Room for a row in the block, which goes to the file first when the row does not go on from those in it. Null when
+// that fails.
+uint8_t* place_in_block(CFILE* c, bmp_spec* spec, int64_t row) {
+    bmp_block* b = &spec->block;
+    bool joins = b->from != b->to && row >= b->from - 1 && row <= b->to;
+    if (!joins || row < b->at || row >= b->at + b->count) {
+        if (!write_block(c, spec)) return nullptr;
+        b->at = spec->orientation == RZL_TOP_DOWN ? row - b->count + 1 : row;
+        b->from = b->to = row;
+    }
+    b->from = std::min(b->from, row);
+    b->to = std::max(b->to, row + 1);
+    b->came[row] = 1;
+    return b->rows + (row - b->at) * static_cast<int64_t>(spec->row_bytes);
+}
+
 bool put_raw(CFILE* c, bmp_spec* spec, int channels, write_planes buffers) {
     auto line = static_cast<size_t>(c->line);
+    size_t row = spec->orientation == RZL_TOP_DOWN ? static_cast<size_t>(c->ysize) - 1 - line : line;
+    if (spec->block.rows != nullptr) {
+        uint8_t* place = place_in_block(c, spec, static_cast<int64_t>(row));
+        if (place != nullptr) pack_row(c, spec, channels, buffers, place);
+        return place != nullptr;
+    }
     if (spec->lines != nullptr) {
-        size_t place = spec->orientation == RZL_TOP_DOWN ? static_cast<size_t>(c->ysize) - 1 - line : line;
-        pack_row(c, spec, channels, buffers, spec->lines + place * spec->row_bytes);
+        pack_row(c, spec, channels, buffers, spec->lines + row * spec->row_bytes);
         return true;
     }
     pack_row(c, spec, channels, buffers, spec->row);
@@ -237,6 +290,22 @@ bool write_coded(CFILE* c, const bmp_spec* spec) {
     return true;
 }
 
+// What waits, and zeros for the lines that have not come.
+bool write_rest(CFILE* c, bmp_spec* spec) {
+    bmp_block* b = &spec->block;
+    if (!write_block(c, spec)) return false;
+    std::memset(b->rows, 0, spec->row_bytes * static_cast<size_t>(b->count));
+    for (int64_t row = 0; row < c->ysize; ++row) {
+        if (b->came[row] != 0) continue;
+        b->at = b->from = row;
+        while (row + 1 < c->ysize && row - b->from + 1 < b->count && b->came[row + 1] == 0)
+            ++row;
+        b->to = row + 1;
+        if (!write_block(c, spec)) return false;
+    }
+    return true;
+}
+
 bool put_number(CFILE* c, int64_t place, uint32_t number) {
     uint8_t bytes[4];
     store_u32le(bytes, number);
@@ -244,15 +313,16 @@ bool put_number(CFILE* c, int64_t place, uint32_t number) {
     return put_all(c, bytes, sizeof bytes, SOURCE);
 }
 
-bool write_lines(CFILE* c, const bmp_spec* spec) {
-    bool ordered = spec->orientation == RZL_TOP_DOWN || spec->orientation == RZL_BOTTOM_UP;
-    if (!ordered) return fails(c, RZL_UNSUP_BMP, SOURCE, "orientation");
+bool write_lines(CFILE* c, bmp_spec* spec) {
+    if (!is_ordered(spec)) return fails(c, RZL_UNSUP_BMP, SOURCE, "orientation");
     // A coded image can outgrow the numbers of its header.
     size_t bytes = bmp_is_coded(spec) ? spec->fill : spec->room;
     uint64_t size = static_cast<uint64_t>(spec->data_offset) + bytes;
     if (size > UINT32_MAX) return fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "Bmp close");
     if (!io_seek(c, spec->data_offset)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    bool written = bmp_is_coded(spec) ? write_coded(c, spec) : put_all(c, spec->lines, bytes, SOURCE);
+    bool written = bmp_is_coded(spec)            ? write_coded(c, spec)
+                   : spec->block.rows != nullptr ? write_rest(c, spec)
+                                                 : put_all(c, spec->lines, bytes, SOURCE);
     return written && put_number(c, AT_FILE_SIZE, static_cast<uint32_t>(size)) &&
            put_number(c, AT_DATA_OFFSET, static_cast<uint32_t>(spec->data_offset));
 }
@@ -302,7 +372,7 @@ int bmp_put_line(CFILE* c, int channels, write_planes buffers) {
 
 void bmp_close(CFILE* c) {
     bmp_spec* spec = bmp_spec_of(c);
-    if (spec == nullptr || spec->lines == nullptr) return;
+    if (spec == nullptr || (spec->lines == nullptr && spec->block.rows == nullptr)) return;
     (void)write_lines(c, spec);
     drop_lines(spec);
 }

@@ -74,8 +74,8 @@ struct cals_spec {
     char reference[CALS_RECORD], user_name[CALS_RECORD], comment[CALS_RECORD];
 
     int64_t data_offset; // of code or bits; of the first tile
+    int64_t file_size;   // between the two, which are handed on for each line: side by side they go through memory
     int64_t data_end;    // of code or bits: past what the element says, or INT64_MAX
-    int64_t file_size;
     bool height_of_page; // no more lines than the page has; how many there are the content tells
     bool closed;         // all that a new file holds has been written
 

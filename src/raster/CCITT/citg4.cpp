@@ -123,10 +123,14 @@ uint32_t put_white(const CFILE* c, cit_writer* writer) {
     return white ? cit_writer_bits(writer, white.get()) : CIT_NO_MEMORY;
 }
 
+bool is_ready(const CFILE* c, cit_coding coding, cit_extent extent) {
+    return c->ccitt->coder != nullptr && is_loaded(c, c->ccitt->coder, coding, extent);
+}
+
 int load(CFILE* c, cit_coding coding, cit_extent extent) {
+    if (is_ready(c, coding, extent)) return 0;
     cit_file* f = file_of(c);
     if (f == nullptr) return no_memory(c, "load");
-    if (is_loaded(c, f, coding, extent)) return 0;
     drop_reader(f);
     if (make_reader(c, f, coding, extent)) return 0;
     drop_reader(f);
@@ -134,7 +138,8 @@ int load(CFILE* c, cit_coding coding, cit_extent extent) {
 }
 
 cit_get_result get_line(CFILE* c, cit_coding coding, cit_extent extent, uint8_t* bits) {
-    if (load(c, coding, extent) != 0) return CIT_GET_FAILED;
+    // Asked here too: a call for each line takes as long as twenty pixels do.
+    if (!is_ready(c, coding, extent) && load(c, coding, extent) != 0) return CIT_GET_FAILED;
     cit_file* f = c->ccitt->coder;
     uint32_t result = cit_reader_bits(f->reader, static_cast<uint32_t>(c->line), bits);
     if (result == CIT_NO_MEMORY) {

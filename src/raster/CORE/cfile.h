@@ -63,6 +63,13 @@ struct format_slots {
     // rzl_get_tiles() then copies none. Columns of the tile that lie outside of the image are given as well, but for a
     // module with MODULE_CUT_TILES. Pixels, 0 failure.
     int (*Gettilerows)(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows) = nullptr;
+    // Null, or delivers the line `line` of a tiled image out of the stored tiles, without row_buffer, and moves on to
+    // the next. Pixels, 0 failure; -1, with nothing done, for a line that has to come by way of row_buffer.
+    read_line_slot Gettileline = nullptr;
+    // Null, or writes `columns` tiles of one row of tiles, the first with the number `line`, out of planes of any
+    // pitch, behind each other from the file's position on; rzl_put_tiles() then needs neither Put_line nor
+    // `note_tile`. Pixels, 0 failure; -1, with nothing done, for tiles that are left to Put_line.
+    int64_t (*Puttilerows)(CFILE* c, int channels, write_planes planes, size_t pitch, int64_t columns) = nullptr;
     // Header fields: `value` is aligned and has the size of the field (fields.h). On getting it holds the core's
     // answer, which stands unless the module writes another. On setting it is a copy in which a text ends.
     int (*Get_hdr_data)(CFILE* c, int32_t field, void* value) = nullptr;
@@ -117,10 +124,14 @@ struct tile_record {
     uint32_t row_layout;               // the flags of the call that made row_buffer which decide its layout
     bool row_read;                     // row_buffer holds the tiles of first_line as the file has them
     bool row_dirty;                    // lines were put into row_buffer that the file does not have yet
+    uint32_t stale_from;               // lines of row_buffer from this one on are those of a row that was written, and
+                                       // stand for zeros: clear_stale_lines(). TILE_ROW_FRESH: none are
     uint8_t* row_buffer;               // owned; null until first used
     uint8_t* packet;                   // owned; the native tile packet
     size_t packet_bytes;
 };
+
+constexpr uint32_t TILE_ROW_FRESH = UINT32_MAX;
 
 // Resampling while reading.
 struct squetch_record {
@@ -460,9 +471,19 @@ rzl_memfile* memfile_of_name(const char* name, bool* is_memory);
 // The lines that the file can hold of those that the active image claims.
 int32_t rzl_lines_there(CFILE* c);
 
+// Whether that is known for what is active now. It is from the first line on.
+inline bool held_is_known(const CFILE* c) {
+    const held_lines* h = &c->held;
+    return h->judged && h->xsize == c->xsize && h->ysize == c->ysize && h->image == c->active_image &&
+           h->overview == c->active_overview;
+}
+
 // Whether a line is one of them. Otherwise false with RZL_READ_FAILED, and the handle is marked as damaged. A file that
 // can still be written to is not held to anything.
-bool rzl_has_line(CFILE* c, int32_t line, const char* source, const char* detail);
+bool rzl_judge_line(CFILE* c, int32_t line, const char* source, const char* detail);
+inline bool rzl_has_line(CFILE* c, int32_t line, const char* source, const char* detail) {
+    return (held_is_known(c) && line < c->held.lines) || rzl_judge_line(c, line, source, detail);
+}
 
 // ---- header calls: info.cpp -----------------------------------------------------------------------------------------
 
@@ -501,6 +522,10 @@ int tile_row_planes(const CFILE* c);
 
 // Makes row_buffer fit the handle's size, format and flags. False without memory, with the status set.
 bool need_tile_row(CFILE* c);
+
+// Puts zeros in the place of those of the first `lines` lines of row_buffer that are of a row that was written, so that
+// a plane or a line that is left out of this row does not show that one's.
+void clear_stale_lines(CFILE* c, uint32_t lines);
 
 // Bytes of one line in row_buffer, and of one plane of it.
 size_t tile_row_pitch(const CFILE* c);

@@ -17,6 +17,9 @@ constexpr int64_t CODED_PIXELS = 16384;
 // at 600 points an inch.
 constexpr int64_t LEFT_OUT_PIXELS = 40'000'000;
 
+// A line that is left out is read all the same, and costs at least as much as one of so many pixels.
+constexpr int64_t LEFT_OUT_LEAST = 64;
+
 // A line of group 3 or 4 that is as the one before takes a bit, however long it is: only its width is bounded, by what
 // a sheet of 10 metres has at 600 points an inch, as a mean of all lines.
 constexpr int64_t FAX_LINES = 8; // in a byte
@@ -33,16 +36,16 @@ struct expansion {
 };
 
 expansion expansion_of(const CFILE* c) {
-    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_SCANNABLE | FLAG_TILED))
-        return {CODED_PIXELS, LEFT_OUT_PIXELS};
+    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_TILED)) return {CODED_PIXELS, LEFT_OUT_PIXELS};
+    const int64_t left_out = has_flag(c, FLAG_SCANNABLE) ? LEFT_OUT_PIXELS : 0;
     switch (c->format) {
     case RZL_FORMAT_BYTE:
     case RZL_FORMAT_RGB:
-    case RZL_FORMAT_FOUR: return {1, 0};
+    case RZL_FORMAT_FOUR: return {1, left_out};
     case RZL_FORMAT_BYTE_RUNS:
     case RZL_FORMAT_PLANE_RUNS:
-    case RZL_FORMAT_FOUR_PLANE_RUNS: return {BYTE_RUN_PIXELS, 0};
-    default: return {CODED_PIXELS, 0};
+    case RZL_FORMAT_FOUR_PLANE_RUNS: return {BYTE_RUN_PIXELS, left_out};
+    default: return {CODED_PIXELS, left_out};
     }
 }
 
@@ -59,31 +62,28 @@ int64_t pixel_bytes(CFILE* c) {
 int64_t lines_in(const CFILE* c, int64_t bytes) {
     const bool fax = is_fax(c->format) && !has_flag(c, FLAG_TILED);
     const expansion e = fax ? expansion{FAX_PIXELS, LEFT_OUT_PIXELS} : expansion_of(c);
+    const int64_t width = std::max(c->xsize, 1);
     int64_t pixels = 0;
-    int64_t lines = INT32_MAX;
-    if (checked_mul(bytes, e.in_byte, &pixels) && checked_add(pixels, e.left_out, &pixels)) {
-        // A part of a line is worth reading, unless no page is as wide.
-        lines = pixels / std::max(c->xsize, 1) + (c->xsize <= LEFT_OUT_PIXELS ? 1 : 0);
-    }
+    if (!checked_mul(bytes, e.in_byte, &pixels)) pixels = INT64_MAX / 2;
+    int64_t lines = pixels / width + e.left_out / std::max(width, LEFT_OUT_LEAST);
+    // A part of a line is worth reading, unless no page is as wide.
+    if (width <= LEFT_OUT_PIXELS) ++lines;
     return fax ? std::min(lines, bytes * FAX_LINES) : lines;
 }
 
 } // namespace
 
 int32_t rzl_lines_there(CFILE* c) {
-    held_lines* h = &c->held;
-    bool known = h->judged && h->xsize == c->xsize && h->ysize == c->ysize && h->image == c->active_image &&
-                 h->overview == c->active_overview;
-    if (known) return h->lines;
+    if (held_is_known(c)) return c->held.lines;
     int64_t lines = std::max(c->ysize, 0);
     int64_t bytes = pixel_bytes(c);
     if (bytes >= 0) lines = std::min(lines, lines_in(c, bytes));
     bool lasts = c->mode == MODE_READ;
-    *h = {lasts, c->xsize, c->ysize, c->active_image, c->active_overview, static_cast<int32_t>(lines)};
-    return h->lines;
+    c->held = {lasts, c->xsize, c->ysize, c->active_image, c->active_overview, static_cast<int32_t>(lines)};
+    return c->held.lines;
 }
 
-bool rzl_has_line(CFILE* c, int32_t line, const char* source, const char* detail) {
+bool rzl_judge_line(CFILE* c, int32_t line, const char* source, const char* detail) {
     if (c->mode != MODE_READ || line < rzl_lines_there(c)) return true;
     set_flag(c, FLAG_DAMAGED, true);
     return fails(c, RZL_READ_FAILED, source, detail);

@@ -156,6 +156,8 @@ void install_slots(CFILE* c, const format_slots& table) {
     take(&s->Getrletile, table.Getrletile);
     take(&s->Putrletile, table.Putrletile);
     take(&s->Gettilerows, table.Gettilerows);
+    take(&s->Gettileline, table.Gettileline);
+    take(&s->Puttilerows, table.Puttilerows);
     take(&s->Get_hdr_data, table.Get_hdr_data);
     take(&s->Set_hdr_data, table.Set_hdr_data);
     take(&s->Get_stat, table.Get_stat);
@@ -179,5 +181,5 @@ void install_slots(CFILE* c, const format_slots& table) {
     take(&s->Close, table.Close);
     take(&s->Free_specs, table.Free_specs);
     take(&s->Get_Image_Offset, table.Get_Image_Offset);
-    static_assert(sizeof(format_slots) == 45 * sizeof(void (*)()), "every slot is taken above");
+    static_assert(sizeof(format_slots) == 47 * sizeof(void (*)()), "every slot is taken above");
 }

@@ -150,6 +150,10 @@ void give_default(const CFILE* c, int32_t field, void* value) {
         give_number(static_cast<uint8_t*>(value) + i * sizeof(double), 1.0);
 }
 
+void note_unknown_field(CFILE* c, std::span<const int32_t> known, int32_t field, const char* source) {
+    if (std::find(known.begin(), known.end(), field) == known.end()) fail(c, RZL_BAD_FIELD_ID, source, "Get hdr data");
+}
+
 // The module gets room of its own, so that a mistake of its about a field's size can't reach the caller's memory, and
 // what a field that failed had of an answer does not.
 int get_module_field(CFILE* c, int32_t field, void* value) {

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 struct CFILE;
 
@@ -52,6 +53,10 @@ void give_text(void* value, size_t size, const char* text);
 // The answer that the handle gives to a field by itself, into `value`: the identity matrix, top-down lines, square
 // pixels, one plane, what the tile record says, a table of 256 entries where there is one, and otherwise zeros.
 void give_default(const CFILE* c, int32_t field, void* value);
+
+// For Get_hdr_data of a format that names all of its fields: one that is not in the list keeps the handle's answer, and
+// the status tells, RZL_BAD_FIELD_ID.
+void note_unknown_field(CFILE* c, std::span<const int32_t> known, int32_t field, const char* source);
 
 // Asks the handle's module for a field, or hands it one, as described above. 0, or 1 with the status set.
 int get_module_field(CFILE* c, int32_t field, void* value);

@@ -213,6 +213,18 @@ size_t tile_row_plane_bytes(const CFILE* c) {
     return tile_row_pitch(c) * lines_of_row(c);
 }
 
+void clear_stale_lines(CFILE* c, uint32_t lines) {
+    tile_record* t = c->tile;
+    size_t end = std::min(size_t{lines}, lines_of_row(c));
+    if (t->row_buffer == nullptr || size_t{t->stale_from} >= end) return;
+    size_t pitch = tile_row_pitch(c);
+    size_t plane = tile_row_plane_bytes(c);
+    size_t planes = plane > 0 ? t->row_bytes / plane : 0;
+    for (size_t i = 0; i < planes; ++i)
+        std::memset(t->row_buffer + i * plane + t->stale_from * pitch, 0, (end - t->stale_from) * pitch);
+    t->stale_from = static_cast<uint32_t>(end);
+}
+
 bool need_tile_row(CFILE* c) {
     tile_record* t = c->tile;
     size_t plane = 0;
@@ -227,6 +239,7 @@ bool need_tile_row(CFILE* c) {
     t->row_bytes = bytes;
     t->row_layout = layout;
     t->row_read = t->row_dirty = false;
+    t->stale_from = TILE_ROW_FRESH;
     if (t->row_buffer != nullptr) return true;
     (void)rzl_check_alloc(nullptr, "tile row");
     return fails(c, RZL_NO_MEMORY, SOURCE, "tile row");
@@ -255,12 +268,17 @@ int rzl_fill_tile_row(CFILE* c, int) {
     if (pixels <= 0 || c->status != 0) return 0;
     t->first_line = static_cast<int32_t>(row * t->height);
     t->row_read = true;
+    t->stale_from = TILE_ROW_FRESH;
     return pixels;
 }
 
 int rzl_getline_from_tiles(CFILE* c, int channels, read_planes buffers) {
     if (!tile_record_is_sound(c, "get tiles")) return 0;
     tile_record* t = c->tile;
+    if (c->slots.Gettileline != nullptr) {
+        int pixels = c->slots.Gettileline(c, channels, buffers);
+        if (pixels >= 0) return pixels;
+    }
     bool pending = t->row_buffer != nullptr && t->row_dirty;
     bool fits = t->row_layout == (c->flags & TILE_LAYOUT_FLAGS) && is_in_row(c);
     if (pending && !fits) {
@@ -269,6 +287,7 @@ int rzl_getline_from_tiles(CFILE* c, int channels, read_planes buffers) {
     }
     if (!need_tile_row(c)) return 0;
     if (!pending && (!t->row_read || !is_in_row(c)) && rzl_fill_tile_row(c, channels) == 0) return 0;
+    clear_stale_lines(c, static_cast<uint32_t>(c->line - t->first_line) + 1);
     copy_line_out(c, channels, buffers);
     ++c->line;
     return c->xsize;

@@ -316,6 +316,15 @@ int rzl_get_stat(CFILE* c, rzl_stat* stat) {
     return handle_leave(c, result != 0 || c->status != 0 ? 1 : 0);
 }
 
+int32_t rzl_line_order(CFILE* c) {
+    if (!handle_enter(c, "rzl_line_order")) return RZL_TOP_DOWN;
+    int32_t order = RZL_TOP_DOWN;
+    (void)get_field(c, RZL_FIELD_ORIENTATION, &order);
+    rzl_stat stat;
+    if (c->standard == RZL_STANDARD_VRLC && c->slots.Get_stat(c, &stat) == 0) order = stat.scan_orientation;
+    return handle_leave(c, order);
+}
+
 int rzl_set_stat(CFILE* c, const rzl_stat* stat) {
     if (!handle_enter(c, "rzl_set_stat")) return 1;
     int result = 0;

@@ -109,23 +109,44 @@ int write_tile(CFILE* c, tile_block* b, int64_t row, int64_t column) {
     return write_padded_tile(c, *b, place);
 }
 
+// The tiles of a row of the block, from number `line` on, one by one. Pixels, 0 on failure.
+int64_t write_tiles(CFILE* c, tile_block* b, int64_t row, int64_t data_start) {
+    int64_t sum = 0;
+    int64_t first = c->line;
+    int64_t begin = io_tell(c);
+    for (int64_t column = 0; column < b->columns; ++column) {
+        c->line = static_cast<int32_t>(first + column);
+        int pixels = write_tile(c, b, row, column);
+        if (c->status != 0 || pixels <= 0) return 0;
+        int64_t end = io_tell(c);
+        if (c->module != nullptr && c->module->note_tile != nullptr && !c->module->note_tile(c, begin, end)) return 0;
+        c->tile->end_offset = static_cast<uint64_t>(end - data_start);
+        sum += pixels;
+        begin = end;
+    }
+    return sum;
+}
+
+// The same by the module, where it takes a row of tiles together; -1 where it does not.
+int64_t write_tiles_together(CFILE* c, tile_block* b, int64_t row, int64_t data_start) {
+    if (c->slots.Puttilerows == nullptr || b->padded != nullptr) return -1;
+    for (int i = 0; i < b->channels; ++i)
+        b->tile[i] = b->in[i] != nullptr ? b->in[i] + static_cast<size_t>(row) * c->tile->height * b->pitch : nullptr;
+    int64_t pixels = c->slots.Puttilerows(c, b->channels, b->tile, b->pitch, b->columns);
+    if (pixels > 0) c->tile->end_offset = static_cast<uint64_t>(io_tell(c) - data_start);
+    return pixels;
+}
+
 // Writes the block; `line` ends at the tile that would come next. The pixels written, 0 on failure.
 int64_t write_block(CFILE* c, tile_block* b, int64_t data_start) {
     int64_t sum = 0;
     int64_t first = c->line;
-    int64_t begin = io_tell(c);
     for (int64_t row = 0; row < b->rows; ++row) {
-        for (int64_t column = 0; column < b->columns; ++column) {
-            c->line = static_cast<int32_t>(first + row * c->tile->tiles_across + column);
-            int pixels = write_tile(c, b, row, column);
-            if (c->status != 0 || pixels <= 0) return 0;
-            int64_t end = io_tell(c);
-            if (c->module != nullptr && c->module->note_tile != nullptr && !c->module->note_tile(c, begin, end))
-                return 0;
-            c->tile->end_offset = static_cast<uint64_t>(end - data_start);
-            sum += pixels;
-            begin = end;
-        }
+        c->line = static_cast<int32_t>(first + row * c->tile->tiles_across);
+        int64_t pixels = write_tiles_together(c, b, row, data_start);
+        if (pixels < 0) pixels = write_tiles(c, b, row, data_start);
+        if (c->status != 0 || pixels <= 0) return 0;
+        sum += pixels;
     }
     if (c->io.file_flush(c->file) != 0) return fails(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_tile");
     if (c->line < INT32_MAX) ++c->line;
@@ -156,6 +177,12 @@ void copy_line_in(CFILE* c, int channels, write_planes buffers) {
     uint8_t* line = t->row_buffer + static_cast<size_t>(c->line - t->first_line) * pitch;
     bool several = format_is_color(c->format) || format_is_four(c->format) || c->samples >= 5;
     int planes = several ? tile_row_planes(c) : 1;
+    auto above = static_cast<uint32_t>(c->line - t->first_line);
+    bool all = channels >= planes && bytes == pitch && planes == tile_row_planes(c);
+    for (int i = 0; all && i < planes; ++i)
+        all = buffers[i] != nullptr;
+    clear_stale_lines(c, all ? above : above + 1);
+    if (t->stale_from == above) t->stale_from = above + 1;
     for (int i = 0; i < channels && i < planes; ++i)
         if (buffers[i] != nullptr) std::memcpy(line + static_cast<size_t>(i) * plane, buffers[i], bytes);
 }
@@ -236,6 +263,7 @@ int rzl_flush_tile_row(CFILE* c, int) {
     auto planes = static_cast<size_t>(tile_row_planes(c));
     mem_guard<const uint8_t*> buffers(mem_new_array<const uint8_t*>(planes));
     if (!buffers || index > INT32_MAX) return fails(c, buffers ? RZL_PAST_END : RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
+    clear_stale_lines(c, t->height);
     size_t plane = tile_row_plane_bytes(c);
     for (size_t i = 0; i < planes; ++i)
         buffers[i] = t->row_buffer + i * plane;
@@ -248,8 +276,7 @@ int rzl_flush_tile_row(CFILE* c, int) {
     if (pixels <= 0 || c->status != 0) return 0;
     t->first_line = line < INT32_MAX ? line + 1 : line;
     t->row_read = t->row_dirty = false;
-    // A plane that a later line leaves out must not show this row's.
-    std::memset(t->row_buffer, 0, t->row_bytes);
+    t->stale_from = 0;
     return pixels;
 }
 

@@ -149,7 +149,7 @@ constexpr standard_row STANDARDS[] = {
     {
         .id = RZL_STANDARD_ADRG,
         .name = "ADRG",
-        .extensions = "",
+        .extensions = "img ovr", // of the images of ASRP and USRP, too
         .test = is_adrg,
         .module = &adrg_module,
     },
@@ -219,7 +219,7 @@ constexpr standard_row STANDARDS[] = {
     {
         .id = RZL_STANDARD_VRLC,
         .name = "IGS",
-        .extensions = "",
+        .extensions = "igs",
         .test = is_vrlc,
         .module = &ir_module,
     },

@@ -90,6 +90,8 @@ struct krv_line_header {
     uint16_t pixel_offset;    // pixel of the line at which the piece begins
 };
 
+struct krv_coded_row; // krvgetti.cpp
+
 // The module's record, in CFILE's `spec`.
 struct krv_spec {
     int32_t xsize, ysize;     // of the base image: what the header will get
@@ -112,6 +114,8 @@ struct krv_spec {
     int32_t base_tile;     // side of the base image's tiles; 0 without tiles
     int64_t tile_begin;    // of the tile that is being read, file offsets;
     int64_t tile_end;      // 0: none is
+    krv_coded_row* row;    // owned: the coding of a row of tiles whose lines are read in order, made at first use
+    uint8_t* gather;       // owned: room in which the coding of tiles gathers, made at first use
     uint8_t header[KRV_HEADER_SIZE];
 };
 
@@ -311,8 +315,14 @@ uint8_t* krv_tile_entry(const CFILE* c, int64_t tile);
 int krv_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* color);
 int krv_get_tile16(CFILE* c, int channels, read_planes buffers, uint32_t* color);
 int krv_get_tile_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows);
+
+// Lines that come in order, from the first of a row of tiles on, are decoded out of the coding of its tiles to where
+// they are wanted. In any other order they come by way of row_buffer.
+int krv_get_tile_line(CFILE* c, int channels, read_planes buffers);
+void krv_free_coded_row(krv_spec* spec);
 int krv_get_rle_tile(CFILE* c, int channels, read_planes buffers, uint32_t* color);
 int krv_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* color);
+int64_t krv_put_tile_rows(CFILE* c, int channels, write_planes planes, size_t pitch, int64_t columns);
 int krv_put_tile16(CFILE* c, int channels, write_planes buffers, uint32_t* color);
 int krv_put_rle_tile(CFILE* c, int channels, write_planes buffers, uint32_t* color);
 

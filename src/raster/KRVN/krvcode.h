@@ -29,8 +29,17 @@ struct krv_source {
 
 constexpr uint64_t KRV_NO_LIMIT = ~uint64_t{0};
 
-void krv_source_begin(krv_source* s, CFILE* c, uint64_t limit);
-void krv_source_over(krv_source* s, const void* block, size_t bytes);
+inline void krv_source_begin(krv_source* s, CFILE* c, uint64_t limit) {
+    s->c = c;
+    s->start = s->next = s->end = nullptr;
+    s->beyond = limit;
+    s->from_window = s->cut = false;
+}
+inline void krv_source_over(krv_source* s, const void* block, size_t bytes) {
+    krv_source_begin(s, nullptr, 0);
+    s->start = s->next = static_cast<const uint8_t*>(block);
+    s->end = s->start + bytes;
+}
 void krv_source_end(krv_source* s);
 
 // Brings the next bytes when none is at hand. False when there are none.
@@ -57,6 +66,7 @@ struct krv_line {
     int64_t pixels;     // of a plane; for format 1 its words
     size_t element;     // bytes of a pixel in a plane
     size_t step;        // bytes from pixel to pixel in the planes; more than `element` when they are interleaved
+    int64_t slack;      // bytes behind each plane that may be overwritten, since they are yet to be decoded
     int bits;           // of a value, for packed runs
     int plane;          // where decoding stands
     int64_t pixel;
@@ -88,18 +98,25 @@ void krv_refuse_format(CFILE* c, const char* source);
 
 // ---- coded bytes going out: krvcoder.cpp ----------------------------------------------------------------------------
 
-// Output of a line. On a scannable file what is gathered goes out as pieces, each behind a line header.
+// Output of a line, or of many lines that gather in larger room and go out together. On a scannable file what is
+// gathered goes out as pieces, each behind a line header.
 struct krv_output {
     CFILE* c;
-    uint8_t* code;       // the module's code buffer
+    uint8_t* code;       // KRV_CODE_BUFFER_SIZE bytes: the module's code buffer, or where `gather` goes on
+    uint8_t* gather;     // null: lines go to the file one by one
     size_t used;         // bytes gathered in it
     int64_t piece_pixel; // pixel at which the piece that is being gathered begins
-    uint64_t written;    // bytes that went to the file
+    uint64_t written;    // bytes that went to the file, or into `gather`
     bool failed;
 };
 
 // False without memory for the code buffer, with the status set.
 bool krv_output_begin(krv_output* o, CFILE* c);
+
+// The same for many lines of a file that is not scannable. krv_output_end() writes the last of them, and must be
+// called.
+bool krv_output_begin_gathering(krv_output* o, CFILE* c);
+void krv_output_end(krv_output* o);
 
 // Writes what has been gathered, as a piece when the file is scannable; the next piece begins at `next_pixel`.
 void krv_output_piece(krv_output* o, int64_t next_pixel);
@@ -113,6 +130,9 @@ void krv_output_header(krv_output* o, size_t data_bytes, int64_t pixel);
 // Data bytes that one line header can count.
 constexpr size_t KRV_PIECE_LIMIT = size_t{65535 - 2} * 2;
 
+// Whether the format has a coder for the layout of the file.
+bool krv_can_code(const CFILE* c); // krvputli.cpp
+
 // Whether lines can be given in the coding of the file.
 bool krv_takes_coded_lines(const CFILE* c); // krvputli.cpp
 
@@ -124,6 +144,7 @@ inline void krv_output_word(krv_output* o, unsigned word) {
 // ---- coders: krvcoder.cpp, krvruns.cpp ------------------------------------------------------------------------------
 
 // Each writes one line of `pixels` pixels; a null plane stands for zeros. Failures are noted in the output.
+void krv_code_line(krv_output* o, const uint8_t* const* planes, const krv_line& l); // by the format: krvputli.cpp
 void krv_code_bits(krv_output* o, const uint8_t* line, int64_t pixels);
 void krv_code_pairs(krv_output* o, const uint8_t* line, int64_t pixels, bool wide);
 void krv_code_packed(krv_output* o, const uint8_t* line, int64_t pixels, int bits);

@@ -164,20 +164,6 @@ void set_at_hand(krv_source* s, const uint8_t* first, size_t bytes) {
 
 } // namespace
 
-void krv_source_begin(krv_source* s, CFILE* c, uint64_t limit) {
-    s->c = c;
-    s->start = s->next = s->end = nullptr;
-    s->beyond = limit;
-    s->from_window = false;
-    s->cut = false;
-}
-
-void krv_source_over(krv_source* s, const void* block, size_t bytes) {
-    krv_source_begin(s, nullptr, 0);
-    s->start = s->next = static_cast<const uint8_t*>(block);
-    s->end = s->start + bytes;
-}
-
 void krv_source_end(krv_source* s) {
     if (s->c == nullptr) return;
     bool unused = !s->from_window && s->next != s->end;
@@ -235,6 +221,18 @@ uint64_t krv_source_left(const krv_source* s) {
     return s->beyond > KRV_NO_LIMIT - at_hand ? KRV_NO_LIMIT : s->beyond + at_hand;
 }
 
+namespace {
+
+// Bytes that gather. The coding of tiles goes to the file as large blocks, which pass by the buffer of its stream.
+constexpr size_t GATHER_SIZE = 0x40000;
+constexpr size_t LARGE = 0x4000; // and of a block that need not gather
+
+void write_out(krv_output* o, const void* bytes, size_t count) {
+    if (!o->failed && io_write(o->c, bytes, count) != count) o->failed = true;
+}
+
+} // namespace
+
 uint8_t* krv_code_buffer(CFILE* c) {
     krv_spec* spec = krv_spec_of(c);
     if (spec->code_buffer == nullptr) spec->code_buffer = static_cast<uint8_t*>(mem_alloc(KRV_CODE_BUFFER_SIZE));
@@ -249,13 +247,34 @@ bool krv_output_begin(krv_output* o, CFILE* c) {
     return o->code != nullptr;
 }
 
+bool krv_output_begin_gathering(krv_output* o, CFILE* c) {
+    krv_spec* spec = krv_spec_of(c);
+    *o = {};
+    o->c = c;
+    constexpr size_t ROOM = GATHER_SIZE + KRV_CODE_BUFFER_SIZE;
+    if (spec->gather == nullptr) spec->gather = static_cast<uint8_t*>(mem_alloc(ROOM));
+    o->gather = o->code = spec->gather;
+    return o->gather != nullptr || fails(c, RZL_NO_MEMORY, SOURCE, "code buffer");
+}
+
+void krv_output_end(krv_output* o) {
+    if (o->gather == nullptr || o->code == o->gather) return;
+    write_out(o, o->gather, static_cast<size_t>(o->code - o->gather));
+    o->code = o->gather;
+}
+
 void krv_output_bytes(krv_output* o, const void* bytes, size_t count) {
     if (o->failed || count == 0) return;
-    if (io_write(o->c, bytes, count) != count) {
-        o->failed = true;
-        return;
+    if (o->gather == nullptr || count >= LARGE) {
+        krv_output_end(o);
+        write_out(o, bytes, count);
+    } else {
+        // Behind what is gathered there is always room for a line's coding, and here for all of this.
+        if (static_cast<size_t>(o->code - o->gather) + count > GATHER_SIZE) krv_output_end(o);
+        std::memcpy(o->code, bytes, count);
+        o->code += count;
     }
-    o->written += count;
+    if (!o->failed) o->written += count;
 }
 
 void krv_output_header(krv_output* o, size_t data_bytes, int64_t pixel) {
@@ -269,6 +288,14 @@ void krv_output_header(krv_output* o, size_t data_bytes, int64_t pixel) {
 }
 
 void krv_output_piece(krv_output* o, int64_t next_pixel) {
+    if (o->gather != nullptr) {
+        // It stands where it is to gather.
+        o->written += o->used;
+        o->code += o->used;
+        o->used = 0;
+        if (static_cast<size_t>(o->code - o->gather) > GATHER_SIZE) krv_output_end(o);
+        return;
+    }
     if (has_flag(o->c, FLAG_SCANNABLE)) krv_output_header(o, o->used, o->piece_pixel);
     krv_output_bytes(o, o->code, o->used);
     o->used = 0;

@@ -3,6 +3,7 @@
 // What is believed of a packet. It must be in the file with an entry for each tile. A tile without data may be of any
 // size, so a row of tiles is taken on trust up to ROW_PIXELS, and beyond that as far as the file has bytes for it.
 #include <algorithm>
+#include <cstring>
 
 #include "raster/CORE/lines.h"
 #include "raster/KRVN/krvcode.h"
@@ -16,6 +17,7 @@ constexpr uint64_t ROW_PIXELS = 1 << 24;
 constexpr uint64_t PIXELS_IN_BYTE = 65536;
 constexpr uint32_t COLOR_BITS = 0xFFFFFF;
 constexpr uint8_t ALL_SET = 0xFF;
+constexpr uint64_t MOST_EXPANSION = 16; // coded bytes a byte of pixels: bilevel runs of one pixel
 
 struct tile_entry {
     int64_t offset; // from the data start; 0 or less: no data
@@ -74,12 +76,17 @@ tile_target target_of(const CFILE* c, int channels, read_planes planes, size_t p
     return t;
 }
 
-krv_line line_of(const CFILE* c, const tile_target& t, uint32_t row) {
-    uint8_t* planes[4] = {};
-    for (int i = 0; i < t.count; ++i)
-        if (t.planes[i] != nullptr) planes[i] = t.planes[i] + row * t.pitch;
-    krv_line l = krv_new_line(c, t.count, planes);
+krv_line first_line_of(const CFILE* c, const tile_target& t) {
+    krv_line l = krv_new_line(c, t.count, t.planes);
     if (t.step != 0) l.step = t.step;
+    return l;
+}
+
+// The same line `bytes` bytes further on in its planes.
+krv_line moved_line(const krv_line& from, size_t bytes) {
+    krv_line l = from;
+    for (int i = 0; i < l.plane_count; ++i)
+        if (l.planes[i] != nullptr) l.planes[i] += bytes;
     return l;
 }
 
@@ -109,21 +116,25 @@ uint32_t plane_value(const CFILE* c, uint32_t color, int plane) {
     return plane < 3 ? color >> (16 - 8 * plane) & 0xFF : 0;
 }
 
-void fill_tile(const CFILE* c, const tile_target& t, uint32_t color) {
+// A line of a tile of that colour; `pixels` as the image counts them.
+void fill_planes(const CFILE* c, const krv_line& l, int64_t pixels, uint32_t color) {
     bool bilevel = format_is_bilevel(c->format);
     bool real = c->format == RZL_FORMAT_REAL32; // only whole numbers of 16 and 32 bits are filled as such
-    for (uint32_t row = 0; row < t.rows; ++row) {
-        krv_line l = line_of(c, t, row);
-        for (int i = 0; i < l.plane_count; ++i) {
-            if (l.planes[i] == nullptr) continue;
-            if (bilevel || real) {
-                int byte = bilevel ? ((color & COLOR_BITS) != 0 ? ALL_SET : 0) : static_cast<int>(color & 0xFF);
-                std::memset(l.planes[i], byte, line_bytes(c, c->xsize));
-            } else {
-                fill_line(l.planes[i], l, plane_value(c, color, i));
-            }
+    for (int i = 0; i < l.plane_count; ++i) {
+        if (l.planes[i] == nullptr) continue;
+        if (bilevel || real) {
+            int byte = bilevel ? ((color & COLOR_BITS) != 0 ? ALL_SET : 0) : static_cast<int>(color & 0xFF);
+            std::memset(l.planes[i], byte, line_bytes(c, pixels));
+        } else {
+            fill_line(l.planes[i], l, plane_value(c, color, i));
         }
     }
+}
+
+void fill_tile(const CFILE* c, const tile_target& t, uint32_t color) {
+    krv_line first = first_line_of(c, t);
+    for (uint32_t row = 0; row < t.rows; ++row)
+        fill_planes(c, moved_line(first, row * t.pitch), c->xsize, color);
 }
 
 // What a caller is told of a tile without data: its colour, or of the one plane that is asked for that plane's byte.
@@ -143,14 +154,20 @@ uint32_t told_color(const CFILE* c, int channels, read_planes planes, uint32_t c
 // Lines with headers between them, and those that the fax coder has, as the slot of lines gives them.
 bool read_by_lines(CFILE* c, const tile_target& t) {
     if (has_flag(c, FLAG_SCANNABLE)) (void)krv_read_line_header(c, true);
+    krv_line first = first_line_of(c, t);
     for (uint32_t row = 0; row < t.rows; ++row) {
-        krv_line l = line_of(c, t, row);
+        krv_line l = moved_line(first, row * t.pitch);
         if (krv_get_line(c, l.plane_count, l.planes) <= 0) return false;
     }
     return true;
 }
 
-// Lines one behind the other.
+// Whether the lines of a tile are one piece of memory.
+bool is_one_piece(const tile_target& t, const krv_line& l) {
+    return t.pitch == static_cast<size_t>(l.pixels) * l.step;
+}
+
+// Lines one behind the other. Those that all have one size are read as one where they go as one.
 bool read_ordinary(CFILE* c, const tile_target& t, uint32_t bytes) {
     krv_decoder decode = krv_decoder_of(c);
     if (decode == nullptr) {
@@ -160,8 +177,16 @@ bool read_ordinary(CFILE* c, const tile_target& t, uint32_t bytes) {
     krv_source s;
     krv_source_begin(&s, c, bytes);
     bool whole = true;
-    for (uint32_t row = 0; row < t.rows && whole; ++row) {
-        krv_line l = line_of(c, t, row);
+    krv_line first = first_line_of(c, t);
+    bool piece = is_one_piece(t, first);
+    uint32_t rows = t.rows;
+    if (piece && rows > 0 && (decode == krv_decode_raw || decode == krv_decode_groups)) {
+        first.pixels *= rows;
+        rows = 1;
+    }
+    for (uint32_t row = 0; row < rows && whole; ++row) {
+        krv_line l = moved_line(first, row * t.pitch);
+        if (piece) l.slack = int64_t{rows - row - 1} * l.pixels;
         if (c->format == RZL_FORMAT_BILEVEL_RUNS && l.planes[0] != nullptr)
             std::memset(l.planes[0], 0, line_bytes(c, l.pixels));
         decode(&l, &s);
@@ -213,6 +238,162 @@ size_t full_pitch(const CFILE* c) {
     return line_bytes(c, c->tile->width) * samples_together(c);
 }
 
+// ---- lines out of the coding of a row of tiles ----------------------------------------------------------------------
+//
+// Lines that are read from a row's first on go from the coded tiles to the caller at once: the tiles of the row are
+// brought into memory as they are stored, and each has its place there, from which its next line is decoded. A row of
+// which the file does not have all, or with a tile that claims more or fewer bytes than any coding of it takes, is left
+// to the way over row_buffer, which reads what it needs and gives no line of a row in which it finds damage. Runs that
+// turn out to be damaged here end the lines where they are.
+
+} // namespace
+
+// Where the coding of a tile goes on. Without data: next is null.
+struct tile_place {
+    const uint8_t* next;
+    const uint8_t* end;
+    uint32_t color;
+};
+
+struct krv_coded_row {
+    int32_t next_line;  // of the image; -1: the row is not in use
+    uint8_t* block;     // owned: the coding
+    size_t room;        // bytes of it
+    tile_place* places; // owned: one a tile
+    uint32_t columns;   // tiles
+};
+
+namespace {
+
+bool needs_room(CFILE* c, krv_coded_row* row, size_t bytes) {
+    uint32_t columns = c->tile->tiles_across;
+    if (row->places == nullptr || row->columns != columns) {
+        mem_free(row->places);
+        row->places = mem_new_array<tile_place>(columns);
+        row->columns = row->places != nullptr ? columns : 0;
+    }
+    if (row->block == nullptr || row->room < bytes) {
+        mem_free(row->block);
+        row->block = static_cast<uint8_t*>(mem_alloc(std::max<size_t>(bytes, 1)));
+        row->room = row->block != nullptr ? bytes : 0;
+    }
+    if (row->places != nullptr && row->block != nullptr) return true;
+    return fails(c, RZL_NO_MEMORY, SOURCE, "tile row");
+}
+
+// Bytes of the tiles of a row from `first` on. False when they are not what a coding has.
+bool coded_bytes(CFILE* c, int64_t first, uint64_t* bytes) {
+    *bytes = 0;
+    for (int64_t i = first; i < first + c->tile->tiles_across; ++i) {
+        const uint8_t* place = krv_tile_entry(c, i);
+        if (place == nullptr) return false;
+        tile_entry entry = load_entry(place);
+        if (entry.offset <= 0) continue;
+        tile_pose pose(c, i);
+        if (!krv_lines_fit(c->format, static_cast<uint32_t>(c->xsize), static_cast<uint32_t>(c->ysize), entry.size))
+            return false;
+        *bytes += entry.size;
+    }
+    uint64_t pixels = uint64_t{c->tile->width} * c->tile->tiles_across * c->tile->height;
+    auto planes = static_cast<uint64_t>(std::max(c->samples, 4));
+    return *bytes / MOST_EXPANSION <= line_bytes(c, 8) * planes * (pixels / 8 + 1);
+}
+
+// Tiles that stand one behind the other in the file are read together. False when the file does not have them.
+bool read_row(CFILE* c, krv_coded_row* row, int64_t first) {
+    int64_t start = krv_data_start(c);
+    uint8_t* at = row->block;
+    uint8_t* begin = at; // of the tiles that are read together, and where they stand in the file
+    int64_t from = 0;
+    int64_t behind = 0;
+    auto read = [&] {
+        auto bytes = static_cast<size_t>(at - begin);
+        return bytes == 0 || (io_seek(c, start + from) && io_read(c, begin, bytes) == bytes);
+    };
+    for (uint32_t i = 0; i < c->tile->tiles_across; ++i) {
+        tile_entry entry = load_entry(krv_tile_entry(c, first + i));
+        row->places[i] = {nullptr, nullptr, entry.color};
+        if (entry.offset <= 0) continue;
+        if (entry.offset != behind) {
+            if (!read()) return false;
+            begin = at;
+            from = entry.offset;
+        }
+        row->places[i] = {at, at + entry.size, 0};
+        at += entry.size;
+        behind = entry.offset + entry.size;
+    }
+    return read();
+}
+
+// The row of tiles that begins with the line `line`. False, with or without a status, when it can't be had so.
+bool take_row(CFILE* c) {
+    krv_spec* spec = krv_spec_of(c);
+    int64_t first = int64_t{c->line} / c->tile->height * c->tile->tiles_across;
+    uint64_t bytes = 0;
+    if (!coded_bytes(c, first, &bytes)) return false;
+    if (spec->row == nullptr) spec->row = mem_new<krv_coded_row>();
+    if (spec->row == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, "tile row");
+    return needs_room(c, spec->row, static_cast<size_t>(bytes)) && read_row(c, spec->row, first);
+}
+
+// Whether the line is the next of the row in hand, or begins one.
+bool stands_in_row(CFILE* c) {
+    bool plain = c->mode == MODE_READ && !has_flag(c, FLAG_SCANNABLE) && !krv_is_coded(c);
+    bool inside = c->line >= 0 && c->line < c->ysize && c->tile->packet != nullptr;
+    if (!plain || !inside || krv_decoder_of(c) == nullptr) return false;
+    if (c->line % int64_t{c->tile->height} == 0) return take_row(c);
+    const krv_coded_row* row = krv_spec_of(c)->row;
+    return row != nullptr && row->next_line == c->line && row->columns == c->tile->tiles_across;
+}
+
+// A line of elements as they stand.
+bool copy_place(tile_place* place, uint8_t* out, size_t bytes) {
+    if (static_cast<size_t>(place->end - place->next) < bytes) return false;
+    if (out != nullptr) std::memcpy(out, place->next, bytes);
+    place->next += bytes;
+    return true;
+}
+
+bool decode_place(const CFILE* c, krv_decoder decode, krv_line* l, tile_place* place) {
+    if (decode == krv_decode_raw) return copy_place(place, l->planes[0], static_cast<size_t>(l->pixels) * l->element);
+    if (c->format == RZL_FORMAT_BILEVEL_RUNS && l->planes[0] != nullptr)
+        std::memset(l->planes[0], 0, static_cast<size_t>(l->pixels + 15) / 16 * 2);
+    krv_source s;
+    krv_source_over(&s, place->next, static_cast<size_t>(place->end - place->next));
+    l->plane = 0;
+    l->pixel = 0;
+    l->whole = l->broken = false;
+    decode(l, &s);
+    place->next = s.next;
+    return l->whole;
+}
+
+// The line in the caller's planes, tile by tile.
+bool decode_row(CFILE* c, krv_coded_row* row, krv_line l) {
+    const tile_record* t = c->tile;
+    krv_decoder decode = krv_decoder_of(c);
+    size_t pitch = line_bytes(c, t->width) * samples_together(c);
+    bool words = c->format == RZL_FORMAT_BILEVEL;
+    int64_t left = c->xsize;
+    for (uint32_t i = 0; i < t->tiles_across; ++i, left -= t->width) {
+        int64_t pixels = std::min(left, int64_t{t->width});
+        l.pixels = words ? (pixels + 15) / 16 : pixels;
+        l.slack = left - pixels;
+        tile_place* place = &row->places[i];
+        if (place->next == nullptr) {
+            fill_planes(c, l, pixels, place->color);
+        } else if (!decode_place(c, decode, &l, place)) {
+            return fails(c, RZL_READ_FAILED, SOURCE, "tile");
+        }
+        for (int p = 0; p < l.plane_count; ++p)
+            if (l.planes[p] != nullptr) l.planes[p] += pitch;
+    }
+    return true;
+}
+
+// ---- tiles of one plane as colours
+
 // An image of one plane as three of colours.
 int read_colors(CFILE* c, read_planes planes, uint32_t* color) {
     size_t pitch = full_pitch(c);
@@ -239,6 +420,33 @@ bool wants_nothing(int channels, read_planes planes) {
 }
 
 } // namespace
+
+void krv_free_coded_row(krv_spec* spec) {
+    if (spec->row == nullptr) return;
+    mem_free(spec->row->block);
+    mem_free(spec->row->places);
+    mem_free(spec->row);
+    spec->row = nullptr;
+}
+
+int krv_get_tile_line(CFILE* c, int channels, read_planes buffers) {
+    bool together = has_flag(c, FLAG_INTERLEAVED);
+    bool one_plane = together || c->samples < 2;
+    bool colors = !together && one_plane && channels == 3 && !format_is_bilevel(c->format);
+    bool stands = stands_in_row(c);
+    if (c->status != 0) return 0;
+    krv_coded_row* row = krv_spec_of(c)->row;
+    if (row != nullptr) row->next_line = -1;
+    if (!stands) return -1;
+    // Without the first plane nothing is delivered of one plane as colours, as by row_buffer.
+    tile_target target = target_of(c, one_plane ? std::min(channels, 1) : channels, buffers, 0, 1);
+    if (!decode_row(c, row, first_line_of(c, target))) return 0;
+    ++c->line;
+    row->next_line = c->line;
+    if (colors && buffers[0] != nullptr)
+        rzl_apply_color_table(c, buffers[0], buffers[1], buffers[2], static_cast<int64_t>(line_bytes(c, c->xsize)));
+    return c->xsize;
+}
 
 // The image whose place is left for a look at another one's tiles goes on where it was.
 uint32_t krv_judge_tiles(CFILE* c, int64_t at, uint32_t xsize, uint32_t ysize, krv_tile_facts* facts) {
@@ -269,6 +477,7 @@ int krv_load_tiles(CFILE* c) {
     uint32_t status = krv_judge_tiles(c, at, static_cast<uint32_t>(c->xsize), static_cast<uint32_t>(c->ysize), &facts);
     if (status != 0) return refuse(c, status, SOURCE, "tiles");
     if (!io_seek(c, at) || rzl_setup_tiles(c, facts.side, facts.side) != 0) return 1;
+    krv_free_coded_row(spec);
     tile_record* t = c->tile;
     t->packet = io_read_block(c, facts.bytes, 0, SOURCE, "tiles");
     if (t->packet == nullptr) {

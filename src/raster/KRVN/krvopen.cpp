@@ -267,6 +267,9 @@ void krv_free_specs(CFILE* c) {
     krv_free_packets(c);
     mem_free(krv_spec_of(c)->code_buffer);
     krv_spec_of(c)->code_buffer = nullptr;
+    mem_free(krv_spec_of(c)->gather);
+    krv_spec_of(c)->gather = nullptr;
+    krv_free_coded_row(krv_spec_of(c));
 }
 
 // ---- the module -----------------------------------------------------------------------------------------------------
@@ -296,6 +299,8 @@ constexpr format_slots NATIVE_SLOTS = {
     .Getrletile = krv_get_rle_tile,
     .Putrletile = krv_put_rle_tile,
     .Gettilerows = krv_get_tile_rows,
+    .Gettileline = krv_get_tile_line,
+    .Puttilerows = krv_put_tile_rows,
     .Get_hdr_data = krv_get_hdr_data,
     .Set_hdr_data = krv_set_hdr_data,
     .Get_vlt = krv_get_vlt,

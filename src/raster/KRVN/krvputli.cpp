@@ -56,7 +56,8 @@ void code_groups(krv_output* o, const uint8_t* const* planes, const krv_line& l)
         for (size_t i = 0; i < samples; ++i)
             if (planes[i] != nullptr) from[i] = planes[i] + at;
         krv_merge(o->code, from, l.plane_count, now);
-        krv_output_bytes(o, o->code, now * samples);
+        o->used = now * samples;
+        krv_output_piece(o, 0);
         at += now;
     }
     bool padded = o->c->format == RZL_FORMAT_RGB && has_flag(o->c, FLAG_LINE_PADDING) && pixels % 2 != 0;
@@ -69,15 +70,25 @@ void code_planes(krv_output* o, const uint8_t* const* planes, const krv_line& l)
     krv_output_piece(o, 0);
 }
 
-// Whether the format has a coder for the layout of the file.
-bool can_code(const CFILE* c) {
+// A line that is not given, where the file has one already: it stays as it is.
+bool pass_over(CFILE* c) {
+    int64_t size = has_flag(c, FLAG_SCANNABLE) ? 0 : krv_fixed_line_size(c);
+    if (size == 0 || !is_readable(c)) return false;
+    int64_t position = io_tell(c);
+    if (position < 0 || position > io_size(c) - size) return false;
+    return io_seek(c, position + size);
+}
+
+} // namespace
+
+bool krv_can_code(const CFILE* c) {
     if (krv_decoder_of(c) == nullptr) return false;
     bool in_pieces =
         c->format <= RZL_FORMAT_BYTE_PAIRS || c->format == RZL_FORMAT_COLOR_RUNS || c->format == RZL_FORMAT_PACKED_RUNS;
     return in_pieces || !has_flag(c, FLAG_SCANNABLE);
 }
 
-void code_line(krv_output* o, const uint8_t* const* planes, const krv_line& l) {
+void krv_code_line(krv_output* o, const uint8_t* const* planes, const krv_line& l) {
     switch (o->c->format) {
     case RZL_FORMAT_BILEVEL_RUNS: krv_code_bits(o, planes[0], l.pixels); break;
     case RZL_FORMAT_BYTE_PAIRS: krv_code_pairs(o, planes[0], l.pixels, l.element == 2); break;
@@ -98,20 +109,9 @@ void code_line(krv_output* o, const uint8_t* const* planes, const krv_line& l) {
     }
 }
 
-// A line that is not given, where the file has one already: it stays as it is.
-bool pass_over(CFILE* c) {
-    int64_t size = has_flag(c, FLAG_SCANNABLE) ? 0 : krv_fixed_line_size(c);
-    if (size == 0 || !is_readable(c)) return false;
-    int64_t position = io_tell(c);
-    if (position < 0 || position > io_size(c) - size) return false;
-    return io_seek(c, position + size);
-}
-
-} // namespace
-
 int krv_put_line(CFILE* c, int channels, write_planes buffers) {
     if (krv_is_coded(c)) return krv_put_coded_line(c, channels, buffers);
-    if (!can_code(c)) {
+    if (!krv_can_code(c)) {
         krv_refuse_format(c, SOURCE);
         return 0;
     }
@@ -125,7 +125,7 @@ int krv_put_line(CFILE* c, int channels, write_planes buffers) {
     if (!given && pass_over(c)) return c->xsize;
     krv_output o;
     if (!krv_output_begin(&o, c)) return 0;
-    code_line(&o, planes, l);
+    krv_code_line(&o, planes, l);
     krv_add_overview_bytes(c, static_cast<uint32_t>(o.written));
     if (!o.failed && c->xsize > 0) return c->xsize;
     return fails(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_line");

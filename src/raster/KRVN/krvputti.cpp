@@ -7,6 +7,7 @@ namespace {
 
 constexpr char SOURCE[] = "KRVN/krvputti";
 constexpr uint16_t TARGET_WITH_OVERVIEWS = 3;
+constexpr size_t CACHE_LINE = 64; // bytes
 
 bool write_packet(CFILE* c) {
     const tile_record* t = c->tile;
@@ -62,6 +63,32 @@ void put_color(CFILE* c, uint32_t color) {
     store_u32le(entry + 4, 0);
     store_u32le(entry + 8, color);
     set_flag(c, FLAG_TILES_CHANGED, true);
+}
+
+// The lines of tile number `line`, whose planes begin at `tile`. Its pixels.
+int64_t code_tile(CFILE* c, const uint8_t* const* tile, size_t pitch, krv_output* o) {
+    tile_pose pose(c, c->line);
+    krv_line l = krv_new_line(c, 0, nullptr);
+    const uint8_t* planes[4] = {tile[0], tile[1], tile[2], tile[3]};
+    size_t bytes = line_bytes(c, c->xsize) * samples_together(c);
+    int32_t lines = c->ysize;
+    if (pitch == bytes && krv_fixed_line_size(c) == static_cast<int64_t>(bytes) * l.plane_count) {
+        // As they stand one behind the other they are one long line.
+        l.pixels *= lines;
+        lines = 1;
+    }
+    for (int32_t y = 0; y < lines && !o->failed; ++y) {
+        const uint8_t* line[4] = {planes[0], planes[1], planes[2], planes[3]};
+        for (int i = 0; i < l.plane_count; ++i) {
+            if (planes[i] == nullptr) continue;
+            planes[i] += pitch;
+            // The lines of a tile lie far apart, which no processor foresees.
+            for (size_t at = 0; y + 1 < lines && at < bytes; at += CACHE_LINE)
+                __builtin_prefetch(planes[i] + at);
+        }
+        krv_code_line(o, line, l);
+    }
+    return int64_t{c->xsize} * c->ysize;
 }
 
 // Writes the lines of a coded tile. False when they are not exactly the lines of the tile.
@@ -160,6 +187,42 @@ int krv_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* color) 
     if (color != nullptr) put_color(c, *color);
     ++c->line;
     return 1;
+}
+
+// The packet learns of the tiles when all of them are in the file.
+int64_t krv_put_tile_rows(CFILE* c, int channels, write_planes planes, size_t pitch, int64_t columns) {
+    if (has_flag(c, FLAG_SCANNABLE) || krv_is_coded(c)) return -1;
+    if (!krv_can_code(c)) {
+        krv_refuse_format(c, SOURCE);
+        return 0;
+    }
+    krv_output o;
+    mem_guard<uint64_t> ends(mem_new_array<uint64_t>(static_cast<size_t>(columns)));
+    if (!ends) return fails(c, RZL_NO_MEMORY, SOURCE, "rzl_put_tile");
+    if (!krv_output_begin_gathering(&o, c)) return 0;
+    int64_t begin = io_tell(c);
+    int32_t first = c->line;
+    int64_t pixels = 0;
+    size_t bytes = line_bytes(c, c->tile->width) * samples_together(c);
+    for (int64_t i = 0; i < columns; ++i) {
+        const uint8_t* tile[4] = {};
+        for (int p = 0; p < channels && p < 4; ++p)
+            if (planes[p] != nullptr) tile[p] = planes[p] + static_cast<size_t>(i) * bytes;
+        c->line = static_cast<int32_t>(first + i);
+        pixels += code_tile(c, tile, pitch, &o);
+        ends[static_cast<size_t>(i)] = o.written;
+    }
+    krv_output_end(&o);
+    if (o.failed) return fails(c, RZL_WRITE_FAILED, SOURCE, "rzl_put_tile");
+    int64_t from = begin;
+    for (int64_t i = 0; i < columns; ++i) {
+        int64_t end = begin + static_cast<int64_t>(ends[static_cast<size_t>(i)]);
+        c->line = static_cast<int32_t>(first + i);
+        if (!krv_note_tile(c, from, end)) return 0;
+        from = end;
+    }
+    krv_add_overview_bytes(c, static_cast<uint32_t>(o.written));
+    return pixels;
 }
 
 int krv_put_tile16(CFILE* c, int channels, write_planes buffers, uint32_t* color) {

@@ -225,7 +225,9 @@ namespace {
 constexpr size_t REPEAT_LIMIT = 128;
 constexpr size_t LITERAL_LIMIT = 127;
 
-// A token is moved in blocks of 16 bytes, so it may write up to 15 bytes behind its end.
+// A token is moved in blocks of 16 bytes where its plane has room for the last of them; TOKEN_ROOM is what that reads
+// at most.
+constexpr size_t BLOCK = 16;
 constexpr int64_t TOKEN_ROOM = 144;
 
 uint64_t load_word(const uint8_t* p) {
@@ -241,30 +243,44 @@ size_t first_marked(uint64_t marks) {
     return static_cast<size_t>(std::countr_zero(marks)) / 8;
 }
 
-void fill_ahead(uint8_t* out, uint8_t value, size_t count) {
-    for (size_t k = 0; k < count; k += 16)
-        std::memset(out + k, value, 16);
+void fill(uint8_t* out, uint8_t value, size_t count, bool in_blocks) {
+    if (!in_blocks && count % BLOCK != 0) {
+        std::memset(out, value, count);
+        return;
+    }
+    for (size_t k = 0; k < count; k += BLOCK)
+        std::memset(out + k, value, BLOCK);
 }
 
-void copy_ahead(uint8_t* out, const uint8_t* in, size_t count) {
-    for (size_t k = 0; k < count; k += 16)
-        std::memcpy(out + k, in + k, 16);
+void copy(uint8_t* out, const uint8_t* in, size_t count, bool in_blocks) {
+    if (!in_blocks && count % BLOCK != 0) {
+        std::memcpy(out, in, count);
+        return;
+    }
+    for (size_t k = 0; k < count; k += BLOCK)
+        std::memcpy(out + k, in + k, BLOCK);
 }
 
-// Tokens for which there is room on both sides. Gives the pixel reached.
-int64_t decode_ahead(uint8_t* out, int64_t pixel, int64_t pixels, krv_source* s) {
+// Tokens that the source has whole, up to one that does not fit into the line. Gives the pixel reached.
+int64_t decode_ahead(uint8_t* out, const krv_line* l, krv_source* s) {
     const uint8_t* next = s->next;
-    while (pixels - pixel >= TOKEN_ROOM && s->end - next >= TOKEN_ROOM) {
-        size_t control = *next++;
-        if (control >= REPEAT_LIMIT) {
-            size_t count = 256 - control;
-            fill_ahead(out + pixel, *next++, count);
-            pixel += static_cast<int64_t>(count);
+    int64_t pixel = l->pixel;
+    int64_t pixels = l->pixels;
+    while (pixel < pixels && s->end - next >= TOKEN_ROOM) {
+        size_t control = *next;
+        bool repeat = control >= REPEAT_LIMIT;
+        size_t count = repeat ? 256 - control : control;
+        auto left = static_cast<size_t>(pixels - pixel);
+        if (count > left) break;
+        bool blocks = left - count + static_cast<size_t>(l->slack) >= BLOCK - 1;
+        if (repeat) {
+            fill(out + pixel, next[1], count, blocks);
+            next += 2;
         } else {
-            copy_ahead(out + pixel, next, control);
-            next += control;
-            pixel += static_cast<int64_t>(control);
+            copy(out + pixel, next + 1, count, blocks);
+            next += 1 + count;
         }
+        pixel += static_cast<int64_t>(count);
     }
     s->next = next;
     return pixel;
@@ -321,8 +337,16 @@ const uint8_t* end_of_literals(const uint8_t* p, const uint8_t* end) {
         uint64_t marks = zero_bytes((here ^ load_word(q - 1)) | (here ^ load_word(q + 1)));
         if (marks != 0) return std::min(q + first_marked(marks), limit);
     }
-    for (; q < limit; ++q)
-        if (q + 1 < end && q[0] == q[1] && q[0] == q[-1]) return q;
+    if (end - p < 10) {
+        for (; q < limit; ++q)
+            if (q + 1 < end && q[0] == q[1] && q[0] == q[-1]) return q;
+    } else if (q < limit) {
+        // The last eight places that have a byte on either side; nothing was found in those before q.
+        const uint8_t* last = end - 9;
+        uint64_t here = load_word(last);
+        uint64_t marks = zero_bytes((here ^ load_word(last - 1)) | (here ^ load_word(last + 1)));
+        if (marks != 0) return std::min(last + first_marked(marks), limit);
+    }
     return limit;
 }
 
@@ -358,6 +382,12 @@ size_t krv_run_length(const uint8_t* p, const uint8_t* end) {
         uint64_t difference = load_word(q) ^ all;
         if (difference != 0) return static_cast<size_t>(q - p) + first_marked(difference);
     }
+    if (end - p >= 8) {
+        // The last eight bytes; those before q are equal.
+        uint64_t difference = load_word(end - 8) ^ all;
+        size_t same = difference != 0 ? first_marked(difference) : 8;
+        return static_cast<size_t>(end - p) - 8 + same;
+    }
     while (q < end && *q == *p)
         ++q;
     return static_cast<size_t>(q - p);
@@ -366,7 +396,7 @@ size_t krv_run_length(const uint8_t* p, const uint8_t* end) {
 void krv_decode_planes(krv_line* l, krv_source* s) {
     while (!l->whole) {
         uint8_t* plane = l->planes[l->plane];
-        if (plane != nullptr && l->step == 1) l->pixel = decode_ahead(plane, l->pixel, l->pixels, s);
+        if (plane != nullptr && l->step == 1) l->pixel = decode_ahead(plane, l, s);
         if (l->pixel < l->pixels) {
             if (!decode_token(l, s)) return;
             continue;

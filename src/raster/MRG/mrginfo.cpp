@@ -1,7 +1,6 @@
 // MRG map files: where the header's text has what, and the header fields made of it.
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 
 #include "raster/MRG/mrg.h"
 
@@ -52,9 +51,6 @@ constexpr int32_t KNOWN[] = {
     RZL_FIELD_OVERVIEWS,   RZL_FIELD_OVERVIEW_VALUE, RZL_FIELD_VLT_ROOM,   RZL_FIELD_PACKET_ROOM,
     RZL_FIELD_COMPRESSION, RZL_FIELD_PLANAR,
 };
-bool is_known(int32_t field) {
-    return std::find(std::begin(KNOWN), std::end(KNOWN), field) != std::end(KNOWN);
-}
 
 constexpr double RADIANS_A_DEGREE = 0.017453292519943295;
 constexpr double UNITS = 10000; // of the scale
@@ -151,8 +147,7 @@ int mrg_get_hdr_data(CFILE* c, int32_t field, void* value) {
     case RZL_FIELD_VLT_ENTRIES: give_int(value, spec->color_count > 0 ? spec->color_count + 1 : 0); break;
     case RZL_FIELD_MRG: *static_cast<rzl_mrg_info*>(value) = info_of(spec); break;
     case RZL_FIELD_MAP: give_map(spec, value); break;
-    default:
-        if (!is_known(field)) fail(c, RZL_BAD_FIELD_ID, SOURCE, "Get hdr data");
+    default: note_unknown_field(c, KNOWN, field, SOURCE);
     }
     return 0;
 }

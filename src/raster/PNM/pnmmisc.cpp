@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "raster/CCITT/citcode.h"
 #include "raster/CCITT/citfile.h"
 #include "raster/CORE/module.h"
 #include "raster/CORE/runs.h"
@@ -64,18 +65,11 @@ bool end_bit_line(bit_runs* r, uint32_t width) {
 }
 
 bool code_bits(bit_runs* r, uint32_t width, const uint8_t* bits) {
-    unsigned before = 0; // the last bit of the word before
-    for (uint32_t base = 0; base < width; base += 16, bits += 2) {
-        unsigned word = load_u16le(bits);
-        unsigned flips = word ^ (word >> 1 | before << 15);
-        if (width - base < 16) flips &= 0xFFFFu << (16 - (width - base)) & 0xFFFFu;
-        before = word & 1;
-        for (; flips != 0;) {
-            auto place = static_cast<uint32_t>(__builtin_clz(flips)) - 16;
-            if (!end_bit_run(r, base + place, 0)) return false;
-            flips &= 0x7FFFu >> place;
-        }
-    }
+    cit_bit_reader in = cit_bits_open(bits, width);
+    uint64_t edges = 0;
+    while (cit_bits_edges(&in, &edges))
+        while (edges != 0)
+            if (!end_bit_run(r, in.base + cit_bits_next(&edges), 0)) return false;
     return end_bit_line(r, width);
 }
 

@@ -1,5 +1,5 @@
 // Lines as runs, for the formats whose run-coded lines are made of the lines that they read, and the other way: PNM,
-// Sun raster and PCX.
+// Sun raster, USGS and the map sets, and PCX.
 //
 //     bits     16-bit words, the lengths of runs of clear and set bits in turn, of clear ones first and last;
 //              a run over 32767 stands as 32767, 0, the rest

@@ -73,21 +73,13 @@ int pnm_initialise(CFILE* c) {
 
 // ---- fields --------------------------------------------------------------------------------------------------------
 
-bool is_known(int32_t field) {
-    switch (field) {
-    case RZL_FIELD_MATRIX:
-    case RZL_FIELD_APPLICATION:
-    case RZL_FIELD_SCANNABLE:
-    case RZL_FIELD_VERSION:
-    case RZL_FIELD_ASPECT_RATIO:
-    case RZL_FIELD_OVERVIEWS:
-    case RZL_FIELD_OVERVIEW_VALUE:
-    case RZL_FIELD_VLT_ROOM:
-    case RZL_FIELD_PACKET_ROOM:
-    case RZL_FIELD_PLANAR: return true;
-    default: return field >= RZL_FIELD_VLT_TYPE && field <= RZL_FIELD_ORIENTATION;
-    }
-}
+// Fields whose answer is the handle's. Others are none of the format's.
+constexpr int32_t KNOWN[] = {
+    RZL_FIELD_MATRIX,     RZL_FIELD_VLT_TYPE,     RZL_FIELD_VLT_ENTRIES, RZL_FIELD_PACKET_WORDS,
+    RZL_FIELD_RESOLUTION, RZL_FIELD_ORIENTATION,  RZL_FIELD_APPLICATION, RZL_FIELD_SCANNABLE,
+    RZL_FIELD_VERSION,    RZL_FIELD_ASPECT_RATIO, RZL_FIELD_OVERVIEWS,   RZL_FIELD_OVERVIEW_VALUE,
+    RZL_FIELD_VLT_ROOM,   RZL_FIELD_PACKET_ROOM,  RZL_FIELD_PLANAR,
+};
 
 // A field that the format does not have gives the answer of the handle, and the status tells.
 int pnm_get_hdr_data(CFILE* c, int32_t field, void* value) {
@@ -95,8 +87,7 @@ int pnm_get_hdr_data(CFILE* c, int32_t field, void* value) {
     switch (field) {
     case RZL_FIELD_COMPRESSION: give_int(value, text ? PNM_TEXT : 0); break;
     case RZL_FIELD_PNM_TEXT: give_int(value, text ? 1 : 0); break;
-    default:
-        if (!is_known(field)) fail(c, RZL_BAD_FIELD_ID, SOURCE, "Get hdr data");
+    default: note_unknown_field(c, KNOWN, field, SOURCE);
     }
     return 0;
 }

@@ -177,6 +177,8 @@ int sut_get_hdr_data(CFILE* c, int32_t field, void* value) {
     case RZL_FIELD_TILES_ACROSS: give_int(value, level->tiles_across); return 0;
     case RZL_FIELD_TILES_DOWN: give_int(value, level->tiles_down); return 0;
     case RZL_FIELD_OVERVIEWS: give_int(value, spec->overview_count); return 0;
+    // The first member's is as long as that has tiles, which can be more than the catalog says.
+    case RZL_FIELD_TILE_DIRECTORY: return refuse(c, RZL_BAD_FIELD_ID, SOURCE, "Get hdr data");
     default: break;
     }
     CFILE* member = sut_open_member(c, 0);

@@ -211,29 +211,32 @@ void put_rest(bit_sink* s) {
 
 constexpr uint32_t MOST_CODES = LAST_CODE - END; // of one table: each brings a string into use
 
-// Puts out the codes of a table, from its first one on. A width lasts until the widest code that it can name is in use;
-// the reader's table is one string behind.
-void put_codes(bit_sink* s, const uint16_t* codes, uint32_t count) {
+// Ends a table: puts out `count` codes, from its first one on, and takes its `strings` strings, of which there are no
+// more than codes, out one by one, since they are few beside the places. Each alone would wait, the one for its bits
+// and the other for memory. A width lasts until the widest code that it can name is in use; the reader's table is one
+// string behind.
+void end_table(bit_sink* out, tif_lzw_table* table, uint32_t count, uint32_t strings) {
+    bit_sink s = *out; // in registers
+    uint16_t* places = table->longer[0];
+    const uint16_t* codes = table->codes;
     uint32_t i = 0;
     for (int width = FIRST_WIDTH; i < count; ++width) {
         uint32_t end = width == LAST_WIDTH ? count : std::min(count, (1u << width) - 1 - END);
-        for (; end - i >= 4; i += 4) {
+        for (uint32_t both = std::min(end, strings); i + 4 <= both; i += 4) {
             uint64_t four = codes[i];
             for (uint32_t next = i + 1; next < i + 4; ++next)
                 four = four << width | codes[next];
-            put_bits(s, four, 4 * width);
+            for (uint32_t next = i; next < i + 4; ++next)
+                places[table->used[next]] = 0;
+            put_bits(&s, four, 4 * width);
         }
-        for (; i < end; ++i)
-            put_bits(s, codes[i], width);
+        for (; i < end; ++i) {
+            put_bits(&s, codes[i], width);
+            if (i < strings) places[table->used[i]] = 0;
+        }
     }
-}
-
-// Takes all strings out, one by one: there are few beside the places.
-void clear_strings(tif_lzw_table* table, uint32_t count) {
-    uint16_t* places = table->longer[0];
-    for (uint32_t i = 0; i < count; ++i)
-        places[table->used[i]] = 0;
     table->run_count = 0;
+    *out = s;
 }
 
 // Blank stretches of a page: the string that one byte begins is then often a long run, which is found at once.
@@ -278,21 +281,22 @@ size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif
     put_bits(&out, CLEAR, FIRST_WIDTH);
     uint32_t count = 0; // of the table's codes
     uint32_t prefix = length > 0 ? source[0] : 0;
+    uint16_t* places = table->longer[0];
     for (size_t i = 1; i < length; ++i) {
         uint32_t byte = source[i];
-        uint16_t* place = &table->longer[byte][prefix];
-        if (*place != 0) {
-            prefix = *place;
+        size_t place = byte * TIF_LZW_CODES + prefix; // of longer[byte][prefix]
+        uint32_t longer = places[place];
+        if (longer != 0) {
+            prefix = longer;
             continue;
         }
-        *place = static_cast<uint16_t>(FIRST_FREE + count);
-        table->used[count] = static_cast<uint32_t>(place - table->longer[0]);
+        places[place] = static_cast<uint16_t>(FIRST_FREE + count);
+        table->used[count] = static_cast<uint32_t>(place);
         table->codes[count] = static_cast<uint16_t>(prefix);
         prefix = byte;
         if (++count == MOST_CODES) {
-            put_codes(&out, table->codes, count);
+            end_table(&out, table, count, count);
             put_bits(&out, CLEAR, LAST_WIDTH);
-            clear_strings(table, count);
             count = 0;
         }
         if (length - i > RUN_BEGIN && begins_run(source + i + 1, byte))
@@ -301,9 +305,8 @@ size_t tif_lzw_encode(const uint8_t* source, uint8_t* target, size_t length, tif
     uint32_t all = count;
     if (length > 0) table->codes[all++] = static_cast<uint16_t>(prefix);
     table->codes[all++] = END;
-    put_codes(&out, table->codes, all);
+    end_table(&out, table, all, count);
     put_rest(&out);
-    clear_strings(table, count);
     return static_cast<size_t>(out.next - target);
 }
 

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 #include "raster/USGS/usgs.h"
 
@@ -26,9 +25,6 @@ constexpr int32_t KNOWN[] = {
     RZL_FIELD_SCANNABLE, RZL_FIELD_VERSION,     RZL_FIELD_ASPECT_RATIO, RZL_FIELD_OVERVIEWS,   RZL_FIELD_OVERVIEW_VALUE,
     RZL_FIELD_VLT_ROOM,  RZL_FIELD_PACKET_ROOM, RZL_FIELD_COMPRESSION,  RZL_FIELD_PLANAR,
 };
-bool is_known(int32_t field) {
-    return std::find(std::begin(KNOWN), std::end(KNOWN), field) != std::end(KNOWN);
-}
 
 const char* text_at(const usgs_spec* spec, usgs_place place) {
     return spec->records[place.record] + place.at;
@@ -125,8 +121,7 @@ int usgs_get_hdr_data(CFILE* c, int32_t field, void* value) {
     case RZL_FIELD_ROTATION: give_number(value, number_or(spec, ROTATION, 0)); break;
     case RZL_FIELD_USGS: give_records(spec, static_cast<const rzl_usgs_records*>(value)); break;
     case RZL_FIELD_MAP: give_map(spec, value); break;
-    default:
-        if (!is_known(field)) fail(c, RZL_BAD_FIELD_ID, SOURCE, "Get hdr data");
+    default: note_unknown_field(c, KNOWN, field, SOURCE);
     }
     return 0;
 }

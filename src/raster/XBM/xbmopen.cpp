@@ -143,20 +143,13 @@ int xbm_initialise(CFILE* c) {
 
 // ---- fields --------------------------------------------------------------------------------------------------------
 
-bool is_known(int32_t field) {
-    switch (field) {
-    case RZL_FIELD_MATRIX:
-    case RZL_FIELD_APPLICATION:
-    case RZL_FIELD_SCANNABLE:
-    case RZL_FIELD_VERSION:
-    case RZL_FIELD_OVERVIEWS:
-    case RZL_FIELD_OVERVIEW_VALUE:
-    case RZL_FIELD_VLT_ROOM:
-    case RZL_FIELD_COMPRESSION:
-    case RZL_FIELD_PLANAR: return true;
-    default: return field >= RZL_FIELD_VLT_TYPE && field <= RZL_FIELD_ORIENTATION;
-    }
-}
+// Fields whose answer is the handle's. Others are none of the format's.
+constexpr int32_t KNOWN[] = {
+    RZL_FIELD_MATRIX,      RZL_FIELD_VLT_TYPE,    RZL_FIELD_VLT_ENTRIES,    RZL_FIELD_PACKET_WORDS,
+    RZL_FIELD_RESOLUTION,  RZL_FIELD_ORIENTATION, RZL_FIELD_APPLICATION,    RZL_FIELD_SCANNABLE,
+    RZL_FIELD_VERSION,     RZL_FIELD_OVERVIEWS,   RZL_FIELD_OVERVIEW_VALUE, RZL_FIELD_VLT_ROOM,
+    RZL_FIELD_COMPRESSION, RZL_FIELD_PLANAR,
+};
 
 // A field that the format does not have gives the answer of the handle, and the status tells.
 int xbm_get_hdr_data(CFILE* c, int32_t field, void* value) {
@@ -166,8 +159,7 @@ int xbm_get_hdr_data(CFILE* c, int32_t field, void* value) {
     case RZL_FIELD_XBM_X_HOT: give_int(value, spec->x_hot); break;
     case RZL_FIELD_XBM_Y_HOT: give_int(value, spec->y_hot); break;
     case RZL_FIELD_XBM_NAME: give_text(value, sizeof spec->name, spec->name); break;
-    default:
-        if (!is_known(field)) fail(c, RZL_BAD_FIELD_ID, SOURCE, "Get hdr data");
+    default: note_unknown_field(c, KNOWN, field, SOURCE);
     }
     return 0;
 }
