@@ -4,35 +4,17 @@
 
 #include <string>
 
-#include <benchmark/benchmark.h>
-
 #include "forms/fields.h"
-#include "forms/forms.h"
 #include "forms/scroll.h"
-#include "platform/window/desk.h"
-#include "surface/paths.h"
+#include "toolkit.h"
 #include "tools/events.h"
-#include "tools/process.h"
 
 namespace {
-
-bool start() {
-    const host_screen screen = {1280, 1024, 24, 1};
-    return host_start_with(&host_headless, &screen, "bench") && Enter_tools() == 0 && FI_enter() == FI_SUCCESS;
-}
-
-bool ready(benchmark::State& state) {
-    static const bool is_ready = start();
-    if (!is_ready) state.SkipWithError("the toolkit doesn't start");
-    return is_ready;
-}
-
-void ignore(int /*form_label*/, int /*label*/, double /*value*/, FI_form* /*form*/) {}
 
 // A form with a field of that many rows, of which 20 are seen.
 FI_form* make_field(int rows, int mode) {
     FI_form* form = nullptr;
-    FIf_new(1, "", ignore, &form);
+    FIf_new(1, "", ignore_notification, &form);
     FIf_set_size(form, 600, 500);
     FIg_new(form, FI_FIELD, 11);
     const FI_standard_variables variables = {20,        20,      420, 380, 0, 0, 15, "", "", "",
@@ -65,7 +47,7 @@ bool type_keys(void* /*user*/) {
 }
 
 void type_in_field(benchmark::State& state) {
-    if (!ready(state)) return;
+    if (!toolkit_is_ready(state)) return;
     FI_form* form = make_field(static_cast<int>(state.range(0)), FI_INSERT);
     Enable_events(KEYBOARD_EVENT | USER_EVENT);
     headless_on_idle(type_keys, nullptr);
@@ -84,7 +66,7 @@ void type_in_field(benchmark::State& state) {
 
 // Row by row down and up again, each step shown. `share` is the part of the time that 60 steps a second take.
 void scroll_list(benchmark::State& state) {
-    if (!ready(state)) return;
+    if (!toolkit_is_ready(state)) return;
     FI_form* form = make_field(static_cast<int>(state.range(0)), FI_SINGLE_SELECT);
     auto* f = fi_as<fi_field>(fi_find_gadget(form, 11));
     int step = FI_SCROLL_UNIT_FORWARD;
@@ -103,7 +85,7 @@ void scroll_list(benchmark::State& state) {
 
 // What rows of that many characters take, with all that the allocator adds.
 void fill_rows(benchmark::State& state) {
-    if (!ready(state)) return;
+    if (!toolkit_is_ready(state)) return;
     constexpr int ROWS = 10000;
     const std::string text(static_cast<size_t>(state.range(0)), 'x');
     FI_form* form = make_field(1, FI_INSERT);
@@ -124,11 +106,5 @@ BENCHMARK(scroll_list)->Arg(10)->Arg(10000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(fill_rows)->Arg(20)->Arg(200)->Arg(2000)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 int main(int count, char** arguments) {
-    product_root_init();
-    set_program_paths(arguments[0]);
-    benchmark::Initialize(&count, arguments);
-    benchmark::RunSpecifiedBenchmarks();
-    FI_leave();
-    tools_leave();
-    return 0;
+    return toolkit_run(count, arguments);
 }

@@ -3,29 +3,17 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include <benchmark/benchmark.h>
-
 #include "forms/env.h"
-#include "forms/forms.h"
 #include "forms/formshow.h"
 #include "forms/ops.h"
 #include "forms/press.h"
-#include "platform/window/desk.h"
-#include "surface/paths.h"
+#include "toolkit.h"
 #include "tools/events.h"
-#include "tools/process.h"
 
 namespace {
 
 constexpr int GADGETS = 200;
 constexpr const char* FILE_NAME = "/tmp/tinct-bench-form";
-
-bool start() {
-    const host_screen screen = {1280, 1024, 24, 1};
-    return host_start_with(&host_headless, &screen, "bench") && Enter_tools() == 0 && FI_enter() == FI_SUCCESS;
-}
-
-void ignore(int /*form_label*/, int /*label*/, double /*value*/, FI_form* /*form*/) {}
 
 // A panel of buttons, toggles, check marks and texts, as a file.
 bool make_file() {
@@ -48,14 +36,12 @@ bool make_file() {
 }
 
 bool ready(benchmark::State& state) {
-    static const bool is_ready = start() && make_file();
-    if (!is_ready) state.SkipWithError("the toolkit doesn't start, or frmc isn't built");
-    return is_ready;
+    return toolkit_is_ready(state, make_file, "the toolkit doesn't start, or frmc isn't built");
 }
 
 FI_form* load() {
     FI_form* form = nullptr;
-    FIf_new(1, "/tmp/tinct-bench-form.frm", ignore, &form);
+    FIf_new(1, "/tmp/tinct-bench-form.frm", ignore_notification, &form);
     return form;
 }
 
@@ -118,7 +104,7 @@ bool move_mouse(void* /*user*/) {
 void drag(benchmark::State& state, int type) {
     if (!ready(state)) return;
     FI_form* form = nullptr;
-    FIf_new(1, "", ignore, &form);
+    FIf_new(1, "", ignore_notification, &form);
     FIf_set_size(form, 1100, 900);
     FIg_new(form, type, 11);
     const FI_standard_variables variables = {20,         20,      660, 220, 0, 0, 15, "", "", "",
@@ -128,7 +114,7 @@ void drag(benchmark::State& state, int type) {
     FIg_set_display(form, 11, FI_SHOW_LOW | FI_SHOW_VALUE | FI_SHOW_HIGH);
     FIg_set_digits(form, 11, 6, 1);
     FIg_set_high_value(form, 11, 1000);
-    FIg_set_continuous_routine(form, 11, ignore);
+    FIg_set_continuous_routine(form, 11, ignore_notification);
     FIg_activate(form, 11);
     FIf_display(form);
     Enable_events(BUTTON_EVENT);
@@ -160,11 +146,5 @@ BENCHMARK(press_button)->Unit(benchmark::kMicrosecond);
 BENCHMARK(redraw_area)->Unit(benchmark::kMicrosecond);
 
 int main(int count, char** arguments) {
-    product_root_init();
-    set_program_paths(arguments[0]);
-    benchmark::Initialize(&count, arguments);
-    benchmark::RunSpecifiedBenchmarks();
-    FI_leave();
-    tools_leave();
-    return 0;
+    return toolkit_run(count, arguments);
 }

@@ -40,7 +40,7 @@ void take_chain(void* user, int pen, int /*has_uv*/, int32_t y, pline* chain) {
 void build_image(setting* s) {
     s->image = mem_new<tnc_image>();
     s->image->line_count = HEIGHT;
-    auto size = sizeof(compressed_pen) + size_t{HEIGHT} * sizeof(pline*);
+    auto size = sizeof(compressed_pen) + size_t{HEIGHT} * sizeof(void*);
     auto* pen = static_cast<compressed_pen*>(mem_alloc_zeroed(size));
     pen->pen = PEN;
     pen->has_uv = 1;

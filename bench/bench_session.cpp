@@ -90,6 +90,7 @@ void run(session* s, std::vector<std::string> words) {
     forms_wanted = true;
     words.insert(words.begin(), "tinct");
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
@@ -346,7 +347,7 @@ BENCHMARK(bm_apply)->ArgName("pattern")->Arg(0)->Arg(1)->Iterations(APPLIES)->Us
 // One step of a drag of the green bar: the bars alone (0), or live on the largest surface (1), at a zoom. How long the
 // press and the release took, before and behind it, is told in milliseconds of the processor.
 void bm_drag(benchmark::State& state) {
-    const std::string picture = pair();
+    const std::string& picture = pair();
     session s = {};
     if (state.range(0) != 0) press(&s, PATTERN_FORM, LIVE);
     const auto zoom = static_cast<int32_t>(state.range(1));

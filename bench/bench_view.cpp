@@ -41,7 +41,7 @@ void take_chain(void* user, int pen, int /*has_uv*/, int32_t y, pline* chain) {
 }
 
 compressed_pen* new_pen(int number) {
-    const size_t size = sizeof(compressed_pen) + size_t{HEIGHT} * sizeof(pline*);
+    const size_t size = sizeof(compressed_pen) + size_t{HEIGHT} * sizeof(void*);
     auto* pen = static_cast<compressed_pen*>(mem_alloc_zeroed(size));
     pen->pen = number;
     pen->line_count = HEIGHT;

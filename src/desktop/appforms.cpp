@@ -97,8 +97,8 @@ void forms_limits(int* x, int* y) {
     *y = screen_height + 1;
     int other = 0;
     if (!forms_wanted) return;
-    if (main_form_is_up()) main_form_location(x, &other);
-    if (pattern_form_is_up()) pattern_form_location(&other, y);
+    if (main_form() != nullptr) FIf_get_location(main_form(), x, &other);
+    if (pattern_form() != nullptr) FIf_get_location(pattern_form(), &other, y);
 }
 
 int forms_process_event(uint32_t event) {
@@ -107,4 +107,25 @@ int forms_process_event(uint32_t event) {
 
 void form_failed(const char* form, const char* call, int status) {
     log_message(LOG_WARNING, "The form \"%s\" can not be shown: %s sts = %d\n", form, call, status);
+}
+
+bool form_load(int label, const char* file, FI_notification notify, FI_form** form) {
+    const int status = FIf_new(label, file, notify, form);
+    if (status == FI_SUCCESS) return true;
+    *form = nullptr;
+    form_failed(file, "FIf_new", status);
+    return false;
+}
+
+bool form_display(FI_form* form, const char* file) {
+    const int status = FIf_display(form);
+    if (status != FI_SUCCESS) form_failed(file, "FIf_display", status);
+    return status == FI_SUCCESS;
+}
+
+void form_enable(FI_form* form, int gadget, bool on) {
+    if (on)
+        FIg_enable(form, gadget);
+    else
+        FIg_disable(form, gadget);
 }

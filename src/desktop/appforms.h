@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "forms/forms.h"
+
 // What the toolkit is to use of the program.
 struct form_hooks {
     int (*color)(int form_color);              // a form's colour as a logical colour of the screen
@@ -25,3 +27,10 @@ int forms_process_event(uint32_t event); // 1 when a form has taken it off its q
 
 // Tells that a form can't be built, by its name and the status of the call.
 void form_failed(const char* form, const char* call, int status);
+
+// Loads a form's file, or shows a form that is there; false after such a message, with no form loaded then.
+bool form_load(int label, const char* file, FI_notification notify, FI_form** form);
+bool form_display(FI_form* form, const char* file);
+
+// Lets a gadget be used, or greys it.
+void form_enable(FI_form* form, int gadget, bool on);

@@ -132,6 +132,12 @@ bool ask_file(const char* title, const char* usual, const char* const* filters, 
     return good && file_overwrite_ok(path) != 0;
 }
 
+void show_words(void (*words_of)(char* text, size_t size)) {
+    char words[256];
+    words_of(words, sizeof words);
+    main_form_show_status(words);
+}
+
 } // namespace
 
 bool live_changes = false;
@@ -151,17 +157,13 @@ void apply_selection() {
 void undo_command() {
     if (image_undo_count() == 0) return;
     change([] { image_undo(); });
-    char words[256];
-    image_undo_words(words, sizeof words);
-    main_form_show_status(words);
+    show_words(image_undo_words);
 }
 
 void redo_command() {
     if (image_redo_count() == 0) return;
     change([] { image_redo(); });
-    char words[256];
-    image_redo_words(words, sizeof words);
-    main_form_show_status(words);
+    show_words(image_redo_words);
 }
 
 void live_begin() {

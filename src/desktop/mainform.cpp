@@ -19,7 +19,6 @@
 #include "desktop/selection.h"
 #include "desktop/title.h"
 #include "forms/forms.h"
-#include "support/log.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
 #include "tools/windows.h"
@@ -221,36 +220,17 @@ void form_event(int /*label*/, int code, FI_form* /*f*/) {
     }
 }
 
-void enable(int gadget, bool on) {
-    if (on)
-        FIg_enable(form, gadget);
-    else
-        FIg_disable(form, gadget);
-}
-
-bool make_form() {
-    const int status = FIf_new(FORM_LABEL, FORM_FILE, notify, &form);
-    if (status == FI_SUCCESS) return true;
-    form = nullptr;
-    form_failed(FORM_FILE, "FIf_new", status);
-    return false;
-}
-
 } // namespace
 
 int main_form_create(int /*own_window*/, int* window) {
     char start[FILES_PATH_SIZE];
     if (startup_directory[0] == '\0' && files_working_directory(start, sizeof start))
         directory_tidy(start, startup_directory);
-    if (form == nullptr && !make_form()) return 0;
+    if (form == nullptr && !form_load(FORM_LABEL, FORM_FILE, notify, &form)) return 0;
     form_fit_screen(form);
     FIf_set_window_event_routine(form, form_event);
     keyboard_join(form, OPEN_IMAGE);
-    const int status = FIf_display(form);
-    if (status != FI_SUCCESS) {
-        form_failed(FORM_FILE, "FIf_display", status);
-        return 0;
-    }
+    if (!form_display(form, FORM_FILE)) return 0;
     FIf_get_window(form, window);
     Set_win_title(*window, WINDOW_TITLE);
     palette_list_lay_out(form, COLOR_LIST);
@@ -276,22 +256,17 @@ void main_form_end() {
     shown_pen = NO_PEN;
 }
 
-bool main_form_is_up() {
-    return form != nullptr;
-}
-
-void main_form_location(int* x, int* y) {
-    *x = *y = 0;
-    if (form != nullptr) FIf_get_location(form, x, y);
+FI_form* main_form() {
+    return form;
 }
 
 void main_form_show_image() {
     if (form == nullptr) return;
     form_set_text(form, IMAGE_FIELD, open_image.tnc_path != nullptr ? files_last_name(open_image.tnc_path) : "");
-    enable(UNDO, image_undo_count() > 0);
-    enable(REDO, image_redo_count() > 0);
-    enable(APPLY, open_image.picture != nullptr);
-    enable(SAVE_PICTURE, open_image.picture != nullptr);
+    form_enable(form, UNDO, image_undo_count() > 0);
+    form_enable(form, REDO, image_redo_count() > 0);
+    form_enable(form, APPLY, open_image.picture != nullptr);
+    form_enable(form, SAVE_PICTURE, open_image.picture != nullptr);
     show_swatch();
     main_form_show_status(nullptr);
 }

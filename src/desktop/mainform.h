@@ -2,13 +2,13 @@
 // mainform.cpp.
 #pragma once
 
+#include "forms/forms.h"
 #include "platform/files.h"
 
 int main_form_create(int own_window, int* window); // makes it, or shows it again. 1, or 0 after a message
 void main_form_close();
 void main_form_end(); // forgets the directories too, for the end of the program
-bool main_form_is_up();
-void main_form_location(int* x, int* y); // both 0 when there is none
+FI_form* main_form(); // null when it isn't up
 
 // ---- what it shows -------------------------------------------------------------------------------------------------
 

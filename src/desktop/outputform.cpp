@@ -101,19 +101,12 @@ void show_target() {
     form_set_text(form, SPECIFICATION, text != nullptr ? text : "");
 }
 
-void enable(int label, bool on) {
-    if (on)
-        FIg_enable(form, label);
-    else
-        FIg_disable(form, label);
-}
-
 void show_settings() {
     const output_face face = output_face_of(&settings);
     FIg_set_state(form, COMPRESSION, face.uncompressed ? 1 : 0);
-    enable(COMPRESSION, face.uncompressed_enabled);
+    form_enable(form, COMPRESSION, face.uncompressed_enabled);
     FIg_set_state(form, DEPTH, face.eight_bits ? 1 : 0);
-    enable(DEPTH, face.eight_bits_enabled);
+    form_enable(form, DEPTH, face.eight_bits_enabled);
     if (face.reduces)
         FIg_display(form, REDUCTION);
     else

@@ -258,10 +258,7 @@ void show_page() {
     cells_show(first_pattern);
     search_path_ask_once_end();
     FIg_enable(form, NEXT_PAGE);
-    if (first_pattern != 0)
-        FIg_enable(form, PREVIOUS_PAGE);
-    else
-        FIg_disable(form, PREVIOUS_PAGE);
+    form_enable(form, PREVIOUS_PAGE, first_pattern != 0);
 }
 
 void turn_page(int first) {
@@ -375,28 +372,16 @@ void form_event(int /*label*/, int code, FI_form* /*f*/) {
     }
 }
 
-bool make_form() {
-    const int status = FIf_new(FORM_LABEL, FORM_FILE, notify, &form);
-    if (status == FI_SUCCESS) return true;
-    form = nullptr;
-    form_failed(FORM_FILE, "FIf_new", status);
-    return false;
-}
-
 } // namespace
 
 int pattern_form_create(int /*own_window*/, int* window, int /*screen_w*/, int /*screen_h*/) {
-    if (form == nullptr && !make_form()) return 0;
+    if (form == nullptr && !form_load(FORM_LABEL, FORM_FILE, notify, &form)) return 0;
     form_fit_screen(form);
     FIf_set_initial_notification_routine(form, name_started);
     keyboard_join(form, SHOWN_SIDE);
     FIg_erase(form, COLOR_GROUP);
     FIg_erase(form, PATTERN_GROUP);
-    const int status = FIf_display(form);
-    if (status != FI_SUCCESS) {
-        form_failed(FORM_FILE, "FIf_display", status);
-        return 0;
-    }
+    if (!form_display(form, FORM_FILE)) return 0;
     FIf_get_window(form, window);
     Set_win_title(*window, WINDOW_TITLE);
     FIf_set_window_event_routine(form, form_event);
@@ -432,13 +417,8 @@ void pattern_form_end() {
     first_pattern = 0;
 }
 
-bool pattern_form_is_up() {
-    return form != nullptr;
-}
-
-void pattern_form_location(int* x, int* y) {
-    *x = *y = 0;
-    if (form != nullptr) FIf_get_location(form, x, y);
+FI_form* pattern_form() {
+    return form;
 }
 
 void pattern_form_paint() {

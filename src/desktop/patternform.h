@@ -2,11 +2,12 @@
 // cells with the placement of patterns.
 #pragma once
 
+#include "forms/forms.h"
+
 int pattern_form_create(int own_window, int* window, int screen_w, int screen_h); // 1, or 0 after a message
 void pattern_form_close();
-void pattern_form_end(); // forgets what it shows too, for the end of the program
-bool pattern_form_is_up();
-void pattern_form_location(int* x, int* y);
+void pattern_form_end();   // forgets what it shows too, for the end of the program
+FI_form* pattern_form();   // null when it isn't up
 void pattern_form_paint(); // bars or cells again
 
 // Shows a colour as the present one, with its name for the palette; "" leaves that empty, null as it is.

@@ -390,9 +390,8 @@ int file_picker_open(const char* title, const char* directory, int flags, const 
     auto* p = mem_new<file_picker>();
     if (p == nullptr) return 0;
     all_busycursor();
-    int status = FIf_new(FORM_LABEL, FORM_FILE, notify, &p->form);
-    if (status != FI_SUCCESS) {
-        form_failed(FORM_FILE, "FIf_new", status);
+    if (!form_load(FORM_LABEL, FORM_FILE, notify, &p->form)) {
+        all_defaultcursor();
         mem_free(p);
         return 0;
     }
@@ -406,7 +405,7 @@ int file_picker_open(const char* title, const char* directory, int flags, const 
     pickers = p;
     show_history();
     keyboard_join(p->form, (flags & PICK_DIRECTORY_MODE) != 0 ? TREE : FILE_LIST);
-    status = FIf_display(p->form);
+    const int status = FIf_display(p->form);
     FIf_set_window_event_routine(p->form, form_event);
     all_defaultcursor();
     if (status == FI_SUCCESS) {

@@ -33,7 +33,7 @@ void write_name(char* out, size_t room) {
 void show_title() {
     char pen[32] = "";
     // A form has a field for the surface.
-    if (highlighted_pen != NO_PEN && !main_form_is_up())
+    if (highlighted_pen != NO_PEN && main_form() == nullptr)
         std::snprintf(pen, sizeof pen, " - surface %d", highlighted_pen);
     char name[TITLE_SIZE] = "";
     const char* joint = "";

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 #include "forms/drawtext.h"
 #include "forms/forms.h"
@@ -113,30 +114,30 @@ int FIg_set_justification(FI_form* form, int label, int value) {
     return set_byte(form, label, &FI_gadget::justification, value);
 }
 
-int FIg_set_line_weight(FI_form* form, int label, int weight) {
-    if (!is_byte(weight)) return FI_INVALID_ARGUMENT;
+namespace {
+
+// Sets what lines and rectangles have in common, of the gadget or of all members of a group.
+template <typename T> int set_of_line(FI_form* form, int label, T fi_line::*of_line, T fi_rect::*of_rect, int value) {
+    if (value < 0 || value > std::numeric_limits<T>::max()) return FI_INVALID_ARGUMENT;
     return fi_pass_on(form, label, [=](FI_gadget* g) {
         if (g->type == FI_LINE)
-            fi_as<fi_line>(g)->line_weight = static_cast<uint8_t>(weight);
+            fi_as<fi_line>(g)->*of_line = static_cast<T>(value);
         else if (g->type == FI_RECT)
-            fi_as<fi_rect>(g)->line_weight = static_cast<uint8_t>(weight);
+            fi_as<fi_rect>(g)->*of_rect = static_cast<T>(value);
         else
             return FI_NO_SUCH_GADGET;
         return FI_SUCCESS;
     });
 }
 
+} // namespace
+
+int FIg_set_line_weight(FI_form* form, int label, int weight) {
+    return set_of_line(form, label, &fi_line::line_weight, &fi_rect::line_weight, weight);
+}
+
 int FIg_set_line_style(FI_form* form, int label, int pattern) {
-    if (pattern < 0 || pattern > UINT16_MAX) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(form, label, [=](FI_gadget* g) {
-        if (g->type == FI_LINE)
-            fi_as<fi_line>(g)->line_pattern = static_cast<uint16_t>(pattern);
-        else if (g->type == FI_RECT)
-            fi_as<fi_rect>(g)->line_pattern = static_cast<uint16_t>(pattern);
-        else
-            return FI_NO_SUCH_GADGET;
-        return FI_SUCCESS;
-    });
+    return set_of_line(form, label, &fi_line::line_pattern, &fi_rect::line_pattern, pattern);
 }
 
 int FIg_get_font(FI_form* form, int label, char* name, float* size) {

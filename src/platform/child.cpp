@@ -5,8 +5,7 @@
 
 #include <spawn.h>
 #include <sys/wait.h>
-
-extern char** environ;
+#include <unistd.h>
 
 int child_run(const char* const* words) {
     pid_t child = -1;

@@ -11,6 +11,7 @@
 #include "support/log.h"
 #include "support/memory.h"
 #include "surface/palscan.h"
+#include "surface/savefile.h"
 
 namespace {
 
@@ -157,17 +158,7 @@ int load_palette_file(color_palette* colors, pattern_palette* patterns, const ch
 }
 
 int palette_save(const color_palette* colors, const pattern_palette* patterns, const char* path) {
-    char fresh[FILES_PATH_SIZE];
-    file_stream* out = nullptr;
-    if (files_replace_begin(path, fresh, sizeof fresh)) out = stream_open(fresh, "wb");
-    if (out != nullptr) {
-        bool good = write_entries(out, colors, patterns);
-        if (stream_close(out) != 0) good = false;
-        if (good && files_replace_commit()) return 0;
-    }
-    files_replace_abandon();
-    log_message(LOG_WARNING, "Error : Failed to open %s for write.\n", path);
-    return -1;
+    return save_file(path, [=](file_stream* out) { return write_entries(out, colors, patterns); });
 }
 
 int palette_add(color_palette* colors, const char* wanted, double red, double green, double blue) {

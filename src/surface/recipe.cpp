@@ -11,6 +11,7 @@
 #include "platform/files.h"
 #include "support/log.h"
 #include "support/memory.h"
+#include "surface/savefile.h"
 
 namespace {
 
@@ -239,15 +240,5 @@ applique* surface_set_applique(const surface_set* set) {
 }
 
 int recipe_save(const applique* const* carried, int count, const char* path) {
-    char fresh[FILES_PATH_SIZE];
-    file_stream* out = nullptr;
-    if (files_replace_begin(path, fresh, sizeof fresh)) out = stream_open(fresh, "wb");
-    if (out != nullptr) {
-        bool good = write_sets(carried, count, out);
-        if (stream_close(out) != 0) good = false;
-        if (good && files_replace_commit()) return 0;
-    }
-    files_replace_abandon();
-    log_message(LOG_WARNING, "Error : Failed to open %s for write.\n", path);
-    return -1;
+    return save_file(path, [=](file_stream* out) { return write_sets(carried, count, out); });
 }

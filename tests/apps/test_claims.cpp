@@ -91,7 +91,7 @@ protected:
         const program_case c = {nullptr, words, {}, false};
         run_limits limits;
         limits.seconds = 20;
-        const limited_result result = run_limited(directory, c.process_words(), limits);
+        limited_result result = run_limited(directory, c.process_words(), limits);
         const double most = WITH_SANITIZER ? 10.0 : 1.0;
         EXPECT_LT(result.status, 128) << c.name() << result.err;
         EXPECT_LT(result.seconds, most + 5e-4 * static_cast<double>(bytes)) << c.name() << bytes;

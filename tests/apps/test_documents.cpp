@@ -97,14 +97,12 @@ TEST_F(Documents, TellOfTheSameOptionsEverywhere) {
         EXPECT_FALSE(told.empty());
         EXPECT_EQ(in_page(source("docs/man/" + name + ".1")), told);
         // In shell code "-n", "-W" and the like are options of other programs: only what is offered is looked at.
-        options offered;
-        for (const std::string& option : in_text(part(bash, p.bash_function, "\n}")))
-            if (option.size() > 2 || told.count(option) > 0) offered.insert(option);
-        EXPECT_EQ(offered, told);
-        offered.clear();
-        for (const std::string& option : in_text(part(zsh, p.zsh_function, "\n}")))
-            if (option.size() > 2 || told.count(option) > 0) offered.insert(option);
-        EXPECT_EQ(offered, told);
+        for (const std::string& code : {part(bash, p.bash_function, "\n}"), part(zsh, p.zsh_function, "\n}")}) {
+            options offered;
+            for (const std::string& option : in_text(code))
+                if (option.size() > 2 || told.count(option) > 0) offered.insert(option);
+            EXPECT_EQ(offered, told);
+        }
         EXPECT_EQ(in_fish(source("packaging/completions/" + name + ".fish")), told);
     }
 }

@@ -14,7 +14,7 @@ namespace {
 
 int torture() {
     const char* factor = std::getenv("TINCT_TORTURE");
-    return factor != nullptr ? std::max(std::atoi(factor), 1) : 0;
+    return factor != nullptr ? std::max(static_cast<int>(std::strtol(factor, nullptr, 10)), 1) : 0;
 }
 
 constexpr int64_t STEP = 4096;
@@ -287,14 +287,15 @@ TEST_F(Safety, EveryFailingCallOfTheSystemIsTold) {
             // The first calls are the loader's, which does not look at its very first mapping.
             for (int n = std::string(f.call) == "mmap" ? 2 : 1; hit && n < 400; n += n < 40 ? 1 : 17) {
                 set_outs(c, OLD);
+                const std::string call = f.call;
                 std::vector<std::string> words = {"/usr/bin/strace",
                                                   "-qq",
                                                   "-o",
                                                   "/dev/shm/trace",
                                                   "-e",
-                                                  std::string("trace=") + f.call,
+                                                  "trace=" + call,
                                                   "-e",
-                                                  std::string("inject=") + f.call + ":error=" + f.error +
+                                                  "inject=" + call + ":error=" + f.error +
                                                       ":when=" + std::to_string(n)};
                 for (const std::string& word : c.process_words())
                     words.push_back(word);

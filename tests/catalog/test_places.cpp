@@ -8,6 +8,7 @@
 #include "catalog/recent.h"
 #include "common/failures.h"
 #include "common/own_directory.h"
+#include "common/values.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ protected:
     }
     std::vector<std::string> shown() const {
         std::vector<std::string> rows;
+        rows.reserve(static_cast<size_t>(list.count));
         for (int i = 0; i < list.count; ++i)
             rows.emplace_back(list.rows[i].shown);
         return rows;
@@ -85,10 +87,9 @@ TEST_F(Places, ATextIsEnteredAsAPath) {
     };
     for (const auto& c : cases) {
         const entered_path e = enter(c.text);
-        EXPECT_EQ(e.directory, c.directory) << c.text;
-        EXPECT_EQ(e.file, c.file) << c.text;
-        EXPECT_EQ(e.missing, c.missing) << c.text;
-        EXPECT_EQ(e.misses_directory, !c.missing.empty()) << c.text;
+        EXPECT_EQ((values{e.directory, e.file, e.missing, e.misses_directory}),
+                  (values{c.directory, c.file, c.missing, !c.missing.empty()}))
+            << c.text;
     }
     entered_path e;
     EXPECT_FALSE(path_enter(std::string(5000, 'x').c_str(), "\\", &e));
@@ -99,22 +100,19 @@ TEST_F(Places, TheTreeHasARowForTheRootAndEachLevel) {
     std::filesystem::create_directories(path("two"));
     ASSERT_TRUE(listing_read(&list, kept().c_str(), listing_kind::directories, nullptr));
     const char* tree = "\\home\\Me\\";
-    const struct {
-        const char* text;
-        const char* directory;
-    } rows[] = {{"\\", "\\"},
-                {" home", "\\home\\"},
-                {"  Me", "\\home\\Me\\"},
-                {"   one", "\\home\\Me\\One\\"},
-                {"   two", "\\home\\Me\\two\\"}};
+    const std::pair<const char*, const char*> rows[] = {{"\\", "\\"},
+                                                        {" home", "\\home\\"},
+                                                        {"  Me", "\\home\\Me\\"},
+                                                        {"   one", "\\home\\Me\\One\\"},
+                                                        {"   two", "\\home\\Me\\two\\"}};
     ASSERT_EQ(tree_row_count(tree, &list), 5);
     char text[64];
     char directory_of[FILES_PATH_SIZE];
     for (int i = 0; i < 5; ++i) {
         EXPECT_TRUE(tree_row_text(tree, &list, i, text, sizeof text));
-        EXPECT_STREQ(text, rows[i].text);
+        EXPECT_STREQ(text, rows[i].first);
         EXPECT_TRUE(tree_row_directory(tree, &list, i, directory_of));
-        EXPECT_STREQ(directory_of, rows[i].directory);
+        EXPECT_STREQ(directory_of, rows[i].second);
     }
     EXPECT_FALSE(tree_row_text(tree, &list, 5, text, sizeof text));
     EXPECT_FALSE(tree_row_directory(tree, &list, -1, directory_of));
@@ -131,12 +129,10 @@ TEST_F(Places, TheHistoryHoldsTheLatestDirectories) {
     EXPECT_STREQ(h->entries[1], "/b");
     for (int i = 0; i < 20; ++i)
         directory_history_enter(h, ("d" + std::to_string(i)).c_str());
-    EXPECT_EQ(h->count, HISTORY_DIRECTORIES);
-    EXPECT_STREQ(h->entries[13], "d6");
+    EXPECT_EQ((values{h->count, h->entries[13]}), (values{HISTORY_DIRECTORIES, "d6"}));
     directory_history_enter(h, "d6");
     directory_history_enter(h, "d19");
-    EXPECT_STREQ(h->entries[0], "d19");
-    EXPECT_STREQ(h->entries[1], "d6");
+    EXPECT_EQ((values{h->entries[0], h->entries[1]}), (values{"d19", "d6"}));
     std::set<std::string> all(h->entries, h->entries + h->count);
     EXPECT_EQ(all.size(), 14u);
 }
@@ -159,17 +155,12 @@ TEST_F(Places, WhatIsRememberedComesBack) {
     ASSERT_TRUE(recent_write(&state, file));
     recent_read(&state, file);
     ASSERT_EQ(state.file_count, 9);
-    EXPECT_STREQ(state.files[0], "/p/11.tnc");
-    EXPECT_STREQ(state.directory, "\\p q\\");
-    EXPECT_STREQ(state.directories.entries[0], "\\v\\");
-    EXPECT_EQ(state.width, 1280);
-    EXPECT_EQ(state.gamma, 2.3);
+    EXPECT_EQ((values{state.files[0], state.directory}), (values{"/p/11.tnc", "\\p q\\"}));
+    EXPECT_EQ((values{state.directories.entries[0], state.width, state.gamma}), (values{"\\v\\", 1280, 2.3}));
     // What makes no sense is as at a first start, and a write that fails keeps what was there.
     write("odd", "size=10\nsize=0x5\nsize=99999x3\ngamma=9\ngamma=nan\ngamma\n=\nfile=\nfile=/a.tnc");
     recent_read(&state, path("odd").c_str());
-    EXPECT_EQ(state.width, 0);
-    EXPECT_EQ(state.gamma, GAMMA_USUAL);
-    EXPECT_EQ(state.file_count, 1);
+    EXPECT_EQ((values{state.width, state.gamma, state.file_count}), (values{0, GAMMA_USUAL, 1}));
     sweep_failures(
         ALL_FAILURES, [&] { recent_write(&state, file); },
         [&](bool) { EXPECT_NE(read(file).find(".tnc"), std::string::npos); });

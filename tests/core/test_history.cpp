@@ -226,7 +226,7 @@ TEST_F(History, AnyOrderOfDragsAndStepsIsExact) {
                 saved = now.id;
             }
             // Room for some steps, which drop out again.
-            image_history_limit(size_t(10000 + below(40000)));
+            image_history_limit(size_t{10000} + size_t(below(40000)));
             redo.erase(redo.begin(), redo.end() - image_redo_count());
         }
         check(now, what);

@@ -2,6 +2,7 @@
 #include "core_fixture.h"
 
 #include "common/failures.h"
+#include "common/values.h"
 #include "core/open_image.h"
 #include "platform/files.h"
 
@@ -40,8 +41,7 @@ TEST_F(OpenImage, TheCompanionIsNamedByTheFileOrByItsOwnName) {
     EXPECT_EQ(companion("shots.d/b.tnc"), "gone.rgb");
     write("shots.d/c.tnc", head(std::string(90, 'n')));
     EXPECT_EQ(companion("shots.d/c.tnc"), std::string(79, 'n'));
-    write("shots.d/old.tnc", "\xFA\x02\xF3\x01"
-                             "x");
+    write("shots.d/old.tnc", "\xFA\x02\xF3\x01x");
     EXPECT_EQ(companion("shots.d/old.tnc"), "shots.d/old.rgb");
     write("shots.d/bare", "\xFA");
     EXPECT_EQ(companion("shots.d/bare"), "shots.rgb"); // the last "." of the whole path counts
@@ -81,8 +81,7 @@ TEST_F(OpenImage, OpensAppliesAndKeepsWhatASurfaceCarries) {
     // The same raster path: the rendered data stays, planes and appliques start anew.
     tnc_image* kept = open_image.tnc;
     ASSERT_EQ(image_open("still.tnc"), 1);
-    EXPECT_EQ(open_image.tnc, kept);
-    EXPECT_EQ(open_image.picture->red[0], before);
+    EXPECT_EQ((values{open_image.tnc, open_image.picture->red[0]}), (values{kept, before}));
     EXPECT_EQ(open_image.appliques[1], nullptr);
     EXPECT_EQ(image_undo(), 0);
 
@@ -125,11 +124,9 @@ TEST_F(OpenImage, ARecipeIsAppliedAndWhatIsCarriedIsSavedAsOne) {
 
     char words[256];
     image_undo_words(words, sizeof words);
-    EXPECT_STREQ(words, "");
-    EXPECT_EQ(image_undo(), 1);
+    EXPECT_EQ((values{words, image_undo()}), (values{"", 1}));
     image_undo_words(words, sizeof words);
-    EXPECT_STREQ(words, "Surface 1: back to the rendered state");
-    EXPECT_EQ(image_redo(), 1);
+    EXPECT_EQ((values{words, image_redo()}), (values{"Surface 1: back to the rendered state", 1}));
     image_redo_words(words, sizeof words);
     EXPECT_STREQ(words, "Surface 1: again weave.rgb");
     image_undo();
@@ -173,8 +170,7 @@ TEST_F(OpenImage, APairThatCannotBeOpenedLeavesThePresentOne) {
             present = open_image.picture;
             ASSERT_EQ(apply_col_pat(1, color(1, 0, 0)), 1);
         }
-        EXPECT_EQ(open_image.picture, present);
-        EXPECT_EQ(image_undo() + image_redo(), 2);
+        EXPECT_EQ((values{open_image.picture, image_undo() + image_redo()}), (values{present, 2}));
     }
 }
 

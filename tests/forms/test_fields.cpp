@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "common/values.h"
 #include "forms/fields.h"
 #include "forms/formshow.h"
 #include "forms/mcf.h"
@@ -24,6 +25,14 @@ struct field_setup {
     int width, height; // characters and rows
     const char* format;
 };
+
+// What is typed into as letters, of so many rows at most; all of them are seen.
+field_setup area(const char* rows, int max_rows = 1, uint32_t flags = 0, int max_chars = 0, int width = 9) {
+    return {rows, FI_INSERT, FI_ALPHA, flags, max_rows, max_chars, width, max_rows, ""};
+}
+field_setup number(const char* rows, int type, int max_rows = 1, const char* format = "") {
+    return {rows, FI_INSERT, type, 0, max_rows, 0, 9, max_rows, format};
+}
 
 class Fields : public FormsFixture {
 protected:
@@ -74,6 +83,13 @@ protected:
         FIg_activate(form, label);
         put_rows(form, s.rows, label);
         return f;
+    }
+    // The text of a row as far as `size` holds it, whether it is selected, and its place among the seen ones.
+    static std::string told_of(FI_form* form, int row, int size = 20, int status = FI_SUCCESS) {
+        char text[20] = "x";
+        int select = 7, position = 7;
+        EXPECT_EQ(FIfld_get_text(form, LABEL, row, 0, size, text, &select, &position), status);
+        return text + (" " + std::to_string(select)) + " " + std::to_string(position);
     }
     static FI_form* show(const field_setup& s) {
         FI_form* form = make({});
@@ -133,112 +149,34 @@ TEST_F(Fields, Typing) {
         int row, character;
         const char* keys;
         const char* rows;
-        const char* told;
+        const char* told = ""; // to begin with
     } cases[] = {
-        {"a full row loses its last character",
-         {"abcde", FI_INSERT, FI_ALPHA, 0, 1, 5, 5, 1, ""},
-         0,
-         0,
-         "x",
-         "xabcd",
-         ""},
-        {"the cursor stays on the last place",
-         {"", FI_INSERT, FI_ALPHA, 0, 1, 5, 5, 1, ""},
-         0,
-         0,
-         "abcdefg",
-         "abcdg",
-         ""},
-        {"one point", {"", FI_INSERT, FI_DOUBLE, 0, 1, 0, 9, 1, ""}, 0, 0, "1.2.3,4", "1.234", ""},
-        {"a comma is a point",
-         {"", FI_INSERT, FI_DOUBLE, 0, 1, 0, 9, 1, "%.3f"},
-         0,
-         0,
-         "1,25<ret>",
-         "1.250",
-         "1.11=0 "},
-        {"no point in a whole number", {"", FI_INSERT, FI_INT, 0, 1, 0, 9, 1, ""}, 0, 0, "-1.5e", "-15", ""},
-        {"nothing before the start", {"ab|cd", FI_INSERT, FI_ALPHA, 0, 2, 0, 9, 2, ""}, 0, 0, "<back>", "ab|cd", ""},
-        {"back over the row's start joins",
-         {"ab|cd", FI_INSERT, FI_ALPHA, 0, 2, 0, 9, 2, ""},
-         1,
-         0,
-         "<back>x",
-         "abxcd",
-         ""},
-        {"not when it gets too long",
-         {"abcd|efg", FI_INSERT, FI_ALPHA, 0, 2, 5, 5, 2, ""},
-         1,
-         0,
-         "<back>",
-         "abcd|efg",
-         ""},
-        {"delete at the end joins", {"ab|cd", FI_INSERT, FI_ALPHA, 0, 2, 0, 9, 2, ""}, 0, 5, "<del>", "abcd", ""},
-        {"Return at the limit ends",
-         {"ab|cd", FI_INSERT, FI_ALPHA, 0, 2, 0, 9, 2, ""},
-         1,
-         1,
-         "<ret>x",
-         "ab|cd",
-         "1.11=1 "},
-        {"Return splits", {"abcd", FI_INSERT, FI_ALPHA, 0, 5, 0, 9, 5, ""}, 0, 2, "<ret>x", "ab|xcd", ""},
-        {"in a number it adds a row", {"1234", FI_INSERT, FI_INT, 0, 5, 0, 9, 5, ""}, 0, 2, "<ret>5", "1234|5", ""},
-        {"appending goes to the next row",
-         {"ab|cd", FI_APPEND, FI_ALPHA, 0, 5, 0, 9, 5, ""},
-         0,
-         2,
-         "<ret>x",
-         "ab|cdx",
-         ""},
-        {"kill and yank", {"abcdef", FI_INSERT, FI_ALPHA, 0, 1, 0, 9, 1, ""}, 0, 2, "<kill><home><^y>", "cdefab", ""},
-        {"case", {"abCD", FI_INSERT, FI_ALPHA, 0, 1, 0, 9, 1, ""}, 0, 0, "<^c><^c><^l><^l>", "ABcd", ""},
-        {"swap", {"abc", FI_INSERT, FI_ALPHA, 0, 1, 0, 9, 1, ""}, 0, 0, "<^t><^t>", "bca", ""},
-        {"right to left", {"abc", FI_INSERT, FI_ALPHA, FI_RIGHT_TO_LEFT, 1, 0, 9, 1, ""}, 0, 1, "<left>x", "abxc", ""},
-        {"unseen", {"abc", FI_INSERT, FI_ALPHA, FI_NO_ECHO, 1, 0, 9, 1, ""}, 0, 0, "<del><kill><back>", "ab", ""},
-        {"cleared at entry", {"abc", FI_INSERT, FI_ALPHA, FI_CLEAR_ON_SELECT, 1, 0, 9, 1, ""}, 0, 1, "x", "x", ""},
-        {"arrows go over rows",
-         {"ab|cd", FI_INSERT, FI_ALPHA, 0, 2, 0, 9, 2, ""},
-         0,
-         2,
-         "<right>x<left><left>y",
-         "aby|xcd",
-         ""},
-        {"wrapping goes on",
-         {"", FI_INSERT, FI_ALPHA, FI_WRAP, 4, 0, 9, 4, ""},
-         0,
-         0,
-         "one two three",
-         "one two|three",
-         ""},
-        {"a long word is cut",
-         {"", FI_INSERT, FI_ALPHA, FI_WRAP, 4, 0, 5, 4, ""},
-         0,
-         0,
-         "abcdefghij",
-         "abcd|efgh|ij",
-         ""},
-        {"wrapped anew, in front",
-         {"one two|three", FI_INSERT, FI_ALPHA, FI_WRAP, 4, 0, 9, 4, ""},
-         0,
-         0,
-         "a b ",
-         "a b one|two|three",
-         ""},
-        {"wrapped to the last row",
-         {"", FI_INSERT, FI_ALPHA, FI_WRAP, 2, 0, 5, 2, ""},
-         0,
-         0,
-         "abcdefghij",
-         "abcd|efgh",
-         ""},
-        {"deleting in a wrapped row",
-         {"one two|three", FI_INSERT, FI_ALPHA, FI_WRAP, 4, 0, 9, 4, ""},
-         0,
-         1,
-         "<del><back>",
-         "e two|three",
-         ""},
-        {"letters above 170", {"", FI_INSERT, FI_ALPHA, 0, 1, 0, 9, 1, ""}, 0, 0, "\xB0\xB9\xAB", "\xB0\xB9\xAB", ""},
+        {"a full row loses its last character", area("abcde", 1, 0, 5, 5), 0, 0, "x", "xabcd"},
+        {"the cursor stays on the last place", area("", 1, 0, 5, 5), 0, 0, "abcdefg", "abcdg"},
+        {"one point", number("", FI_DOUBLE), 0, 0, "1.2.3,4", "1.234"},
+        {"a comma is a point", number("", FI_DOUBLE, 1, "%.3f"), 0, 0, "1,25<ret>", "1.250", "1.11=0 "},
+        {"no point in a whole number", number("", FI_INT), 0, 0, "-1.5e", "-15"},
+        {"nothing before the start", area("ab|cd", 2), 0, 0, "<back>", "ab|cd"},
+        {"back over the row's start joins", area("ab|cd", 2), 1, 0, "<back>x", "abxcd"},
+        {"not when it gets too long", area("abcd|efg", 2, 0, 5, 5), 1, 0, "<back>", "abcd|efg"},
+        {"delete at the end joins", area("ab|cd", 2), 0, 5, "<del>", "abcd"},
+        {"Return at the limit ends", area("ab|cd", 2), 1, 1, "<ret>x", "ab|cd", "1.11=1 "},
+        {"Return splits", area("abcd", 5), 0, 2, "<ret>x", "ab|xcd"},
+        {"in a number it adds a row", number("1234", FI_INT, 5), 0, 2, "<ret>5", "1234|5"},
+        {"appending", {"ab|cd", FI_APPEND, FI_ALPHA, 0, 5, 0, 9, 5, ""}, 0, 2, "<ret>x", "ab|cdx"},
+        {"kill and yank", area("abcdef"), 0, 2, "<kill><home><^y>", "cdefab"},
+        {"case", area("abCD"), 0, 0, "<^c><^c><^l><^l>", "ABcd"},
+        {"swap", area("abc"), 0, 0, "<^t><^t>", "bca"},
+        {"right to left", area("abc", 1, FI_RIGHT_TO_LEFT), 0, 1, "<left>x", "abxc"},
+        {"unseen", area("abc", 1, FI_NO_ECHO), 0, 0, "<del><kill><back>", "ab"},
+        {"cleared at entry", area("abc", 1, FI_CLEAR_ON_SELECT), 0, 1, "x", "x"},
+        {"arrows go over rows", area("ab|cd", 2), 0, 2, "<right>x<left><left>y", "aby|xcd"},
+        {"wrapping goes on", area("", 4, FI_WRAP), 0, 0, "one two three", "one two|three"},
+        {"a long word is cut", area("", 4, FI_WRAP, 0, 5), 0, 0, "abcdefghij", "abcd|efgh|ij"},
+        {"wrapped anew, in front", area("one two|three", 4, FI_WRAP), 0, 0, "a b ", "a b one|two|three"},
+        {"wrapped to the last row", area("", 2, FI_WRAP, 0, 5), 0, 0, "abcdefghij", "abcd|efgh"},
+        {"deleting in a wrapped row", area("one two|three", 4, FI_WRAP), 0, 1, "<del><back>", "e two|three"},
+        {"letters above 170", area(""), 0, 0, "\xB0\xB9\xAB", "\xB0\xB9\xAB"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -257,26 +195,21 @@ TEST_F(Fields, Typing) {
 
 TEST_F(Fields, RowsAndLimits) {
     FI_form* form = show({"a|b|c", FI_INSERT, FI_ALPHA, 0, 10, 5, 5, 3, ""});
-    char text[20] = "x";
-    int select = 7, position = 7, length = 7;
     EXPECT_EQ(FIfld_set_text(form, LABEL, 500, 0, "last", 0), FI_SUCCESS);
-    EXPECT_EQ(FIfld_get_text(form, LABEL, 9, 0, sizeof text, text, &select, &position), FI_SUCCESS);
-    EXPECT_STREQ(text, "last");
-    EXPECT_EQ(position, -1); // not among the visible ones
-    EXPECT_EQ(FIfld_get_text(form, LABEL, 10, 0, sizeof text, text, &select, &position), FI_INVALID_ROW);
-    EXPECT_EQ(std::string(text) + std::to_string(select) + std::to_string(position), "-1-1");
+    EXPECT_EQ(told_of(form, 9), "last 0 -1"); // not among the visible ones
+    EXPECT_EQ(told_of(form, 10, 20, FI_INVALID_ROW), " -1 -1");
     EXPECT_EQ(FIfld_set_text(form, LABEL, -3, 0, "abcdefgh", 0), FI_SUCCESS);
-    EXPECT_EQ(FIfld_get_text(form, LABEL, 0, 0, 4, text, nullptr, nullptr), FI_SUCCESS);
-    EXPECT_STREQ(text, "abc"); // what the buffer holds
+    EXPECT_EQ(told_of(form, 0, 4), "abc 0 0"); // what the buffer holds
+    int length = 7;
     EXPECT_EQ(FIfld_get_text_length(form, LABEL, 0, 0, &length), FI_SUCCESS);
     EXPECT_EQ(length, 6); // five characters fit
     EXPECT_EQ(FIfld_set_num_rows(form, LABEL, -1), FI_SUCCESS);
-    EXPECT_EQ(FIfld_get_text(form, LABEL, 3, 0, sizeof text, text, &select, &position), FI_SUCCESS);
-    EXPECT_EQ(std::string(text) + std::to_string(select) + std::to_string(position), "00");
+    EXPECT_EQ(told_of(form, 3), " 0 0");
     EXPECT_EQ(FIfld_set_num_rows(form, LABEL, 40000), FI_INVALID_ROW);
     EXPECT_EQ(FIfld_set_max_num_chars(form, LABEL, 0, -1), FI_INVALID_ARGUMENT);
     EXPECT_EQ(FIfld_delete_rows(form, LABEL, 0, 1), FI_INVALID_ROW);
     // A text that is wrapped comes back with the newline that was in it.
+    char text[20] = "";
     FI_form* wrapped = show({"", FI_INSERT, FI_ALPHA, FI_WRAP, 9, 0, 9, 3, ""});
     FIfld_set_text(wrapped, LABEL, 0, 0, "one two three\nfour", 0);
     EXPECT_EQ(rows(wrapped), "one two|three|four");
@@ -296,33 +229,21 @@ TEST_F(Fields, NumbersAndFormats) {
     const struct {
         int type;
         const char* format;
-        int status;
         double value;
         const char* text;
     } cases[] = {
-        {FI_INT, "", FI_SUCCESS, 41.9, "41"},
-        {FI_DOUBLE, "", FI_SUCCESS, 0.25, "0.25"},
-        {FI_DOUBLE, "%8.3lf!", FI_SUCCESS, 1.5, "   1.500!"},
-        {FI_INT, "%05d", FI_SUCCESS, 42, "00042"},
-        {FI_INT, "%ld", FI_SUCCESS, 7e12, "2147483647"},
-        {FI_DOUBLE, "%d", FI_SUCCESS, 3.7, "3"},
-        {FI_INT, "%.1f%%", FI_SUCCESS, 3.7, "3.0%"},
-        {FI_DOUBLE, "%s", FI_INVALID_ARGUMENT, 0, ""},
-        {FI_DOUBLE, "%d %d", FI_INVALID_ARGUMENT, 0, ""},
-        {FI_DOUBLE, "%*d", FI_INVALID_ARGUMENT, 0, ""},
-        {FI_DOUBLE, "%n", FI_INVALID_ARGUMENT, 0, ""},
-        {FI_DOUBLE, "%99999d", FI_INVALID_ARGUMENT, 0, ""},
-        {FI_DOUBLE, "none", FI_INVALID_ARGUMENT, 0, ""},
-        {FI_DOUBLE, "%", FI_INVALID_ARGUMENT, 0, ""},
+        {FI_INT, "", 41.9, "41"},        {FI_DOUBLE, "", 0.25, "0.25"},       {FI_DOUBLE, "%8.3lf!", 1.5, "   1.500!"},
+        {FI_INT, "%05d", 42, "00042"},   {FI_INT, "%ld", 7e12, "2147483647"}, {FI_DOUBLE, "%d", 3.7, "3"},
+        {FI_INT, "%.1f%%", 3.7, "3.0%"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.format);
         FI_form* form = show({"", FI_INSERT, c.type, 0, 1, 0, 20, 1, ""});
-        EXPECT_EQ(FIfld_set_format(form, LABEL, 0, c.format), c.status);
-        if (c.status == FI_SUCCESS) {
-            EXPECT_EQ(FIfld_set_value(form, LABEL, 0, 0, c.value, 0), FI_SUCCESS);
-            EXPECT_EQ(rows(form), c.text);
-        }
+        EXPECT_EQ(FIfld_set_format(form, LABEL, 0, c.format), FI_SUCCESS);
+        EXPECT_EQ(FIfld_set_value(form, LABEL, 0, 0, c.value, 0), FI_SUCCESS);
+        EXPECT_EQ(rows(form), c.text);
+        for (const char* refused : {"%s", "%d %d", "%*d", "%n", "%99999d", "none", "%"})
+            EXPECT_EQ(FIfld_set_format(form, LABEL, 0, refused), FI_INVALID_ARGUMENT) << refused;
         FIf_delete(form);
     }
     FI_form* form = show({"2,5", FI_INSERT, FI_DOUBLE, 0, 1, 0, 20, 1, ""});
@@ -346,51 +267,48 @@ TEST_F(Fields, TheChoiceFollowsDeletion) {
 
 TEST_F(Fields, Choosing) {
     FI_form* form = show({"a|b|c", FI_SINGLE_SELECT, FI_ALPHA, 0, 3, 0, 9, 3, ""});
-    click_char(form, 1, 0);
-    click_char(form, 2, 0);
-    EXPECT_EQ(rows(form) + take_told(), "a|b|*c1.11=1 1.11=2 ");
-    click_char(form, 2, 0); // the chosen one again
-    EXPECT_EQ(rows(form), "a|b|c");
+    const auto after = [this](FI_form* f, std::initializer_list<int> clicks) {
+        for (const int row : clicks)
+            click_char(f, row, 0);
+        return rows(f);
+    };
+    EXPECT_EQ(after(form, {1, 2}), "a|b|*c");
+    EXPECT_EQ(take_told(), "1.11=1 1.11=2 ");
+    EXPECT_EQ(after(form, {2}), "a|b|c"); // the chosen one again
     FIfld_set_mode(form, LABEL, 0, FI_MULTI_SELECT);
-    click_char(form, 0, 0);
-    click_char(form, 2, 0);
-    EXPECT_EQ(rows(form), "*a|b|*c");
+    EXPECT_EQ(after(form, {0, 2}), "*a|b|*c");
     FIfld_set_mode(form, LABEL, 0, FI_SINGLE_SELECT);
     EXPECT_EQ(rows(form), "a|b|*c");
     FI_form* rolling = show({"a|*b|c", FI_SINGLE_SELECT, FI_ALPHA, FI_ROLL_THROUGH, 0, 0, 9, 1, ""});
-    click_char(rolling, 1, 0);
-    EXPECT_EQ(rows(rolling), "a|b|*c");
-    click_char(rolling, 2, 0);
-    EXPECT_EQ(rows(rolling), "*a|b|c");
+    EXPECT_EQ(after(rolling, {1}), "a|b|*c");
+    EXPECT_EQ(after(rolling, {2}), "*a|b|c");
     EXPECT_EQ(field(rolling)->top_row, 0);
 }
 
 // ---- entries -------------------------------------------------------------------------------------------------------
 
 TEST_F(Fields, PressesDuringAnEntry) {
-    FI_form* form = show({"first", FI_INSERT, FI_ALPHA, 0, 1, 0, 9, 1, ""});
+    FI_form* form = show(area("first"));
     add_field(form, {"second", FI_INSERT, FI_ALPHA, 0, 1, 0, 9, 1, ""}, 12, 20, 60);
     add(form, {FI_BUTTON, 13, 20, 100, 90, 130, "OK"});
     FIf_display(form);
     const auto press = [=](int x, int y) { return [=] { post_click(form, x, y); }; };
     const auto type = [](const char* text) { return [=] { headless_type(text); }; };
+    const auto after = [this, form](std::vector<std::function<void()>> steps) {
+        script = std::move(steps);
+        click_char(form, 0, 0);
+        return rows(form) + " " + rows(form, 12) + " " + take_told();
+    };
     // A button is worked, and the entry goes on.
-    script = {type("1"), press(50, 110), type("2")};
-    click_char(form, 0, 0);
-    EXPECT_EQ(rows(form) + " " + take_told(), "12first 1.13=1 1.11=0 ");
+    EXPECT_EQ(after({type("1"), press(50, 110), type("2")}), "12first second 1.13=1 1.11=0 ");
     // Another field gets the keys, after the first has told.
-    script = {type("3"), press(22, 65), type("4")};
-    click_char(form, 0, 0);
-    EXPECT_EQ(rows(form) + " " + rows(form, 12) + " " + take_told(), "312first 4second 1.11=0 1.12=0 ");
+    EXPECT_EQ(after({type("3"), press(22, 65), type("4")}), "312first 4second 1.11=0 1.12=0 ");
     // A press on nothing ends it; keys go nowhere.
-    script = {type("5"), press(300, 200), type("6")};
-    click_char(form, 0, 0);
-    EXPECT_EQ(rows(form) + " " + take_told(), "5312first 1.11=0 ");
+    EXPECT_EQ(after({type("5"), press(300, 200), type("6")}), "5312first 4second 1.11=0 ");
     // Tab goes along the chain and back.
     fi_find_gadget(form, LABEL)->next_in_seq = 12;
-    script = {[] { headless_key(host_key::tab, 0, 0); }, type("7"), [] { headless_key(host_key::tab, 0, HOST_SHIFT); },
-              type("8")};
-    click_char(form, 0, 0);
+    const auto tab = [](int modifiers) { return [=] { headless_key(host_key::tab, 0, uint8_t(modifiers)); }; };
+    after({tab(0), type("7"), tab(HOST_SHIFT), type("8")});
     EXPECT_EQ(rows(form, 12).substr(0, 2), "47");
     EXPECT_NE(rows(form).find('8'), std::string::npos);
 }
@@ -425,10 +343,7 @@ TEST_F(Fields, InvalidEntries) {
     static constexpr void (*DEEDS[])() = {
         [] {},
         [] { FIg_delete(judged, LABEL); },
-        [] {
-            FIf_delete(judged);
-            judged = nullptr;
-        },
+        [] { judged = FIf_delete(judged) == FI_SUCCESS ? nullptr : judged; },
         [] { FIg_erase(judged, LABEL); },
         [] { FIfld_set_num_rows(judged, LABEL, 0); },
         [] { FIf_set_size(judged, 700, 500); },
@@ -475,8 +390,7 @@ TEST_F(Fields, ListsOpenAndClose) {
     script = {[&] { open = picture(form); }, press(place.x1 + 10, place.y1 + int(f->row_height) + 5)};
     click(form, strip_x, strip_y);
     EXPECT_NE(difference(form, open, closed), "");
-    EXPECT_EQ(rows(form), "q");
-    EXPECT_EQ(value(form, 13), 0);
+    EXPECT_EQ((values{rows(form), value(form, 13)}), (values{"q", 0}));
     EXPECT_FALSE(fi_list_is_open(f));
     // By keys: Down opens it, Return takes.
     type(form, 0, 0, "<down><down><down><ret><ret>");
@@ -512,8 +426,7 @@ TEST_F(Fields, ScrollingByBar) {
     fi_field* f = field(form);
     FIfld_set_num_rows(form, LABEL, 20);
     const auto* bar = fi_as<fi_scroll>(f->scroll_bar);
-    EXPECT_EQ(bar->high_value, 14);
-    EXPECT_EQ(bar->view_fraction, 0.25);
+    EXPECT_EQ((values{bar->high_value, bar->view_fraction}), (values{14, 0.25}));
     fi_find_gadget(form, LABEL)->attr_mask |= FI_NOTIFY_SCROLL;
     const struct {
         double value;
@@ -562,11 +475,10 @@ TEST_F(Tables, EntriesGoFromColumnToColumn) {
     // Tab passes the column that is only read, scrolls to the last one, and goes on in the next row.
     script = keys({"a", "tab", "9", "tab", "z", "tab", "b"});
     click_cell(form, 11, 0, 0);
-    EXPECT_EQ(cell(form, 11, 0, 0), "aButton");
-    EXPECT_EQ(cell(form, 11, 0, 1), "0");
-    EXPECT_EQ(cell(form, 11, 0, 2), "90.00");
-    EXPECT_EQ(cell(form, 11, 0, 3), "zremark 0");
-    EXPECT_EQ(cell(form, 11, 1, 0), "bToggle");
+    std::string cells;
+    for (const int column : {0, 1, 2, 3})
+        cells += cell(form, 11, 0, column) + "|";
+    EXPECT_EQ(cells + cell(form, 11, 1, 0), "aButton|0|90.00|zremark 0|bToggle");
     EXPECT_EQ(m->first_col, 0); // came back around
     EXPECT_NE(take_told().find("1.11=-2"), std::string::npos);
     int column = -1, position = -1;
@@ -598,23 +510,22 @@ TEST_F(Tables, RowsAndColumns) {
     // The strip chooses in all columns.
     const fi_field* first = fi_mcf_column(table(form, 12), 0);
     click(form, int(table(form, 12)->group.common.x1) + 4, fi_row_box(first, 2).y1 + 5);
-    int a = 0, b = 0;
-    FIfld_get_select(form, 12, 2, 0, &a);
-    FIfld_get_select(form, 12, 2, 1, &b);
-    EXPECT_EQ(std::to_string(a) + std::to_string(b) + take_told(), "111.12=-1 ");
+    const auto selected = [form](int row, int column) {
+        int is = -1;
+        FIfld_get_select(form, 12, row, column, &is);
+        return std::to_string(is);
+    };
+    EXPECT_EQ(selected(2, 0) + selected(2, 1) + take_told(), "111.12=-1 ");
     // So does a press in one, as the table has it; rows go out of all of them.
     click_cell(form, 12, 1, 0);
-    FIfld_get_select(form, 12, 2, 0, &a);
-    FIfld_get_select(form, 12, 0, 0, &b);
-    EXPECT_EQ(std::to_string(a) + std::to_string(b) + take_told(), "011.12=0 ");
+    EXPECT_EQ(selected(2, 0) + selected(0, 0) + take_told(), "011.12=0 ");
     EXPECT_EQ(FIfld_delete_rows(form, 12, 0, 2), FI_SUCCESS);
     EXPECT_EQ(cell(form, 12, 0, 0) + cell(form, 12, 0, 1), "Fieldtype 2");
     // Scrolling sideways takes the linked table along, as far as it goes, and is told even when nothing moves.
     fi_mcf* upper = table(form, 13);
     for (const double number : {-1009.0, -1011.0, -1009.0})
         fi_mcf_bar_moved(&upper->group.common, upper->hort_scroll, number);
-    EXPECT_EQ(upper->first_col, 4);
-    EXPECT_EQ(table(form, 14)->first_col, 4);
+    EXPECT_EQ((values{upper->first_col, table(form, 14)->first_col}), (values{4, 4}));
     EXPECT_EQ(take_told(), "1.13=-2 1.13=-2 1.13=-2 ");
     EXPECT_EQ(
         fi_mcf_column_at(upper, fi_rect_of(upper->group.members[0]).x1 + 2, fi_rect_of(upper->group.members[0]).y1 + 2),
@@ -634,7 +545,8 @@ TEST_F(Tables, RowsAndColumns) {
     EXPECT_EQ(difference(form, picture(form), drawn), "");
     for (const int label : {123, 124, 125, 126, 127, 121})
         EXPECT_EQ(FIg_delete(form, label), FI_SUCCESS);
-    EXPECT_EQ(FIfld_get_num_rows(form, 13, &a), FI_INVALID_COLUMN);
+    int count = 0;
+    EXPECT_EQ(FIfld_get_num_rows(form, 13, &count), FI_INVALID_COLUMN);
     script = keys({"tab"});
     click(form, int(upper->group.common.x1) + 20, int(upper->group.common.y1) + 10);
 }

@@ -3,6 +3,7 @@
 
 #include "common/failures.h"
 #include "common/run.h"
+#include "common/values.h"
 #include "forms/frm.h"
 #include "forms_fixture.h"
 #include "support/bytes.h"
@@ -117,21 +118,14 @@ TEST_F(Frm, HeadAndRecordsOfAllVersions) {
         int status = -1;
         FI_form* form = open(file.bytes, &status);
         ASSERT_EQ(status, 0) << version;
-        EXPECT_EQ(form->complete, 1);
-        EXPECT_STREQ(form->description, "A form");
-        EXPECT_STREQ(form->file_name, "x.frm");
-        EXPECT_STREQ(form->strings[0], "one");
-        EXPECT_EQ(form->start_seq, 42);
-        EXPECT_EQ(form->reserved_file_word, 7U);
-        EXPECT_EQ(form->collapse_position_pending, 1);
-        EXPECT_EQ(fi_form_width(form), 200);
+        EXPECT_EQ((values{form->complete, form->description, form->file_name}), (values{1, "A form", "x.frm"}));
+        EXPECT_EQ((values{form->strings[0], form->start_seq, form->reserved_file_word}), (values{"one", 42, 7U}));
+        EXPECT_EQ((values{form->collapse_position_pending, fi_form_width(form)}), (values{1, 200}));
         const FI_gadget* g = fi_find_gadget(form, 23); // in a group in a group
         ASSERT_NE(g, nullptr);
         EXPECT_EQ(g->group->common.label, 22);
         EXPECT_EQ(g->group->single_select, 1); // 5 in the file
-        EXPECT_EQ(g->x1, 1.0F);
-        EXPECT_EQ(g->on_color2, -1);
-        EXPECT_STREQ(g->text, "text");
+        EXPECT_EQ((values{g->x1, g->on_color2, g->text}), (values{1.0F, -1, "text"}));
         const auto* f = fi_as<fi_field>(fi_find_gadget(form, 30));
         EXPECT_EQ(f->num_default_rows, 3);
         EXPECT_EQ(f->num_rows, 2); // max_rows
@@ -159,9 +153,7 @@ TEST_F(Frm, Tags) {
     FI_gadget* g = gadget(file, 11);
     EXPECT_EQ(fi_as<fi_slider>(g)->increment, 0.25F);
     EXPECT_EQ(fi_as<fi_slider>(g)->display_mask, 3 | FI_REVERSED);
-    EXPECT_EQ(fi_as<fi_slider>(g)->high_value, 8.0);
-    EXPECT_EQ(g->justification, 1);
-    EXPECT_EQ(g->erase_color, -3);
+    EXPECT_EQ((values{fi_as<fi_slider>(g)->high_value, g->justification, g->erase_color}), (values{8.0, 1, -3}));
     EXPECT_EQ(g->on_color, 2);
     // Sliders of earlier versions have black text.
     frm old(5);
@@ -178,8 +170,7 @@ TEST_F(Frm, ListsAndColumns) {
     FI_gadget* g = gadget(file, 11);
     FI_gadget* list = fi_as<fi_field>(g)->list;
     ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->user_pointer, g);
-    EXPECT_EQ(fi_as<fi_field>(list)->flags, FI_NOTIFY_BY_LINE);
+    EXPECT_EQ((values{list->user_pointer, fi_as<fi_field>(list)->flags}), (values{g, FI_NOTIFY_BY_LINE}));
     FI_gadget* table = fi_find_gadget(g->form, 12);
     EXPECT_EQ(fi_as<fi_mcf>(table)->num_cols, 2); // the part ended behind the second column
     EXPECT_EQ(fi_as<fi_mcf>(table)->mcf_flags, 0U);
@@ -311,8 +302,7 @@ TEST_F(Frm, EveryFailureIsTold) {
         });
 }
 
-// ---- the programs
-// ------------------------------------------------------------------------------------------------------
+// ---- the programs ---------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -79,33 +79,26 @@ TEST_F(Look, ErasedGadgetsLeaveNothing) {
 
 // Highlighting, disabling and setting change the look, and taking that back brings the same pixels.
 TEST_F(Look, EveryChangeOfStateIsUndone) {
-    using change = int (*)(FI_form*, int);
+    using change = void (*)(FI_form*, FI_gadget*);
     const struct {
         change there, back;
     } changes[] = {
-        {[](FI_form* f, int label) {
-             fi_hilite_gadget(fi_find_gadget(f, label));
-             return 0;
-         },
-         [](FI_form* f, int label) {
-             fi_unhilite_gadget(fi_find_gadget(f, label));
-             return 0;
-         }},
-        {FIg_disable, FIg_enable},
-    };
+        {[](FI_form*, FI_gadget* g) { fi_hilite_gadget(g); }, [](FI_form*, FI_gadget* g) { fi_unhilite_gadget(g); }},
+        {[](FI_form* f, FI_gadget* g) { FIg_disable(f, g->label); },
+         [](FI_form* f, FI_gadget* g) { FIg_enable(f, g->label); }}};
     for (const char* page : PAGES) {
         FI_form* form = show(page, 24);
         each_gadget(form->root_group, [&](FI_gadget* g) {
             if (fi_has(g, FI_NOT_ENABLED | FI_HILITED)) return;
             const std::vector<uint8_t> before = picture(form);
             for (const auto& c : changes) {
-                c.there(form, g->label);
+                c.there(form, g);
                 const bool seen = picture(form) != before;
-                c.back(form, g->label);
+                c.back(form, g);
                 EXPECT_EQ(difference(form, picture(form), before), "") << page << ", gadget " << g->label;
                 const bool is_blank = g->type == FI_BUTTON && *g->text == '\0' && g->face.bits == nullptr;
-                const bool is_still = c.there == FIg_disable && (is_blank || g->type == FI_LINE || g->type == FI_RECT ||
-                                                                 g->type == FI_BEVEL || g->type == FI_SCROLL);
+                const bool is_still = &c == &changes[1] && (is_blank || g->type == FI_LINE || g->type == FI_RECT ||
+                                                            g->type == FI_BEVEL || g->type == FI_SCROLL);
                 EXPECT_EQ(seen, !is_still) << page << ", gadget " << g->label;
             }
         });
@@ -238,8 +231,7 @@ TEST_F(Look, HatchesLeaveTheirClearBitsAlone) {
     EXPECT_EQ(difference(form, picture(form), whole), "");
 }
 
-// ---- texts
-// -----------------------------------------------------------------------------------------------------------
+// ---- texts ----------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -300,7 +292,8 @@ TEST_F(Look, LinesOfTexts) {
     int width = 0, height = 0, spacing = 0;
     fi_env.FI_CALC_TEXT(g->font_id, "the longest of them", 19, &height, &width, &spacing, 0);
     EXPECT_EQ(g->text_width, width);
-    EXPECT_EQ(g->y2 - g->y1, static_cast<float>(4 * height + height / 5 * 3));
+    const int gap = height / 5;
+    EXPECT_EQ(g->y2 - g->y1, static_cast<float>(4 * height + gap * 3));
     FIf_display(form);
     // Each line is hit by its own extent.
     const int pitch = height - height / 8;

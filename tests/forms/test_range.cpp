@@ -2,6 +2,7 @@
 #include <cmath>
 #include <random>
 
+#include "common/values.h"
 #include "forms/formshow.h"
 #include "forms/range.h"
 #include "forms/scroll.h"
@@ -25,6 +26,11 @@ protected:
         FIf_display(form);
         return g;
     }
+    FI_gadget* shown(FI_gadget* g) {
+        FIg_activate(form, LABEL);
+        FIf_display(form);
+        return g;
+    }
     FI_gadget* slider(bool horizontal, double low, double high, int decimals, uint8_t mask) {
         FI_gadget* g = one(FI_SLIDER, horizontal ? fi_box{20, 100, 320, 130} : fi_box{100, 20, 140, 260});
         auto* s = fi_as<fi_slider>(g);
@@ -35,9 +41,7 @@ protected:
         s->decimals = static_cast<uint8_t>(decimals);
         s->display_mask = mask;
         g->value = low;
-        FIg_activate(form, LABEL);
-        FIf_display(form);
-        return g;
+        return shown(g);
     }
     FI_gadget* dial(int direction, double full, double zero) {
         FI_gadget* g = one(FI_DIAL, {50, 50, 200, 200});
@@ -47,23 +51,18 @@ protected:
         d->zero_angle = static_cast<float>(zero);
         d->ticks = 12;
         d->display_mask = FI_SHOW_VALUE | FI_SHOW_HIGH;
-        FIg_activate(form, LABEL);
-        FIf_display(form);
-        return g;
+        return shown(g);
     }
     FI_gadget* bar(bool horizontal, int length, double fraction, double high) {
-        FI_gadget* g =
-            one(FI_SCROLL, horizontal ? fi_box{20, 100, 20 + length, 126} : fi_box{100, 20, 126, 20 + length});
+        const fi_box box = horizontal ? fi_box{20, 100, 20 + length, 126} : fi_box{100, 20, 126, 20 + length};
+        FI_gadget* g = one(FI_SCROLL, box);
         auto* s = fi_as<fi_scroll>(g);
         s->orientation = horizontal ? FI_HORIZONTAL : 0;
-        fi_scroll_place(g, horizontal ? 20 : 100, horizontal ? 100 : 20,
-                        static_cast<float>(horizontal ? 20 + length : 126),
-                        static_cast<float>(horizontal ? 126 : 20 + length));
+        fi_scroll_place(g, static_cast<float>(box.x1), static_cast<float>(box.y1), static_cast<float>(box.x2),
+                        static_cast<float>(box.y2));
         s->view_fraction = fraction;
         s->high_value = high;
-        FIg_activate(form, LABEL);
-        FIf_display(form);
-        return g;
+        return shown(g);
     }
 
     // What the continuous routine is told goes between brackets.
@@ -98,8 +97,7 @@ protected:
 
 } // namespace
 
-// ---- numbers
-// -----------------------------------------------------------------------------------------------------------
+// ---- numbers --------------------------------------------------------------------------------------------------------
 
 TEST_F(Range, Steps) {
     FI_gadget* g = slider(true, 0, 100, 0, 0);
@@ -137,10 +135,8 @@ TEST_F(Range, Steps) {
     fi_format_number(g, text, -1e308);
     EXPECT_EQ(std::strlen(text), 1U + 309 + 1 + 255);
     // Ranges of any size have a place for each value.
-    EXPECT_EQ(fi_share(-1.7e308, 1.7e308, 0), 0.5);
-    EXPECT_EQ(fi_at_share(-1.7e308, 1.7e308, 0.5), 0);
-    EXPECT_EQ(fi_at_share(5, 5, 0.5), 5);
-    EXPECT_EQ(fi_per_unit(100, 5, 5), 0);
+    EXPECT_EQ((values{fi_share(-1.7e308, 1.7e308, 0), fi_at_share(-1.7e308, 1.7e308, 0.5)}), (values{0.5, 0}));
+    EXPECT_EQ((values{fi_at_share(5, 5, 0.5), fi_per_unit(100, 5, 5)}), (values{5, 0}));
     EXPECT_EQ(fi_per_unit(100, 0, 50), 2);
 }
 
@@ -195,15 +191,12 @@ TEST_F(Range, ValuesAreLimitedAndRounded) {
 TEST_F(Range, ReversedSliders) {
     FI_gadget* g = slider(true, -20, 100, 0, FI_REVERSED | FI_SHOW_LOW);
     FIg_set_value(form, LABEL, 30);
-    EXPECT_EQ(g->value, 50);
-    EXPECT_EQ(value(form, LABEL), 30);
-    EXPECT_STREQ(fi_as<fi_slider>(g)->low_text, "100");
+    EXPECT_EQ((values{g->value, value(form, LABEL), fi_as<fi_slider>(g)->low_text}), (values{50, 30, "100"}));
     EXPECT_STREQ(fi_as<fi_slider>(g)->high_text, "-20");
     FIg_set_high_value(form, LABEL, 60);
     EXPECT_EQ(value(form, LABEL), 30);
     FIg_set_low_value(form, LABEL, 40);
-    EXPECT_EQ(value(form, LABEL), 40);
-    EXPECT_EQ(g->value, 60);
+    EXPECT_EQ((values{value(form, LABEL), g->value}), (values{40, 60}));
     FIg_set_low_value(form, LABEL, -1e300); // longer than its place
     EXPECT_STREQ(fi_as<fi_slider>(g)->high_text, "-1e+300");
     FIg_new(form, FI_TEXT, 12);
@@ -215,8 +208,7 @@ TEST_F(Range, ReversedSliders) {
     EXPECT_EQ(take_told(), "[25]"); // it is told what is left
 }
 
-// ---- layout
-// ------------------------------------------------------------------------------------------------------------
+// ---- layout ---------------------------------------------------------------------------------------------------------
 
 TEST_F(Range, SliderLayout) {
     for (const bool horizontal : {true, false}) {
@@ -228,8 +220,7 @@ TEST_F(Range, SliderLayout) {
         EXPECT_EQ(s->high_margin, (horizontal ? s->high_text_width : size) + 6);
         EXPECT_EQ(s->thumb_size, std::max((horizontal ? widest : size) + 18, 20));
         EXPECT_EQ(s->track_length, float((horizontal ? 300 : 240) - s->thumb_size - s->low_margin - s->high_margin));
-        EXPECT_EQ(s->track_center, (horizontal ? 30 : 40) / 2 - 5);
-        EXPECT_STREQ(s->low_text, "-100.0");
+        EXPECT_EQ((values{s->track_center, s->low_text}), (values{(horizontal ? 30 : 40) / 2 - 5, "-100.0"}));
         // The thumb stands at the start and at the end of its way.
         EXPECT_EQ(horizontal ? s->thumb_x : s->thumb_y, horizontal ? 20 + s->low_margin : 260 - s->low_margin);
         FIg_set_value(form, LABEL, 5);
@@ -268,8 +259,7 @@ TEST_F(Range, ScrollBarParts) {
                 const fi_box b = fi_rect_of(part);
                 EXPECT_GT(horizontal ? b.x1 : b.y1, last) << row.length;
                 last = horizontal ? b.x2 : b.y2;
-                EXPECT_EQ(horizontal ? b.y1 : b.x1, 104);
-                EXPECT_EQ(horizontal ? b.y2 : b.x2, 122);
+                EXPECT_EQ((values{horizontal ? b.y1 : b.x1, horizontal ? b.y2 : b.x2}), (values{104, 122}));
             });
             EXPECT_LE(last, 20 + row.length - 4) << row.length;
             if (row.thumb) {
@@ -298,8 +288,7 @@ TEST_F(Range, ScrollBarParts) {
     const auto* s = fi_as<fi_scroll>(g);
     EXPECT_EQ(g->x2, 148);
     EXPECT_EQ(s->arrows[1]->y1, s->arrows[2]->y1);
-    EXPECT_EQ(s->arrows[2]->x2, 144);
-    EXPECT_EQ(s->arrows[2]->x2 - s->arrows[2]->x1, 18);
+    EXPECT_EQ((values{s->arrows[2]->x2, s->arrows[2]->x2 - s->arrows[2]->x1}), (values{144, 18}));
     EXPECT_EQ(s->arrows[2]->x1 - s->arrows[1]->x2, 2);
     EXPECT_TRUE(fi_has(s->arrows[0], FI_NOT_DISPLAYED));
 }
@@ -321,8 +310,7 @@ TEST_F(Range, LitSegments) {
     }
 }
 
-// ---- commands
-// ----------------------------------------------------------------------------------------------------------
+// ---- commands -------------------------------------------------------------------------------------------------------
 
 TEST_F(Range, ScrollCommands) {
     const struct {
@@ -346,20 +334,18 @@ TEST_F(Range, ScrollCommands) {
     FI_gadget* g = bar(false, 200, 0.2, 0); // an empty range
     for (int command = -1011; command <= -1000; ++command)
         fi_scroll_set(g, command);
-    EXPECT_EQ(g->value, 0);
-    EXPECT_EQ(fi_as<fi_scroll>(g)->pixels_per_unit, 0);
+    EXPECT_EQ((values{g->value, fi_as<fi_scroll>(g)->pixels_per_unit}), (values{0, 0}));
     EXPECT_EQ(fi_as<fi_scroll>(g)->thumb->y1, 24);
 }
 
-// ---- the mouse
-// ---------------------------------------------------------------------------------------------------------
+// ---- the mouse ------------------------------------------------------------------------------------------------------
 
 // Where a slider of 0 to 100 is dragged to, and what is told: each new number once, and at the end the value.
 TEST_F(Range, SlidersAreDragged) {
     FI_gadget* g = slider(true, 0, 100, 0, 7);
     const auto* s = fi_as<fi_slider>(g);
     const auto place = [&](double share) {
-        return int(20 + s->low_margin + s->thumb_size / 2 + std::ceil(share * double(s->track_length)));
+        return 20 + s->low_margin + s->thumb_size / 2 + int(std::ceil(share * double(s->track_length)));
     };
     FIg_set_increment(form, LABEL, 10);
     drag({{place(0.2), 110}, {place(0.5), 110}, {place(0.5), 120}, {place(0.51), 120}, {place(0.8), 140}});
@@ -371,8 +357,7 @@ TEST_F(Range, SlidersAreDragged) {
     drag({{place(0.3), 110}, {place(0.4), 180}, {place(0.6), 110}, {place(0.6), 180}});
     EXPECT_EQ(take_told(), "[30][0][60][0]1.11=0 ");
     EXPECT_EQ(g->value, 0);
-    post_click(form, place(0.7), 110); // a click has one round
-    run();
+    click(form, place(0.7), 110); // a click has one round
     EXPECT_EQ(take_told(), "[70]1.11=70 ");
     FIg_disable(form, LABEL);
     drag({{place(0.3), 110}, {place(0.5), 110}});
@@ -383,12 +368,11 @@ TEST_F(Range, SlidersAreDragged) {
     s = fi_as<fi_slider>(g);
     FIg_set_increment(form, LABEL, 10);
     const auto height = [&](double share) {
-        return int(260 - s->low_margin - s->thumb_size / 2 - std::ceil(share * double(s->track_length)));
+        return 260 - s->low_margin - s->thumb_size / 2 - int(std::ceil(share * double(s->track_length)));
     };
     drag({{120, height(0.2)}, {120, height(0.7)}});
     EXPECT_EQ(take_told(), "[80][30]1.11=30 ");
-    EXPECT_EQ(g->value, 70);
-    EXPECT_EQ(value(form, LABEL), 30);
+    EXPECT_EQ((values{g->value, value(form, LABEL)}), (values{70, 30}));
 }
 
 TEST_F(Range, DialsAreTurned) {
@@ -443,15 +427,12 @@ TEST_F(Range, ScrollBarsAreDragged) {
     EXPECT_EQ(s->thumb->x1, start + 120);
     drag({{start + 130, 110}, {start + 900, 110}, {start - 50, 110}});
     EXPECT_EQ(take_told(), "[-1011][-1006]1.11=0 ");
-    post_click(form, start + 180, 110); // on the trough: the thumb's middle goes there
-    run();
+    click(form, start + 180, 110); // on the trough: the thumb's middle goes there
     EXPECT_EQ(take_told(), "[62.5]1.11=62 ");
-    post_click(form, start + 295, 110);
-    run();
+    click(form, start + 295, 110);
     EXPECT_EQ(take_told(), "[-1011]1.11=100 ");
     for (const int arrow : {0, 1, 2, 3}) {
-        post_click(form, int(s->arrows[arrow]->x1) + 4, 110);
-        run();
+        click(form, int(s->arrows[arrow]->x1) + 4, 110);
     }
     EXPECT_EQ(take_told(), "[-1007]1.11=75 [-1008]1.11=74 [-1009]1.11=75 [-1010]1.11=100 ");
     for (const FI_gadget* arrow : s->arrows)
@@ -469,7 +450,8 @@ TEST_F(Range, ArrowsRepeat) {
     EXPECT_EQ(steps, 1);
     steps = 0;
     drag({{110, y}, {110, y}}, 500); // for 1000: known as a press after 210, and after 500 more one each 16
-    EXPECT_NEAR(steps, 1 + 1 + (1000 - 210 - 500) / 16, 1);
+    constexpr int ticks = (1000 - 210 - 500) / 16;
+    EXPECT_NEAR(steps, 1 + 1 + ticks, 1);
     EXPECT_NE(enabled_events & TIMER_EVENT, 0U);
     on_step = nullptr;
     // A release that waits already ends it, however long the step took.
@@ -482,11 +464,11 @@ TEST_F(Range, ArrowsRepeat) {
     EXPECT_LE(steps, 2);
 }
 
-// ---- the keyboard
-// -----------------------------------------------------------------------------------------------------
+// ---- the keyboard ---------------------------------------------------------------------------------------------------
 
 TEST_F(Range, Keys) {
     const auto up = host_key::up, down = host_key::down, left = host_key::left, right = host_key::right;
+    const std::vector<host_key> arrows = {up, down, left, right};
     const struct {
         const char* what;
         std::function<void()> shown;
@@ -494,22 +476,15 @@ TEST_F(Range, Keys) {
         std::vector<host_key> keys;
         std::vector<double> after;
     } rows[] = {
-        {"a vertical slider", [this] { slider(false, 0, 100, 1, 0); }, 50, {up, down, left, right}, {51, 50, 49.9, 50}},
-        {"a horizontal slider",
-         [this] { slider(true, 0, 100, 1, 0); },
-         50,
-         {up, down, left, right},
-         {50.1, 50, 49, 50}},
+        {"a vertical slider", [this] { slider(false, 0, 100, 1, 0); }, 50, arrows, {51, 50, 49.9, 50}},
+        {"a horizontal slider", [this] { slider(true, 0, 100, 1, 0); }, 50, arrows, {50.1, 50, 49, 50}},
         {"a reversed slider", [this] { slider(true, 0, 60, 1, FI_REVERSED); }, 50, {right, left, up}, {51, 50, 50.1}},
         {"a slider of whole numbers", [this] { slider(true, 0, 100, 0, 0); }, 50, {up, down, right}, {50, 50, 51}},
         {"a slider at its end", [this] { slider(true, 0, 50.5, 1, 0); }, 50, {right, right, left}, {50.5, 50.5, 49.5}},
         {"a dial", [this] { dial(1, 360, 0); }, 50, {left, right, right}, {51, 50, 49}},
         {"a dial the other way", [this] { dial(-1, 360, 0); }, 50, {left, right, right}, {49, 50, 51}},
-        {"a vertical scroll bar",
-         [this] { bar(false, 200, 0.2, 100); },
-         50,
-         {up, down, left, right, host_key::home, host_key::end},
-         {49, 50, 25, 50, 0, 100}},
+        {"a vertical scroll bar", [this] { bar(false, 200, 0.2, 100); }, 50, arrows, {49, 50, 25, 50}},
+        {"one to its ends", [this] { bar(false, 200, 0.2, 100); }, 50, {host_key::home, host_key::end}, {0, 100}},
         {"a horizontal scroll bar",
          [this] { bar(true, 200, 0.2, 100); },
          50,
@@ -539,19 +514,16 @@ TEST_F(Range, Keys) {
     // Digits count when Tab, Return or Enter comes.
     slider(true, -100, 100, 1, 0);
     FIg_start_seq(form, LABEL);
-    script.emplace_back([] { headless_type("-12.57"); });
-    script.emplace_back([this] { key(host_key::backspace); });
-    script.emplace_back([this] { key(host_key::enter); });
-    script.emplace_back([this] { FIg_start_seq(form, LABEL); });
-    script.emplace_back([] { headless_type("--x"); }); // no number
-    script.emplace_back([this] { key(host_key::tab); });
+    script = {[] { headless_type("-12.57"); },  [this] { key(host_key::backspace); },
+              [this] { key(host_key::enter); }, [this] { FIg_start_seq(form, LABEL); },
+              [] { headless_type("--x"); }, // no number
+              [this] { key(host_key::tab); }};
     run();
     EXPECT_EQ(value(form, LABEL), -12.5);
     EXPECT_EQ(take_told(), "1.11=-12 ");
 }
 
-// ---- drawing
-// -----------------------------------------------------------------------------------------------------------
+// ---- drawing --------------------------------------------------------------------------------------------------------
 
 // However a value came, by mouse or by a call, the gadget looks as if it had been drawn anew.
 TEST_F(Range, WhatMovesLooksAsDrawnAnew) {
@@ -585,8 +557,7 @@ TEST_F(Range, WhatMovesLooksAsDrawnAnew) {
     }
 }
 
-// ---- private bars
-// ------------------------------------------------------------------------------------------------------
+// ---- private bars ---------------------------------------------------------------------------------------------------
 
 TEST_F(Range, PrivateBars) {
     form = make({{FI_BUTTON, LABEL, 20, 20, 60, 50, "b"}});
@@ -599,7 +570,8 @@ TEST_F(Range, PrivateBars) {
     fi_scroll_set_view(private_bar, 0.25, 30, 10);
     fi_display_gadget(private_bar, window_of(form));
     const auto* s = fi_as<fi_scroll>(private_bar);
-    EXPECT_EQ(s->thumb->y1, static_cast<float>(s->slide_y1 + (140 - 35) / 3));
+    constexpr int third = (140 - 35) / 3;
+    EXPECT_EQ(s->thumb->y1, static_cast<float>(s->slide_y1 + third));
     fi_scroll_set_view(private_bar, 0.25, 30, 99);
     EXPECT_EQ(private_bar->value, 30);
     const std::vector<uint8_t> seen = picture(form);

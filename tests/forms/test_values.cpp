@@ -1,6 +1,7 @@
 // What presses, values, links, groups and resets do, and the statuses of calls.
 #include <cmath>
 
+#include "common/values.h"
 #include "forms/press.h"
 #include "forms/show.h"
 #include "forms_fixture.h"
@@ -22,8 +23,7 @@ constexpr int LABEL = 11;
 
 } // namespace
 
-// ---- presses
-// -----------------------------------------------------------------------------------------------------------
+// ---- presses --------------------------------------------------------------------------------------------------------
 
 // A row is a gadget and what its value is after each of four clicks.
 TEST_F(Values, PressesByType) {
@@ -102,8 +102,7 @@ TEST_F(Values, HitRectanglesAreInclusive) {
     EXPECT_EQ(hit(80, 70), 0);
 }
 
-// ---- values, single select, links
-// ----------------------------------------------------------------------------------------
+// ---- values, single select, links -----------------------------------------------------------------------------------
 
 TEST_F(Values, OneOfAGroupIsOn) {
     FI_form* form = make({{FI_BUTTON, 11, 0, 0, 20, 20, "b"},
@@ -142,21 +141,18 @@ TEST_F(Values, LinksGoAroundOnce) {
     link(15, 11); // back to the start
     FIf_display(form);
     click(form, 11);
-    EXPECT_EQ(value(form, 12), 1);
-    EXPECT_STREQ(fi_find_gadget(form, 13)->text, "1.000000");
-    EXPECT_EQ(value(form, 14), 1);
-    EXPECT_EQ(value(form, 15), 1);
-    EXPECT_EQ(value(form, 11), 1);
+    EXPECT_EQ((values{value(form, 12), fi_find_gadget(form, 13)->text, value(form, 14)}), (values{1, "1.000000", 1}));
+    EXPECT_EQ((values{value(form, 15), value(form, 11)}), (values{1, 1}));
     EXPECT_EQ(take_told(), "1.11=1 "); // links notify nobody
     EXPECT_EQ(FIg_set_text(form, 13, "-3"), FI_SUCCESS);
-    EXPECT_EQ(value(form, 15), 0);
-    EXPECT_EQ(value(form, 11), 0);
+    EXPECT_EQ((values{value(form, 15), value(form, 11)}), (values{0, 0}));
     EXPECT_STREQ(fi_find_gadget(form, 13)->text, "0.000000"); // it has come around
     FIg_set_state_on(form, 14);
     EXPECT_EQ(FIg_set_text(form, 13, "0.000000"), FI_SUCCESS); // the same text has no effect
     EXPECT_EQ(value(form, 14), 1);
     // A long chain needs no deep stack.
     std::vector<test_gadget> many;
+    many.reserve(1000);
     for (int i = 0; i < 1000; ++i)
         many.push_back({FI_TOGGLE, 20 + i, 0, 0, 5, 5, nullptr});
     FI_form* chain = make(many);
@@ -179,8 +175,7 @@ TEST_F(Values, ResetPutsBackDefaults) {
     fi_as<fi_button>(fi_find_gadget(form, 3))->auto_pop_up = 1;
     click(form, 3); // resets, and tells
     EXPECT_EQ(take_told(), "1.3=1 ");
-    EXPECT_EQ(value(form, 3), 0);
-    EXPECT_EQ(value(form, 11), 0);
+    EXPECT_EQ((values{value(form, 3), value(form, 11)}), (values{0, 0}));
     EXPECT_EQ(value(form, 5), 1); // stays on a form that is no pop-up
     EXPECT_EQ(fi_find_gadget(form, 12)->displayed, 0);
     uint32_t attributes = 0;
@@ -188,8 +183,7 @@ TEST_F(Values, ResetPutsBackDefaults) {
     EXPECT_EQ(attributes, FI_TEXT_GADGET | FI_NOT_DISPLAYED);
 }
 
-// ---- life
-// ----------------------------------------------------------------------------------------------------------------
+// ---- life -----------------------------------------------------------------------------------------------------------
 
 TEST_F(Values, LabelsAndGroups) {
     FI_form* form = make({});
@@ -229,8 +223,7 @@ TEST_F(Values, LabelsAndGroups) {
     FIg_new(form, FI_LINE, 41);
     FIg_add_to_group(form, 41, 40);
     EXPECT_EQ(FIg_add_to_group(form, 30, 40), FI_SUCCESS);
-    EXPECT_EQ(inner->common.group, group);
-    EXPECT_EQ(fi_find_gadget(form, 12)->group, inner);
+    EXPECT_EQ((values{inner->common.group, fi_find_gadget(form, 12)->group}), (values{group, inner}));
     EXPECT_EQ(FIg_add_to_group(form, 40, 30), FI_SUCCESS);
     EXPECT_EQ(fi_find_gadget(form, 41)->group, group);
     for (const int i : {40, 41})
@@ -262,8 +255,7 @@ TEST_F(Values, LabelsAndGroups) {
     fi_find_gadget(form, 16)->x1 = 7;
     FIg_set_size(form, 30, 20, 30);
     FIg_get_size(form, 30, &width, &height);
-    EXPECT_EQ(width, 20);
-    EXPECT_EQ(height, 30);
+    EXPECT_EQ((values{width, height}), (values{20, 30}));
 }
 
 // A call on what isn't there changes nothing and says why.
@@ -319,11 +311,8 @@ TEST_F(Values, Statuses) {
     };
     for (const auto& c : calls)
         EXPECT_EQ(c.is, c.wanted) << c.call;
-    EXPECT_EQ(i, 1);
-    EXPECT_STREQ(text, "t");
-    EXPECT_EQ(fi_as<fi_line>(fi_find_gadget(form, 12))->line_weight, 4);
-    EXPECT_EQ(fi_state.font_path.count, 2);
-    EXPECT_STREQ(fi_state.font_path.entries[1], "b");
+    EXPECT_EQ((values{i, text, fi_as<fi_line>(fi_find_gadget(form, 12))->line_weight}), (values{1, "t", 4}));
+    EXPECT_EQ((values{fi_state.font_path.count, fi_state.font_path.entries[1]}), (values{2, "b"}));
     EXPECT_EQ(fi_state.form_path.count, 1);
     for (const auto& [given, kept] : {std::pair{0.0, 1.0}, {-2.5, 2.5}}) {
         FIg_new(form, FI_DIAL, 50);
@@ -347,12 +336,9 @@ TEST_F(Values, StandardVariables) {
     const FI_gadget* g = fi_find_gadget(form, 11);
     EXPECT_EQ(g->orig_width, 30.0F);
     EXPECT_EQ(g->orig_height, static_cast<float>(2 * g->char_height)); // a text's, by its lines
-    EXPECT_EQ(g->default_value, 3.5);
-    EXPECT_EQ(g->text_length, 9);
-    EXPECT_STREQ(g->command, "cmd");
-    EXPECT_EQ(g->help_topic, fi_empty_text);
-    EXPECT_EQ(g->next_in_seq, 77);
-    EXPECT_EQ(g->face2.index, 6);
+    EXPECT_EQ((values{g->default_value, g->text_length, g->command}), (values{3.5, 9, "cmd"}));
+    EXPECT_EQ(g->help_topic, fi_empty_text); // itself, which is never freed
+    EXPECT_EQ((values{g->next_in_seq, g->face2.index}), (values{77, 6}));
 }
 
 TEST_F(Values, EveryFailureOfACallLeavesThingsAsTheyWere) {

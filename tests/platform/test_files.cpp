@@ -1,4 +1,5 @@
 // Names in the application's form, transfers that come back short, and replacing a file as a whole.
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "common/failures.h"
 #include "common/own_directory.h"
 #include "platform/files.h"
 #include "support/memory.h"
@@ -23,10 +25,9 @@ namespace {
 class Files : public OwnDirectory {
 protected:
     void SetUp() override {
-        root = directory;
         fs::create_directories(root / "Renders" / "Night");
-        fs::create_directories(root / "renders" / "day");
-        write(root / "renders" / "day" / "Car.RGB", "picture");
+        fs::create_directories(day);
+        write(car, "picture");
     }
 
     static void write(const fs::path& path, const std::string& text) { std::ofstream(path) << text; }
@@ -34,51 +35,48 @@ protected:
         char real[FILES_PATH_SIZE];
         return files_resolve(path.c_str(), real, sizeof real) ? real : "";
     }
-    size_t entries() const {
-        return static_cast<size_t>(std::distance(fs::directory_iterator(root / "renders" / "day"), {}));
+    size_t entries() const { return static_cast<size_t>(std::distance(fs::directory_iterator(day), {})); }
+    // Begins to replace, or to create, a file; `fresh` is what is written then.
+    bool begin(const fs::path& target) { return files_replace_begin(target.c_str(), fresh, sizeof fresh); }
+    bool begin_new(const fs::path& target) { return files_create_begin(target.c_str(), fresh, sizeof fresh); }
+    static std::string new_name(const std::string& path, size_t size = FILES_PATH_SIZE) {
+        char real[FILES_PATH_SIZE];
+        return files_resolve_new(path.c_str(), real, size) ? real : "";
     }
-
+    void expect_car(const char* text, size_t count) const {
+        EXPECT_EQ(read(car), text);
+        EXPECT_EQ(entries(), count);
+    }
     static bool write_byte(int fd) { return ::write(fd, "", 1) == 1; }
 
-    fs::path root;
+    fs::path root = directory;
+    fs::path day = root / "renders" / "day", car = day / "Car.RGB";
+    char fresh[FILES_PATH_SIZE] = "";
 };
 
 } // namespace
 
 TEST_F(Files, CleanNamesFindFilesWhateverTheirCase) {
-    std::string wanted = root / "renders" / "day" / "Car.RGB";
-    EXPECT_EQ(resolved(wanted), wanted);
-    std::string clean = "c:" + root.string() + "\\renders\\day\\car.rgb";
-    EXPECT_EQ(resolved(clean), wanted);
+    EXPECT_EQ(resolved(car), car);
+    EXPECT_EQ(resolved("c:" + root.string() + "\\renders\\day\\car.rgb"), car);
     // Two directories differ in case only; the one that leads to the file is taken.
-    EXPECT_EQ(resolved(root.string() + "\\RENDERS\\DAY\\car.rgb"), wanted);
+    EXPECT_EQ(resolved(root.string() + "\\RENDERS\\DAY\\car.rgb"), car);
     EXPECT_EQ(resolved(root.string() + "\\renders\\day\\cart.rgb"), "");
     EXPECT_EQ(resolved(""), "");
-}
-
-TEST_F(Files, ALatin1NameFindsItsUtf8File) {
+    // A name that is given as it stands comes first.
+    write(root / "a\\b", "odd");
+    EXPECT_EQ(resolved(root.string() + "/a\\b"), root.string() + "/a\\b");
+    // One in Latin-1 finds its UTF-8 file.
     const std::string wanted = root / "renders" / "K\xC3\xBC\xC3\x84.rgb";
     write(wanted, "");
     EXPECT_EQ(resolved(root.string() + "\\renders\\k\xFC\xE4.rgb"), wanted);
     EXPECT_EQ(resolved(root.string() + "\\renders\\k\xFC.rgb"), "");
-    char real[FILES_PATH_SIZE];
-    ASSERT_TRUE(files_resolve_new((root / "renders" / "N\xFC.rgb").c_str(), real, sizeof real));
-    EXPECT_EQ(std::string(real), root / "renders" / "N\xC3\xBC.rgb");
-}
-
-TEST_F(Files, ANameGivenAsItStandsComesFirst) {
-    write(root / "a\\b", "odd");
-    EXPECT_EQ(resolved(root.string() + "/a\\b"), root.string() + "/a\\b");
-}
-
-TEST_F(Files, ANewFileKeepsItsLastComponent) {
-    char real[FILES_PATH_SIZE];
-    std::string path = root.string() + "\\RENDERS\\night\\New.Rgb";
-    ASSERT_TRUE(files_resolve_new(path.c_str(), real, sizeof real));
-    EXPECT_EQ(std::string(real), (root / "Renders" / "Night" / "New.Rgb").string());
-    EXPECT_FALSE(files_resolve_new((root.string() + "/missing/new").c_str(), real, sizeof real));
-    char small[8];
-    EXPECT_FALSE(files_resolve_new(path.c_str(), small, sizeof small));
+    EXPECT_EQ(new_name(root / "renders" / "N\xFC.rgb"), root / "renders" / "N\xC3\xBC.rgb");
+    // A new file keeps its last component.
+    const std::string path = root.string() + "\\RENDERS\\night\\New.Rgb";
+    EXPECT_EQ(new_name(path), root / "Renders" / "Night" / "New.Rgb");
+    EXPECT_EQ(new_name(root.string() + "/missing/new"), "");
+    EXPECT_EQ(new_name(path, 8), "");
 }
 
 TEST_F(Files, MakesDirectoriesOnTheWay) {
@@ -86,9 +84,9 @@ TEST_F(Files, MakesDirectoriesOnTheWay) {
     EXPECT_TRUE(files_make_directory(path.c_str()));
     EXPECT_TRUE(fs::is_directory(root / "x" / "y" / "z"));
     EXPECT_TRUE(files_make_directory(path.c_str()));
-    EXPECT_FALSE(files_make_directory((root / "renders" / "day" / "Car.RGB" / "in").c_str()));
-    EXPECT_TRUE(files_make_directory((root / "renders" / "day" / "new" / "newer").c_str()));
-    EXPECT_TRUE(fs::is_directory(root / "renders" / "day" / "new" / "newer"));
+    EXPECT_FALSE(files_make_directory((car / "in").c_str()));
+    EXPECT_TRUE(files_make_directory((day / "new" / "newer").c_str()));
+    EXPECT_TRUE(fs::is_directory(day / "new" / "newer"));
     std::string deep = root.string();
     for (int i = 0; i < 900; ++i)
         deep += "/d";
@@ -97,11 +95,16 @@ TEST_F(Files, MakesDirectoriesOnTheWay) {
 }
 
 TEST_F(Files, TellsTheSameFileUnderOtherNames) {
-    fs::path file = root / "renders" / "day" / "Car.RGB";
-    fs::create_symlink(file, root / "link");
-    fs::create_hard_link(file, root / "hard");
+    fs::create_symlink(car, root / "link");
+    fs::create_hard_link(car, root / "hard");
     EXPECT_TRUE(files_is_same((root / "link").c_str(), (root / "hard").c_str()));
-    EXPECT_FALSE(files_is_same(file.c_str(), root.c_str()));
+    EXPECT_FALSE(files_is_same(car.c_str(), root.c_str()));
+    // Replacing through a link keeps the link.
+    ASSERT_TRUE(begin(root / "link"));
+    write(fresh, "through");
+    EXPECT_TRUE(files_replace_commit());
+    EXPECT_TRUE(fs::is_symlink(root / "link"));
+    EXPECT_EQ(read(car), "through");
 }
 
 TEST_F(Files, HandlesRefuseDirectoriesAndMoveWholeTransfers) {
@@ -130,6 +133,10 @@ TEST_F(Files, AStreamTellsAtTheCloseThatAWriteWasCut) {
     EXPECT_LT(stream_write("lost", 1, 4, stream), 4u);
     files_fail_stop();
     EXPECT_EQ(stream_write("more", 1, 4, stream), 4u);
+    EXPECT_EQ(stream_close(stream), -1);
+    stream = stream_open("/dev/full", "wb");
+    ASSERT_NE(stream, nullptr);
+    stream_write("text", 1, 4, stream);
     EXPECT_EQ(stream_close(stream), -1);
     EXPECT_EQ(stream_open((root / "no" / "such").c_str(), "wb"), nullptr);
     EXPECT_EQ(stream_open(root.c_str(), "rb"), nullptr);
@@ -162,13 +169,6 @@ TEST_F(Files, AStreamKeepsBlocksOfEverySizeInTheirPlaces) {
     EXPECT_TRUE(read(path) == wanted);
 }
 
-TEST_F(Files, AFullDeviceIsAFailure) {
-    file_stream* stream = stream_open("/dev/full", "wb");
-    ASSERT_NE(stream, nullptr);
-    stream_write("text", 1, 4, stream);
-    EXPECT_EQ(stream_close(stream), -1);
-}
-
 TEST_F(Files, TheReaderCrossesItsBuffer) {
     std::string text;
     for (int i = 0; i < 50000; ++i)
@@ -197,102 +197,90 @@ TEST_F(Files, LoadsAWholeFileWithinALimit) {
     EXPECT_EQ(size, text.size());
     mem_free(loaded);
     EXPECT_EQ(files_load((root / "text").c_str(), 9999, &size), nullptr);
-    for (long n = 0, failed = 1; failed != 0; ++n) {
-        long before = mem_live();
-        mem_fail_after(n, mem_fail::once);
-        char* again = files_load((root / "text").c_str(), 10000, &size);
-        failed = mem_fail_stop() ? 1 : 0;
-        EXPECT_EQ(again == nullptr, failed == 1);
-        mem_free(again);
-        EXPECT_EQ(mem_live(), before);
-    }
+    sweep_failures(
+        std::array{failing::allocation}, [&] { loaded = files_load((root / "text").c_str(), 10000, &size); },
+        [&](bool hit) {
+            EXPECT_EQ(loaded == nullptr, hit);
+            mem_free(loaded);
+        });
 }
 
 TEST_F(Files, AReplacedFileIsOldOrNewAsAWhole) {
-    fs::path target = root / "renders" / "day" / "Car.RGB";
-    fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
-    char fresh[FILES_PATH_SIZE];
-    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
-    EXPECT_FALSE(files_replace_begin(target.c_str(), fresh, sizeof fresh)); // once at a time
+    fs::permissions(car, fs::perms::owner_read | fs::perms::owner_write);
+    ASSERT_TRUE(begin(car));
+    char second[FILES_PATH_SIZE];
+    EXPECT_FALSE(files_replace_begin(car.c_str(), second, sizeof second)); // once at a time
     write(fresh, "half");
-    EXPECT_EQ(read(target), "picture");
+    EXPECT_EQ(read(car), "picture");
     files_replace_abandon();
-    EXPECT_EQ(entries(), 1u);
-
-    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    expect_car("picture", 1);
+    ASSERT_TRUE(begin(car));
     write(fresh, "whole");
     EXPECT_TRUE(files_replace_commit());
-    EXPECT_EQ(read(target), "whole");
-    EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    EXPECT_EQ(entries(), 1u);
+    expect_car("whole", 1);
+    EXPECT_EQ(fs::status(car).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    // A small one at once, or not at all.
+    files_fail_after(0, files_fail::once);
+    EXPECT_FALSE(files_replace_whole(car.c_str(), "small", 5));
+    EXPECT_TRUE(files_fail_stop());
+    expect_car("whole", 1);
+    EXPECT_TRUE(files_replace_whole(car.c_str(), "small", 5));
+    expect_car("small", 1);
 }
 
 TEST_F(Files, APairIsReplacedTogether) {
-    fs::path first = root / "renders" / "day" / "Car.RGB";
-    fs::path second = root / "renders" / "day" / "Car.TNC";
-    fs::path third = root / "renders" / "day" / "Other";
-    char fresh[3][FILES_PATH_SIZE];
+    const fs::path samples = day / "Car.TNC";
     for (bool whole : {false, true}) {
-        ASSERT_TRUE(files_replace_begin(first.c_str(), fresh[0], sizeof fresh[0]));
-        ASSERT_TRUE(files_replace_begin(second.c_str(), fresh[1], sizeof fresh[1]));
-        EXPECT_FALSE(files_replace_begin(third.c_str(), fresh[2], sizeof fresh[2]));
-        write(fresh[0], "new picture");
-        if (whole) write(fresh[1], "new samples");
+        ASSERT_TRUE(begin(car));
+        const std::string first = fresh;
+        ASSERT_TRUE(begin(samples));
+        const std::string second = fresh;
+        EXPECT_FALSE(begin(day / "Other"));
+        write(first, "new picture");
+        if (whole) write(second, "new samples");
         if (!whole) files_replace_abandon();
-        EXPECT_EQ(read(first), "picture");
+        EXPECT_EQ(read(car), "picture");
         EXPECT_EQ(files_replace_commit(), whole);
-        EXPECT_EQ(entries(), whole ? 2U : 1U);
+        expect_car(whole ? "new picture" : "picture", whole ? 2U : 1U);
     }
-    EXPECT_EQ(read(first), "new picture");
-    EXPECT_EQ(read(second), "new samples");
-}
-
-TEST_F(Files, APairThatCanNotBePlacedLeavesBothAsTheyWere) {
-    fs::path first = root / "renders" / "day" / "Car.RGB";
-    fs::path second = root / "renders" / "day" / "Car.TNC";
+    EXPECT_EQ(read(samples), "new samples");
+    // One that can't be placed leaves both as they were.
+    fs::remove(samples);
     for (bool first_is_new : {false, true}) {
-        if (first_is_new) fs::remove(first);
-        char fresh[2][FILES_PATH_SIZE];
-        ASSERT_TRUE(files_replace_begin(first.c_str(), fresh[0], sizeof fresh[0]));
-        ASSERT_TRUE(files_create_begin(second.c_str(), fresh[1], sizeof fresh[1]));
-        write(fresh[0], "new picture");
-        write(second, "of another writer"); // that was quicker
+        if (first_is_new) fs::remove(car);
+        ASSERT_TRUE(begin(car));
+        write(fresh, "newer picture");
+        ASSERT_TRUE(begin_new(samples));
+        write(samples, "of another writer"); // that was quicker
         EXPECT_FALSE(files_replace_commit());
         EXPECT_STREQ(files_write_failure(), "File exists");
-        EXPECT_EQ(read(second), "of another writer");
-        if (!first_is_new) {
-            EXPECT_EQ(read(first), "picture");
-        }
+        EXPECT_EQ(read(samples), "of another writer");
+        EXPECT_EQ(read(car), first_is_new ? "" : "new picture");
         EXPECT_EQ(entries(), first_is_new ? 1U : 2U);
-        fs::remove(second);
+        fs::remove(samples);
     }
 }
 
 TEST_F(Files, NewContentHasItsPermissionsBeforeItsFirstByte) {
-    fs::path target = root / "renders" / "day" / "Car.RGB";
     umask(022);
     for (unsigned mode : {0600U, 0644U, 0400U, 04711U, 02770U}) {
-        chmod(target.c_str(), mode);
-        char fresh[FILES_PATH_SIZE];
-        ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+        chmod(car.c_str(), mode);
+        ASSERT_TRUE(begin(car));
         struct stat info;
         ASSERT_EQ(lstat(fresh, &info), 0);
         EXPECT_EQ(info.st_mode & 07777, mode & 0777) << mode;
         EXPECT_EQ(info.st_size, 0);
         files_replace_abandon();
     }
-    char fresh[FILES_PATH_SIZE];
-    ASSERT_TRUE(files_create_begin((root / "new").c_str(), fresh, sizeof fresh));
+    ASSERT_TRUE(begin_new(root / "new"));
     EXPECT_EQ(static_cast<unsigned>(fs::status(fresh).permissions()), 0644U);
     EXPECT_TRUE(files_replace_commit());
 }
 
 TEST_F(Files, WhatIsPutUnderTheFreshNameIsNeitherWrittenNorTaken) {
-    fs::path target = root / "renders" / "day" / "Car.RGB";
     fs::path victim = root / "victim";
     write(victim, "precious");
-    char fresh[FILES_PATH_SIZE];
-    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    ASSERT_TRUE(begin(car));
     fs::remove(fresh);
     fs::create_symlink(victim, fresh);
     file_stream* stream = stream_open(fresh, "wb");
@@ -301,18 +289,16 @@ TEST_F(Files, WhatIsPutUnderTheFreshNameIsNeitherWrittenNorTaken) {
     EXPECT_EQ(stream_close(stream), 0);
     EXPECT_FALSE(files_replace_commit());
     EXPECT_EQ(read(victim), "precious");
-    EXPECT_EQ(read(target), "picture");
+    EXPECT_EQ(read(car), "picture");
 }
 
 TEST_F(Files, LeftOversOfDeadProcessesGoAndThoseOfLivingOnesStay) {
-    fs::path target = root / "renders" / "day" / "Car.RGB";
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
     auto start_writer = [&] {
         pid_t child = fork();
         if (child == 0) {
-            char fresh[FILES_PATH_SIZE];
-            bool good = files_replace_begin(target.c_str(), fresh, sizeof fresh);
+            bool good = begin(car);
             _exit(write_byte(ready[1]) && good ? (pause(), 0) : 1);
         }
         char byte = 0;
@@ -327,12 +313,11 @@ TEST_F(Files, LeftOversOfDeadProcessesGoAndThoseOfLivingOnesStay) {
     kill_writer(start_writer());
     EXPECT_EQ(entries(), 3u);
     fs::create_symlink("Car.RGB", root / "renders/day/.Car.RGB.0123456789abcdef0123456789abcdef.part");
-    char fresh[FILES_PATH_SIZE];
-    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    ASSERT_TRUE(begin(car));
     EXPECT_EQ(entries(), 4u); // the target, the link, that of the living one, and this one
     EXPECT_TRUE(files_replace_commit());
     kill_writer(living);
-    ASSERT_TRUE(files_replace_begin(target.c_str(), fresh, sizeof fresh));
+    ASSERT_TRUE(begin(car));
     files_replace_abandon();
     EXPECT_EQ(entries(), 2u);
 }
@@ -347,34 +332,19 @@ TEST_F(Files, NothingIsWaitedFor) {
     EXPECT_STREQ(files_input_fault(root.c_str()), "it is a directory");
     EXPECT_STREQ(files_input_fault((root / "none").c_str()), "it does not exist");
     EXPECT_EQ(files_input_fault((root / "renders/day/car.rgb").c_str()), nullptr);
-    char fresh[FILES_PATH_SIZE];
-    for (const fs::path& target : {fifo, root, root / "none" / "new"}) {
-        EXPECT_FALSE(files_replace_begin(target.c_str(), fresh, sizeof fresh)) << target;
-    }
+    for (const fs::path& target : {fifo, root, root / "none" / "new"})
+        EXPECT_FALSE(begin(target)) << target;
     EXPECT_TRUE(fs::is_fifo(fifo));
 }
 
-TEST_F(Files, ReplacingThroughALinkKeepsTheLink) {
-    fs::path target = root / "renders" / "day" / "Car.RGB";
-    fs::create_symlink(target, root / "link");
-    char fresh[FILES_PATH_SIZE];
-    ASSERT_TRUE(files_replace_begin((root / "link").c_str(), fresh, sizeof fresh));
-    write(fresh, "through");
-    EXPECT_TRUE(files_replace_commit());
-    EXPECT_TRUE(fs::is_symlink(root / "link"));
-    EXPECT_EQ(read(target), "through");
-}
-
 TEST_F(Files, AProcessThatASignalEndsLeavesNothingBehind) {
-    fs::path target = root / "renders" / "day" / "Car.RGB";
     for (int number = 1; number <= SIGRTMAX; ++number) {
         struct sigaction present;
         if (sigaction(number, nullptr, &present) != 0 || number == SIGKILL) continue;
         pid_t child = fork();
         if (child == 0) {
             signal(number, SIG_DFL);
-            char fresh[FILES_PATH_SIZE];
-            if (!files_replace_begin(target.c_str(), fresh, sizeof fresh)) _exit(1);
+            if (!begin(car)) _exit(1);
             write(fresh, "half");
             kill(getpid(), number);
             files_replace_abandon();
@@ -391,18 +361,6 @@ TEST_F(Files, AProcessThatASignalEndsLeavesNothingBehind) {
                        number == SIGWINCH || number == SIGSTOP || number == SIGTSTP || number == SIGTTIN ||
                        number == SIGTTOU;
         EXPECT_EQ(WIFSIGNALED(status), !goes_on) << strsignal(number);
-        EXPECT_EQ(entries(), 1u) << strsignal(number);
-        EXPECT_EQ(read(target), "picture");
+        expect_car("picture", 1);
     }
-}
-
-TEST_F(Files, ASmallFileIsReplacedAtOnceOrNotAtAll) {
-    fs::path target = root / "renders" / "day" / "Car.RGB";
-    files_fail_after(0, files_fail::once);
-    EXPECT_FALSE(files_replace_whole(target.c_str(), "whole", 5));
-    EXPECT_TRUE(files_fail_stop());
-    EXPECT_EQ(read(target), "picture");
-    EXPECT_TRUE(files_replace_whole(target.c_str(), "whole", 5));
-    EXPECT_EQ(read(target), "whole");
-    EXPECT_EQ(entries(), 1u);
 }

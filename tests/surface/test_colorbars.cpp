@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "common/values.h"
 #include "surface/colorbars.h"
 
 namespace {
@@ -63,11 +64,7 @@ TEST(ColorBars, RampsRunFromEndToEnd) {
 
 TEST(ColorBars, APressHitsABarAndGivesItsNumber) {
     const bar_layout l = bar_layout_of(10, 20, 331, 31);
-    EXPECT_EQ(l.row_height, 10);
-    EXPECT_EQ(l.bar_width, 150);
-    EXPECT_EQ(l.swatch_x, 160);
-    EXPECT_EQ(l.right_x, 191);
-    EXPECT_EQ(l.end_x, 341);
+    EXPECT_EQ((values{l.row_height, l.bar_width, l.swatch_x, l.right_x, l.end_x}), (values{10, 150, 160, 191, 341}));
     bool on_swatch = false;
     const struct {
         int x, y, bar;

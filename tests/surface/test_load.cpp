@@ -36,7 +36,6 @@ TEST_F(Load, TheTopLeftCornerOrABottomUpFileWhole) {
     expect_size(down, 100, 100, 20, 10);
     expect_size(down, 7, 4, 7, 4);
     expect_size(down, 7, 100, 7, 10);
-    expect_size(up, 100, 100, 20, 10);
     expect_size(up, 7, 4, 20, 10);
 }
 

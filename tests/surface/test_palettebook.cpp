@@ -1,5 +1,6 @@
 // The palette in hand, and search paths as rows.
 #include "common/failures.h"
+#include "common/values.h"
 #include "platform/profile.h"
 #include "surface/palettebook.h"
 #include "surface/pathedit.h"
@@ -51,15 +52,15 @@ TEST_F(PaletteBook, ALoadTakesThePlaceOnlyWhenItSucceeded) {
 }
 
 TEST_F(PaletteBook, NamesAreKeptApartAndFitAFile) {
-    for (const char* name : {"brick.old.rgb", "Brick.tif", ".rgb", "od{d.rgb"})
-        write_raster(name, 2, 2, 1);
+    const std::pair<const char*, const char*> names[] = {
+        {"brick.old.rgb", "Brick 2"}, {"Brick.tif", "Brick 3"}, {".rgb", "Rgb"}, {"od{d.rgb", "Od_d"}};
     palette_book_add(&book, "Brick", 1, 0, 0);
-    for (const char* name : {"brick.old.rgb", "Brick.tif", ".rgb", "od{d.rgb"})
-        EXPECT_EQ(palette_book_set_pattern(&book, 99, path(name).c_str()), 0);
+    for (const auto& [file, name] : names) {
+        write_raster(file, 2, 2, 1);
+        EXPECT_EQ(palette_book_set_pattern(&book, 99, path(file).c_str()), 0);
+        EXPECT_STREQ(book.patterns.entries[book.patterns.count - 1].name, name);
+    }
     ASSERT_EQ(book.patterns.count, 4);
-    const char* names[] = {"Brick 2", "Brick 3", "Rgb", "Od_d"};
-    for (int i = 0; i < 4; ++i)
-        EXPECT_STREQ(book.patterns.entries[i].name, names[i]);
     EXPECT_EQ(palette_book_set_pattern(&book, 1, path("Brick.tif").c_str()), 0); // itself is no other
     EXPECT_STREQ(book.patterns.entries[1].name, "Brick 3");
     EXPECT_EQ(palette_book_add(&book, "Rgb", 0, 0, 0), -1);
@@ -84,12 +85,10 @@ TEST_F(PaletteBook, NamesAreKeptApartAndFitAFile) {
     char text[] = "red {  __";
     palette_typed_name(text);
     EXPECT_STREQ(text, "red");
-    EXPECT_EQ(page_next(0, 25), 10);
-    EXPECT_EQ(page_next(10, 25), 20);
-    EXPECT_EQ(page_next(20, 25), 20);
-    EXPECT_EQ(page_next(0, 10), 10); // an empty page, to add to
-    EXPECT_EQ(page_previous(10), 0);
-    EXPECT_EQ(page_previous(5), 0);
+    // The last page may be an empty one, to add to.
+    EXPECT_EQ((values{page_next(0, 25), page_next(10, 25), page_next(20, 25), page_next(0, 10)}),
+              (values{10, 20, 20, 10}));
+    EXPECT_EQ((values{page_previous(10), page_previous(5)}), (values{0, 0}));
 }
 
 TEST_F(PaletteBook, ASearchPathIsEditedAsRows) {
@@ -98,14 +97,12 @@ TEST_F(PaletteBook, ASearchPathIsEditedAsRows) {
     EXPECT_FALSE(path_rows_add(&rows, ""));
     EXPECT_FALSE(path_rows_add(&rows, "x;y"));
     EXPECT_TRUE(path_rows_add(&rows, "e"));
-    EXPECT_EQ(path_rows_move(&rows, 0, -1), 0);
-    EXPECT_EQ(path_rows_move(&rows, 3, -1), 2);
-    EXPECT_EQ(path_rows_move(&rows, 3, 1), 3);
+    EXPECT_EQ((values{path_rows_move(&rows, 0, -1), path_rows_move(&rows, 3, -1), path_rows_move(&rows, 3, 1)}),
+              (values{0, 2, 3}));
     EXPECT_TRUE(path_rows_set(&rows, 0, "f\\"));
     EXPECT_EQ(texts(), (std::vector<std::string>{"f\\", "b\\", "e\\", "d\\"}));
-    EXPECT_EQ(path_rows_delete(&rows, 1), 1);
-    EXPECT_EQ(path_rows_delete(&rows, 2), 1);
-    EXPECT_EQ(path_rows_delete(&rows, 7), -1);
+    EXPECT_EQ((values{path_rows_delete(&rows, 1), path_rows_delete(&rows, 2), path_rows_delete(&rows, 7)}),
+              (values{1, 1, -1}));
     char value[SEARCH_PATH_SIZE];
     path_rows_add(&rows, std::string(4090, 'l').c_str());
     path_rows_add(&rows, "z");

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "common/values.h"
 #include "platform/files.h"
 #include "platform/profile.h"
 #include "surface/file_types.h"
@@ -24,9 +25,8 @@ protected:
         setenv("VANTORA_INI", ini.c_str(), 1);
         for (const char* name : {VARIABLE_PALETTES, VARIABLE_BUMPS, VARIABLE_PATTERNS, VARIABLE_REFERENCES})
             unsetenv(name);
-        std::filesystem::create_directories(directory + "/one");
-        std::filesystem::create_directories(directory + "/two");
-        std::filesystem::create_directories(directory + "/empty");
+        for (const char* name : {"one", "two", "empty"})
+            std::filesystem::create_directories(path(name));
         std::filesystem::current_path(directory + "/empty");
     }
     void TearDown() override {
@@ -45,20 +45,22 @@ protected:
 } // namespace
 
 TEST_F(Paths, CleanForm) {
-    EXPECT_EQ(cleaned("C:/Work/../Maps/./a.rgb"), "c:\\maps\\a.rgb");
-    EXPECT_EQ(cleaned("\\"), "\\");
-    EXPECT_EQ(cleaned("c:\\"), "c:\\");
-    EXPECT_EQ(cleaned(""), "\\");
+    const std::pair<const char*, const char*> cases[] = {{"C:/Work/../Maps/./a.rgb", "c:\\maps\\a.rgb"},
+                                                         {"\\", "\\"},
+                                                         {"c:\\", "c:\\"},
+                                                         {"", "\\"},
+                                                         {"c:a/..", "c:\\"},
+                                                         {"a\\\\b\\", "a\\b"},
+                                                         {"a/b/../../../c", "..\\c"}, // above where it began
+                                                         {"/..", "\\"},
+                                                         {"/a/.", "\\a"},
+                                                         {"a/..b/.c", "a\\..b\\.c"}};
+    for (const auto& [path, clean] : cases)
+        EXPECT_EQ(cleaned(path), clean) << path;
     const auto drive = std::make_unique<char[]>(3); // of exactly its size
     std::copy_n("C:", 3, drive.get());
     path_clean(drive.get());
     EXPECT_STREQ(drive.get(), "c:");
-    EXPECT_EQ(cleaned("c:a/.."), "c:\\");
-    EXPECT_EQ(cleaned("a\\\\b\\"), "a\\b");
-    EXPECT_EQ(cleaned("a/b/../../../c"), "..\\c"); // above where it began
-    EXPECT_EQ(cleaned("/.."), "\\");
-    EXPECT_EQ(cleaned("/a/."), "\\a");
-    EXPECT_EQ(cleaned("a/..b/.c"), "a\\..b\\.c");
     char path[] = "C:x";
     EXPECT_EQ(path_is_absolute(path), 1);
     char relative[] = "a\\b";
@@ -100,13 +102,11 @@ TEST_F(Paths, AsksAgainWhileTheUserChangesThePath) {
     asked = 0;
     made = directory + "/empty/late.rgb";
     search_path_set_question([](const char* /*file*/, const char* variable, const char* kind) {
-        EXPECT_STREQ(variable, VARIABLE_PATTERNS);
-        EXPECT_STREQ(kind, "pattern");
+        EXPECT_EQ((values{variable, kind}), (values{VARIABLE_PATTERNS, "pattern"}));
         if (++asked == 2) std::ofstream(made) << "x";
         return asked <= 2 ? 1 : 0;
     });
-    EXPECT_EQ(found("late.rgb"), "late.rgb");
-    EXPECT_EQ(asked, 2);
+    EXPECT_EQ((values{found("late.rgb"), asked}), (values{"late.rgb", 2}));
     search_path_set_question(nullptr);
 }
 
@@ -116,16 +116,12 @@ TEST_F(Paths, FileTypesComeFromTheTable) {
         file_type((directory + "/" + name).c_str(), &classes);
         return classes;
     };
-    write("a.RGB", "");
-    write("a.tnc", "");
-    write("a.rgbP", "");
-    write("a.xyz", "");
+    for (const char* name : {"a.RGB", "a.tnc", "a.rgbP", "a.xyz"})
+        write(name, "");
     EXPECT_EQ(type("a.RGB"), TYPE_RASTER);
     EXPECT_EQ(type("a.tnc"), TYPE_RENDERED_IMAGE);
     EXPECT_EQ(type("a.rgbP"), TYPE_UNKNOWN);
-    EXPECT_EQ(type("one"), TYPE_DIRECTORY);
-    EXPECT_EQ(file_type("c:", &classes), 0);
-    EXPECT_EQ(classes, TYPE_DRIVE);
+    EXPECT_EQ((values{type("one"), file_type("c:", &classes), classes}), (values{TYPE_DIRECTORY, 0, TYPE_DRIVE}));
     EXPECT_EQ(file_type((directory + "/none.rgb").c_str(), &classes), -1);
     write("filetype.dat", "xyz 5\nTNC 6 rgb x");
     EXPECT_EQ(type("a.xyz"), TYPE_RASTER);
@@ -146,7 +142,5 @@ TEST_F(Paths, TheProfileKeepsItsOtherLines) {
     ASSERT_TRUE(profile_set(ini.c_str(), "Root", "key", "new"));
     ASSERT_TRUE(profile_set(ini.c_str(), "Root", "more", "2"));
     ASSERT_TRUE(profile_set(ini.c_str(), "Fresh", "y", "3"));
-    std::ifstream in(ini);
-    std::string text((std::istreambuf_iterator<char>(in)), {});
-    EXPECT_EQ(text, "; mine\r\n[Other]\nVANTORAMA=no\n[root]\nkey=new\nmore=2\n[Last]\nx=1\n[Fresh]\ny=3\n");
+    EXPECT_EQ(read(ini), "; mine\r\n[Other]\nVANTORAMA=no\n[root]\nkey=new\nmore=2\n[Last]\nx=1\n[Fresh]\ny=3\n");
 }

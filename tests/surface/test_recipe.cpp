@@ -2,6 +2,7 @@
 #include <map>
 
 #include "common/failures.h"
+#include "common/values.h"
 #include "surface/recipe.h"
 #include "surface_fixture.h"
 
@@ -57,10 +58,7 @@ TEST_F(Recipe, ReadsWhatIsRightAndTellsTheLinesThatAreNot) {
                                                   std::string("11=a\0b\n", 7) + "12=0,0.1,1e-3");
     ASSERT_TRUE(recipe_read(&r, path.c_str(), LOG_INFO));
     ASSERT_EQ(r.count, 4);
-    EXPECT_EQ(r.wrong, 2);
-    EXPECT_STREQ(r.sets[0].text, "Deep red");
-    EXPECT_EQ(r.sets[0].size, 0.5);
-    EXPECT_EQ(r.sets[0].line, 3);
+    EXPECT_EQ((values{r.wrong, r.sets[0].text, r.sets[0].size, r.sets[0].line}), (values{2, "Deep red", 0.5, 3}));
     EXPECT_EQ(r.sets[1].text, this->path("beside.rgb"));
     EXPECT_STREQ(r.sets[2].text, "gone.rgb");
     EXPECT_TRUE(r.sets[2].mirror);
@@ -111,8 +109,7 @@ TEST_F(Recipe, AFailureLosesNothingAndIsTold) {
     sweep_failures(
         MEMORY_FAILURES, [&] { messages.clear(), recipe_read(&r, path.c_str(), LOG_INFO); },
         [&](bool hit) {
-            EXPECT_EQ(messages.empty(), !hit);
-            EXPECT_EQ(r.count < 3, hit);
+            EXPECT_EQ((values{messages.empty(), r.count < 3}), (values{!hit, hit}));
             recipe_free(&r);
         });
     ASSERT_TRUE(recipe_read(&r, path.c_str(), LOG_INFO));

@@ -3,6 +3,7 @@
 #include <random>
 
 #include "common/failures.h"
+#include "common/values.h"
 #include "scene.h"
 #include "surface/patterncache.h"
 
@@ -31,9 +32,7 @@ protected:
         scene slow(again);
         EXPECT_EQ(reevaluate_pen(&fast.picture, fast.image, {nullptr, nullptr}, old_one, new_one, pen), 1);
         plain_pass(&slow.picture, slow.image, pen, old_one, new_one);
-        EXPECT_EQ(fast.red, slow.red);
-        EXPECT_EQ(fast.green, slow.green);
-        EXPECT_EQ(fast.blue, slow.blue);
+        EXPECT_EQ((values{fast.red, fast.green, fast.blue}), (values{slow.red, slow.green, slow.blue}));
     }
 
     void TearDown() override {
@@ -61,11 +60,9 @@ TEST_F(Reevaluate, PatternsEqualThePlainFormula) {
     applique tiny = pattern(pattern_path, 210, 0, 1e-6);
     applique minute = pattern(pattern_path, 45, 0, 1e-19);
     applique blue = color(0.1, 0.2, 0.9);
-    compare(5, nullptr, &plain);
-    compare(5, &plain, &turned);
-    compare(5, &turned, &blue);
-    compare(5, &blue, &tiny);
-    compare(5, &tiny, &minute);
+    const applique* order[] = {nullptr, &plain, &turned, &blue, &tiny, &minute};
+    for (size_t i = 1; i < std::size(order); ++i)
+        compare(5, order[i - 1], order[i]);
 }
 
 // Loaded once while it is the same file, anew when it has changed; what nobody uses goes, the oldest first.
@@ -106,13 +103,13 @@ TEST_F(Reevaluate, PositionsWrapInBothDirections) {
         a.a6 = s0; // S at u = 32768, the origin
         return surface_contribution(&a, &four, 0, 255, 32768, 32768);
     };
-    EXPECT_EQ(at(65536.0), (10 * 255) >> 8);
-    EXPECT_EQ(at(65535.0), (40 * 255) >> 8);
-    EXPECT_EQ(at(-1.0), (40 * 255) >> 8);
-    EXPECT_EQ(at(-0.5), (10 * 255) >> 8);            // truncated toward zero
-    EXPECT_EQ(at(0x1p70 + 0x1p20), (10 * 255) >> 8); // far beyond 64 bits, exactly a multiple
-    EXPECT_EQ(at(0x1p63 + 0x1p15), (30 * 255) >> 8); // 32768 in the low 16 bits
-    EXPECT_EQ(at(-(0x1p66 + 0x1p15)), (30 * 255) >> 8);
+    const std::pair<double, int> cases[] = {
+        {65536.0, 10},           {65535.0, 40}, {-1.0, 40}, {-0.5, 10}, // truncated toward zero
+        {0x1p70 + 0x1p20, 10},                                          // far beyond 64 bits, exactly a multiple
+        {0x1p63 + 0x1p15, 30},                                          // 32768 in the low 16 bits
+        {-(0x1p66 + 0x1p15), 30}};
+    for (const auto& [s, byte] : cases)
+        EXPECT_EQ(at(s), (byte * 255) >> 8) << s;
 }
 
 TEST_F(Reevaluate, TellsTheChangedStretchOfEachRowInOrder) {
@@ -140,8 +137,7 @@ TEST_F(Reevaluate, TellsTheChangedStretchOfEachRowInOrder) {
             low = std::min(low, p.x);
             high = std::max(high, p.x);
         }
-        EXPECT_EQ(row.x1, low);
-        EXPECT_EQ(row.x2, high);
+        EXPECT_EQ((values{row.x1, row.x2}), (values{low, high}));
     }
     EXPECT_FALSE(rows.empty());
 }

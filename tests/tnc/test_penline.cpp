@@ -2,6 +2,7 @@
 #include <random>
 #include <tuple>
 
+#include "common/values.h"
 #include "tnc/builder.h"
 #include "tnc/penline.h"
 #include "tnc/pline.h"
@@ -59,31 +60,29 @@ std::vector<pixel> grey_run(int x, int count, int shade) {
 
 } // namespace
 
-TEST_F(penline_test, gaps_take_the_shortest_skips) {
+TEST_F(penline_test, known_lines_have_known_bytes) {
+    // Gaps take the shortest skips, and counts move behind the header from eight on.
+    const struct {
+        int x, count;
+        bytes code;
+    } runs[] = {{127, 1, {0xFF, 0x1D, 5, 0}},
+                {128, 1, {0x80, 0x7F, 0x1D, 5, 0}},
+                {256, 1, {0x80, 0xFF, 0x1D, 5, 0}},
+                {300, 1, {0x80, 0xFF, 0xAC, 0x1D, 5, 0}},
+                {0, 7, {0x7D, 5, 0}},
+                {0, 8, {0x0D, 7, 5, 0}},
+                {0, 256, {0x0D, 255, 5, 0}}};
+    for (const auto& r : runs)
+        EXPECT_EQ(code_of(grey_run(r.x, r.count, 5), false), r.code) << r.x << " " << r.count;
+    EXPECT_EQ(code_of(grey_run(0, 257, 5), false).size(), 6u); // a second run, of 256 and 1 in some order
     EXPECT_EQ(code_of({{0, 1, 2, 3, 0x1234, 0x5678}}, true), (bytes{0x17, 1, 2, 3, 0x34, 0x12, 0x78, 0x56, 0}));
     EXPECT_EQ(code_of({{0, 5, 5, 5, 0, 0}}, true), (bytes{0x1F, 5, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(code_of(grey_run(127, 1, 5), false), (bytes{0xFF, 0x1D, 5, 0}));
-    EXPECT_EQ(code_of(grey_run(128, 1, 5), false), (bytes{0x80, 0x7F, 0x1D, 5, 0}));
-    EXPECT_EQ(code_of(grey_run(256, 1, 5), false), (bytes{0x80, 0xFF, 0x1D, 5, 0}));
-    EXPECT_EQ(code_of(grey_run(300, 1, 5), false), (bytes{0x80, 0xFF, 0xAC, 0x1D, 5, 0}));
-}
-
-TEST_F(penline_test, counts_move_behind_the_header_from_eight_on) {
-    EXPECT_EQ(code_of(grey_run(0, 7, 5), false), (bytes{0x7D, 5, 0}));
-    EXPECT_EQ(code_of(grey_run(0, 8, 5), false), (bytes{0x0D, 7, 5, 0}));
-    EXPECT_EQ(code_of(grey_run(0, 256, 5), false), (bytes{0x0D, 255, 5, 0}));
-    bytes longer = code_of(grey_run(0, 257, 5), false);
-    EXPECT_EQ(longer.size(), 6u); // a second run, of 256 and 1 in some order
-}
-
-TEST_F(penline_test, second_differences_take_two_bytes) {
-    std::vector<pixel> three = {{0, 9, 9, 9, 100, 65000}, {1, 9, 9, 9, 200, 300}, {2, 9, 9, 9, 427, 1263}};
-    // u: 100, 100, then +127; v wraps: the difference is taken on the full values, and does not fit.
-    EXPECT_EQ(code_of(three, true).front(), 0x3F);
-    std::vector<pixel> fits = {{0, 9, 9, 9, 100, 1000}, {1, 9, 9, 9, 200, 900}, {2, 9, 9, 9, 427, 672}};
-    EXPECT_EQ(code_of(fits, true), (bytes{0x3E, 9, 0, 3, 0, 3, 100, 0xE8, 200, 0x84, 127, 0x80, 0}));
-    std::vector<pixel> two = {{0, 9, 9, 9, 1, 1}, {1, 9, 9, 9, 2, 2}};
-    EXPECT_EQ(code_of(two, true).front(), 0x2F);
+    // Second differences take two bytes: 100, 100, then +127; v wraps, its difference is taken on the full values and
+    // does not fit.
+    EXPECT_EQ(code_of({{0, 9, 9, 9, 100, 65000}, {1, 9, 9, 9, 200, 300}, {2, 9, 9, 9, 427, 1263}}, true).front(), 0x3F);
+    EXPECT_EQ(code_of({{0, 9, 9, 9, 100, 1000}, {1, 9, 9, 9, 200, 900}, {2, 9, 9, 9, 427, 672}}, true),
+              (bytes{0x3E, 9, 0, 3, 0, 3, 100, 0xE8, 200, 0x84, 127, 0x80, 0}));
+    EXPECT_EQ(code_of({{0, 9, 9, 9, 1, 1}, {1, 9, 9, 9, 2, 2}}, true).front(), 0x2F);
 }
 
 TEST_F(penline_test, broken_code_ends_the_line) {
@@ -125,10 +124,9 @@ TEST_F(penline_test, what_a_line_holds_is_told_without_decoding_it) {
     for (const auto& c : cases) {
         pline* line = line_of(c.code);
         penline_content content = penline_examine(line);
-        EXPECT_EQ(content.samples, c.samples) << &c - cases;
-        EXPECT_EQ(content.without_uv_code, c.without_uv_code) << &c - cases;
-        EXPECT_EQ(content.ends_in_item, c.ends_in_item) << &c - cases;
-        EXPECT_EQ(content.has_end, c.has_end) << &c - cases;
+        EXPECT_EQ((values{content.samples, content.without_uv_code, content.ends_in_item, content.has_end}),
+                  (values{c.samples, c.without_uv_code, c.ends_in_item, c.has_end}))
+            << &c - cases;
         EXPECT_EQ(decoded(line).size(), static_cast<size_t>(c.samples)) << &c - cases; // read all the same
         mem_free(line);
     }
@@ -147,9 +145,8 @@ TEST_F(penline_test, walks_stop_and_pens_are_picked_by_strength) {
     // The limit is on the pens looked at, from 0 up: of the first twenty the strongest comes first.
     for (int i = 1; i < PENS_AT_PIXEL_MAX; ++i)
         EXPECT_GT(pens[i - 1] * 7 % 31, pens[i] * 7 % 31);
-    EXPECT_EQ(pens_at_pixel(image, 1, 0, pens, 30), 0);
-    EXPECT_EQ(pens_at_pixel(image, 0, 1, pens, 30), 0);
-    EXPECT_EQ(pens_at_pixel(image, 0, -1, pens, 30), 0);
+    for (const auto& [x, y] : {std::pair{1, 0}, {0, 1}, {0, -1}})
+        EXPECT_EQ(pens_at_pixel(image, x, y, pens, 30), 0) << x << " " << y;
     int calls = 0;
     auto stop = [](void* user, int32_t, int32_t, int32_t) { return ++*static_cast<int*>(user); };
     EXPECT_EQ(pen_for_each_run(image, 3, &calls, stop), 1);

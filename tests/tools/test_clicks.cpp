@@ -1,6 +1,7 @@
 // Clicks: what presses and releases become, and to the millisecond when.
 #include <vector>
 
+#include "common/values.h"
 #include "events_fixture.h"
 
 namespace {
@@ -97,16 +98,14 @@ TEST_F(Clicks, TellWhereAndWhen) {
     headless_advance(210);
     EXPECT_EQ(data(Inq_events), std::to_string(BUTTON_EVENT));
     const std::string expected = std::to_string(window) + " 10 20 2 2 " + std::to_string(now);
-    EXPECT_EQ(data(Inq_button_data), expected);
-    EXPECT_EQ(data(Get_button_data), expected);
+    EXPECT_EQ((values{data(Inq_button_data), data(Get_button_data)}), (values{expected, expected}));
     EXPECT_EQ(data(Get_button_data), "-2");
 }
 
 TEST_F(Clicks, ThatAreNotDelivered) {
     act("L-"); // no press came before
     tools_pump();
-    EXPECT_EQ(event_error, EVENT_ERROR_DISABLED);
-    EXPECT_EQ(buttons(), "");
+    EXPECT_EQ((values{event_error, buttons()}), (values{EVENT_ERROR_DISABLED, ""}));
     act("L+"); // its window goes before it is told
     tools_pump();
     ASSERT_EQ(Delete_win(window), 0);
@@ -143,8 +142,7 @@ TEST_F(Clicks, OutsideOfAnAreaBeepAndAreDelivered) {
     EXPECT_EQ(headless_beeps(), 0);
     headless_click(400, 310, HOST_LEFT);
     tools_pump();
-    EXPECT_EQ(headless_beeps(), 2);
-    EXPECT_EQ(buttons(), "1.1 1.0 2.1 2.0 1.1 1.0 ");
+    EXPECT_EQ((values{headless_beeps(), buttons()}), (values{2, "1.1 1.0 2.1 2.0 1.1 1.0 "}));
     EXPECT_EQ(Delete_SR_area(0), 0);
     EXPECT_EQ(Exit_SR(0), 0);
 }

@@ -1,4 +1,5 @@
 // The palette, and the four pipelines: their tables, and rows of bytes as pixels.
+#include "common/values.h"
 #include "draw_fixture.h"
 
 #include <cmath>
@@ -7,11 +8,6 @@
 #include "tools/rgbdata.h"
 
 namespace {
-
-struct rgb_values {
-    uint8_t red, green, blue;
-    bool operator==(const rgb_values&) const = default;
-};
 
 class Colors : public DrawFixture {};
 
@@ -23,8 +19,7 @@ TEST_F(Colors, SlotsHoldTheStandardColoursAndWhiteBehindThem) {
     for (int planes : DEPTHS) {
         SCOPED_TRACE(planes);
         start(planes);
-        EXPECT_EQ(screen_planes, planes);
-        EXPECT_EQ(max_color_index, planes == 4 ? 15 : 255);
+        EXPECT_EQ((values{screen_planes, max_color_index}), (values{planes, planes == 4 ? 15 : 255}));
         const color_entry* table = nullptr;
         int count = 0;
         Inq_standard_colors(&table, &count);
@@ -49,19 +44,15 @@ TEST_F(Colors, EntriesBeyondThePaletteAreLeftOut) {
     start(8);
     const color_entry entries[] = {{30, 0x1234, 0x5678, 0x9ABC}, {256, 1, 1, 1}, {31, 0xFFFF, 0, 0}};
     EXPECT_EQ(Load_colors(0, entries, 3), -1);
-    EXPECT_EQ(slot_color(30).green, 0x56);
-    EXPECT_EQ(slot_color(31).red, 255);
+    EXPECT_EQ((values{slot_color(30).green, slot_color(31).red}), (values{0x56, 255}));
     color_entry read[3] = {};
     EXPECT_EQ(Read_colors(0, read, 0, 999), 0);
     EXPECT_EQ(Read_colors(0, read, 3, 254), -1);
-    EXPECT_EQ(read[1].slot, 255);
-    EXPECT_EQ(read[1].red, 65535);
-    EXPECT_EQ(read[2].slot, 256);
+    EXPECT_EQ((values{read[1].slot, read[1].red, read[2].slot}), (values{255, 65535, 256}));
     start(4);
     const color_entry pink = {5, 0xFF00, 0xC000, 0xC000};
     EXPECT_EQ(Load_colors(0, &pink, 1), 0); // becomes a colour that the screen has
-    EXPECT_EQ(slot_color(5).red, slot_color(5).green);
-    EXPECT_EQ(slot_color(5).red, 192);
+    EXPECT_EQ((values{slot_color(5).red, slot_color(5).red}), (values{slot_color(5).green, 192}));
 }
 
 TEST_F(Colors, TrueColourIsGrantedOnce) {
@@ -114,8 +105,7 @@ TEST_F(Colors, NoMemoryMeansNoPipeline) {
     EXPECT_EQ(RGB_init(0, 4), 0);
     EXPECT_TRUE(mem_fail_stop());
     RGB_init(0, 2);
-    EXPECT_EQ(told, "2init_vmap: out of memory2RGB_init: too few planes");
-    EXPECT_EQ(rgb_depth, 0);
+    EXPECT_EQ((values{told, rgb_depth}), (values{"2init_vmap: out of memory2RGB_init: too few planes", 0}));
     EXPECT_EQ(RGB_init(0, 4), 4);
 
     log_set_sink(nullptr, nullptr);
@@ -164,11 +154,13 @@ TEST_F(Colors, TheCellsOfADitherAddUpToTheColour) {
         EXPECT_EQ(sum[1], expected(255 - i));
         EXPECT_EQ(sum[2], expected(7));
     }
-    EXPECT_EQ(rgb_dither_pixel(3, 3, 255, 255, 255), 235u);
-    EXPECT_EQ(rgb_plain_pixel(255, 255, 255), 235u);
-    rgb_values c = {};
-    rgb_pixel_color(235 - 36, &c.red, &c.green, &c.blue);
-    EXPECT_EQ(c, (rgb_values{204, 255, 255}));
+    EXPECT_EQ((values{rgb_dither_pixel(3, 3, 255, 255, 255), rgb_plain_pixel(255, 255, 255)}), (values{235u, 235u}));
+    const auto color_of = [](uint32_t pixel) {
+        uint8_t red = 0, green = 0, blue = 0;
+        rgb_pixel_color(pixel, &red, &green, &blue);
+        return values{red, green, blue};
+    };
+    EXPECT_EQ(color_of(235 - 36), (values{204, 255, 255}));
     EXPECT_EQ(slot_color(20 + 36 + 6 + 1).green, 51);
 
     start(15);
@@ -177,15 +169,12 @@ TEST_F(Colors, TheCellsOfADitherAddUpToTheColour) {
         int sum = 0;
         for (int cell = 0; cell < CELLS; ++cell) {
             const uint32_t pixel = rgb_dither_pixel(cell & 3, cell >> 2, uint8_t(i), uint8_t(i), 0);
-            EXPECT_EQ(pixel >> 16, 0u);
-            EXPECT_EQ(pixel & 255, pixel >> 8);
-            EXPECT_EQ(pixel & 7, 0u);
+            EXPECT_EQ((values{pixel >> 16, pixel & 255, pixel & 7}), (values{0u, pixel >> 8, 0u}));
             sum += int(pixel & 255);
         }
         EXPECT_EQ(sum, std::min<int>(rgb.gamma_table[i], 248) * CELLS) << i;
     }
-    rgb_pixel_color(0x0A0B0C, &c.red, &c.green, &c.blue);
-    EXPECT_EQ(c, (rgb_values{8, 8, 8}));
+    EXPECT_EQ(color_of(0x0A0B0C), (values{8, 8, 8}));
 
     start(24);
     ASSERT_EQ(RGB_init(0, 24), 24);

@@ -1,4 +1,5 @@
 // Drawing on windows, pixel by pixel.
+#include "common/values.h"
 #include "draw_fixture.h"
 #include "tools_fixture.h"
 
@@ -12,6 +13,12 @@ protected:
         DrawFixture::SetUp();
         start(8);
         w = open(20, 20, 119, 99);
+        fgcolor(w, 8);
+    }
+    // Empties the corner of the window that is looked at.
+    void blank() const {
+        fgcolor(w, 0);
+        rectf(w, 0, 0, 9, 9);
         fgcolor(w, 8);
     }
     int w = -1;
@@ -41,9 +48,7 @@ TEST_F(Draw, WeightSetsLinesSideBySideAndSquares) {
         {0, 2, 2, -1, 0, "....../....../..#.../....../....../....../"},
     };
     for (const auto& c : cases) {
-        fgcolor(w, 0);
-        rectf(w, 0, 0, 9, 9);
-        fgcolor(w, 8);
+        blank();
         weight(w, c.weight);
         if (c.to_x >= 0) {
             move(w, c.x, c.y);
@@ -83,16 +88,11 @@ TEST_F(Draw, PointsComeInFourForms) {
     const float floats[] = {1.9F, 1.2F, 5.9F, 1, 5, 4.99F};
     const int32_t longs[] = {1, 1, 5, 1, 5, 4};
     const int16_t shorts[] = {1, 1, 5, 1, 5, 4};
-    const struct {
-        int type;
-        const void* points;
-    } lists[] = {{0, doubles}, {2, floats}, {4, longs}, {6, shorts}};
-    for (const auto& list : lists) {
-        fgcolor(w, 0);
-        rectf(w, 0, 0, 9, 9);
-        fgcolor(w, 8);
-        EXPECT_EQ(polyf(w, list.points, 3, list.type), 0);
-        EXPECT_EQ(picture(w, 7, 5, 8), "......./.#####./.....#./.....#./......./") << list.type;
+    const std::pair<int, const void*> lists[] = {{0, doubles}, {2, floats}, {4, longs}, {6, shorts}};
+    for (const auto& [type, points] : lists) {
+        blank();
+        EXPECT_EQ(polyf(w, points, 3, type), 0);
+        EXPECT_EQ(picture(w, 7, 5, 8), "......./.#####./.....#./.....#./......./") << type;
     }
     EXPECT_EQ(polyf(w, longs, 0, 4), -1);
     EXPECT_EQ(polyf(w, longs, 3, 1), -1);
@@ -104,8 +104,7 @@ TEST_F(Draw, ClipBoxesAreCutToTheClientAreaAndComeBack) {
     pushattributes(w);
     clipbox(w, -5, 2, 3, 1000);
     const window_attributes& a = window_find(w)->attributes;
-    EXPECT_EQ(a.clip_x1, 0);
-    EXPECT_EQ(a.clip_y2, 79);
+    EXPECT_EQ((values{a.clip_x1, a.clip_y2}), (values{0, 79}));
     rectf(w, 0, 0, 9, 3);
     EXPECT_EQ(picture(w, 6, 4, 8), "....../....../####../####../");
     clipbox(w, 50, 50, 40, 40); // nothing is left
@@ -156,9 +155,7 @@ TEST_F(Draw, AttributesAreStacked) {
     EXPECT_TRUE(mem_fail_stop());
     for (const auto& [color, style, x] : {std::tuple(9u, 1, 30), std::tuple(8u, 0xFFFF, 3)}) {
         EXPECT_EQ(popattributes(w), 0);
-        EXPECT_EQ(a.foreground, CANVAS_SLOT | color);
-        EXPECT_EQ(a.line_style, style);
-        EXPECT_EQ(a.current_x, x);
+        EXPECT_EQ((values{a.foreground, a.line_style, a.current_x}), (values{CANVAS_SLOT | color, style, x}));
     }
     EXPECT_EQ(popattributes(w), -1);
     pushattributes(w); // goes with the window
@@ -193,16 +190,13 @@ TEST_F(Draw, BlocksComeBackAsTheyWere) {
         ASSERT_EQ(pixelblock_size(w, 3, 2, 9, 8, 0, &size), 0);
         EXPECT_EQ(size, 49);
         getpixelblock(w, 3, 2, 9, 8, 0, slots.data());
-        for (size_t i = 0; i < slots.size();
-             ++i) // where two slots have one colour, a true-colour screen tells the lower
+        // Where two slots have one colour, a true-colour screen tells the lower.
+        for (size_t i = 0; i < slots.size(); ++i)
             EXPECT_EQ(canvas_pixel(CANVAS_SLOT | slots[i]), at(w, 3 + int(i % 7), 2 + int(i / 7))) << i;
         saved_area area = nullptr;
         ASSERT_EQ(save_area(w, 0, 0, 29, 19, &area), 0);
-        const auto wipe = [&] {
-            fgcolor(w, 9);
-            rectf(w, 0, 0, 29, 19);
-        };
-        wipe();
+        fgcolor(w, 9);
+        rectf(w, 0, 0, 29, 19);
         restore_area(w, 0, 0, area);
         EXPECT_EQ(screen(), before);
         rectf(w, 3, 2, 9, 8);
@@ -235,48 +229,24 @@ TEST_F(Draw, AWindowThatDoesNotExistIsRefusedByEveryCall) {
     int value = 0;
     saved_area area = nullptr;
     for (int n : {30, 40, 63}) {
-        const int results[] = {fgcolor(n, 1),
-                               bgcolor(n, 1),
-                               rgbcolor(n, 0, 1),
-                               clipbox(n, 0, 0, 1, 1),
-                               weight(n, 1),
-                               linestyle(n, 1),
-                               blendline(n, 1),
-                               fillpattern(n, rows),
-                               pushattributes(n),
-                               popattributes(n),
-                               flushbuffer(n),
-                               move(n, 1, 1),
-                               draw(n, 1, 1),
-                               pnt(n, 1, 1),
-                               rectf(n, 0, 0, 1, 1),
-                               polyf(n, points, 2, 4),
-                               polygon4(n, 0, 1, 0, 0, 1, 1),
-                               drawbitmap(n, 0, 0, 1, 1, buffer),
-                               draw_mask(n, 0, 0, 1, 1, buffer),
-                               blockmove(n, 0, 0, 1, 1, 1, 1),
-                               blocksize(n, 0, 0, 1, 1, &value),
-                               getblock(n, 0, 0, 1, 1, buffer),
-                               putblock(n, 0, 0, 1, 1, buffer),
-                               pixelblock_size(n, 0, 0, 1, 1, 0, &value),
-                               getpixelblock(n, 0, 0, 1, 1, 0, buffer),
-                               putpixelblock(n, 0, 0, 1, 1, 0, buffer),
-                               save_area(n, 0, 0, 1, 1, &area),
-                               Set_window_color_mode(n, 0),
-                               RGB_enable_window(n),
-                               drawsymbols(n, 0, 0, 0, "a", 1),
-                               Inq_win_vs(n, &value),
-                               Set_win_title(n, ""),
-                               Set_win_sizes(n, 0, 0, 0, 0),
-                               Modify_win(n, 0, 0, 1, 1),
-                               Collapse_win(n),
-                               Display_win(n),
-                               hidecursor(n),
-                               busycursor(n),
-                               Set_win_motion(n, 1),
-                               Set_button_mode(n, 1, 1)};
-        for (size_t i = 0; i < std::size(results); ++i)
-            EXPECT_EQ(results[i], -1) << "call " << i << " on " << n;
+        const int attributes = fgcolor(n, 1) + bgcolor(n, 1) + rgbcolor(n, 0, 1) + clipbox(n, 0, 0, 1, 1) +
+                               weight(n, 1) + linestyle(n, 1) + blendline(n, 1) + fillpattern(n, rows) +
+                               pushattributes(n) + popattributes(n) + Set_window_color_mode(n, 0) +
+                               RGB_enable_window(n);
+        EXPECT_EQ(attributes, -12) << n;
+        const int drawing = flushbuffer(n) + move(n, 1, 1) + draw(n, 1, 1) + pnt(n, 1, 1) + rectf(n, 0, 0, 1, 1) +
+                            polyf(n, points, 2, 4) + polygon4(n, 0, 1, 0, 0, 1, 1) + drawbitmap(n, 0, 0, 1, 1, buffer) +
+                            draw_mask(n, 0, 0, 1, 1, buffer) + drawsymbols(n, 0, 0, 0, "a", 1);
+        EXPECT_EQ(drawing, -10) << n;
+        const int blocks = blockmove(n, 0, 0, 1, 1, 1, 1) + blocksize(n, 0, 0, 1, 1, &value) +
+                           getblock(n, 0, 0, 1, 1, buffer) + putblock(n, 0, 0, 1, 1, buffer) +
+                           pixelblock_size(n, 0, 0, 1, 1, 0, &value) + getpixelblock(n, 0, 0, 1, 1, 0, buffer) +
+                           putpixelblock(n, 0, 0, 1, 1, 0, buffer) + save_area(n, 0, 0, 1, 1, &area);
+        EXPECT_EQ(blocks, -8) << n;
+        const int itself = Inq_win_vs(n, &value) + Set_win_title(n, "") + Set_win_sizes(n, 0, 0, 0, 0) +
+                           Modify_win(n, 0, 0, 1, 1) + Collapse_win(n) + Display_win(n) + hidecursor(n) +
+                           busycursor(n) + Set_win_motion(n, 1) + Set_button_mode(n, 1, 1);
+        EXPECT_EQ(itself, -10) << n;
     }
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "common/own_directory.h"
+#include "common/values.h"
 #include "events_fixture.h"
 
 namespace {
@@ -46,9 +47,7 @@ TEST(Process, NameDirectoryAndArguments) {
     std::vector<std::string> many(50, "two words");
     many[0] = "/usr/bin/.hidden";
     EXPECT_EQ(run(many), 3);
-    EXPECT_STREQ(program_name, ".hidden");
-    EXPECT_EQ(given.size(), 1U + TOOLS_ARGUMENTS);
-    EXPECT_EQ(mem_live(), live);
+    EXPECT_EQ((values{program_name, given.size(), mem_live()}), (values{".hidden", 1U + TOOLS_ARGUMENTS, live}));
     mem_fail_after(0, mem_fail::once);
     EXPECT_EQ(run({"program"}), 1);
     EXPECT_TRUE(mem_fail_stop());
@@ -88,8 +87,7 @@ TEST(Process, EnteringTwiceKeepsWhatIsThere) {
     exit_program();
     EXPECT_EQ(stop.status, 0);
     EXPECT_EQ(desk_main(), nullptr);
-    EXPECT_EQ(pending_events, 0U);
-    EXPECT_EQ(mem_live(), live);
+    EXPECT_EQ((values{pending_events, mem_live()}), (values{0U, live}));
 }
 
 TEST(Process, ScreenRecords) {

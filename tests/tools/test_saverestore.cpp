@@ -4,6 +4,7 @@
 #include <array>
 
 #include "common/failures.h"
+#include "common/values.h"
 
 namespace {
 
@@ -16,18 +17,26 @@ protected:
     // A main window with something on it, two windows above, one half over the other.
     void prepare(int planes) {
         start(planes);
-        paint(0, 60, 60);
         first = open(20, 20, 99, 79);
-        paint(first, 80, 60);
         second = open(60, 50, 139, 109);
-        paint(second, 80, 60);
+        paint_all();
         take_refreshes();
+    }
+    void paint_all() const {
+        paint(0, 60, 60);
+        paint(first, 80, 60);
+        paint(second, 80, 60);
+    }
+    static void enter_with_area(int x1, int y1, int x2, int y2) {
+        int w = -1;
+        EXPECT_EQ(Enter_SR(0, 0, &w), 0);
+        EXPECT_EQ(Create_SR_area(0, x1, y1, x2, y2), 0);
     }
     int first = -1, second = -1;
 };
 
 TEST_F(SaveRestore, TheActiveCaptionStaysAsItIs) {
-    int a = -1, b = -1, w = -1;
+    int a = -1, b = -1;
     Create_win(0, "A", 200, 60, 279, 99, &a);
     Create_win(0, "B", 220, 120, 299, 159, &b);
     for (int n : {a, b}) {
@@ -36,8 +45,7 @@ TEST_F(SaveRestore, TheActiveCaptionStaysAsItIs) {
     }
     desk_activate(window_find(a)->handle);
     const std::vector<uint8_t> before = screen();
-    Enter_SR(0, 0, &w);
-    Create_SR_area(0, 210, 30, 259, 139);
+    enter_with_area(210, 30, 259, 139);
     Delete_SR_area(0);
     EXPECT_EQ(screen(), before);
     EXPECT_EQ(desk_active(), window_find(a)->handle);
@@ -45,20 +53,12 @@ TEST_F(SaveRestore, TheActiveCaptionStaysAsItIs) {
 
 TEST_F(SaveRestore, TheModeAndTheAreasGoInOrder) {
     int w = -1;
-    EXPECT_EQ(Create_SR_area(0, 0, 0, 9, 9), -1);
-    EXPECT_EQ(Exit_SR(0), -1);
-    ASSERT_EQ(Enter_SR(0, 0, &w), 0);
-    EXPECT_EQ(w, 0);
-    EXPECT_EQ(Delete_SR_area(0), -1);
-    EXPECT_EQ(Create_SR_area(first, 0, 0, 9, 9), -1);
-    ASSERT_EQ(Create_SR_area(0, 10, 10, 109, 89), 0);
-    EXPECT_TRUE(SR_area_is_up());
-    EXPECT_EQ(Exit_SR(0), -1);
-    EXPECT_EQ(Delete_SR_area(first), -1);
-    EXPECT_EQ(Delete_SR_area(0), 0);
-    EXPECT_EQ(Exit_SR(first), -1);
-    EXPECT_EQ(Exit_SR(0), 0);
-    EXPECT_EQ(Exit_SR(0), -1);
+    EXPECT_EQ((values{Create_SR_area(0, 0, 0, 9, 9), Exit_SR(0)}), (values{-1, -1}));
+    EXPECT_EQ((values{Enter_SR(0, 0, &w), w}), (values{0, 0}));
+    EXPECT_EQ((values{Delete_SR_area(0), Create_SR_area(first, 0, 0, 9, 9)}), (values{-1, -1}));
+    EXPECT_EQ((values{Create_SR_area(0, 10, 10, 109, 89), SR_area_is_up()}), (values{0, true}));
+    EXPECT_EQ((values{Exit_SR(0), Delete_SR_area(first), Delete_SR_area(0)}), (values{-1, -1, 0}));
+    EXPECT_EQ((values{Exit_SR(first), Exit_SR(0), Exit_SR(0)}), (values{-1, 0, -1}));
 }
 
 TEST_F(SaveRestore, StackedAreasPutBackEveryPixelWithoutARefresh) {
@@ -72,8 +72,7 @@ TEST_F(SaveRestore, StackedAreasPutBackEveryPixelWithoutARefresh) {
         Enter_SR(0, 0, &w);
         ASSERT_EQ(Create_SR_area(0, 10, 10, 109, 89), 0);
         EXPECT_EQ(screen(), before); // nothing is erased
-        EXPECT_EQ(window_find(0)->attributes.clip_x2, 99);
-        EXPECT_EQ(window_find(0)->button_mode[1], 3);
+        EXPECT_EQ((values{window_find(0)->attributes.clip_x2, window_find(0)->button_mode[1]}), (values{99, 3}));
         fgcolor(0, 9);
         rectf(0, 0, 0, 99, 79); // now the pop-up's coordinates
         const std::vector<uint8_t> with_first = screen();
@@ -93,17 +92,14 @@ TEST_F(SaveRestore, StackedAreasPutBackEveryPixelWithoutARefresh) {
         EXPECT_EQ(Delete_SR_area(0), 0);
         EXPECT_EQ(screen(), before);
         EXPECT_EQ(desk_capture(), nullptr);
-        EXPECT_EQ(window_find(0)->handle, desk_main());
-        EXPECT_EQ(window_find(0)->attributes.clip_x2, 30);
+        EXPECT_EQ((values{window_find(0)->handle, window_find(0)->attributes.clip_x2}), (values{desk_main(), 30}));
         EXPECT_EQ(take_refreshes(), "");
         EXPECT_EQ(Exit_SR(0), 0);
     }
 }
 
 TEST_F(SaveRestore, ARefreshThatWaitedBeforeStillComes) {
-    int w = -1;
-    Enter_SR(0, 0, &w);
-    Create_SR_area(0, 10, 10, 59, 59);
+    enter_with_area(10, 10, 59, 59);
     const canvas_box box = {60, 2, 70, 22};
     desk_invalidate(window_find(first)->handle, &box);
     Delete_SR_area(0);
@@ -111,9 +107,7 @@ TEST_F(SaveRestore, ARefreshThatWaitedBeforeStillComes) {
 }
 
 TEST_F(SaveRestore, AnAreaIsWindow0) {
-    int w = -1;
-    Enter_SR(0, 0, &w);
-    Create_SR_area(0, 200, 100, 249, 199);
+    enter_with_area(200, 100, 249, 199);
     desk_invalidate(window_find(0)->handle, nullptr);
     EXPECT_EQ(take_refreshes(), "0:0,0,49,99/1 ");
     Delete_SR_area(0);
@@ -122,13 +116,12 @@ TEST_F(SaveRestore, AnAreaIsWindow0) {
 }
 
 TEST_F(SaveRestore, AnAreaOverATopLevelWindowIsAboveIt) {
-    int top = -1, w = -1;
+    int top = -1;
     Create_level_window(0, WINDOW_TOP_LEVEL, 30, 30, 79, 79, &top);
     Display_win(top);
     paint(top, 50, 50);
     const std::vector<uint8_t> before = screen();
-    Enter_SR(0, 0, &w);
-    ASSERT_EQ(Create_SR_area(0, 40, 40, 59, 59), 0);
+    enter_with_area(40, 40, 59, 59);
     EXPECT_EQ(window_find(0)->level, WINDOW_TOP_LEVEL);
     fgcolor(0, 12);
     rectf(0, 0, 0, 19, 19);
@@ -155,9 +148,7 @@ TEST_F(SaveRestore, FailingMemoryLeavesEverythingInOrder) {
             if (take_refreshes().empty()) {
                 EXPECT_EQ(screen(), before);
             }
-            paint(first, 80, 60);
-            paint(second, 80, 60);
-            paint(0, 60, 60);
+            paint_all();
         });
     Create_SR_area(0, 10, 10, 109, 89); // the end of the tools takes what is up
 }

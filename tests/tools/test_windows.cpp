@@ -1,4 +1,5 @@
 // Numbered windows: numbers, places, states, refreshes, the scrolling main window, the cursor.
+#include "common/values.h"
 #include "draw_fixture.h"
 
 namespace {
@@ -59,16 +60,18 @@ TEST_F(Windows, NumbersGoFrom0To39AndAreUsedAgainFromTheLowest) {
 }
 
 TEST_F(Windows, TheGivenRectangleIsTheClientAreaWhateverIsAroundIt) {
+    const desk_metrics* m = desk_sizes();
+    const int width = m->frame_width, height = m->frame_height, dialog = m->dialog_frame, title = m->caption_height - 1;
     const struct {
         int flags, left, top;
     } kinds[] = {{0, 0, 0},
-                 {1, desk_sizes()->frame_width, desk_sizes()->frame_height},
-                 {3, desk_sizes()->frame_width, desk_sizes()->frame_height + desk_sizes()->caption_height - 1},
+                 {1, width, height},
+                 {3, width, height + title},
                  {8, 0, 11},
-                 {9, desk_sizes()->frame_width, desk_sizes()->frame_height + 11},
-                 {16, desk_sizes()->dialog_frame, desk_sizes()->dialog_frame},
-                 {18, desk_sizes()->dialog_frame, desk_sizes()->dialog_frame + desk_sizes()->caption_height - 1},
-                 {4 + 1, desk_sizes()->frame_width, desk_sizes()->frame_height},
+                 {9, width, height + 11},
+                 {16, dialog, dialog},
+                 {18, dialog, dialog + title},
+                 {4 + 1, width, height},
                  {32, 0, 0}};
     for (const auto& kind : kinds) {
         int n = -1;
@@ -107,9 +110,7 @@ TEST_F(Windows, CollapsedWindowsAreIcons) {
     EXPECT_EQ(Set_win_collapse_org(w, 17, 33), 0);
     EXPECT_EQ(Collapse_win(w), 0);
     Inq_win_collapse_stat(w, &state);
-    EXPECT_EQ(state, 1);
-    EXPECT_EQ(region(w), "50,50,149,99");
-    EXPECT_EQ(desk_outer(window_find(w)->handle).x1, 17);
+    EXPECT_EQ((values{state, region(w), desk_outer(window_find(w)->handle).x1}), (values{1, "50,50,149,99", 17}));
     Modify_win(w, 60, 50, 149, 99);
     EXPECT_EQ(Uncollapse_win(w), 0);
     EXPECT_EQ(take_collapses(), ""); // the program knows
@@ -173,24 +174,18 @@ TEST_F(Windows, ASmallerMainWindowScrollsOverItsSpace) {
     take_refreshes();
     const int bar = desk_sizes()->scroll_bar;
     // The ends of the bars: 16 pixels a step.
-    const auto click_forward = [&](bool vertical) {
-        if (vertical)
-            click(220 - bar / 2, 160 - bar - bar / 2);
-        else
-            click(220 - bar - bar / 2, 160 - bar / 2);
-    };
-    click_forward(false);
-    click_forward(false);
-    click_forward(true);
-    EXPECT_EQ(scroll_x, 32);
-    EXPECT_EQ(scroll_y, 16);
+    const auto right = [&] { click(220 - bar - bar / 2, 160 - bar / 2); };
+    const auto down = [&] { click(220 - bar / 2, 160 - bar - bar / 2); };
+    right();
+    right();
+    down();
+    EXPECT_EQ((values{scroll_x, scroll_y}), (values{32, 16}));
     EXPECT_EQ(region(w), "200,150,299,199"); // in the space it stays where it was
     EXPECT_EQ(desk_client(window_find(w)->handle).x1, 168);
     EXPECT_EQ(take_refreshes(), std::to_string(w) + ":0,0,35,9/17 "); // as much of it as came to light, in one
     int other = -1;
     Create_win_no_border(0, 100, 100, 109, 109, &other);
-    EXPECT_EQ(region(other), "100,100,109,109");
-    EXPECT_EQ(desk_client(window_find(other)->handle).y1, 84);
+    EXPECT_EQ((values{region(other), desk_client(window_find(other)->handle).y1}), (values{"100,100,109,109", 84}));
     Warp_cursor(105, 103);
     pump();
     EXPECT_EQ(desk_pointer().x, 73);
@@ -199,12 +194,10 @@ TEST_F(Windows, ASmallerMainWindowScrollsOverItsSpace) {
     EXPECT_EQ(scroll_y, 239 - (160 - bar));
     headless_resize(320, 240, host_state::restored); // larger: an offset above its range is lowered
     pump();
-    EXPECT_EQ(scroll_x, 0);
-    EXPECT_EQ(scroll_y, 0);
-    EXPECT_EQ(desk_client(window_find(w)->handle).x1, 200);
+    EXPECT_EQ((values{scroll_x, scroll_y, desk_client(window_find(w)->handle).x1}), (values{0, 0, 200}));
     headless_resize(220, 160, host_state::maximised); // as without a window manager: it has bars all the same
     pump();
-    click_forward(true);
+    down();
     EXPECT_EQ(scroll_y, 16);
 }
 
@@ -259,8 +252,7 @@ TEST_F(Windows, TheScreenFollowsTheMainWindowAndIsToldOnce) {
     resize(1200, 900, SCREEN_SETTLES / 2);
     EXPECT_EQ(told, "");
     resize(1400, 1000, SCREEN_SETTLES);
-    EXPECT_EQ(told, "1400x1000 ");
-    EXPECT_EQ(region(w), "1400,1000,1499,1099");
+    EXPECT_EQ((values{told, region(w)}), (values{"1400x1000 ", "1400,1000,1499,1099"}));
     int32_t records[SCREEN_RECORDS][SCREEN_WORDS];
     Inq_screen_info(records);
     EXPECT_EQ(records[0][SCREEN_WIDTH], 1399);
@@ -280,11 +272,10 @@ TEST_F(Windows, TheScreenFollowsTheMainWindowAndIsToldOnce) {
                  {2000, 1700, 2000, 1700, 2000, 1700}};
     for (const auto& c : cases) {
         resize(c.width, c.height, SCREEN_SETTLES);
-        EXPECT_EQ(screen_width + 1, c.screen_width) << c.width << "x" << c.height;
-        EXPECT_EQ(screen_height + 1, c.screen_height) << c.width << "x" << c.height;
         const canvas_box client = desk_client(desk_main());
-        EXPECT_EQ(client.x2, c.client_width) << c.width << "x" << c.height;
-        EXPECT_EQ(client.y2, c.client_height) << c.width << "x" << c.height;
+        EXPECT_EQ((values{screen_width + 1, screen_height + 1, client.x2, client.y2}),
+                  (values{c.screen_width, c.screen_height, c.client_width, c.client_height}))
+            << c.width << "x" << c.height;
     }
     EXPECT_EQ(desk_sizes()->factor, 2);
     tools_set_screen_hook(nullptr);
@@ -299,8 +290,7 @@ TEST_F(Windows, FramesGrowAroundClientAreas) {
     headless_resize(2600, 1700, host_state::maximised);
     pump();
     EXPECT_EQ(Win_frame_width(), 2 * frame);
-    EXPECT_EQ(region(w), "50,60,249,159");
-    EXPECT_EQ(desk_outer(window_find(w)->handle).x1, 50 - 2 * frame);
+    EXPECT_EQ((values{region(w), desk_outer(window_find(w)->handle).x1}), (values{"50,60,249,159", 50 - 2 * frame}));
     headless_resize(1600, 1200, host_state::maximised);
     pump();
     EXPECT_EQ(desk_outer(window_find(w)->handle).x1, 50 - frame);
@@ -321,8 +311,7 @@ TEST_F(Windows, PopUpsStayInWhatIsShown) {
     const canvas_box shown = desk_client(desk_main());
     for (int n : {0, top}) {
         const canvas_box client = desk_client(window_find(n)->handle);
-        EXPECT_EQ(client.x2, shown.x2) << n;
-        EXPECT_EQ(client.y2, shown.y2) << n;
+        EXPECT_TRUE(client.x2 == shown.x2 && client.y2 == shown.y2) << n;
     }
     EXPECT_EQ(refreshes.substr(0, 2), "0:") << "it is drawn at its new place";
     Delete_SR_area(0);

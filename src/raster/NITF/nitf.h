@@ -125,7 +125,7 @@ bool nitf_make_images(CFILE* c, int32_t count);
 
 // Takes size, layout, blocks and colours of the image of that number into the handle. 0, or 1 with the status and the
 // handle as it was.
-int nitf_activate(CFILE* c, int32_t image);
+int nitf_activate(CFILE* c, int32_t number);
 
 // ---- nitfinfo.cpp --------------------------------------------------------------------------------------------------
 

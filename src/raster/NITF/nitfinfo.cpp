@@ -9,6 +9,7 @@ namespace {
 
 constexpr char SOURCE[] = "NITF/nitfinfo";
 constexpr int32_t UNKNOWN_COMPRESSION = -1;
+constexpr size_t RECORD_ADDRESS_SIZE = sizeof(void*); // of a field that is the address of a header's record
 
 // The number of a compression: 0 for plain pixels.
 int32_t compression_of(const rzl_nitf_image* image) {
@@ -155,7 +156,7 @@ int nitf_get_hdr_data(CFILE* c, int32_t field, void* value) {
     case RZL_FIELD_COMPRESSION: give_int(value, reported_compression(image)); break;
     case RZL_FIELD_NITF: {
         const rzl_nitf_header* header = &nitf_spec_of(c)->header;
-        std::memcpy(value, &header, sizeof header);
+        std::memcpy(value, static_cast<const void*>(&header), RECORD_ADDRESS_SIZE);
         break;
     }
     default: break;
@@ -178,7 +179,7 @@ int nitf_set_hdr_data(CFILE* c, int32_t field, const void* value) {
     case RZL_FIELD_TILES_DOWN: return set_count(c, image->blocks_per_column, int_of(value));
     case RZL_FIELD_NITF: {
         const rzl_nitf_header* from = nullptr;
-        std::memcpy(&from, value, sizeof from);
+        std::memcpy(static_cast<void*>(&from), value, RECORD_ADDRESS_SIZE);
         return set_record(c, &nitf_spec_of(c)->header, from);
     }
     default: return 0;

@@ -1,5 +1,6 @@
 // PostScript files: the program of the page, the end of the file, header fields, and the module.
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -20,7 +21,7 @@ page_size fit(int32_t width, int32_t height) {
     double by_height = static_cast<double>(PS_PAGE_SHORT) / height;
     double by_width = static_cast<double>(PS_PAGE_LONG) / width;
     double scale = by_height < by_width ? by_height : by_width;
-    return {static_cast<int>(scale * width + 0.5), static_cast<int>(scale * height + 0.5)};
+    return {static_cast<int>(std::lround(scale * width)), static_cast<int>(std::lround(scale * height))};
 }
 
 bool write_program(CFILE* c) {

@@ -110,7 +110,10 @@ void store_row(const uint8_t* bits, size_t bytes, bool is_last, uint8_t* out) {
         out += XBM_BYTE_TEXT;
         if (i % XBM_LINE_BYTES == XBM_LINE_BYTES - 1 && i + 1 < bytes) *out++ = '\n';
     }
-    if (is_last) std::memcpy(out - 2, "};", 2);
+    if (is_last) {
+        out[-2] = '}';
+        out[-1] = ';';
+    }
     *out = '\n';
 }
 

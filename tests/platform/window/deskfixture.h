@@ -4,8 +4,10 @@
 #include "platform/window/desk.h"
 #include "support/log.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
+#include <string>
 #include <vector>
 
 constexpr uint32_t FULL_STYLE = DESK_THICK_FRAME | DESK_CAPTION | DESK_MINIMISE_BOX | DESK_MAXIMISE_BOX;
@@ -75,10 +77,61 @@ struct desk_test : testing::Test {
         return w;
     }
 
+    // The same, painted, with all that it brought forgotten.
+    desk_window* opened(uint32_t style, int number, canvas_box client) {
+        desk_window* w = open(style, number, client);
+        pump();
+        forget();
+        return w;
+    }
+
     const desk_message* find(desk_kind kind) const {
         for (const desk_message& m : messages)
             if (m.kind == kind) return &m;
         return nullptr;
+    }
+
+    // All but paints and moves: "window:x,y ", with "+" or "-" and the button in front and "/" and the modifiers behind
+    // when it is one.
+    std::string take_mouse() {
+        std::string all;
+        for (const desk_message& m : messages) {
+            const std::string place = std::to_string(m.number) + ":" + std::to_string(m.x) + "," + std::to_string(m.y);
+            const bool is_button = m.kind == desk_kind::button;
+            if (is_button) all += (m.down ? "+" : "-") + std::to_string(m.button) + " ";
+            all += place + (is_button ? "/" + std::to_string(m.modifiers) : "") + " ";
+        }
+        forget();
+        return all;
+    }
+    long count(desk_kind kind) const {
+        return std::count_if(messages.begin(), messages.end(), [=](const desk_message& m) { return m.kind == kind; });
+    }
+
+    // ---- the user, and then the program has its turn
+    static void hold(int x, int y) {
+        headless_pointer(x, y);
+        headless_button(HOST_LEFT, true, 0);
+    }
+    void move(int x, int y) {
+        headless_pointer(x, y);
+        pump();
+    }
+    void release() {
+        headless_button(HOST_LEFT, false, 0);
+        pump();
+    }
+    void click(int x, int y) {
+        headless_click(x, y, HOST_LEFT);
+        pump();
+    }
+    void do_drag(int from_x, int from_y, int to_x, int to_y) {
+        drag(from_x, from_y, to_x, to_y);
+        pump();
+    }
+    void resize(int width, int height, host_state state) {
+        headless_resize(width, height, state);
+        pump();
     }
 
     static void drag(int from_x, int from_y, int to_x, int to_y) {

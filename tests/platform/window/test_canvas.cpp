@@ -1,8 +1,9 @@
 // Drawing at every depth, against a slow twin that knows one pixel at a time.
+#include "common/failures.h"
 #include "deskfixture.h"
-#include "support/memory.h"
 
 #include <algorithm>
+#include <array>
 #include <random>
 
 namespace {
@@ -136,6 +137,8 @@ void line_both(canvas* c, twin* t, random_numbers* r) {
     }
 }
 
+using operation = void (*)(canvas*, twin*, random_numbers*);
+
 struct canvas_depth_test : testing::TestWithParam<int> {
     void SetUp() override {
         const host_screen size = {200, 150, GetParam(), 0};
@@ -152,7 +155,6 @@ TEST_P(canvas_depth_test, RandomOperationsMatchTheTwin) {
     canvas_get_native(c, {0, 0, 1, 1}, t.pixels.data(), 4);
     std::fill(t.pixels.begin(), t.pixels.end(), canvas_get_pixel(c, 0, 0));
     random_numbers r = {std::mt19937(unsigned(GetParam()))};
-    using operation = void (*)(canvas*, twin*, random_numbers*);
     const operation operations[] = {fill_both, mask_both, rows_both, copy_both, line_both};
     for (int round = 0; round < 600; ++round) {
         if (round % 20 == 0) {
@@ -185,7 +187,6 @@ TEST_P(canvas_depth_test, WindowsAreDrawnOnWhereTheyAreSeen) {
     random_numbers r = {std::mt19937(7)};
     random_numbers same = r;
     twin unused;
-    using operation = void (*)(canvas*, twin*, random_numbers*);
     const operation operations[] = {fill_both, mask_both, rows_both, line_both};
     for (int round = 0; round < 200; ++round) {
         operations[round % 4](c, &unused, &r);
@@ -287,11 +288,12 @@ TEST_F(canvas_test, PolygonsAtTheEdgesOfNumbersAndWithPatterns) {
     const canvas_point box[4] = {{2, 3}, {10, 3}, {10, 9}, {2, 9}};
     const canvas_pattern half = {{0xF0, 0xF0, 0xF0, 0xF0, 0xF0, 0xF0, 0xF0, 0xF0}};
     ASSERT_TRUE(canvas_polygon(c, box, 4, canvas_rgb_color({255, 0, 0}), &half));
-    EXPECT_EQ(canvas_get_pixel(c, 3, 3), 0xFF0000u);
-    EXPECT_EQ(canvas_get_pixel(c, 4, 3), 0u);
-    EXPECT_EQ(canvas_get_pixel(c, 9, 8), 0xFF0000u);
-    EXPECT_EQ(canvas_get_pixel(c, 10, 8), 0xFFFFFFu);
-    EXPECT_EQ(canvas_get_pixel(c, 9, 9), 0xFFFFFFu);
+    const struct {
+        int x, y;
+        uint32_t pixel;
+    } seen[] = {{3, 3, 0xFF0000}, {4, 3, 0}, {9, 8, 0xFF0000}, {10, 8, 0xFFFFFF}, {9, 9, 0xFFFFFF}};
+    for (const auto& p : seen)
+        EXPECT_EQ(canvas_get_pixel(c, p.x, p.y), p.pixel) << p.x << " " << p.y;
     const canvas_pen pen = {0, false, false, 0, true};
     canvas_line(c, {INT32_MIN, 5}, {INT32_MAX, 5}, &pen);
     EXPECT_EQ(canvas_get_pixel(c, 0, 5), 0u);
@@ -307,18 +309,13 @@ TEST_F(canvas_test, PolygonsAtTheEdgesOfNumbersAndWithPatterns) {
 TEST_F(canvas_test, CreationFailsCleanly) {
     EXPECT_EQ(canvas_create(0, 5), nullptr);
     EXPECT_EQ(canvas_create(INT32_MAX, INT32_MAX), nullptr);
-    const long live = mem_live();
-    for (long n = 0;; ++n) {
-        mem_fail_after(n, mem_fail::once);
-        canvas* c = canvas_create(8, 8);
-        if (!mem_fail_stop()) {
-            EXPECT_NE(c, nullptr);
-            canvas_destroy(c);
-            break;
-        }
-        EXPECT_EQ(c, nullptr);
-    }
-    EXPECT_EQ(mem_live(), live);
+    canvas* c = nullptr;
+    sweep_failures(
+        std::array{failing::allocation}, [&] { c = canvas_create(8, 8); },
+        [&](bool hit) {
+            EXPECT_EQ(c == nullptr, hit);
+            if (!hit) canvas_destroy(c);
+        });
 }
 
 TEST_F(canvas_test, PartsCoverWhatIsSeenOnce) {

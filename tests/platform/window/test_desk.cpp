@@ -1,7 +1,9 @@
 // Windows: what is seen, what is asked to be painted, what moves along; messages; what the user does with the mouse.
+#include "common/failures.h"
+#include "common/values.h"
 #include "deskfixture.h"
-#include "support/memory.h"
 
+#include <array>
 #include <random>
 
 namespace {
@@ -40,12 +42,8 @@ void expect_true_picture(const std::vector<desk_window*>& windows, const char* w
 TEST_F(desk_test, RandomChangesLeaveTheTruePicture) {
     std::mt19937 engine(3);
     const auto next = [&](int low, int high) { return low + int(engine() % unsigned(high - low + 1)); };
-    const uint32_t styles[] = {0,
-                               FULL_STYLE,
-                               DESK_THICK_FRAME | DESK_NARROW_CAPTION,
-                               DESK_POPUP,
-                               DESK_POPUP | DESK_TOPMOST,
-                               DESK_DIALOG_FRAME | DESK_CAPTION};
+    constexpr uint32_t frameless = DESK_THICK_FRAME | DESK_NARROW_CAPTION, dialog = DESK_DIALOG_FRAME | DESK_CAPTION;
+    const uint32_t styles[] = {0, FULL_STYLE, frameless, DESK_POPUP, DESK_POPUP | DESK_TOPMOST, dialog};
     std::vector<desk_window*> windows;
     int next_number = 1;
     for (int step = 0; step < 400; ++step) {
@@ -57,23 +55,19 @@ TEST_F(desk_test, RandomChangesLeaveTheTruePicture) {
         }
         const size_t at = size_t(next(0, int(windows.size()) - 1));
         desk_window* w = windows[at];
+        const canvas_box b = desk_outer(w);
         const int what = next(0, 10);
         switch (what) {
         case 0: desk_hide(w); break;
         case 1: desk_show(w); break;
         case 2: desk_raise(w); break;
         case 3: {
-            const canvas_box b = desk_outer(w);
             const int dx = next(-30, 30);
             const int dy = next(-30, 30);
             desk_place(w, {b.x1 + dx, b.y1 + dy, b.x2 + dx, b.y2 + dy});
             break;
         }
-        case 4: {
-            const canvas_box b = desk_outer(w);
-            desk_place(w, {b.x1, b.y1, b.x2 + next(-30, 30), b.y2 + next(-30, 30)});
-            break;
-        }
+        case 4: desk_place(w, {b.x1, b.y1, b.x2 + next(-30, 30), b.y2 + next(-30, 30)}); break;
         case 5: desk_scroll(next(-25, 25), next(-25, 25)); break;
         case 6: desk_set_state(w, host_state(next(0, 2))); break;
         case 7: desk_set_scroll(next(0, 1), next(0, 1) * 50, 100, next(0, 50)); break;
@@ -120,10 +114,8 @@ TEST_F(desk_test, PaintsComeAgainUntilTheyAreAnsweredTopmostFirst) {
     desk_window* high = open(0, 2, {30, 30, 90, 90});
     desk_message m;
     for (int round = 0; round < 2; ++round) {
-        ASSERT_TRUE(desk_next(&m));
-        EXPECT_EQ(m.window, high);
-        ASSERT_TRUE(desk_next(&m));
-        EXPECT_EQ(m.window, low);
+        ASSERT_TRUE(desk_next(&m) && m.window == high);
+        ASSERT_TRUE(desk_next(&m) && m.window == low);
         EXPECT_EQ(m.kind, desk_kind::paint);
         EXPECT_FALSE(desk_next(&m));
     }
@@ -149,9 +141,7 @@ TEST_F(desk_test, PaintsComeAgainUntilTheyAreAnsweredTopmostFirst) {
 
 TEST_F(desk_test, CopyAsksForWhatItCouldNotSee) {
     desk_window* w = open(0, 1, {0, 0, 100, 100});
-    open(0, 2, {40, 0, 60, 50});
-    pump();
-    forget();
+    opened(0, 2, {40, 0, 60, 50});
     desk_copy(w, {30, 0, 100, 100}, 0, 0);
     canvas_box box;
     ASSERT_TRUE(desk_paint_box(w, &box, false));
@@ -172,9 +162,7 @@ TEST_F(desk_test, CopyAsksForWhatItCouldNotSee) {
 
 TEST_F(desk_test, ScrollMovesChildrenAndNotPopups) {
     desk_window* child = open(FULL_STYLE, 1, {50, 50, 150, 120});
-    desk_window* popup = open(DESK_POPUP, 2, {200, 50, 260, 120});
-    pump();
-    forget();
+    desk_window* popup = opened(DESK_POPUP, 2, {200, 50, 260, 120});
     desk_scroll(-30, 20);
     pump();
     EXPECT_EQ(desk_client(child), (canvas_box{20, 70, 120, 140}));
@@ -185,8 +173,7 @@ TEST_F(desk_test, ScrollMovesChildrenAndNotPopups) {
     expect_true_picture({child, popup}, "scrolled");
 }
 
-// ---- frames
-// ----------------------------------------------------------------------------------------------------------
+// ---- frames ---------------------------------------------------------------------------------------------------------
 
 TEST_F(desk_test, OuterAndClientFitEachOther) {
     const desk_metrics* m = desk_sizes();
@@ -197,48 +184,36 @@ TEST_F(desk_test, OuterAndClientFitEachOther) {
     EXPECT_EQ(desk_outer_of(DESK_NARROW_CAPTION, client), (canvas_box{50, 49, 150, 160}));
     for (const uint32_t style : {0u, FULL_STYLE, DESK_DIALOG_FRAME, DESK_THICK_FRAME | DESK_NARROW_CAPTION}) {
         desk_window* w = open(style, 1, client);
-        EXPECT_EQ(desk_client(w), client);
-        EXPECT_EQ(canvas_width(desk_canvas(w)), 100);
+        EXPECT_EQ((values{desk_client(w), canvas_width(desk_canvas(w))}), (values{client, 100}));
         EXPECT_EQ(desk_outer(w), desk_outer_of(style, client));
     }
 }
 
 TEST_F(desk_test, CaptionDragMovesAndTellsOnce) {
-    desk_window* w = open(FULL_STYLE, 1, {50, 60, 200, 160});
-    pump();
-    forget();
-    headless_pointer(120, 45);
-    headless_button(HOST_LEFT, true, 0);
-    headless_pointer(122, 45); // not yet a drag
-    pump();
+    desk_window* w = opened(FULL_STYLE, 1, {50, 60, 200, 160});
+    hold(120, 45);
+    move(122, 45); // not yet a drag
     EXPECT_FALSE(desk_is_dragging());
-    headless_pointer(150, 75);
-    pump();
+    move(150, 75);
     EXPECT_TRUE(desk_is_dragging());
     EXPECT_EQ(desk_client(w), (canvas_box{50, 60, 200, 160}));
     // The outline is shown dotted, and is not in the frame buffer.
     const canvas_box outline = {76, 67, 234, 194};
     EXPECT_EQ(headless_shown(outline.x1, outline.y1).red ^ headless_shown(outline.x1 + 1, outline.y1).red, 255);
     EXPECT_EQ(canvas_get_pixel(desk_canvas(desk_main()), outline.x2 - 1, outline.y2 - 1), 0u);
-    headless_button(HOST_LEFT, false, 0);
-    pump();
+    release();
     EXPECT_EQ(desk_client(w), (canvas_box{80, 90, 230, 190}));
     EXPECT_EQ(headless_shown(outline.x2 - 1, outline.y2 - 30), (canvas_rgb{0, 0, 0}))
         << "frame's edge, not the outline";
-    int moved = 0;
-    for (const desk_message& m : messages)
-        moved += m.kind == desk_kind::moved;
-    EXPECT_EQ(moved, 1);
-    EXPECT_EQ(find(desk_kind::sized), nullptr);
-    EXPECT_EQ(find(desk_kind::button), nullptr) << "nothing of it gets to the program";
+    EXPECT_EQ(count(desk_kind::moved), 1);
+    EXPECT_EQ(count(desk_kind::sized), 0);
+    EXPECT_EQ(count(desk_kind::button), 0) << "nothing of it gets to the program";
     EXPECT_TRUE(paints.empty());
     expect_true_picture({w}, "moved");
 
     // Out of the main window: a part of the caption stays in.
-    drag(120, 75, 5000, -5000);
-    pump();
-    EXPECT_EQ(desk_outer(w).x1 + (120 - 76), 399);
-    EXPECT_EQ(desk_outer(w).y1 + (75 - 67), 0);
+    do_drag(120, 75, 5000, -5000);
+    EXPECT_EQ((values{desk_outer(w).x1 + (120 - 76), desk_outer(w).y1 + (75 - 67)}), (values{399, 0}));
 }
 
 TEST_F(desk_test, TitlesAreDrawnAndCutToTheirRoom) {
@@ -282,10 +257,8 @@ TEST_F(desk_test, EscapeAndLostFocusEndADrag) {
     desk_window* w = open(FULL_STYLE, 1, {50, 60, 200, 160});
     for (const bool by_key : {true, false}) {
         headless_advance(1000); // no double click
-        headless_pointer(120, 45);
-        headless_button(HOST_LEFT, true, 0);
-        headless_pointer(180, 95);
-        pump();
+        hold(120, 45);
+        move(180, 95);
         EXPECT_TRUE(desk_is_dragging());
         host_event focus = {};
         focus.kind = host_event_kind::focus;
@@ -293,8 +266,7 @@ TEST_F(desk_test, EscapeAndLostFocusEndADrag) {
             headless_key(host_key::escape, 0, 0);
         else
             headless_post(&focus);
-        headless_button(HOST_LEFT, false, 0);
-        pump();
+        release();
         EXPECT_EQ(desk_client(w), (canvas_box{50, 60, 200, 160}));
         EXPECT_EQ(find(desk_kind::key), nullptr);
     }
@@ -302,12 +274,11 @@ TEST_F(desk_test, EscapeAndLostFocusEndADrag) {
 
 TEST_F(desk_test, FrameDragSizesAndPaintsAll) {
     desk_window* w = open(FULL_STYLE, 1, {50, 60, 200, 160});
-    struct row {
+    const struct {
         int x, y, to_x, to_y;
         host_cursor cursor;
         canvas_box client;
-    };
-    const row rows[] = {
+    } rows[] = {
         {202, 100, 222, 110, host_cursor::size_we, {50, 60, 220, 160}},   // right side
         {100, 162, 110, 182, host_cursor::size_ns, {50, 60, 220, 180}},   // bottom
         {222, 182, 212, 172, host_cursor::size_nwse, {50, 60, 210, 170}}, // corner
@@ -315,18 +286,15 @@ TEST_F(desk_test, FrameDragSizesAndPaintsAll) {
         {58, 100, 390, 100, host_cursor::size_we, {120, 60, 210, 168}},   // no less than the caption needs
         {150, 38, 150, 299, host_cursor::size_ns, {120, 152, 210, 168}},  // nor than some rows
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         forget();
-        headless_pointer(r.x, r.y);
-        pump();
+        move(r.x, r.y);
         EXPECT_EQ(headless_cursor(), r.cursor) << r.x << " " << r.y;
-        drag(r.x, r.y, r.to_x, r.to_y);
-        pump();
+        do_drag(r.x, r.y, r.to_x, r.to_y);
         ASSERT_EQ(desk_client(w), r.client) << r.x << " " << r.y;
         const desk_message* sized = find(desk_kind::sized);
         ASSERT_NE(sized, nullptr);
-        EXPECT_EQ(sized->x, r.client.x2 - r.client.x1);
-        EXPECT_EQ(sized->y, r.client.y2 - r.client.y1);
+        EXPECT_EQ((values{sized->x, sized->y}), (values{r.client.x2 - r.client.x1, r.client.y2 - r.client.y1}));
         ASSERT_FALSE(paints[1].empty());
         EXPECT_EQ(paints[1].back(), (canvas_box{0, 0, sized->x, sized->y}));
     }
@@ -334,10 +302,8 @@ TEST_F(desk_test, FrameDragSizesAndPaintsAll) {
 }
 
 TEST_F(desk_test, BoxesMinimiseMaximiseAndRestore) {
-    desk_window* w = open(FULL_STYLE, 1, {50, 60, 250, 160});
-    pump();
-    headless_click(230, 48, HOST_LEFT); // minimise box: the second from the right
-    pump();
+    desk_window* w = opened(FULL_STYLE, 1, {50, 60, 250, 160});
+    click(230, 48); // minimise box: the second from the right
     ASSERT_EQ(desk_state(w), host_state::minimised);
     EXPECT_EQ(messages.back().state, host_state::minimised);
     const canvas_box icon = desk_outer(w);
@@ -347,41 +313,31 @@ TEST_F(desk_test, BoxesMinimiseMaximiseAndRestore) {
     EXPECT_EQ(canvas_get_pixel(desk_canvas(desk_main()), 1, 299), 0u);
 
     // The icon moves with the mouse, stays there, and a double click restores.
-    drag(20, 280, 120, 180);
-    pump();
-    EXPECT_EQ(desk_outer(w).x1, 100);
-    EXPECT_EQ(desk_icon_place(w).y, icon.y1 - 100);
+    do_drag(20, 280, 120, 180);
+    EXPECT_EQ((values{desk_outer(w).x1, desk_icon_place(w).y}), (values{100, icon.y1 - 100}));
     headless_advance(1000);
-    headless_click(120, 180, HOST_LEFT);
-    pump();
+    click(120, 180);
     EXPECT_EQ(desk_state(w), host_state::minimised);
     headless_advance(300);
-    headless_click(120, 180, HOST_LEFT);
-    pump();
+    click(120, 180);
     EXPECT_EQ(desk_state(w), host_state::restored);
-    EXPECT_EQ(desk_client(w), (canvas_box{50, 60, 250, 160}));
-    EXPECT_EQ(desk_active(), w);
+    EXPECT_EQ((values{desk_client(w), desk_active()}), (values{(canvas_box{50, 60, 250, 160}), w}));
 
-    headless_click(242, 48, HOST_LEFT); // maximise box
-    pump();
+    click(242, 48); // maximise box
     EXPECT_EQ(desk_state(w), host_state::maximised);
     EXPECT_EQ(desk_client(w), (canvas_box{0, 19, 400, 300}));
     forget();
-    headless_resize(500, 350, host_state::maximised); // it follows the main window
-    pump();
+    resize(500, 350, host_state::maximised); // it follows the main window
     EXPECT_EQ(desk_client(w), (canvas_box{0, 19, 500, 350}));
-    drag(200, 8, 250, 100); // can't be moved
-    pump();
+    do_drag(200, 8, 250, 100); // can't be moved
     EXPECT_EQ(desk_client(w), (canvas_box{0, 19, 500, 350}));
     headless_advance(1000);
     headless_click(200, 8, HOST_LEFT);
-    headless_click(200, 8, HOST_LEFT); // double click on the caption
-    pump();
+    click(200, 8); // double click on the caption
     EXPECT_EQ(desk_client(w), (canvas_box{50, 60, 250, 160}));
 
     // A box that is left before the release does nothing.
-    drag(242, 48, 242, 100);
-    pump();
+    do_drag(242, 48, 242, 100);
     EXPECT_EQ(desk_state(w), host_state::restored);
     expect_true_picture({w}, "restored");
 }
@@ -395,25 +351,21 @@ TEST_F(desk_test, IconsTakeFreePlacesAndSetOnesStay) {
     desk_set_icon_place(w[0], 7, 9);
     for (desk_window* window : w)
         desk_set_state(window, host_state::minimised);
-    EXPECT_EQ(desk_icon_place(w[0]).x, 7);
-    EXPECT_EQ(desk_icon_place(w[0]).y, 9);
+    EXPECT_EQ((values{desk_icon_place(w[0]).x, desk_icon_place(w[0]).y}), (values{7, 9}));
     for (int i = 1; i < 4; ++i)
         EXPECT_EQ(desk_icon_place(w[i]).x, (i - 1) * width);
     desk_set_state(w[1], host_state::restored);
     desk_set_state(w[1], host_state::minimised);
     EXPECT_EQ(desk_icon_place(w[1]).x, 0) << "the place it left is the first free one";
-    headless_resize(2 * width, 400, host_state::restored);
-    pump();
+    resize(2 * width, 400, host_state::restored);
     EXPECT_EQ(desk_icon_place(w[3]).y, 400 - desk_sizes()->icon_height * 2) << "a second row";
     EXPECT_EQ(desk_icon_place(w[0]).y, 9);
     EXPECT_NE(top, 9);
 }
 
 TEST_F(desk_test, WindowMenuClosesAndStates) {
-    desk_window* w = open(FULL_STYLE, 7, {50, 60, 250, 160});
-    pump();
-    headless_click(58, 48, HOST_LEFT);
-    pump();
+    desk_window* w = opened(FULL_STYLE, 7, {50, 60, 250, 160});
+    click(58, 48);
     headless_type("x"); // goes to nobody
     headless_key(host_key::down, 0, 0);
     headless_key(host_key::enter, 0, 0); // the first that can be chosen: Minimise
@@ -429,26 +381,21 @@ TEST_F(desk_test, WindowMenuClosesAndStates) {
     forget();
     // Click outside: closed, and what it covered is painted.
     headless_advance(1000);
-    headless_click(58, 48, HOST_LEFT);
-    pump();
-    headless_click(300, 250, HOST_LEFT);
-    pump();
+    click(58, 48);
+    click(300, 250);
     EXPECT_FALSE(paints[7].empty());
     expect_true_picture({w}, "menu closed");
     // With the mouse: press, drag to an item, release.
     headless_advance(1000);
-    drag(58, 48, 70, 110); // Maximise
-    pump();
+    do_drag(58, 48, 70, 110); // Maximise
     EXPECT_EQ(desk_state(w), host_state::maximised);
     headless_advance(1000);
-    drag(8, 8, 20, 30); // Restore
-    pump();
+    do_drag(8, 8, 20, 30); // Restore
     EXPECT_EQ(desk_state(w), host_state::restored);
     // Double click on its box closes the window.
     headless_advance(1000);
     headless_click(58, 48, HOST_LEFT);
-    headless_click(58, 48, HOST_LEFT);
-    pump();
+    click(58, 48);
     const desk_message* destroyed = find(desk_kind::destroyed);
     ASSERT_NE(destroyed, nullptr);
     EXPECT_EQ(destroyed->number, 7);
@@ -457,60 +404,39 @@ TEST_F(desk_test, WindowMenuClosesAndStates) {
     EXPECT_EQ(desk_active(), nullptr);
 }
 
-// ---- mouse and keyboard
-// ----------------------------------------------------------------------------------------------
+// ---- mouse and keyboard ---------------------------------------------------------------------------------------------
 
 TEST_F(desk_test, MouseGoesToTheWindowSeenThereAndRaisesFramedOnes) {
     desk_window* framed = open(FULL_STYLE, 1, {50, 60, 250, 160});
-    desk_window* plain = open(0, 2, {150, 100, 300, 200});
-    pump();
-    forget();
+    desk_window* plain = opened(0, 2, {150, 100, 300, 200});
     headless_pointer(200, 130);
     headless_button(HOST_RIGHT, true, HOST_CTRL);
     headless_button(HOST_RIGHT, false, 0);
     pump();
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0].window, plain);
-    EXPECT_EQ(messages[0].x, 50);
-    EXPECT_EQ(messages[0].y, 30);
-    EXPECT_EQ(messages[0].button, HOST_RIGHT);
-    EXPECT_EQ(messages[0].modifiers, HOST_CTRL);
-    EXPECT_TRUE(messages[0].down);
-    EXPECT_FALSE(messages[1].down);
+    EXPECT_EQ(take_mouse(), "+2 2:50,30/2 -2 2:50,30/0 ");
     EXPECT_EQ(desk_window_at(200, 130), plain);
-    headless_click(60, 70, HOST_LEFT);
-    pump();
-    EXPECT_EQ(desk_window_at(200, 130), framed);
-    EXPECT_EQ(desk_active(), framed);
+    click(60, 70);
+    EXPECT_EQ((values{desk_window_at(200, 130), desk_active()}), (values{framed, framed}));
 
     // A release outside of any client area goes to where the button was pressed.
     forget();
-    headless_pointer(60, 70);
-    headless_button(HOST_LEFT, true, 0);
+    hold(60, 70);
     headless_pointer(60, 50); // the caption
-    headless_button(HOST_LEFT, false, 0);
-    pump();
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[1].window, framed);
-    EXPECT_EQ(messages[1].y, -10);
-    EXPECT_FALSE(messages[1].down);
+    release();
+    EXPECT_EQ(take_mouse(), "+0 1:10,10/0 -0 1:10,-10/0 ");
 
     // Capture: all to one, nothing raised.
     forget();
     desk_raise(framed);
     desk_set_capture(plain);
-    headless_click(60, 50, HOST_LEFT);
-    pump();
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0].window, plain);
-    EXPECT_EQ(messages[0].x, -90);
+    click(60, 50);
+    EXPECT_EQ(take_mouse(), "+0 2:-90,-50/0 -0 2:-90,-50/0 ");
     desk_hide(plain);
     EXPECT_EQ(desk_capture(), nullptr);
 }
 
 TEST_F(desk_test, WheelGoesToTheWindowUnderThePointer) {
-    desk_window* w = open(0, 4, {50, 50, 90, 90});
-    pump();
+    opened(0, 4, {50, 50, 90, 90});
     host_event event = {};
     event.kind = host_event_kind::wheel;
     event.wheel = -3;
@@ -520,47 +446,39 @@ TEST_F(desk_test, WheelGoesToTheWindowUnderThePointer) {
     }
     forget();
     pump();
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0].window, w);
-    EXPECT_EQ(int(messages[0].value), -3);
-    EXPECT_EQ(messages[0].x, 10);
-    EXPECT_EQ(messages[1].window, desk_main());
+    EXPECT_EQ(int(messages.at(0).value), -3);
+    EXPECT_EQ(take_mouse(), "4:10,10 0:10,10 ");
 }
 
 TEST_F(desk_test, MovesMergeAndButtonsAreSeenAhead) {
-    open(0, 1, {0, 0, 100, 100});
-    pump();
+    opened(0, 1, {0, 0, 100, 100});
     EXPECT_FALSE(desk_mouse_waiting());
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 9; ++i)
         headless_pointer(i, i);
-    headless_button(HOST_LEFT, true, 0);
+    hold(9, 9);
     headless_pointer(50, 50);
     EXPECT_TRUE(desk_mouse_waiting());
     desk_message m;
-    ASSERT_TRUE(desk_next(&m));
-    EXPECT_EQ(m.kind, desk_kind::mouse_move);
+    ASSERT_TRUE(desk_next(&m) && m.kind == desk_kind::mouse_move);
     EXPECT_EQ(m.x, 9);
-    ASSERT_TRUE(desk_next(&m));
-    EXPECT_EQ(m.kind, desk_kind::button);
+    ASSERT_TRUE(desk_next(&m) && m.kind == desk_kind::button);
     EXPECT_TRUE(desk_mouse_waiting());
-    ASSERT_TRUE(desk_next(&m));
-    EXPECT_EQ(m.x, 50);
+    ASSERT_TRUE(desk_next(&m) && m.x == 50);
     EXPECT_FALSE(desk_mouse_waiting());
 }
 
 TEST_F(desk_test, KeysGiveControlCharactersAndText) {
-    struct row {
+    const struct {
         host_key key;
         uint32_t character;
         uint8_t modifiers;
         int control; // -1: none
-    };
-    const row rows[] = {{host_key::enter, 0, 0, 13},       {host_key::backspace, 0, 0, 8},
-                        {host_key::tab, 0, 0, 9},          {host_key::escape, 0, 0, 27},
-                        {host_key::remove, 0, 0, -1},      {host_key::character, 'c', HOST_CTRL, 3},
-                        {host_key::character, 'c', 0, -1}, {host_key::character, 'q', HOST_CTRL | HOST_ALT, -1},
-                        {host_key::home, 0, HOST_CTRL, -1}};
-    for (const row& r : rows) {
+    } rows[] = {{host_key::enter, 0, 0, 13},       {host_key::backspace, 0, 0, 8},
+                {host_key::tab, 0, 0, 9},          {host_key::escape, 0, 0, 27},
+                {host_key::remove, 0, 0, -1},      {host_key::character, 'c', HOST_CTRL, 3},
+                {host_key::character, 'c', 0, -1}, {host_key::character, 'q', HOST_CTRL | HOST_ALT, -1},
+                {host_key::home, 0, HOST_CTRL, -1}};
+    for (const auto& r : rows) {
         forget();
         headless_key(r.key, r.character, r.modifiers);
         pump();
@@ -579,14 +497,12 @@ TEST_F(desk_test, KeysGiveControlCharactersAndText) {
     headless_post(&euro);
     pump();
     ASSERT_EQ(messages.size(), 2u) << "no character of another set";
-    EXPECT_EQ(messages[1].character, 0xE9u);
-    EXPECT_EQ(messages[1].window, desk_main());
+    EXPECT_EQ((values{messages[1].character, messages[1].window}), (values{0xE9u, desk_main()}));
 }
 
 TEST_F(desk_test, CursorIsThatOfTheWindowUnderThePointer) {
     desk_window* w = open(0, 1, {0, 0, 100, 100});
-    headless_pointer(50, 50);
-    pump();
+    move(50, 50);
     desk_set_cursor(w, host_cursor::busy);
     EXPECT_EQ(headless_cursor(), host_cursor::busy);
     desk_window* over = open(0, 2, {40, 40, 60, 60});
@@ -594,14 +510,12 @@ TEST_F(desk_test, CursorIsThatOfTheWindowUnderThePointer) {
     desk_set_cursor(over, host_cursor::none);
     EXPECT_EQ(headless_cursor(), host_cursor::none);
     desk_warp(90, 90);
-    EXPECT_EQ(headless_cursor(), host_cursor::busy);
-    EXPECT_EQ(desk_pointer().x, 90);
+    EXPECT_EQ((values{headless_cursor(), desk_pointer().x}), (values{host_cursor::busy, 90}));
     EXPECT_FALSE(desk_in_client(over, 90, 90));
     EXPECT_TRUE(desk_in_client(w, 90, 90));
 }
 
-// ---- messages
-// ----------------------------------------------------------------------------------------------------------
+// ---- messages -------------------------------------------------------------------------------------------------------
 
 TEST_F(desk_test, TimerComesOnceAtItsTimeAfterWhatHappened) {
     desk_set_timer(host_now() + 50);
@@ -612,12 +526,9 @@ TEST_F(desk_test, TimerComesOnceAtItsTimeAfterWhatHappened) {
     desk_wait();
     EXPECT_EQ(host_now(), start + 50);
     ASSERT_TRUE(desk_post(desk_main(), 5, 6, 7));
-    ASSERT_TRUE(desk_next(&m));
-    EXPECT_EQ(m.kind, desk_kind::posted);
-    EXPECT_EQ(m.code, 5);
-    EXPECT_EQ(m.value2, 7u);
-    ASSERT_TRUE(desk_next(&m));
-    EXPECT_EQ(m.kind, desk_kind::timer);
+    ASSERT_TRUE(desk_next(&m) && m.kind == desk_kind::posted);
+    EXPECT_EQ((values{m.code, m.value2}), (values{5, 7u}));
+    ASSERT_TRUE(desk_next(&m) && m.kind == desk_kind::timer);
     EXPECT_FALSE(desk_next(&m));
     desk_set_timer(host_now());
     desk_stop_timer();
@@ -647,63 +558,50 @@ TEST_F(desk_test, DestroyedWindowsGetNothingAndQuitComesLast) {
     event = {};
     event.kind = host_event_kind::close;
     headless_post(&event);
-    ASSERT_TRUE(desk_next(&m));
-    EXPECT_EQ(m.kind, desk_kind::drop);
+    ASSERT_TRUE(desk_next(&m) && m.kind == desk_kind::drop);
     EXPECT_STREQ(m.text, "/tmp/x.tnc");
-    ASSERT_TRUE(desk_next(&m));
-    EXPECT_EQ(m.kind, desk_kind::close);
+    ASSERT_TRUE(desk_next(&m) && m.kind == desk_kind::close);
     EXPECT_NE(desk_main(), nullptr);
     open(0, 2, {0, 0, 10, 10});
     desk_destroy(desk_main());
     EXPECT_EQ(desk_main(), nullptr);
-    ASSERT_TRUE(desk_next(&m));
-    EXPECT_EQ(m.kind, desk_kind::quit);
+    ASSERT_TRUE(desk_next(&m) && m.kind == desk_kind::quit);
     EXPECT_FALSE(desk_next(&m));
     EXPECT_EQ(desk_create(0, 1, nullptr, {0, 0, 5, 5}), nullptr);
 }
 
 TEST_F(desk_test, CreationFailsCleanlyAtEachAllocation) {
     open(0, 1, {0, 0, 50, 50});
-    const long live = mem_live();
-    for (long n = 0;; ++n) {
-        mem_fail_after(n, mem_fail::once);
-        desk_window* w = open(FULL_STYLE, 2, {60, 60, 100, 100});
-        const bool hit = mem_fail_stop();
-        if (w != nullptr) desk_destroy(w);
-        pump();
-        EXPECT_EQ(mem_live(), live);
-        if (!hit) {
-            EXPECT_NE(w, nullptr);
-            break;
-        }
-    }
+    desk_window* w = nullptr;
+    sweep_failures(
+        std::array{failing::allocation},
+        [&] {
+            w = open(FULL_STYLE, 2, {60, 60, 100, 100});
+        },
+        [&](bool hit) {
+            EXPECT_TRUE(hit || w != nullptr);
+            if (w != nullptr) desk_destroy(w);
+            pump();
+        });
 }
 
-// ---- the main window
-// -----------------------------------------------------------------------------------------------------
+// ---- the main window ------------------------------------------------------------------------------------------------
 
 TEST_F(desk_test, ResizeClearsBarsKeepsPixelsAndTells) {
     desk_set_scroll(DESK_VERTICAL, 100, 300, 0);
     pump();
     ASSERT_NE(find(desk_kind::sized), nullptr);
     EXPECT_EQ(find(desk_kind::sized)->x, 384);
-    desk_window* w = open(0, 1, {10, 10, 60, 60});
-    pump();
-    forget();
-    headless_resize(300, 200, host_state::restored);
-    pump();
+    desk_window* w = opened(0, 1, {10, 10, 60, 60});
+    resize(300, 200, host_state::restored);
     ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0].kind, desk_kind::state_changed);
-    EXPECT_EQ(messages[1].x, 300);
-    EXPECT_EQ(messages[1].y, 200);
+    EXPECT_EQ((values{messages[0].kind, messages[1].x, messages[1].y}), (values{desk_kind::state_changed, 300, 200}));
     EXPECT_EQ(messages[1].state, host_state::restored);
     EXPECT_TRUE(paints.empty());
     expect_true_picture({w}, "smaller");
     forget();
-    headless_resize(500, 400, host_state::maximised);
-    pump();
-    EXPECT_EQ(messages[1].kind, desk_kind::maximising);
-    EXPECT_EQ(messages[2].state, host_state::maximised);
+    resize(500, 400, host_state::maximised);
+    EXPECT_EQ((values{messages[1].kind, messages[2].state}), (values{desk_kind::maximising, host_state::maximised}));
     EXPECT_EQ(headless_shown(30, 30), (canvas_rgb{56, 20, 20}));
     expect_true_picture({w}, "larger");
     desk_set_title(desk_main(), "Other");
@@ -712,8 +610,7 @@ TEST_F(desk_test, ResizeClearsBarsKeepsPixelsAndTells) {
     desk_set_scroll(DESK_VERTICAL, 100, 300, 0);
     pump();
     forget();
-    headless_resize(500, 400, host_state::maximised); // nothing new: the bar stays
-    pump();
+    resize(500, 400, host_state::maximised); // nothing new: the bar stays
     EXPECT_TRUE(messages.empty());
     desk_set_state(desk_main(), host_state::minimised);
     pump();
@@ -734,8 +631,7 @@ TEST_F(desk_test, ScrollBarsTellWhatIsAskedAndRepeat) {
         return found;
     };
     using list = std::vector<std::pair<desk_scroll_kind, int>>;
-    headless_pointer(392, 295); // arrow at the bottom
-    headless_button(HOST_LEFT, true, 0);
+    hold(392, 295); // arrow at the bottom
     pump();
     EXPECT_EQ(scrolls(), (list{{desk_scroll_kind::line_forward, 0}}));
     headless_run_freely(true);
@@ -744,25 +640,19 @@ TEST_F(desk_test, ScrollBarsTellWhatIsAskedAndRepeat) {
     desk_wait();
     pump();
     EXPECT_EQ(scrolls().size(), 2u);
-    headless_button(HOST_LEFT, false, 0);
-    pump();
+    release();
     EXPECT_EQ(scrolls(), (list{{desk_scroll_kind::end, 0}}));
-    headless_click(392, 270, HOST_LEFT); // behind the thumb
-    pump();
+    click(392, 270); // behind the thumb
     EXPECT_EQ(scrolls(), (list{{desk_scroll_kind::page_forward, 0}, {desk_scroll_kind::end, 0}}));
     // The thumb takes two thirds of the 268 pixels between the arrows; 90 are left for 100 positions.
-    headless_pointer(392, 50);
-    headless_button(HOST_LEFT, true, 0);
-    headless_pointer(392, 50 + 45);
-    pump();
+    hold(392, 50);
+    move(392, 50 + 45);
     EXPECT_EQ(scrolls(), (list{{desk_scroll_kind::thumb, 50}}));
     desk_set_scroll(DESK_VERTICAL, 100, 200, 50);
-    headless_pointer(100, 5000); // anywhere along
-    pump();
+    move(100, 5000); // anywhere along
     EXPECT_EQ(scrolls(), (list{{desk_scroll_kind::thumb, 100}}));
     desk_set_scroll(DESK_VERTICAL, 100, 200, 100);
-    headless_button(HOST_LEFT, false, 0);
-    pump();
+    release();
     EXPECT_EQ(scrolls(), (list{{desk_scroll_kind::end, 100}}));
     // No child is seen on a bar.
     desk_window* w = open(0, 1, {300, 0, 400, 300});
@@ -773,8 +663,7 @@ TEST_F(desk_test, ScrollBarsTellWhatIsAskedAndRepeat) {
 }
 
 TEST_F(desk_test, OnlyWhatChangedIsShown) {
-    desk_window* w = open(0, 1, {0, 0, 200, 200});
-    pump();
+    desk_window* w = opened(0, 1, {0, 0, 200, 200});
     const long before = headless_shown_pixels();
     pump();
     EXPECT_EQ(headless_shown_pixels(), before);

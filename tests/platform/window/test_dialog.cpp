@@ -57,10 +57,7 @@ TEST_F(dialog_test, ClosingTheMainWindowIsNoAndComesLater) {
     };
     EXPECT_FALSE(ask(dialog_buttons::ok_cancel, close));
     pump();
-    int closes = 0;
-    for (const desk_message& m : messages)
-        closes += m.kind == desk_kind::close;
-    EXPECT_EQ(closes, 2);
+    EXPECT_EQ(count(desk_kind::close), 2);
     close(0);
     desk_mouse_waiting(); // it is taken from the host
     desk_drop_close();
@@ -121,31 +118,28 @@ TEST_F(dialog_test, OtherMessagesWaitForTheProgram) {
     }));
     pump();
     EXPECT_EQ(messages[0].code, 9);
-    EXPECT_NE(find(desk_kind::close), nullptr);
-    EXPECT_NE(find(desk_kind::sized), nullptr);
-    EXPECT_NE(find(desk_kind::timer), nullptr);
+    for (const desk_kind kind : {desk_kind::close, desk_kind::sized, desk_kind::timer})
+        EXPECT_NE(find(kind), nullptr) << int(kind);
     EXPECT_EQ(paints[1].size(), 1u);
     EXPECT_TRUE(desk_is_shown(w));
 }
 
 // Each icon by its colours, on every screen that can show them.
 TEST(DialogIcons, AreToldApartAtEachDepth) {
-    struct row {
+    static const struct {
         int level;
         canvas_rgb color; // somewhere in it
-    };
-    static const row ROWS[] = {{LOG_ERROR, {255, 0, 0}}, {LOG_WARNING, {255, 255, 0}}, {LOG_INFO, {0, 0, 255}}};
+    } ROWS[] = {{LOG_ERROR, {255, 0, 0}}, {LOG_WARNING, {255, 255, 0}}, {LOG_INFO, {0, 0, 255}}};
     for (const int planes : {4, 8, 15, 16, 24}) {
         const host_screen size = {400, 300, planes, 0};
         ASSERT_TRUE(host_start_with(&host_headless, &size, "T"));
         ASSERT_TRUE(desk_start("T"));
-        for (const row& r : ROWS) {
+        for (const auto& r : ROWS) {
             static int found[3];
             headless_on_idle(
                 [](void*) {
                     const canvas_box b = desk_client(desk_active());
-                    for (int i = 0; i < 3; ++i)
-                        found[i] = 0;
+                    std::fill(found, found + 3, 0);
                     for (int y = b.y1; y < b.y2; ++y)
                         for (int x = b.x1; x < b.x1 + 50; ++x)
                             for (int i = 0; i < 3; ++i)

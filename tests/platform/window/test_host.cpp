@@ -8,17 +8,16 @@
 namespace {
 
 TEST(HostScreen, TextsAreReadWholeOrRefused) {
-    struct row {
+    const struct {
         const char* text;
         bool good;
         int width, height, planes;
-    };
-    const row rows[] = {{"1280x1024x24", true, 1280, 1024, 24}, {"800x600", true, 800, 600, 24},
-                        {"640x480x4", true, 640, 480, 4},       {"", false, 0, 0, 0},
-                        {"800x600x7", false, 0, 0, 0},          {"0x600x8", false, 0, 0, 0},
-                        {"800x600x8x", false, 0, 0, 0},         {"800,600", false, 0, 0, 0},
-                        {"99999x99999x24", false, 0, 0, 0},     {"4294967297x10", false, 0, 0, 0}};
-    for (const row& r : rows) {
+    } rows[] = {{"1280x1024x24", true, 1280, 1024, 24}, {"800x600", true, 800, 600, 24},
+                {"640x480x4", true, 640, 480, 4},       {"", false, 0, 0, 0},
+                {"800x600x7", false, 0, 0, 0},          {"0x600x8", false, 0, 0, 0},
+                {"800x600x8x", false, 0, 0, 0},         {"800,600", false, 0, 0, 0},
+                {"99999x99999x24", false, 0, 0, 0},     {"4294967297x10", false, 0, 0, 0}};
+    for (const auto& r : rows) {
         host_screen screen = {1, 2, 24, 3};
         EXPECT_EQ(host_parse_screen(r.text, &screen), r.good) << r.text;
         EXPECT_EQ(screen.width, r.good ? r.width : 1) << r.text;

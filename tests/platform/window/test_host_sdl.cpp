@@ -1,6 +1,7 @@
 // The host in a window, on the library's own driver without a display: what its events become, and what the window's
 // surface gets.
 #ifdef TINCT_WITH_SDL
+#include "common/values.h"
 #include "deskfixture.h"
 
 #include <SDL.h>
@@ -62,8 +63,7 @@ TEST_F(sdl_test, PixelsAreStretchedAndOnlyChangedOnesSent) {
     int width = 0;
     int height = 0;
     SDL_GetWindowSize(window, &width, &height);
-    EXPECT_EQ(width, 800);
-    EXPECT_EQ(height, 480);
+    EXPECT_EQ((values{width, height}), (values{800, 480}));
     const canvas_rgb colors[2] = {{200, 100, 50}, {1, 2, 3}};
     canvas_set_palette(40, colors, 2);
     canvas_fill(desk_canvas(desk_main()), {0, 0, 400, 240}, CANVAS_SLOT | 41);
@@ -78,8 +78,7 @@ TEST_F(sdl_test, PixelsAreStretchedAndOnlyChangedOnesSent) {
     SDL_FillRect(SDL_GetWindowSurface(window), nullptr, 0x00FF00);
     canvas_fill(desk_canvas(desk_main()), {100, 100, 102, 102}, CANVAS_SLOT | 40);
     desk_flush();
-    EXPECT_EQ(shown(200, 200), 0xC86432u);
-    EXPECT_EQ(shown(204, 200), 0x00FF00u);
+    EXPECT_EQ((values{shown(200, 200), shown(204, 200)}), (values{0xC86432u, 0x00FF00u}));
 }
 
 TEST_F(sdl_test, KeysAndText) {
@@ -89,8 +88,7 @@ TEST_F(sdl_test, KeysAndText) {
     EXPECT_EQ(key(SDLK_KP_7, KMOD_NUM).kind, host_event_kind::none); // it comes as text
     EXPECT_EQ(key(SDLK_F5, 0).kind, host_event_kind::none);
     const host_event letter = key(SDLK_c, KMOD_RCTRL | KMOD_LALT);
-    EXPECT_EQ(letter.key, host_key::character);
-    EXPECT_EQ(letter.character, uint32_t{'c'});
+    EXPECT_EQ((values{letter.key, letter.character}), (values{host_key::character, uint32_t{'c'}}));
     EXPECT_EQ(letter.modifiers, HOST_CTRL | HOST_ALT);
 
     SDL_Event text = {};
@@ -100,8 +98,7 @@ TEST_F(sdl_test, KeysAndText) {
     host_event event;
     for (const uint32_t expected : {0xE9u, 0x20ACu, 0x1F600u}) {
         ASSERT_TRUE(host_poll(&event));
-        EXPECT_EQ(event.kind, host_event_kind::text);
-        EXPECT_EQ(event.character, expected);
+        EXPECT_EQ((values{event.kind, event.character}), (values{host_event_kind::text, expected}));
     }
     EXPECT_FALSE(host_poll(&event));
     strcpy(text.text.text, "x\xf0"); // cut short
@@ -116,9 +113,7 @@ TEST_F(sdl_test, MouseInPixelsOfTheFrame) {
     move.motion.x = 101;
     move.motion.y = -1; // held outside of the window
     const host_event pointer = pass(move);
-    EXPECT_EQ(pointer.kind, host_event_kind::pointer);
-    EXPECT_EQ(pointer.x, 50);
-    EXPECT_EQ(pointer.y, -1);
+    EXPECT_EQ((values{pointer.kind, pointer.x, pointer.y}), (values{host_event_kind::pointer, 50, -1}));
     SDL_Event press = {};
     press.type = SDL_MOUSEBUTTONDOWN;
     press.button.state = SDL_PRESSED;
