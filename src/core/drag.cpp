@@ -7,8 +7,7 @@
 // Invariants, while a drag is open:
 // 1. The pen's entry in `appliques` says what was asked for last: the drag's beginning, or a preview.
 // 2. drag.pass leads there from the beginning, null when it is the beginning. It was prepared when the preview was
-// asked
-//    for, so that nothing can fail when the picture is completed.
+//    asked for, so that nothing can fail when the picture is completed.
 // 3. Each pixel of the pen holds what it held at the beginning, or what the pass of some preview makes of that. Unless
 //    drag.behind, it is the last one for all of them. Other pixels haven't changed.
 #include "core/change.h"
