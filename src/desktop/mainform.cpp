@@ -19,11 +19,13 @@
 #include "desktop/selection.h"
 #include "desktop/title.h"
 #include "forms/forms.h"
+#include "surface/patterncache.h"
 #include "tools/colors.h"
 #include "tools/draw.h"
 #include "tools/windows.h"
 #include "view/highlight.h"
 #include "view/pick.h"
+#include "view/viewdraw.h"
 #include "view/viewtools.h"
 
 namespace {
@@ -183,10 +185,28 @@ void fill_background(int gadget) {
     rectf(window, x + 3, y + 3, x + width - 4, y + height - 4);
 }
 
+// Fills it with a picture from its corner, made as small as lets all of its shorter side be seen.
+void fill_with_picture(int gadget, const raster_image* image) {
+    int x = 0, y = 0, width = 0, height = 0, window = -1;
+    FIg_get_location(form, gadget, &x, &y);
+    FIg_get_size(form, gadget, &width, &height);
+    if (FIf_get_window(form, &window) != FI_SUCCESS) return;
+    const int32_t shown_width = width - 6, shown_height = height - 6;
+    const int32_t smaller = std::min(image->width / shown_width, image->height / shown_height);
+    const int32_t larger =
+        std::max((shown_width + image->width - 1) / image->width, (shown_height + image->height - 1) / image->height);
+    const int32_t zoom = smaller > 1 ? -std::min(smaller, VIEW_ZOOM_MAX) : (larger > 1 ? larger : 0);
+    const view v = {nullptr, 0, window, display_mask, x + 3, y + 3, x + width - 4, y + height - 4, 0, 0, zoom};
+    view_draw(image, &v);
+}
+
 // What the chosen surface carries now.
 void show_swatch() {
     const applique* a = shown_pen != NO_PEN ? open_image.appliques[shown_pen] : nullptr;
-    if (a != nullptr && a->is_color != 0)
+    const raster_image* pattern = a != nullptr && a->is_color == 0 ? pattern_look_up(a->file) : nullptr;
+    if (pattern != nullptr)
+        fill_with_picture(SWATCH, pattern);
+    else if (a != nullptr && a->is_color != 0)
         fill_gadget(SWATCH, a->a0, a->a1, a->a2);
     else
         fill_background(SWATCH);

@@ -11,9 +11,10 @@ void cells_lay_out(FI_form* form, int first_gadget, int first_name);
 void cells_show(int first_pattern);
 void cells_hide();
 
-// Marks the chosen pattern's name, or none (-1).
 // Chooses what a cell shows, as a click in it does; one without a picture can't be chosen.
 void cells_pick(int cell);
+
+// Marks the chosen pattern's name, or none (-1).
 void cells_mark(int pattern);
 
 // The palette is another one, or cells look different now: forgets what they show.

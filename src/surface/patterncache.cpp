@@ -99,6 +99,14 @@ const raster_image* pattern_take(const char* file) {
     return c != nullptr ? c->image : nullptr;
 }
 
+const raster_image* pattern_look_up(const char* file) {
+    char path[FILES_PATH_SIZE];
+    find_raster_file(file, path, sizeof path);
+    for (const cached* c = newest; c != nullptr; c = c->next)
+        if (std::strcmp(c->path, path) == 0) return c->image;
+    return nullptr;
+}
+
 void pattern_give_back(const raster_image* pattern) {
     for (cached* c = newest; c != nullptr; c = c->next)
         if (c->image == pattern) --c->users;

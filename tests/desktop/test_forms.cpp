@@ -1,11 +1,26 @@
 // Sessions through the forms: what a user does, and what comes of it in the image, in files and on the forms.
 #include "forms_session.h"
 
+#include <array>
+#include <bit>
+#include <set>
+
 #include "desktop/commands.h"
 
 namespace {
 
-using Forms = FormsSession;
+class Forms : public FormsSession {
+protected:
+    // Colours that the box beside the pen's number shows.
+    static size_t colors_of_swatch() {
+        const canvas_point at = place_of(MAIN, 174);
+        std::set<std::array<uint8_t, 3>> colors;
+        for (int y = -8; y <= 8; ++y)
+            for (int x = -10; x <= 10; ++x)
+                colors.insert(std::bit_cast<std::array<uint8_t, 3>>(headless_shown(at.x + x, at.y + y)));
+        return colors.size();
+    }
+};
 
 } // namespace
 
@@ -41,7 +56,10 @@ TEST_F(Forms, APatternIsPlacedAndSavedAsARecipeThatTinctBatchTakes) {
         live = planes();
     });
     press(MAIN, 23);
-    step([&] { EXPECT_TRUE(planes() == live); });
+    step([&] {
+        EXPECT_TRUE(planes() == live);
+        EXPECT_GT(colors_of_swatch(), 4U);
+    });
     press(MAIN, 179); // save the recipe: the picker stands on still.sets
     step([] { EXPECT_EQ(text_of(PICKER, 13), "still.sets"); });
     press(PICKER, 30);
