@@ -104,13 +104,15 @@ bool read_row(void* context, uint8_t* out) {
     return true;
 }
 
+// Whether there is a row to print. From the bottom up, the rows of a picture that is not all there have no place.
+bool holds_rows(const raster_source* s) {
+    return rzl_lines_held(s->file) >= (source_is_bottom_up(s) ? s->height : 1);
+}
+
 int print_rows(const raster_source* s, const char* path, line_planes* b) {
-    const bool upward = source_is_bottom_up(s);
-    // The rows of a picture that is not all there have no place.
-    const int32_t least = upward ? s->height : 1;
-    if (rzl_lines_held(s->file) < least) return raster_is_undamaged(s->file, path) ? EXIT_DONE : EXIT_FAILED;
     const size_t printed = static_cast<size_t>(s->width) * printed_bytes(s);
-    source_rows rows = {s, path, upward, comes_as_pixels(s) ? rzl_interleaved_size(s->file) : printed, read_row, b};
+    source_rows rows = {
+        s, path, source_is_bottom_up(s), comes_as_pixels(s) ? rzl_interleaved_size(s->file) : printed, read_row, b};
     if (!rows_begin(&rows)) return EXIT_FAILED;
     for (const uint8_t* row = rows_next(&rows); row != nullptr; row = rows_next(&rows)) {
         out_bytes(row, printed);
@@ -139,6 +141,8 @@ int command_cat(word_list* words) {
     bool too_deep = source.kind == pixel_kind::deep && source.bits > 16;
     if (too_deep) {
         program_fail("Samples of %d bits are not printed as bytes.", source.bits);
+    } else if (!holds_rows(&source)) {
+        status = raster_is_undamaged(source.file, request.path) ? EXIT_DONE : EXIT_FAILED;
     } else if (!allocate(&planes)) {
         program_fail("There is no memory for a line of %d pixels.", source.width);
     } else {
