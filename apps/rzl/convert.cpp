@@ -171,7 +171,7 @@ bool table_fits(const raster_source* source, const convert_request* request) {
 int check_target(const raster_source* source, convert_request* request) {
     int can_create = 0;
     if (rzl_standard_support(request->standard, &can_create, nullptr) != 0 || can_create == 0) {
-        return program_fail("This version can not write %s files yet.", rzl_standard_name(request->standard));
+        return program_fail("This build can not write %s files.", rzl_standard_name(request->standard));
     }
     if (request->keep_vlt && source->kind != pixel_kind::mapped && source->kind != pixel_kind::color) {
         return program_fail("\"%s\" has no colours to make a table of.", request->in.path);

@@ -146,7 +146,7 @@ int request_output(const apply_request* request, output_settings* settings) {
     if (standard < 0) return program_usage("the extension of \"%s\" names no type; give --type", request->out);
     int can_create = 0;
     if (rzl_standard_support(standard, &can_create, nullptr) != 0 || can_create == 0) {
-        return program_fail("This version can not write \"%s\" files yet.", name);
+        return program_fail("This build can not write \"%s\" files.", name);
     }
     if (imp_standard_ok(standard) == 0) return program_usage("pictures are not saved as \"%s\"", name);
     bool has_24 = imp_format_ok(standard, RZL_FORMAT_RGB) != 0 || imp_format_ok(standard, RZL_FORMAT_PLANE_RUNS) != 0;
