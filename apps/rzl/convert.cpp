@@ -394,7 +394,7 @@ void mirror_line(conversion* c) {
     if (c->source->kind == pixel_kind::bilevel) {
         uint8_t* bytes = p[3];
         rzl_unpack_bits(p[0], bytes, c->source->width, 0, 1);
-        std::memset(p[0], 0, (width + 15) / 16 * 2);
+        std::memset(p[0], 0, raster_bit_line_bytes(c->source->width));
         for (size_t x = 0; x < width; ++x)
             if (bytes[width - 1 - x] != 0) p[0][(x / 8) ^ 1] |= static_cast<uint8_t>(0x80 >> x % 8);
         return;

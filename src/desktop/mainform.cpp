@@ -166,50 +166,49 @@ void notify(int /*form_label*/, int gadget, double value, FI_form* /*f*/) {
 
 // ---- showing -------------------------------------------------------------------------------------------------------
 
-// Fills the inside of a gadget's rectangle with a colour, through the display gamma like the picture.
-void fill_gadget(int gadget, double red, double green, double blue) {
+// The inside of the swatch: its corners, both of them in it, and its window; -1 when the form has none.
+struct swatch_place {
+    int window, x1, y1, x2, y2;
+};
+
+swatch_place place_of_swatch() {
     int x = 0, y = 0, width = 0, height = 0, window = -1;
-    FIg_get_location(form, gadget, &x, &y);
-    FIg_get_size(form, gadget, &width, &height);
-    if (FIf_get_window(form, &window) != FI_SUCCESS) return;
-    color_ramp(window, x + 3, y + 3, {red, green, blue}, x + width - 4, y + height - 4, {red, green, blue});
+    FIg_get_location(form, SWATCH, &x, &y);
+    FIg_get_size(form, SWATCH, &width, &height);
+    if (FIf_get_window(form, &window) != FI_SUCCESS) window = -1;
+    return {window, x + 3, y + 3, x + width - 4, y + height - 4};
 }
 
-void fill_background(int gadget) {
-    int x = 0, y = 0, width = 0, height = 0, window = -1, color = 0;
-    FIg_get_location(form, gadget, &x, &y);
-    FIg_get_size(form, gadget, &width, &height);
-    if (FIf_get_window(form, &window) != FI_SUCCESS) return;
+void fill_with_background(const swatch_place& s) {
+    int color = 0;
     FIf_get_color(form, &color);
-    form_fgcolor(window, program_form_hooks.color(color));
-    rectf(window, x + 3, y + 3, x + width - 4, y + height - 4);
+    form_fgcolor(s.window, program_form_hooks.color(color));
+    rectf(s.window, s.x1, s.y1, s.x2, s.y2);
 }
 
-// Fills it with a picture from its corner, made as small as lets all of its shorter side be seen.
-void fill_with_picture(int gadget, const raster_image* image) {
-    int x = 0, y = 0, width = 0, height = 0, window = -1;
-    FIg_get_location(form, gadget, &x, &y);
-    FIg_get_size(form, gadget, &width, &height);
-    if (FIf_get_window(form, &window) != FI_SUCCESS) return;
-    const int32_t shown_width = width - 6, shown_height = height - 6;
-    const int32_t smaller = std::min(image->width / shown_width, image->height / shown_height);
+// A picture from its corner, made as small as lets all of its shorter side be seen.
+void fill_with_picture(const swatch_place& s, const raster_image* image) {
+    const int32_t width = s.x2 - s.x1 + 1, height = s.y2 - s.y1 + 1;
+    const int32_t smaller = std::min(image->width / width, image->height / height);
     const int32_t larger =
-        std::max((shown_width + image->width - 1) / image->width, (shown_height + image->height - 1) / image->height);
+        std::max((width + image->width - 1) / image->width, (height + image->height - 1) / image->height);
     const int32_t zoom = smaller > 1 ? -std::min(smaller, VIEW_ZOOM_MAX) : (larger > 1 ? larger : 0);
-    const view v = {nullptr, 0, window, display_mask, x + 3, y + 3, x + width - 4, y + height - 4, 0, 0, zoom};
+    const view v = {nullptr, 0, s.window, display_mask, s.x1, s.y1, s.x2, s.y2, 0, 0, zoom};
     view_draw(image, &v);
 }
 
-// What the chosen surface carries now.
+// What the chosen surface carries now, through the display gamma like the picture.
 void show_swatch() {
+    const swatch_place s = place_of_swatch();
+    if (s.window < 0) return;
     const applique* a = shown_pen != NO_PEN ? open_image.appliques[shown_pen] : nullptr;
     const raster_image* pattern = a != nullptr && a->is_color == 0 ? pattern_look_up(a->file) : nullptr;
     if (pattern != nullptr)
-        fill_with_picture(SWATCH, pattern);
+        fill_with_picture(s, pattern);
     else if (a != nullptr && a->is_color != 0)
-        fill_gadget(SWATCH, a->a0, a->a1, a->a2);
+        color_ramp(s.window, s.x1, s.y1, {a->a0, a->a1, a->a2}, s.x2, s.y2, {a->a0, a->a1, a->a2});
     else
-        fill_background(SWATCH);
+        fill_with_background(s);
 }
 
 void write_status(char* text, size_t size) {

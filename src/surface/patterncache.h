@@ -16,7 +16,8 @@ constexpr size_t PATTERN_CACHE_LIMIT = size_t{64} << 20;
 const raster_image* pattern_take(const char* file);
 void pattern_give_back(const raster_image* pattern); // null does nothing
 
-// The same, only to be looked at now, if it is in memory; null otherwise, without a message. What a surface carries is.
+// The same, only to be looked at now, if it is in memory; null otherwise, without a message: what a surface carries may
+// have gone for others that were used since.
 const raster_image* pattern_look_up(const char* file);
 
 // Bytes of planes that are held now.
