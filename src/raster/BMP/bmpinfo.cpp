@@ -108,6 +108,14 @@ constexpr format_slots SLOTS = {
     .Free_specs = bmp_free_specs,
 };
 
+// A step of four bytes passes over as many lines as its last byte tells, however wide they are; and all that follow the
+// end of the image are left out.
+pixel_density density(const CFILE* c) {
+    const bmp_spec* spec = bmp_spec_of(c);
+    if (!bmp_is_coded(spec)) return {spec->bit_count < 8 ? 8 / spec->bit_count : 1, 1, 0};
+    return {CODED_PIXELS, BMP_RUN_MOST / 4 + 1, LEFT_OUT_PIXELS};
+}
+
 } // namespace
 
 extern const format_module bmp_module;
@@ -121,6 +129,7 @@ const format_module bmp_module = {
     .traits = MODULE_COLORS,
     .open = bmp_open,
     .initialise = bmp_initialise,
+    .density = density,
 };
 
 int bmp_get_hdr_data(CFILE* c, int32_t field, void* value) {

@@ -2,20 +2,13 @@
 // reading ends where the file's bytes can't stand for a further line, and whoever takes memory by them asks here first.
 #include <algorithm>
 
-#include "raster/CORE/cfile.h"
+#include "raster/CORE/module.h"
 #include "support/checked.h"
 
 namespace {
 
-// The most pixels that a stored byte of a run-coded native file stands for: 128 in a control byte and a value.
-constexpr int64_t BYTE_RUN_PIXELS = 64;
-
-// For every other coding: none packs more into a byte.
-constexpr int64_t CODED_PIXELS = 16384;
-
-// Pixels that a file may leave out, as lines of a scannable file, tiles of one colour, or strips without data: a page
-// at 600 points an inch.
-constexpr int64_t LEFT_OUT_PIXELS = 40'000'000;
+// Lines in a byte: those of one pixel are densest in LZW, where a byte of a whole table stands for 1400 at most.
+constexpr int64_t CODED_LINES = 1400;
 
 // A line that is left out is read all the same, and costs at least as much as one of so many pixels.
 constexpr int64_t LEFT_OUT_LEAST = 64;
@@ -25,28 +18,14 @@ constexpr int64_t LEFT_OUT_LEAST = 64;
 constexpr int64_t FAX_LINES = 8; // in a byte
 constexpr int64_t FAX_PIXELS = FAX_LINES << 18;
 
-bool is_fax(int32_t format) {
-    return format == RZL_FORMAT_GROUP3 || format == RZL_FORMAT_GROUP4;
+bool is_fax(const CFILE* c) {
+    return (c->format == RZL_FORMAT_GROUP3 || c->format == RZL_FORMAT_GROUP4) && !has_flag(c, FLAG_TILED);
 }
 
-// The most pixels that a stored byte stands for, and those that stand for themselves. Other standards report the
-// nearest data format, so that only native files are held to theirs.
-struct expansion {
-    int64_t in_byte, left_out;
-};
-
-expansion expansion_of(const CFILE* c) {
-    if (c->standard != RZL_STANDARD_KRVN || has_flag(c, FLAG_TILED)) return {CODED_PIXELS, LEFT_OUT_PIXELS};
-    const int64_t left_out = has_flag(c, FLAG_SCANNABLE) ? LEFT_OUT_PIXELS : 0;
-    switch (c->format) {
-    case RZL_FORMAT_BYTE:
-    case RZL_FORMAT_RGB:
-    case RZL_FORMAT_FOUR: return {1, left_out};
-    case RZL_FORMAT_BYTE_RUNS:
-    case RZL_FORMAT_PLANE_RUNS:
-    case RZL_FORMAT_FOUR_PLANE_RUNS: return {BYTE_RUN_PIXELS, left_out};
-    default: return {CODED_PIXELS, left_out};
-    }
+pixel_density density_of(const CFILE* c) {
+    if (is_fax(c)) return {FAX_PIXELS, FAX_LINES, 0};
+    if (c->module != nullptr && c->module->density != nullptr && !has_flag(c, FLAG_TILED)) return c->module->density(c);
+    return {CODED_PIXELS, CODED_LINES, LEFT_OUT_PIXELS};
 }
 
 // The bytes of the file that can be pixels, -1 when that can't be told.
@@ -60,15 +39,15 @@ int64_t pixel_bytes(CFILE* c) {
 
 // The lines that `bytes` can be at most.
 int64_t lines_in(const CFILE* c, int64_t bytes) {
-    const bool fax = is_fax(c->format) && !has_flag(c, FLAG_TILED);
-    const expansion e = fax ? expansion{FAX_PIXELS, LEFT_OUT_PIXELS} : expansion_of(c);
+    const pixel_density most = density_of(c);
     const int64_t width = std::max(c->xsize, 1);
-    int64_t pixels = 0;
-    if (!checked_mul(bytes, e.in_byte, &pixels)) pixels = INT64_MAX / 2;
-    int64_t lines = pixels / width + e.left_out / std::max(width, LEFT_OUT_LEAST);
+    int64_t pixels = 0, lines = 0;
+    if (!checked_mul(bytes, most.pixels, &pixels)) pixels = INT64_MAX;
+    if (!checked_mul(bytes, most.lines, &lines)) lines = INT64_MAX;
+    lines = std::min({lines, pixels / width, int64_t{INT32_MAX}});
     // A part of a line is worth reading, unless no page is as wide.
     if (width <= LEFT_OUT_PIXELS) ++lines;
-    return fax ? std::min(lines, bytes * FAX_LINES) : lines;
+    return lines + most.left_out / std::max(width, LEFT_OUT_LEAST);
 }
 
 } // namespace

@@ -45,6 +45,20 @@ constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: 
 constexpr uint32_t MODULE_CODED = 64;    // pixels are always stored in a coding, also those of the plain data formats
 constexpr uint32_t MODULE_FIELDS = 128;  // all fields that are set reach the module, whether the header exists or not
 
+// The most that a byte of a coding stands for. What a header claims beyond that is not there: claims.cpp.
+struct pixel_density {
+    int64_t pixels;   // of any number of lines
+    int64_t lines;    // however narrow they are
+    int64_t left_out; // not for a byte, but in the whole image: pixels that are there without any
+};
+
+// In a byte: no coding but those of fax packs more.
+constexpr int64_t CODED_PIXELS = 16384;
+
+// Pixels that a file may leave out, as lines of a scannable file, tiles of one colour, or strips without data: a page
+// at 600 points an inch.
+constexpr int64_t LEFT_OUT_PIXELS = 40'000'000;
+
 struct format_module {
     const char* word = nullptr;         // the source path of what the core reports for the module, as "GIF/gifopen"
     const char* squetch_word = nullptr; // said of a seek past the last output line of a resampled file
@@ -74,6 +88,10 @@ struct format_module {
     // Null, or creates a further part of an existing file that detection finds to be the module's, instead of emptying
     // it. Called on a new handle without a file. 0, or 1 with the status set.
     int (*extend)(CFILE* c, const char* name) = nullptr;
+
+    // Null, or what the active image's coding is at its densest, of an image without tiles. Null: that of the densest
+    // module.
+    pixel_density (*density)(const CFILE* c) = nullptr;
 
     // Null, or asserts what the module promises of its record between calls (support/invariant.h).
     void (*check)(const CFILE* c) = nullptr;

@@ -195,6 +195,9 @@ bool krv_line_fits(int32_t data_type, uint32_t xsize, bool scannable, int64_t by
 // The same for `ysize` lines of data.
 bool krv_lines_fit(int32_t data_type, uint32_t xsize, uint32_t ysize, int64_t bytes);
 
+// The module's answer for the active image.
+pixel_density krv_density(const CFILE* c);
+
 // ---- colour tables: krvvlt.cpp --------------------------------------------------------------------------------------
 
 // The colour table of the image with that header at `base`, as an owned block in *table; null when it has none or it

@@ -132,6 +132,15 @@ bool krv_line_fits(int32_t data_type, uint32_t xsize, bool scannable, int64_t by
     return xsize / row->expansion <= room;
 }
 
+pixel_density krv_density(const CFILE* c) {
+    const int64_t left_out = has_flag(c, FLAG_SCANNABLE) ? LEFT_OUT_PIXELS : 0;
+    const storage_row* row = find_storage(krv_spec_of(c)->data_type);
+    if (row == nullptr) return {1, 1, left_out};
+    // A pixel of 64 bits is not more than one in a byte, either: a bound need not be the least.
+    const int64_t pixels = row->bits == 0 ? row->expansion : row->bits < 8 ? 8 / row->bits : 1;
+    return {pixels, pixels, left_out};
+}
+
 bool krv_lines_fit(int32_t data_type, uint32_t xsize, uint32_t ysize, int64_t bytes) {
     const storage_row* row = find_storage(data_type);
     if (row == nullptr) return false;
@@ -396,6 +405,7 @@ const format_module krv_module = {
     .traits = MODULE_TILES | MODULE_RESIZES | MODULE_CUT_TILES,
     .open = krv_open,
     .initialise = krv_initialise,
+    .density = krv_density,
     .check = check_spec,
     .note_tile = krv_note_tile,
 };
@@ -409,6 +419,7 @@ const format_module krv_text_module = {
     .limits = KRV_LIMITS,
     .traits = MODULE_TILES | MODULE_RESIZES | MODULE_CUT_TILES,
     .open = krv_open_text,
+    .density = krv_density,
     .check = check_spec,
     .note_tile = krv_note_tile,
 };
