@@ -11,6 +11,7 @@
 
 int imp_verbose = 0;
 int imp_error = IMP_OK;
+uint32_t imp_raster_status = 0;
 int imp_planes_shared = 0;
 
 const char* const imp_error_text[IMP_CODES] = {

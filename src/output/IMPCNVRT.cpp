@@ -12,7 +12,6 @@ namespace {
 constexpr const char* SOURCE = "IMPCNVRT.c";
 constexpr double BYTE_TO_UNIT = 0.00392156862745098; // 1/255 as the tables have always been made with
 constexpr double VLT_MAX = 65535.0;
-constexpr int32_t COLORS_MAX = 256;
 
 // Bits of the selector.
 constexpr int HAS_INDEX = 1;
@@ -211,11 +210,14 @@ int table_to_grey(Impack* pack, const request* r) {
     return code;
 }
 
-// A ramp of `colors` entries from 0 to 65535, through the gamma, and each grey level at the nearest of them.
-int grey_to_mapped(Impack* pack, const request* r) {
+// A ramp of `colors` entries from 0 to 65535, through the gamma.
+rzl_vlt_entry* ramp_new(const request* r) {
     int32_t last = r->colors - 1;
     auto* ramp = mem_new_array<rzl_vlt_entry>(static_cast<size_t>(r->colors));
-    if (ramp == nullptr) return no_memory(int64_t{r->colors} * static_cast<int>(sizeof(rzl_vlt_entry)), __LINE__);
+    if (ramp == nullptr) {
+        no_memory(int64_t{r->colors} * static_cast<int>(sizeof(rzl_vlt_entry)), __LINE__);
+        return nullptr;
+    }
     for (int32_t i = 0; i <= last; ++i) {
         double level = static_cast<double>(i) / last;
         if (gamma_applies(r->gamma)) level = std::pow(level, 1.0 / r->gamma);
@@ -223,6 +225,12 @@ int grey_to_mapped(Impack* pack, const request* r) {
         auto value = static_cast<uint16_t>(level);
         ramp[i] = {static_cast<uint16_t>(i), value, value, value};
     }
+    return ramp;
+}
+
+// Puts each grey level at the nearest entry of the ramp, which the pack takes over; it is gone after a failure.
+int map_to_ramp(Impack* pack, const request* r, rzl_vlt_entry* ramp) {
+    int32_t last = r->colors - 1;
     byte_table index;
     for (int i = 0; i < 256; ++i)
         index[i] = static_cast<uint8_t>((i * last + 127) / 255);
@@ -238,13 +246,30 @@ int grey_to_mapped(Impack* pack, const request* r) {
     return IMP_OK;
 }
 
+int grey_to_mapped(Impack* pack, const request* r) {
+    rzl_vlt_entry* ramp = ramp_new(r);
+    return ramp != nullptr ? map_to_ramp(pack, r, ramp) : static_cast<int>(IMP_NO_MEMORY);
+}
+
+// Grey for a standard whose pixels are no levels: these first, then the ramp, which has the gamma.
+template <int to_grey(Impack*, const request*)> int to_grey_ramp(Impack* pack, const request* r) {
+    rzl_vlt_entry* ramp = ramp_new(r);
+    if (ramp == nullptr) return IMP_NO_MEMORY;
+    request levels = *r;
+    levels.gamma = 0.0;
+    int code = to_grey(pack, &levels);
+    if (code == IMP_OK) return map_to_ramp(pack, r, ramp);
+    mem_free(ramp);
+    return code;
+}
+
 // ---- the choice ----------------------------------------------------------------------------------------------------
 
 using conversion = int (*)(Impack*, const request*);
 
-// A step between levels, and an index in a byte, ask for 2 to 256 colours.
+// A step between levels, and an index in the pixels of the standard, ask for 2 colours and no more than they can tell.
 int with_colors(Impack* pack, const request* r, conversion convert) {
-    bool fits = r->colors >= 2 && r->colors <= COLORS_MAX;
+    bool fits = r->colors >= 2 && r->colors <= imp_most_colors(r->standard);
     return fits ? convert(pack, r) : imp_fail(IMP_BAD_FLAG);
 }
 
@@ -255,13 +280,16 @@ int run_selector(Impack* pack, const request* r) {
     if (pack->vlt_count > 0) selector |= HAS_TABLE;
     if (to_8_bit && !r->gray) selector |= TO_MAPPED;
     if ((selector & HAS_INDEX) == 0 && imp_lacks_planes(pack)) return imp_fail(IMP_BAD_PACK);
+    const bool has_levels = imp_most_colors(r->standard) == IMP_COLORS_MAX;
     switch (selector) {
     case 0: return correct_gamma(pack, r);
-    case TO_8_BIT: return with_colors(pack, r, planes_to_grey);
+    case TO_8_BIT: return with_colors(pack, r, has_levels ? planes_to_grey : to_grey_ramp<planes_to_grey>);
     case TO_8_BIT | TO_MAPPED: return with_colors(pack, r, planes_to_mapped);
     case HAS_INDEX: return index_to_planes(pack, r);
     case HAS_INDEX | HAS_TABLE: return expand_by_table(pack, r);
-    case HAS_INDEX | TO_8_BIT | HAS_TABLE: return with_colors(pack, r, table_to_grey);
+    case HAS_INDEX | TO_8_BIT: return has_levels ? static_cast<int>(IMP_OK) : with_colors(pack, r, grey_to_mapped);
+    case HAS_INDEX | TO_8_BIT | HAS_TABLE:
+        return with_colors(pack, r, has_levels ? table_to_grey : to_grey_ramp<table_to_grey>);
     case HAS_INDEX | TO_8_BIT | TO_MAPPED: return with_colors(pack, r, grey_to_mapped);
     default: return IMP_OK;
     }

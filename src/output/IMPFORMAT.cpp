@@ -19,6 +19,11 @@ int imp_format_ok(int32_t standard, int32_t format) {
     return plain || coded ? rzl_standard_takes(standard, format) : 0;
 }
 
+int32_t imp_most_colors(int32_t standard) {
+    int32_t most = rzl_standard_colors(standard);
+    return most > 0 ? most : IMP_COLORS_MAX;
+}
+
 int imp_standard_ok(int32_t standard) {
     return has_depth(standard, 8) || has_depth(standard, 24) ? 1 : 0;
 }
@@ -49,8 +54,8 @@ int imp_normalise(int32_t standard, int32_t* format, int32_t* compressed, int32_
     if (*depth == 24) {
         *colors = 0;
         *gray = 0;
-    } else if (*colors < 2 || *colors > 256) {
-        *colors = 256;
+    } else if (*colors < 2 || *colors > imp_most_colors(standard)) {
+        *colors = imp_most_colors(standard);
     }
     *format = imp_format_code(*depth, *compressed);
     return 0;

@@ -9,18 +9,17 @@
 namespace {
 
 constexpr const char* SOURCE = "IMPMKVLT.c";
-constexpr int32_t COLORS_MAX = 256;
 
 // One table being made.
 struct table_maker {
     Impack* pack;
     imp_progress* progress;
     color_hash hash;
-    color_box stack[COLORS_MAX]; // the boxes still to be dealt with: each has a slot of the table or more
+    color_box stack[IMP_COLORS_MAX]; // the boxes still to be dealt with: each has a slot of the table or more
     int boxes;
-    int32_t made;                    // entries
-    color_box unsettled[COLORS_MAX]; // boxes of entries whose colour takes a second pass
-    int32_t unsettled_entry[COLORS_MAX];
+    int32_t made;                        // entries
+    color_box unsettled[IMP_COLORS_MAX]; // boxes of entries whose colour takes a second pass
+    int32_t unsettled_entry[IMP_COLORS_MAX];
     int unsettled_count;
 };
 
@@ -217,7 +216,7 @@ int check_request(const Impack* pack, int32_t colors) {
     if (pack->magic != IMP_MAGIC) {
         return imp_fail_saying(IMP_BAD_PACK, "Insane imp. Line %d, File %s\n", __LINE__, SOURCE);
     }
-    bool fits = colors >= 1 && colors <= COLORS_MAX; // an index is a byte
+    bool fits = colors >= 1 && colors <= IMP_COLORS_MAX; // an index is a byte
     return fits ? static_cast<int>(IMP_OK) : imp_fail(IMP_BAD_FLAG);
 }
 

@@ -16,10 +16,10 @@ constexpr int32_t TOP_DOWN = 4;
 constexpr int32_t BOTTOM_UP = 6;
 constexpr int32_t VLT_TYPE_ENTRIES = 2;
 
-uint32_t library_status() {
-    uint32_t status = 0;
-    rzl_get_global(RZL_GLOBAL_STATUS, &status);
-    return status;
+// The library's word for what has just failed, which is kept.
+int library_status() {
+    rzl_get_global(RZL_GLOBAL_STATUS, &imp_raster_status);
+    return static_cast<int>(imp_raster_status);
 }
 
 // ---- directory ---------------------------------------------------------------------------------------------------
@@ -99,6 +99,14 @@ bool is_grey(const Impack* pack) {
     return true;
 }
 
+// Whether the standard can't hold what the pixels of one plane stand for: colours without a table, or more of them than
+// its table has entries; levels are of all 256.
+bool loses_pixels(const Impack* pack) {
+    if (pack->index_plane == nullptr) return false;
+    if (rzl_standard_has_table(pack->standard) == 0) return !is_grey(pack);
+    return (pack->vlt_count > 0 ? pack->vlt_count : IMP_COLORS_MAX) > imp_most_colors(pack->standard);
+}
+
 // Grey levels for a file without a table: the levels themselves, in the place of their numbers.
 bool put_levels(CFILE* file, const Impack* pack, int64_t offset) {
     uint8_t levels[256] = {};
@@ -152,12 +160,12 @@ int write_lines(CFILE* file, const Impack* pack, imp_progress* p) {
 
 int say_write_failed(const char* file, int line) {
     return imp_fail_saying(IMP_WRITE_FAILED, "Error writing file: %s. Line %d, File %s, rzlerr %d\n", file, line,
-                           SOURCE, static_cast<int>(library_status()));
+                           SOURCE, library_status());
 }
 
 int say_truncated(const char* file, int line) {
     return imp_fail_saying(IMP_TRUNCATED, "File truncated: %s.  Line %d, File %s, rzlerr %d\n", file, line, SOURCE,
-                           static_cast<int>(library_status()));
+                           library_status());
 }
 
 // The header with its table. IMP_OK, or the code after its message.
@@ -165,7 +173,7 @@ int write_header(CFILE* file, const char* name, const Impack* pack, int32_t comp
     if (!set_header(file, pack, compression)) return say_write_failed(name, __LINE__);
     if (!announce_table(file, pack)) {
         return imp_fail_saying(IMP_WRITE_FAILED, "Error writing file: %s. Line %d, File %s, rzlerr %d, sts %d\n", name,
-                               __LINE__, SOURCE, static_cast<int>(library_status()), 1);
+                               __LINE__, SOURCE, library_status(), 1);
     }
     bool has_table = pack->vlt == nullptr || rzl_put_vlt(file, pack->vlt) == 0;
     return has_table && rzl_write_header(file) == 0 ? static_cast<int>(IMP_OK) : say_write_failed(name, __LINE__);
@@ -193,8 +201,7 @@ int check_request(const Impack* pack, const char* file) {
         return imp_fail_saying(IMP_BAD_STANDARD, "Unsupported standard: %d. Line %d, file %s\n", pack->standard,
                                __LINE__, SOURCE);
     }
-    bool lost = rzl_standard_has_table(pack->standard) == 0 && pack->index_plane != nullptr && !is_grey(pack);
-    if (imp_format_ok(pack->standard, pack->format) == 0 || lost) {
+    if (imp_format_ok(pack->standard, pack->format) == 0 || loses_pixels(pack)) {
         return imp_fail_saying(IMP_BAD_FORMAT, "Unsupported format: %d. Line %d, file %s\n", pack->format, __LINE__,
                                SOURCE);
     }
@@ -212,6 +219,7 @@ void tell_banner(const imp_progress* p, const Impack* pack) {
 int imp_write(Impack* pack, const char* file, int32_t compression, uint32_t stop_mask, int32_t stop_interval,
               imp_stop_function stop_fn, uint32_t msg_mask, int32_t msg_interval, imp_log_function log_fn) {
     imp_progress p = {stop_mask, stop_interval, stop_fn, msg_mask, msg_interval, log_fn, 0, 0};
+    imp_raster_status = 0;
     tell_banner(&p, pack);
     int code = check_request(pack, file);
     if (code != IMP_OK) return code;
@@ -222,7 +230,7 @@ int imp_write(Impack* pack, const char* file, int32_t compression, uint32_t stop
     CFILE* opened = rzl_is_catalog(at->name) == 0 ? rzl_open_w(at->name) : nullptr;
     if (opened == nullptr) {
         code = imp_fail_saying(IMP_WRITE_FAILED, "Couldnt open file for writing: %s. Line %d, File %s, rzlerr %d\n",
-                               file, __LINE__, SOURCE, static_cast<int>(library_status()));
+                               file, __LINE__, SOURCE, library_status());
     } else {
         code = write_open_file(opened, at->name, pack, compression, &p);
     }

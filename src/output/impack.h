@@ -67,9 +67,10 @@ constexpr uint32_t IMP_MESSAGE_STAGES = 32; // its stages
 using imp_pending_events = uint32_t (*)();
 void imp_set_pending_events(imp_pending_events pending);
 
-extern int imp_verbose;       // non-zero: failures are also logged
-extern int imp_error;         // code of the last failure
-extern int imp_planes_shared; // non-zero: planes, colour table and path belong to the caller and are never freed
+extern int imp_verbose;            // non-zero: failures are also logged
+extern int imp_error;              // code of the last failure
+extern uint32_t imp_raster_status; // why imp_write() gave IMP_WRITE_FAILED or IMP_TRUNCATED: the library's word, or 0
+extern int imp_planes_shared;      // non-zero: planes, colour table and path belong to the caller and are never freed
 
 extern const char* const imp_error_text[IMP_CODES]; // the words for the user, by code
 
@@ -81,6 +82,12 @@ int imp_format_ok(int32_t standard, int32_t format);
 
 // Non-zero when there is any format of the standard that the pipeline may write.
 int imp_standard_ok(int32_t standard);
+
+constexpr int32_t IMP_COLORS_MAX = 256; // that pixels of 8 bits can number
+
+// Colours that an 8-bit picture of the standard can have: IMP_COLORS_MAX, or fewer where a colour table has no more
+// entries. Pixels of such a standard are never grey levels, only numbers of entries.
+int32_t imp_most_colors(int32_t standard);
 
 // Writes the pack to `file` as its standard and format. `compression` is for header field 501. `stop_interval` and
 // `msg_interval` count lines. A failure leaves the process in the directory where it was; a partly written file stays,
@@ -94,9 +101,9 @@ int imp_format_code(int32_t depth, int32_t compressed);
 // Non-zero for a data format of one byte a pixel.
 int imp_format_is_8_bit(int32_t format);
 
-// Makes a request consistent: depth follows the format and what the standard can hold, `colors` is 2 to 256 for 8 bits,
-// and the format is the one for depth and compression. Returns 0, or -1 for an unknown standard with nothing changed
-// but the depth.
+// Makes a request consistent: depth follows the format and what the standard can hold, `colors` is 2 to
+// imp_most_colors() for 8 bits, and the format is the one for depth and compression. Returns 0, or -1 for an unknown
+// standard with nothing changed but the depth.
 int imp_normalise(int32_t standard, int32_t* format, int32_t* compressed, int32_t* depth, int32_t* gray,
                   int32_t* colors);
 
@@ -104,8 +111,9 @@ constexpr int32_t IMP_COLOR_GREY = 2; // color_mode of imp_convert(): grey level
 
 // Turns the pack into the form that a standard and data format need: gamma on three planes, grey levels or a
 // colour table from three planes, or three planes from one. `correct` non-zero lets the format and the number of
-// colours be put right. `dither` 0 is error diffusion, 1 nearest colour. `colors` is 2 to 256 for an 8-bit target. A
-// gamma of 1 changes nothing. On failure the pack keeps its standard and format, and a pack of three planes its planes.
+// colours be put right. `dither` 0 is error diffusion, 1 nearest colour. `colors` is 2 to imp_most_colors() for an
+// 8-bit target. A gamma of 1 changes nothing. On failure the pack keeps its standard and format, and a pack of three
+// planes its planes.
 int imp_convert(Impack* pack, int32_t standard, int32_t format, int32_t color_mode, int32_t correct, int32_t dither,
                 int32_t colors, double gamma, uint32_t stop_mask, int32_t stop_interval, imp_stop_function stop_fn,
                 uint32_t msg_mask, int32_t msg_interval, imp_log_function log_fn);

@@ -272,15 +272,23 @@ TEST_F(Colors, TheTableGoesThroughTheGamma) {
 TEST_F(Colors, PlanesToGreyAndThroughTheGamma) {
     picture p = {4, 1, {{0, 255, 100, 255}, {0, 255, 50, 0}, {0, 255, 200, 0}}};
     const struct {
-        int32_t colors;
+        int32_t standard, colors;
         double gamma;
         plane wanted;
-    } cases[] = {{256, 1.0, {0, 255, 95, 77}}, {2, 1.0, {0, 255, 0, 0}}, {256, 2.0, {0, 255, 155, 140}}};
+        int third; // entry of the table, on the scale 0 to 65535
+    } cases[] = {{RZL_STANDARD_KRVN, 256, 1.0, {0, 255, 95, 77}, 0},
+                 {RZL_STANDARD_KRVN, 2, 1.0, {0, 255, 0, 0}, 0},
+                 {RZL_STANDARD_KRVN, 256, 2.0, {0, 255, 155, 140}, 0},
+                 {RZL_STANDARD_ICO, 16, 1.0, {0, 15, 6, 5}, 8738}, // pixels of 4 bits: levels stand in a table
+                 {RZL_STANDARD_ICO, 4, 2.0, {0, 3, 1, 1}, 53509}};
     for (const auto& c : cases) {
         Impack* pack = pack_of(&p);
-        ASSERT_EQ(convert(pack, RZL_STANDARD_KRVN, RZL_FORMAT_BYTE, IMP_COLOR_GREY, c.colors, c.gamma), IMP_OK);
+        ASSERT_EQ(convert(pack, c.standard, RZL_FORMAT_BYTE, IMP_COLOR_GREY, c.colors, c.gamma), IMP_OK);
         EXPECT_EQ(plane(pack->index_plane, pack->index_plane + 4), c.wanted) << c.colors << " " << c.gamma;
-        EXPECT_EQ(pack->vlt_count, 0);
+        EXPECT_EQ(pack->vlt_count, c.third != 0 ? c.colors : 0);
+        if (c.third != 0) {
+            EXPECT_EQ(pack->vlt[2].green, c.third);
+        }
         imp_free(&pack);
     }
     Impack* pack = pack_of(&p);
@@ -350,6 +358,7 @@ TEST_F(Colors, RequestsAreMadeConsistentOrRefused) {
         {0, 27, 1, 24, 77, 0, 27, 24, 0},  {0, 30, 0, 24, 1, 0, 2, 8, 256},    {2, 28, 0, 24, 16, 0, 29, 8, 16},
         {4, 27, 1, 24, 300, 0, 28, 24, 0}, {4, 29, 1, 24, 300, 0, 29, 8, 256}, {99, 27, 1, 24, 5, -1, 27, 24, 5},
         {6, 29, 0, 8, 16, 0, 29, 8, 16},   {6, 28, 0, 24, 0, 0, 27, 24, 0},    {23, 28, 0, 24, 0, 0, 27, 24, 0},
+        {9, 27, 1, 24, 0, 0, 2, 8, 16}, // whose table has 16 entries
     };
     for (auto c : cases) {
         int32_t gray = 1;
@@ -428,11 +437,22 @@ TEST_F(Colors, ProgressIsToldAndEveryStopLeavesThePackAsItWas) {
 
 TEST_F(Colors, EveryFailedAllocationLeavesThePackAsItWas) {
     picture p = make_picture(40, 30, 60); // with means that take the second pass
-    for (int mode : {1, IMP_COLOR_GREY}) {
+    const struct {
+        int32_t standard, format, mode, colors;
+        int allocations;
+    } cases[] = {
+        {2, 29, 1, 256, 8}, // the pack; table, indices, cells, bases, counters, inverse table and errors
+        {2, 29, IMP_COLOR_GREY, 256, 2},
+        {9, 2, IMP_COLOR_GREY, 16, 3}, // levels and a ramp
+    };
+    for (const auto& c : cases) {
         Impack* pack = nullptr;
         int code = IMP_OK;
         int failures = 0;
-        auto run = [&] { code = imp_alloc(&pack) == IMP_OK ? convert(fill_pack(pack, &p), 2, 29, mode, 256, 1.0) : 2; };
+        auto run = [&] {
+            code = imp_alloc(&pack);
+            if (code == IMP_OK) code = convert(fill_pack(pack, &p), c.standard, c.format, c.mode, c.colors, 1.0);
+        };
         auto check = [&](bool hit) {
             EXPECT_EQ(code, hit ? IMP_NO_MEMORY : IMP_OK);
             failures += hit ? 1 : 0;
@@ -445,7 +465,6 @@ TEST_F(Colors, EveryFailedAllocationLeavesThePackAsItWas) {
             imp_free(&pack);
         };
         sweep_failures(MEMORY_FAILURES, run, check);
-        // the pack; table, indices, cells, bases, counters, inverse table and errors, or the levels
-        EXPECT_EQ(failures, 2 * (mode == 1 ? 8 : 2));
+        EXPECT_EQ(failures, 2 * c.allocations);
     }
 }

@@ -128,6 +128,7 @@ TEST_F(Pack, RefusalsHaveTheirCodesAndWords) {
     } cases[] = {
         {nullptr, 0, 27, IMP_MAGIC, IMP_BAD_FILE, "Null file name. Line "},
         {"x", 99, 27, IMP_MAGIC, IMP_BAD_STANDARD, "Unsupported standard: 99. Line "},
+        {"x", RZL_STANDARD_ICO, 2, IMP_MAGIC, IMP_BAD_FORMAT, "Unsupported format: 2. Line "}, // levels of 8 bits
         {"x", RZL_STANDARD_GIF, 27, IMP_MAGIC, IMP_BAD_FORMAT, "Unsupported format: 27. Line "},
         {"/no/such/x.rgb", 0, 27, IMP_MAGIC, IMP_WRITE_FAILED, "Error writing file: /no/such/x.rgb. Line "},
         {"x", 0, 27, 0, IMP_BAD_PACK, "Insane imp. Line "},
@@ -138,6 +139,7 @@ TEST_F(Pack, RefusalsHaveTheirCodesAndWords) {
             made->standard = c.standard;
             made->format = c.format;
             made->magic = c.magic;
+            made->index_plane = c.format == 2 ? p.channels[0].data() : nullptr;
             EXPECT_EQ(imp_write(made, c.to, 1, 0, 0, nullptr, 0, 0, nullptr), c.code);
             EXPECT_EQ(imp_error, c.code);
             ASSERT_EQ(messages.size(), static_cast<size_t>(imp_verbose));
