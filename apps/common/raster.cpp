@@ -12,6 +12,14 @@ const char* raster_extension(const char* path) {
     return dot != nullptr && std::strpbrk(dot, "/\\") == nullptr ? dot + 1 : "";
 }
 
+int32_t raster_standard_of_name(const char* name) {
+    for (int32_t id = 0; id < STANDARD_LIMIT; ++id) {
+        const char* known = rzl_standard_name(id);
+        if (known != nullptr && strcasecmp(known, name) == 0) return id;
+    }
+    return -1;
+}
+
 const char* raster_reason(uint32_t status) {
     static char text[256];
     const char* detail = rzl_status_detail();

@@ -6,8 +6,13 @@
 
 #include "raster/rzl.h"
 
+constexpr int32_t STANDARD_LIMIT = 64; // ids of standards end well below
+
 // What stands behind the last "." of a path's last component; an empty text when there is none.
 const char* raster_extension(const char* path);
+
+// The standard of a name as "TIFF", in any case of letters, or -1.
+int32_t raster_standard_of_name(const char* name);
 
 // Reads every line of the active image, from the current one on. False after a message when one is not there, or the
 // file is damaged: this is how a file that was cut is told from a whole one. The lines are read and not passed over,

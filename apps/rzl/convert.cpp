@@ -40,12 +40,7 @@ struct convert_request {
 int take_standard(const char* word, convert_request* request) {
     if (word == nullptr) return program_usage("--standard needs a name or number");
     int64_t id = -1;
-    if (!parse_integer(word, 0, INT32_MAX, &id)) {
-        for (int32_t i = 0; i < STANDARD_LIMIT && id < 0; ++i) {
-            const char* name = rzl_standard_name(i);
-            if (name != nullptr && strcasecmp(name, word) == 0) id = i;
-        }
-    }
+    if (!parse_integer(word, 0, INT32_MAX, &id)) id = raster_standard_of_name(word);
     if (id < 0 || rzl_standard_name(static_cast<int32_t>(id)) == nullptr) {
         return program_usage("\"%s\" is no standard; see rzl formats", word);
     }

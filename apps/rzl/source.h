@@ -6,8 +6,6 @@
 #include "common/program.h"
 #include "raster/rzl.h"
 
-constexpr int32_t STANDARD_LIMIT = 64; // ids of standards end well below
-
 // What a command's words ask for.
 struct source_request {
     const char* path;

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "commands.h"
+#include "common/raster.h"
 #include "core/open_image.h"
 #include "done.h"
 #include "frames.h"
@@ -191,7 +192,8 @@ int save(const apply_request* request, const output_settings* settings, const do
         files_replace_abandon();
         if (code == IMP_STOPPED) interrupt_deliver();
         bool of_file = code == IMP_WRITE_FAILED || code == IMP_TRUNCATED;
-        return of_file ? program_fail_writing(request->out, imp_error_text[code])
+        const char* reason = imp_raster_status != 0 ? raster_reason(imp_raster_status) : imp_error_text[code];
+        return of_file ? program_fail_writing(request->out, reason)
                        : program_fail("%s: \"%s\"", imp_error_text[code], request->out);
     }
     if (record != nullptr && !done_write(record, request->out, fresh)) {

@@ -87,12 +87,6 @@ bool takes_value(const char* word) {
 
 // ---- output --------------------------------------------------------------------------------------------------------
 
-// The standard of an output type, -1 for one that pictures are not saved as.
-int32_t standard_of_type(const char* type) {
-    int32_t standard = rzl_standard_of_extension(type);
-    return rzl_standard_name(standard) != nullptr ? standard : -1;
-}
-
 // Options that ask for a colour table or grey levels mean 8 bits.
 int settle_format(const apply_request* request, int32_t standard, output_settings* settings) {
     bool reduces = request->colors != 0 || request->closest || request->grey;
@@ -141,7 +135,8 @@ void request_free(apply_request* request) {
 
 int request_output(const apply_request* request, output_settings* settings) {
     const char* name = request->type != nullptr ? request->type : raster_extension(request->out);
-    int32_t standard = standard_of_type(name);
+    int32_t standard = rzl_standard_of_extension(name);
+    if (standard < 0 && request->type != nullptr) standard = raster_standard_of_name(name);
     if (standard < 0 && request->type != nullptr) return program_usage("--type does not know \"%s\"", name);
     if (standard < 0) return program_usage("the extension of \"%s\" names no type; give --type", request->out);
     int can_create = 0;
@@ -152,7 +147,10 @@ int request_output(const apply_request* request, output_settings* settings) {
     bool has_24 = imp_format_ok(standard, RZL_FORMAT_RGB) != 0 || imp_format_ok(standard, RZL_FORMAT_PLANE_RUNS) != 0;
     bool has_table = rzl_standard_has_table(standard) != 0;
     if (request->bits == 24 && !has_24) return program_usage("%s has 8 bits", name);
-    if (!has_table && (request->colors != 0 || request->closest)) return program_usage("%s has no colour table", name);
+    if (!has_table && ((request->colors != 0 && !request->grey) || request->closest))
+        return program_usage("%s has no colour table", name);
+    if (request->colors > imp_most_colors(standard))
+        return program_usage("%s has %d colours at most", name, imp_most_colors(standard));
     if (rzl_standard_is_coded(standard) != 0 && request->uncompressed)
         return program_usage("%s is always compressed", name);
     return settle_format(request, standard, settings);

@@ -239,6 +239,7 @@ TEST_F(Batch, FailuresNameTheReasonAndLeaveNothing) {
         {"apply still.tnc --set 1=@gone.rgb -o o.rgb", "failed to open \"gone.rgb\" for read"},
         {"apply missing.tnc --set 1=1,0,0 -o o.rgb", "Failed to open \"missing.tnc\""},
         {"apply still.rgb --set 1=1,0,0 -o o.rgb", "is not a tinct file"},
+        {"apply still.tnc --set 1=1,0,0 -o o.ico", "out of range for the header field"}, // sizes of icons are few
         {"apply still.tnc --set 1=1,0,0 -o no/o.rgb", "directory does not exist"},
         {"apply still.tnc --set 1=1,0,0 -o o.rgb --palette none.tnp", "Load Failure on Palette file."},
     };
@@ -299,6 +300,7 @@ TEST_F(Batch, EveryTypeHasThePicture) {
                  {"o.rgb --bits 8", 0, 29},
                  {"o.rgb --bits 8 --uncompressed", 0, 2},
                  {"o.rgb --colors 2", 0, 29, 2},
+                 {"o.dat --type sun --grey --colors 4", 15, 2, 0},
                  {"o.rgb --grey", 0, 29, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.options);
@@ -327,8 +329,8 @@ TEST_F(Batch, EveryTypeHasThePicture) {
     EXPECT_EQ(info_of("c8.rgb")["format"], 29);
     EXPECT_EQ(run("rzl convert full.rgb c.rgb --format 29").status, 1); // not without being asked to reduce
     EXPECT_EQ(status(apply + "o.png --uncompressed"), is_built(RZL_STANDARD_PNG) ? 2 : 1);
-    for (const char* wrong :
-         {"o.gif --bits 24", "o.gif --uncompressed", "o.rgb --bits 24 --grey", "o.gif --colors 300"})
+    for (const char* wrong : {"o.gif --bits 24", "o.gif --uncompressed", "o.rgb --bits 24 --grey", "o.gif --colors 300",
+                              "o.ico --colors 17"})
         EXPECT_EQ(status(apply + wrong), 2) << wrong;
     if (!is_built(RZL_STANDARD_JFIF)) {
         const run_result refused = run("tinct-batch " + apply + "o.jpg");
@@ -344,6 +346,7 @@ TEST_F(Batch, EveryTypeHasThePicture) {
     for (size_t i = 0; i < full.size(); ++i)
         apart += std::abs(static_cast<uint8_t>(nearly[i]) - static_cast<uint8_t>(full[i]));
     EXPECT_LT(apart / static_cast<double>(full.size()), 8);
+    ASSERT_EQ(status(apply + "o.jpg --grey --colors 5"), 0);
     ASSERT_EQ(status(apply + "o.jpg --bits 8"), 0);
     EXPECT_EQ(info_of("o.jpg")["format"], 30);
     for (const char* wrong : {"o.jpg --colors 5", "o.jpg --closest", "o.jpg --uncompressed"})
