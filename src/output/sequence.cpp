@@ -134,7 +134,7 @@ bool sequence_open(sequence_text* sequence, const char* path) {
     sequence->text = files_load(path, TEXT_LIMIT, &size);
     if (sequence->text == nullptr) return false;
     sequence->end = sequence->text + size;
-    const char* line_end = std::strchr(sequence->text, '\n');
+    const auto* line_end = static_cast<const char*>(std::memchr(sequence->text, '\n', size));
     sequence->next = line_end != nullptr ? line_end + 1 : sequence->end;
     return true;
 }
@@ -142,8 +142,11 @@ bool sequence_open(sequence_text* sequence, const char* path) {
 sequence_line sequence_next(sequence_text* sequence, char line[SPEC_SIZE]) {
     while (sequence->next < sequence->end) {
         const char* start = sequence->next;
-        size_t length = std::strcspn(start, "\n");
-        sequence->next = start[length] == '\n' ? start + length + 1 : sequence->end;
+        const size_t left = static_cast<size_t>(sequence->end - start);
+        const auto* line_end = static_cast<const char*>(std::memchr(start, '\n', left));
+        size_t length = line_end != nullptr ? static_cast<size_t>(line_end - start) : left;
+        sequence->next = line_end != nullptr ? line_end + 1 : sequence->end;
+        if (std::memchr(start, '\0', length) != nullptr) return sequence_line::bad;
         if (length >= SPEC_SIZE - 1) {
             log_message(LOG_WARNING, "Script file line is too long.  Lines may contain upto 512 characters.");
             return sequence_line::bad;

@@ -16,6 +16,6 @@ enum class sequence_line { specification, end, bad };
 bool sequence_open(sequence_text* sequence, const char* path);
 
 // Takes the next line that says something, without the blanks at its end. Bad: one that is longer than 511 characters,
-// after a message, or that has a blank inside. An empty line is a specification without a name.
+// after a message, or that has a blank or a zero byte inside. An empty line is a specification without a name.
 sequence_line sequence_next(sequence_text* sequence, char line[SPEC_SIZE]);
 void sequence_close(sequence_text* sequence);

@@ -111,7 +111,8 @@ TEST_F(Target, ASpecificationStandsForFiles) {
     EXPECT_EQ(files_of("b.seq"), texts{});
     write("a.SEQ", "SEQUENCE VERSION 1\nOne.tif\n");
     EXPECT_EQ(files_of("a.SEQ"), texts{"a.SEQ"});
-    for (const std::string& bad : {std::string("b.seq"), std::string("two words"), std::string(511, 'x')}) {
+    for (const std::string& bad :
+         {std::string("b.seq"), std::string("two words"), std::string("a\0", 2), std::string(511, 'x')}) {
         write("b.seq", "SEQUENCE VERSION 1\n" + bad + "\nmore"); // the first names itself
         EXPECT_EQ(files_of("b.seq"), texts{"failed"});
     }
@@ -254,10 +255,12 @@ TEST_F(Target, TheTypeSettlesWhatTheTogglesShow) {
         EXPECT_EQ(std::memcmp(&f, &c.face, sizeof f), 0) << c.standard << c.is_24;
         EXPECT_STREQ(spec_default_extension(), spec_standard_extension(c.standard));
     }
-    s = {9, 5, 0, 1, 7.0};
-    output_settle(&s);
-    EXPECT_EQ(s.standard, 0);
-    EXPECT_EQ(s.format, 27);
-    EXPECT_EQ(s.colors, 2);
-    EXPECT_EQ(s.gamma, 2.2);
+    for (const auto& [format, settled] : {std::pair{5, 27}, {10, 27}, {30, 27}, {2, 2}, {28, 28}, {29, 29}}) {
+        s = {9, format, 0, 1, 7.0};
+        output_settle(&s);
+        EXPECT_EQ(s.standard, 0);
+        EXPECT_EQ(s.format, settled);
+        EXPECT_EQ(s.colors, 2);
+        EXPECT_EQ(s.gamma, 2.2);
+    }
 }
