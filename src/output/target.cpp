@@ -190,13 +190,13 @@ void set_flag(output_settings* s, uint32_t flag, bool on) {
 
 void output_settle(output_settings* s) {
     if (s->standard < 0 || s->standard >= STANDARDS) s->standard = RZL_STANDARD_KRVN;
-    const bool is_known =
-        imp_format_is_8_bit(s->format) != 0 || s->format == RZL_FORMAT_PLANE_RUNS || s->format == RZL_FORMAT_RGB;
-    if (!is_known) s->format = RZL_FORMAT_PLANE_RUNS;
-    const bool is_compressed = s->format == RZL_FORMAT_PLANE_RUNS || s->format == RZL_FORMAT_BYTE_RUNS;
     s->flags &= ~(OUTPUT_24_BITS | OUTPUT_COMPRESSED | OUTPUT_OPEN);
-    if (imp_format_is_8_bit(s->format) == 0) s->flags |= OUTPUT_24_BITS;
-    if (is_compressed) s->flags |= OUTPUT_COMPRESSED;
+    switch (s->format) {
+    case RZL_FORMAT_BYTE: break;
+    case RZL_FORMAT_BYTE_RUNS: s->flags |= OUTPUT_COMPRESSED; break;
+    case RZL_FORMAT_RGB: s->flags |= OUTPUT_24_BITS; break;
+    default: s->flags |= OUTPUT_24_BITS | OUTPUT_COMPRESSED; break;
+    }
     s->colors = clamped(s->colors, OUTPUT_COLORS_LOW, OUTPUT_COLORS_HIGH);
     if (!(s->gamma >= OUTPUT_GAMMA_LOW && s->gamma <= OUTPUT_GAMMA_HIGH)) s->gamma = OUTPUT_GAMMA_USUAL;
     output_set_standard(s, s->standard);
