@@ -11,6 +11,8 @@ namespace {
 
 constexpr size_t RECIPE_LIMIT = 16 << 20; // bytes; a line for each of 240 surfaces takes a few thousand
 
+constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF"; // that some editors put in front of a text
+
 bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
@@ -77,7 +79,9 @@ bool recipe_read(recipe* r, const char* path, int level) {
         return false;
     }
     int number = 0;
-    for (size_t at = 0; at < size;) {
+    const size_t mark_size = std::strlen(BYTE_ORDER_MARK);
+    const bool is_marked = size >= mark_size && std::memcmp(text.get(), BYTE_ORDER_MARK, mark_size) == 0;
+    for (size_t at = is_marked ? mark_size : 0; at < size;) {
         char* line = text.get() + at;
         const auto* end = static_cast<const char*>(std::memchr(line, '\n', size - at));
         const size_t length = end != nullptr ? static_cast<size_t>(end - line) : size - at;

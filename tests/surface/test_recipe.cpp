@@ -53,9 +53,10 @@ TEST_F(Recipe, RefusesWithTheReasonWhatIsNoSet) {
 
 TEST_F(Recipe, ReadsWhatIsRightAndTellsTheLinesThatAreNot) {
     write_raster("beside.rgb", 2, 2, 1);
-    const std::string path = write("my.sets", "# a scene\r\n\n  7=Deep red:size=0.5 \r\n8=0.5,1\n9=@beside.rgb\n"
-                                              "10=@gone.rgb:mirror\n" +
-                                                  std::string("11=a\0b\n", 7) + "12=0,0.1,1e-3");
+    const std::string path =
+        write("my.sets", "\xEF\xBB\xBF# a scene\r\n\n  7=Deep red:size=0.5 \r\n8=0.5,1\n9=@beside.rgb\n"
+                         "10=@gone.rgb:mirror\n" +
+                             std::string("11=a\0b\n", 7) + "12=0,0.1,1e-3");
     ASSERT_TRUE(recipe_read(&r, path.c_str(), LOG_INFO));
     ASSERT_EQ(r.count, 4);
     EXPECT_EQ((values{r.wrong, r.sets[0].text, r.sets[0].size, r.sets[0].line}), (values{2, "Deep red", 0.5, 3}));
