@@ -3,7 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
+#include <iterator>
 
 #include "common/raster.h"
 #include "frames.h"
@@ -66,9 +66,6 @@ int take_option(const char* option, const char* word, apply_request* request) {
         bool good = parse_number(word, &request->gamma) && request->gamma > 0.0 && request->gamma < 10.0;
         return good ? static_cast<int>(EXIT_DONE) : program_usage("--gamma takes a number above 0 and below 10");
     }
-    // What frames are given is taken out of the words of each frame's process, which would do the others' again.
-    if (std::strcmp(option, "--frames") == 0 && request->frames != nullptr)
-        return program_usage("--frames is given once");
     const char** text = std::strcmp(option, "-o") == 0          ? &request->out
                         : std::strcmp(option, "--palette") == 0 ? &request->palette
                         : std::strcmp(option, "--frames") == 0  ? &request->frames
@@ -77,12 +74,16 @@ int take_option(const char* option, const char* word, apply_request* request) {
     return EXIT_DONE;
 }
 
-bool takes_value(const char* word) {
-    for (const char* option :
-         {"--set", "--sets", "-o", "--palette", "--frames", "--type", "--bits", "--colors", "--gamma"}) {
-        if (std::strcmp(word, option) == 0) return true;
-    }
-    return false;
+// Options with a value: first those that may be given again and again, then those of which two could not both hold.
+constexpr const char* VALUE_OPTIONS[] = {"--set",  "--sets", "-o",       "--palette", "--frames",
+                                         "--type", "--bits", "--colors", "--gamma"};
+constexpr int OFTEN = 2;
+
+// The number of such an option, -1 for any other word.
+int value_option(const char* word) {
+    for (size_t i = 0; i < std::size(VALUE_OPTIONS); ++i)
+        if (std::strcmp(word, VALUE_OPTIONS[i]) == 0) return static_cast<int>(i);
+    return -1;
 }
 
 // ---- output --------------------------------------------------------------------------------------------------------
@@ -109,9 +110,13 @@ int settle_format(const apply_request* request, int32_t standard, output_setting
 int request_parse(word_list* words, apply_request* request) {
     *request = {};
     request->gamma = 1.0;
+    bool given[std::size(VALUE_OPTIONS)] = {};
     for (const char* word = take_word(words); word != nullptr; word = take_word(words)) {
         int status = EXIT_DONE;
-        if (takes_value(word)) {
+        const int option = value_option(word);
+        if (option >= OFTEN && given[option]) return program_usage("%s is given once", word);
+        if (option >= 0) {
+            given[option] = true;
             status = take_option(word, take_word(words), request);
         } else if (!take_flag(word, request)) {
             bool is_file = word[0] != '-' && word[0] != '\0' && request->tnc == nullptr;

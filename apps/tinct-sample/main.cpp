@@ -104,7 +104,14 @@ int parse(word_list* words, sample_request* request) {
     return whole ? static_cast<int>(EXIT_DONE) : program_usage("a scene and a directory are needed");
 }
 
-int list_scenes(word_list* /*words*/) {
+int refuse_more(word_list* words) {
+    const char* more = take_word(words);
+    return more != nullptr ? program_usage("\"%s\" is not understood", more) : static_cast<int>(EXIT_DONE);
+}
+
+int list_scenes(word_list* words) {
+    const int status = refuse_more(words);
+    if (status != EXIT_DONE) return status;
     for (const scene_entry* entry = SCENES; entry->name != nullptr; ++entry) {
         out_format("%-8s %s\n", entry->name, entry->description);
     }
@@ -114,7 +121,8 @@ int list_scenes(word_list* /*words*/) {
 int list_pens(word_list* words) {
     const scene_entry* entry = nullptr;
     int status = take_scene(take_word(words), &entry);
-    if (entry == nullptr) return status;
+    if (status == EXIT_DONE) status = refuse_more(words);
+    if (status != EXIT_DONE) return status;
     scene s = {};
     entry->build(&s);
     for (size_t pen = 0; pen < s.pens.size(); ++pen) {

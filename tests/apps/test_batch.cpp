@@ -183,7 +183,7 @@ TEST_F(Batch, RefusesWrongUsageBeforeAnyWork) {
         all.push_back(std::string("apply still.tnc -o o.rgb --set ") + set);
     for (const char* range : {"3-1", "1-3,", "1-3x0", "1-3 --frames 4"})
         all.push_back(frames + "--frames " + range);
-    for (const char* option : {"--type wav", "--bits 16", "--gamma 0"})
+    for (const char* option : {"--type wav", "--bits 16", "--gamma 0", "-o p.rgb", "--bits 8 --bits 8"})
         all.push_back(red + "o.rgb " + option);
     for (const std::string& words : all) {
         const run_result result = batch(words);

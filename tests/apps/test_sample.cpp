@@ -205,7 +205,7 @@ TEST_F(Sample, WrongUsageAndFailuresLeaveNothing) {
     for (std::string words :
          {"", "still", "nothing out", "still out --size", "still out --size 0x5", "still out --size 9",
           "still out --size 70000x5", "still out --size 5x5x5", "still out --compress zip", "still out --seed -1",
-          "still out more", "still out --unknown", "--pens", "--pens nothing"}) {
+          "still out more", "still out --unknown", "--pens", "--pens nothing", "--pens still more", "--list more"}) {
         run_result r = run("tinct-sample " + words);
         EXPECT_EQ(r.status, 2) << words;
         EXPECT_FALSE(r.err.empty()) << words;
