@@ -75,6 +75,27 @@ TEST_F(Load, SixteenBitsGiveTheirHighBytes) {
     }
 }
 
+TEST_F(Load, InksGiveTheColoursThatTheyLeave) {
+    for (int32_t standard : {RZL_STANDARD_TIFF, RZL_STANDARD_KRVN}) { // the other has four channels of no meaning
+        CFILE* file = rzl_open_w(path("inks").c_str());
+        ASSERT_NE(file, nullptr);
+        for (auto [field, value] : {std::pair{500, standard}, {3, int32_t{RZL_FORMAT_FOUR}}, {1, 3}, {2, 1}})
+            ASSERT_EQ(rzl_set_hdr_data(file, field, &value), 0);
+        uint8_t cyan[] = {0, 255, 100}, magenta[] = {0, 0, 50}, yellow[] = {255, 0, 0}, black[] = {0, 0, 127};
+        void* channels[] = {cyan, magenta, yellow, black};
+        ASSERT_EQ(rzl_putline_channels(file, 4, channels), 0);
+        ASSERT_EQ(rzl_finish(file), 0u);
+        raster_image* image = load_image(path("inks").c_str(), 8, 8);
+        ASSERT_NE(image, nullptr);
+        const bool mixed = standard == RZL_STANDARD_TIFF;
+        const uint8_t red[] = {255, 0, 78}, green[] = {255, 255, 103}, blue[] = {0, 255, 128};
+        EXPECT_EQ(std::memcmp(image->red, mixed ? red : cyan, 3), 0);
+        EXPECT_EQ(std::memcmp(image->green, mixed ? green : magenta, 3), 0);
+        EXPECT_EQ(std::memcmp(image->blue, mixed ? blue : yellow, 3), 0);
+        raster_image_free(image);
+    }
+}
+
 TEST_F(Load, ACutFileOrAWildHeaderGivesNothing) {
     std::string path = write_raster("a.rgb", 20, 10, 3);
     std::filesystem::resize_file(path, std::filesystem::file_size(path) - 1);
