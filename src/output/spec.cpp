@@ -179,12 +179,13 @@ bool spec_with_extension(const char* text, const char* extension, bool force, ch
 }
 
 int spec_list(const char* text, const char* directory, char*** files, int* count) {
-    collector c = {*files, *count, *files != nullptr ? *count + 1 : 0, directory};
+    const int before = *files != nullptr ? *count : 0;
+    collector c = {*files, before, *files != nullptr ? before + 1 : 0, directory};
     const bool good = collect(&c, text, 0);
-    for (int i = good ? c.count : *count; i < c.count; ++i)
+    for (int i = good ? c.count : before; i < c.count; ++i)
         mem_free(c.files[i]);
     *files = c.files;
-    if (good) *count = c.count;
+    *count = good ? c.count : before;
     if (c.files != nullptr && *count == 0) {
         mem_free(c.files);
         *files = nullptr;

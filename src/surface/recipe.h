@@ -5,7 +5,8 @@
 //   5=0.38,0.015,0              red, green and blue, 0.0 to 1.0
 //   7=@brick.rgb:rotation=30:mirror
 //
-// Blank lines, and lines that begin with "#", say nothing. A wrong line is told with its number and the others count.
+// Blank lines, lines that begin with "#", and a byte order mark in front of all say nothing. A wrong line is told with
+// its number and the others count.
 #pragma once
 
 #include <cstddef>
