@@ -27,7 +27,7 @@ constexpr const char* HELP =
     "                       are told, and so are pens that the image does not have; the others are applied\n"
     "  --palette FILE.tnp   the palette for names; without it the product's own\n"
     "  --type T             as rgb or tif, or a name that rzl formats lists; without it by the extension of OUT\n"
-    "  --bits N             8 or 24\n"
+    "  --bits N             8 or 24; 8 bits are grey levels in formats without a colour table\n"
     "  --uncompressed       store the pixels plainly\n"
     "  --colors N           reduce to N colours, or grey levels\n"
     "  --gamma G            apply a gamma; without it pixels go out as they stand, and so they do\n"

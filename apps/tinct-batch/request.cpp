@@ -99,6 +99,8 @@ int settle_format(const apply_request* request, int32_t standard, output_setting
     settings->standard = standard;
     settings->format = imp_format_code(depth, compressed);
     imp_normalise(standard, &settings->format, &compressed, &depth, &gray, &colors);
+    if (gray != 0 && !request->grey)
+        log_message(LOG_INFO, "In 8 bits a %s file has no colours, only grey levels.", rzl_standard_name(standard));
     settings->flags = (gray != 0 ? OUTPUT_GREY : 0U) | (request->closest ? OUTPUT_CLOSEST : 0U);
     settings->colors = colors;
     settings->gamma = request->gamma;
