@@ -128,21 +128,6 @@ TEST_F(read_test, a_compressed_stream_holds_any_records) {
     EXPECT_NE(messages.find("2:failed to start decompression\n"), std::string::npos);
 }
 
-TEST_F(read_test, a_sample_twice_at_a_column_makes_layers) {
-    bytes content = START + pen_record(1, false) + shade_record(1, 10) + shade_record(1, 20) + COLUMN +
-                    shade_record(1, 30) + COLUMN + shade_record(1, 40) + shade_record(1, 50) + shade_record(1, 60) +
-                    END;
-    tnc_image* image = read(content, 1);
-    ASSERT_NE(image, nullptr);
-    int layers = 0;
-    for (const pline* line = image->pens[1]->lines[0]; line != nullptr; line = line->next)
-        ++layers;
-    EXPECT_EQ(layers, 3);
-    int32_t pens[4] = {};
-    EXPECT_EQ(pens_at_pixel(image, 2, 0, pens, 4), 1); // once, whatever its layers
-    tnc_free(image);
-}
-
 TEST_F(read_test, every_failed_allocation_or_read_is_named_and_leaks_nothing) {
     bytes content = START + bytes{243, 1, 'x', 0} + pen_record(4, true) + pen_record(5, false);
     for (int i = 0; i < 40; ++i)
