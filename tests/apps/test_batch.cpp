@@ -322,6 +322,9 @@ TEST_F(Batch, EveryTypeHasThePicture) {
         EXPECT_LE(std::abs(static_cast<uint8_t>(full[i]) - static_cast<uint8_t>(reduced[i])), 12) << i;
     ASSERT_EQ(status(apply + "o.gif --gamma 2"), 0);
     EXPECT_NE(pixels("o.gif"), reduced);
+    const run_result ungammaed = batch(apply + "o.rgb --gamma 2");
+    EXPECT_NE(ungammaed.err.find("without the gamma"), std::string::npos);
+    EXPECT_TRUE(ungammaed.status == 0 && pixels("o.rgb") == full);
     for (const char* convert : {"full.rgb c.gif", "c.gif c8.rgb"})
         ASSERT_EQ(run(std::string("rzl convert ") + convert).status, 0) << convert;
     EXPECT_TRUE(pixels("c.gif") == reduced && pixels("c8.rgb") == reduced);
