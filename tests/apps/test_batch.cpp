@@ -351,7 +351,7 @@ TEST_F(Batch, EveryTypeHasThePicture) {
     ASSERT_EQ(status(apply + "o.jpg --grey --colors 5"), 0);
     const run_result grey = batch(apply + "o.jpg --bits 8");
     EXPECT_EQ(grey.status, 0);
-    EXPECT_EQ(grey.err, "tinct-batch: In 8 bits a JFIF file has no colours, only grey levels.\n");
+    EXPECT_EQ(grey.err, "tinct-batch: In 8 bits JFIF files have no colours, only grey levels.\n");
     EXPECT_EQ(info_of("o.jpg")["format"], 30);
     for (const char* wrong : {"o.jpg --colors 5", "o.jpg --closest", "o.jpg --uncompressed"})
         EXPECT_EQ(status(apply + wrong), 2) << wrong;
