@@ -55,14 +55,14 @@ int applique_equal(const applique* a, const applique* b) {
 }
 
 bool applique_set_placement(applique* a, double rotation, int mirror, double size) {
-    if (!(size > 0.0) || !std::isfinite(size) || !std::isfinite(rotation)) {
+    double k = 1.0 / size;
+    if (!(size > 0.0) || !std::isfinite(size) || !std::isfinite(k) || !std::isfinite(rotation)) {
         log_message(LOG_WARNING, "A pattern's size must be above 0, and its rotation a number.\n");
         return false;
     }
     a->rotation = rotation;
     a->size = size;
     a->mirror = mirror != 0 ? 1 : 0;
-    double k = 1.0 / size;
     double r = rotation * RADIANS_PER_DEGREE;
     a->a0 = a->a1 = a->a6 = a->a7 = UV_MIDDLE;
     a->a2 = k * std::cos(r);

@@ -28,5 +28,6 @@ void applique_free_all();
 int applique_equal(const applique* a, const applique* b);
 
 // Fills a pattern record from a rotation in degrees, a mirror flag, and a size: 1 makes one repeat cover the whole u,v
-// range of the surface. Returns false after a message, with nothing stored, for a size that is not above 0.
+// range of the surface. Returns false after a message, with nothing stored, for a size that is not above 0, or so near
+// to it that its repeats have no number.
 bool applique_set_placement(applique* a, double rotation, int mirror, double size);

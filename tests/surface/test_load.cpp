@@ -136,7 +136,8 @@ TEST_F(Load, PlacementTurnsAboutTheMiddle) {
     ASSERT_TRUE(applique_set_placement(&a, 90, 0, 2));
     EXPECT_NEAR(s_at(0, 40000), 32768 + (40000 - 32768) / 2.0, 1e-6);
     EXPECT_NEAR(t_at(40000, 0), 32768 - (40000 - 32768) / 2.0, 1e-6);
-    EXPECT_FALSE(applique_set_placement(&a, 0, 0, 0.0));
+    for (double size : {0.0, 5e-324})
+        EXPECT_FALSE(applique_set_placement(&a, 0, 0, size));
     EXPECT_FALSE(messages.empty());
 }
 
