@@ -1,11 +1,15 @@
 // tinct-batch's own commands on any pair: they end in time and memory that follow the input. The first two bytes tell
-// how many bytes of the rest are the .tnc file; what is left is its companion, and a pattern as well.
+// how many bytes of the rest are the .tnc file; what is left is its companion, and a pattern as well. The size of all
+// tells what is written.
 #include "commands.h"
 #include "tnc/penpack.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 int batch_run(int count, char** arguments);
+
+static constexpr const char* TYPES[] = {"tif", "rgb", "gif", "tga", "bmp", "pcx", "jpg", "png",
+                                        "pnm", "ras", "ico", "ntf", "hrf", "igs", "ps"};
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2) return 0;
@@ -19,8 +23,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     run_bounded(batch_run, {"tinct-batch", "pick", tnc, "1", "0"}, size);
     run_bounded(batch_run, {"tinct-batch", "samples", tnc, "1"}, size);
     run_bounded(batch_run, {"tinct-batch", "apply", tnc, "--set", "1=1,0.5,0", "-o", out, "--force"}, size);
-    run_bounded(batch_run, {"tinct-batch", "apply", tnc, "--set", "1=@" + rgb, "--bits", "8", "-o", out, "--force"},
-                size);
+    const std::string type = TYPES[size % std::size(TYPES)];
+    run_bounded(
+        batch_run,
+        {"tinct-batch", "apply", tnc, "--set", "1=@" + rgb, "--bits", "8", "--type", type, "-o", out, "--force"}, size);
     penpack_release_scratch();
     for (const std::string& file : {tnc, rgb, out})
         remove(file.c_str());

@@ -125,10 +125,10 @@ int imp_make_vlt(Impack* pack, int32_t dither, int32_t colors, double gamma, uin
 
 // What a save is to produce.
 struct output_settings {
-    int32_t standard; // 0 to 5
+    int32_t standard; // one that imp_standard_ok() takes
     int32_t format;   // 2, 27, 28 or 29
     uint32_t flags;   // output_flags
-    int32_t colors;   // 2 to 256, of an 8-bit result
+    int32_t colors;   // 2 to imp_most_colors(), of an 8-bit result
     double gamma;
 };
 
