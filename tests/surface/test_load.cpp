@@ -9,9 +9,9 @@ namespace {
 class Load : public SurfaceFixture {
 protected:
     void check_pixels(const raster_image* image, int seed) const {
+        size_t at = 0;
         for (int32_t y = 0; y < image->height; ++y) {
-            for (int32_t x = 0; x < image->width; ++x) {
-                auto at = static_cast<size_t>(y * image->width + x);
+            for (int32_t x = 0; x < image->width; ++x, ++at) {
                 ASSERT_EQ(image->red[at], raster_byte(seed, x, y, 0)) << x << "," << y;
                 ASSERT_EQ(image->green[at], raster_byte(seed, x, y, 1));
                 ASSERT_EQ(image->blue[at], raster_byte(seed, x, y, 2));

@@ -41,6 +41,7 @@ TEST_F(Recipe, RefusesWithTheReasonWhatIsNoSet) {
         {"7=1,0,0:mirror", "\"7=1,0,0:mirror\": a colour has no placement"},
         {"7=@w.rgb:rotatoin=3", "\"7=@w.rgb:rotatoin=3\" has an unknown placement, or a number out of range"},
         {"7=@w.rgb:size=0", "\"7=@w.rgb:size=0\" has an unknown placement, or a number out of range"},
+        {"7=@w.rgb:rotation=inf", "\"7=@w.rgb:rotation=inf\" has an unknown placement, or a number out of range"},
         {"7=" + std::string(5000, 'n'), "a surface's name is too long"},
     };
     for (const auto& [text, reason] : wrong) {
