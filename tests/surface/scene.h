@@ -54,7 +54,7 @@ inline void plain_pass(raster_image* picture, const tnc_image* image, int pen, c
     pen_for_each_pixel(image, pen, &samples, collect);
     for (const sample& p : samples) {
         if (p.x >= picture->width || p.y >= picture->height) continue;
-        const auto at = static_cast<size_t>(p.y * picture->width + p.x);
+        const auto at = static_cast<size_t>(p.y) * static_cast<size_t>(picture->width) + static_cast<size_t>(p.x);
         uint8_t* bytes[3] = {&picture->red[at], &picture->green[at], &picture->blue[at]};
         const int32_t shades[3] = {p.red, p.green, p.blue};
         for (int c = 0; c < 3; ++c) {
