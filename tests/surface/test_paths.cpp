@@ -70,8 +70,8 @@ TEST_F(Paths, CleanForm) {
 TEST_F(Paths, TheIniFileAndTheEnvironmentMakeThePath) {
     setenv(VARIABLE_PATTERNS, "mine", 1);
     search_paths_init();
-    EXPECT_EQ(std::string(getenv(VARIABLE_PATTERNS)), directory + "\\images;mine");
-    EXPECT_EQ(std::string(getenv(VARIABLE_BUMPS)), directory + "\\bumps");
+    EXPECT_STREQ(getenv(VARIABLE_PATTERNS), (directory + "\\images;mine").c_str());
+    EXPECT_STREQ(getenv(VARIABLE_BUMPS), (directory + "\\bumps").c_str());
     ASSERT_TRUE(profile_set(ini.c_str(), "Root", VARIABLE_PATTERNS, "/a;/b"));
     ASSERT_TRUE(profile_set(ini.c_str(), "Root", VARIABLE_ROOT, "/product"));
     setenv(VARIABLE_PATTERNS, "mine", 1);
