@@ -122,7 +122,7 @@ int list_pens(word_list* words) {
     const scene_entry* entry = nullptr;
     int status = take_scene(take_word(words), &entry);
     if (status == EXIT_DONE) status = refuse_more(words);
-    if (status != EXIT_DONE) return status;
+    if (status != EXIT_DONE || entry == nullptr) return status;
     scene s = {};
     entry->build(&s);
     for (size_t pen = 0; pen < s.pens.size(); ++pen) {
