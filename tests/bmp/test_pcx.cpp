@@ -66,6 +66,9 @@ TEST_F(Pcx, TheBytesOfAFile) {
         EXPECT_EQ(part(b, 128, lines), hex(k.lines));
         EXPECT_TRUE(k.trailer == 0 || (b[b.size() - 769] == 12 && b[b.size() - 768] == 0 && b.back() == 255));
     }
+    // Planes have no palette, whatever table is given.
+    ASSERT_EQ(write_picture(path("a.pcx"), 5, 28, 2, 1, {1, 2, 3, 1, 2, 4}, {{6, 16}}, some_table(16)), 0u);
+    EXPECT_EQ(part(read_bytes(path("a.pcx")), 16, 48), ramp);
     // Pixels of 12 where a palette's mark would be looked for are left alone.
     for (uint8_t other : {uint8_t{12}, uint8_t{13}}) {
         bytes_of_file pixels(1000, 12);
