@@ -157,6 +157,13 @@ TEST_F(Rzl, ConvertKeepsPicturesUpright) {
             }
         }
     }
+    // Where bytes are all that there is, bits are shades and colours stand in a table.
+    ASSERT_EQ(run("rzl convert b.rgb o.ntf").status, 0);
+    EXPECT_EQ(run("rzl cat o.ntf").out, run("rzl cat b.rgb").out);
+    for (const char* words : {"o.ntf", "o.ras --vlt"}) {
+        ASSERT_EQ(run(std::string("rzl convert c.rgb ") + words).status, 0) << words;
+        EXPECT_EQ(run("rzl cat " + std::string(words, 5)).out.size(), 13u * 9 * 3);
+    }
     // A map that does not begin with its first index, and two colours that are neither black nor white.
     write("m.tga", std::string("\0\1\1\5\0\2\0\x18\0\0\0\0\2\0\1\0\x08\x20"
                                "\1\2\3\4\5\6"
