@@ -124,6 +124,9 @@ TEST_F(Usgs, WhatIsWritten) {
     EXPECT_EQ(text.substr(450 + 284, 24), "        0.50000000000000");
     EXPECT_TRUE(read_picture(path("a")).values == pixels);
     EXPECT_EQ(write_picture(path("b"), 16, 2, 399, 1, bytes_of_file(399)), RZL_HEADER_FULL);
+    c = opened(new_file(path("b"), 16, 2, 450, 1));
+    EXPECT_EQ(refusal(c, rzl_putline3(c, &pixels[0], &pixels[0], &pixels[0])), RZL_UNSUPPORTED) << "one band";
+    rzl_close(c);
 }
 
 TEST_F(Usgs, BadInput) {
