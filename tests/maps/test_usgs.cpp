@@ -123,6 +123,9 @@ TEST_F(Usgs, WhatIsWritten) {
                 text[1799] == ' ');
     EXPECT_EQ(text.substr(450 + 284, 24), "        0.50000000000000");
     EXPECT_TRUE(read_picture(path("a")).values == pixels);
+    c = opened(rzl_open_r(path("a").c_str()));
+    EXPECT_EQ(refusal(c, rzl_seek(c, 6)), RZL_PAST_END);
+    rzl_close(c);
     EXPECT_EQ(write_picture(path("b"), 16, 2, 399, 1, bytes_of_file(399)), RZL_HEADER_FULL);
     c = opened(new_file(path("b"), 16, 2, 450, 1));
     EXPECT_EQ(refusal(c, rzl_putline3(c, &pixels[0], &pixels[0], &pixels[0])), RZL_UNSUPPORTED) << "one band";
