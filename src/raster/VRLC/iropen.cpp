@@ -72,7 +72,7 @@ int32_t orientation_of(uint16_t code) {
 }
 
 bool read_data(CFILE* c, ir_spec* spec, const ir_entry& data) {
-    uint8_t bytes[IR_HEAD + IR_RECORD_BYTES];
+    uint8_t bytes[IR_HEAD + IR_RECORD_BYTES] = {};
     bool bits = spec->subtype == IR_BITS;
     if (!read_at(c, data.offset, bytes, IR_HEAD + (bits ? IR_RECORD_BITS : IR_RECORD_BYTES))) return false;
     spec->big = bytes[0] == 'M';
