@@ -122,9 +122,12 @@ TEST_F(Rzl, CatWidensBitsLooksColoursUpAndTurnsLinesAround) {
 
 TEST_F(Rzl, RefusalsNameTheirCause) {
     write_raster("a.rgb", 70, 9);
+    CFILE* bits = create("b.rgb", 70, 1, 1, 4);
+    ASSERT_TRUE(rzl_putline(bits, "0123456789") == 0 && rzl_finish(bits) == 0);
     const std::pair<const char*, const char*> cases[] = {
         {"convert a.rgb b.tif --format 25", "A TIFF file does not have data format 25"},
         {"convert a.rgb d.tif --compression 4", "can not be written: "}, // bilevel pictures only
+        {"convert b.rgb b.ico", "Xsize must be either 16, 32, or 64"},
         {"info --image 2 a.rgb", "has no image 2"}};
     for (const auto& [words, reason] : cases) {
         const run_result result = run(std::string("rzl ") + words);
