@@ -208,7 +208,7 @@ TEST_F(Bmp, RunCodes) {
             const picture p = read_made(coded(k.bits, hex(k.codes), k.width, k.height).file());
             const bytes_of_file expected = hex(on ? k.extended : k.values);
             EXPECT_EQ(p.values, expected);
-            const bool whole = expected.size() == static_cast<size_t>(k.width * k.height);
+            const bool whole = expected.size() == static_cast<size_t>(k.width) * static_cast<size_t>(k.height);
             EXPECT_EQ(p.status, whole ? 0u : RZL_READ_FAILED);
             if (whole) expect_seeks(path("made"));
         }

@@ -150,6 +150,14 @@ TEST_F(Usgs, BadInput) {
     changes.push_back({"a gap", 159, text("  1"), RZL_UNSUPPORTED});
     changes.push_back({"two bands", 156, text("  2"), RZL_UNSUPPORTED});
     expect_refused(good, changes);
+    // Which test a file fails at is told to who asks.
+    for (const char* level : {"4", "0"}) {
+        setenv("RZL_DEBUG", level, 1);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(read_changed(good, 144, text("     0")).status, RZL_READ_FAILED);
+        EXPECT_EQ(testing::internal::GetCapturedStderr().find("USGS (byte 144)") != std::string::npos, *level == '4');
+    }
+    unsetenv("RZL_DEBUG");
     // A file that is cut in its third band has the lines that all three have.
     usgs_parts three = {400, 5, 5, 0, {}};
     const bytes_of_file colors = three.file(three.some_pixels());
