@@ -29,7 +29,7 @@ struct usgs_parts {
         return b;
     }
     bytes_of_file some_pixels() const {
-        return some_samples(static_cast<size_t>(width * height * (bands == 5 ? 3 : 1)), 256, 6);
+        return some_samples(static_cast<size_t>(int64_t{width} * height * (bands == 5 ? 3 : 1)), 256, 6);
     }
 };
 
@@ -46,7 +46,7 @@ TEST_F(Usgs, OneBandAndThree) {
         ASSERT_EQ(p.status, 0u) << rzl_status_name(p.status);
         EXPECT_TRUE(p.width == width && p.height == height && p.format == (bands == 5 ? 28 : 2) && p.orientation == 4);
         EXPECT_TRUE(bands == 5 || p.values == pixels);
-        const size_t band = static_cast<size_t>(width * height);
+        const size_t band = static_cast<size_t>(int64_t{width} * height);
         for (size_t i = 0; i < band; ++i)
             for (size_t s = 0; s < 3; ++s)
                 ASSERT_EQ(p.colors[i * 3 + s], pixels[i + (bands == 5 ? s * band : 0)]);
