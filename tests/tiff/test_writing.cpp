@@ -247,7 +247,7 @@ TEST_F(Writing, LinesOfTilesThatArePassedOver) {
     // They are zero, and show nothing of the row of tiles above. What was put stays when the line goes back.
     for (int coding : {1, 5, 32773})
         for (int samples : {1, 3}) {
-            picture p = make_picture(40, 40, samples, 8);
+            picture p = make_picture(40, 40, samples, samples == 1 ? 4 : 8);
             for (uint32_t& v : p.values)
                 v |= 1;
             CFILE* c = new_tiff(file(), p, {{100, 16}, {501, coding}});
@@ -256,6 +256,7 @@ TEST_F(Writing, LinesOfTilesThatArePassedOver) {
                 EXPECT_EQ(rzl_seek(c, first), 0);
                 EXPECT_EQ(put_lines(c, p, first, end, samples == 3), end - first);
             }
+            set_fields(c, {{701, 1}}); // for lines that come later
             EXPECT_EQ(rzl_finish(c), 0u);
             for (int y = 0; y < 40; ++y) {
                 bool put = y < 16 || y == 18 || (y >= 20 && y < 24) || (y >= 30 && y < 33) || y == 36;
@@ -426,6 +427,61 @@ TEST_F(Writing, LinesInPlace) {
     EXPECT_EQ(rzl_getline(c, line.data()), 0);
     EXPECT_EQ(line, bytes_of_file(4, 7));
     rzl_close(c);
+}
+
+TEST_F(Writing, LinesOfPlainTilesInPlace) {
+    for (auto [samples, bits, planar] : {std::array{1, 8, 1}, {3, 8, 1}, {3, 8, 2}, {1, 1, 1}, {1, 4, 1}, {3, 16, 1}})
+        for (bool again : {false, true}) {
+            SCOPED_TRACE(testing::Message() << samples << ", " << bits << ", " << planar << ", " << again);
+            // The second time in a new file: the tiles of its first row have been put as tiles.
+            picture p = make_picture(45, 40, samples, bits), other = p;
+            std::reverse(other.values.begin(), other.values.end());
+            field_values fields = {{100, 16}, {503, planar}};
+            ASSERT_EQ(again ? 0 : write_library(file(), p, fields), 0u);
+            CFILE* c = again ? new_tiff(file(), p, fields, true) : opened(rzl_open_rw(file().c_str()));
+            if (again) {
+                bytes_of_file plane(size_t{16} * 16 * 3, 0);
+                const void* planes[3] = {plane.data(), plane.data(), plane.data()};
+                EXPECT_EQ(rzl_write_header(c), 0);
+                EXPECT_EQ(rzl_puttile(c, samples, planes), 0);
+                EXPECT_EQ(rzl_rewind(c), 0);
+                EXPECT_EQ(put_lines(c, p, 0, 40), 40);
+                EXPECT_EQ(rzl_finish(c), 0u);
+                EXPECT_TRUE(read_library(file()) == read_library(file(), samples > 1));
+                c = opened(rzl_open_rw(file().c_str()));
+            }
+            picture wanted = read_active(c);
+            EXPECT_EQ(rzl_seek(c, 3) | put_lines(c, other, 3, 4), 0) << "the last row of tiles is in hand";
+            EXPECT_EQ(status_of(c), RZL_LINES_OUT_OF_ORDER);
+            const bytes_of_file before = read_bytes(file());
+            std::vector<uint8_t> line(45 * 4), same(45 * 4);
+            std::ptrdiff_t values = std::ptrdiff_t{45} * samples;
+            size_t put = 0;
+            for (auto [first, end] : {std::pair{3, 5}, {9, 10}, {4, 6}, {1, 2}, {16, 17}, {20, 23}, {33, 34}}) {
+                EXPECT_EQ(rzl_seek(c, first), 0);
+                EXPECT_EQ(rzl_getline(c, line.data()), 0); // makes this row of tiles the one in hand
+                EXPECT_EQ(rzl_seek(c, first), 0);
+                EXPECT_EQ(put_lines(c, other, first, end), end - first);
+                auto at = values * first;
+                std::copy(other.values.begin() + at, other.values.begin() + values * end, wanted.values.begin() + at);
+                put += static_cast<size_t>(end - first);
+            }
+            // A line above one that waits is what the file has.
+            CFILE* r = opened(rzl_open_r(file().c_str()));
+            EXPECT_EQ(rzl_seek(c, 32) | rzl_getline(c, line.data()) | rzl_seek(r, 32) | rzl_getline(r, same.data()), 0);
+            EXPECT_EQ(line, same);
+            rzl_close(r);
+            EXPECT_EQ(rzl_finish(c), 0u);
+            EXPECT_TRUE(bits == 16 || read_library(file()) == wanted);
+            // Other lines stay to the last bit, also those whose samples a line shows in part.
+            const bytes_of_file after = read_bytes(file());
+            ASSERT_EQ(after.size(), before.size());
+            size_t changed = 0;
+            for (size_t i = 0; i < after.size(); ++i)
+                changed += after[i] != before[i] ? 1u : 0u;
+            EXPECT_GT(changed, 0u);
+            EXPECT_LE(changed, put * 48 * static_cast<size_t>(samples * bits) / 8);
+        }
 }
 
 TEST_F(Writing, RunsOfLines) {

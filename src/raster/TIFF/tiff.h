@@ -225,7 +225,9 @@ struct tif_spec {
     int64_t end;        // of the file, from its start: where the next append goes
     bool at_end;        // the file stands there
     bool raw_row;       // samples in the buffered row of tiles are as stored
-    uint32_t row_lines; // lines gathered of the buffered row of tiles
+    bool row_stands;    // the file has tiles of the row that is gathered, and lines of it change in their places
+    uint32_t row_begin; // the first line that was gathered of the buffered row of tiles; 0 unless row_stands
+    uint32_t row_lines; // behind the last one
     bool told;          // damaged fax data was logged for this image
     tif_reading in;
     tif_gathering out;
@@ -352,6 +354,7 @@ int tif_init_ov(CFILE* from, CFILE* to);
 
 // ---- tifgetli: rows of segments as they are read, lines
 int tif_getline(CFILE* c, int channels, read_planes buffers);
+int tif_getline_from_tiles(CFILE* c, int channels, read_planes buffers);
 int tif_get_line(CFILE* c, int channels, read_planes buffers);
 int tif_get_interleaved_line(CFILE* c, uint8_t* buffer);
 int tif_seek(CFILE* c, int32_t line);
@@ -406,6 +409,10 @@ bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_by
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,
                        size_t count);
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count);
+// `count` rows of each plane of a plain segment that is stored, from `row` on, in their places. The planes stand
+// `plane_bytes` apart in `rows`.
+bool tif_replace_rows(CFILE* c, uint32_t segment, uint32_t row, uint32_t count, const uint8_t* rows,
+                      size_t plane_bytes);
 // `count` plain tiles that stand behind each other in `bytes`, `tile_bytes` each.
 bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* bytes, size_t tile_bytes);
 bool tif_flush_segment(CFILE* c);                // stores what waits
@@ -416,6 +423,8 @@ bool tif_is_streaming(const CFILE* c);           // a strip is in the file in pa
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour);
 int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers);
 bool tif_flush_tile_row(CFILE* c); // stores the lines that were gathered of a row of tiles
+// Stores gathered lines whose tiles stand in the file, so that who reads the file finds them.
+bool tif_settle_lines(CFILE* c);
 // The same for an image that is to be less high: the gathered lines that it will still have. Called with the old
 // height in the record.
 bool tif_cut_tile_row(CFILE* c, uint32_t height);

@@ -710,7 +710,7 @@ int start_file(CFILE* c) {
 constexpr format_slots SLOTS = {
     .Getline = tif_getline,
     .Get_line = tif_get_line,
-    .Getlinefromtile = rzl_getline_from_tiles,
+    .Getlinefromtile = tif_getline_from_tiles,
     .Getrleline = tif_get_rle_line,
     .Getinlv = tif_get_interleaved_line,
     .Putline = tif_putline,

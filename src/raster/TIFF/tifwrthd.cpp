@@ -616,14 +616,16 @@ bool begin_file(CFILE* c) {
     return true;
 }
 
-// Gathered rows of a last row of tiles whose tiles are all new. A part of a row that stands in the file is not stored,
-// and that is told: it would take the rest of the row with it.
+// Gathered rows of a last row of tiles. A part of a row whose coded tiles the file has is not stored, and that is told:
+// it would take the rest of the row with it.
 bool flush_tile_row(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (!has_flag(c, FLAG_TILED) || c->tile == nullptr || !c->tile->row_dirty) return true;
     auto first = static_cast<uint32_t>(c->tile->first_line) / image->tile_length * image->tiles_across;
     if (image->strip_offsets == nullptr) return true;
-    if (tif_is_stored(image, first)) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "a part of a row of tiles");
+    bool coded = image->compression != TIF_PLAIN;
+    for (uint32_t tile = first; coded && tile < first + image->tiles_across; ++tile)
+        if (tif_is_stored(image, tile)) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "a part of a row of tiles");
     return tif_flush_tile_row(c);
 }
 
