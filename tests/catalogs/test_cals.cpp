@@ -411,4 +411,10 @@ TEST_F(Cals, WritingIsRefused) {
     EXPECT_EQ(rzl_finish(c), 0u) << "lines that have come are kept";
     const picture p = read_plane(path("a"));
     EXPECT_TRUE(p.damaged && p.values == bytes_of_file({1, 2, 3, 4, 0, 0}));
+    for (int format : {1, 24}) { // in the row of tiles that they began
+        c = new_file(path("a"), 11, format, 16, 513, {{100, 512}});
+        EXPECT_EQ(put_lines(c, 2, {1, 2, 3, 4}), 0u);
+        EXPECT_EQ(rzl_finish(c), 0u);
+        EXPECT_EQ(part(read_plane(path("a")).values, 0, 6), bytes_of_file({1, 2, 3, 4, 0, 0}));
+    }
 }
