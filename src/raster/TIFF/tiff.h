@@ -147,7 +147,7 @@ struct tif_image {
     uint32_t next_ifd_pos; // of its pointer to the next one
     uint32_t next_ifd;     // what stands there
     uint32_t image_width, image_length;
-    uint32_t subfile_type; // bit 0: an overview
+    uint32_t subfile_type; // bit 0: reduced, bit 2: a mask of another image
     uint32_t min_sample[TIF_MAX_SAMPLES], max_sample[TIF_MAX_SAMPLES];
     uint16_t samples_per_pixel, bits_per_sample[TIF_MAX_SAMPLES];
     uint16_t compression, predictor, photometric, planar_config, resolution_unit, orientation;
@@ -275,6 +275,13 @@ void tif_count_tiles(tif_image* image); // across and down, from the sizes
 inline bool tif_is_tiled(const tif_image* image) {
     return (image->flags & TIF_TILED) != 0;
 }
+// Neither an overview nor a mask; and an overview that is no mask.
+inline bool tif_is_picture(const tif_image* image) {
+    return (image->subfile_type & 5) == 0;
+}
+inline bool tif_is_overview(const tif_image* image) {
+    return (image->subfile_type & 5) == 1;
+}
 inline uint16_t tif_bits(const tif_image* image) {
     return image->bits_per_sample[0];
 }
@@ -305,6 +312,7 @@ bool tif_activate(CFILE* c, tif_image* image);         // all that the handle de
 bool tif_take_kind(CFILE* c, const tif_image* image);  // samples, bits, format and coding
 bool tif_take_image(CFILE* c, const tif_image* image); // the handle's sizes, layout and tables
 uint32_t tif_overview_count(const tif_spec* spec);
+tif_image* tif_next_overview(tif_image* image); // behind that record; null: none
 int tif_set_overview_count(CFILE* c, int32_t count);
 int tif_set_active_overview(CFILE* c, int32_t overview);
 int tif_get_number_of_images(CFILE* c);

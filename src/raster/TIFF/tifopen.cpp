@@ -663,10 +663,10 @@ void start_spec(CFILE* c) {
     set_flag(c, FLAG_PADDED_TILES, true);
 }
 
-// Images behind the main one are its overviews as long as all of them are reduced.
+// Images behind the main one are its overviews as long as all of them are reduced, or masks.
 void classify_chain(CFILE* c) {
     for (const tif_image* image = tif_spec_of(c)->first->next; image != nullptr; image = image->next)
-        if ((image->subfile_type & 1) == 0) set_flag(c, FLAG_MULTI_IMAGE, true);
+        if (tif_is_picture(image)) set_flag(c, FLAG_MULTI_IMAGE, true);
 }
 
 int open_file(CFILE* c, const char*) {
