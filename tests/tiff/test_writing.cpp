@@ -13,10 +13,10 @@ protected:
             tags.push_back(load_u16le(&b[at + 2 + static_cast<size_t>(i) * 12]));
         return tags;
     }
-    // Rows per strip that a new file gets by itself.
-    int32_t planned_rows(int samples, int bits, int width, int planar) {
+    // Rows per strip that a new file of 5000 lines gets, by itself or with some asked for.
+    int32_t planned_rows(int samples, int bits, int width, int planar, int asked = 0) {
         picture p{width, 5000, samples, bits, {}};
-        CFILE* c = new_tiff(file(), p, {{503, planar}});
+        CFILE* c = new_tiff(file(), p, {{503, planar}, {505, asked}});
         EXPECT_EQ(rzl_write_header(c), 0);
         int32_t rows = field_of(c, 505);
         EXPECT_EQ(tif_image_of(c)->strip_count,
@@ -34,6 +34,8 @@ TEST_F(Writing, StructureAndPlan) {
     EXPECT_EQ(planned_rows(3, 8, 4000, 2), 2);
     EXPECT_EQ(planned_rows(4, 8, 100, 1), 20);
     EXPECT_EQ(planned_rows(1, 16, 4096, 1), 2);
+    for (auto [asked, rows] : {std::pair{7, 7}, {5000, 5000}, {5001, 2}, {-1, 5000}})
+        EXPECT_TRUE(planned_rows(3, 8, 1536, 1, asked) == rows && planned_rows(1, 8, 4096, 1, asked) == rows) << asked;
 
     picture p = make_picture(30, 20, 3, 8);
     CFILE* c = new_tiff(file(), p, {{505, 7}, {502, 2}, {9, 6}, {8, -300}});

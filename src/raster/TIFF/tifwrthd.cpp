@@ -81,13 +81,12 @@ strip_target target_of(const tif_image* image) {
 void plan_rows(tif_image* image) {
     uint32_t rows = image->rows_per_strip;
     uint32_t height = image->image_length;
-    bool colour = image->samples_per_pixel >= 3;
     if (rows == TIF_NOT_GIVEN) {
         rows = height;
-    } else if (rows == 0 || (rows > height && !colour)) {
+    } else if (rows == 0 || rows > height) { // more than there are count as none
         strip_target target = target_of(image);
         rows = static_cast<uint32_t>(std::max<uint64_t>(target.bytes / std::max<uint64_t>(target.line, 1), 1));
-        if (rows > height && !colour) rows = height;
+        if (image->samples_per_pixel == 1) rows = std::min(rows, height);
     }
     image->rows_per_strip = std::max(rows, 1u);
 }
