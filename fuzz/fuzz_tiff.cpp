@@ -111,6 +111,7 @@ void update(bytes content) {
     for (int32_t line : {0, 3, 1, 2}) {
         if (!is_tiff || line >= field(c, RZL_FIELD_YSIZE)) continue;
         if (rzl_seek(c, line) == 0) (void)rzl_putline_channels(c, 4, room.all);
+        if (line == 1 && rzl_seek(c, 2) == 0) (void)rzl_getline_channels(c, 4, room.all);
     }
     int32_t resolution = -static_cast<int32_t>(size);
     if (is_tiff) (void)rzl_set_hdr_data(c, RZL_FIELD_RESOLUTION, &resolution);

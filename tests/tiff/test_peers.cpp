@@ -131,6 +131,33 @@ TEST_F(Peers, FourSamplesAndPalettes) {
     rzl_close(c);
 }
 
+// What this library reads in part, or in its own way, means the same to others after an update, and in a copy.
+TEST_F(Peers, WhatOthersSeeStays) {
+    NEEDS_PROGRAM("convert");
+    NEEDS_PROGRAM("tiffcp");
+    write_pnm(path("bits.pbm"), make_picture(45, 20, 1, 1));
+    write_pnm(path("rgb.ppm"), make_picture(45, 20, 3, 8));
+    for (const char* make : {"convert rgb.ppm -alpha on -channel A -evaluate set 60% +channel a.tif",
+                             "convert bits.pbm in.tif && tiffcp -f lsb2msb -c none in.tif a.tif",
+                             "convert bits.pbm in.tif && tiffcp -f lsb2msb -c lzw in.tif a.tif",
+                             "convert bits.pbm in.tif && tiffcp -f lsb2msb -c packbits in.tif a.tif"}) {
+        const std::string look = " -depth 8 rgba:seen";
+        ASSERT_TRUE(run(make) && run("convert a.tif" + look)) << make << said;
+        const bytes_of_file seen = read_bytes(path("seen"));
+        CFILE* from = rzl_open_r(path("a.tif").c_str());
+        CFILE* to = opened(rzl_open_w(path("b.tif").c_str()));
+        EXPECT_EQ(set_field_to(to, 500, 1), 0);
+        EXPECT_EQ(rzl_init_header_from(from, to) | rzl_copy_data(from, to), 0);
+        rzl_close(from);
+        EXPECT_EQ(rzl_finish(to), 0u);
+        to = opened(rzl_open_rw(path("a.tif").c_str()));
+        EXPECT_EQ(set_field_to(to, 8, -99) | rzl_write_header(to), 0);
+        EXPECT_EQ(rzl_finish(to), 0u);
+        for (const char* file : {"a.tif", "b.tif"})
+            EXPECT_TRUE(run(std::string("convert ") + file + look) && read_bytes(path("seen")) == seen) << make << file;
+    }
+}
+
 // A page of the size of a drawing: every coding of the fax family, in one strip and by default.
 TEST_F(Peers, LargePages) {
     NEEDS_PROGRAM("tiffcp");

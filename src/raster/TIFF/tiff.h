@@ -124,6 +124,7 @@ enum tif_photometrics : uint16_t { TIF_WHITE_ZERO = 0, TIF_BLACK_ZERO = 1, TIF_R
 
 // Bits of an image's `flags`.
 enum tif_flags : uint32_t {
+    TIF_COPIED = 0x0001,         // made like another record
     TIF_HAS_MAP = 0x0008,        // there is a colour map
     TIF_TILED = 0x0010,          // stored in tiles, not in strips
     TIF_HAS_TRANSFORM = 0x0020,  // `transform` holds something to be written
@@ -151,7 +152,7 @@ struct tif_image {
     uint32_t min_sample[TIF_MAX_SAMPLES], max_sample[TIF_MAX_SAMPLES];
     uint16_t samples_per_pixel, bits_per_sample[TIF_MAX_SAMPLES];
     uint16_t compression, predictor, photometric, planar_config, resolution_unit, orientation;
-    uint16_t fill_order;     // tag 266; of CCITT data: 2, bit 0 of a byte comes first
+    uint16_t fill_order;     // tag 266; of CCITT data: 2, bit 0 of a byte comes first. Otherwise it is kept, no more
     uint32_t fax_options;    // tag 292; bit 0: two-dimensional group 3
     uint32_t rows_per_strip; // TIF_NOT_GIVEN or 0: to be chosen
     uint32_t given_strips;   // entries that the directory tells of; used where rows_per_strip is missing

@@ -95,6 +95,8 @@ bool copy_image(CFILE* from, tif_image* source, CFILE* to, tif_image* target) {
         if (tif_finish_image(to) != 0 || !tif_activate(to, target)) return false;
     }
     bool planned = (target->flags & TIF_IN_FILE) != 0 || tif_write_header(to) == 0;
+    if (target->fill_order != source->fill_order) target->flags |= TIF_OUT_OF_DATE;
+    target->fill_order = source->fill_order;
     return planned && copy_strips(from, source, to, target) && tif_finish_image(to) == 0;
 }
 
@@ -126,7 +128,7 @@ bool tif_copy_settings(const tif_image* from, tif_image* to) {
     std::memcpy(to->y_resolution, from->y_resolution, sizeof to->y_resolution);
     to->resolution_unit = from->resolution_unit;
     std::memcpy(to->flag_registers, from->flag_registers, sizeof to->flag_registers);
-    to->flags = TIF_IFD_DUE | (from->flags & (TIF_HAS_MAP | TIF_TILED));
+    to->flags = TIF_IFD_DUE | TIF_COPIED | (from->flags & (TIF_HAS_MAP | TIF_TILED));
     return true;
 }
 

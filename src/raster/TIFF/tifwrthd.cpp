@@ -116,8 +116,10 @@ bool plan_samples(CFILE* c, tif_image* image) {
     image->samples_per_pixel = static_cast<uint16_t>(c->samples);
     for (uint16_t& value : image->bits_per_sample)
         value = static_cast<uint16_t>(c->bits);
+    // Red, green, blue and something else stay that in a copy.
+    bool extra = (image->flags & TIF_COPIED) != 0 && image->photometric == TIF_RGB;
     if (colour) {
-        image->photometric = c->samples == 3 ? TIF_RGB : TIF_CMYK;
+        image->photometric = c->samples == 3 || extra ? TIF_RGB : TIF_CMYK;
     } else if ((image->flags & TIF_HAS_MAP) != 0) {
         image->photometric = TIF_PALETTE;
     } else if (image->photometric > TIF_BLACK_ZERO) {
@@ -298,6 +300,7 @@ int tif_set_format(CFILE* c, int32_t format) {
 static bool plan_strips(CFILE* c, tif_image* image) {
     if (!plan_samples(c, image)) return false;
     plan_tiles(c, image);
+    if (!tif_is_fax(image->compression)) image->fill_order = 1;
     if (!plan_is_possible(c, image)) return false;
     if (!tif_is_tiled(image)) plan_rows(image);
     tif_shape shape = tif_shape_of(image);
@@ -415,8 +418,7 @@ void add_layout(entry_list* list, const tif_image* image) {
 
 void add_coding(entry_list* list, const tif_image* image) {
     add_number(list, TIF_TAG_COMPRESSION, TIF_SHORT, image->compression);
-    bool fax = tif_is_fax(image->compression);
-    if (fax && image->fill_order == 2) add_number(list, TIF_TAG_FILL_ORDER, TIF_SHORT, 2);
+    if (image->fill_order == 2) add_number(list, TIF_TAG_FILL_ORDER, TIF_SHORT, 2);
     bool options = image->compression == TIF_FAX_G3 && image->fax_options != 0;
     if (options) add_number(list, TIF_TAG_FAX_OPTIONS, TIF_LONG, image->fax_options);
     bool differences = tif_is_whole(image->compression) && image->predictor == 2;
