@@ -374,7 +374,6 @@ int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour)
     tile_source source = {};
     bool put = take_source(c, channels, buffers, colour, &source) && put_source(c, tile, source);
     mem_free(source.fill);
-    c->tile->row_read = false; // of a row that was read before
     if (put) ++c->line;
     return put ? 1 : 0;
 }
