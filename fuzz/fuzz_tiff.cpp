@@ -140,7 +140,8 @@ kind kind_of(const uint8_t* data) {
     k.planar = 1 + data[2] / 2 % 2;
     k.rows = data[3] % 9;
     k.tile = data[4] % 3 * 16;
-    if (k.tile != 0 && k.compression == 5) k.planar = 1;
+    if (k.tile != 0 && (k.compression == 5 || k.compression == DEFLATE))
+        k.planar = 1; // planes of tiles are not coded so
     return k;
 }
 
