@@ -43,6 +43,10 @@ TEST_F(Writing, StructureAndPlan) {
     const uint32_t numbers[3] = {1, 2, 0x80000000};
     tag.data.pointer = const_cast<uint32_t*>(numbers);
     EXPECT_EQ(rzl_set_hdr_data(c, 509, &tag), 0);
+    tag = {283, 5, 1, {}}; // one side's resolution, which field 8 has for both
+    const uint32_t ratio[2] = {599, 2};
+    tag.data.pointer = const_cast<uint32_t*>(ratio);
+    EXPECT_EQ(rzl_set_hdr_data(c, 509, &tag), 0);
     tag = {200, 3, 1, {}};
     tag.data.bytes[0] = 42;
     EXPECT_EQ(rzl_set_hdr_data(c, 509, &tag), 0);
@@ -71,6 +75,10 @@ TEST_F(Writing, StructureAndPlan) {
     tag.data.pointer = got;
     EXPECT_EQ(rzl_get_hdr_data(c, 509, &tag), 0);
     EXPECT_EQ(got[2], numbers[2]);
+    tag = {283, 0, 0, {}};
+    tag.data.pointer = got;
+    EXPECT_EQ(rzl_get_hdr_data(c, 509, &tag), 0);
+    EXPECT_TRUE(got[0] == 599 && got[1] == 2);
     rzl_close(c);
 }
 
