@@ -432,7 +432,7 @@ bool tif_is_streaming(const CFILE* c);           // a strip is in the file in pa
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour);
 int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers);
 bool tif_flush_tile_row(CFILE* c); // stores the lines that were gathered of a row of tiles
-// Stores gathered lines whose tiles stand in the file, so that who reads the file finds them.
+// Stores gathered lines of plain tiles, so that who reads the file finds them; those that follow go to their places.
 bool tif_settle_lines(CFILE* c);
 // The same for an image that is to be less high: the gathered lines that it will still have. Called with the old
 // height in the record.

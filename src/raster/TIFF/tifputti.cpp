@@ -299,7 +299,7 @@ bool tif_flush_tile_row(CFILE* c) {
 bool tif_settle_lines(CFILE* c) {
     const tile_record* t = c->tile;
     bool wait = has_flag(c, FLAG_TILED) && t != nullptr && t->row_buffer != nullptr && t->row_dirty;
-    return !wait || !tif_spec_of(c)->row_stands || tif_flush_tile_row(c);
+    return !wait || tif_image_of(c)->compression != TIF_PLAIN || tif_flush_tile_row(c);
 }
 
 // Gathers the lines of the first row of tiles anew, as an image less high than a tile has them.
