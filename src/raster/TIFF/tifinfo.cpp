@@ -659,8 +659,8 @@ int tif_set_stat(CFILE* c, const rzl_stat* stat) {
     if (!can_change_layout(c)) return set_height(c, stat->ysize);
     bool sized = set_width(c, stat->xsize) == 0 && set_height(c, stat->ysize) == 0;
     if (!sized || set_format(c, stat->format) != 0) return 1;
-    // A compression of 0 is the one that goes with the format.
-    if (stat->compression != 0 && set_compression(c, stat->compression) != 0) return 1;
+    // 0 is none, whatever goes with the format.
+    if (set_compression(c, stat->compression) != 0) return 1;
     if (stat->planar == 1 || stat->planar == 2) image->planar_config = static_cast<uint16_t>(stat->planar);
     if (check_tile(c, stat->tile_size, TILE_STEP) != 0) return 1;
     c->xsize = static_cast<int32_t>(image->image_width);
