@@ -8,7 +8,7 @@ protected:
     static picture first_lines(const picture& p, int height) {
         picture cut = p;
         cut.height = height;
-        cut.values.resize(static_cast<size_t>(p.width * height * p.samples));
+        cut.values.resize(static_cast<size_t>(p.width) * static_cast<size_t>(height) * static_cast<size_t>(p.samples));
         return cut;
     }
     // A file with that many lines put, or one with all of them that is opened again.
