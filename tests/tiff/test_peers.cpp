@@ -131,7 +131,8 @@ TEST_F(Peers, FourSamplesAndPalettes) {
     rzl_close(c);
 }
 
-// Alpha that is not shown here, and bits in the other fill order, are the same to others after an update, and in a copy.
+// Alpha that is not shown here, and bits in the other fill order, are the same to others after an update, and in a
+// copy.
 TEST_F(Peers, WhatOthersSeeStays) {
     NEEDS_PROGRAM("convert");
     NEEDS_PROGRAM("tiffcp");
