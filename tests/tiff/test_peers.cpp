@@ -54,7 +54,7 @@ TEST_F(Peers, FilesOfTheToolsAreRead) {
                 if (bits < 8 && coding.ends_with(":2")) continue; // the tools have no such thing
                 std::string how = i % 2 == 0 ? "-B" : "-L";
                 how += (planes ? " -p separate -c " : " -p contig -c ") + coding + " " + layout;
-                if (bits == 1) how += i % 4 < 2 ? " -f lsb2msb" : " -f msb2lsb";
+                if (coding[0] == 'g') how += i % 4 < 2 ? " -f lsb2msb" : " -f msb2lsb";
                 ASSERT_TRUE(run("tiffcp " + how + " in.tif out.tif")) << how << said;
                 if (!planes || layout[1] != 't' || coding == "none" || coding == "packbits") {
                     expect_read("out.tif", p, std::to_string(bits) + " bits, " + how);
@@ -152,9 +152,6 @@ TEST_F(Peers, WhatOthersSeeStays) {
         rzl_close(from);
         EXPECT_EQ(rzl_finish(to), 0u);
         to = opened(rzl_open_rw(path("a.tif").c_str()));
-        uint8_t line[256];
-        EXPECT_EQ(rzl_getline_interleaved(to, line) | rzl_rewind(to), 0);
-        EXPECT_EQ(rzl_putline_interleaved(to, line), field_of(to, 501) != 1);
         EXPECT_EQ(set_field_to(to, 8, -99) | rzl_write_header(to), 0);
         EXPECT_EQ(rzl_finish(to), 0u);
         for (const char* file : {"a.tif", "b.tif"})

@@ -152,7 +152,7 @@ struct tif_image {
     uint32_t min_sample[TIF_MAX_SAMPLES], max_sample[TIF_MAX_SAMPLES];
     uint16_t samples_per_pixel, bits_per_sample[TIF_MAX_SAMPLES];
     uint16_t compression, predictor, photometric, planar_config, resolution_unit, orientation;
-    uint16_t fill_order;     // tag 266; 2: bit 0 of a byte comes first, in the stored bytes of a bilevel image
+    uint16_t fill_order;     // tag 266; of CCITT data: 2, bit 0 of a byte comes first. Otherwise it is kept, no more
     uint32_t fax_options;    // tag 292; bit 0: two-dimensional group 3
     uint32_t rows_per_strip; // TIF_NOT_GIVEN or 0: to be chosen
     uint32_t given_strips;   // entries that the directory tells of; used where rows_per_strip is missing
@@ -288,10 +288,6 @@ inline uint16_t tif_bits(const tif_image* image) {
 }
 inline bool tif_is_bilevel(const tif_image* image) {
     return image->samples_per_pixel == 1 && tif_bits(image) == 1;
-}
-// Whether the stored bytes of segments have their bits turned. (Those of CCITT data are turned for the codec.)
-inline bool tif_is_turned(const tif_image* image) {
-    return image->fill_order == 2 && tif_is_bilevel(image) && !tif_is_fax(image->compression);
 }
 // Whether an entry of the strip arrays has a place in the file.
 inline bool tif_is_stored(const tif_image* image, uint32_t entry) {

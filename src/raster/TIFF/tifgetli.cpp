@@ -36,15 +36,8 @@ uint64_t coded_bytes(CFILE* c, const tif_image* image, uint32_t entry, uint64_t 
     return std::min({bytes, most_coded(image, plain), static_cast<uint64_t>(std::max<int64_t>(left, 0))});
 }
 
-// Bytes of segments as they are decoded, from an offset in the file.
-bool read_bytes(CFILE* c, const tif_image* image, int64_t offset, uint8_t* out, size_t bytes) {
-    if (!tif_read_at(c, offset, out, bytes)) return false;
-    if (tif_is_turned(image)) cit_reverse_bytes(out, bytes);
-    return true;
-}
-
 bool read_stored(CFILE* c, const tif_image* image, uint32_t entry, uint8_t* out, size_t bytes) {
-    if (bytes != 0 && read_bytes(c, image, image->strip_offsets[entry], out, bytes)) return true;
+    if (bytes != 0 && tif_read_at(c, image->strip_offsets[entry], out, bytes)) return true;
     return fails(c, RZL_READ_FAILED, SOURCE, "reading strip");
 }
 
@@ -53,9 +46,8 @@ bool read_coded(CFILE* c, const tif_image* image, uint32_t entry, size_t bytes) 
     return tif_need_room(c, &in->coded, &in->coded_room, bytes) && read_stored(c, image, entry, in->coded, bytes);
 }
 
-// Bytes of the file that lie in those at hand are used where they are; null when they don't, or have to be turned.
+// Bytes of the file that lie in those at hand are used where they are; null when they don't.
 const uint8_t* bytes_in_window(CFILE* c, int64_t place, size_t bytes) {
-    if (tif_is_turned(tif_image_of(c))) return nullptr;
     const uint8_t* next = nullptr;
     const uint8_t* end = nullptr;
     tif_spec_of(c)->at_end = false;
@@ -214,7 +206,7 @@ const uint8_t* plain_row(CFILE* c, const tif_image* image, uint32_t entry, uint3
         if (!tif_need_room(c, &in->row, &in->row_room, bytes)) return nullptr;
         into = in->row;
     }
-    if (read_bytes(c, image, offset, into, bytes)) return into;
+    if (tif_read_at(c, offset, into, bytes)) return into;
     fails(c, RZL_READ_FAILED, SOURCE, nullptr);
     return nullptr;
 }
@@ -269,7 +261,7 @@ bool unpack_from(CFILE* c, int64_t place, uint64_t left, uint8_t* row, size_t ro
     for (uint64_t wanted = uint64_t{row_bytes} * 2 + 64;; wanted *= 2) {
         auto bytes = static_cast<size_t>(std::min(wanted, left));
         if (!tif_need_room(c, &in->coded, &in->coded_room, bytes)) return false;
-        if (!read_bytes(c, tif_image_of(c), place, in->coded, bytes)) return false;
+        if (!tif_read_at(c, place, in->coded, bytes)) return false;
         *used = tif_packbits_unpack(in->coded, bytes, row, row_bytes, row_bytes, &filled);
         if (filled == row_bytes || bytes == left) return filled == row_bytes;
     }
@@ -453,7 +445,6 @@ static const uint8_t* fetch_row(CFILE* c, uint32_t segment, uint32_t row, int pl
 uint32_t tif_move_rows(CFILE* c, uint32_t segment, uint32_t rows, uint8_t* to, size_t pitch) {
     const tif_image* image = tif_image_of(c);
     if (tif_row_bytes(image, 0) == 0 || tif_spec_of(c)->out.waiting || tif_is_sparse(image, segment, 0)) return 0;
-    if (tif_is_turned(image)) return 0;
     if (image->compression == TIF_PLAIN) return move_plain_rows(c, image, segment, rows, to, pitch);
     bool unpacked = image->compression == TIF_PACKBITS && pitch == tif_row_bytes(image, 0) &&
                     is_decoded_whole(image, segment) && tif_spec_of(c)->in.segment != int64_t{segment};

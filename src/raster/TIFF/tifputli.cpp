@@ -87,7 +87,7 @@ void clear_rows(const tif_image* image, tif_gathering* out, uint32_t first, uint
 // ---- streamed strips
 
 bool can_stream(const CFILE* c, const tif_image* image) {
-    bool plain = image->compression == TIF_PLAIN && tif_shape_of(image).planes == 1 && !tif_is_turned(image);
+    bool plain = image->compression == TIF_PLAIN && tif_shape_of(image).planes == 1;
     return plain && c->mode == MODE_WRITE && !tif_is_tiled(image);
 }
 
@@ -257,19 +257,6 @@ bool end_fax(CFILE* c, uint32_t segment, uint32_t rows) {
 
 } // namespace
 
-// Bytes as the file has them: those that are given, or turned ones, which `turned` then owns. Null: no memory.
-static const uint8_t* as_in_file(CFILE* c, const uint8_t* bytes, size_t count, mem_guard<uint8_t>* turned) {
-    if (!tif_is_turned(tif_image_of(c))) return bytes;
-    turned->block = static_cast<uint8_t*>(mem_alloc(count));
-    if (!*turned) {
-        fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-        return nullptr;
-    }
-    std::memcpy(turned->block, bytes, count);
-    cit_reverse_bytes(turned->block, count);
-    return turned->block;
-}
-
 bool tif_replace_rows(CFILE* c, uint32_t segment, uint32_t row, uint32_t count, const uint8_t* rows,
                       size_t plane_bytes) {
     const tif_image* image = tif_image_of(c);
@@ -280,18 +267,14 @@ bool tif_replace_rows(CFILE* c, uint32_t segment, uint32_t row, uint32_t count, 
         uint32_t entry = tif_entry_of(image, segment, plane);
         if (!has_place(c, image, entry, at + bytes)) return fails(c, RZL_WRITE_FAILED, SOURCE, "strip too short");
         int64_t place = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
-        mem_guard<uint8_t> turned(nullptr);
-        const uint8_t* from = as_in_file(c, rows + static_cast<size_t>(plane) * plane_bytes, bytes, &turned);
-        if (from == nullptr || !tif_write_at(c, place, from, bytes)) return false;
+        if (!tif_write_at(c, place, rows + static_cast<size_t>(plane) * plane_bytes, bytes)) return false;
     }
     return true;
 }
 
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count) {
     tif_image* image = tif_image_of(c);
-    mem_guard<uint8_t> turned(nullptr);
-    bytes = as_in_file(c, bytes, count, &turned);
-    if (bytes == nullptr || !tif_need_entry(c, image, entry)) return false;
+    if (!tif_need_entry(c, image, entry)) return false;
     if (image->compression == TIF_PLAIN && has_place(c, image, entry, count)) {
         return tif_write_at(c, image->strip_offsets[entry], bytes, count);
     }
@@ -308,7 +291,7 @@ bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* by
     if (!checked_mul(uint64_t{tile_bytes}, uint64_t{count}, &all)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     if (!tif_need_entry(c, image, first + count - 1)) return false;
     // One by one where some were put as tiles before, or could not all begin at an even place.
-    bool alone = tile_bytes % 2 != 0 || tif_is_turned(image);
+    bool alone = tile_bytes % 2 != 0;
     for (uint32_t i = 0; i < count; ++i)
         alone = alone || tif_is_stored(image, first + i);
     for (uint32_t i = 0; alone && i < count; ++i)
