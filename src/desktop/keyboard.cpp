@@ -9,7 +9,8 @@
 namespace {
 
 constexpr int PLACES_MAX = 16;
-constexpr int TAKES_KEYS = 9; // number of the toolkit's operation that takes a key event
+constexpr int TAKES_KEYS = 9; // numbers of the toolkit's operations: takes a key event,
+constexpr int MAPS_KEYS = 11; // and says what a key means to a field
 constexpr int BUTTON_CANCEL = 2;
 constexpr char BLANK = ' ';
 
@@ -137,10 +138,18 @@ int take_keys(char* buffer, int* count) {
     return arrived > 0 ? 0 : -1;
 }
 
+// Tab leads on and is no matter of the field's text: what it means stays the toolkit's. Shift+Tab doesn't come here.
+int (*toolkit_maps)(int* key) = nullptr;
+int map_key(int* key) {
+    return *key == KEY_TAB ? toolkit_maps(key) : program_form_hooks.key_filter(key);
+}
+
 } // namespace
 
 void keyboard_start() {
+    if (fi_env.FI_MAP_CHARACTER != map_key) toolkit_maps = fi_env.FI_MAP_CHARACTER;
     FI_modify_env(TAKES_KEYS, reinterpret_cast<FI_routine>(take_keys));
+    FI_modify_env(MAPS_KEYS, reinterpret_cast<FI_routine>(map_key));
     place_count = 0;
     left = {};
 }

@@ -1,6 +1,8 @@
 // Each command of the forms once, and what comes of it.
 #include "script.h"
 
+#include "forms/env.h"
+
 namespace {
 
 using Commands = ScriptSession;
@@ -55,6 +57,8 @@ is colours 2; press pattern 115; is colours 2; type pattern 114; press pattern 1
 text main 52; text main 72:2 255_127_051; press pattern 100 30 20; press main 161; type picker 13 made
 press picker 30; asked; key enter; is palette_changed 0
 )");
+    script("type pattern 114 N\xAA\xB0; text pattern 114 N\xAA\xB0"); // which the toolkit's own keys don't hold
+    step([] { EXPECT_EQ(fi_env.FI_TRANSLATE_COLOR(0, 6), 1); });      // white, as program_form_hooks has it
     EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "many.tnp"}), 0);
 }
 
