@@ -107,11 +107,11 @@ void name_typed() {
 }
 
 void directory_typed() {
-    char text[FORM_TEXT_SIZE];
+    char text[FORM_TEXT_SIZE], typed[FORM_TEXT_SIZE], shown[FORM_TEXT_SIZE];
     form_get_text(form, DIRECTORY_FIELD, text);
-    char latin1[FORM_TEXT_SIZE];
-    text_to_latin1(directory, latin1, sizeof latin1);
-    if (std::strcmp(text, latin1) != 0) set_current_directory(text);
+    text_to_latin1(text, typed, sizeof typed); // compared as they are shown: a name may hold what no field can
+    text_to_latin1(directory, shown, sizeof shown);
+    if (std::strcmp(typed, shown) != 0) set_current_directory(text);
 }
 
 // What has been typed and not yet left counts, too.
