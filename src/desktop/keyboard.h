@@ -35,4 +35,4 @@ void keyboard_pressed();
 // chosen.
 bool keyboard_passes();
 
-constexpr int KEY_TAB = 9, KEY_BACK_TAB = 8, KEY_RETURN = 13, KEY_ESCAPE = 27;
+constexpr int KEY_DELETE = 4, KEY_BACK_TAB = 8, KEY_TAB = 9, KEY_RETURN = 13, KEY_ESCAPE = 27;

@@ -69,8 +69,14 @@ TEST_F(Commands, OfThePickerAndTheEditor) {
         std::filesystem::copy(path("still" + extension), path("Other" + extension));
     write("zlost.tnp", "Lost {pattern = \"lost.rgb\";}\n");
     write("Sub/B.TNP", "B {color = (1, 1, 0);}\n");
+    press(MAIN, 155);
+    step([] { // of the directories that were visited the working one is the first
+        int list = 0;
+        FIfld_get_list_label(form_of(PICKER), 17, 0, &list);
+        EXPECT_EQ(text_of(PICKER, list), text_of(MAIN, 144));
+    });
     script(R"(
-press main 155; text picker 12:0 other.tnc; text picker 12:1 still.tnc; text picker 12:2; press picker 12 20 6
+text picker 12:0 other.tnc; text picker 12:1 still.tnc; text picker 12:2; press picker 12 20 6
 text picker 13 other.tnc; press picker 30; gone picker; text main 154 Other.tnc
 press main 165; text picker 12:0 my.tnp; text picker 11:3 sub; press picker 11 20 70; text picker 11:4 deep
 text picker 12:0 a.tnp; press picker 11 20 52; text picker 12:0 my.tnp; type picker 17 Sub
@@ -83,7 +89,8 @@ gone picker; text main 164 B.TNP; is colours 1; has main 144 Sub; type main 144 
 type main 144 nowhere at all; has main 144 tmp; drop zlost.tnp; press pattern 200; up question
 press question 15; text editor 15:1; type editor 13 none,b; press editor 16; text editor 15:1
 type editor 13 Sub; press editor 16; has editor 15:1 Sub; press editor 18; has editor 15:0 Sub
-press editor 19; has editor 15:1 Sub; press editor 17; text editor 15:1; press editor 4; gone editor; told lost.rgb
+press editor 19; has editor 15:1 Sub; press editor 17; text editor 15:1; key delete; gone editor; told lost.rgb
+drop zlost.tnp; up question; key delete; gone question; told lost.rgb
 )");
     EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
 }
