@@ -72,6 +72,8 @@ bool take_button() {
 void keys_turn_over() {
     const turn_end end = keyboard_turn_over();
     if (end.returned != nullptr) file_picker_take_key(end.returned, KEY_RETURN);
+    // One Escape is to do: a name's field has the keys beside the picker that it has opened.
+    if (end.is_escape) file_picker_take_key(nullptr, KEY_ESCAPE);
 }
 
 void dispatch_events(uint32_t event) {
