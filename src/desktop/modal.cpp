@@ -83,6 +83,13 @@ void modal_end(FI_form* form) {
     FI_end_input(form);
 }
 
+void form_take_away(FI_form* form) {
+    FIf_delete(form);
+    uint32_t waiting = 0;
+    while (!quit_requested && tools_pump() && Inq_events(&waiting) == 0 && (waiting & REFRESH_EVENT) != 0)
+        if (forms_process_event(REFRESH_EVENT) == 0) view_refresh();
+}
+
 void press_gadget(FI_form* form, int label) {
     FIg_set_state_on(form, label);
     Sleep_ticks(PRESS_TICKS);

@@ -13,6 +13,9 @@ void modal_loop(FI_form* form, bool (*is_done)(void* user), void* user, int acce
 // To be called when is_done() has become true: a field that has the keys, whose loop runs inside, lets them go.
 void modal_end(FI_form* form);
 
+// Deletes a form, and has drawn what it covered: it is not to be seen below a box or during long work that follows.
+void form_take_away(FI_form* form);
+
 // Presses a button of a form, and has its form told.
 void press_gadget(FI_form* form, int label);
 

@@ -305,7 +305,7 @@ int output_form_run(const char* title, const char* message, char path[FILES_PATH
     show_all();
     modal_loop(form, is_over, nullptr, ACCEPT, CANCEL);
     set_flag(OUTPUT_OPEN, false);
-    FIf_delete(form);
+    form_take_away(form);
     form = nullptr;
     *chosen_settings = settings;
     path[0] = '\0';

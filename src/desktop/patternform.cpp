@@ -249,16 +249,26 @@ void show_bars() {
 
 // ---- the page of cells ---------------------------------------------------------------------------------------------
 
+// The cells of the page are being shown, which may ask for a search path; and they are to be shown again after it.
+bool is_filling = false, is_asked_again = false;
+
 void show_page() {
+    is_asked_again = is_filling;
+    if (is_filling) return;
     close_bars();
     if (!patterns_shown) FIg_display(form, PATTERN_GROUP);
     patterns_shown = true;
     show_placement();
-    search_path_ask_once_begin();
-    cells_show(first_pattern);
-    search_path_ask_once_end();
     FIg_enable(form, NEXT_PAGE);
     form_enable(form, PREVIOUS_PAGE, first_pattern != 0);
+    search_path_ask_once_begin();
+    is_filling = true;
+    do {
+        is_asked_again = false;
+        cells_show(first_pattern);
+    } while (is_asked_again);
+    is_filling = false;
+    search_path_ask_once_end();
 }
 
 void turn_page(int first) {

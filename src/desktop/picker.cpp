@@ -250,7 +250,7 @@ void end_picker(file_picker* p) {
     bool good = true;
     char** files = p->result == outcome::ok ? chosen_files(p, &good) : nullptr;
     FIf_set_window_event_routine(p->form, nullptr);
-    FIf_delete(p->form);
+    form_take_away(p->form);
     const bool is_ok = p->result == outcome::ok && good;
     p->on_done(p->user, files, is_ok ? p->directory : nullptr, is_ok ? p->filter : nullptr);
     free_picker(p);
