@@ -1,5 +1,7 @@
 #include "desktop/keyboard.h"
 
+#include <utility>
+
 #include "desktop/appforms.h"
 #include "desktop/program.h"
 #include "forms/env.h"
@@ -32,6 +34,7 @@ left_over left = {};
 int last_key = 0;
 bool has_chosen = false; // a blank in a list, which is about to tell
 bool is_turn = false;    // a gadget may have the keys
+const FI_form* turn_form = nullptr;
 
 void forget_deleted() {
     int count = 0;
@@ -88,6 +91,7 @@ char meaning_of(char key) {
     is_turn = true;
     has_chosen = false;
     if (FI_get_input(&form, &label, &next, &previous) != FI_SUCCESS) return key;
+    turn_form = form;
     place* at = find(form);
     if (at != nullptr) at->label = label;
     switch (last_key) {
@@ -187,7 +191,8 @@ turn_end keyboard_turn_over() {
     }
     FI_form* returned = left.returned;
     left = {};
-    return {is_escape, returned != nullptr && FIf_is_valid(returned) == FI_SUCCESS ? returned : nullptr};
+    return {is_escape, std::exchange(turn_form, nullptr),
+            returned != nullptr && FIf_is_valid(returned) == FI_SUCCESS ? returned : nullptr};
 }
 
 int keyboard_last() {

@@ -463,6 +463,10 @@ void pattern_blocks_drop() {
     cells_forget();
 }
 
+void pattern_picker_cancel() {
+    file_picker_close(pattern_picker, 0);
+}
+
 void pattern_add_command(const char* path) {
     const int index = program_palette.patterns.count;
     // What can't be read is told, and is no pattern.

@@ -47,7 +47,8 @@ text pattern 29 P1; type pattern 52 400; told Value must be between 0 and 360; t
 type pattern 52; text pattern 52 0; type pattern 52 90; is rotation 90; press pattern 53; is mirror 1
 type pattern 54 4; text pattern 56 0.25; type pattern 56 4 x; told Value must be between
 text pattern 56 0.25; type pattern 54 0.3; press pattern 56; key enter; is size 0.3; type pattern 56 2
-is size 0.5; press pattern 30; up picker; key escape; gone picker; press pattern 30; text picker 12:0 bad.rgb
+is size 0.5; press pattern 30; up picker; key escape; gone picker; press pattern 30
+press picker 17; key escape; up picker; text picker 12:0 bad.rgb
 press picker 12 20 6; press picker 12 20 26; press picker 30; text pattern 30 Bad; is patterns 13
 told bad.rgb" for read; press pattern 50; text pattern 31 Brick; is palette_changed 1; press pattern 200
 text pattern 108 1.000000; type pattern 110 0.5; type pattern 112 1.5; text pattern 112 0.000000
