@@ -221,3 +221,42 @@ key tab; is keys_at 11; key tab; is keys_at 12; key enter; key enter; gone picke
 )");
     EXPECT_EQ(run_forms({}), 0);
 }
+
+// A list of those that are not open and still there, the latest first.
+TEST_F(Commands, OfTheListOfRecentImages) {
+    for (const char* name : {"a", "b", "gone"})
+        for (const std::string extension : {".tnc", ".rgb"})
+            std::filesystem::copy(path("still" + extension), path(name + extension));
+    script(R"(
+press main 170; told No other image has been opened yet.; drop a.tnc; drop gone.tnc; drop b.tnc; drop still.tnc
+)");
+    step([this] { std::filesystem::remove(path("gone.tnc")); });
+    script(R"(
+press main 170; has recent 15:0 b.tnc; has recent 15:1 a.tnc; text recent 15:2; key escape; gone recent
+text main 154 still.tnc; press main 170; press recent 15 20 26; gone recent; text main 154 a.tnc
+press main 170; key enter; gone recent; text main 154 still.tnc
+)");
+    EXPECT_EQ(run_forms({}), 0);
+}
+
+// A page of cells asks where a pattern is, once more for the next one, and not again after a refusal. The editor's
+// Browse is a picker over the editor; none of these forms is seen any more when a message comes.
+TEST_F(Commands, OfTheSearchPathForms) {
+    std::filesystem::create_directories(path("far"));
+    std::filesystem::copy(path("brick.rgb"), path("far/lost.rgb"));
+    write("lost.tnp",
+          "Lost {pattern = \"lost.rgb\";}\nGone {pattern = \"gone.rgb\";}\nAlso {pattern = \"also.rgb\";}\n");
+    const std::string ini = path("vantor.ini");
+    setenv("VANTORA_INI", ini.c_str(), 1);
+    is_drawn_when_told = true;
+    script(R"(
+press pattern 200; up question; press main 16; up question; press question 15; gone question; text editor 15:1
+press editor 14; type picker 17 far; press picker 30; gone picker; has editor 13 \far\; press editor 16
+has editor 15:1 \far\; press editor 18; has editor 15:0 \far\; press editor 1; gone editor; up question; key escape
+gone question; told gone.rgb; told also.rgb; press pattern 12 20 20; is kind 0; press pattern 11 20 20
+text main 52 Lost
+)");
+    EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "lost.tnp"}), 0);
+    unsetenv("VANTORA_INI");
+    EXPECT_NE(read(ini).find("far"), std::string::npos) << "kept for the next run";
+}
