@@ -259,6 +259,9 @@ int main_form_create(int /*own_window*/, int* window) {
     palette_refresh();
     main_form_show_palette();
     main_form_show_image();
+    main_form_show_pen(shown_pen); // what was chosen before the form came up again
+    FIfld_set_text(form, NAME_FIELD, 0, 0, shown_name, 0);
+    if (tool_gadget != NO_GADGET) FIg_set_state_on(form, tool_gadget);
     return 1;
 }
 
@@ -271,7 +274,7 @@ void main_form_close() {
 
 void main_form_end() {
     main_form_close();
-    directory[0] = startup_directory[0] = '\0';
+    directory[0] = startup_directory[0] = shown_name[0] = '\0';
     shown_pen = NO_PEN;
 }
 

@@ -76,6 +76,7 @@ int bars_region = -1;
 bool patterns_shown = false;
 bool byte_values = false;
 int first_pattern = 0;
+char color_name[FORM_TEXT_SIZE] = ""; // while the form isn't up
 int pattern_picker = 0;
 int picked_index = 0; // of the pattern that the picker's first file is for
 
@@ -399,6 +400,7 @@ int pattern_form_create(int /*own_window*/, int* window, int /*screen_w*/, int /
     FIg_set_state(form, SHOWN_SIDE, patterns_shown ? 1 : 0);
     FIg_set_state(form, LIVE, live_changes ? 1 : 0);
     FIg_set_state(form, BYTE_VALUES, byte_values ? 1 : 0);
+    form_set_text(form, COLOR_NAME, color_name);
     if (patterns_shown) {
         patterns_shown = false;
         show_page();
@@ -410,6 +412,7 @@ int pattern_form_create(int /*own_window*/, int* window, int /*screen_w*/, int /
 
 void pattern_form_close() {
     if (form == nullptr) return;
+    form_get_text(form, COLOR_NAME, color_name);
     color_bar_free(bars);
     bars = nullptr;
     region_remove(bars_region);
@@ -425,6 +428,7 @@ void pattern_form_end() {
     pattern_form_close();
     patterns_shown = byte_values = live_changes = false;
     first_pattern = 0;
+    color_name[0] = '\0';
 }
 
 FI_form* pattern_form() {

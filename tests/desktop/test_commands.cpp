@@ -22,7 +22,9 @@ text main 72:1 Blue; press main 179; text picker 13 still.sets; press picker 30;
 press picker 12 20 6; press picker 30; press main 161; type picker 13 copy; press picker 30; asked
 key enter; text main 164 copy.tnp; press main 165; up picker; press main 165; gone picker; press main 165
 press picker 12 20 6; press picker 30; text main 164 copy.tnp; press main 171; told Ctrl+O; type main 32 x
-text main 32 2; type main 32 300; text main 32 2; press main 15; keys x; up pattern; drawn
+text main 32 2; type main 32 300; text main 32 2; press main 15; keys x; up pattern; drawn; type main 52 Blue
+type pattern 114 Mine; press main 11; key f11*2; is tool 1; value main 11 1; text main 32 2; text main 52 Blue
+text pattern 114 Mine; key escape; value main 11 0
 )");
     press(MAIN, 16); // there are changes: it asks
     step([] { headless_key(host_key::enter, 13, 0); });
