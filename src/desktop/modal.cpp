@@ -1,6 +1,7 @@
 #include "desktop/modal.h"
 
 #include "desktop/appforms.h"
+#include "desktop/input.h"
 #include "desktop/keyboard.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
@@ -62,11 +63,11 @@ void handle(FI_form* form, uint32_t event, modal_keys keys) {
         turn_over(form, keys);
         return;
     }
-    if (event == REFRESH_EVENT) {
-        view_refresh();
-        return;
+    switch (event) {
+    case REFRESH_EVENT: view_refresh(); break;
+    case USER_EVENT: input_wait_for_answer(); break;
+    default: Drop_event(event);
     }
-    Drop_event(event);
 }
 
 } // namespace
@@ -77,6 +78,7 @@ void modal_loop(FI_form* form, bool (*is_done)(void* user), void* user, int acce
         if (Wait_for_next(PROGRAM_EVENTS | DELETE_EVENT, &event) != 0) return;
         handle(form, event, {accept, cancel, also_cancels});
     }
+    input_resume();
 }
 
 void modal_end(FI_form* form) {

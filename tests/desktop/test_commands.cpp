@@ -262,3 +262,19 @@ text main 52 Lost
     unsetenv("VANTORA_INI");
     EXPECT_NE(read(ini).find("far"), std::string::npos) << "kept for the next run";
 }
+
+// While a form is to be answered its window may get another size, which counts once it is; a key that is a command
+// counts neither then nor later.
+TEST_F(Commands, WhileAFormIsToBeAnswered) {
+    script("type main 32 2; press main 23; is steps 1; press main 151; up output; key ctrl+z");
+    step([] { headless_resize(1300, 900, host_state::restored); });
+    script("key escape; gone output; is steps 1");
+    step([] {
+        int x = 0, y = 0;
+        FIf_get_location(form_of(MAIN), &x, &y);
+        EXPECT_GT(x, 950) << "at the right of the larger screen";
+    });
+    script("drop my.tnp; is steps 1; drawn");
+    step([] { image_mark_unchanged(); });
+    EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
+}
