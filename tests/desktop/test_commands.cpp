@@ -274,7 +274,7 @@ TEST_F(Commands, WhileAFormIsToBeAnswered) {
         FIf_get_location(form_of(MAIN), &x, &y);
         EXPECT_GT(x, 950) << "at the right of the larger screen";
     });
-    script("drop my.tnp; is steps 1; drawn");
+    script("drop my.tnp; is steps 1; drawn; press main 16; asked; key ctrl+z; key escape; is steps 1");
     step([] { image_mark_unchanged(); });
     EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
 }
