@@ -1,5 +1,5 @@
-// The whole application under a monkey: clicks, drags, keys and texts at random, at several depths. Nothing is expected
-// but that the program goes on until it is left, by Exit or Ctrl+Q, and comes up again.
+// The whole application under a monkey: clicks, drags, keys, texts and sizes at random, at several depths. Nothing is
+// expected but that the program goes on until it is left, by Exit or Ctrl+Q, and comes up again.
 #include <random>
 
 #include "forms_session.h"
@@ -15,6 +15,7 @@ protected:
         const auto any = [this](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
         const int x = any(1184);
         const int y = any(830);
+        if (any(50) == 0) return headless_resize(600 + any(1000), 400 + any(700), host_state::restored);
         switch (any(10)) {
         case 0:
         case 1:
