@@ -44,7 +44,7 @@ constexpr const char* HELP =
     "  drag          with the middle button, or with Space or Ctrl held, moves the picture\n"
     "\n"
     "A rendered image, a palette or a recipe that is dropped on the window opens; a raster file becomes a\n"
-    "pattern. What was opened last, the directory, the window's size and the gamma of the display are\n"
+    "pattern. What was opened last, the directories, the window's size and the gamma of the display are\n"
     "remembered in $XDG_STATE_HOME/vantorama/tinct (~/.local/state without it).\n"
     "\n"
     "Environment: TINCT_HOST=sdl|headless, TINCT_SCREEN=WIDTHxHEIGHTxDEPTH (depth 4, 8, 15, "

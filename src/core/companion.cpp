@@ -58,8 +58,9 @@ bool replace_extension(const char* tnc_path, char* raster_path, size_t size) {
 bool find_companion(const char* tnc_path, char* raster_path, size_t size) {
     char name[NAME_SIZE];
     if (!read_name(tnc_path, name)) return replace_extension(tnc_path, raster_path, size);
-    if (is_file(name)) return copy(raster_path, size, name, std::strlen(name), "");
     const char* base = last_component(name);
+    // A bare name is that of the file beside this one: of the same name another scene's may lie where the program runs.
+    if (base != name && is_file(name)) return copy(raster_path, size, name, std::strlen(name), "");
     auto directory_length = static_cast<size_t>(last_component(tnc_path) - tnc_path);
     if (copy(raster_path, size, tnc_path, directory_length, base) && is_file(raster_path)) return true;
     return copy(raster_path, size, base, std::strlen(base), "");

@@ -60,8 +60,9 @@ struct open_image_state {
 
 extern open_image_state open_image;
 
-// Writes the path of the companion raster: the one that a version 3 file names in its first record, or that name beside
-// the file, or else the .tnc path with ".rgb" in place of what follows its last ".". False when it does not fit `size`.
+// Writes the path of the companion raster: the one that a version 3 file names in its first record, or the last
+// component of that name beside the file, which is what a name without a directory means first; else, for a file that
+// names none, the .tnc path with ".rgb" in place of what follows its last ".". False when it does not fit `size`.
 bool find_companion(const char* tnc_path, char* raster_path, size_t size);
 
 // Non-zero if both are usable, by name and existence; messages tell what is not.

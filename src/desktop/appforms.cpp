@@ -26,10 +26,16 @@ constexpr int OTHER_COLOR = 1;
 constexpr const char* DEFAULT_ROOT = "/vantor";
 constexpr const char* FORM_DIRECTORY = "tinct";
 
+constexpr int TRANSLATES_COLORS = 1; // number of the toolkit's operation for the slot of a form's colour
+
 int translate_color(int form_color) {
     static constexpr int logical[] = {1, 2, 3, 4, 5, 6, OTHER_COLOR, 8, 9, 10, OTHER_COLOR, 12, OTHER_COLOR, 14};
     constexpr int count = static_cast<int>(sizeof logical / sizeof logical[0]);
     return form_color >= 0 && form_color < count ? logical[form_color] : OTHER_COLOR;
+}
+
+int slot_of_color(int /*screen*/, int form_color) {
+    return translate_color(form_color);
 }
 
 // Takes the oldest key event and copies its bytes. The buffer is the program's own, and the tools have just filled it.
@@ -41,7 +47,8 @@ int copy_keyboard_data(char* out, int size) {
     return count;
 }
 
-// What a key means to a text field. Keys up to 25 that aren't named here end or leave a field, and stay unused.
+// What a key means to a text field: 1, a command of the toolkit's fields; 0, a character. Fields show what can be
+// printed, so that the keys below 32 that aren't named here do nothing, and the signs of Latin-1 are typed as they are.
 int filter_key(int* key) {
     switch (*key) {
     case 127: *key = 8; return 1;
@@ -67,6 +74,7 @@ const form_hooks program_form_hooks = {translate_color, copy_keyboard_data, filt
 int forms_start() {
     const int status = FI_enter();
     if (status != FI_SUCCESS) return status;
+    FI_modify_env(TRANSLATES_COLORS, reinterpret_cast<FI_routine>(slot_of_color));
     const char* root = std::getenv(VARIABLE_ROOT);
     if (root == nullptr) root = DEFAULT_ROOT;
     const size_t length = std::strlen(root);

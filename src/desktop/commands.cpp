@@ -50,8 +50,9 @@ constexpr const char* KEYS_HELP = "Ctrl+O  open an image\n"
                                   "horizontal wheel  move the picture sideways\n"
                                   "middle button, Space or Ctrl, and drag  move the picture\n"
                                   "click beside all surfaces  let the surface go\n"
-                                  "Tab, Shift+Tab  through the forms; a blank or Return works a button, Return takes\n"
-                                  "a text or a row, Escape gives the keys back to the picture\n"
+                                  "Tab, Shift+Tab  through the forms\n"
+                                  "blank, Return  in a form: work a button, take a text or a row\n"
+                                  "Escape  in a form: the keys go back to the picture\n"
                                   "F1  this list\n"
                                   "F11  the picture alone, and the forms again\n";
 constexpr int OPEN_IMAGE = 155, OPEN_PALETTE = 165; // buttons of the main form

@@ -6,6 +6,7 @@
 #include "desktop/drags.h"
 #include "desktop/input.h"
 #include "desktop/keyboard.h"
+#include "desktop/patternform.h"
 #include "desktop/picker.h"
 #include "desktop/picture.h"
 #include "desktop/program.h"
@@ -72,6 +73,8 @@ bool take_button() {
 void keys_turn_over() {
     const turn_end end = keyboard_turn_over();
     if (end.returned != nullptr) file_picker_take_key(end.returned, KEY_RETURN);
+    // One Escape is to do: a name's field has the keys beside the picker that it has opened.
+    if (end.is_escape && end.form != nullptr && end.form == pattern_form()) pattern_picker_cancel();
 }
 
 void dispatch_events(uint32_t event) {

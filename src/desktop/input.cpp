@@ -174,6 +174,15 @@ void input_user_event() {
     run_command();
 }
 
+void input_wait_for_answer() {
+    Get_user_data(nullptr);
+    waiting.command = nullptr;
+}
+
+void input_resume() {
+    if (waiting.screen || waiting.path != nullptr) Post_user_data(0);
+}
+
 bool input_notice_key(const desk_message* message) {
     const key_command command = command_of(message);
     if (command == nullptr) return false;

@@ -20,6 +20,11 @@ bool input_notice_key(const desk_message* message);
 // Does the work that has been noted, and takes the user event off its queue.
 void input_user_event();
 
+// While a form is to be answered: takes the user event, and forgets a key that was noted. The rest is done by
+// input_resume(), to be called when the form has been.
+void input_wait_for_answer();
+void input_resume();
+
 // Takes the oldest wheel event, and zooms, or pans sideways, when it is over the picture.
 void input_wheel();
 

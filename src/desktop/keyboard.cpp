@@ -1,5 +1,7 @@
 #include "desktop/keyboard.h"
 
+#include <utility>
+
 #include "desktop/appforms.h"
 #include "desktop/program.h"
 #include "forms/env.h"
@@ -9,7 +11,8 @@
 namespace {
 
 constexpr int PLACES_MAX = 16;
-constexpr int TAKES_KEYS = 9; // number of the toolkit's operation that takes a key event
+constexpr int TAKES_KEYS = 9; // numbers of the toolkit's operations: takes a key event,
+constexpr int MAPS_KEYS = 11; // and says what a key means to a field
 constexpr int BUTTON_CANCEL = 2;
 constexpr char BLANK = ' ';
 
@@ -31,6 +34,7 @@ left_over left = {};
 int last_key = 0;
 bool has_chosen = false; // a blank in a list, which is about to tell
 bool is_turn = false;    // a gadget may have the keys
+const FI_form* turn_form = nullptr;
 
 void forget_deleted() {
     int count = 0;
@@ -87,6 +91,7 @@ char meaning_of(char key) {
     is_turn = true;
     has_chosen = false;
     if (FI_get_input(&form, &label, &next, &previous) != FI_SUCCESS) return key;
+    turn_form = form;
     place* at = find(form);
     if (at != nullptr) at->label = label;
     switch (last_key) {
@@ -137,10 +142,18 @@ int take_keys(char* buffer, int* count) {
     return arrived > 0 ? 0 : -1;
 }
 
+// Tab leads on and is no matter of the field's text: what it means stays the toolkit's. Shift+Tab doesn't come here.
+int (*toolkit_maps)(int* key) = nullptr;
+int map_key(int* key) {
+    return *key == KEY_TAB ? toolkit_maps(key) : program_form_hooks.key_filter(key);
+}
+
 } // namespace
 
 void keyboard_start() {
+    if (fi_env.FI_MAP_CHARACTER != map_key) toolkit_maps = fi_env.FI_MAP_CHARACTER;
     FI_modify_env(TAKES_KEYS, reinterpret_cast<FI_routine>(take_keys));
+    FI_modify_env(MAPS_KEYS, reinterpret_cast<FI_routine>(map_key));
     place_count = 0;
     left = {};
 }
@@ -178,7 +191,8 @@ turn_end keyboard_turn_over() {
     }
     FI_form* returned = left.returned;
     left = {};
-    return {is_escape, returned != nullptr && FIf_is_valid(returned) == FI_SUCCESS ? returned : nullptr};
+    return {is_escape, std::exchange(turn_form, nullptr),
+            returned != nullptr && FIf_is_valid(returned) == FI_SUCCESS ? returned : nullptr};
 }
 
 int keyboard_last() {

@@ -20,7 +20,8 @@ void keyboard_follow(FI_form* form);
 // How a turn of the keys has ended: Escape; or Return that the form's gadget had no use for, which may mean its OK.
 struct turn_end {
     bool is_escape;
-    FI_form* returned; // null: none
+    const FI_form* form; // that had the keys when the last of them came; null: not known. It may have gone
+    FI_form* returned;   // null: none
 };
 
 // To be called whenever the toolkit has handled an event, in which a turn may have ended. Goes on where Tab has led
@@ -35,4 +36,4 @@ void keyboard_pressed();
 // chosen.
 bool keyboard_passes();
 
-constexpr int KEY_TAB = 9, KEY_BACK_TAB = 8, KEY_RETURN = 13, KEY_ESCAPE = 27;
+constexpr int KEY_DELETE = 4, KEY_BACK_TAB = 8, KEY_TAB = 9, KEY_RETURN = 13, KEY_ESCAPE = 27;

@@ -245,7 +245,7 @@ int tinct_main(int count, char** arguments, char** /*environment*/) {
     const bool started = start(&files);
     if (started) {
         run();
-        file_pickers_cancel();
+        file_pickers_end();
         close_forms(0);
     }
     argument_list_free(&list);

@@ -107,11 +107,11 @@ void name_typed() {
 }
 
 void directory_typed() {
-    char text[FORM_TEXT_SIZE];
+    char text[FORM_TEXT_SIZE], typed[FORM_TEXT_SIZE], shown[FORM_TEXT_SIZE];
     form_get_text(form, DIRECTORY_FIELD, text);
-    char latin1[FORM_TEXT_SIZE];
-    text_to_latin1(directory, latin1, sizeof latin1);
-    if (std::strcmp(text, latin1) != 0) set_current_directory(text);
+    text_to_latin1(text, typed, sizeof typed); // compared as they are shown: a name may hold what no field can
+    text_to_latin1(directory, shown, sizeof shown);
+    if (std::strcmp(typed, shown) != 0) set_current_directory(text);
 }
 
 // What has been typed and not yet left counts, too.
@@ -259,6 +259,9 @@ int main_form_create(int /*own_window*/, int* window) {
     palette_refresh();
     main_form_show_palette();
     main_form_show_image();
+    main_form_show_pen(shown_pen); // what was chosen before the form came up again
+    FIfld_set_text(form, NAME_FIELD, 0, 0, shown_name, 0);
+    if (tool_gadget != NO_GADGET) FIg_set_state_on(form, tool_gadget);
     return 1;
 }
 
@@ -271,7 +274,7 @@ void main_form_close() {
 
 void main_form_end() {
     main_form_close();
-    directory[0] = startup_directory[0] = '\0';
+    directory[0] = startup_directory[0] = shown_name[0] = '\0';
     shown_pen = NO_PEN;
 }
 

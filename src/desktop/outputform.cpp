@@ -290,12 +290,14 @@ int output_form_run(const char* title, const char* message, char path[FILES_PATH
     form_title = title;
     int status =
         build_form(FORM_LABEL, WIDTH, HEIGHT, GADGETS, static_cast<int>(std::size(GADGETS)), output_form_notify, &form);
+    const char* call = "FIf_new";
     if (status == FI_SUCCESS) {
         finish_gadgets(title, message);
+        call = "FIf_display";
         status = FIf_display(form);
     }
     if (status != FI_SUCCESS) {
-        form_failed("Tinct Output", "FIf_display", status);
+        form_failed("Tinct Output", call, status);
         if (form != nullptr) FIf_delete(form);
         form = nullptr;
         return -1;
@@ -305,7 +307,7 @@ int output_form_run(const char* title, const char* message, char path[FILES_PATH
     show_all();
     modal_loop(form, is_over, nullptr, ACCEPT, CANCEL);
     set_flag(OUTPUT_OPEN, false);
-    FIf_delete(form);
+    form_take_away(form);
     form = nullptr;
     *chosen_settings = settings;
     path[0] = '\0';

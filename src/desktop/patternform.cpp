@@ -76,6 +76,7 @@ int bars_region = -1;
 bool patterns_shown = false;
 bool byte_values = false;
 int first_pattern = 0;
+char color_name[FORM_TEXT_SIZE] = ""; // while the form isn't up
 int pattern_picker = 0;
 int picked_index = 0; // of the pattern that the picker's first file is for
 
@@ -249,16 +250,26 @@ void show_bars() {
 
 // ---- the page of cells ---------------------------------------------------------------------------------------------
 
+// The cells of the page are being shown, which may ask for a search path; and they are to be shown again after it.
+bool is_filling = false, is_asked_again = false;
+
 void show_page() {
+    is_asked_again = is_filling;
+    if (is_filling) return;
     close_bars();
     if (!patterns_shown) FIg_display(form, PATTERN_GROUP);
     patterns_shown = true;
     show_placement();
-    search_path_ask_once_begin();
-    cells_show(first_pattern);
-    search_path_ask_once_end();
     FIg_enable(form, NEXT_PAGE);
     form_enable(form, PREVIOUS_PAGE, first_pattern != 0);
+    search_path_ask_once_begin();
+    is_filling = true;
+    do {
+        is_asked_again = false;
+        cells_show(first_pattern);
+    } while (is_asked_again);
+    is_filling = false;
+    search_path_ask_once_end();
 }
 
 void turn_page(int first) {
@@ -389,6 +400,7 @@ int pattern_form_create(int /*own_window*/, int* window, int /*screen_w*/, int /
     FIg_set_state(form, SHOWN_SIDE, patterns_shown ? 1 : 0);
     FIg_set_state(form, LIVE, live_changes ? 1 : 0);
     FIg_set_state(form, BYTE_VALUES, byte_values ? 1 : 0);
+    form_set_text(form, COLOR_NAME, color_name);
     if (patterns_shown) {
         patterns_shown = false;
         show_page();
@@ -400,6 +412,7 @@ int pattern_form_create(int /*own_window*/, int* window, int /*screen_w*/, int /
 
 void pattern_form_close() {
     if (form == nullptr) return;
+    form_get_text(form, COLOR_NAME, color_name);
     color_bar_free(bars);
     bars = nullptr;
     region_remove(bars_region);
@@ -415,6 +428,7 @@ void pattern_form_end() {
     pattern_form_close();
     patterns_shown = byte_values = live_changes = false;
     first_pattern = 0;
+    color_name[0] = '\0';
 }
 
 FI_form* pattern_form() {
@@ -451,6 +465,10 @@ void pattern_page_reload() {
 
 void pattern_blocks_drop() {
     cells_forget();
+}
+
+void pattern_picker_cancel() {
+    file_picker_close(pattern_picker, 0);
 }
 
 void pattern_add_command(const char* path) {

@@ -22,5 +22,8 @@ void pattern_page_reload();
 // Pixels of cells that are kept for the next time are forgotten: they are of another depth, gamma or palette.
 void pattern_blocks_drop();
 
+// Cancels the picker that a name's field has opened, if it is up.
+void pattern_picker_cancel();
+
 // Adds a raster file to the palette as a pattern, and chooses it.
 void pattern_add_command(const char* path);

@@ -250,7 +250,7 @@ void end_picker(file_picker* p) {
     bool good = true;
     char** files = p->result == outcome::ok ? chosen_files(p, &good) : nullptr;
     FIf_set_window_event_routine(p->form, nullptr);
-    FIf_delete(p->form);
+    form_take_away(p->form);
     const bool is_ok = p->result == outcome::ok && good;
     p->on_done(p->user, files, is_ok ? p->directory : nullptr, is_ok ? p->filter : nullptr);
     free_picker(p);
@@ -343,10 +343,14 @@ void form_event(int /*label*/, int code, FI_form* form) {
 
 // ---- opening -------------------------------------------------------------------------------------------------------
 
-void read_history() {
+// To begin with: the working directory, where the last picker ended, and what is remembered or listed in a file.
+void read_history(const char* working_directory) {
     if (history_is_read) return;
     history_is_read = true;
-    directory_history_read(&remembered.directories, "dir_hist.txt");
+    directory_history* h = &remembered.directories;
+    directory_history_read(h, "dir_hist.txt");
+    if (remembered.directory != nullptr) directory_history_enter(h, remembered.directory);
+    directory_history_enter(h, working_directory);
 }
 
 void set_up(file_picker* p, const char* title, const char* directory, const char* const* filters, int filter_count) {
@@ -367,10 +371,10 @@ void set_up(file_picker* p, const char* title, const char* directory, const char
     fill_choices(p->form, FILTER, count, [&kept](int i) { return kept[i]; });
     std::snprintf(p->filter, sizeof p->filter, "%s", count > 0 ? kept[0] : "(*)");
     form_set_text(p->form, FILTER, p->filter);
-    read_history();
     char start[FILES_PATH_SIZE] = "\\";
     files_working_directory(start, sizeof start);
     directory_tidy(start, p->directory);
+    read_history(p->directory);
     entered_path entered;
     if (path_enter(directory, p->directory, &entered)) {
         show_directory(p, entered.directory);
@@ -466,6 +470,11 @@ void file_picker_close(int id, int ok) {
 void file_pickers_cancel() {
     while (pickers != nullptr)
         file_picker_close(pickers->id, 0);
+}
+
+void file_pickers_end() {
+    file_pickers_cancel();
+    history_is_read = false;
 }
 
 bool file_picker_is_up() {

@@ -29,6 +29,7 @@ char** file_picker_run(const char* title, const char* directory, int flags, cons
 // Ends a picker as if OK (ok non-zero) or Cancel had been pressed. Nothing happens when there is none of that number.
 void file_picker_close(int id, int ok);
 void file_pickers_cancel(); // all of them
+void file_pickers_end();    // the same; the next one is the first of another run
 bool file_picker_is_open(int id);
 bool file_picker_is_up(); // any of them
 

@@ -95,7 +95,7 @@ recent_choice recent_choose(char path[FILES_PATH_SIZE]) {
     } else {
         form_failed("recent images", "FIf_display", status);
     }
-    FIf_delete(form);
+    form_take_away(form);
     if (!list.is_chosen) return recent_choice::cancelled;
     std::snprintf(path, FILES_PATH_SIZE, "%s", remembered.files[list.files[list.marked]]);
     return recent_choice::chosen;

@@ -100,8 +100,8 @@ int run_question(const char* file, const char* kind) {
     set_line(form, 13, "%s", file);
     set_line(form, 14, "Do you wish to modify the %s search path?", kind);
     answer = OPEN;
-    if (FIf_display(form) == FI_SUCCESS) modal_loop(form, is_answered, nullptr, YES, NO);
-    FIf_delete(form);
+    if (FIf_display(form) == FI_SUCCESS) modal_loop(form, is_answered, nullptr, YES, NO, KEY_DELETE);
+    form_take_away(form);
     return answer == 1 ? 1 : 0;
 }
 
@@ -216,10 +216,10 @@ int search_path_edit(const char* variable, const char* kind) {
     answer = OPEN;
     if (FIf_display(editor.form) == FI_SUCCESS) {
         show_rows();
-        modal_loop(editor.form, is_answered, nullptr, ACCEPT, CANCEL);
+        modal_loop(editor.form, is_answered, nullptr, ACCEPT, CANCEL, KEY_DELETE);
     }
     const int changed = answer == 1 ? store_rows(variable) : 0;
-    FIf_delete(editor.form);
+    form_take_away(editor.form);
     path_rows_free(&editor.rows);
     editor = {};
     return changed;

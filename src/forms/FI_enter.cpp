@@ -62,14 +62,18 @@ int current_screen() {
     return screen >= 0 && screen < FI_COLOR_MAPS ? screen : 0;
 }
 
+void take_size(const int32_t* record) {
+    fi_state.screen_width = record[FI_SCREEN_WIDTH];
+    fi_state.screen_height = record[FI_SCREEN_HEIGHT];
+}
+
 void take_screens() {
     for (auto& record : fi_state.screens)
         record[FI_SCREEN_NUMBER] = -1;
     const int status = fi_graphic.Inq_screen_info(fi_state.screens);
     const int32_t* record = fi_state.screens[current_screen()];
     fi_state.no_display = status != 0 || record[FI_SCREEN_NUMBER] < 0 || record[FI_SCREEN_PLANES] < 1;
-    fi_state.screen_width = record[FI_SCREEN_WIDTH];
-    fi_state.screen_height = record[FI_SCREEN_HEIGHT];
+    take_size(record);
     fi_state.double_flush = record[FI_SCREEN_PLANES] <= FEW_PLANES;
     fi_state.true_color = (record[FI_SCREEN_FLAGS] & TRUE_COLOR) != 0;
 }
@@ -92,6 +96,13 @@ void load_usual_fonts() {
 }
 
 } // namespace
+
+void fi_take_screen_size() {
+    int32_t records[FI_SCREENS][FI_SCREEN_WORDS];
+    if (fi_state.no_display || fi_graphic.Inq_screen_info(records) != 0) return;
+    const int32_t* record = records[current_screen()];
+    if (record[FI_SCREEN_NUMBER] >= 0) take_size(record);
+}
 
 int FI_enter() {
     take_root();

@@ -57,6 +57,7 @@ void free_contents(FI_form* form) {
 FI_form* fi_new_form_record() {
     auto* form = mem_new<FI_form>();
     if (form == nullptr) return nullptr;
+    fi_take_screen_size();
     form->window = form->screen = -1;
     form->screen_mode = FI_CURRENT_SCREEN;
     form->bg_color = USUAL_BACKGROUND;

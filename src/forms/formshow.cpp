@@ -93,6 +93,7 @@ int kept_start(int start, int size, int screen) {
 } // namespace
 
 void fi_keep_on_screen(FI_form* form) {
+    fi_take_screen_size();
     const int width = fi_form_width(form);
     const int height = fi_form_height(form);
     form->x1 = coordinate(kept_start(form->x1, width, fi_state.screen_width));

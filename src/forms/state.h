@@ -106,3 +106,6 @@ struct fi_state_record {
 };
 
 extern fi_state_record fi_state;
+
+// Asks the display for the screen's size again: the user may have given it another one.
+void fi_take_screen_size();

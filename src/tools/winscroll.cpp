@@ -99,6 +99,19 @@ void fit_ranges(int client_width, int client_height) {
     show_bars();
 }
 
+// The ranges for the room that the bars leave. It follows from the window's size alone, and not from the bars that a
+// message has found: two messages that found different ones would have them shown and hidden without end.
+void fit_bars() {
+    const desk_metrics* sizes = desk_sizes();
+    int width = sizes->screen_width;
+    int height = sizes->screen_height;
+    for (int pass = 0; pass < 2; ++pass) { // the one bar may call for the other
+        if (screen_width > width) height = sizes->screen_height - sizes->scroll_bar;
+        if (screen_height > height) width = sizes->screen_width - sizes->scroll_bar;
+    }
+    fit_ranges(width, height);
+}
+
 int scrolled_position(const desk_message* message, int now) {
     const int page = pages[message->bar];
     switch (message->scroll) {
@@ -187,7 +200,7 @@ void main_window_sized(const desk_message* message) {
     save_restore_move_in();
     window_move_popups_in();
     if (maximising) return;
-    fit_ranges(message->x, message->y);
+    fit_bars();
 }
 
 void main_window_start_screen() {

@@ -37,6 +37,11 @@ TEST_F(OpenImage, TheCompanionIsNamedByTheFileOrByItsOwnName) {
     write("shots.d/car.rgb", "");
     write("shots.d/a.tnc", head("d:\\out\\car.rgb") + std::string(1, '\0'));
     EXPECT_EQ(companion("shots.d/a.tnc"), "shots.d/car.rgb");
+    write("shots.d/near.tnc", head("car.rgb") + std::string(1, '\0'));
+    write("car.rgb", "of another scene, in the working directory");
+    EXPECT_EQ(companion("shots.d/near.tnc"), "shots.d/car.rgb");
+    std::filesystem::remove(path("shots.d/car.rgb"));
+    EXPECT_EQ(companion("shots.d/near.tnc"), "car.rgb");
     write("shots.d/b.tnc", head("d:\\out\\gone.rgb") + std::string(1, '\0'));
     EXPECT_EQ(companion("shots.d/b.tnc"), "gone.rgb");
     write("shots.d/c.tnc", head(std::string(90, 'n')));

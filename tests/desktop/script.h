@@ -90,7 +90,8 @@ private:
             {"f11", {host_key::f11, 0}},      {"up", {host_key::up, 0}},
             {"down", {host_key::down, 0}},    {"left", {host_key::left, 0}},
             {"right", {host_key::right, 0}},  {"home", {host_key::home, 0}},
-            {"end", {host_key::end, 0}},      {"page_down", {host_key::page_down, 0}}};
+            {"end", {host_key::end, 0}},      {"page_down", {host_key::page_down, 0}},
+            {"delete", {host_key::remove, 0}}};
         const size_t times = name.find('*');
         for (int i = 1; times != std::string::npos && i < std::stoi(name.substr(times + 1)); ++i)
             press_key(name.substr(0, times));

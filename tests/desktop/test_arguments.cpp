@@ -80,24 +80,6 @@ TEST_F(Arguments, AMissingOrEndlessResponseFileIsRefused) {
     log_set_sink(nullptr, nullptr);
 }
 
-TEST_F(Arguments, TheReaderStopsAtTheFirstWordThatIsNoOption) {
-    char text[5][8] = {"tinct", "-f", "a b", "-z", "rest"};
-    char* vector[] = {text[0], text[1], text[2], text[3], text[4], nullptr};
-    reset_options();
-    EXPECT_EQ(get_option(5, vector, "p:f:"), 'f');
-    EXPECT_STREQ(get_option_argument(), "a b");
-    EXPECT_EQ(get_option(5, vector, "p:f:"), '?');
-    EXPECT_EQ(get_option(5, vector, "p:f:"), -1);
-    char joined[] = "-fx";
-    char* other[] = {text[0], joined, nullptr};
-    reset_options();
-    EXPECT_EQ(get_option(2, other, "f:"), 'f');
-    EXPECT_STREQ(get_option_argument(), "x");
-    EXPECT_EQ(get_option(2, other, "f:"), -1);
-    strip_blanks(text[2]);
-    EXPECT_STREQ(text[2], "ab");
-}
-
 TEST_F(Arguments, EveryFailedAllocationGivesNothing) {
     const std::string path = write("args", "-f x a b c");
     words result;

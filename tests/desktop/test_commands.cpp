@@ -1,6 +1,8 @@
 // Each command of the forms once, and what comes of it.
 #include "script.h"
 
+#include "forms/env.h"
+
 namespace {
 
 using Commands = ScriptSession;
@@ -20,7 +22,9 @@ text main 72:1 Blue; press main 179; text picker 13 still.sets; press picker 30;
 press picker 12 20 6; press picker 30; press main 161; type picker 13 copy; press picker 30; asked
 key enter; text main 164 copy.tnp; press main 165; up picker; press main 165; gone picker; press main 165
 press picker 12 20 6; press picker 30; text main 164 copy.tnp; press main 171; told Ctrl+O; type main 32 x
-text main 32 2; type main 32 300; text main 32 2; press main 15; keys x; up pattern; drawn
+text main 32 2; type main 32 300; text main 32 2; press main 15; keys x; up pattern; drawn; type main 52 Blue
+type pattern 114 Mine; press main 11; key f11*2; is tool 1; value main 11 1; text main 32 2; text main 52 Blue
+text pattern 114 Mine; key escape; value main 11 0
 )");
     press(MAIN, 16); // there are changes: it asks
     step([] { headless_key(host_key::enter, 13, 0); });
@@ -45,7 +49,8 @@ text pattern 29 P1; type pattern 52 400; told Value must be between 0 and 360; t
 type pattern 52; text pattern 52 0; type pattern 52 90; is rotation 90; press pattern 53; is mirror 1
 type pattern 54 4; text pattern 56 0.25; type pattern 56 4 x; told Value must be between
 text pattern 56 0.25; type pattern 54 0.3; press pattern 56; key enter; is size 0.3; type pattern 56 2
-is size 0.5; press pattern 30; up picker; text picker 12:0 bad.rgb
+is size 0.5; press pattern 30; up picker; key escape; gone picker; press pattern 30
+press picker 17; key escape; up picker; text picker 12:0 bad.rgb
 press picker 12 20 6; press picker 12 20 26; press picker 30; text pattern 30 Bad; is patterns 13
 told bad.rgb" for read; press pattern 50; text pattern 31 Brick; is palette_changed 1; press pattern 200
 text pattern 108 1.000000; type pattern 110 0.5; type pattern 112 1.5; text pattern 112 0.000000
@@ -55,6 +60,8 @@ is colours 2; press pattern 115; is colours 2; type pattern 114; press pattern 1
 text main 52; text main 72:2 255_127_051; press pattern 100 30 20; press main 161; type picker 13 made
 press picker 30; asked; key enter; is palette_changed 0
 )");
+    script("type pattern 114 N\xAA\xB0; text pattern 114 N\xAA\xB0"); // which the toolkit's own keys don't hold
+    step([] { EXPECT_EQ(fi_env.FI_TRANSLATE_COLOR(0, 6), 1); });      // white, as program_form_hooks has it
     EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "many.tnp"}), 0);
 }
 
@@ -65,8 +72,14 @@ TEST_F(Commands, OfThePickerAndTheEditor) {
         std::filesystem::copy(path("still" + extension), path("Other" + extension));
     write("zlost.tnp", "Lost {pattern = \"lost.rgb\";}\n");
     write("Sub/B.TNP", "B {color = (1, 1, 0);}\n");
+    press(MAIN, 155);
+    step([] { // of the directories that were visited the working one is the first
+        int list = 0;
+        FIfld_get_list_label(form_of(PICKER), 17, 0, &list);
+        EXPECT_EQ(text_of(PICKER, list), text_of(MAIN, 144));
+    });
     script(R"(
-press main 155; text picker 12:0 other.tnc; text picker 12:1 still.tnc; text picker 12:2; press picker 12 20 6
+text picker 12:0 other.tnc; text picker 12:1 still.tnc; text picker 12:2; press picker 12 20 6
 text picker 13 other.tnc; press picker 30; gone picker; text main 154 Other.tnc
 press main 165; text picker 12:0 my.tnp; text picker 11:3 sub; press picker 11 20 70; text picker 11:4 deep
 text picker 12:0 a.tnp; press picker 11 20 52; text picker 12:0 my.tnp; type picker 17 Sub
@@ -79,7 +92,8 @@ gone picker; text main 164 B.TNP; is colours 1; has main 144 Sub; type main 144 
 type main 144 nowhere at all; has main 144 tmp; drop zlost.tnp; press pattern 200; up question
 press question 15; text editor 15:1; type editor 13 none,b; press editor 16; text editor 15:1
 type editor 13 Sub; press editor 16; has editor 15:1 Sub; press editor 18; has editor 15:0 Sub
-press editor 19; has editor 15:1 Sub; press editor 17; text editor 15:1; press editor 4; gone editor; told lost.rgb
+press editor 19; has editor 15:1 Sub; press editor 17; text editor 15:1; key delete; gone editor; told lost.rgb
+drop zlost.tnp; up question; key delete; gone question; told lost.rgb
 )");
     EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
 }
@@ -208,4 +222,59 @@ is keys_at 12; key shift+tab; is keys_at 11; key down*3; key enter; is keys_at 0
 key tab; is keys_at 11; key tab; is keys_at 12; key enter; key enter; gone picker; text main 164 p.tnp; key tab; is keys_at 165
 )");
     EXPECT_EQ(run_forms({}), 0);
+}
+
+// A list of those that are not open and still there, the latest first.
+TEST_F(Commands, OfTheListOfRecentImages) {
+    for (const char* name : {"a", "b", "gone"})
+        for (const std::string extension : {".tnc", ".rgb"})
+            std::filesystem::copy(path("still" + extension), path(name + extension));
+    script(R"(
+press main 170; told No other image has been opened yet.; drop a.tnc; drop gone.tnc; drop b.tnc; drop still.tnc
+)");
+    step([this] { std::filesystem::remove(path("gone.tnc")); });
+    script(R"(
+press main 170; has recent 15:0 b.tnc; has recent 15:1 a.tnc; text recent 15:2; key escape; gone recent
+text main 154 still.tnc; press main 170; press recent 15 20 26; gone recent; text main 154 a.tnc
+press main 170; key enter; gone recent; text main 154 still.tnc
+)");
+    EXPECT_EQ(run_forms({}), 0);
+}
+
+// A page of cells asks where a pattern is, once more for the next one, and not again after a refusal. The editor's
+// Browse is a picker over the editor; none of these forms is seen any more when a message comes.
+TEST_F(Commands, OfTheSearchPathForms) {
+    std::filesystem::create_directories(path("far"));
+    std::filesystem::copy(path("brick.rgb"), path("far/lost.rgb"));
+    write("lost.tnp",
+          "Lost {pattern = \"lost.rgb\";}\nGone {pattern = \"gone.rgb\";}\nAlso {pattern = \"also.rgb\";}\n");
+    const std::string ini = path("vantor.ini");
+    setenv("VANTORA_INI", ini.c_str(), 1);
+    is_drawn_when_told = true;
+    script(R"(
+press pattern 200; up question; press main 16; up question; press question 15; gone question; text editor 15:1
+press editor 14; type picker 17 far; press picker 30; gone picker; has editor 13 \far\; press editor 16
+has editor 15:1 \far\; press editor 18; has editor 15:0 \far\; press editor 1; gone editor; up question; key escape
+gone question; told gone.rgb; told also.rgb; press pattern 12 20 20; is kind 0; press pattern 11 20 20
+text main 52 Lost
+)");
+    EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "lost.tnp"}), 0);
+    unsetenv("VANTORA_INI");
+    EXPECT_NE(read(ini).find("far"), std::string::npos) << "kept for the next run";
+}
+
+// While a form is to be answered its window may get another size, which counts once it is; a key that is a command
+// counts neither then nor later.
+TEST_F(Commands, WhileAFormIsToBeAnswered) {
+    script("type main 32 2; press main 23; is steps 1; press main 151; up output; key ctrl+z");
+    step([] { headless_resize(1300, 900, host_state::restored); });
+    script("key escape; gone output; is steps 1");
+    step([] {
+        int x = 0, y = 0;
+        FIf_get_location(form_of(MAIN), &x, &y);
+        EXPECT_GT(x, 950) << "at the right of the larger screen";
+    });
+    script("drop my.tnp; is steps 1; drawn; press main 16; asked; key ctrl+z; key escape; is steps 1");
+    step([] { image_mark_unchanged(); });
+    EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}), 0);
 }

@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr int LIVE = 201, BARS = 100;
-int rows_shown;
+constexpr int LIVE = 201, BARS = 100, GREEN = 110;
+int rows_shown, undo_steps;
 
 class LiveDrag : public FormsSession {
 protected:
@@ -47,6 +47,10 @@ protected:
             EXPECT_EQ(wrong_pixels(), 0);
             dragged = planes();
             EXPECT_TRUE(dragged != before);
+            char shown[32];
+            std::snprintf(shown, sizeof shown, "%.6f", chosen.green);
+            EXPECT_EQ(text_of(PATTERN, GREEN), shown);
+            EXPECT_EQ(image_undo_count(), ++undo_steps);
             undo_command();
             EXPECT_TRUE(planes() == before);
             EXPECT_EQ(wrong_pixels(), 0);
@@ -67,7 +71,7 @@ protected:
 } // namespace
 
 TEST_F(LiveDrag, ComesToWhatIsAppliedWhateverIsLookedAt) {
-    rows_shown = 0;
+    rows_shown = undo_steps = 0;
     press(PATTERN, LIVE);
     int end = 20;
     for (const int zoom : {-4, -2, 0, 16})

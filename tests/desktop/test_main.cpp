@@ -3,6 +3,7 @@
 
 #include "desktop/appforms.h"
 #include "desktop/region.h"
+#include "platform/window/deskdata.h"
 #include "view/viewtools.h"
 
 namespace {
@@ -219,6 +220,23 @@ TEST_F(Main, AWideViewportIsDrawnWhole) {
     step([&] { Delete_win(cover); });
     step([] { EXPECT_EQ(wrong_pixels(), 0); });
     EXPECT_EQ(run_program({"-f", "wide.tnc"}, 3840, 60, 24), 0);
+}
+
+// The bars of a window that is too small come to rest, however fast its sizes follow each other.
+TEST_F(Main, ScrollBarsComeToRest) {
+    forms_wanted = true;
+    for (const int width : {1200, 1020, 1005, 700, 1000})
+        for (const int height : {900, 705, 690, 500, 700})
+            step([=] {
+                headless_resize(width, height, host_state::restored);
+                headless_resize(width + 300, height + 300, host_state::restored);
+            });
+    step([] { headless_resize(1184, 830, host_state::restored); });
+    step([] {
+        EXPECT_FALSE(desk_bar_is_shown(DESK_HORIZONTAL));
+        EXPECT_FALSE(desk_bar_is_shown(DESK_VERTICAL));
+    });
+    EXPECT_EQ(run_program({}, 1184, 830, 24), 0);
 }
 
 TEST(Regions, TheFirstThatHoldsThePointActs) {

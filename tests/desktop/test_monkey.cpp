@@ -1,5 +1,5 @@
-// The whole application under a monkey: clicks, drags, keys and texts at random, at several depths. Nothing is expected
-// but that the program goes on, and that the pixels of undone steps come back.
+// The whole application under a monkey: clicks, drags, keys, texts and sizes at random, at several depths. Nothing is
+// expected but that the program goes on until it is left, by Exit or Ctrl+Q, and comes up again.
 #include <random>
 
 #include "forms_session.h"
@@ -10,12 +10,12 @@ class Monkey : public FormsSession {
 protected:
     static constexpr int STEPS = 400;
 
-    // One thing that a user may do. Exit and the picker's way to other directories than the test's own are left out.
+    // One thing that a user may do. The picker's way to other directories than the test's own is left out.
     void act() {
         const auto any = [this](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
         const int x = any(1184);
         const int y = any(830);
-        if (x > 1030 && y > 775) return; // the exit button
+        if (any(50) == 0) return headless_resize(600 + any(1000), 400 + any(700), host_state::restored);
         switch (any(10)) {
         case 0:
         case 1:
@@ -28,7 +28,7 @@ protected:
             break;
         case 6: headless_type(words[any(static_cast<int>(words.size()))].c_str()); break;
         case 7: headless_key(any(2) == 0 ? host_key::escape : host_key::enter, any(2) == 0 ? 27 : 13, 0); break;
-        case 8: headless_key(host_key::character, "zyos"[any(4)], HOST_CTRL); break;
+        case 8: headless_key(host_key::character, "zyosq"[any(5)], HOST_CTRL); break;
         default: {
             const host_key keys[] = {host_key::tab,  host_key::page_up, host_key::page_down, host_key::left,
                                      host_key::home, host_key::f1,      host_key::f11,       host_key::down};
@@ -46,21 +46,29 @@ protected:
 
 TEST_F(Monkey, DoesNoHarm) {
     stop_set_action([](void*, int) {}, nullptr);
+    may_end = true;
     for (const int planes : {24, 8, 4}) {
-        random.seed(static_cast<unsigned>(planes));
-        steps.clear();
-        for (int i = 0; i < STEPS; ++i)
-            step([this] { act(); });
-        // Whatever box or form is up is left, and nothing holds the end up.
-        step([] { headless_button(HOST_LEFT, false, 0); });
-        for (int i = 0; i < 12; ++i)
-            step([] { headless_key(host_key::escape, 27, 0); });
-        step([] {
-            image_mark_unchanged();
-            program_palette.changed = false;
-        });
         SCOPED_TRACE(planes);
-        run_forms({"-f", "still.tnc", "-p", "my.tnp"}, planes);
-        forms_wanted = true;
+        random.seed(static_cast<unsigned>(planes));
+        int ends = 0;
+        for (int left = STEPS; left > 0; ++ends) {
+            steps.clear();
+            for (int i = 0; i < left; ++i)
+                step([this, &left] {
+                    --left;
+                    act();
+                });
+            // Whatever box or form is up is left, and nothing holds the end up.
+            step([] { headless_button(HOST_LEFT, false, 0); });
+            for (int i = 0; i < 12; ++i)
+                step([] { headless_key(host_key::escape, 27, 0); });
+            step([] {
+                image_mark_unchanged();
+                program_palette.changed = false;
+            });
+            EXPECT_EQ(run_forms({"-f", "still.tnc", "-p", "my.tnp"}, planes), 0);
+            forms_wanted = true;
+        }
+        EXPECT_GT(ends, 1) << "Exit was never met";
     }
 }

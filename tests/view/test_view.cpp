@@ -58,16 +58,6 @@ TEST(View, ChangesAgreeWithExactArithmetic) {
     }
 }
 
-TEST(View, StepsGoThroughOneToOne) {
-    view v = view_at({0, 0, 99, 99, 0, 0, 0});
-    std::string zooms;
-    for (const int direction : {1, 1, -1, -1, -1, -1, 1, 1}) {
-        view_zoom(&v, 50, 50, direction);
-        zooms += std::to_string(v.zoom) + " ";
-    }
-    EXPECT_EQ(zooms, "2 4 2 0 -2 -4 -2 0 ");
-}
-
 // The pixel under the pointer stays under it, and the way back leads to the origin where it began, from wherever.
 TEST(View, TheWheelKeepsThePointUnderThePointerAndComesBack) {
     for (const int32_t zoom : {0, 2, 64, 2048, -2, -64}) {
