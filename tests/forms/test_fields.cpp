@@ -219,6 +219,14 @@ TEST_F(Fields, RowsAndLimits) {
         back += text;
     }
     EXPECT_EQ(back, "one twothree\nfour");
+    // A row that came from two is put behind a newline, until it gets another text.
+    FI_form* joined = show({"a|b|c", FI_INSERT, FI_ALPHA, FI_WRAP | FI_HORT_SCROLL, 3, 0, 9, 3, ""});
+    type(joined, 1, 1, "<del>");
+    for (const char* expected : {"a\n", "a"}) {
+        FIfld_get_text(joined, LABEL, 0, 0, sizeof text, text, nullptr, nullptr);
+        EXPECT_STREQ(text, expected);
+        FIfld_set_text(joined, LABEL, 1, 0, "d", 0);
+    }
     // A field too narrow for anything still takes a character a row.
     FI_form* narrow = show({"", FI_INSERT, FI_ALPHA, FI_WRAP, 4, 1, 1, 3, ""});
     FIfld_set_text(narrow, LABEL, 0, 0, "abc", 0);
