@@ -548,6 +548,10 @@ TEST_F(Tables, RowsAndColumns) {
     EXPECT_EQ(FIfld_set_text(form, 13, 0, 6, "x", 0), FI_INVALID_COLUMN);
     EXPECT_EQ(cell(form, 13, 0, 1), "C0");
     EXPECT_EQ(FIg_add_to_group(form, 121, 0), FI_INVALID_GADGET_TYPE);
+    // The thumb stays where the press has put it, and a column that is drawn by itself stays off the bar.
+    const fi_box slide = fi_rect_of(upper->hort_scroll);
+    click(form, slide.x1 + (slide.x2 - slide.x1) / 3, (slide.y1 + slide.y2) / 2);
+    FIfld_set_mode(form, 13, upper->first_col, FI_APPEND);
     const std::vector<uint8_t> drawn = picture(form);
     fi_redraw_area(form, 0, 0, fi_form_width(form), fi_form_height(form));
     EXPECT_EQ(difference(form, picture(form), drawn), "");
