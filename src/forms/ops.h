@@ -10,11 +10,12 @@
 //               members, single select, size of a group; labels.cpp; hold.cpp safety against deletion
 //   file        frmread.cpp head and gadgets, frmtypes.cpp the types' parts, fieldrows.cpp rows of fields
 //   what it asks for   env.cpp tables; paths.cpp, fonts.cpp, symbols.cpp, colors.cpp, keys.cpp what stands behind them
-//   drawing     surface.cpp windows, clip and colour for gadgets; bevel.cpp edges and hatches; drawtext.cpp texts
-//   types       types.cpp the table; button.cpp, toggle.cpp, checklist.cpp, text.cpp, static.cpp (symbol, line,
-//               rectangle, bevel), scroll.cpp their drawing, scaling, activation and press; range.cpp values in ranges
+//   drawing     surface.cpp windows, clip and colour for gadgets; edges.cpp bevels and hatches; drawtext.cpp texts
+//   types       types.cpp the table; button.cpp, toggle.cpp, checklist.cpp, faces.cpp what these three share; text.cpp,
+//               static.cpp (symbol, line, rectangle, bevel), slider.cpp, dial.cpp, numeric.cpp what these two share,
+//               bar.cpp, scroll.cpp: their drawing, scaling, activation and press; range.cpp values in ranges
 //   fields      fields.h and mcf.h begin with tours of fields and of tables
-//   show        show.cpp draws, erases, enables, highlights and resets any gadget; formdraw.cpp draws a form
+//   show        show.cpp draws, erases, enables, highlights and resets any gadget; formshow.cpp draws a form
 //   events      dispatch.cpp what an event means; press.cpp a press on a form, completion; link.cpp values that travel;
 //               sequence.cpp the keyboard; track.cpp loops that follow the mouse
 //   calls       FI_*.cpp, FIf_*.cpp, FIg_*.cpp: forms.h, a file a theme
@@ -33,7 +34,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "forms/form.h"
+#include "forms/forms.h"
 #include "forms/hold.h"
 #include "forms/state.h"
 
@@ -226,9 +227,14 @@ template <typename F> int fi_pass_on(FI_gadget* g, F act) {
     if (fi_as_group(g)->no_pass_on == 0) fi_each_member(fi_as_group(g), [&](FI_gadget* m) { fi_pass_on(m, act); });
     return 0;
 }
-// The same for the gadget of a label.
-template <typename F> int fi_pass_on(FI_form* form, int label, F act) {
+// The same for the gadget of a label, if what is passed on is allowed; else FI_INVALID_ARGUMENT, once it is known that
+// form and gadget exist.
+template <typename F> int fi_pass_on(FI_form* form, int label, bool allowed, F act) {
     FI_gadget* g = nullptr;
     const int status = fi_lookup(form, label, &g);
-    return status != 0 ? status : fi_pass_on(g, act);
+    if (status != 0) return status;
+    return allowed ? fi_pass_on(g, act) : int{FI_INVALID_ARGUMENT};
+}
+template <typename F> int fi_pass_on(FI_form* form, int label, F act) {
+    return fi_pass_on(form, label, true, act);
 }
