@@ -514,7 +514,9 @@ void write_shot(const step& s) {
     const std::string path =
         std::string(shot_directory) + "/" + name + "-" + std::to_string(host_screen_size()->planes) + ".ppm";
     desk_flush();
-    if (!headless_screenshot(path.c_str())) gallery_failed("%s can't be written", path.c_str());
+    if (headless_screenshot(path.c_str())) return;
+    gallery_failed("%s can't be written", path.c_str());
+    shot_directory = nullptr; // once is enough
 }
 
 // ---- steps
