@@ -15,8 +15,7 @@
 
 using json = nlohmann::ordered_json;
 
-// ---- JSON
-// --------------------------------------------------------------------------------------------------------------
+// ---- JSON ----------------------------------------------------------------------------------------------------------
 
 bool parse_source(const std::string& text, json* source, std::string* problem) {
     std::vector<std::set<std::string>> names; // of the objects that are open
@@ -43,8 +42,7 @@ int source_version(const json& source, int otherwise, std::string* problem) {
     return 0;
 }
 
-// ---- items
-// -------------------------------------------------------------------------------------------------------------
+// ---- items ---------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -131,8 +129,7 @@ const item* find_item(std::span<const item> items, const std::string& key) {
     return nullptr;
 }
 
-// ---- gadgets
-// -----------------------------------------------------------------------------------------------------------
+// ---- gadgets -------------------------------------------------------------------------------------------------------
 
 enum class role : uint8_t { member, list, column };
 
@@ -252,8 +249,7 @@ bool read_gadget(source_reader* r, const json& source, role as, FI_gadget* holde
     return false;
 }
 
-// ---- forms
-// -------------------------------------------------------------------------------------------------------------
+// ---- forms ---------------------------------------------------------------------------------------------------------
 
 bool read_strings(source_reader* r, const json& source) {
     if (!source.is_array() || source.size() > INT16_MAX) return r->fail("\"strings\" is no list of texts");

@@ -87,8 +87,7 @@ int FIf_get_next_label(FI_form* form, int* label) {
     return FI_SUCCESS;
 }
 
-// ---- the keyboard sequence
-// -------------------------------------------------------------------------------------------
+// ---- the keyboard sequence -----------------------------------------------------------------------------------------
 
 namespace {
 

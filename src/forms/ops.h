@@ -38,8 +38,7 @@
 #include "forms/hold.h"
 #include "forms/state.h"
 
-// ---- records
-// ---------------------------------------------------------------------------------------------------------
+// ---- records -------------------------------------------------------------------------------------------------------
 
 // Invariants are checked in sanitizer builds.
 #if defined(__SANITIZE_ADDRESS__)
@@ -95,8 +94,7 @@ inline bool fi_has(const FI_gadget* g, uint32_t attributes) {
     return (g->attr_mask & attributes) != 0;
 }
 
-// ---- the table
-// -------------------------------------------------------------------------------------------------------
+// ---- the table -----------------------------------------------------------------------------------------------------
 
 constexpr int FI_MAX_PARTS = 5; // private gadgets that one gadget can have
 
@@ -162,8 +160,7 @@ inline const fi_gadget_ops& fi_ops(const FI_gadget* g) {
     return fi_types[g->type];
 }
 
-// ---- records.cpp
-// -----------------------------------------------------------------------------------------------------
+// ---- records.cpp ---------------------------------------------------------------------------------------------------
 
 extern char fi_empty_text[1];
 char* fi_string_dup(const char* text); // null without memory
@@ -191,8 +188,7 @@ template <typename F> void fi_each_part(FI_gadget* g, F act) {
         act(parts[i]);
 }
 
-// ---- groups.cpp
-// ------------------------------------------------------------------------------------------------------
+// ---- groups.cpp ----------------------------------------------------------------------------------------------------
 
 // The next member at or behind slot *at, or null; *at is then behind it. The walk goes on safely when members go.
 FI_gadget* fi_next_member(const FI_group* group, int* at);
@@ -209,8 +205,7 @@ int fi_group_room(FI_group* group, int slots);           // makes sure of that m
 void fi_single_select(FI_gadget* gadget);                // has been set on: sets the others off
 fi_box fi_group_size(const FI_group* group);
 
-// ---- labels.cpp
-// ------------------------------------------------------------------------------------------------------
+// ---- labels.cpp ----------------------------------------------------------------------------------------------------
 
 FI_gadget* fi_find_gadget(const FI_form* form, int label); // null when there is none. 0: the root group
 FI_group* fi_find_group(const FI_form* form, int label);   // null, also when it is no group

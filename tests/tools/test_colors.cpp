@@ -177,6 +177,8 @@ TEST_F(Colors, TheCellsOfADitherAddUpToTheColour) {
     EXPECT_EQ(color_of(0x0A0B0C), (values{8, 8, 8}));
 
     start(24);
+    for (const double none : {0.0, -2.2, double{NAN}, double{INFINITY}})
+        RGB_set_gamma(none);
     ASSERT_EQ(RGB_init(0, 24), 24);
     EXPECT_EQ(rgb_dither_pixel(1, 2, 0, 255, 100), rgb_plain_pixel(0, 255, 100));
     EXPECT_EQ(rgb_plain_pixel(0, 255, 100), 255u << 8 | uint32_t(std::pow(100 / 255.0, 1 / 2.05) * 255 + 0.5) << 16);
