@@ -362,6 +362,12 @@ TEST_F(desk_test, WindowMenuClosesAndStates) {
     headless_key(host_key::escape, 0, 0);
     pump();
     EXPECT_EQ(find(desk_kind::key), nullptr);
+    // All of it is on the screen, wherever the icon stands.
+    do_drag(10, 290, 10, 10);
+    headless_advance(1000);
+    click(10, 10);
+    EXPECT_NE(desk_window_at(20, desk_outer(w).y2 + 50), desk_main()) << "below it";
+    headless_key(host_key::escape, 0, 0);
     desk_set_state(w, host_state::restored);
     pump();
     forget();
