@@ -106,7 +106,8 @@ bool read_real(source_reader* r, const json& value, const item& i, void* record)
 
 bool read_latin(source_reader* r, const json& value, const char* key, std::string* latin) {
     if (!value.is_string()) return r->fail(quoted(key) + " is no text");
-    if (!latin_of(value.get<std::string>(), latin)) return r->fail(quoted(key) + " has a character beyond Latin-1");
+    if (!latin_of(value.get<std::string>(), latin))
+        return r->fail(quoted(key) + " has a character that is 0 or beyond Latin-1");
     return latin->size() <= INT16_MAX || r->fail(quoted(key) + " is longer than a file can hold");
 }
 
