@@ -463,6 +463,7 @@ protected:
     }
     static std::vector<std::function<void()>> keys(const std::vector<std::string>& names) {
         std::vector<std::function<void()>> all;
+        all.reserve(names.size());
         for (const std::string& name : names)
             all.emplace_back([=] { press(name); });
         return all;
