@@ -447,14 +447,14 @@ TEST_F(desk_test, MovesMergeAndButtonsAreSeenAhead) {
 TEST_F(desk_test, KeysGiveControlCharactersAndText) {
     const struct {
         host_key key;
-        uint32_t character;
         uint8_t modifiers;
+        uint32_t character;
         int control; // -1: none
     } rows[] = {{host_key::enter, 0, 0, 13},       {host_key::backspace, 0, 0, 8},
                 {host_key::tab, 0, 0, 9},          {host_key::escape, 0, 0, 27},
-                {host_key::remove, 0, 0, -1},      {host_key::character, 'c', HOST_CTRL, 3},
-                {host_key::character, 'c', 0, -1}, {host_key::character, 'q', HOST_CTRL | HOST_ALT, -1},
-                {host_key::home, 0, HOST_CTRL, -1}};
+                {host_key::remove, 0, 0, -1},      {host_key::character, HOST_CTRL, 'c', 3},
+                {host_key::character, 0, 'c', -1}, {host_key::character, HOST_CTRL | HOST_ALT, 'q', -1},
+                {host_key::home, HOST_CTRL, 0, -1}};
     for (const auto& r : rows) {
         forget();
         headless_key(r.key, r.character, r.modifiers);
