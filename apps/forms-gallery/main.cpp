@@ -24,8 +24,8 @@ constexpr const char* USAGE =
     "gadget, Shift and Tab goes back, a blank presses. The screen is set by TINCT_SCREEN=WIDTHxHEIGHTxDEPTH, depth 4,\n"
     "8, 15, 16 or 24.\n"
     "\n"
-    "  --headless-run     works all forms by itself on screens of all depths (or that of TINCT_SCREEN), without a\n"
-    "                     display, and compares what they have become\n"
+    "  --headless-run     works all forms by itself on screens of all depths (or that of TINCT_SCREEN, which is at\n"
+    "                     least 1024x768), without a display, and compares what they have become\n"
     "  --shots DIRECTORY  writes what each form looks like, as PAGE-DEPTH.ppm\n"
     "\n"
     "Exit status: 0 done, 1 something went wrong, 2 wrong usage.\n";
@@ -101,8 +101,9 @@ void run_script(const host_screen& screen, const char* shots) {
 int run_headless(const options& o) {
     host_screen screen = USUAL_SCREEN;
     const char* wanted = std::getenv("TINCT_SCREEN");
-    if (wanted != nullptr && !host_parse_screen(wanted, &screen)) {
-        std::fputs("forms-gallery: TINCT_SCREEN is no screen\n", stderr);
+    if (wanted != nullptr && (!host_parse_screen(wanted, &screen) || screen.width < USUAL_SCREEN.width ||
+                              screen.height < USUAL_SCREEN.height)) {
+        std::fputs("forms-gallery: TINCT_SCREEN is no screen of 1024x768 or more\n", stderr);
         return 2;
     }
     if (wanted != nullptr)
@@ -128,7 +129,8 @@ int gallery_main(int count, char** arguments, char** /*environment*/) {
     }
     log_set_sink(log_to_standard_error, nullptr);
     if (o.headless_run) return run_headless(o);
-    if (start()) run();
+    if (!start()) return 1;
+    run();
     return failures == 0 ? 0 : 1;
 }
 

@@ -364,8 +364,7 @@ const char* shot_directory = nullptr;
 int seen = 0; // notifications before the last input
 std::string marked;
 
-// ---- input
-// -------------------------------------------------------------------------------------------------------------
+// ---- input ---------------------------------------------------------------------------------------------------------
 
 constexpr uint32_t BETWEEN = 400; // milliseconds: no two inputs make a double click
 
@@ -452,8 +451,7 @@ void type(int character) {
     post(event, BETWEEN);
 }
 
-// ---- checks
-// ------------------------------------------------------------------------------------------------------------
+// ---- checks --------------------------------------------------------------------------------------------------------
 
 const char* page_name() {
     int label = 0;
@@ -514,11 +512,12 @@ void write_shot(const step& s) {
     const std::string path =
         std::string(shot_directory) + "/" + name + "-" + std::to_string(host_screen_size()->planes) + ".ppm";
     desk_flush();
-    if (!headless_screenshot(path.c_str())) gallery_failed("%s can't be written", path.c_str());
+    if (headless_screenshot(path.c_str())) return;
+    gallery_failed("%s can't be written", path.c_str());
+    shot_directory = nullptr; // once is enough
 }
 
-// ---- steps
-// -------------------------------------------------------------------------------------------------------------
+// ---- steps ---------------------------------------------------------------------------------------------------------
 
 int page_of(const step& s) {
     for (int i = 0; i < gallery_page_count; ++i)

@@ -25,7 +25,7 @@ constexpr const char* USAGE =
     "Shows what the display layer does: windows, drawing, fonts, colours, events. A right click opens a menu; closing\n"
     "the main window ends it. The screen is set by TINCT_SCREEN=WIDTHxHEIGHTxDEPTH, depth 4, 8, 15, 16 or 24.\n"
     "\n"
-    "  --headless-run   all of it once without a user; needs TINCT_HOST=headless\n"
+    "  --headless-run   all of it once without a user; needs TINCT_HOST=headless and a screen of 800x600 or more\n"
     "  --shot FILE.ppm  writes what is on the screen at the end of such a run\n"
     "\n"
     "Exit status: 0 done, 1 something went wrong, 2 wrong usage.\n";
@@ -140,6 +140,10 @@ int run_headless(const options& o) {
 
 int demo_main(int count, char** arguments, char** /*environment*/) {
     options o;
+    if (count == 2 && std::strcmp(arguments[1], "--help") == 0) {
+        std::fputs(USAGE, stdout);
+        return 0;
+    }
     if (!parse(count, arguments, &o)) {
         std::fputs(USAGE, stderr);
         return 2;

@@ -1,13 +1,14 @@
-// desk-glyphs: makes the three faces of the desk's captions and message boxes, in two sizes, one bit a pixel, from
-// outline fonts.
+// desk-glyphs: makes the three faces of the desk's captions and message boxes, one bit a pixel, from outline fonts.
 //
 //     desk-glyphs REGULAR.ttf BOLD.ttf > src/platform/window/glyphs.cpp
+//     desk-glyphs REGULAR.ttf BOLD.ttf --double > src/platform/window/glyphs_double.cpp
 //
-// The committed table was made from DejaVu Sans and DejaVu Sans Bold 2.37, whose licence lies beside it.
+// The committed tables were made from DejaVu Sans and DejaVu Sans Bold 2.37, whose licence lies beside them.
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -59,32 +60,37 @@ bool write_face(FT_Library library, const char* file, const char* name, unsigned
     return done;
 }
 
+// All faces, in the usual size or in twice that.
+bool write_faces(FT_Library library, const char* regular, const char* bold, bool is_double) {
+    const int factor = is_double ? 2 : 1;
+    const auto em = [=](unsigned pixels) { return pixels * unsigned(factor); };
+    const auto size = [=](int rows, int ascent) { return face_size{rows * factor, ascent * factor}; };
+    printf("// The desk's own letters%s, one bit a pixel: characters 32 to 126 and 160 to 255. Made by desk-glyphs\n"
+           "// from DejaVu Sans; see glyphs.LICENSE.\n"
+           "#include \"platform/window/glyphs.h\"\n\nnamespace {\n\n// clang-format off\n",
+           is_double ? " at twice their size" : "");
+    if (!write_face(library, regular, "NORMAL", em(11), size(14, 11)) ||
+        !write_face(library, bold, "BOLD", em(11), size(14, 11)) ||
+        !write_face(library, regular, "SMALL", em(9), size(14, 9)))
+        return false;
+    printf("// clang-format on\n\n} // namespace\n\n"
+           "const glyph_face %s[GLYPH_FACES] = {{NORMAL, %d}, {BOLD, %d}, {SMALL, %d}};\n",
+           is_double ? "glyphs_double" : "glyphs_usual", 14 * factor, 14 * factor, 11 * factor);
+    return true;
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
-    FT_Library library = nullptr;
-    if (count != 3 || FT_Init_FreeType(&library) != 0) {
-        fprintf(stderr, "usage: desk-glyphs REGULAR.ttf BOLD.ttf\n");
+    const bool is_double = count == 4 && strcmp(arguments[3], "--double") == 0;
+    if (count != 3 && !is_double) {
+        fprintf(stderr, "usage: desk-glyphs REGULAR.ttf BOLD.ttf [--double]\n");
         return 2;
     }
-    printf("// The desk's own letters, one bit a pixel: characters 32 to 126 and 160 to 255. Made by desk-glyphs from\n"
-           "// DejaVu Sans; see glyphs.LICENSE.\n"
-           "#include \"platform/window/glyphs.h\"\n\nnamespace {\n\n// clang-format off\n");
-    const bool done = write_face(library, arguments[1], "NORMAL", 11, {14, 11}) &&
-                      write_face(library, arguments[2], "BOLD", 11, {14, 11}) &&
-                      write_face(library, arguments[1], "SMALL", 9, {14, 9}) &&
-                      write_face(library, arguments[1], "NORMAL_2", 22, {28, 22}) &&
-                      write_face(library, arguments[2], "BOLD_2", 22, {28, 22}) &&
-                      write_face(library, arguments[1], "SMALL_2", 18, {28, 18});
-    printf("constexpr glyph_face FACES[GLYPH_FACES][2] = {\n"
-           "    {{NORMAL, 14}, {NORMAL_2, 28}},\n"
-           "    {{BOLD, 14}, {BOLD_2, 28}},\n"
-           "    {{SMALL, 11}, {SMALL_2, 22}},\n"
-           "};\n"
-           "// clang-format on\n\n} // namespace\n\n"
-           "const glyph_face* glyphs_face(glyph_style style, int factor) {\n"
-           "    return &FACES[int(style)][factor > 1 ? 1 : 0];\n"
-           "}\n");
+    FT_Library library = nullptr;
+    if (FT_Init_FreeType(&library) != 0) return 1;
+    const bool done = write_faces(library, arguments[1], arguments[2], is_double);
     FT_Done_FreeType(library);
+    if (!done) fprintf(stderr, "desk-glyphs: a font can't be read\n");
     return done ? 0 : 1;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "forms/frm.h"
+#include "items.h"
 #include "platform/files.h"
 #include "source.h"
 #include "support/memory.h"
@@ -90,7 +91,7 @@ bool compile(const options& o, std::vector<uint8_t>* bytes, std::string* problem
     const bool made = read_source(source, version, form, problem) && write_form(form, bytes, problem);
     fi_free_form_record(form);
     const int status = made ? check(*bytes) : 0;
-    if (status != 0) *problem = "the form can't be loaded, status " + std::to_string(status);
+    if (status != 0) *problem = "the form can't be loaded, " + status_text(status);
     return made && status == 0;
 }
 

@@ -4,6 +4,7 @@
 
 #include "dump.h"
 #include "forms/frm.h"
+#include "items.h"
 #include "platform/files.h"
 #include "support/memory.h"
 
@@ -14,10 +15,10 @@ constexpr const char* USAGE = "usage: frmdump FILE.frm\n"
                               "Prints the form as one JSON object, which frmc compiles to the same form.\n"
                               "\n"
                               "Exit status: 0 done, 1 the file can't be read (the message tells the status that a\n"
-                              "program would get), 2 wrong usage.\n";
+                              "program would get) or the output not be written, 2 wrong usage.\n";
 
 int complain(const char* path, int status) {
-    std::fprintf(stderr, "frmdump: %s: status %d\n", path, status);
+    std::fprintf(stderr, "frmdump: %s: %s\n", path, status_text(status).c_str());
     return 1;
 }
 
@@ -34,7 +35,9 @@ int dump(const char* path) {
         std::printf("%s\n", dump_form(form).dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
     fi_free_form_record(form);
     if (status != 0) return complain(path, status);
-    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return 0;
+    std::fputs("frmdump: the output can't be written\n", stderr);
+    return 1;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "forms/gadget.h"
 
@@ -55,7 +56,9 @@ constexpr const char* KEY_TEXT = "text";
 constexpr const char* KEY_SELECTED = "selected";
 
 // Latin-1 in records, UTF-8 in sources.
-#include <string>
 std::string utf8_of(const char* latin);
 // False when a character isn't Latin-1, or is the zero.
 bool latin_of(const std::string& utf8, std::string* latin);
+
+// "status 8: ", and what that says of a form that isn't read.
+std::string status_text(int status);

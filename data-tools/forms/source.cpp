@@ -15,8 +15,7 @@
 
 using json = nlohmann::ordered_json;
 
-// ---- JSON
-// --------------------------------------------------------------------------------------------------------------
+// ---- JSON ----------------------------------------------------------------------------------------------------------
 
 bool parse_source(const std::string& text, json* source, std::string* problem) {
     std::vector<std::set<std::string>> names; // of the objects that are open
@@ -43,8 +42,7 @@ int source_version(const json& source, int otherwise, std::string* problem) {
     return 0;
 }
 
-// ---- items
-// -------------------------------------------------------------------------------------------------------------
+// ---- items ---------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -108,7 +106,8 @@ bool read_real(source_reader* r, const json& value, const item& i, void* record)
 
 bool read_latin(source_reader* r, const json& value, const char* key, std::string* latin) {
     if (!value.is_string()) return r->fail(quoted(key) + " is no text");
-    if (!latin_of(value.get<std::string>(), latin)) return r->fail(quoted(key) + " has a character beyond Latin-1");
+    if (!latin_of(value.get<std::string>(), latin))
+        return r->fail(quoted(key) + " has a character that is 0 or beyond Latin-1");
     return latin->size() <= INT16_MAX || r->fail(quoted(key) + " is longer than a file can hold");
 }
 
@@ -131,8 +130,7 @@ const item* find_item(std::span<const item> items, const std::string& key) {
     return nullptr;
 }
 
-// ---- gadgets
-// -----------------------------------------------------------------------------------------------------------
+// ---- gadgets -------------------------------------------------------------------------------------------------------
 
 enum class role : uint8_t { member, list, column };
 
@@ -252,8 +250,7 @@ bool read_gadget(source_reader* r, const json& source, role as, FI_gadget* holde
     return false;
 }
 
-// ---- forms
-// -------------------------------------------------------------------------------------------------------------
+// ---- forms ---------------------------------------------------------------------------------------------------------
 
 bool read_strings(source_reader* r, const json& source) {
     if (!source.is_array() || source.size() > INT16_MAX) return r->fail("\"strings\" is no list of texts");

@@ -44,8 +44,7 @@ struct writer {
 
 void write_gadget(const writer& w, const FI_gadget* g);
 
-// ---- the types' parts
-// --------------------------------------------------------------------------------------------------
+// ---- the types' parts ----------------------------------------------------------------------------------------------
 
 void write_slider(const writer& w, const FI_gadget* g) {
     const auto* s = fi_as<fi_slider>(g);
@@ -161,8 +160,7 @@ constexpr part_writer WRITERS[FI_TYPES] = {
     write_line, write_bar,    write_rect,   nullptr,     write_scroll, write_mcf,  nullptr,
 };
 
-// ---- what all have
-// -----------------------------------------------------------------------------------------------------
+// ---- what all have -------------------------------------------------------------------------------------------------
 
 // What only tags can hold, as far as it isn't the default.
 struct tagged {

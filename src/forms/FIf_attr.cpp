@@ -22,6 +22,7 @@ int FIf_get_color(FI_form* form, int* color) {
 }
 
 int FIf_set_color(FI_form* form, int color) {
+    if (!fi_form_exists(form)) return FI_NO_SUCH_FORM;
     if (color < 0 || color > UINT8_MAX) return FI_INVALID_ARGUMENT;
     return store(form, &FI_form::bg_color, color);
 }
@@ -86,8 +87,7 @@ int FIf_get_next_label(FI_form* form, int* label) {
     return FI_SUCCESS;
 }
 
-// ---- the keyboard sequence
-// -------------------------------------------------------------------------------------------
+// ---- the keyboard sequence -----------------------------------------------------------------------------------------
 
 namespace {
 

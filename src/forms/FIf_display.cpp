@@ -16,8 +16,7 @@ constexpr int OTHER_KIND = 0x20;
 constexpr int THIRD_SCREEN = 2;
 constexpr int LARGEST = 2; // as many times the screen a pop-up may be in each direction, since what it covers is kept
 
-// ---- the screen
-// --------------------------------------------------------------------------------------------------------
+// ---- the screen ----------------------------------------------------------------------------------------------------
 
 bool is_present(int screen) {
     return fi_state.screens[screen][FI_SCREEN_NUMBER] >= 0;
@@ -54,8 +53,7 @@ bool choose_screen(FI_form* form) {
     return true;
 }
 
-// ---- the window
-// --------------------------------------------------------------------------------------------------------
+// ---- the window ----------------------------------------------------------------------------------------------------
 
 // The number may still be that of a form whose window the user has closed: the event about it comes later.
 void enter_window(FI_form* form, int window) {
@@ -166,8 +164,7 @@ int FIf_display(FI_form* form) {
     return FI_SUCCESS;
 }
 
-// ---- the other way
-// -----------------------------------------------------------------------------------------------------
+// ---- the other way -------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -39,8 +39,7 @@ int FIg_set_attr(FI_form* form, int label, uint32_t mask) {
     });
 }
 
-// ---- colours
-// ---------------------------------------------------------------------------------------------------------
+// ---- colours -------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -75,8 +74,7 @@ int FIg_set_off_color(FI_form* form, int label, int color) {
     return set_color(form, label, &FI_gadget::off_color, color);
 }
 
-// ---- style, lines, font
-// ------------------------------------------------------------------------------------------------
+// ---- style, lines, font --------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -85,11 +83,7 @@ bool is_byte(int v) {
 }
 
 int set_byte(FI_form* form, int label, uint8_t FI_gadget::*place, int value) {
-    FI_gadget* g = nullptr;
-    const int status = fi_lookup(form, label, &g);
-    if (status != FI_SUCCESS) return status;
-    if (!is_byte(value)) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(g, [=](FI_gadget* member) {
+    return fi_pass_on(form, label, is_byte(value), [=](FI_gadget* member) {
         member->*place = static_cast<uint8_t>(value);
         return 0;
     });
@@ -118,8 +112,8 @@ namespace {
 
 // Sets what lines and rectangles have in common, of the gadget or of all members of a group.
 template <typename T> int set_of_line(FI_form* form, int label, T fi_line::*of_line, T fi_rect::*of_rect, int value) {
-    if (value < 0 || value > std::numeric_limits<T>::max()) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(form, label, [=](FI_gadget* g) {
+    const bool allowed = value >= 0 && value <= std::numeric_limits<T>::max();
+    return fi_pass_on(form, label, allowed, [=](FI_gadget* g) {
         if (g->type == FI_LINE)
             fi_as<fi_line>(g)->*of_line = static_cast<T>(value);
         else if (g->type == FI_RECT)
@@ -152,8 +146,7 @@ int FIg_get_font(FI_form* form, int label, char* name, float* size) {
     return FI_SUCCESS;
 }
 
-// ---- all at once
-// -------------------------------------------------------------------------------------------------------
+// ---- all at once ---------------------------------------------------------------------------------------------------
 
 namespace {
 

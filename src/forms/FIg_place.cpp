@@ -24,11 +24,8 @@ int FIg_get_size(FI_form* form, int label, int* width, int* height) {
 }
 
 int FIg_set_size(FI_form* form, int label, int width, int height) {
-    FI_gadget* found = nullptr;
-    const int status = fi_lookup(form, label, &found);
-    if (status != FI_SUCCESS) return status;
-    if (width < 0 || height < 0 || width > INT16_MAX || height > INT16_MAX) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(found, [=](FI_gadget* g) {
+    const bool allowed = width >= 0 && height >= 0 && width <= INT16_MAX && height <= INT16_MAX;
+    return fi_pass_on(form, label, allowed, [=](FI_gadget* g) {
         g->x2 = g->x1 + static_cast<float>(width);
         g->y2 = g->y1 + static_cast<float>(height);
         return 0;

@@ -7,10 +7,10 @@
 namespace {
 
 int set_limit(FI_form* form, int label, bool high, double value) {
-    if (!std::isfinite(value)) return FI_INVALID_ARGUMENT;
     FI_gadget* g = nullptr;
     const int status = fi_lookup(form, label, &g);
     if (status != FI_SUCCESS) return status;
+    if (!std::isfinite(value)) return FI_INVALID_ARGUMENT;
     if (g->type == FI_FIELD) {
         (high ? fi_as<fi_field>(g)->max_value : fi_as<fi_field>(g)->min_value) = value;
         return FI_SUCCESS;
@@ -34,8 +34,7 @@ int FIg_set_low_value(FI_form* form, int label, double value) {
 
 int FIg_set_increment(FI_form* form, int label, double increment) {
     const auto step = static_cast<float>(increment == 0 ? 1.0 : std::fabs(increment));
-    if (!std::isfinite(step)) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(form, label, [=](FI_gadget* g) {
+    return fi_pass_on(form, label, std::isfinite(step), [=](FI_gadget* g) {
         if (g->type == FI_SLIDER)
             fi_as<fi_slider>(g)->increment = step;
         else if (g->type == FI_DIAL)
@@ -47,22 +46,21 @@ int FIg_set_increment(FI_form* form, int label, double increment) {
 }
 
 int FIg_set_orientation(FI_form* form, int label, int value) {
-    if (value < INT8_MIN || value > UINT8_MAX) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(form, label, [=](FI_gadget* g) {
+    const bool allowed = value >= INT8_MIN && value <= UINT8_MAX;
+    return fi_pass_on(form, label, allowed, [=](FI_gadget* g) {
         const auto orientation = static_cast<uint8_t>(value);
         switch (g->type) {
         case FI_SLIDER: fi_as<fi_slider>(g)->orientation = orientation; return FI_SUCCESS;
         case FI_BAR: fi_as<fi_bar>(g)->orientation = orientation; return FI_SUCCESS;
         case FI_SCROLL: fi_as<fi_scroll>(g)->orientation = orientation; return FI_SUCCESS;
-        case FI_DIAL: fi_as<fi_dial>(g)->direction = static_cast<int8_t>(value); return FI_SUCCESS;
+        case FI_DIAL: fi_as<fi_dial>(g)->direction = value < 0 ? -1 : 1; return FI_SUCCESS;
         default: return FI_INVALID_GADGET_TYPE;
         }
     });
 }
 
 int FIg_set_display(FI_form* form, int label, int mask) {
-    if (!is_byte(mask)) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(form, label, [=](FI_gadget* g) {
+    return fi_pass_on(form, label, is_byte(mask), [=](FI_gadget* g) {
         switch (g->type) {
         case FI_SLIDER: fi_as<fi_slider>(g)->display_mask = static_cast<uint8_t>(mask); return FI_SUCCESS;
         case FI_DIAL: fi_as<fi_dial>(g)->display_mask = static_cast<uint8_t>(mask); return FI_SUCCESS;
@@ -74,21 +72,18 @@ int FIg_set_display(FI_form* form, int label, int mask) {
 }
 
 int FIg_set_digits(FI_form* form, int label, int width, int decimals) {
-    FI_gadget* found = nullptr;
-    const int status = fi_lookup(form, label, &found);
-    if (status != FI_SUCCESS) return status;
-    if (width < 0 || width > FI_MAX_DIGITS || !is_byte(decimals)) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(found, [=](FI_gadget* g) {
-        uint8_t* const places[] = {g->type == FI_SLIDER ? &fi_as<fi_slider>(g)->field_width
-                                   : g->type == FI_DIAL ? &fi_as<fi_dial>(g)->field_width
-                                                        : nullptr,
-                                   g->type == FI_SLIDER ? &fi_as<fi_slider>(g)->decimals
-                                   : g->type == FI_DIAL ? &fi_as<fi_dial>(g)->decimals
-                                                        : nullptr};
-        if (places[0] == nullptr) return FI_INVALID_GADGET_TYPE;
-        *places[0] = static_cast<uint8_t>(width);
-        *places[1] = static_cast<uint8_t>(decimals);
-        return FI_SUCCESS;
+    const auto set = [=](auto* g) {
+        g->field_width = static_cast<uint8_t>(width);
+        g->decimals = static_cast<uint8_t>(decimals);
+        return int{FI_SUCCESS};
+    };
+    const bool allowed = width >= 0 && width <= FI_MAX_DIGITS && is_byte(decimals);
+    return fi_pass_on(form, label, allowed, [=](FI_gadget* g) {
+        switch (g->type) {
+        case FI_SLIDER: return set(fi_as<fi_slider>(g));
+        case FI_DIAL: return set(fi_as<fi_dial>(g));
+        default: return int{FI_INVALID_GADGET_TYPE};
+        }
     });
 }
 

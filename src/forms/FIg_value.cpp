@@ -52,8 +52,7 @@ int set_value(FI_gadget* g, double value) {
 } // namespace
 
 int FIg_set_value(FI_form* form, int label, double value) {
-    if (!std::isfinite(value)) return FI_INVALID_ARGUMENT;
-    return fi_pass_on(form, label, [=](FI_gadget* g) { return set_value(g, value); });
+    return fi_pass_on(form, label, std::isfinite(value), [=](FI_gadget* g) { return set_value(g, value); });
 }
 
 int FIg_get_value(FI_form* form, int label, double* value) {
@@ -89,8 +88,7 @@ int FIg_set_state_off(FI_form* form, int label) {
     return FIg_set_state(form, label, 0);
 }
 
-// ---- texts
-// -------------------------------------------------------------------------------------------------------------
+// ---- texts ---------------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -206,10 +206,17 @@ void fi_show_cursor(fi_field* f, bool shown) {
 
 namespace {
 
+// Above the bar of the table.
+int bottom_in_table(const fi_mcf* m, fi_box column, int bottom) {
+    const bool shown = m->hort_scroll != nullptr && (m->mcf_flags & FI_MCF_HORT_SHOWN) != 0;
+    return shown ? std::clamp(fi_rect_of(m->hort_scroll).y1 - 1, column.y2, bottom) : bottom;
+}
+
 // Where a bar, arrows or the next column stand against the frame, they have its outer pixel.
 fi_box frame_of(const fi_field* f) {
     const FI_gadget* g = &f->common;
     fi_box box = fi_inset(fi_rect_of(g), -FI_FRAME);
+    if (const fi_mcf* m = fi_table_of(f); m != nullptr) box.y2 = bottom_in_table(m, fi_rect_of(g), box.y2);
     if (f->scroll_bar != nullptr && fi_flag(f, FI_VERT_BAR_SHOWN)) --box.x2;
     if (f->arrows[0] != nullptr && fi_flag(f, FI_HORT_ARROWS_SHOWN)) --box.y2;
     if (fi_is_column(g) && !fi_mcf_is_first_shown(fi_as<fi_mcf>(g->owner), g)) ++box.x1;

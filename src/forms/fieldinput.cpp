@@ -109,8 +109,7 @@ bool fi_field_usable(const fi_field* f) {
     return g->form->window >= 0 && shown(g) && (g->owner == nullptr || shown(g->owner));
 }
 
-// ---- an entry's turn at the cursor
-// -----------------------------------------------------------------------------------
+// ---- an entry's turn at the cursor ---------------------------------------------------------------------------------
 
 namespace {
 
@@ -158,8 +157,7 @@ int meaning_of(char byte) {
     return fi_env.FI_MAP_CHARACTER(&key) == 1 ? key : -key;
 }
 
-// ---- choosing by keys
-// ------------------------------------------------------------------------------------------------
+// ---- choosing by keys ----------------------------------------------------------------------------------------------
 
 fi_edit_end choose_by(fi_field* f, int what) {
     switch (what) {

@@ -71,8 +71,7 @@ void fi_toggle_list(fi_field* owner) {
         fi_open_list(owner);
 }
 
-// ---- on top of the form
-// ----------------------------------------------------------------------------------------------
+// ---- on top of the form --------------------------------------------------------------------------------------------
 
 FI_gadget* fi_open_list_at(const FI_form* form, int x, int y) {
     FI_gadget* list = open_list();

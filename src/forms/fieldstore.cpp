@@ -158,6 +158,7 @@ int store_cut(fi_field* f, int row, const char* text) {
     const int length = fi_char_offset(f, text, f->max_chars > 0 ? f->max_chars : INT16_MAX);
     const int status = fi_row_store(f, row, text, length);
     if (status != FI_SUCCESS) return status;
+    f->rows[row].after_newline = 0;
     fi_justify_row(f, row);
     return FI_SUCCESS;
 }

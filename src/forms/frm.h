@@ -2,7 +2,7 @@
 //
 // All numbers are little-endian, nothing is padded, and no record tells its length: a file can only be read in order.
 // What reads is frmread.cpp (head, lists of gadgets, what all types have) and frmtypes.cpp (the types' own parts); what
-// writes is the program frmc, data-tools/frmc.
+// writes is the program frmc, data-tools/forms.
 #pragma once
 
 #include <cstddef>

@@ -8,8 +8,7 @@
 #include "forms/frmdata.h"
 #include "support/memory.h"
 
-// ---- items
-// -----------------------------------------------------------------------------------------------------------
+// ---- items ---------------------------------------------------------------------------------------------------------
 
 bool frm_fail(frm_reader* r, int status) {
     if (r->status == FI_SUCCESS) r->status = status;
@@ -97,8 +96,7 @@ void frm_string(frm_reader* r, char** place) {
     *place = text;
 }
 
-// ---- labels
-// ----------------------------------------------------------------------------------------------------------
+// ---- labels --------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -133,8 +131,7 @@ bool note_label(frm_reader* r, int32_t label) {
     return true;
 }
 
-// ---- the record of a gadget
-// ------------------------------------------------------------------------------------------
+// ---- the record of a gadget ----------------------------------------------------------------------------------------
 
 constexpr size_t OLD_HEAD = 20; // two doubles and a word that mean nothing any more
 
@@ -204,8 +201,7 @@ void read_gadget(frm_reader* r, FI_gadget* g) {
     if (frm_good(r)) frm_type_part(r, g);
 }
 
-// ---- groups and entries
-// ----------------------------------------------------------------------------------------------
+// ---- groups and entries --------------------------------------------------------------------------------------------
 
 constexpr size_t SMALLEST_ENTRY = 6; // type, version and label of a member
 
@@ -257,8 +253,7 @@ bool frm_entry(frm_reader* r, frm_place place, FI_gadget* holder, FI_gadget** re
     return frm_good(r);
 }
 
-// ---- the head
-// --------------------------------------------------------------------------------------------------------
+// ---- the head ------------------------------------------------------------------------------------------------------
 
 namespace {
 

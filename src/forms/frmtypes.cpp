@@ -82,8 +82,7 @@ void read_scroll(frm_reader* r, FI_gadget* g) {
     s->low_value = frm_f64(r);
 }
 
-// ---- fields
-// ----------------------------------------------------------------------------------------------------------
+// ---- fields --------------------------------------------------------------------------------------------------------
 
 constexpr size_t SMALLEST_ROW = 4; // an empty text and the selection
 
@@ -141,8 +140,7 @@ void read_field(frm_reader* r, FI_gadget* g) {
     if (frm_good(r) && fi_rows_from_defaults(f) != FI_SUCCESS) frm_fail(r, FI_NO_MEMORY);
 }
 
-// ---- multi-column fields
-// -----------------------------------------------------------------------------------------------
+// ---- multi-column fields -------------------------------------------------------------------------------------------
 
 // Columns in the group, in slot order without gaps.
 int columns_of(const FI_group* group) {

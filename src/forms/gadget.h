@@ -137,8 +137,7 @@ using FI_verify = int (*)(const char* text, int field_type);
 // Any routine, for tables that are filled by number.
 using FI_routine = void (*)();
 
-// ---- parts
-// -----------------------------------------------------------------------------------------------------------
+// ---- parts ---------------------------------------------------------------------------------------------------------
 
 // One symbol of a gadget (symbols.h).
 struct FI_face {

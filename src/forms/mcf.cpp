@@ -65,8 +65,7 @@ void fi_mcf_sync_rows(fi_mcf* m, const fi_field* column) {
     }
 }
 
-// ---- as gadgets
-// ------------------------------------------------------------------------------------------------------
+// ---- as gadgets ----------------------------------------------------------------------------------------------------
 
 int fi_mcf_put_text(FI_gadget* g, const char* text) {
     fi_field* column = fi_mcf_current(fi_as<fi_mcf>(g));

@@ -37,6 +37,7 @@ void fi_mcf_drop_column(FI_gadget* column);      // it is about to be deleted: t
 // ---- mcfinput.cpp --------------------------------------------------------------------------------------------------
 
 void fi_mcf_scroll_cols(fi_mcf* m, double value); // by what the horizontal bar reports. Calls out
+int fi_mcf_column_of(double value);               // that a value of the bar, no command, asks for
 
 // ---- slots of the table
 void fi_mcf_draw(FI_gadget* g, int window);

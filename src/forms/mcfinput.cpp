@@ -41,7 +41,7 @@ int wanted_first(const fi_mcf* m, double value) {
     case FI_SCROLL_PAGE_FORWARD: return std::min(first + page, std::max(last_first_col(m), first));
     case FI_SCROLL_TO_LOW: return 0;
     case FI_SCROLL_TO_HIGH: return std::max(last_first_col(m), first);
-    default: return std::min(static_cast<int>(std::clamp(value, 0.0, 65535.0) + 0.05), last_first_col(m));
+    default: return std::min(fi_mcf_column_of(value), last_first_col(m));
     }
 }
 
@@ -59,6 +59,10 @@ bool go_to_column(fi_mcf* m, int first) {
 }
 
 } // namespace
+
+int fi_mcf_column_of(double value) {
+    return static_cast<int>(std::clamp(value, 0.0, 65535.0) + 0.05);
+}
 
 void fi_mcf_scroll_cols(fi_mcf* m, double value) {
     if (!std::isnan(value)) go_to_column(m, wanted_first(m, value));

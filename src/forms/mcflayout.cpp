@@ -139,7 +139,10 @@ void fi_mcf_update_bars(fi_mcf* m) {
     const bool all_seen = m->visible_cols >= m->num_cols;
     const double share = all_seen ? 1.0 : static_cast<double>(m->visible_cols) / m->num_cols - SHORTER;
     const int high = std::max(m->num_cols - m->visible_cols, 0);
-    fi_scroll_set_view(m->hort_scroll, std::max(share, 0.0), high, std::min<int>(m->first_col, high));
+    // A thumb that is dragged keeps its place between two columns.
+    FI_gadget* bar = m->hort_scroll;
+    const bool stays = fi_mcf_column_of(bar->value) == m->first_col && bar->value <= high;
+    fi_scroll_set_view(bar, std::max(share, 0.0), high, stays ? bar->value : std::min<int>(m->first_col, high));
 }
 
 void fi_mcf_refit(fi_mcf* m) {

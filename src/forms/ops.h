@@ -10,11 +10,12 @@
 //               members, single select, size of a group; labels.cpp; hold.cpp safety against deletion
 //   file        frmread.cpp head and gadgets, frmtypes.cpp the types' parts, fieldrows.cpp rows of fields
 //   what it asks for   env.cpp tables; paths.cpp, fonts.cpp, symbols.cpp, colors.cpp, keys.cpp what stands behind them
-//   drawing     surface.cpp windows, clip and colour for gadgets; bevel.cpp edges and hatches; drawtext.cpp texts
-//   types       types.cpp the table; button.cpp, toggle.cpp, checklist.cpp, text.cpp, static.cpp (symbol, line,
-//               rectangle, bevel), scroll.cpp their drawing, scaling, activation and press; range.cpp values in ranges
+//   drawing     surface.cpp windows, clip and colour for gadgets; edges.cpp bevels and hatches; drawtext.cpp texts
+//   types       types.cpp the table; button.cpp, toggle.cpp, checklist.cpp, faces.cpp what these three share; text.cpp,
+//               static.cpp (symbol, line, rectangle, bevel), slider.cpp, dial.cpp, numeric.cpp what these two share,
+//               bar.cpp, scroll.cpp: their drawing, scaling, activation and press; range.cpp values in ranges
 //   fields      fields.h and mcf.h begin with tours of fields and of tables
-//   show        show.cpp draws, erases, enables, highlights and resets any gadget; formdraw.cpp draws a form
+//   show        show.cpp draws, erases, enables, highlights and resets any gadget; formshow.cpp draws a form
 //   events      dispatch.cpp what an event means; press.cpp a press on a form, completion; link.cpp values that travel;
 //               sequence.cpp the keyboard; track.cpp loops that follow the mouse
 //   calls       FI_*.cpp, FIf_*.cpp, FIg_*.cpp: forms.h, a file a theme
@@ -33,12 +34,11 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "forms/form.h"
+#include "forms/forms.h"
 #include "forms/hold.h"
 #include "forms/state.h"
 
-// ---- records
-// ---------------------------------------------------------------------------------------------------------
+// ---- records -------------------------------------------------------------------------------------------------------
 
 // Invariants are checked in sanitizer builds.
 #if defined(__SANITIZE_ADDRESS__)
@@ -94,8 +94,7 @@ inline bool fi_has(const FI_gadget* g, uint32_t attributes) {
     return (g->attr_mask & attributes) != 0;
 }
 
-// ---- the table
-// -------------------------------------------------------------------------------------------------------
+// ---- the table -----------------------------------------------------------------------------------------------------
 
 constexpr int FI_MAX_PARTS = 5; // private gadgets that one gadget can have
 
@@ -161,8 +160,7 @@ inline const fi_gadget_ops& fi_ops(const FI_gadget* g) {
     return fi_types[g->type];
 }
 
-// ---- records.cpp
-// -----------------------------------------------------------------------------------------------------
+// ---- records.cpp ---------------------------------------------------------------------------------------------------
 
 extern char fi_empty_text[1];
 char* fi_string_dup(const char* text); // null without memory
@@ -190,8 +188,7 @@ template <typename F> void fi_each_part(FI_gadget* g, F act) {
         act(parts[i]);
 }
 
-// ---- groups.cpp
-// ------------------------------------------------------------------------------------------------------
+// ---- groups.cpp ----------------------------------------------------------------------------------------------------
 
 // The next member at or behind slot *at, or null; *at is then behind it. The walk goes on safely when members go.
 FI_gadget* fi_next_member(const FI_group* group, int* at);
@@ -208,8 +205,7 @@ int fi_group_room(FI_group* group, int slots);           // makes sure of that m
 void fi_single_select(FI_gadget* gadget);                // has been set on: sets the others off
 fi_box fi_group_size(const FI_group* group);
 
-// ---- labels.cpp
-// ------------------------------------------------------------------------------------------------------
+// ---- labels.cpp ----------------------------------------------------------------------------------------------------
 
 FI_gadget* fi_find_gadget(const FI_form* form, int label); // null when there is none. 0: the root group
 FI_group* fi_find_group(const FI_form* form, int label);   // null, also when it is no group
@@ -226,9 +222,14 @@ template <typename F> int fi_pass_on(FI_gadget* g, F act) {
     if (fi_as_group(g)->no_pass_on == 0) fi_each_member(fi_as_group(g), [&](FI_gadget* m) { fi_pass_on(m, act); });
     return 0;
 }
-// The same for the gadget of a label.
-template <typename F> int fi_pass_on(FI_form* form, int label, F act) {
+// The same for the gadget of a label, if what is passed on is allowed; else FI_INVALID_ARGUMENT, once it is known that
+// form and gadget exist.
+template <typename F> int fi_pass_on(FI_form* form, int label, bool allowed, F act) {
     FI_gadget* g = nullptr;
     const int status = fi_lookup(form, label, &g);
-    return status != 0 ? status : fi_pass_on(g, act);
+    if (status != 0) return status;
+    return allowed ? fi_pass_on(g, act) : int{FI_INVALID_ARGUMENT};
+}
+template <typename F> int fi_pass_on(FI_form* form, int label, F act) {
+    return fi_pass_on(form, label, true, act);
 }

@@ -130,8 +130,7 @@ int fi_scroll_parts(const FI_gadget* g, FI_gadget** parts) {
     return collect(parts, s->thumb, s->arrows[0], s->arrows[1], s->arrows[2], s->arrows[3]);
 }
 
-// ---- fields
-// ----------------------------------------------------------------------------------------------------------
+// ---- fields --------------------------------------------------------------------------------------------------------
 
 int fi_field_init(FI_gadget* g) {
     auto* f = fi_as<fi_field>(g);

@@ -9,8 +9,7 @@
 #include "forms/surface.h"
 #include "tools/events.h"
 
-// ---- what is hit
-// -------------------------------------------------------------------------------------------------------
+// ---- what is hit ---------------------------------------------------------------------------------------------------
 
 bool fi_hits_rect(const FI_gadget* g, int x, int y) {
     const auto fx = static_cast<float>(x);
@@ -51,8 +50,7 @@ FI_gadget* fi_gadget_at(FI_form* form, int x, int y) {
     return g != nullptr && fi_ops(g).part_at != nullptr ? fi_ops(g).part_at(g, x, y) : g;
 }
 
-// ---- what is told
-// ------------------------------------------------------------------------------------------------------
+// ---- what is told --------------------------------------------------------------------------------------------------
 
 void fi_notify(FI_gadget* g, double value) {
     FI_form* form = g->form;
@@ -92,8 +90,7 @@ void fi_run_hooks(FI_gadget* g) {
     run_hook(hold, g, FI_CMD_STRING, STRING_COMMAND);
 }
 
-// ---- a press
-// -----------------------------------------------------------------------------------------------------------
+// ---- a press -------------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -51,8 +51,7 @@ double fi_turned(const FI_gadget* g, double value) {
     return (s->display_mask & FI_REVERSED) != 0 ? fi_reverse(s, value) : value;
 }
 
-// ---- numbers of sliders and dials
-// -----------------------------------------------------------------------------------
+// ---- numbers of sliders and dials ----------------------------------------------------------------------------------
 
 fi_counting fi_counting_of(const FI_gadget* g) {
     if (g->type == FI_SLIDER) {

@@ -32,8 +32,7 @@ void fi_start_input(FI_gadget* g, bool forward, int from_label);
 void fi_go_on(FI_gadget* g, fi_leave leave);
 bool fi_takes_input(const FI_gadget* g); // shown, enabled, and with an input() or key()
 
-// ---- waiting, for all loops that take keys
-// -----------------------------------------------------------------------------
+// ---- waiting, for all loops that take keys -------------------------------------------------------------------------
 
 enum class fi_came : uint8_t {
     key,    // a key event waits

@@ -128,8 +128,7 @@ int fi_face_height(const FI_face* face, float y_scale) {
     return scaled(face->total_height, y_scale);
 }
 
-// ---- scaling
-// ---------------------------------------------------------------------------------------------------------
+// ---- scaling -------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -192,7 +191,7 @@ axis scale_axis(int pixels, float factor) {
 // Growing factors fall until the bitmap is of a size that the display layer draws well.
 void limit_factors(const FI_face* face, float* fx, float* fy) {
     const auto need = [&] {
-        return *fy * (*fx * static_cast<float>(face->width) + 7) * static_cast<float>(face->height) * 0.125F + 1;
+        return *fy * (*fx * static_cast<float>(face->width) + 7) * static_cast<float>(face->height) * 0.125F;
     };
     while ((*fx >= 1.0F || *fy >= 1.0F) && need() >= LARGEST_BITMAP) {
         if (*fx >= 1.0F) *fx -= LESS;

@@ -232,8 +232,7 @@ void remove_stale(const replacement* r) {
     closedir(directory);
 }
 
-// ---- making the new content
-// ------------------------------------------------------------------------------------------
+// ---- making the new content ----------------------------------------------------------------------------------------
 
 // Who may read and write the old content may read and write the new, and nobody else: where the group can't be kept,
 // another gets what all have. Set-id bits are for the program that stood there.
@@ -330,8 +329,7 @@ bool begin(replace_set* set, const char* target, bool only_new, char* fresh, siz
     return false;
 }
 
-// ---- taking the target's place
-// ---------------------------------------------------------------------------------------
+// ---- taking the target's place -------------------------------------------------------------------------------------
 
 // Some file systems have no such call for what is open; that is no failure of the disk.
 bool to_disk(int fd) {

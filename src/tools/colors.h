@@ -60,7 +60,7 @@ extern bool rgb_window_ready;
 int RGB_init(int screen, int planes);
 
 // The gamma with which the next RGB_init() makes the pipelines of 8 planes and more show pictures that are linear in
-// light; 2.05 at the start.
+// light; 2.05 at the start. What is no number above 0 is left out.
 void RGB_set_gamma(double gamma);
 
 // The dithered pixel at a place, and the pixel without dither: a slot, or red | green << 8 | blue << 16. 0 before

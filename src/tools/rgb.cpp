@@ -249,7 +249,7 @@ int RGB_init(int /*screen*/, int planes) {
 }
 
 void RGB_set_gamma(double gamma) {
-    rgb.gamma = gamma;
+    if (std::isfinite(gamma) && gamma > 0) rgb.gamma = gamma;
 }
 
 void rgb_end() {

@@ -92,6 +92,9 @@ TEST_F(Faces, SymbolsGrowAndShrinkInARhythm) {
     std::vector<uint8_t> large(32 * 250, 0xFF);
     face.bits = large.data();
     EXPECT_EQ(drawn(1000, 1000).size(), 70U);
+    // One that takes 32718 bytes isn't.
+    std::fill(large.begin(), large.end(), uint8_t{0x55});
+    EXPECT_EQ(drawn(4.15997F, 1).substr(0, 26), "####....####....####.....#");
 }
 
 TEST_F(Faces, NearlyUnscaledSymbolsAreDrawnAsTheyAre) {

@@ -219,6 +219,14 @@ TEST_F(Fields, RowsAndLimits) {
         back += text;
     }
     EXPECT_EQ(back, "one twothree\nfour");
+    // A row that came from two is put behind a newline, until it gets another text.
+    FI_form* joined = show({"a|b|c", FI_INSERT, FI_ALPHA, FI_WRAP | FI_HORT_SCROLL, 3, 0, 9, 3, ""});
+    type(joined, 1, 1, "<del>");
+    for (const char* expected : {"a\n", "a"}) {
+        FIfld_get_text(joined, LABEL, 0, 0, sizeof text, text, nullptr, nullptr);
+        EXPECT_STREQ(text, expected);
+        FIfld_set_text(joined, LABEL, 1, 0, "d", 0);
+    }
     // A field too narrow for anything still takes a character a row.
     FI_form* narrow = show({"", FI_INSERT, FI_ALPHA, FI_WRAP, 4, 1, 1, 3, ""});
     FIfld_set_text(narrow, LABEL, 0, 0, "abc", 0);
@@ -455,6 +463,7 @@ protected:
     }
     static std::vector<std::function<void()>> keys(const std::vector<std::string>& names) {
         std::vector<std::function<void()>> all;
+        all.reserve(names.size());
         for (const std::string& name : names)
             all.emplace_back([=] { press(name); });
         return all;
@@ -540,6 +549,10 @@ TEST_F(Tables, RowsAndColumns) {
     EXPECT_EQ(FIfld_set_text(form, 13, 0, 6, "x", 0), FI_INVALID_COLUMN);
     EXPECT_EQ(cell(form, 13, 0, 1), "C0");
     EXPECT_EQ(FIg_add_to_group(form, 121, 0), FI_INVALID_GADGET_TYPE);
+    // The thumb stays where the press has put it, and a column that is drawn by itself stays off the bar.
+    const fi_box slide = fi_rect_of(upper->hort_scroll);
+    click(form, slide.x1 + (slide.x2 - slide.x1) / 3, (slide.y1 + slide.y2) / 2);
+    FIfld_set_mode(form, 13, upper->first_col, FI_APPEND);
     const std::vector<uint8_t> drawn = picture(form);
     fi_redraw_area(form, 0, 0, fi_form_width(form), fi_form_height(form));
     EXPECT_EQ(difference(form, picture(form), drawn), "");

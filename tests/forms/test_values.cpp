@@ -288,6 +288,14 @@ TEST_F(Values, Statuses) {
         {"digits of a button", FIg_set_digits(form, 11, 15, 0), FI_INVALID_GADGET_TYPE},
         {"increment of a button", FIg_set_increment(form, 11, 1), FI_INVALID_GADGET_TYPE},
         {"limit of a button", FIg_set_high_value(form, 11, 1), FI_INVALID_GADGET_TYPE},
+        {"weight below 0 of none", FIg_set_line_weight(form, 99, -1), FI_NO_SUCH_GADGET},
+        {"no number for none", FIg_set_value(form, 99, NAN), FI_NO_SUCH_GADGET},
+        {"no limit for none", FIg_set_high_value(form, 99, NAN), FI_NO_SUCH_GADGET},
+        {"no increment for none", FIg_set_increment(form, 99, INFINITY), FI_NO_SUCH_GADGET},
+        {"direction 300 of none", FIg_set_orientation(form, 99, 300), FI_NO_SUCH_GADGET},
+        {"display -1 of none", FIg_set_display(form, 99, -1), FI_NO_SUCH_GADGET},
+        {"display -1", FIg_set_display(form, 11, -1), FI_INVALID_ARGUMENT},
+        {"colour 300 of no form", FIf_set_color(gone, 300), FI_NO_SUCH_FORM},
         {"on text of a button", FIg_set_on_text(form, 11, "x"), FI_INVALID_GADGET_TYPE},
         {"on text of a toggle", FIg_set_on_text(form, 13, "x"), FI_SUCCESS},
         {"pop-up of a toggle", FIbtn_set_auto_pop_up_on(form, 13), FI_INVALID_GADGET_TYPE},
@@ -318,6 +326,8 @@ TEST_F(Values, Statuses) {
         FIg_new(form, FI_DIAL, 50);
         EXPECT_EQ(FIg_set_increment(form, 50, given), FI_SUCCESS);
         EXPECT_EQ(fi_as<fi_dial>(fi_find_gadget(form, 50))->increment, static_cast<float>(kept));
+        EXPECT_EQ(FIg_set_orientation(form, 50, 200), FI_SUCCESS); // which isn't below 0, in any number of bits
+        EXPECT_EQ(fi_as<fi_dial>(fi_find_gadget(form, 50))->direction, 1);
     }
 }
 

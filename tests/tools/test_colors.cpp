@@ -149,7 +149,7 @@ TEST_F(Colors, TheCellsOfADitherAddUpToTheColour) {
             sum[1] += slot / 6 % 6;
             sum[2] += slot % 6;
         }
-        const auto expected = [](int v) { return int(std::pow(v / 255.0, 1 / 2.05) * 80 + 0.5); };
+        const auto expected = [](int v) { return int(std::lround(std::pow(v / 255.0, 1 / 2.05) * 80)); };
         EXPECT_EQ(sum[0], expected(i));
         EXPECT_EQ(sum[1], expected(255 - i));
         EXPECT_EQ(sum[2], expected(7));
@@ -177,9 +177,12 @@ TEST_F(Colors, TheCellsOfADitherAddUpToTheColour) {
     EXPECT_EQ(color_of(0x0A0B0C), (values{8, 8, 8}));
 
     start(24);
+    for (const double none : {0.0, -2.2, double{NAN}, double{INFINITY}})
+        RGB_set_gamma(none);
     ASSERT_EQ(RGB_init(0, 24), 24);
     EXPECT_EQ(rgb_dither_pixel(1, 2, 0, 255, 100), rgb_plain_pixel(0, 255, 100));
-    EXPECT_EQ(rgb_plain_pixel(0, 255, 100), 255u << 8 | uint32_t(std::pow(100 / 255.0, 1 / 2.05) * 255 + 0.5) << 16);
+    EXPECT_EQ(rgb_plain_pixel(0, 255, 100), 255u << 8 | uint32_t(std::lround(std::pow(100 / 255.0, 1 / 2.05) * 255))
+                                                            << 16);
 }
 
 // Rows of bytes as pixels: each must be what the single pixel function says, for a covered window, at each depth, in

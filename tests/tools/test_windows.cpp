@@ -78,8 +78,10 @@ TEST_F(Windows, TheGivenRectangleIsTheClientAreaWhateverIsAroundIt) {
         ASSERT_EQ(Create_win_flags(kind.flags, 0, "Title", 50, 60, 149, 139, &n), 0);
         EXPECT_EQ(region(n), "50,60,149,139") << kind.flags;
         const canvas_box outer = desk_outer(window_find(n)->handle);
-        EXPECT_EQ(outer.x1, 50 - kind.left) << kind.flags;
-        EXPECT_EQ(outer.y1, 60 - kind.top) << kind.flags;
+        const int edge = kind.left; // that of three sides
+        EXPECT_EQ((values{outer.x1, outer.y1, outer.x2, outer.y2}),
+                  (values{50 - edge, 60 - kind.top, 150 + edge, 140 + edge}))
+            << kind.flags;
         Modify_win(n, 70, 80, 99, 99);
         EXPECT_EQ(region(n), "70,80,99,99") << kind.flags;
         Delete_win(n);
@@ -156,7 +158,9 @@ TEST_F(Windows, TheCursorIsEachWindowsOwn) {
         call(w);
         EXPECT_EQ(headless_cursor(), shown);
     }
+    busycursor(w);
     const int cover = open(55, 55, 65, 65);
+    EXPECT_EQ(headless_cursor(), host_cursor::arrow) << "without any move of the mouse";
     Mouse_position(w, &x, &y, &inside);
     EXPECT_EQ(x * 100 + y * 10 + inside, 1100);
     Mouse_win_position(&n, &x, &y, &inside);

@@ -3,7 +3,7 @@
 #include "platform/window/deskdata.h"
 #include "platform/window/glyphs.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace {
 
@@ -143,10 +143,10 @@ void menu_key(const host_event* event) {
 void desk_open_menu(desk_window* w, canvas_point at, bool above) {
     const int width = scaled(MENU_WIDTH);
     const int height = scaled(MENU_HEIGHT);
-    if (above) at.y -= height;
+    if (above) at.y = at.y >= height ? at.y - height : w->outer.y2; // below where there is no room above
     const canvas_box frame = bitmap_box(&screen.frame);
-    if (at.x + width > frame.x2) at.x = frame.x2 - width;
-    if (at.y + height > frame.y2) at.y = frame.y2 - height;
+    at.x = std::max(std::min(at.x, frame.x2 - width), 0);
+    at.y = std::max(std::min(at.y, frame.y2 - height), 0);
     desk_window* window =
         desk_create(DESK_POPUP | DESK_TOPMOST, -1, nullptr, {at.x, at.y, at.x + width, at.y + height});
     if (window == nullptr) return;

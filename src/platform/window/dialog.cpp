@@ -20,8 +20,10 @@ constexpr int BUTTON_GAP = 10;
 constexpr int LINE_HEIGHT = 16;
 constexpr int MOST_TEXT_WIDTH = 420;
 constexpr int LEAST_WIDTH = 200;
+constexpr int LEAST_TEXT_WIDTH = 60;
 
-constexpr int MOST_LINES = 40;
+constexpr int MOST_LINES = 100;
+constexpr uint32_t STYLE = DESK_POPUP | DESK_SAVE_UNDER | DESK_DIALOG_FRAME | DESK_CAPTION;
 
 const glyph_face* face(glyph_style style) {
     return glyphs_face(style, desk.metrics.factor);
@@ -46,22 +48,13 @@ struct box_state {
 };
 
 // The first line of the text: up to a newline, or wrapped at a blank, or where the width ends.
-text_line first_line(const char* text) {
+text_line first_line(const char* text, int width) {
     const int end = int(strcspn(text, "\n"));
-    int length = std::min(end, glyphs_that_fit(face(glyph_style::normal), text, scaled(MOST_TEXT_WIDTH)));
+    int length = std::min(end, glyphs_that_fit(face(glyph_style::normal), text, width));
     if (length == end) return {text, length};
     for (int i = length; i > 0; --i)
         if (text[i] == ' ') return {text, i};
     return {text, std::max(length, 1)};
-}
-
-void break_lines(box_state* box, const char* text) {
-    while (*text != 0 && box->line_count < MOST_LINES) {
-        const text_line line = first_line(text);
-        box->lines[box->line_count++] = line;
-        text += line.length;
-        if (*text == '\n' || *text == ' ') ++text;
-    }
 }
 
 int text_width(const box_state* box) {
@@ -75,13 +68,49 @@ int text_left(const box_state* box) {
     return scaled(box->icon == dialog_icon::none ? MARGIN : 2 * MARGIN + ICON_SIDE);
 }
 
+int height_of(const box_state* box, int lines) {
+    const int content = std::max(box->icon == dialog_icon::none ? 0 : ICON_SIDE, lines * LINE_HEIGHT);
+    return scaled(MARGIN + content + MARGIN + BUTTON_HEIGHT + MARGIN - 2);
+}
+
+// The room that the box has at most: its client area in a frame of the size of the screen.
+canvas_box room_for_box() {
+    return desk_client_of(STYLE, bitmap_box(&screen.frame));
+}
+
+int most_text_width(const box_state* box) {
+    const canvas_box room = room_for_box();
+    const int width = room.x2 - room.x1 - text_left(box) - scaled(MARGIN + 6);
+    return std::clamp(width, scaled(LEAST_TEXT_WIDTH), scaled(MOST_TEXT_WIDTH));
+}
+
+int most_lines(const box_state* box) {
+    const canvas_box room = room_for_box();
+    int lines = MOST_LINES;
+    while (lines > 2 && height_of(box, lines) > room.y2 - room.y1)
+        --lines;
+    return lines;
+}
+
+// A text that is too long for the screen ends with a line that says so.
+void break_lines(box_state* box, const char* text) {
+    const int width = most_text_width(box);
+    const int most = most_lines(box);
+    while (*text != 0 && box->line_count < most) {
+        const text_line line = first_line(text, width);
+        box->lines[box->line_count++] = line;
+        text += line.length;
+        if (*text == '\n' || *text == ' ') ++text;
+    }
+    if (*text != 0) box->lines[most - 1] = {"...", 3};
+}
+
 void measure(box_state* box, const char* title) {
     const int buttons = box->buttons * BUTTON_WIDTH + (box->buttons - 1) * BUTTON_GAP;
     const int caption = glyphs_width(face(glyph_style::bold), title, int(strlen(title))) + scaled(30);
     box->width = std::max({text_left(box) + text_width(box) + scaled(MARGIN + 6), scaled(buttons + 4 * MARGIN),
                            std::min(caption, scaled(MOST_TEXT_WIDTH)), scaled(LEAST_WIDTH)});
-    const int content = std::max(box->icon == dialog_icon::none ? 0 : ICON_SIDE, box->line_count * LINE_HEIGHT);
-    box->height = scaled(MARGIN + content + MARGIN + BUTTON_HEIGHT + MARGIN - 2);
+    box->height = height_of(box, box->line_count);
 }
 
 canvas_box button_box(const box_state* box, int button) {
@@ -288,10 +317,9 @@ void handle(box_state* box, const desk_message* m) {
 
 bool open_box(box_state* box, const char* title) {
     measure(box, title);
-    const canvas_box frame = bitmap_box(&screen.frame);
-    const int x = std::max(0, (frame.x2 - box->width) / 2);
-    const int y = std::max(0, (frame.y2 - box->height) * 2 / 5);
-    constexpr uint32_t STYLE = DESK_POPUP | DESK_SAVE_UNDER | DESK_DIALOG_FRAME | DESK_CAPTION;
+    const canvas_box room = room_for_box();
+    const int x = std::max(room.x1, (screen.frame.width - box->width) / 2);
+    const int y = std::max(room.y1, (screen.frame.height - box->height) * 2 / 5);
     box->window = desk_create(STYLE, -1, title, desk_outer_of(STYLE, {x, y, x + box->width, y + box->height}));
     return box->window != nullptr;
 }

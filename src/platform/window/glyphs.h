@@ -23,6 +23,9 @@ struct glyph_face {
 enum class glyph_style : uint8_t { normal, bold, small };
 constexpr int GLYPH_FACES = 3;
 
+extern const glyph_face glyphs_usual[GLYPH_FACES]; // by style
+extern const glyph_face glyphs_double[GLYPH_FACES];
+
 // The face in the size for a desk that is drawn so many times as large.
 const glyph_face* glyphs_face(glyph_style style, int factor);
 

@@ -23,6 +23,10 @@ void draw_glyph(canvas* c, const glyph* g, int x, int y, canvas_color color) {
 
 } // namespace
 
+const glyph_face* glyphs_face(glyph_style style, int factor) {
+    return &(factor > 1 ? glyphs_double : glyphs_usual)[int(style)];
+}
+
 int glyphs_width(const glyph_face* face, const char* text, int length) {
     int width = 0;
     for (int i = 0; i < length; ++i)

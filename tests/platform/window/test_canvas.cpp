@@ -22,10 +22,10 @@ struct twin {
                y < clip.y2;
     }
     void set(int x, int y, uint32_t pixel) {
-        if (can_draw(x, y)) pixels[size_t(y * WIDTH + x)] = pixel;
+        if (can_draw(x, y)) pixels[size_t(y) * WIDTH + size_t(x)] = pixel;
     }
     uint32_t get(int x, int y) const {
-        return x < 0 || y < 0 || x >= WIDTH || y >= HEIGHT ? 0 : pixels[size_t(y * WIDTH + x)];
+        return x < 0 || y < 0 || x >= WIDTH || y >= HEIGHT ? 0 : pixels[size_t(y) * WIDTH + size_t(x)];
     }
 };
 
@@ -64,7 +64,7 @@ void mask_both(canvas* c, twin* t, random_numbers* r) {
     const int y = r->next(-30, HEIGHT);
     const int width = r->next(1, 40);
     const int height = r->next(1, 20);
-    const size_t stride = size_t((width + 15) / 16 * 2);
+    const size_t stride = size_t(width + 15) / 16 * 2;
     std::vector<uint8_t> bits(stride * size_t(height));
     for (uint8_t& b : bits)
         b = uint8_t(r->next(0, 255));

@@ -175,20 +175,6 @@ TEST_F(desk_test, ScrollMovesChildrenAndNotPopups) {
 
 // ---- frames ---------------------------------------------------------------------------------------------------------
 
-TEST_F(desk_test, OuterAndClientFitEachOther) {
-    const desk_metrics* m = desk_sizes();
-    const canvas_box client = {50, 60, 150, 160};
-    const canvas_box full = desk_outer_of(FULL_STYLE, client);
-    EXPECT_EQ(full, (canvas_box{50 - m->frame_width, 60 - m->frame_height - m->caption_height + 1, 150 + m->frame_width,
-                                160 + m->frame_height}));
-    EXPECT_EQ(desk_outer_of(DESK_NARROW_CAPTION, client), (canvas_box{50, 49, 150, 160}));
-    for (const uint32_t style : {0u, FULL_STYLE, DESK_DIALOG_FRAME, DESK_THICK_FRAME | DESK_NARROW_CAPTION}) {
-        desk_window* w = open(style, 1, client);
-        EXPECT_EQ((values{desk_client(w), canvas_width(desk_canvas(w))}), (values{client, 100}));
-        EXPECT_EQ(desk_outer(w), desk_outer_of(style, client));
-    }
-}
-
 TEST_F(desk_test, CaptionDragMovesAndTellsOnce) {
     desk_window* w = opened(FULL_STYLE, 1, {50, 60, 200, 160});
     hold(120, 45);
@@ -376,6 +362,12 @@ TEST_F(desk_test, WindowMenuClosesAndStates) {
     headless_key(host_key::escape, 0, 0);
     pump();
     EXPECT_EQ(find(desk_kind::key), nullptr);
+    // All of it is on the screen, wherever the icon stands.
+    do_drag(10, 290, 10, 10);
+    headless_advance(1000);
+    click(10, 10);
+    EXPECT_NE(desk_window_at(20, desk_outer(w).y2 + 50), desk_main()) << "below it";
+    headless_key(host_key::escape, 0, 0);
     desk_set_state(w, host_state::restored);
     pump();
     forget();
@@ -435,21 +427,6 @@ TEST_F(desk_test, MouseGoesToTheWindowSeenThereAndRaisesFramedOnes) {
     EXPECT_EQ(desk_capture(), nullptr);
 }
 
-TEST_F(desk_test, WheelGoesToTheWindowUnderThePointer) {
-    opened(0, 4, {50, 50, 90, 90});
-    host_event event = {};
-    event.kind = host_event_kind::wheel;
-    event.wheel = -3;
-    for (const int x : {60, 10}) {
-        event.x = event.y = x;
-        headless_post(&event);
-    }
-    forget();
-    pump();
-    EXPECT_EQ(int(messages.at(0).value), -3);
-    EXPECT_EQ(take_mouse(), "4:10,10 0:10,10 ");
-}
-
 TEST_F(desk_test, MovesMergeAndButtonsAreSeenAhead) {
     opened(0, 1, {0, 0, 100, 100});
     EXPECT_FALSE(desk_mouse_waiting());
@@ -470,14 +447,14 @@ TEST_F(desk_test, MovesMergeAndButtonsAreSeenAhead) {
 TEST_F(desk_test, KeysGiveControlCharactersAndText) {
     const struct {
         host_key key;
-        uint32_t character;
         uint8_t modifiers;
+        uint32_t character;
         int control; // -1: none
     } rows[] = {{host_key::enter, 0, 0, 13},       {host_key::backspace, 0, 0, 8},
                 {host_key::tab, 0, 0, 9},          {host_key::escape, 0, 0, 27},
-                {host_key::remove, 0, 0, -1},      {host_key::character, 'c', HOST_CTRL, 3},
-                {host_key::character, 'c', 0, -1}, {host_key::character, 'q', HOST_CTRL | HOST_ALT, -1},
-                {host_key::home, 0, HOST_CTRL, -1}};
+                {host_key::remove, 0, 0, -1},      {host_key::character, HOST_CTRL, 'c', 3},
+                {host_key::character, 0, 'c', -1}, {host_key::character, HOST_CTRL | HOST_ALT, 'q', -1},
+                {host_key::home, HOST_CTRL, 0, -1}};
     for (const auto& r : rows) {
         forget();
         headless_key(r.key, r.character, r.modifiers);
@@ -498,21 +475,6 @@ TEST_F(desk_test, KeysGiveControlCharactersAndText) {
     pump();
     ASSERT_EQ(messages.size(), 2u) << "no character of another set";
     EXPECT_EQ((values{messages[1].character, messages[1].window}), (values{0xE9u, desk_main()}));
-}
-
-TEST_F(desk_test, CursorIsThatOfTheWindowUnderThePointer) {
-    desk_window* w = open(0, 1, {0, 0, 100, 100});
-    move(50, 50);
-    desk_set_cursor(w, host_cursor::busy);
-    EXPECT_EQ(headless_cursor(), host_cursor::busy);
-    desk_window* over = open(0, 2, {40, 40, 60, 60});
-    EXPECT_EQ(headless_cursor(), host_cursor::arrow) << "without any move of the mouse";
-    desk_set_cursor(over, host_cursor::none);
-    EXPECT_EQ(headless_cursor(), host_cursor::none);
-    desk_warp(90, 90);
-    EXPECT_EQ((values{headless_cursor(), desk_pointer().x}), (values{host_cursor::busy, 90}));
-    EXPECT_FALSE(desk_in_client(over, 90, 90));
-    EXPECT_TRUE(desk_in_client(w, 90, 90));
 }
 
 // ---- messages -------------------------------------------------------------------------------------------------------

@@ -162,16 +162,21 @@ TEST_F(dialog_test, TextIsWrappedAndLongOnesFit) {
         text += "word" + std::to_string(i) + (i == 20 ? "\n\n" : " ");
     text += std::string(400, 'x'); // no blank to wrap at
     static canvas_box outer;
-    headless_on_idle(
-        [](void*) {
-            outer = desk_outer(desk_active());
-            headless_key(host_key::enter, 0, 0);
-            return true;
-        },
-        nullptr);
-    EXPECT_TRUE(dialog_message("T", text.c_str(), dialog_icon::none, dialog_buttons::ok));
-    EXPECT_LT(outer.x2 - outer.x1, 480);
-    EXPECT_GT(outer.y2 - outer.y1, 180);
+    for (const canvas_point size : {canvas_point{1024, 768}, {400, 300}, {320, 200}}) {
+        TearDown();
+        start(size.x, size.y, 24);
+        headless_on_idle(
+            [](void*) {
+                outer = desk_outer(desk_active());
+                headless_key(host_key::enter, 0, 0);
+                return true;
+            },
+            nullptr);
+        EXPECT_TRUE(dialog_message("T", text.c_str(), dialog_icon::stop, dialog_buttons::ok));
+        EXPECT_LE(outer.x2 - outer.x1, 520);
+        EXPECT_GT(outer.y2 - outer.y1, 180);
+        EXPECT_TRUE(outer.x1 >= 0 && outer.y1 >= 0 && outer.x2 <= size.x && outer.y2 <= size.y) << size.x;
+    }
 }
 
 TEST_F(dialog_test, WithoutADeskOrMemoryTheTextGoesToStandardError) {
