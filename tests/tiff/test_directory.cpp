@@ -118,6 +118,13 @@ TEST_F(Directory, WhatIsRefused) {
             EXPECT_EQ(open_status(grey(big, p, {row.entry})), row.status) << row.entry.tag;
     // Tables for more than a byte.
     EXPECT_EQ(open_status(grey(true, p, {{258, 3, {16}}, {291, 3, {1, 2, 3}}})), RZL_UNSUP_TIFF);
+    // Colours of fractions and of signed numbers; of one sample a pixel they are only values.
+    for (uint32_t kind : {1u, 2u, 3u, 4u}) {
+        const std::vector<hand_entry> colours = {
+            {258, 3, {8, 8, 8}}, {262, 3, {2}}, {277, 3, {3}}, {339, 3, {kind, kind, kind}}};
+        EXPECT_EQ(open_status(grey(true, p, colours)), kind == 1 || kind == 4 ? 0 : RZL_UNSUP_TIFF) << kind;
+        EXPECT_EQ(open_status(grey(true, p, {{339, 3, {kind}}})), 0u) << kind;
+    }
     for (uint32_t first : {0u, 7u, 0xFFFFFFF0u}) {
         hand_file f = grey(false, p);
         f.put32(4, first);

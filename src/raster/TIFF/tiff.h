@@ -65,6 +65,7 @@ enum tif_tags : uint16_t {
     TIF_TAG_TILE_LENGTH = 323,
     TIF_TAG_TILE_OFFSETS = 324,
     TIF_TAG_TILE_COUNTS = 325,
+    TIF_TAG_SAMPLE_FORMAT = 339,
     TIF_TAG_SMIN = 340,
     TIF_TAG_SMAX = 341,
     TIF_TAG_PACKETS = 33918,
@@ -153,6 +154,7 @@ struct tif_image {
     uint16_t samples_per_pixel, bits_per_sample[TIF_MAX_SAMPLES];
     uint16_t compression, predictor, photometric, planar_config, resolution_unit, orientation;
     uint16_t fill_order;     // tag 266; of CCITT data: 2, bit 0 of a byte comes first. Otherwise it is kept, no more
+    uint16_t sample_format;  // tag 339; 1 and 4: whole numbers from 0 on
     uint32_t fax_options;    // tag 292; bit 0: two-dimensional group 3
     uint32_t rows_per_strip; // TIF_NOT_GIVEN or 0: to be chosen
     uint32_t given_strips;   // entries that the directory tells of; used where rows_per_strip is missing

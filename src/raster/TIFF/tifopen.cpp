@@ -157,6 +157,12 @@ void take_packets(CFILE* c, const uint8_t* entry, tif_image* image) {
     image->packet_offset = tif_u32(spec, entry + 8);
 }
 
+// The first of a tag's numbers; 0 when it is none, or can't be read.
+uint16_t first_number(CFILE* c, const uint8_t* entry) {
+    uint32_t number = 0;
+    return tif_read_numbers(c, entry, &number, 1) > 0 && number <= UINT16_MAX ? static_cast<uint16_t>(number) : 0;
+}
+
 // What stands in the first place: sizes, layout, coding.
 bool take_entry(CFILE* c, tif_image* image, const uint8_t* entry) {
     const tif_spec* spec = tif_spec_of(c);
@@ -171,6 +177,7 @@ bool take_entry(CFILE* c, tif_image* image, const uint8_t* entry) {
     case TIF_TAG_SMAX: return read_limits(c, entry, image->max_sample) || fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     case TIF_TAG_REGISTERS: return read_registers(c, entry, image) || fails(c, RZL_READ_FAILED, SOURCE, "IFD");
     case TIF_TAG_PACKETS: take_packets(c, entry, image); return true;
+    case TIF_TAG_SAMPLE_FORMAT: image->sample_format = first_number(c, entry); return true;
     default: return true;
     }
 }
@@ -551,6 +558,9 @@ uint32_t judge_samples(const tif_image* image, const char** detail) {
         if (bits == 0 || bits > TIF_MAX_BITS) return RZL_UNSUP_TIFF;
         if (i < used && bits != tif_bits(image)) return RZL_UNSUP_TIFF;
     }
+    // Of one sample a pixel the values are the caller's to understand; colours of other numbers would be none.
+    *detail = "Tiff sample format";
+    if (image->samples_per_pixel > 1 && image->sample_format != 1 && image->sample_format != 4) return RZL_UNSUP_TIFF;
     *detail = "Tiff planar";
     return image->planar_config == 1 || image->planar_config == 2 ? 0 : RZL_UNSUP_TIFF;
 }
@@ -587,7 +597,7 @@ tif_image* tif_new_image() {
     image->compression = TIF_PLAIN;
     image->predictor = image->planar_config = image->resolution_unit = image->orientation = 1;
     image->photometric = TIF_BLACK_ZERO;
-    image->fill_order = 1;
+    image->fill_order = image->sample_format = 1;
     image->x_resolution[0] = image->y_resolution[0] = 72;
     image->x_resolution[1] = image->y_resolution[1] = 1;
     image->flags = TIF_IFD_DUE;
