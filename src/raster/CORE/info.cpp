@@ -154,8 +154,11 @@ int set_samples_or_bits(CFILE* c, int32_t v, int32_t limit, int32_t* target) {
 int set_vlt_bits(CFILE* c, const void* value) {
     int32_t bits = int_of(value);
     if (bits < 0 || bits > 16) return refuse_field(c, RZL_BAD_FIELD_VALUE, "rzl_set_hdr_data");
+    uint32_t before = c->vlt_bits;
     c->vlt_bits = static_cast<uint32_t>(bits);
-    return set_module_field(c, RZL_FIELD_VLT_BITS, value);
+    int result = set_module_field(c, RZL_FIELD_VLT_BITS, value);
+    if (result != 0) c->vlt_bits = before;
+    return result;
 }
 
 int set_image_count(CFILE* c, int32_t count) {
