@@ -499,4 +499,12 @@ TEST_F(Writing, CodedDataIsCopied) {
         EXPECT_EQ(rzl_finish(to), 0u);
         EXPECT_TRUE(read_library(file()) == s.p) << s.p.bits;
     }
+    CFILE* from = opened(rzl_open_wr(path("from.tif").c_str()));
+    CFILE* to = opened(rzl_open_w(file().c_str()));
+    for (CFILE* c : {from, to})
+        set_fields(c, {{500, 1}, {1, 5}, {2, 6}});
+    EXPECT_EQ(rzl_copy_data(from, to), 1);
+    EXPECT_EQ(status_of(from), RZL_READ_FAILED) << "no header, no strips";
+    rzl_close(from);
+    rzl_close(to);
 }
