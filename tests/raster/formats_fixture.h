@@ -351,6 +351,11 @@ protected:
             ASSERT_TRUE(line == part(all, static_cast<long>(step) * y, step)) << "line " << y;
         }
         EXPECT_TRUE(rzl_rewind(c) == 0 && c->line == 0);
+        // Runs are the file's own lines, which resampled ones are not.
+        int32_t size = 4 * (p.width + 2);
+        std::vector<uint8_t> runs(static_cast<size_t>(size));
+        const bool resampled = rzl_set_squetch(c, 3 * p.width, 1, 0) == 0;
+        EXPECT_TRUE(!resampled || refusal(c, rzl_get_rle_line(c, runs.data(), &size)) != 0);
         rzl_close(c);
     }
 };
