@@ -111,7 +111,7 @@ int set_use_board(CFILE* c, bool on) {
 }
 
 int set_keep_tables(CFILE* c, bool on) {
-    if (on && c->jpeg != nullptr) return (c->jpeg_flags & JPEG_BOARD_OPEN) != 0 ? refuse_board(c) : 1;
+    if (on && c->jpeg != nullptr) return refuse_board(c);
     c->jpeg_flags &= ~JPEG_KEEP_TABLES;
     return 0;
 }
