@@ -133,7 +133,9 @@ enum {
     RZL_FIELD_TILE_WIDTH = 100,
     RZL_FIELD_TILES_ACROSS = 101,
     RZL_FIELD_TILES_DOWN = 102,
-    RZL_FIELD_TILE_DIRECTORY = 103, /* int32_t[tiles] */
+    /* int32_t[tiles]: of a native file the bytes of each; with the top bit set it has none, and the rest is its colour
+     */
+    RZL_FIELD_TILE_DIRECTORY = 103,
     RZL_FIELD_TILE_HEIGHT = 104,
     RZL_FIELD_OVERVIEWS = 200,
     RZL_FIELD_OVERVIEW_VALUE = 201,

@@ -116,6 +116,9 @@ TEST_F(Writing, TilesOneByOne) {
     for (int coding : {1, 5, 32773}) {
         picture p = make_picture(48, 40, 3, 8);
         CFILE* c = new_tiff(file(), p, {{100, 32}, {501, coding}});
+        int32_t words[4] = {1, 1, 1, 1};
+        EXPECT_EQ(rzl_get_hdr_data(c, RZL_FIELD_TILE_DIRECTORY, words), 0);
+        EXPECT_EQ(words[3], 0) << "also before the header";
         EXPECT_EQ(rzl_write_header(c), 0);
         EXPECT_EQ(field_of(c, 101) * field_of(c, 102), 4);
         std::vector<bytes_of_file> planes(3, bytes_of_file(32 * 32));
@@ -503,6 +506,8 @@ TEST_F(Writing, CodedDataIsCopied) {
     CFILE* to = opened(rzl_open_w(file().c_str()));
     for (CFILE* c : {from, to})
         set_fields(c, {{500, 1}, {1, 5}, {2, 6}});
+    uint8_t line[5];
+    EXPECT_EQ(refusal(from, rzl_getline(from, line)), RZL_READ_FAILED);
     EXPECT_EQ(rzl_copy_data(from, to), 1);
     EXPECT_EQ(status_of(from), RZL_READ_FAILED) << "no header, no strips";
     rzl_close(from);

@@ -118,6 +118,10 @@ void rzl_getline_check(CFILE* c) {
         fail(c, RZL_NEEDS_READ, SOURCE, "getline");
         return;
     }
+    if (is_unsettled(c)) {
+        fail(c, RZL_READ_FAILED, SOURCE, "getline");
+        return;
+    }
     bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;
     int32_t line = resampled ? c->squetch->out_line : c->line;
     int32_t lines = resampled ? c->squetch->out_ysize : c->ysize;

@@ -174,6 +174,10 @@ void rzl_gettile_check(CFILE* c) {
         fail(c, RZL_NEEDS_READ, SOURCE, "get tiles");
         return;
     }
+    if (is_unsettled(c)) {
+        fail(c, RZL_READ_FAILED, SOURCE, "get tiles");
+        return;
+    }
     int64_t tiles = int64_t{c->tile->tiles_across} * c->tile->tiles_down;
     if (c->line < 0 || c->line >= tiles) fail(c, RZL_PAST_END, SOURCE, "get tiles");
 }

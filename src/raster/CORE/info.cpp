@@ -71,6 +71,14 @@ bool core_value(CFILE* c, int32_t field, int32_t* v) {
     }
 }
 
+// A word a tile. A module that knows nothing of a tile leaves its word 0.
+int get_tile_directory(CFILE* c, void* value) {
+    int64_t tiles = int64_t{c->tile->tiles_across} * c->tile->tiles_down;
+    if (tiles > INT32_MAX) return refuse_field(c, RZL_BAD_IMAGE_SIZE, "rzl_get_hdr_data");
+    std::memset(value, 0, static_cast<size_t>(tiles) * sizeof(int32_t));
+    return get_module_field(c, RZL_FIELD_TILE_DIRECTORY, value);
+}
+
 // ---- setting --------------------------------------------------------------------------------------------------------
 
 // Lines buffered for a row of tiles are laid out for the pixel width in force. A row that was only read is read again;
@@ -246,6 +254,7 @@ int get_field(CFILE* c, int32_t field, void* value) {
         give_int(value, v);
         return 0;
     }
+    if (field == RZL_FIELD_TILE_DIRECTORY) return get_tile_directory(c, value);
     bool known = field == RZL_FIELD_MATRIX || is_tile_field || is_in(MODULE_GET_FIELDS, field);
     return known ? get_module_field(c, field, value) : refuse_field(c, RZL_BAD_FIELD_ID, "rzl_get_hdr_data");
 }

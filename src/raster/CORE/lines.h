@@ -40,6 +40,11 @@ inline int public_result(CFILE* c, int pixels, uint32_t failure, const char* sou
     return c->status == 0 ? 0 : 1;
 }
 
+// A new file that can be read back, and has no header yet: what its lines will be is not settled.
+inline bool is_unsettled(const CFILE* c) {
+    return c->mode == MODE_WRITE_READ && !has_flag(c, FLAG_HEADER_EXISTS | FLAG_RAW);
+}
+
 // What a put does to the line counter, whether or not the slot succeeded.
 inline void count_put(CFILE* c) {
     if (c->line < INT32_MAX) ++c->line;

@@ -315,6 +315,9 @@ bool krv_note_tile(CFILE* c, int64_t begin, int64_t end); // of the module
 // The entry of a tile in the packet, or null where it has none.
 uint8_t* krv_tile_entry(const CFILE* c, int64_t tile);
 
+// Field 103: of each tile its bytes in the file; the top bit and the colour of one without data.
+void krv_give_tile_directory(const CFILE* c, void* words);
+
 int krv_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* color);
 int krv_get_tile16(CFILE* c, int channels, read_planes buffers, uint32_t* color);
 int krv_get_tile_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows);
