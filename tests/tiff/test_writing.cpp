@@ -505,8 +505,9 @@ TEST_F(Writing, CodedDataIsCopied) {
     CFILE* from = opened(rzl_open_wr(path("from.tif").c_str()));
     CFILE* to = opened(rzl_open_w(file().c_str()));
     for (CFILE* c : {from, to})
-        set_fields(c, {{500, 1}, {1, 5}, {2, 6}});
-    uint8_t line[5];
+        set_fields(c, {{500, 1}, {1, 5}, {2, 6}, {507, 32}});
+    EXPECT_EQ(rzl_line_size(to), 20u) << "as it is when the header stands";
+    uint8_t line[20];
     EXPECT_EQ(refusal(from, rzl_getline(from, line)), RZL_READ_FAILED);
     EXPECT_EQ(rzl_copy_data(from, to), 1);
     EXPECT_EQ(status_of(from), RZL_READ_FAILED) << "no header, no strips";

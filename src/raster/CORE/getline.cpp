@@ -1,6 +1,7 @@
 // Reading lines: the public calls, the generic body behind the Getline slot, and interleaved lines for formats that
 // have none of their own.
 #include <algorithm>
+#include <bit>
 
 #include "raster/CORE/lines.h"
 #include "support/checked.h"
@@ -101,7 +102,11 @@ size_t rzl_line_size(CFILE* c) {
     int64_t pixels = resampled ? c->squetch->out_xsize : c->xsize;
     if (is_writable(c)) pixels = std::max<int64_t>(pixels, c->xsize); // lines that are put are not resampled
     // Planes of colours have a byte a pixel, whatever the line is.
-    size_t bytes = std::max(line_bytes(c, pixels), static_cast<size_t>(std::max<int64_t>(pixels, 0)));
+    auto samples = static_cast<size_t>(std::max<int64_t>(pixels, 0));
+    size_t bytes = std::max(line_bytes(c, pixels), samples);
+    // The header may yet make of the bits a deeper data format.
+    auto depth = std::bit_ceil(static_cast<unsigned>(std::max(c->bits, 1) + 7) / 8);
+    if (!has_flag(c, FLAG_HEADER_EXISTS)) bytes = std::max(bytes, samples * depth);
     (void)handle_leave(c, 0);
     return bytes;
 }
