@@ -1,5 +1,6 @@
 // Header fields: which ones the core answers or changes by itself, what may change when, and what goes on to the
 // module. Also the other calls that tell about a file as a whole.
+#include <algorithm>
 #include <cstring>
 
 #include "raster/CORE/formats.h"
@@ -71,9 +72,15 @@ bool core_value(CFILE* c, int32_t field, int32_t* v) {
     }
 }
 
-// A word a tile. A module that knows nothing of a tile leaves its word 0.
+// A word for each of the tiles that the fields 101 and 102 tell of: the caller has room for those. A module that knows
+// nothing of a tile leaves its word 0.
 int get_tile_directory(CFILE* c, void* value) {
-    int64_t tiles = int64_t{c->tile->tiles_across} * c->tile->tiles_down;
+    alignas(8) uint8_t across[FIELD_MOST_BYTES] = {};
+    alignas(8) uint8_t down[FIELD_MOST_BYTES] = {};
+    if (get_module_field(c, RZL_FIELD_TILES_ACROSS, across) != 0 ||
+        get_module_field(c, RZL_FIELD_TILES_DOWN, down) != 0)
+        return 1;
+    int64_t tiles = int64_t{std::max(int_of(across), 0)} * std::max(int_of(down), 0);
     if (tiles > INT32_MAX) return refuse_field(c, RZL_BAD_IMAGE_SIZE, "rzl_get_hdr_data");
     std::memset(value, 0, static_cast<size_t>(tiles) * sizeof(int32_t));
     return get_module_field(c, RZL_FIELD_TILE_DIRECTORY, value);
