@@ -201,8 +201,7 @@ pixel_density krv_density(const CFILE* c);
 // ---- colour tables: krvvlt.cpp --------------------------------------------------------------------------------------
 
 // The colour table of the image with that header at `base`, as an owned block in *table; null when it has none or it
-// had to be dropped (then *dropped is set). vlt_entries of the header
-// becomes 256 with a byte table. False: no memory.
+// had to be dropped (then *dropped is set). vlt_entries of the header becomes 256 with a byte table. False: no memory.
 bool krv_read_color_table(CFILE* c, int64_t base, uint8_t* header, uint8_t** table, bool* dropped);
 int krv_get_vlt(CFILE* c, rzl_vlt_entry* entries);
 
