@@ -111,6 +111,7 @@ void update(bytes content) {
     for (int32_t line : {0, 3, 1, 2}) {
         if (!is_tiff || line >= field(c, RZL_FIELD_YSIZE)) continue;
         if (rzl_seek(c, line) == 0) (void)rzl_putline_channels(c, 4, room.all);
+        if (line == 1 && rzl_seek(c, 2) == 0) (void)rzl_getline_channels(c, 4, room.all);
     }
     int32_t resolution = -static_cast<int32_t>(size);
     if (is_tiff) (void)rzl_set_hdr_data(c, RZL_FIELD_RESOLUTION, &resolution);
@@ -139,7 +140,8 @@ kind kind_of(const uint8_t* data) {
     k.planar = 1 + data[2] / 2 % 2;
     k.rows = data[3] % 9;
     k.tile = data[4] % 3 * 16;
-    if (k.tile != 0 && k.compression == 5) k.planar = 1;
+    if (k.tile != 0 && (k.compression == 5 || k.compression == DEFLATE))
+        k.planar = 1; // planes of tiles are not coded so
     return k;
 }
 

@@ -15,8 +15,8 @@ const char* raster_extension(const char* path) {
 const char* raster_reason(uint32_t status) {
     static char text[256];
     const char* detail = rzl_status_detail();
-    bool names_feature = std::strncmp(rzl_status_name(status), "RZL_UNSUP_", 10) == 0 && detail[0] != '\0';
-    if (!names_feature) return rzl_status_text(status);
+    bool is_told = status == RZL_BAD_FIELD_VALUE || std::strncmp(rzl_status_name(status), "RZL_UNSUP_", 10) == 0;
+    if (!is_told || detail[0] == '\0') return rzl_status_text(status);
     std::snprintf(text, sizeof text, "%s (%s)", rzl_status_text(status), detail);
     return text;
 }

@@ -18,8 +18,8 @@ bool raster_is_whole(CFILE* file, const char* path);
 bool raster_is_bilevel(int64_t format);
 size_t raster_bit_line_bytes(int32_t width);
 
-// The reason of a failure as a sentence: the status's own, and, for a feature that is not supported, which one it is.
-// The text is valid until the next call.
+// The reason of a failure as a sentence: the status's own, and for a feature that is not supported, or a value that a
+// field can't have, which one it is. The text is valid until the next call.
 const char* raster_reason(uint32_t status);
 
 // The same for what the last operation on a file left.

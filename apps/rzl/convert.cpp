@@ -113,11 +113,11 @@ pixel_kind kind_of_format(int64_t format) {
 }
 
 // The data formats that hold a kind of pixels, the first by choice.
-constexpr int32_t KIND_FORMATS[][3] = {
-    {RZL_FORMAT_BILEVEL, RZL_FORMAT_BILEVEL_RUNS, RZL_FORMAT_BYTE_RUNS},
-    {RZL_FORMAT_PLANE_RUNS, RZL_FORMAT_RGB, RZL_FORMAT_COLOR_RUNS},
-    {RZL_FORMAT_FOUR, RZL_FORMAT_FOUR_PLANE_RUNS, RZL_FORMAT_FOUR},
-    {RZL_FORMAT_BYTE_RUNS, RZL_FORMAT_BYTE, RZL_FORMAT_BYTE_PAIRS},
+constexpr int32_t KIND_FORMATS[][4] = {
+    {RZL_FORMAT_BILEVEL, RZL_FORMAT_BILEVEL_RUNS, RZL_FORMAT_BYTE_RUNS, RZL_FORMAT_BYTE},
+    {RZL_FORMAT_PLANE_RUNS, RZL_FORMAT_RGB, RZL_FORMAT_COLOR_RUNS, RZL_FORMAT_COLOR_RUNS},
+    {RZL_FORMAT_FOUR, RZL_FORMAT_FOUR_PLANE_RUNS, RZL_FORMAT_FOUR, RZL_FORMAT_FOUR},
+    {RZL_FORMAT_BYTE_RUNS, RZL_FORMAT_BYTE, RZL_FORMAT_BYTE_PAIRS, RZL_FORMAT_BYTE_PAIRS},
 };
 
 // The first that the standard has; without any the first, which is refused.
@@ -141,7 +141,8 @@ bool can_hold(pixel_kind target, pixel_kind source) {
 bool has_only_tables(int32_t standard) {
     bool colors =
         rzl_standard_takes(standard, RZL_FORMAT_RGB) != 0 || rzl_standard_takes(standard, RZL_FORMAT_PLANE_RUNS) != 0;
-    return !colors && rzl_standard_has_table(standard) != 0 && rzl_standard_takes(standard, RZL_FORMAT_BYTE_RUNS) != 0;
+    auto bytes = static_cast<int32_t>(nearest_format(pixel_kind::mapped, standard));
+    return !colors && rzl_standard_has_table(standard) != 0 && rzl_standard_takes(standard, bytes) != 0;
 }
 
 // Whether the picture goes out in fewer colours than it has.
@@ -153,10 +154,10 @@ bool reduces(const raster_source* source, const convert_request* request) {
 int64_t default_format(const raster_source* source, const convert_request* request) {
     bool bilevel = source->kind == pixel_kind::bilevel;
     if (bilevel && request->standard == RZL_STANDARD_CALS) return RZL_FORMAT_GROUP4;
-    bool one_plane = has_only_tables(request->standard) || request->keep_vlt;
+    bool one_plane = request->keep_vlt || (has_only_tables(request->standard) && !bilevel);
     bool spread = source->kind == pixel_kind::mapped && rzl_standard_has_table(request->standard) == 0;
     if (spread && !request->keep_vlt) return nearest_format(pixel_kind::color, request->standard);
-    return one_plane ? int64_t{RZL_FORMAT_BYTE_RUNS} : nearest_format(source->kind, request->standard);
+    return nearest_format(one_plane ? pixel_kind::mapped : source->kind, request->standard);
 }
 
 // Whether one plane of the target can hold the source's values, which are indices when there is a table, or shades.

@@ -122,9 +122,12 @@ TEST_F(Rzl, CatWidensBitsLooksColoursUpAndTurnsLinesAround) {
 
 TEST_F(Rzl, RefusalsNameTheirCause) {
     write_raster("a.rgb", 70, 9);
+    CFILE* bits = create("b.rgb", 70, 1, 1, 4);
+    ASSERT_TRUE(rzl_putline(bits, "0123456789") == 0 && rzl_finish(bits) == 0);
     const std::pair<const char*, const char*> cases[] = {
         {"convert a.rgb b.tif --format 25", "A TIFF file does not have data format 25"},
         {"convert a.rgb d.tif --compression 4", "can not be written: "}, // bilevel pictures only
+        {"convert b.rgb b.ico", "Xsize must be either 16, 32, or 64"},
         {"info --image 2 a.rgb", "has no image 2"}};
     for (const auto& [words, reason] : cases) {
         const run_result result = run(std::string("rzl ") + words);
@@ -156,6 +159,13 @@ TEST_F(Rzl, ConvertKeepsPicturesUpright) {
                 EXPECT_EQ(run("rzl cat back.tga").out, wanted);
             }
         }
+    }
+    // Where bytes are all that there is, bits are shades and colours stand in a table.
+    ASSERT_EQ(run("rzl convert b.rgb o.ntf").status, 0);
+    EXPECT_EQ(run("rzl cat o.ntf").out, run("rzl cat b.rgb").out);
+    for (const char* words : {"o.ntf", "o.ras --vlt"}) {
+        ASSERT_EQ(run(std::string("rzl convert c.rgb ") + words).status, 0) << words;
+        EXPECT_EQ(run("rzl cat " + std::string(words, 5)).out.size(), 13u * 9 * 3);
     }
     // A map that does not begin with its first index, and two colours that are neither black nor white.
     write("m.tga", std::string("\0\1\1\5\0\2\0\x18\0\0\0\0\2\0\1\0\x08\x20"

@@ -208,7 +208,7 @@ TEST_F(Bmp, RunCodes) {
             const picture p = read_made(coded(k.bits, hex(k.codes), k.width, k.height).file());
             const bytes_of_file expected = hex(on ? k.extended : k.values);
             EXPECT_EQ(p.values, expected);
-            const bool whole = expected.size() == static_cast<size_t>(k.width * k.height);
+            const bool whole = expected.size() == static_cast<size_t>(k.width) * static_cast<size_t>(k.height);
             EXPECT_EQ(p.status, whole ? 0u : RZL_READ_FAILED);
             if (whole) expect_seeks(path("made"));
         }
@@ -259,27 +259,41 @@ TEST_F(Bmp, WritingIsRefused) {
     }
     EXPECT_EQ(write_picture(path("a.bmp"), 4, 2, 1, 1, {1}, {{9, 5}}), RZL_UNSUP_BMP) << "no order that the file has";
     EXPECT_EQ(read_bytes(path("a.bmp")).size(), 1078u);
+    c = new_file(path("a.bmp"), 4, 2, 2, 2, {{9, 5}}, rzl_open_wr);
+    EXPECT_TRUE(rzl_putline(c, "ab") == 0 && rzl_rewind(c) == 0);
+    char line[2];
+    EXPECT_EQ(refusal(c, rzl_getline(c, line)), RZL_UNSUP_BMP) << "lines that the file never has";
+    rzl_close(c);
     c = new_file(path("a.bmp"), 4, 29, 2, 2);
     EXPECT_TRUE(rzl_write_header(c) == 0 && rzl_seek(c, 1) == 0);
     EXPECT_EQ(refusal(c, rzl_putline(c, "ab")), RZL_MODIFY_COMPRESSED);
     rzl_close(c);
 }
 
-// Raw lines go to a file that is only written many at a time, whatever their order; a file that is also read keeps them
-// to its close. Both are the same in the end, with zeros for a line that does not come.
+// Raw lines go to the file many at a time, whatever their order, and can be had back from where they are then: what has
+// not come yet is 0, and in the end, too.
 TEST_F(Bmp, LinesInAnyOrder) {
     constexpr int WIDTH = 20001;
     constexpr int HEIGHT = 40; // several blocks
     const bytes_of_file pixels = some_samples(size_t{WIDTH} * HEIGHT, 256, 5);
+    bytes_of_file line(WIDTH);
     for (int orientation : {4, 6})
         for (int step : {1, HEIGHT - 1, 7, 2}) { // on, back, all of them in leaps, every other one
             bytes_of_file files[2];
             for (bool read : {false, true}) {
                 CFILE* c =
                     new_file(path("a.bmp"), 4, 2, WIDTH, HEIGHT, {{9, orientation}}, read ? rzl_open_wr : rzl_open_w);
+                bool came[HEIGHT] = {};
                 for (int i = 0, y = 0; i < HEIGHT && (step != 2 || i < HEIGHT / 2); ++i, y = (y + step) % HEIGHT) {
                     ASSERT_EQ(rzl_write_header(c) + rzl_seek(c, y), 0);
                     ASSERT_EQ(rzl_putline(c, &pixels[static_cast<size_t>(y) * WIDTH]), 0);
+                    came[y] = true;
+                    for (int back : {y, HEIGHT - 1 - y, (y + 1) % HEIGHT}) {
+                        if (!read) break;
+                        ASSERT_EQ(rzl_seek(c, back) + rzl_getline(c, line.data()), 0);
+                        auto at = pixels.begin() + back * WIDTH;
+                        ASSERT_EQ(line, came[back] ? bytes_of_file(at, at + WIDTH) : bytes_of_file(WIDTH)) << back;
+                    }
                 }
                 ASSERT_EQ(rzl_finish(c), 0u);
                 files[read ? 1 : 0] = read_bytes(path("a.bmp"));

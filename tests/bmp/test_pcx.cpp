@@ -66,6 +66,9 @@ TEST_F(Pcx, TheBytesOfAFile) {
         EXPECT_EQ(part(b, 128, lines), hex(k.lines));
         EXPECT_TRUE(k.trailer == 0 || (b[b.size() - 769] == 12 && b[b.size() - 768] == 0 && b.back() == 255));
     }
+    // Planes have no palette, whatever table is given.
+    ASSERT_EQ(write_picture(path("a.pcx"), 5, 28, 2, 1, {1, 2, 3, 1, 2, 4}, {{6, 16}}, some_table(16)), 0u);
+    EXPECT_EQ(part(read_bytes(path("a.pcx")), 16, 48), ramp);
     // Pixels of 12 where a palette's mark would be looked for are left alone.
     for (uint8_t other : {uint8_t{12}, uint8_t{13}}) {
         bytes_of_file pixels(1000, 12);
@@ -80,31 +83,31 @@ TEST_F(Pcx, TheBytesOfAFile) {
 TEST_F(Pcx, LayoutsAndPalettes) {
     struct layout {
         const char* what;
-        int version, encoding, bits, planes, width, height, bytes_per_line;
+        int version, encoding, bits, planes, width, height, bytes_per_line, extended_format;
         bytes_of_file palette, behind;
         const char* lines;
-        int format, entries, extended_format;
+        int format, entries;
         const char *colors, *extended; // null: the same
     };
     const bytes_of_file none, palette = long_palette();
     const layout cases[] = {
-        {"the long palette", 5, 1, 8, 1, 3, 2, 4, COLORS, palette, "01 C202 00 C409", 29, 256, 29,
+        {"the long palette", 5, 1, 8, 1, 3, 2, 4, 29, COLORS, palette, "01 C202 00 C409", 29, 256,
          "010203 020304 020304 090A0B 090A0B 090A0B", nullptr},
-        {"no long palette", 5, 1, 8, 1, 2, 1, 2, COLORS, none, "0001", 29, 16, 29, "010203 040506", nullptr},
-        {"an old version", 3, 1, 8, 1, 2, 1, 2, COLORS, palette, "0001", 29, 16, 29, "010203 040506", nullptr},
-        {"raw bytes", 5, 0, 8, 1, 2, 1, 2, COLORS, none, "0001", 2, 16, 2, "010203 040506", nullptr},
-        {"bits", 5, 1, 1, 1, 9, 1, 2, COLORS, none, "4080", 9, 16, 9,
+        {"no long palette", 5, 1, 8, 1, 2, 1, 2, 29, COLORS, none, "0001", 29, 16, "010203 040506", nullptr},
+        {"an old version", 3, 1, 8, 1, 2, 1, 2, 29, COLORS, palette, "0001", 29, 16, "010203 040506", nullptr},
+        {"raw bytes", 5, 0, 8, 1, 2, 1, 2, 2, COLORS, none, "0001", 2, 16, "010203 040506", nullptr},
+        {"bits", 5, 1, 1, 1, 9, 1, 2, 9, COLORS, none, "4080", 9, 16,
          "010203 040506 010203 010203 010203 010203 010203 010203 040506", nullptr},
-        {"bits with an empty palette", 5, 1, 1, 1, 2, 1, 2, none, none, "4000", 9, 16, 9, "000000 000000",
+        {"bits with an empty palette", 5, 1, 1, 1, 2, 1, 2, 9, none, none, "4000", 9, 16, "000000 000000",
          "000000 FFFFFF"},
-        {"raw bits", 5, 0, 1, 1, 2, 1, 2, COLORS, none, "4000", 1, 16, 1, "010203 040506", nullptr},
-        {"nibbles", 5, 1, 4, 1, 3, 1, 2, COLORS, none, "1230", 2, 16, 2, "040506 070809 0A0B0C", nullptr},
-        {"three planes, a run across them", 5, 1, 8, 3, 2, 1, 2, none, none, "C301 02 03 04", 27, 0, 27,
+        {"raw bits", 5, 0, 1, 1, 2, 1, 2, 1, COLORS, none, "4000", 1, 16, "010203 040506", nullptr},
+        {"nibbles", 5, 1, 4, 1, 3, 1, 2, 2, COLORS, none, "1230", 2, 16, "040506 070809 0A0B0C", nullptr},
+        {"three planes, a run across them", 5, 1, 8, 3, 2, 1, 2, 27, none, none, "C301 02 03 04", 27, 0,
          "010103 010204", nullptr},
-        {"three raw planes", 5, 0, 8, 3, 2, 1, 2, none, none, "0102 0304 0506", 27, 0, 27, "010305 020406", nullptr},
-        {"a fourth plane is passed over", 5, 1, 8, 4, 1, 2, 2, none, none, "0100 0200 0300 0909 0400 0500 0600 0909",
-         27, 0, 27, "010203 040506", nullptr},
-        {"bits of four planes", 5, 1, 1, 4, 2, 1, 2, COLORS, none, "4000 8000 4000 0000", 27, 0, 29, "008000 800080",
+        {"three raw planes", 5, 0, 8, 3, 2, 1, 2, 27, none, none, "0102 0304 0506", 27, 0, "010305 020406", nullptr},
+        {"a fourth plane is passed over", 5, 1, 8, 4, 1, 2, 2, 27, none, none,
+         "0100 0200 0300 0909 0400 0500 0600 0909", 27, 0, "010203 040506", nullptr},
+        {"bits of four planes", 5, 1, 1, 4, 2, 1, 2, 29, COLORS, none, "4000 8000 4000 0000", 27, 0, "008000 800080",
          "070809 101112"},
     };
     for (const layout& k : cases) {

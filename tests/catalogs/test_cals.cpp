@@ -411,4 +411,12 @@ TEST_F(Cals, WritingIsRefused) {
     EXPECT_EQ(rzl_finish(c), 0u) << "lines that have come are kept";
     const picture p = read_plane(path("a"));
     EXPECT_TRUE(p.damaged && p.values == bytes_of_file({1, 2, 3, 4, 0, 0}));
+    for (int format : {1, 24}) { // in the row of tiles that they began
+        c = new_file(path("a"), 11, format, 16, 513, {{100, 512}});
+        EXPECT_EQ(put_lines(c, 2, {1, 2, 3, 4}), 0u);
+        EXPECT_EQ(rzl_finish(c), 0u);
+        EXPECT_EQ(part(read_plane(path("a")).values, 0, 6), bytes_of_file({1, 2, 3, 4, 0, 0}));
+        EXPECT_EQ(part(read_bytes(path("a")), 2048, 26),
+                  hex("A0815E 810131 84052B0E0B0101 A50606045802 0702 860100 A816"));
+    }
 }

@@ -212,8 +212,9 @@ TEST_F(Nitf, SamplesOfEveryWidth) {
                         for (int n = 0; n < 49; ++n) {
                             const int x = block % 2 * 7 + n % 7;
                             const int y = block / 2 * 7 + n / 7;
-                            part.push_back(x < width && y < height ? values[static_cast<size_t>(y * width + x)] << up
-                                                                   : 0);
+                            part.push_back(x < width && y < height
+                                               ? values[static_cast<size_t>(int64_t{y} * width + x)] << up
+                                               : 0);
                         }
                         i.data += packed(part, stored);
                     }

@@ -147,10 +147,11 @@ TEST_F(Vrlc, TheBytesOfAFile) {
     b.u16(1).u16(262).u32(0).u32(0).u32(data).u16(14).u16(0).u16(2).u16(1).u32(data).u32(600);
     b.u16(13).u16(0).u32(0).u32(data + 264).u32(1028).u16(12).u16(0).u32(0).u32(data + 264 + 1028).u32(258);
     EXPECT_EQ(read_bytes(path("a")), b.fill(344 - 24 - 64).made);
-    ASSERT_EQ(write_picture(path("a"), 20, 1, 20, 3, {0xFF, 0xFF, 0, 0xF0, 0, 0, 0, 0, 1, 0, 0, 0x80}), 0u);
+    ASSERT_EQ(write_picture(path("a"), 20, 1, 20, 3, {0xFF, 0xFF, 0, 0xF0, 0, 0, 0, 0, 1, 0, 0, 0x80}, {{8, 0}}), 0u);
     const bytes_of_file file = read_bytes(path("a"));
     EXPECT_EQ(part(file, 0, 18), hex("0003 0014 0001 0000 0014 0000 0001 000F 0011"));
     EXPECT_EQ(file.size(), 18u + 8 + 200 + 344);
+    EXPECT_EQ(part(file, 18 + 8 + 24, 8), bytes_of_file(8)) << "no density";
 }
 
 TEST_F(Vrlc, FieldsOfANewFile) {

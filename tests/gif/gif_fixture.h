@@ -6,11 +6,12 @@
 
 #include <map>
 
-// The LZW coding of pixels as bytes without blocks, told by its rules: strings in a map. With `deferred` no clear code
-// is written but at the start, so that the full table stays; with `clear_first` off not even there.
+// The LZW coding of pixels as bytes without blocks, told by its rules: a string is the code of all but its last pixel,
+// and that pixel. With `deferred` no clear code is written but at the start, so that the full table stays; with
+// `clear_first` off not even there.
 inline bytes_of_file code_pixels(const bytes_of_file& pixels, int code_size, bool deferred, bool clear_first = true) {
-    bytes_of_file out, string;
-    std::map<bytes_of_file, unsigned> strings;
+    bytes_of_file out;
+    std::map<std::pair<unsigned, uint8_t>, unsigned> strings;
     const unsigned clear = 1u << code_size;
     unsigned filled = 0, next = clear + 2;
     int width = code_size + 1;
@@ -20,17 +21,16 @@ inline bytes_of_file code_pixels(const bytes_of_file& pixels, int code_size, boo
             if ((code >> i & 1) != 0) out.back() = static_cast<uint8_t>(out.back() | 1u << filled % 8);
         }
     };
-    auto put_string = [&] { put(string.size() == 1 ? string[0] : strings.at(string)); };
     if (clear_first) put(clear);
-    for (uint8_t p : pixels) {
-        bytes_of_file longer = string;
-        longer.push_back(p);
-        if (longer.size() == 1 || strings.count(longer) != 0) {
-            string = longer;
+    unsigned string = pixels.empty() ? 0 : pixels[0];
+    for (size_t i = 1; i < pixels.size(); ++i) {
+        const auto longer = std::pair(string, pixels[i]);
+        if (const auto found = strings.find(longer); found != strings.end()) {
+            string = found->second;
             continue;
         }
-        put_string();
-        string = {p};
+        put(string);
+        string = pixels[i];
         if (next < 4096) {
             strings[longer] = next++;
             if (next == (1u << width) + 1 && width < 12) ++width;
@@ -41,7 +41,7 @@ inline bytes_of_file code_pixels(const bytes_of_file& pixels, int code_size, boo
             width = code_size + 1;
         }
     }
-    if (!string.empty()) put_string();
+    if (!pixels.empty()) put(string);
     if (next == 1u << width && width < 12) ++width;
     put(clear + 1);
     return out;

@@ -196,23 +196,6 @@ TEST_F(GifRead, FieldsSeeksAndChannels) {
     rzl_close(c);
 }
 
-// The file is larger than a view of it.
-TEST_F(GifRead, EveryFailureHasItsStatus) {
-    const std::string p = path("s.gif");
-    bytes_of_file pixels = random_bytes(180000, 256, 3);
-    gif_parts g = make_parts(200, 900, 8, pixels);
-    g.before = {0x21, 0xFE, 1, 0x2C, 0};
-    const bytes_of_file whole = g.file();
-    write_bytes(p, whole);
-    expect_read_sweeps([&] { return read_picture(p); });
-    sweep(
-        [&] {
-            CFILE* c = rzl_open_rw(p.c_str());
-            return c == nullptr ? library_status() : rzl_finish(c);
-        },
-        [&](bool) { EXPECT_EQ(read_bytes(p), whole); });
-}
-
 // That the files made here are what others take for GIF: tables of both kinds, and a table of strings that stays full.
 TEST_F(GifRead, PeersReadTheSameOfHandMadeFiles) {
     NEEDS_PROGRAM("giftopnm");

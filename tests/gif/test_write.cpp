@@ -114,6 +114,11 @@ TEST_F(GifWrite, TheEndOfTheFile) {
         EXPECT_EQ(rzl_finish(c), 0u);
         EXPECT_EQ(read_bytes(path("made")), whole) << missing;
     }
+    const auto open_and_close = [&] {
+        CFILE* c = rzl_open_rw(path("a.gif").c_str());
+        return c == nullptr ? library_status() : rzl_finish(c);
+    };
+    sweep(open_and_close, [&](bool) { EXPECT_EQ(read_bytes(path("a.gif")), whole); });
     bytes_of_file block(2000);
     rzl_memfile record = {block.data(), 2000, 0, 0, 0, 0};
     char name[40];

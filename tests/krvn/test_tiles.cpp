@@ -340,6 +340,13 @@ TEST_F(Tiles, SingleTilesAndTheirCoding) {
     EXPECT_TRUE(size == 0 && uniform == 0) << "no data";
     EXPECT_EQ(refusal(c, rzl_get_rle_line(c, room.data(), &size)), RZL_ONLY_UNTILED);
     rzl_close(c);
+    // A tile that is put again is in lines of a row that was read before.
+    c = opened(rzl_open_rw(p.c_str()));
+    bytes_of_file line(6);
+    EXPECT_EQ(rzl_getline(c, line.data()) | rzl_seek(c, 0) | rzl_puttile(c, 1, plane) | rzl_seek(c, 0), 0);
+    EXPECT_EQ(rzl_getline(c, line.data()), 0);
+    EXPECT_EQ(std::count(line.begin(), line.begin() + 4, 0xFF), 4);
+    rzl_close(c);
 }
 
 TEST_F(Tiles, OverviewsAndFurtherImages) {

@@ -140,7 +140,7 @@ struct hrf_parts {
                 const int px = column * tile_width + x - offset_x;
                 const int py = row * tile_height + y - offset_y;
                 if (px < 0 || px >= width || py < 0 || py >= height) continue;
-                const auto i = static_cast<size_t>(py * width + px);
+                const auto i = static_cast<size_t>(int64_t{py} * width + px);
                 const auto at = static_cast<size_t>(x);
                 if (depth == 1 && pixels[i] != 0) line[at / 8] = static_cast<uint8_t>(line[at / 8] | 0x80 >> x % 8);
                 if (depth == 8) line[at] = pixels[i];
@@ -152,7 +152,8 @@ struct hrf_parts {
         return compressed && depth != 1 ? plain_lzw(out) : out;
     }
     bytes_of_file some_pixels() const {
-        return some_samples(static_cast<size_t>(width * height * (depth == 24 ? 3 : 1)), depth == 1 ? 2 : 256, 3);
+        return some_samples(static_cast<size_t>(int64_t{width} * height * (depth == 24 ? 3 : 1)), depth == 1 ? 2 : 256,
+                            3);
     }
 };
 
@@ -277,7 +278,7 @@ TEST_F(Hrf, RowsOfRuns) {
 // Coded tiles are those of the slow decoder; noise, for which codes are longer than a record, is coded otherwise.
 TEST_F(Hrf, CodesOfTiles) {
     for (auto [width, height, values] : {std::tuple(300, 140, 256), {119, 130, 3}}) {
-        const bytes_of_file pixels = some_samples(static_cast<size_t>(width * height), values, 9);
+        const bytes_of_file pixels = some_samples(static_cast<size_t>(int64_t{width} * height), values, 9);
         ASSERT_EQ(write_picture(path("a.hrf"), 19, 29, width, height, pixels), 0u);
         const bytes_of_file b = read_bytes(path("a.hrf"));
         const bytes_of_file tile = lzw_decoded(b.data() + 2510, load_u16le(b.data() + 2506) - size_t{4});

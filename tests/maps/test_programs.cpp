@@ -58,31 +58,19 @@ void turn_vrlc(std::string* file, bool bits) {
 
 } // namespace
 
+// Lines from the bottom and a table's colours into files that have neither; PicturesAndPatterns has the others.
 TEST_F(MapPrograms, ConversionsKeepEveryPixel) {
     NEEDS_PROGRAM("pnmquant");
     expect_good(
-        "ppmrainbow -width 450 -height 131 red green blue black > c.ppm 2>/dev/null && ppmtopgm c.ppm > g.pgm && "
-        "pgmtopbm g.pgm > b.pbm && pnmquant -quiet 40 c.ppm > q.ppm && ppmtobmp -quiet q.ppm > q.bmp && "
-        "ppmtotga -rgb -quiet c.ppm > c.tga");
-    const struct {
-        const char *in, *format, *out;
-    } cases[] = {{"c.ppm", "27", "c.ppm"}, {"c.ppm", "28", "c.ppm"}, {"g.pgm", "29", "g.pgm"}, {"g.pgm", "2", "g.pgm"},
-                 {"b.pbm", "9", "b.pbm"},  {"b.pbm", "1", "b.pbm"},  {"c.tga", "27", "c.ppm"}, // bottom-up
-                 {"q.bmp", "27", "q.ppm"}};                                                    // a table's colours
-    for (const auto& k : cases) {
-        expect_good(std::string("rzl convert ") + k.in + " a.hrf --format " + k.format +
-                    " && rzl convert a.hrf back.pnm && "
-                    "pnmtopnm " +
-                    k.out + " > one && pnmtopnm back.pnm > two && cmp one two");
-    }
-    expect_good("rzl convert q.bmp a.hrf && rzl convert a.hrf back.ppm && pnmtopnm back.ppm > two && pnmtopnm q.ppm | "
-                "cmp - two");
-    EXPECT_EQ(run("rzl convert q.bmp a.hrf --format 29").status, 1);
-    EXPECT_EQ(run("rzl convert c.ppm a.hrf --tile 64").status, 1);
-    EXPECT_EQ(run("rzl convert c.ppm a.mrg").status, 1);
-    expect_good("rzl convert g.pgm a --standard USGS && rzl convert a back.pgm && pnmtopnm back.pgm > two && pnmtopnm "
-                "g.pgm | cmp - two");
-    EXPECT_EQ(run("rzl convert c.ppm a --standard USGS").status, 1);
+        "ppmrainbow -width 450 -height 131 red green blue black > c.ppm 2>/dev/null && "
+        "pnmquant -quiet 40 c.ppm > q.ppm && ppmtobmp -quiet q.ppm > q.bmp && ppmtotga -rgb -quiet c.ppm > c.tga");
+    for (const char* k : {"c.ppm c.tga a.hrf", "c.ppm c.tga a.hrf --format 28", "q.ppm q.bmp a.hrf"})
+        expect_good(std::string("set -- ") + k +
+                    " && wanted=$1 && shift && rzl convert \"$@\" && rzl convert a.hrf back.ppm && "
+                    "pnmtopnm $wanted > one && pnmtopnm back.ppm | cmp one -");
+    for (const char* refused :
+         {"q.bmp a.hrf --format 29", "c.ppm a.hrf --tile 64", "c.ppm a.mrg", "c.ppm a --standard USGS"})
+        EXPECT_EQ(run(std::string("rzl convert ") + refused).status, 1) << refused;
 }
 
 TEST_F(MapPrograms, InfoTellsOfTheMap) {
@@ -105,10 +93,6 @@ TEST_F(MapPrograms, InfoTellsOfTheMap) {
     // Indices of one bit that have a byte each stay indices.
     expect_good("rzl convert ah.mrg a.gif && rzl cat a.gif | cmp - one && rzl convert ah.mrg a.bmp && rzl cat a.bmp | "
                 "cmp - one");
-    const std::string formats = run("rzl formats").out;
-    for (const char* row : {"  8  ADRG        yes   no", " 16  USGS        yes   yes", " 17  MRG         yes   no",
-                            " 18  ASRP        yes   no", " 19  HRF         yes   yes", " 22  USRP        yes   no"})
-        EXPECT_NE(formats.find(row), std::string::npos) << row;
 }
 
 // A file of each format is the picture and the pattern that the same picture is as a native file, and a converted one.
@@ -146,6 +130,8 @@ TEST_F(MapPrograms, PicturesAndPatterns) {
         SCOPED_TRACE(name + (k.change != nullptr ? ", turned" : ""));
         if (name.rfind("files_", 0) == 0) name = write_set(name);
         if (k.from != nullptr) expect_good(std::string("rzl convert ") + k.from + " " + name + " " + k.options);
+        if (k.from != nullptr)
+            expect_good(std::string("rzl cat ") + k.from + " > one && rzl cat " + name + " | cmp one -");
         std::string file = read(path(name));
         if (k.change != nullptr) k.change(&file), write(name, file);
         expect_good("rzl convert " + name + " ref.rgb && rzl convert " + name +

@@ -29,7 +29,7 @@ struct usgs_parts {
         return b;
     }
     bytes_of_file some_pixels() const {
-        return some_samples(static_cast<size_t>(width * height * (bands == 5 ? 3 : 1)), 256, 6);
+        return some_samples(static_cast<size_t>(int64_t{width} * height * (bands == 5 ? 3 : 1)), 256, 6);
     }
 };
 
@@ -46,7 +46,7 @@ TEST_F(Usgs, OneBandAndThree) {
         ASSERT_EQ(p.status, 0u) << rzl_status_name(p.status);
         EXPECT_TRUE(p.width == width && p.height == height && p.format == (bands == 5 ? 28 : 2) && p.orientation == 4);
         EXPECT_TRUE(bands == 5 || p.values == pixels);
-        const size_t band = static_cast<size_t>(width * height);
+        const size_t band = static_cast<size_t>(int64_t{width} * height);
         for (size_t i = 0; i < band; ++i)
             for (size_t s = 0; s < 3; ++s)
                 ASSERT_EQ(p.colors[i * 3 + s], pixels[i + (bands == 5 ? s * band : 0)]);
@@ -123,7 +123,13 @@ TEST_F(Usgs, WhatIsWritten) {
                 text[1799] == ' ');
     EXPECT_EQ(text.substr(450 + 284, 24), "        0.50000000000000");
     EXPECT_TRUE(read_picture(path("a")).values == pixels);
+    c = opened(rzl_open_r(path("a").c_str()));
+    EXPECT_EQ(refusal(c, rzl_seek(c, 6)), RZL_PAST_END);
+    rzl_close(c);
     EXPECT_EQ(write_picture(path("b"), 16, 2, 399, 1, bytes_of_file(399)), RZL_HEADER_FULL);
+    c = opened(new_file(path("b"), 16, 2, 450, 1));
+    EXPECT_EQ(refusal(c, rzl_putline3(c, &pixels[0], &pixels[0], &pixels[0])), RZL_UNSUPPORTED) << "one band";
+    rzl_close(c);
 }
 
 TEST_F(Usgs, BadInput) {
@@ -144,6 +150,14 @@ TEST_F(Usgs, BadInput) {
     changes.push_back({"a gap", 159, text("  1"), RZL_UNSUPPORTED});
     changes.push_back({"two bands", 156, text("  2"), RZL_UNSUPPORTED});
     expect_refused(good, changes);
+    // Which test a file fails at is told to who asks.
+    for (const char* level : {"4", "0"}) {
+        setenv("RZL_DEBUG", level, 1);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(read_changed(good, 144, text("     0")).status, RZL_READ_FAILED);
+        EXPECT_EQ(testing::internal::GetCapturedStderr().find("USGS (byte 144)") != std::string::npos, *level == '4');
+    }
+    unsetenv("RZL_DEBUG");
     // A file that is cut in its third band has the lines that all three have.
     usgs_parts three = {400, 5, 5, 0, {}};
     const bytes_of_file colors = three.file(three.some_pixels());

@@ -112,6 +112,7 @@ TEST_F(Pnm, FieldsCopiesAndCuts) {
             expect_fields(c, {{660, text}, {501, text * 7}, {403, format == 27 ? 0 : 3 - format}});
             expect_fields(c, {{5, 0}, {9, 4}, {503, 1}});
             EXPECT_TRUE(status_of(c) == 0 && field_of(c, 11) == 0 && status_of(c) == RZL_BAD_FIELD_ID);
+            EXPECT_EQ(refusal(c, rzl_seek(c, 6)), RZL_PAST_END);
             // Its data as it is in another file of the kind, and in none of another.
             CFILE* to = new_file(path("b"), 14, format, 33, 5, {{660, text}});
             EXPECT_EQ(rzl_copy_data(c, to), 0);

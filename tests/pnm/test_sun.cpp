@@ -171,6 +171,8 @@ TEST_F(Sun, BadInput) {
     EXPECT_EQ(refusal(c, rzl_putline(c, "a")), RZL_NOT_STANDARD_2);
     EXPECT_EQ(rzl_seek(c, 0), 0);
     EXPECT_EQ(refusal(c, rzl_putline3(c, "a", nullptr, "c")), RZL_NOT_STANDARD_2);
+    EXPECT_TRUE(field_of(c, 8) == 0 && status_of(c) == 0 && field_of(c, 504) == 0 && status_of(c) == 0);
+    EXPECT_TRUE(field_of(c, 11) == 0 && status_of(c) == RZL_BAD_FIELD_ID);
     EXPECT_EQ(rzl_finish(c), 0u);
     EXPECT_EQ(refused(new_file(path("a"), 15, 3, 1, 1)), RZL_NOT_STANDARD_2);
     EXPECT_EQ(refused(new_file(path("a"), 15, 2, 1, 1, {{501, 1}})), RZL_BAD_FIELD_ID);

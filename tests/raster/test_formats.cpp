@@ -16,7 +16,6 @@ enum {
     UPDATED = 16, // a finished file opens for changes, and a line is refused; with neither it does not even open
     TURNED = 32,  // lines that were put from the top are stored from the bottom
     TODAY = 64,   // a file of today's programs
-    WAITS = 128,  // a line of a finished file's tiles waits for the rest of its row, and the close tells
 };
 
 using size_list = std::vector<std::pair<int, int>>;
@@ -48,8 +47,8 @@ const kind KINDS[] = {
     {"TIFF LZW", 1, 28, 256, {{501, 5}, {505, 5}}, ANY, 0, BACK | UPDATED, 27},
     {"TIFF deflate", 1, 28, 256, {{501, 8}, {505, 5}}, ANY, 0, BACK | UPDATED | TODAY, 27},
     {"TIFF PackBits in planes", 1, 28, 256, {{501, 32773}, {503, 2}, {505, 5}}, ANY, 0, BACK | UPDATED, 27},
-    {"TIFF tiles", 1, 28, 256, {{100, 16}}, TILED, 0, BACK | WAITS, 28},
-    {"TIFF tiles of bytes", 1, 2, 256, {{100, 16}, {5, 2}}, TILED, 256, BACK | WAITS, 2},
+    {"TIFF tiles", 1, 28, 256, {{100, 16}}, TILED, 0, BACK | PLACE, 28},
+    {"TIFF tiles of bytes", 1, 2, 256, {{100, 16}, {5, 2}}, TILED, 256, BACK | PLACE, 2},
     {"TIFF coded tiles", 1, 2, 16, {{501, 32773}, {100, 16}, {5, 2}}, TILED, 16, BACK | UPDATED, 29},
     {"GIF", 2, 29, 256, {}, {{300, 400}, {1, 1}, {2, 1}, {3, 1}, {501, 411}}, 256, BACK | ORDER | UPDATED, 29},
     {"GIF of two colours", 2, 29, 2, {}, {{50, 9}, {301, 211}}, 256, BACK | ORDER | UPDATED, 29},
@@ -206,7 +205,7 @@ TEST_F(Formats, FinishedFilesChangeInPlaceOrSayThatTheyCanNot) {
         ASSERT_EQ(write_picture(path("a"), k.standard, k.format, width, height, s.put, k.fields, s.table), 0u);
         const bytes_of_file before = read_bytes(path("a"));
         CFILE* c = rzl_open_rw(path("a").c_str());
-        if ((k.allows & (PLACE | UPDATED | WAITS)) == 0) {
+        if ((k.allows & (PLACE | UPDATED)) == 0) {
             EXPECT_EQ(refused(c), RZL_MODIFY_COMPRESSED);
             continue;
         }
@@ -215,9 +214,8 @@ TEST_F(Formats, FinishedFilesChangeInPlaceOrSayThatTheyCanNot) {
         const int line = place ? height / 2 : 0;
         EXPECT_EQ(rzl_seek(c, line), 0);
         const uint32_t status = refusal(c, put_next(c, other.put, line));
-        const bool waits = (k.allows & WAITS) != 0;
-        EXPECT_EQ(status, place || waits ? 0 : RZL_MODIFY_COMPRESSED) << rzl_status_name(status);
-        EXPECT_EQ(rzl_finish(c), waits ? RZL_MODIFY_COMPRESSED : 0);
+        EXPECT_EQ(status, place ? 0 : RZL_MODIFY_COMPRESSED) << rzl_status_name(status);
+        EXPECT_EQ(rzl_finish(c), 0);
         if (!place) {
             EXPECT_TRUE(read_bytes(path("a")) == before);
             continue;

@@ -8,7 +8,7 @@ protected:
     static picture first_lines(const picture& p, int height) {
         picture cut = p;
         cut.height = height;
-        cut.values.resize(static_cast<size_t>(p.width * height * p.samples));
+        cut.values.resize(static_cast<size_t>(p.width) * static_cast<size_t>(height) * static_cast<size_t>(p.samples));
         return cut;
     }
     // A file with that many lines put, or one with all of them that is opened again.
@@ -114,6 +114,30 @@ TEST_F(Changes, BitsAndSamplesAreKeptOrRefused) {
         c = opened(rzl_open_r(file().c_str()));
         EXPECT_EQ(field_of(c, row.field), row.value);
         EXPECT_EQ(field_of(c, 3), row.format_in_file);
+        rzl_close(c);
+    }
+}
+
+// A record sets a file up in one go, coding and tiles and all.
+TEST_F(Changes, ARecordOfCharacteristicsIsTaken) {
+    for (auto [compression, format, in_file] : {std::array{0, 27, 28}, {5, 28, 27}, {32773, 27, 27}, {4, 1, 24}}) {
+        rzl_stat stat = {}, back = {};
+        stat.xsize = stat.ysize = 40;
+        stat.format = format;
+        stat.compression = compression;
+        stat.device_resolution = -100;
+        stat.aspect_ratio = 2;
+        stat.scan_orientation = 6;
+        stat.tile_size = 16;
+        stat.matrix[2] = 7;
+        CFILE* c = opened(rzl_open_w(file().c_str()));
+        EXPECT_EQ(set_field_to(c, 500, 1) | rzl_set_stat(c, &stat) | rzl_write_header(c), 0);
+        EXPECT_EQ(rzl_finish(c), 0u);
+        c = opened(rzl_open_r(file().c_str()));
+        EXPECT_EQ(rzl_get_stat(c, &back), 0);
+        EXPECT_TRUE(back.format == in_file && back.compression == std::max(compression, 1)) << compression;
+        EXPECT_TRUE(back.xsize == 40 && back.tile_size == 16 && back.device_resolution == -100 && back.matrix[2] == 7);
+        EXPECT_TRUE(back.scan_orientation == 6 && tif_image_of(c)->y_resolution[0] == 200);
         rzl_close(c);
     }
 }

@@ -258,7 +258,8 @@ TEST_F(Directory, HostileSizes) {
 TEST_F(Directory, ChainsOfImages) {
     picture p = make_picture(8, 6, 1, 8);
     // Main image, and two more of those kinds; the second lacks most entries.
-    for (auto [second, third, overviews, images] : {std::array{1, 1, 2, 1}, {1, 0, 0, 2}, {2, 1, 0, 2}, {0, 0, 0, 3}}) {
+    for (auto [second, third, overviews, images] :
+         {std::array{1, 1, 2, 1}, {1, 0, 0, 2}, {2, 1, 0, 2}, {0, 0, 0, 3}, {4, 1, 1, 1}, {5, 4, 0, 1}}) {
         hand_file f = grey(true, p);
         size_t next = load_u32be(&f.bytes[4]) + 2 + 8 * 12;
         next = f.add_directory(
@@ -284,7 +285,10 @@ TEST_F(Directory, ChainsOfImages) {
         } else {
             EXPECT_EQ(refusal(c, rzl_set_active_image(c, images)), RZL_NO_SUCH_IMAGE);
             EXPECT_EQ(rzl_set_active_image(c, images - 1), 0);
-            EXPECT_EQ(field_of(c, 1), second == 2 ? 4 : 2);
+            EXPECT_EQ(field_of(c, 1), images == 1 ? 8 : second == 2 ? 4 : 2);
+            EXPECT_TRUE(overviews == 0 || rzl_set_active_overview(c, 0) == 0);
+            EXPECT_TRUE(overviews == 0 || field_of(c, 1) == 2) << "a mask is passed over";
+            EXPECT_EQ(rzl_set_active_overview(c, -1), 0);
             EXPECT_EQ(rzl_set_active_image(c, 0), 0);
             EXPECT_TRUE(read_active(c) == p);
         }

@@ -13,10 +13,10 @@ protected:
             tags.push_back(load_u16le(&b[at + 2 + static_cast<size_t>(i) * 12]));
         return tags;
     }
-    // Rows per strip that a new file gets by itself.
-    int32_t planned_rows(int samples, int bits, int width, int planar) {
+    // Rows per strip that a new file of 5000 lines gets, by itself or with some asked for.
+    int32_t planned_rows(int samples, int bits, int width, int planar, int asked = 0) {
         picture p{width, 5000, samples, bits, {}};
-        CFILE* c = new_tiff(file(), p, {{503, planar}});
+        CFILE* c = new_tiff(file(), p, {{503, planar}, {505, asked}});
         EXPECT_EQ(rzl_write_header(c), 0);
         int32_t rows = field_of(c, 505);
         EXPECT_EQ(tif_image_of(c)->strip_count,
@@ -34,12 +34,18 @@ TEST_F(Writing, StructureAndPlan) {
     EXPECT_EQ(planned_rows(3, 8, 4000, 2), 2);
     EXPECT_EQ(planned_rows(4, 8, 100, 1), 20);
     EXPECT_EQ(planned_rows(1, 16, 4096, 1), 2);
+    for (auto [asked, rows] : {std::pair{7, 7}, {5000, 5000}, {5001, 2}, {-1, 5000}})
+        EXPECT_TRUE(planned_rows(3, 8, 1536, 1, asked) == rows && planned_rows(1, 8, 4096, 1, asked) == rows) << asked;
 
     picture p = make_picture(30, 20, 3, 8);
     CFILE* c = new_tiff(file(), p, {{505, 7}, {502, 2}, {9, 6}, {8, -300}});
     rzl_user_tag tag = {65000, 4, 3, {}};
     const uint32_t numbers[3] = {1, 2, 0x80000000};
     tag.data.pointer = const_cast<uint32_t*>(numbers);
+    EXPECT_EQ(rzl_set_hdr_data(c, 509, &tag), 0);
+    tag = {283, 5, 1, {}}; // one side's resolution, which field 8 has for both
+    const uint32_t ratio[2] = {599, 2};
+    tag.data.pointer = const_cast<uint32_t*>(ratio);
     EXPECT_EQ(rzl_set_hdr_data(c, 509, &tag), 0);
     tag = {200, 3, 1, {}};
     tag.data.bytes[0] = 42;
@@ -69,6 +75,10 @@ TEST_F(Writing, StructureAndPlan) {
     tag.data.pointer = got;
     EXPECT_EQ(rzl_get_hdr_data(c, 509, &tag), 0);
     EXPECT_EQ(got[2], numbers[2]);
+    tag = {283, 0, 0, {}};
+    tag.data.pointer = got;
+    EXPECT_EQ(rzl_get_hdr_data(c, 509, &tag), 0);
+    EXPECT_TRUE(got[0] == 599 && got[1] == 2);
     rzl_close(c);
 }
 
@@ -250,7 +260,7 @@ TEST_F(Writing, LinesOfTilesThatArePassedOver) {
     // They are zero, and show nothing of the row of tiles above. What was put stays when the line goes back.
     for (int coding : {1, 5, 32773})
         for (int samples : {1, 3}) {
-            picture p = make_picture(40, 40, samples, 8);
+            picture p = make_picture(40, 40, samples, samples == 1 ? 4 : 8);
             for (uint32_t& v : p.values)
                 v |= 1;
             CFILE* c = new_tiff(file(), p, {{100, 16}, {501, coding}});
@@ -259,6 +269,7 @@ TEST_F(Writing, LinesOfTilesThatArePassedOver) {
                 EXPECT_EQ(rzl_seek(c, first), 0);
                 EXPECT_EQ(put_lines(c, p, first, end, samples == 3), end - first);
             }
+            set_fields(c, {{701, 1}}); // for lines that come later
             EXPECT_EQ(rzl_finish(c), 0u);
             for (int y = 0; y < 40; ++y) {
                 bool put = y < 16 || y == 18 || (y >= 20 && y < 24) || (y >= 30 && y < 33) || y == 36;
@@ -388,26 +399,49 @@ TEST_F(Writing, OverviewsAndImages) {
     rzl_close(c);
 }
 
-TEST_F(Writing, LinesInPlace) {
-    // Plain lines, in any order, of strips and of planes.
-    for (auto [samples, bits, planar] : {std::array{1, 8, 1}, {3, 8, 1}, {3, 8, 2}, {1, 1, 1}, {1, 16, 1}}) {
-        picture p = make_picture(29, 23, samples, bits), q = make_picture(29, 23, samples, bits);
-        ASSERT_EQ(write_library(file(), p, {{505, 5}, {503, planar}}), 0u);
-        auto size = std::filesystem::file_size(file());
-        CFILE* c = opened(rzl_open_rw(file().c_str()));
-        for (int y : {22, 3, 4, 0, 11}) {
-            for (int x = 0; x < 29; ++x)
-                q.at(x, y) = p.at(28 - x, y);
-            EXPECT_EQ(rzl_seek(c, y), 0);
-            EXPECT_EQ(put_lines(c, q, y, y + 1), 1);
+TEST_F(Writing, PlainLinesInPlace) {
+    for (auto [samples, bits, planar] : {std::array{1, 8, 1}, {3, 8, 1}, {3, 8, 2}, {1, 1, 1}, {1, 4, 1}, {3, 16, 1}})
+        for (int tile : {0, 16}) {
+            SCOPED_TRACE(testing::Message() << samples << ", " << bits << ", " << planar << ", " << tile);
+            picture p = make_picture(45, 40, samples, bits), other = p;
+            std::reverse(other.values.begin(), other.values.end());
+            ASSERT_EQ(write_library(file(), p, {{100, tile}, {503, planar}, {505, 5}}), 0u);
+            const bytes_of_file before = read_bytes(file());
+            CFILE* c = opened(rzl_open_rw(file().c_str()));
+            picture wanted = read_active(c);
+            EXPECT_EQ(tile != 0 ? rzl_seek(c, 3) | put_lines(c, other, 3, 4) : 0, 0) << "the last row is in hand";
+            EXPECT_EQ(status_of(c), tile != 0 ? RZL_LINES_OUT_OF_ORDER : 0);
+            std::vector<uint8_t> line(45 * 4), same(45 * 4);
+            const std::ptrdiff_t values = std::ptrdiff_t{45} * samples;
+            size_t put = 0;
+            for (auto [first, end] : {std::pair{33, 34}, {3, 5}, {9, 10}, {4, 6}, {1, 2}, {16, 17}, {20, 23}}) {
+                EXPECT_EQ(rzl_seek(c, first), 0);
+                EXPECT_EQ(rzl_getline(c, line.data()), 0); // makes this row of tiles the one in hand
+                EXPECT_EQ(rzl_seek(c, first), 0);
+                EXPECT_EQ(put_lines(c, other, first, end), end - first);
+                auto at = values * first;
+                std::copy(other.values.begin() + at, other.values.begin() + values * end, wanted.values.begin() + at);
+                put += static_cast<size_t>(end - first);
+            }
+            // A line above one that waits is what the file has.
+            CFILE* r = opened(rzl_open_r(file().c_str()));
+            EXPECT_EQ(rzl_seek(c, 19) | rzl_getline(c, line.data()) | rzl_seek(r, 19) | rzl_getline(r, same.data()), 0);
+            EXPECT_EQ(line, same);
+            rzl_close(r);
+            EXPECT_EQ(rzl_finish(c), 0u);
+            EXPECT_TRUE(bits == 16 || read_library(file()) == wanted);
+            // Other lines stay to the last bit, also those whose samples a line shows in part.
+            const bytes_of_file after = read_bytes(file());
+            ASSERT_EQ(after.size(), before.size());
+            size_t changed = 0;
+            for (size_t i = 0; i < after.size(); ++i)
+                changed += after[i] != before[i] ? 1u : 0u;
+            EXPECT_TRUE(changed > 0 && changed <= put * 48 * static_cast<size_t>(samples * bits) / 8) << changed;
         }
-        EXPECT_EQ(rzl_rewind(c), 0);
-        EXPECT_TRUE(read_active(c) == q);
-        EXPECT_EQ(rzl_finish(c), 0u);
-        EXPECT_EQ(std::filesystem::file_size(file()), size);
-        EXPECT_TRUE(read_library(file()) == q) << samples << bits << planar;
-    }
-    // Tags that this module knows nothing of survive a new directory.
+}
+
+// Tags that this module knows nothing of.
+TEST_F(Writing, ANewDirectoryKeepsTheTagsOfTheOld) {
     hand_file f(true);
     f.bytes.resize(16, 7);
     auto entries = grey_entries(4, 2, 8, 1, 8, 8);

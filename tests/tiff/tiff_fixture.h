@@ -54,7 +54,7 @@ protected:
 
 // ---- portable anymaps
 
-inline void write_pnm(const std::string& path, const picture& p) {
+inline bytes_of_file pnm_of(const picture& p) {
     std::string samples;
     for (int y = 0; y < p.height; ++y)
         for (int i = 0; i < p.width * p.samples; ++i) {
@@ -64,41 +64,7 @@ inline void write_pnm(const std::string& path, const picture& p) {
             if (p.bits == 1 && v != 0) samples.back() = static_cast<char>(samples.back() | 0x80 >> i % 8);
         }
     char kind = p.bits == 1 ? '4' : p.samples == 1 ? '5' : '6';
-    write_bytes(path, bytes_of(anymap(kind, p.width, p.height, samples, (1 << p.bits) - 1)));
-}
-
-inline picture read_pnm(const std::string& path) {
-    bytes_of_file b = read_bytes(path);
-    picture p;
-    size_t at = 2;
-    auto number = [&] {
-        while (at < b.size() && (std::isspace(b[at]) != 0 || b[at] == '#'))
-            at = b[at] == '#'
-                     ? static_cast<size_t>(std::find(b.begin() + static_cast<long>(at), b.end(), '\n') - b.begin())
-                     : at + 1;
-        int v = 0;
-        for (; at < b.size() && std::isdigit(b[at]) != 0; ++at)
-            v = v * 10 + b[at] - '0';
-        return v;
-    };
-    if (b.size() < 8 || b[0] != 'P') return p;
-    p.width = number();
-    p.height = number();
-    p.samples = b[1] == '6' ? 3 : 1;
-    int top = b[1] == '4' ? 1 : number();
-    ++at;
-    for (p.bits = 1; (1 << p.bits) - 1 < top;)
-        ++p.bits;
-    size_t line = p.bits == 1 ? static_cast<size_t>(p.width + 7) / 8 : static_cast<size_t>(p.width * p.samples);
-    size_t bytes = line * static_cast<size_t>(p.height) * (p.bits > 8 ? 2 : 1);
-    if (b.size() - at < bytes) return {};
-    for (int y = 0; y < p.height; ++y)
-        for (int x = 0; x < p.width * p.samples; ++x) {
-            size_t i = static_cast<size_t>(y) * line + static_cast<size_t>(p.bits == 1 ? x / 8 : x);
-            uint32_t v = p.bits > 8 ? load_u16be(&b[at + 2 * i]) : b[at + i];
-            p.values.push_back(p.bits == 1 ? v >> (7 - x % 8) & 1 : v);
-        }
-    return p;
+    return bytes_of(anymap(kind, p.width, p.height, samples, (1 << p.bits) - 1));
 }
 
 // ---- through the library

@@ -6,8 +6,8 @@
 // two, which take turns), or 0 and 0 for the end of the line, 1 for the end of the image, 2 for a step to the right and
 // down, or the count of pixels that follow as they are, filled up to 16 bits.
 //
-// The lines of a new file may come from the top. Raw ones go to their places in the file, many at a time; coded ones,
-// and those of a file that is also read, are gathered in memory and written at its close.
+// The lines of a new file may come from the top. Raw ones go to their places in the file, many at a time; coded ones
+// are gathered in memory and written at its close.
 #pragma once
 
 #include "raster/CORE/module.h"
@@ -68,10 +68,10 @@ struct bmp_spec {
     bmp_bit_field* fields;        // owned: red, green, blue of pixels with bit fields
     bool ended;                   // run-coded: the image's end has come, all that follows is 0
     int32_t lines_below, start_x; // a step of the run code: lines from here to where it goes on, and the column there
-    bmp_block block;              // of a new file with raw lines that is only written
-    uint8_t* lines;               // owned, of another new file: its raw lines in file order, or coded ones as they came
-    size_t room, fill;            // of coded lines
-    size_t* places;               // owned: of coded lines; one more for the end
+    bmp_block block;              // of a new file with raw lines
+    uint8_t* codes;               // owned, of a new file with coded lines: these as they came
+    size_t room, fill;            // of the codes
+    size_t* places;               // owned: of the lines in the codes; one more for the end
     int32_t lines_put;            // coded lines that have come
 };
 
@@ -80,6 +80,19 @@ inline bmp_spec* bmp_spec_of(const CFILE* c) {
 }
 inline bool bmp_is_coded(const bmp_spec* spec) {
     return spec->compression == BMP_RLE8 || spec->compression == BMP_RLE4;
+}
+
+// Whether a new file has its header, and waits for its close.
+inline bool bmp_is_begun(const bmp_spec* spec) {
+    return spec->codes != nullptr || spec->block.rows != nullptr;
+}
+// Whether the lines come in an order that a file can tell.
+inline bool bmp_is_ordered(const bmp_spec* spec) {
+    return spec->orientation == RZL_TOP_DOWN || spec->orientation == RZL_BOTTOM_UP;
+}
+// The row of a new file that the line at hand is.
+inline int64_t bmp_file_row(const CFILE* c) {
+    return bmp_spec_of(c)->orientation == RZL_TOP_DOWN ? int64_t{c->ysize} - 1 - c->line : c->line;
 }
 
 // Bytes of a raw line of so many pixels. A product that no file holds is still right: 64 bits hold it.
@@ -114,7 +127,13 @@ int bmp_write_header(CFILE* c);
 // file that was opened takes raw lines in place. The width, 0 on failure.
 int bmp_put_line(CFILE* c, int channels, write_planes buffers);
 
+// The raw line at hand of a new file that is also read, as the file has it: zeros when it has not come. Null when it
+// can't be read.
+const uint8_t* bmp_read_back(CFILE* c);
+
+// Frees what holds lines.
+void bmp_drop_lines(bmp_spec* spec);
+
 // Finishes a new file. Its lines must have been put from the top or from the bottom, field 9 being RZL_TOP_DOWN or
-// RZL_BOTTOM_UP; otherwise nothing of them is written (nothing more, when that was set after the first of them), and
-// the status is RZL_UNSUP_BMP.
+// RZL_BOTTOM_UP; otherwise nothing of them is written, and the status is RZL_UNSUP_BMP.
 void bmp_close(CFILE* c);

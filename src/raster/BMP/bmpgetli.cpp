@@ -12,12 +12,8 @@ constexpr char SOURCE[] = "BMP/bmpgetli";
 
 // The raw line that is asked for, where it lies or in `row`; null when it is not there.
 const uint8_t* read_row(CFILE* c, bmp_spec* spec) {
-    auto line = static_cast<size_t>(c->line);
-    if (spec->lines != nullptr) { // a new file that is still gathered
-        size_t place = spec->orientation == RZL_TOP_DOWN ? static_cast<size_t>(c->ysize) - 1 - line : line;
-        return spec->lines + place * spec->row_bytes;
-    }
-    int64_t place = spec->data_offset + static_cast<int64_t>(line * spec->row_bytes);
+    if (spec->block.rows != nullptr) return bmp_read_back(c);
+    int64_t place = spec->data_offset + c->line * static_cast<int64_t>(spec->row_bytes);
     if (spec->file_line != c->line && !io_seek(c, place)) return nullptr;
     spec->file_line = -1;
     const uint8_t* row = io_take(c, spec->row_bytes, spec->row);
@@ -243,8 +239,9 @@ int bmp_get_line(CFILE* c, int channels, read_planes buffers) {
     bmp_spec* spec = bmp_spec_of(c);
     if (!channels_fit(c, channels, buffers)) return 0;
     if (spec->row == nullptr) return fails(c, RZL_READ_FAILED, SOURCE, "getline"); // a new file without its header
-    // Coded lines of a new file are not in the file before its close.
-    if (spec->lines != nullptr && bmp_is_coded(spec)) return fails(c, RZL_UNSUP_BMP, SOURCE, "getline");
+    // Coded lines of a new file are not in the file before its close, and lines of no order that it has never are.
+    bool held = bmp_is_begun(spec) && (bmp_is_coded(spec) || !bmp_is_ordered(spec));
+    if (held) return fails(c, RZL_UNSUP_BMP, SOURCE, "getline");
     bool there =
         c->samples == 3 ? deliver_colors(c, spec, channels, buffers) : deliver_plane(c, spec, channels, buffers);
     if (!there) return fails(c, RZL_READ_FAILED, SOURCE, "getline");

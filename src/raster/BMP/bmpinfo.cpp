@@ -72,17 +72,9 @@ int bmp_initialise(CFILE* c) {
 void bmp_free_specs(CFILE* c) {
     bmp_spec* spec = bmp_spec_of(c);
     if (spec == nullptr) return;
-    mem_free(spec->row);
+    bmp_drop_lines(spec);
     mem_free(spec->fields);
-    mem_free(spec->lines);
-    mem_free(spec->places);
-    mem_free(spec->block.rows);
-    mem_free(spec->block.came);
-    spec->block = {};
-    spec->row = nullptr;
     spec->fields = nullptr;
-    spec->lines = nullptr;
-    spec->places = nullptr;
 }
 
 int32_t colour_count_of(const CFILE* c) {

@@ -1,4 +1,4 @@
-// Writing BMP files: the headers, the lines gathered in memory, the run coding, and the file at its close.
+// Writing BMP files: the headers, raw lines on their way into the file, the run coding, and the file at its close.
 #include <algorithm>
 #include <cstring>
 
@@ -55,18 +55,13 @@ bool write_colors(CFILE* c, const bmp_spec* spec) {
            put_all(c, table, static_cast<size_t>(spec->colour_count) * 4, SOURCE);
 }
 
-// ---- the lines in memory -------------------------------------------------------------------------------------------
+// ---- memory --------------------------------------------------------------------------------------------------------
 
 // Room for a coded line: at worst each pixel is a code of its own, and short literals have two bytes more.
 size_t coded_line_room(const CFILE* c) {
     return static_cast<size_t>(c->xsize) * 2 + 16;
 }
 
-bool is_ordered(const bmp_spec* spec) {
-    return spec->orientation == RZL_TOP_DOWN || spec->orientation == RZL_BOTTOM_UP;
-}
-
-// A block for raw lines. An orientation that the close refuses is to leave no lines in the file.
 bool allocate_block(CFILE* c, bmp_spec* spec) {
     auto wanted = static_cast<int64_t>((BLOCK_BYTES + spec->row_bytes - 1) / spec->row_bytes);
     spec->block = {};
@@ -76,7 +71,14 @@ bool allocate_block(CFILE* c, bmp_spec* spec) {
     return spec->block.rows != nullptr && spec->block.came != nullptr;
 }
 
-// Lines that don't come are 0. False for an image whose file would be larger than its header can tell.
+bool allocate_codes(CFILE* c, bmp_spec* spec) {
+    spec->room = coded_line_room(c);
+    spec->codes = mem_new_array<uint8_t>(spec->room);
+    spec->places = mem_new_array<size_t>(static_cast<size_t>(c->ysize) + 1);
+    return spec->codes != nullptr && spec->places != nullptr;
+}
+
+// False for an image whose file would be larger than its header can tell.
 bool allocate_lines(CFILE* c, bmp_spec* spec) {
     uint64_t row = bmp_row_bytes(c->xsize, spec->bit_count);
     uint64_t all = 0;
@@ -84,28 +86,9 @@ bool allocate_lines(CFILE* c, bmp_spec* spec) {
         checked_mul(row, static_cast<uint64_t>(c->ysize), &all) && all <= UINT32_MAX - START_SIZE - BMP_COLORS * 4;
     if (!fits) return fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "Wrt_hdr");
     spec->row_bytes = static_cast<size_t>(row);
-    auto lines = static_cast<size_t>(c->ysize);
-    bool coded = bmp_is_coded(spec);
-    spec->room = coded ? coded_line_room(c) : static_cast<size_t>(all);
     spec->row = mem_new_array<uint8_t>(spec->row_bytes + static_cast<size_t>(c->xsize));
-    bool in_blocks = !coded && c->mode == MODE_WRITE && is_ordered(spec);
-    bool there = spec->row != nullptr && (!in_blocks || allocate_block(c, spec));
-    if (!in_blocks) spec->lines = static_cast<uint8_t*>(mem_alloc_zeroed(spec->room));
-    if (coded) spec->places = mem_new_array<size_t>(lines + 1);
-    if (there && (in_blocks || spec->lines != nullptr) && (!coded || spec->places != nullptr)) return true;
-    return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-}
-
-void drop_lines(bmp_spec* spec) {
-    mem_free(spec->row);
-    mem_free(spec->lines);
-    mem_free(spec->places);
-    mem_free(spec->block.rows);
-    mem_free(spec->block.came);
-    spec->block = {};
-    spec->row = nullptr;
-    spec->lines = nullptr;
-    spec->places = nullptr;
+    bool there = spec->row != nullptr && (bmp_is_coded(spec) ? allocate_codes(c, spec) : allocate_block(c, spec));
+    return there || fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
 }
 
 // Makes room for one more coded line.
@@ -113,9 +96,9 @@ bool need_line(CFILE* c, bmp_spec* spec) {
     size_t wanted = spec->fill + coded_line_room(c);
     if (wanted <= spec->room) return true;
     size_t room = std::max(wanted, spec->room * 2);
-    auto* lines = static_cast<uint8_t*>(mem_realloc(spec->lines, room));
-    if (lines == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
-    spec->lines = lines;
+    auto* codes = static_cast<uint8_t*>(mem_realloc(spec->codes, room));
+    if (codes == nullptr) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    spec->codes = codes;
     spec->room = room;
     return true;
 }
@@ -207,7 +190,7 @@ bool put_coded(CFILE* c, bmp_spec* spec, const uint8_t* values) {
     auto width = static_cast<size_t>(c->xsize);
     spec->places[spec->lines_put++] = spec->fill;
     size_t step = spec->bit_count == 8 ? 1 : 2;
-    spec->fill += encode_line(low_bits(spec, values, width), width, step, spec->lines + spec->fill);
+    spec->fill += encode_line(low_bits(spec, values, width), width, step, spec->codes + spec->fill);
     spec->places[spec->lines_put] = spec->fill;
     return true;
 }
@@ -263,19 +246,14 @@ uint8_t* place_in_block(CFILE* c, bmp_spec* spec, int64_t row) {
 }
 
 bool put_raw(CFILE* c, bmp_spec* spec, int channels, write_planes buffers) {
-    auto line = static_cast<size_t>(c->line);
-    size_t row = spec->orientation == RZL_TOP_DOWN ? static_cast<size_t>(c->ysize) - 1 - line : line;
     if (spec->block.rows != nullptr) {
-        uint8_t* place = place_in_block(c, spec, static_cast<int64_t>(row));
+        if (!bmp_is_ordered(spec)) return true; // the close refuses them
+        uint8_t* place = place_in_block(c, spec, bmp_file_row(c));
         if (place != nullptr) pack_row(c, spec, channels, buffers, place);
         return place != nullptr;
     }
-    if (spec->lines != nullptr) {
-        pack_row(c, spec, channels, buffers, spec->lines + row * spec->row_bytes);
-        return true;
-    }
     pack_row(c, spec, channels, buffers, spec->row);
-    int64_t place = spec->data_offset + static_cast<int64_t>(line * spec->row_bytes);
+    int64_t place = spec->data_offset + c->line * static_cast<int64_t>(spec->row_bytes);
     if (!io_seek(c, place)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     return put_all(c, spec->row, spec->row_bytes, SOURCE);
 }
@@ -283,9 +261,9 @@ bool put_raw(CFILE* c, bmp_spec* spec, int channels, write_planes buffers) {
 // ---- the close -----------------------------------------------------------------------------------------------------
 
 bool write_coded(CFILE* c, const bmp_spec* spec) {
-    if (spec->orientation == RZL_BOTTOM_UP) return put_all(c, spec->lines, spec->fill, SOURCE);
+    if (spec->orientation == RZL_BOTTOM_UP) return put_all(c, spec->codes, spec->fill, SOURCE);
     for (int32_t line = spec->lines_put - 1; line >= 0; --line)
-        if (!put_all(c, spec->lines + spec->places[line], spec->places[line + 1] - spec->places[line], SOURCE))
+        if (!put_all(c, spec->codes + spec->places[line], spec->places[line + 1] - spec->places[line], SOURCE))
             return false;
     return true;
 }
@@ -314,20 +292,29 @@ bool put_number(CFILE* c, int64_t place, uint32_t number) {
 }
 
 bool write_lines(CFILE* c, bmp_spec* spec) {
-    if (!is_ordered(spec)) return fails(c, RZL_UNSUP_BMP, SOURCE, "orientation");
+    if (!bmp_is_ordered(spec)) return fails(c, RZL_UNSUP_BMP, SOURCE, "orientation");
     // A coded image can outgrow the numbers of its header.
-    size_t bytes = bmp_is_coded(spec) ? spec->fill : spec->room;
+    uint64_t bytes = bmp_is_coded(spec) ? spec->fill : uint64_t{spec->row_bytes} * static_cast<uint64_t>(c->ysize);
     uint64_t size = static_cast<uint64_t>(spec->data_offset) + bytes;
     if (size > UINT32_MAX) return fails(c, RZL_BAD_IMAGE_SIZE, SOURCE, "Bmp close");
     if (!io_seek(c, spec->data_offset)) return fails(c, RZL_WRITE_FAILED, SOURCE, nullptr);
-    bool written = bmp_is_coded(spec)            ? write_coded(c, spec)
-                   : spec->block.rows != nullptr ? write_rest(c, spec)
-                                                 : put_all(c, spec->lines, bytes, SOURCE);
+    bool written = bmp_is_coded(spec) ? write_coded(c, spec) : write_rest(c, spec);
     return written && put_number(c, AT_FILE_SIZE, static_cast<uint32_t>(size)) &&
            put_number(c, AT_DATA_OFFSET, static_cast<uint32_t>(spec->data_offset));
 }
 
 } // namespace
+
+void bmp_drop_lines(bmp_spec* spec) {
+    mem_free(spec->row);
+    mem_free(spec->codes);
+    mem_free(spec->places);
+    mem_free(spec->block.rows);
+    mem_free(spec->block.came);
+    spec->block = {};
+    spec->row = spec->codes = nullptr;
+    spec->places = nullptr;
+}
 
 // A file that was opened has its header and keeps it, and so does one whose header is written.
 int bmp_write_header(CFILE* c) {
@@ -343,7 +330,7 @@ int bmp_write_header(CFILE* c) {
     bool at_start = io_tell(c) == 0 || io_seek(c, 0);
     if (!at_start) return refuse(c, RZL_WRITE_FAILED, SOURCE, nullptr);
     if (!allocate_lines(c, spec) || !write_headers(c, spec) || !write_colors(c, spec)) {
-        drop_lines(spec);
+        bmp_drop_lines(spec);
         return 1;
     }
     spec->data_offset = int64_t{START_SIZE} + spec->colour_count * int64_t{4};
@@ -353,6 +340,19 @@ int bmp_write_header(CFILE* c) {
     c->line = 0;
     set_flag(c, FLAG_HEADER_EXISTS, true);
     return 0;
+}
+
+const uint8_t* bmp_read_back(CFILE* c) {
+    bmp_spec* spec = bmp_spec_of(c);
+    const bmp_block* b = &spec->block;
+    int64_t row = bmp_file_row(c);
+    auto bytes = static_cast<int64_t>(spec->row_bytes);
+    if (row >= b->from && row < b->to) return b->rows + (row - b->at) * bytes;
+    if (b->came[row] == 0) {
+        std::memset(spec->row, 0, spec->row_bytes);
+        return spec->row;
+    }
+    return io_seek(c, spec->data_offset + row * bytes) ? io_take(c, spec->row_bytes, spec->row) : nullptr;
 }
 
 int bmp_put_line(CFILE* c, int channels, write_planes buffers) {
@@ -372,7 +372,7 @@ int bmp_put_line(CFILE* c, int channels, write_planes buffers) {
 
 void bmp_close(CFILE* c) {
     bmp_spec* spec = bmp_spec_of(c);
-    if (spec == nullptr || (spec->lines == nullptr && spec->block.rows == nullptr)) return;
+    if (spec == nullptr || !bmp_is_begun(spec)) return;
     (void)write_lines(c, spec);
-    drop_lines(spec);
+    bmp_drop_lines(spec);
 }

@@ -5,6 +5,7 @@
 #include "raster/CALS/cals.h"
 #include "raster/CALS/calskeys.h"
 #include "raster/CCITT/citfile.h"
+#include "raster/CORE/lines.h"
 #include "support/memory.h"
 
 namespace {
@@ -227,6 +228,14 @@ int cals_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t*) {
     return CALS_TILE * CALS_TILE;
 }
 
+// Lines that wait for the rest of their row of tiles, in the layout in which they came.
+static bool flush_lines(CFILE* c) {
+    const tile_record* t = has_flag(c, FLAG_TILED) ? c->tile : nullptr;
+    if (t == nullptr || t->row_buffer == nullptr || !t->row_dirty) return true;
+    c->flags = (c->flags & ~TILE_LAYOUT_FLAGS) | t->row_layout;
+    return rzl_flush_tile_row(c, 1) > 0;
+}
+
 // Lines that have come are written, and what was begun in the indefinite form is ended.
 void cals_close(CFILE* c) {
     cals_spec* spec = cals_spec_of(c);
@@ -235,6 +244,7 @@ void cals_close(CFILE* c) {
     bool tiled = spec->tile_size != 0;
     bool begun = !tiled && spec->writer != nullptr && !spec->closed;
     if (begun && !finish_code(c, spec)) return;
+    if (!flush_lines(c)) return;
     if (spec->type != 2) return;
     constexpr uint8_t ENDS[4] = {};
     if (!seek_end(c)) return;

@@ -90,7 +90,16 @@ bool write_profile(CFILE* c, const cals_spec* spec) {
     put_bytes(&inner, {0xA8, 0x16});
     put_text(&inner, 0x43, "ISO 8613");
     put_text(&inner, 0x44, "1991-12-31");
-    put_bytes(&inner, {0xA2, 0x03, 0x81, 0x01, 0x00});
+    // How it is presented: no class of its own, the usual page and its units. The profile of a file without a reference
+    // then has its 94 bytes.
+    bytes_out features = {};
+    put_number(&features, 0x81, 0);
+    put_number(&features, 0x84, CALS_PAGE_WIDTH);
+    put_number(&features, 0x86, CALS_PAGE_HEIGHT);
+    bytes_out units = {};
+    put_number(&units, 0x80, CALS_UNITS_AN_INCH);
+    put_inside(&features, 0xA5, units);
+    put_inside(&inner, 0xA2, features);
     put_text(&inner, 0xA3, reference);
     bytes_out out = {};
     put_bytes(&out, {0xA0, 0x81, static_cast<uint8_t>(inner.size)}); // the long form always

@@ -2,6 +2,7 @@
 // the rows of standard.cpp that name them.
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstring>
 
 #include "raster/CORE/module.h"
@@ -187,20 +188,37 @@ bool records_are_text(const file_probe* p) {
     return true;
 }
 
+// A test that a file has failed, which bit 2 of the debug level tells: of a file without a magic number nothing else
+// says why it is taken for none.
+bool is_no_usgs(const char* detail, int line = __builtin_LINE()) {
+    constexpr int32_t DEBUG_USGS = 4;
+    if ((debug_level() & DEBUG_USGS) != 0) rzl_report(RZL_NOT_STANDARD, SOURCE, line, detail);
+    return false;
+}
+
+bool is_no_usgs_at(size_t offset, int line = __builtin_LINE()) {
+    char detail[32];
+    std::snprintf(detail, sizeof detail, "USGS (byte %zu)", offset);
+    return is_no_usgs(detail, line);
+}
+
 } // namespace
 
 // Four text records without a magic number: the fields have to make sense.
 bool is_usgs(const file_probe* p) {
     constexpr double FULL_CIRCLE = 6.283185307179586;
-    if (p->size < USGS_RECORD_SIZE) return false;
+    constexpr size_t ANGLE = 171;
+    if (p->size < USGS_RECORD_SIZE) return is_no_usgs("USGS (size)");
     auto is_one_of = [](uint8_t v, const char* set) { return v != 0 && std::strchr(set, v) != nullptr; };
-    if (!is_one_of(p->b[38], "NnSs ") || !is_one_of(p->b[39], "EeWw ")) return false;
+    if (!is_one_of(p->b[38], "NnSs ")) return is_no_usgs_at(38);
+    if (!is_one_of(p->b[39], "EeWw ")) return is_no_usgs_at(39);
     for (const record_field& field : USGS_FIELDS) {
-        if (!field_holds(p->b, field)) return false;
+        if (!field_holds(p->b, field)) return is_no_usgs_at(field.offset);
     }
     double angle = 0;
-    (void)text_number(reinterpret_cast<const char*>(p->b) + 171, 24, &angle);
-    return angle > 0 && angle < FULL_CIRCLE && records_are_text(p);
+    (void)text_number(reinterpret_cast<const char*>(p->b) + ANGLE, 24, &angle);
+    if (!(angle > 0 && angle < FULL_CIRCLE)) return is_no_usgs_at(ANGLE);
+    return records_are_text(p) || is_no_usgs("USGS (records of text)");
 }
 
 // The mark at the start of the directory that ends the file.

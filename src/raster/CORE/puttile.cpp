@@ -12,6 +12,11 @@ namespace {
 
 constexpr char SOURCE[] = "CORE/puttile";
 
+// A row of tiles that was read before may have had the one that was put.
+void forget_read_row(CFILE* c) {
+    if (c->tile != nullptr && !c->tile->row_dirty) c->tile->row_read = false;
+}
+
 int write_tile_call(CFILE* c, const char* word, write_tile_slot format_slots::*slot, int channels,
                     const void* const* buffers) {
     if (!handle_enter(c, word)) return 1;
@@ -19,6 +24,7 @@ int write_tile_call(CFILE* c, const char* word, write_tile_slot format_slots::*s
     write_plane_list planes(channels, buffers);
     if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
     int pixels = (c->slots.*slot)(c, channels, planes.all, nullptr);
+    forget_read_row(c);
     return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 
@@ -205,6 +211,7 @@ int rzl_put_rle_tile(CFILE* c, const void* buffer, int32_t size) {
     c->rle_size = size;
     const auto* coding = static_cast<const uint8_t*>(buffer);
     int pixels = c->slots.Putrletile(c, 1, &coding, nullptr);
+    forget_read_row(c);
     return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 

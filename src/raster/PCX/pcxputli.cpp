@@ -29,7 +29,8 @@ void fill_palette(const CFILE* c, pcx_spec* spec) {
 
 // The colours of the header: the first 16 of the palette where the application has given one, or else a grey ramp.
 void store_short_palette(const CFILE* c, const pcx_spec* spec, uint8_t* h) {
-    bool own = spec->bits == 1 || (c->vlt != nullptr && spec->palette_kind != pcx_palette::none);
+    bool given = c->vlt != nullptr && spec->planes == 1 && spec->palette_kind != pcx_palette::none;
+    bool own = spec->bits == 1 || given;
     for (size_t i = 0; i < PCX_SHORT_COLORS; ++i) {
         uint8_t* color = h + PCX_AT_PALETTE + i * 3;
         if (own) {

@@ -1,4 +1,4 @@
-// Lines as runs, and copies of data from file to file.
+// Lines as runs, seeking, and copies of data from file to file.
 #include "raster/PNM/pnmmisc.h"
 
 #include <algorithm>
@@ -174,6 +174,11 @@ int rzl_put_runs_as_line(CFILE* c, int channels, const uint8_t* const* buffers, 
     if (!cit_take_runs(c, buffers[0], words.get(), source)) return 0;
     const uint8_t* plane = words.get();
     return c->slots.Put_line(c, 1, &plane);
+}
+
+int rzl_seek_inside(CFILE* c, int32_t line) {
+    bool inside = has_flag(c, FLAG_SQUETCH) || line <= c->ysize; // a resampled image has other lines
+    return inside ? rzl_seek_generic(c, line) : refuse(c, RZL_PAST_END, "PNM/pnmmisc", "seek");
 }
 
 bool rzl_copy_check(CFILE* from, CFILE* to, const char* source) {

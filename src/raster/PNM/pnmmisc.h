@@ -1,5 +1,5 @@
-// Lines as runs, for the formats whose run-coded lines are made of the lines that they read, and the other way: PNM,
-// Sun raster, USGS and the map sets, and PCX.
+// What PNM and its sister formats share: lines as runs, for the formats whose run-coded lines are made of the lines
+// that they read, and the other way (PNM, Sun raster, USGS and the map sets, and PCX); seeking; and copies of data.
 //
 //     bits     16-bit words, the lengths of runs of clear and set bits in turn, of clear ones first and last;
 //              a run over 32767 stands as 32767, 0, the rest
@@ -37,6 +37,9 @@ int rzl_put_runs_as_line(CFILE* c, int channels, const uint8_t* const* buffers, 
 // Copies what follows from here to the end of one file to another. 0, or 1 with RZL_WRITE_FAILED or RZL_NO_MEMORY on
 // both handles.
 int rzl_copy_rest(CFILE* from, CFILE* to, const char* source);
+
+// A Seek slot that refuses a line behind the end of the image at once, with RZL_PAST_END; others find out on reading.
+int rzl_seek_inside(CFILE* c, int32_t line);
 
 // The test at the head of copydata: the target writable, the source readable. Otherwise false, with the status on both.
 bool rzl_copy_check(CFILE* from, CFILE* to, const char* source);

@@ -194,6 +194,7 @@ constexpr format_slots SLOTS = {
     .Set_stat = pnm_set_stat,
     .copydata = pnm_copydata,
     .Wrt_hdr = pnm_write_header,
+    .Seek = rzl_seek_inside,
     .Randomize = rzl_randomize_nothing,
     .Free_specs = pnm_free_specs,
     .Get_Image_Offset = pnm_image_offset,

@@ -1,4 +1,5 @@
 // Lines of PostScript files.
+#include <algorithm>
 #include <cstring>
 
 #include "raster/PS/ps.h"
@@ -53,7 +54,7 @@ int ps_put_line(CFILE* c, int channels, write_planes buffers) {
     const uint8_t* values = channels == 1 ? buffers[0] : room;
     if (channels == 3) mix_planes(buffers, width, room);
     if (values == nullptr) { // a line that is not given is black
-        std::memset(room, 0, width);
+        std::fill_n(room, width, uint8_t{0});
         values = room;
     } else if (channels == 1 && format_is_bilevel(c->format)) {
         rzl_unpack_bits(buffers[0], room, c->xsize, 0, c->vlt != nullptr ? 1 : 255); // the two entries of a table

@@ -69,13 +69,22 @@ int sun_initialise(CFILE* c) {
 
 // ---- fields --------------------------------------------------------------------------------------------------------
 
+// Fields whose answer is the handle's, with all from RZL_FIELD_VLT_ROOM on. Others are none of the format's.
+constexpr int32_t KNOWN[] = {
+    RZL_FIELD_MATRIX,      RZL_FIELD_PACKET_WORDS,   RZL_FIELD_RESOLUTION, RZL_FIELD_ORIENTATION,
+    RZL_FIELD_APPLICATION, RZL_FIELD_SCANNABLE,      RZL_FIELD_VERSION,    RZL_FIELD_ASPECT_RATIO,
+    RZL_FIELD_OVERVIEWS,   RZL_FIELD_OVERVIEW_VALUE,
+};
+
+// A field that the format does not have gives the answer of the handle, and the status tells.
 int sun_get_hdr_data(CFILE* c, int32_t field, void* value) {
     const sun_spec* spec = sun_spec_of(c);
     bool has_map = spec->map_type != SUN_NO_MAP && spec->entries > 0;
     switch (field) {
     case RZL_FIELD_VLT_TYPE: give_int(value, has_map ? RZL_VLT_ENTRIES : RZL_VLT_NONE); break;
     case RZL_FIELD_VLT_ENTRIES: give_int(value, spec->entries); break;
-    default: break;
+    default:
+        if (field < RZL_FIELD_VLT_ROOM) note_unknown_field(c, KNOWN, field, SOURCE);
     }
     return 0;
 }

@@ -124,6 +124,7 @@ enum tif_photometrics : uint16_t { TIF_WHITE_ZERO = 0, TIF_BLACK_ZERO = 1, TIF_R
 
 // Bits of an image's `flags`.
 enum tif_flags : uint32_t {
+    TIF_COPIED = 0x0001,         // made like another record
     TIF_HAS_MAP = 0x0008,        // there is a colour map
     TIF_TILED = 0x0010,          // stored in tiles, not in strips
     TIF_HAS_TRANSFORM = 0x0020,  // `transform` holds something to be written
@@ -147,11 +148,11 @@ struct tif_image {
     uint32_t next_ifd_pos; // of its pointer to the next one
     uint32_t next_ifd;     // what stands there
     uint32_t image_width, image_length;
-    uint32_t subfile_type; // bit 0: an overview
+    uint32_t subfile_type; // bit 0: reduced, bit 2: a mask of another image
     uint32_t min_sample[TIF_MAX_SAMPLES], max_sample[TIF_MAX_SAMPLES];
     uint16_t samples_per_pixel, bits_per_sample[TIF_MAX_SAMPLES];
     uint16_t compression, predictor, photometric, planar_config, resolution_unit, orientation;
-    uint16_t fill_order;     // tag 266; of CCITT data: 2, bit 0 of a byte comes first
+    uint16_t fill_order;     // tag 266; of CCITT data: 2, bit 0 of a byte comes first. Otherwise it is kept, no more
     uint32_t fax_options;    // tag 292; bit 0: two-dimensional group 3
     uint32_t rows_per_strip; // TIF_NOT_GIVEN or 0: to be chosen
     uint32_t given_strips;   // entries that the directory tells of; used where rows_per_strip is missing
@@ -225,7 +226,9 @@ struct tif_spec {
     int64_t end;        // of the file, from its start: where the next append goes
     bool at_end;        // the file stands there
     bool raw_row;       // samples in the buffered row of tiles are as stored
-    uint32_t row_lines; // lines gathered of the buffered row of tiles
+    bool row_stands;    // the file has tiles of the row that is gathered, and lines of it change in their places
+    uint32_t row_begin; // the first line that was gathered of the buffered row of tiles; 0 unless row_stands
+    uint32_t row_lines; // behind the last one
     bool told;          // damaged fax data was logged for this image
     tif_reading in;
     tif_gathering out;
@@ -273,6 +276,13 @@ void tif_count_tiles(tif_image* image); // across and down, from the sizes
 inline bool tif_is_tiled(const tif_image* image) {
     return (image->flags & TIF_TILED) != 0;
 }
+// Neither an overview nor a mask; and an overview that is no mask.
+inline bool tif_is_picture(const tif_image* image) {
+    return (image->subfile_type & 5) == 0;
+}
+inline bool tif_is_overview(const tif_image* image) {
+    return (image->subfile_type & 5) == 1;
+}
 inline uint16_t tif_bits(const tif_image* image) {
     return image->bits_per_sample[0];
 }
@@ -303,6 +313,7 @@ bool tif_activate(CFILE* c, tif_image* image);         // all that the handle de
 bool tif_take_kind(CFILE* c, const tif_image* image);  // samples, bits, format and coding
 bool tif_take_image(CFILE* c, const tif_image* image); // the handle's sizes, layout and tables
 uint32_t tif_overview_count(const tif_spec* spec);
+tif_image* tif_next_overview(tif_image* image); // behind that record; null: none
 int tif_set_overview_count(CFILE* c, int32_t count);
 int tif_set_active_overview(CFILE* c, int32_t overview);
 int tif_get_number_of_images(CFILE* c);
@@ -352,6 +363,7 @@ int tif_init_ov(CFILE* from, CFILE* to);
 
 // ---- tifgetli: rows of segments as they are read, lines
 int tif_getline(CFILE* c, int channels, read_planes buffers);
+int tif_getline_from_tiles(CFILE* c, int channels, read_planes buffers);
 int tif_get_line(CFILE* c, int channels, read_planes buffers);
 int tif_get_interleaved_line(CFILE* c, uint8_t* buffer);
 int tif_seek(CFILE* c, int32_t line);
@@ -406,6 +418,10 @@ bool tif_save_segment(CFILE* c, uint32_t segment, uint8_t* rows, size_t plane_by
 bool tif_save_fax_line(CFILE* c, uint32_t segment, uint32_t row, const uint8_t* bits, const uint16_t* runs,
                        size_t count);
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count);
+// `count` rows of each plane of a plain segment that is stored, from `row` on, in their places. The planes stand
+// `plane_bytes` apart in `rows`.
+bool tif_replace_rows(CFILE* c, uint32_t segment, uint32_t row, uint32_t count, const uint8_t* rows,
+                      size_t plane_bytes);
 // `count` plain tiles that stand behind each other in `bytes`, `tile_bytes` each.
 bool tif_store_tiles(CFILE* c, uint32_t first, uint32_t count, const uint8_t* bytes, size_t tile_bytes);
 bool tif_flush_segment(CFILE* c);                // stores what waits
@@ -416,6 +432,8 @@ bool tif_is_streaming(const CFILE* c);           // a strip is in the file in pa
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour);
 int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers);
 bool tif_flush_tile_row(CFILE* c); // stores the lines that were gathered of a row of tiles
+// Stores gathered lines of plain tiles, so that who reads the file finds them; those that follow go to their places.
+bool tif_settle_lines(CFILE* c);
 // The same for an image that is to be less high: the gathered lines that it will still have. Called with the old
 // height in the record.
 bool tif_cut_tile_row(CFILE* c, uint32_t height);

@@ -675,11 +675,21 @@ int tif_get_line(CFILE* c, int channels, read_planes buffers) {
     return got ? c->xsize : 0;
 }
 
+int tif_getline_from_tiles(CFILE* c, int channels, read_planes buffers) {
+    return tif_settle_lines(c) ? rzl_getline_from_tiles(c, channels, buffers) : 0;
+}
+
 // The row of tiles in hand is made anew when it is to hold other values.
 int tif_getline(CFILE* c, int channels, read_planes buffers) {
     tif_spec* spec = tif_spec_of(c);
     bool raw = has_flag(c, FLAG_RAW_SAMPLES);
-    if (raw != spec->raw_row && has_flag(c, FLAG_TILED) && !c->tile->row_dirty) drop_tile_row(c);
+    if (!tif_settle_lines(c)) return 0;
+    bool other = raw != spec->raw_row && has_flag(c, FLAG_TILED);
+    if (other && c->tile->row_dirty) {
+        fail(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "getline");
+        return 0;
+    }
+    if (other) drop_tile_row(c);
     spec->raw_row = raw;
     if (is_narrow_grey(c)) return get_narrow_line(c, channels, buffers);
     return rzl_getline_generic(c, channels, buffers);

@@ -14,7 +14,7 @@ constexpr const char* SOURCE = "TIFF/tifgetti";
 // The tile that comes next, -1 with the status set.
 int64_t next_tile(CFILE* c) {
     rzl_gettile_check(c);
-    return c->status == 0 ? c->line : -1;
+    return c->status == 0 && tif_settle_lines(c) ? c->line : -1;
 }
 
 bool tile_row(CFILE* c, uint32_t tile, uint32_t row, int channels, uint8_t* const* lines) {

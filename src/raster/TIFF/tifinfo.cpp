@@ -84,8 +84,22 @@ bool tif_keep_user_tag(tif_image* image, uint16_t tag, uint16_t type, uint32_t c
     return true;
 }
 
+// The resolution by its own tags, to its last digit and for each side. False: it is none.
+static bool take_resolution_tag(tif_image* image, const rzl_user_tag* tag) {
+    bool across = tag->tag == TIF_TAG_X_RESOLUTION;
+    if (across || tag->tag == TIF_TAG_Y_RESOLUTION) {
+        if (tag->type != TIF_RATIONAL || tag->count != 1 || tag->data.pointer == nullptr) return false;
+        std::memcpy(across ? image->x_resolution : image->y_resolution, tag->data.pointer, sizeof image->x_resolution);
+        return true;
+    }
+    if (tag->tag != TIF_TAG_UNIT || tag->type != TIF_SHORT || tag->count != 1) return false;
+    std::memcpy(&image->resolution_unit, tag->data.bytes, sizeof image->resolution_unit);
+    return true;
+}
+
 static int add_user_tag(CFILE* c, const rzl_user_tag* tag) {
     tif_image* image = tif_image_of(c);
+    if (take_resolution_tag(image, tag)) return 0;
     bool own = tif_is_managed(tag->tag) || tag->tag == TIF_TAG_PACKETS; // only the module writes those
     uint64_t bytes = tif_value_bytes(tag->type, tag->count);
     bool given = bytes <= 4 || tag->data.pointer != nullptr;
@@ -642,8 +656,8 @@ int tif_set_stat(CFILE* c, const rzl_stat* stat) {
     if (!can_change_layout(c)) return set_height(c, stat->ysize);
     bool sized = set_width(c, stat->xsize) == 0 && set_height(c, stat->ysize) == 0;
     if (!sized || set_format(c, stat->format) != 0) return 1;
-    // A compression of 0 is the one that goes with the format.
-    if (stat->compression != 0 && set_compression(c, stat->compression) != 0) return 1;
+    // 0 is none, whatever goes with the format.
+    if (set_compression(c, stat->compression) != 0) return 1;
     if (stat->planar == 1 || stat->planar == 2) image->planar_config = static_cast<uint16_t>(stat->planar);
     if (check_tile(c, stat->tile_size, TILE_STEP) != 0) return 1;
     c->xsize = static_cast<int32_t>(image->image_width);

@@ -80,6 +80,14 @@ bool copy_strips(CFILE* from, const tif_image* source, CFILE* to, tif_image* tar
     return true;
 }
 
+// The record behind one, but for masks.
+tif_image* next_copied(tif_image* image) {
+    do
+        image = image->next;
+    while (image != nullptr && !tif_is_picture(image) && !tif_is_overview(image));
+    return image;
+}
+
 // One image; the target's record is active for the time.
 bool copy_image(CFILE* from, tif_image* source, CFILE* to, tif_image* target) {
     // A new image without a header has no strips yet.
@@ -89,6 +97,8 @@ bool copy_image(CFILE* from, tif_image* source, CFILE* to, tif_image* target) {
         if (tif_finish_image(to) != 0 || !tif_activate(to, target)) return false;
     }
     bool planned = (target->flags & TIF_IN_FILE) != 0 || tif_write_header(to) == 0;
+    if (target->fill_order != source->fill_order) target->flags |= TIF_OUT_OF_DATE;
+    target->fill_order = source->fill_order;
     return planned && copy_strips(from, source, to, target) && tif_finish_image(to) == 0;
 }
 
@@ -120,7 +130,7 @@ bool tif_copy_settings(const tif_image* from, tif_image* to) {
     std::memcpy(to->y_resolution, from->y_resolution, sizeof to->y_resolution);
     to->resolution_unit = from->resolution_unit;
     std::memcpy(to->flag_registers, from->flag_registers, sizeof to->flag_registers);
-    to->flags = TIF_IFD_DUE | (from->flags & (TIF_HAS_MAP | TIF_TILED));
+    to->flags = TIF_IFD_DUE | TIF_COPIED | (from->flags & (TIF_HAS_MAP | TIF_TILED));
     return true;
 }
 
@@ -145,9 +155,11 @@ int tif_init_ov(CFILE* from, CFILE* to) {
     if (!check_pair(from, to, "init ov")) return 1;
     auto count = static_cast<int32_t>(tif_overview_count(tif_spec_of(from)));
     if (tif_set_overview_count(to, count) != 0) return 1;
-    const tif_image* source = tif_spec_of(from)->first->next;
-    tif_image* target = tif_spec_of(to)->first->next;
-    for (; source != nullptr && target != nullptr && count > 0; source = source->next, target = target->next, --count) {
+    tif_image* source = tif_spec_of(from)->first;
+    tif_image* target = tif_spec_of(to)->first;
+    for (; count > 0; --count) {
+        source = tif_next_overview(source);
+        target = tif_next_overview(target);
         if ((target->flags & TIF_IN_FILE) != 0) continue;
         if (!tif_copy_settings(source, target)) return refuse(to, RZL_NO_MEMORY, SOURCE, nullptr);
         target->subfile_type = 1;
@@ -157,12 +169,13 @@ int tif_init_ov(CFILE* from, CFILE* to) {
     return 0;
 }
 
-// Both chains from their first records on, as far as both go. The target's first image is active afterwards.
+// Both chains from their first records on, as far as both go, without masks. The target's first image is active
+// afterwards.
 int tif_copydata(CFILE* from, CFILE* to) {
     if (!check_pair(from, to, "copydata")) return 1;
     tif_image* source = tif_spec_of(from)->first;
     tif_image* target = tif_spec_of(to)->first;
-    for (; source != nullptr && target != nullptr; source = source->next, target = target->next)
+    for (; source != nullptr && target != nullptr; source = next_copied(source), target = next_copied(target))
         if (!copy_image(from, source, to, target)) return 1;
     if (!tif_activate(to, tif_spec_of(to)->first)) return 1;
     to->active_image = 0;

@@ -15,17 +15,12 @@ constexpr const char* SOURCE = "TIFF/tifmulti";
 
 namespace {
 
-// Neither an overview nor a mask of another image.
-bool is_image(const tif_image* image) {
-    return (image->subfile_type & 5) == 0;
-}
-
 // The record of an image by its number; the main one is number 0 whatever it says. Null beyond the last.
 tif_image* find_image(const CFILE* c, int32_t number) {
     tif_image* image = tif_spec_of(c)->first;
     for (int32_t at = 0; image != nullptr && at < number;) {
         image = image->next;
-        if (image != nullptr && is_image(image)) ++at;
+        if (image != nullptr && tif_is_picture(image)) ++at;
     }
     return image;
 }
@@ -157,7 +152,7 @@ bool tif_activate(CFILE* c, tif_image* image) {
 int tif_get_number_of_images(CFILE* c) {
     int count = 1;
     for (const tif_image* image = tif_spec_of(c)->first->next; image != nullptr; image = image->next)
-        count += is_image(image) ? 1 : 0;
+        count += tif_is_picture(image) ? 1 : 0;
     return count;
 }
 
@@ -201,12 +196,21 @@ bool drop_last(tif_spec* spec) {
 
 } // namespace
 
-// A chain with a further image has no overviews.
+// A chain with a further image has no overviews. Masks are neither.
 uint32_t tif_overview_count(const tif_spec* spec) {
     uint32_t count = 0;
-    for (const tif_image* image = spec->first->next; image != nullptr; image = image->next, ++count)
-        if ((image->subfile_type & 1) == 0) return 0;
+    for (const tif_image* image = spec->first->next; image != nullptr; image = image->next) {
+        if (tif_is_picture(image)) return 0;
+        if (tif_is_overview(image)) ++count;
+    }
     return count;
+}
+
+tif_image* tif_next_overview(tif_image* image) {
+    do
+        image = image->next;
+    while (image != nullptr && !tif_is_overview(image));
+    return image;
 }
 
 int tif_set_overview_count(CFILE* c, int32_t count) {
@@ -235,7 +239,7 @@ int tif_set_active_overview(CFILE* c, int32_t overview) {
     if (is_writable(c) && tif_finish_image(c) != 0) return 1;
     tif_image* image = has_flag(c, FLAG_MULTI_IMAGE) ? spec->image : spec->first;
     for (int32_t at = OVERVIEW_BASE; at < overview; ++at)
-        image = image->next;
+        image = tif_next_overview(image);
     // The chain of the file begins with the main image.
     if (image != spec->first && (spec->first->flags & TIF_IN_FILE) == 0) {
         return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");

@@ -663,10 +663,10 @@ void start_spec(CFILE* c) {
     set_flag(c, FLAG_PADDED_TILES, true);
 }
 
-// Images behind the main one are its overviews as long as all of them are reduced.
+// Images behind the main one are its overviews as long as all of them are reduced, or masks.
 void classify_chain(CFILE* c) {
     for (const tif_image* image = tif_spec_of(c)->first->next; image != nullptr; image = image->next)
-        if ((image->subfile_type & 1) == 0) set_flag(c, FLAG_MULTI_IMAGE, true);
+        if (tif_is_picture(image)) set_flag(c, FLAG_MULTI_IMAGE, true);
 }
 
 int open_file(CFILE* c, const char*) {
@@ -710,7 +710,7 @@ int start_file(CFILE* c) {
 constexpr format_slots SLOTS = {
     .Getline = tif_getline,
     .Get_line = tif_get_line,
-    .Getlinefromtile = rzl_getline_from_tiles,
+    .Getlinefromtile = tif_getline_from_tiles,
     .Getrleline = tif_get_rle_line,
     .Getinlv = tif_get_interleaved_line,
     .Putline = tif_putline,

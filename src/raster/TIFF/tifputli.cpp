@@ -34,17 +34,9 @@ bool has_place(const CFILE* c, const tif_image* image, uint32_t entry, uint64_t 
     return (size == 0 || size >= bytes) && end <= tif_spec_of(c)->end;
 }
 
+// A row of each plane, which stand one behind the other.
 bool replace_row(CFILE* c, const tif_image* image, uint32_t segment, uint32_t row, const uint8_t* rows) {
-    tif_shape shape = tif_shape_of(image);
-    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
-    uint64_t at = uint64_t{row} * row_bytes;
-    for (int plane = 0; plane < shape.planes; ++plane) {
-        uint32_t entry = tif_entry_of(image, segment, plane);
-        if (!has_place(c, image, entry, at + row_bytes)) return fails(c, RZL_WRITE_FAILED, SOURCE, "strip too short");
-        int64_t place = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
-        if (!tif_write_at(c, place, rows + static_cast<size_t>(plane) * row_bytes, row_bytes)) return false;
-    }
-    return true;
+    return tif_replace_rows(c, segment, row, 1, rows, static_cast<size_t>(tif_row_bytes(image, 0)));
 }
 
 // Moves the rows that were put to a block for more of them.
@@ -264,6 +256,21 @@ bool end_fax(CFILE* c, uint32_t segment, uint32_t rows) {
 }
 
 } // namespace
+
+bool tif_replace_rows(CFILE* c, uint32_t segment, uint32_t row, uint32_t count, const uint8_t* rows,
+                      size_t plane_bytes) {
+    const tif_image* image = tif_image_of(c);
+    auto row_bytes = static_cast<size_t>(tif_row_bytes(image, 0));
+    uint64_t at = uint64_t{row} * row_bytes;
+    size_t bytes = count * row_bytes;
+    for (int plane = 0; plane < tif_shape_of(image).planes; ++plane) {
+        uint32_t entry = tif_entry_of(image, segment, plane);
+        if (!has_place(c, image, entry, at + bytes)) return fails(c, RZL_WRITE_FAILED, SOURCE, "strip too short");
+        int64_t place = int64_t{image->strip_offsets[entry]} + static_cast<int64_t>(at);
+        if (!tif_write_at(c, place, rows + static_cast<size_t>(plane) * plane_bytes, bytes)) return false;
+    }
+    return true;
+}
 
 bool tif_store_coded(CFILE* c, uint32_t entry, const uint8_t* bytes, size_t count) {
     tif_image* image = tif_image_of(c);

@@ -1,4 +1,5 @@
-// TIFF: writing tiles. A tile is stored whole, whatever part of it lies inside the image.
+// TIFF: writing tiles. A tile is stored whole, whatever part of it lies inside the image. Lines of plain tiles that the
+// file has already change in their places.
 #include <algorithm>
 #include <cstring>
 
@@ -24,7 +25,9 @@ struct tile_source {
     size_t pitch;  // bytes from line to line
     size_t step;   // bytes a pixel of interleaved data, 0 for planes
     int count;
-    uint32_t rows; // that the planes have; zeros below them
+    uint32_t first; // row of the tile that the planes begin with
+    uint32_t rows;  // that the planes have; of a new tile the others are zero
+    bool part;      // the other rows stay what they are, if the file has the tile
 };
 
 size_t pixel_step(const CFILE* c) {
@@ -97,18 +100,25 @@ bool put_tile_rows(CFILE* c, uint32_t tile, const tile_source& source) {
     if (!tif_need_room(c, &out->rows, &out->rows_room, all)) return false;
     if (!tif_need_room(c, &out->row, &out->row_room, line)) return false;
     const uint8_t* lines[TIF_MAX_SAMPLES] = {};
-    for (size_t p = 0; p < planes; ++p)
-        std::memset(out->rows + p * plane + source.rows * row_bytes, 0, (shape.rows - source.rows) * row_bytes);
+    uint32_t end = source.first + source.rows;
+    for (size_t p = 0; p < planes; ++p) {
+        std::memset(out->rows + p * plane, 0, source.first * row_bytes);
+        std::memset(out->rows + p * plane + end * row_bytes, 0, (shape.rows - end) * row_bytes);
+    }
     uint32_t step = lines_at_once(c, source);
     bool direct = image->samples_per_pixel == 1 || (planes == 1 && tif_bits(image) == 8);
     for (uint32_t row = 0; row < source.rows; row += step) {
         take_lines(source, row, lines);
-        uint8_t* to = direct ? out->rows + row * row_bytes : out->row;
+        size_t at = (source.first + row) * row_bytes;
+        uint8_t* to = direct ? out->rows + at : out->row;
         tif_make_rows(c, image, shape.width * step, source.count, lines, source.step, to);
         for (size_t p = 0; !direct && p < planes; ++p)
-            std::memcpy(out->rows + p * plane + row * row_bytes, out->row + p * row_bytes, row_bytes);
+            std::memcpy(out->rows + p * plane + at, out->row + p * row_bytes, row_bytes);
     }
     tif_spec_of(c)->in.segment = -1;
+    if (source.part && tif_is_stored(image, tile)) {
+        return tif_replace_rows(c, tile, source.first, source.rows, out->rows + source.first * row_bytes, plane);
+    }
     return tif_save_segment(c, tile, out->rows, plane, shape.rows);
 }
 
@@ -141,8 +151,11 @@ bool can_put_tiles(CFILE* c) {
 // Whether the line is one of the row that is gathered, in the layout of its other lines.
 bool line_fits_row(CFILE* c) {
     tile_record* t = c->tile;
-    bool other = t->row_buffer != nullptr && t->row_dirty && ((t->row_layout ^ c->flags) & TILE_LAYOUT_FLAGS) != 0;
-    if (other) return fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
+    bool other = ((t->row_layout ^ c->flags) & TILE_LAYOUT_FLAGS) != 0 ||
+                 tif_spec_of(c)->raw_row != has_flag(c, FLAG_RAW_SAMPLES);
+    if (other && !tif_settle_lines(c)) return false;
+    if (other && t->row_buffer != nullptr && t->row_dirty)
+        return fails(c, RZL_LINES_OUT_OF_ORDER, SOURCE, "rzl_putline");
     if (!need_tile_row(c)) return false;
     int64_t above = int64_t{c->line} - t->first_line;
     bool fits = above >= 0 && above < int64_t{t->height} && c->line < c->ysize;
@@ -169,6 +182,14 @@ void fill_line(CFILE* c, int plane, size_t row, size_t piece, const uint8_t* fro
     }
 }
 
+// Lines that are put in their places are a stretch, which one that stands apart from it ends.
+bool join_row(CFILE* c) {
+    const tif_spec* spec = tif_spec_of(c);
+    auto row = static_cast<uint32_t>(c->line - c->tile->first_line);
+    bool apart = c->tile->row_dirty && spec->row_stands && (row < spec->row_begin || row > spec->row_lines);
+    return !apart || tif_flush_tile_row(c);
+}
+
 // Where the pieces of a line of the buffered row stand apart.
 size_t piece_bytes(const CFILE* c) {
     return row_is_as_stored(c) ? static_cast<size_t>(tif_row_bytes(tif_image_of(c), 0)) : tile_row_pitch(c);
@@ -182,12 +203,31 @@ void take_back_line(const CFILE* c, int plane, size_t row, size_t piece, uint8_t
         std::memcpy(to + at, from, std::min(piece, bytes - at));
 }
 
+// Whether lines of the row of tiles that begins at `first_line` go to where the file has them.
+bool row_stands(const CFILE* c) {
+    const tif_image* image = tif_image_of(c);
+    uint32_t first = static_cast<uint32_t>(c->tile->first_line) / c->tile->height * c->tile->tiles_across;
+    if (image->compression != TIF_PLAIN) return false;
+    for (uint32_t tile = first; tile < first + c->tile->tiles_across; ++tile)
+        if (tif_is_stored(image, tile)) return true;
+    return false;
+}
+
+// Lines that begin to be gathered, with the one that is `row` lines down.
+void begin_row(CFILE* c, uint32_t row) {
+    tif_spec* spec = tif_spec_of(c);
+    spec->row_stands = row_stands(c);
+    spec->row_begin = spec->row_lines = spec->row_stands ? row : 0;
+    spec->raw_row = has_flag(c, FLAG_RAW_SAMPLES);
+}
+
 // A plane that is not given is zero, and so are lines that are passed over.
 void gather_line(CFILE* c, int channels, write_planes buffers) {
     tile_record* t = c->tile;
     tif_spec* spec = tif_spec_of(c);
     auto row = static_cast<uint32_t>(c->line - t->first_line);
-    uint32_t lines = t->row_dirty ? spec->row_lines : 0;
+    if (!t->row_dirty) begin_row(c, row);
+    uint32_t lines = spec->row_lines;
     size_t piece = piece_bytes(c);
     for (int i = 0; i < tile_row_planes(c); ++i) {
         for (uint32_t passed = lines; passed < row; ++passed)
@@ -209,17 +249,27 @@ bool store_row(CFILE* c, uint32_t first) {
     return tif_store_tiles(c, first, t->tiles_across, t->row_buffer, row_bytes * t->height);
 }
 
+// Lines that the buffered row of tiles has in the image.
+uint32_t lines_of_row(const CFILE* c) {
+    return std::min(c->tile->height, static_cast<uint32_t>(c->ysize - c->tile->first_line));
+}
+
 // Hands the tiles of the buffered row on, one by one.
 bool put_row(CFILE* c, uint32_t first) {
     const tile_record* t = c->tile;
+    const tif_spec* spec = tif_spec_of(c);
     tile_source source = {};
     take_layout(c, &source);
-    source.pitch = tile_row_pitch(c);
-    source.rows = tif_spec_of(c)->row_lines;
-    size_t tile_bytes = line_bytes(c, t->width) * samples_together(c);
+    source.first = spec->row_begin;
+    source.rows = spec->row_lines - spec->row_begin;
+    source.part = spec->row_stands && source.rows < lines_of_row(c);
+    source.pitch = piece_bytes(c);
+    size_t above = source.first * source.pitch;
+    size_t tile_bytes = row_is_as_stored(c) ? source.pitch * t->height : line_bytes(c, t->width) * samples_together(c);
     for (uint32_t column = 0; column < t->tiles_across; ++column) {
         for (int i = 0; i < source.count; ++i)
-            source.planes[i] = t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + column * tile_bytes;
+            source.planes[i] =
+                t->row_buffer + static_cast<size_t>(i) * tile_row_plane_bytes(c) + column * tile_bytes + above;
         if (!put_source(c, first + column, source)) return false;
     }
     return true;
@@ -230,12 +280,26 @@ bool put_row(CFILE* c, uint32_t first) {
 // A row that could not be stored waits on, so that its last line can be put again.
 bool tif_flush_tile_row(CFILE* c) {
     tile_record* t = c->tile;
-    flag_guard layout(c, FLAG_INTERLEAVED, (t->row_layout & FLAG_INTERLEAVED) != 0);
+    const tif_spec* spec = tif_spec_of(c);
+    uint32_t flags = c->flags;
+    constexpr uint32_t LAYOUT = TILE_LAYOUT_FLAGS | FLAG_RAW_SAMPLES;
+    c->flags = (flags & ~LAYOUT) | t->row_layout | (spec->raw_row ? uint32_t{FLAG_RAW_SAMPLES} : 0);
     uint32_t first = static_cast<uint32_t>(t->first_line) / t->height * t->tiles_across;
-    if (row_is_as_stored(c) ? !store_row(c, first) : !put_row(c, first)) return false;
-    t->first_line += static_cast<int32_t>(t->height);
+    bool part = spec->row_stands && spec->row_lines - spec->row_begin < lines_of_row(c);
+    bool stored = row_is_as_stored(c) && !part ? store_row(c, first) : put_row(c, first);
+    c->flags = (c->flags & ~LAYOUT) | (flags & LAYOUT);
+    if (!stored) return false;
+    // Plain lines can go on where they ended.
+    bool goes_on = tif_image_of(c)->compression == TIF_PLAIN && spec->row_lines < lines_of_row(c);
+    if (!goes_on) t->first_line += static_cast<int32_t>(t->height);
     t->row_dirty = false;
     return true;
+}
+
+bool tif_settle_lines(CFILE* c) {
+    const tile_record* t = c->tile;
+    bool wait = has_flag(c, FLAG_TILED) && t != nullptr && t->row_buffer != nullptr && t->row_dirty;
+    return !wait || tif_image_of(c)->compression != TIF_PLAIN || tif_flush_tile_row(c);
 }
 
 // Gathers the lines of the first row of tiles anew, as an image less high than a tile has them.
@@ -270,14 +334,18 @@ static bool gather_again(CFILE* c, int32_t height) {
 bool tif_cut_tile_row(CFILE* c, uint32_t height) {
     tile_record* t = c->tile;
     if (!has_flag(c, FLAG_TILED) || t == nullptr || t->row_buffer == nullptr) return true;
+    // The handle has the new height already.
+    int32_t asked = c->ysize;
+    c->ysize = static_cast<int32_t>(tif_image_of(c)->image_length);
+    bool settled = tif_settle_lines(c);
+    c->ysize = asked;
+    if (!settled) return false;
     auto first = static_cast<uint32_t>(t->first_line);
     if (!t->row_dirty || first >= height) {
         drop_tile_row(c);
         t->row_dirty = t->row_read = false;
         return true;
     }
-    // The handle has the new height already.
-    int32_t asked = c->ysize;
     c->ysize = static_cast<int32_t>(tif_image_of(c)->image_length);
     flag_guard layout(c, FLAG_INTERLEAVED, (t->row_layout & FLAG_INTERLEAVED) != 0);
     tif_spec_of(c)->row_lines = std::min(tif_spec_of(c)->row_lines, height - first);
@@ -292,7 +360,7 @@ bool tif_cut_tile_row(CFILE* c, uint32_t height) {
 }
 
 int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {
-    if (!can_put_tiles(c) || !line_fits_row(c)) return 0;
+    if (!can_put_tiles(c) || !line_fits_row(c) || !join_row(c)) return 0;
     gather_line(c, channels, buffers);
     const tile_record* t = c->tile;
     bool complete = int64_t{c->line} + 1 == int64_t{t->first_line} + t->height || c->line + 1 >= c->ysize;
@@ -301,7 +369,7 @@ int tif_putline_to_tiles(CFILE* c, int channels, write_planes buffers) {
 
 int tif_put_tile(CFILE* c, int channels, write_planes buffers, uint32_t* colour) {
     if (is_writable(c) && !tif_need_header(c)) return 0;
-    if (rzl_puttile_check(c) != 0 || !can_put_tiles(c)) return 0;
+    if (rzl_puttile_check(c) != 0 || !can_put_tiles(c) || !tif_settle_lines(c)) return 0;
     auto tile = static_cast<uint32_t>(c->line);
     tile_source source = {};
     bool put = take_source(c, channels, buffers, colour, &source) && put_source(c, tile, source);

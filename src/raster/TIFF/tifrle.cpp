@@ -31,7 +31,7 @@ bool runs_from_bits(CFILE* c, run_line* line) {
     uint8_t* plane = words.get();
     bool tiled = has_flag(c, FLAG_TILED);
     int32_t before = c->line;
-    int pixels = tiled ? rzl_getline_from_tiles(c, 1, &plane) : tif_get_line(c, 1, &plane);
+    int pixels = tiled ? tif_getline_from_tiles(c, 1, &plane) : tif_get_line(c, 1, &plane);
     c->line = before;
     if (pixels <= 0 || c->status != 0) return false;
     line->count = cit_bits_to_runs(width, words.get(), line->runs);

@@ -81,13 +81,12 @@ strip_target target_of(const tif_image* image) {
 void plan_rows(tif_image* image) {
     uint32_t rows = image->rows_per_strip;
     uint32_t height = image->image_length;
-    bool colour = image->samples_per_pixel >= 3;
     if (rows == TIF_NOT_GIVEN) {
         rows = height;
-    } else if (rows == 0 || (rows > height && !colour)) {
+    } else if (rows == 0 || rows > height) { // more than there are count as none
         strip_target target = target_of(image);
         rows = static_cast<uint32_t>(std::max<uint64_t>(target.bytes / std::max<uint64_t>(target.line, 1), 1));
-        if (rows > height && !colour) rows = height;
+        if (image->samples_per_pixel == 1) rows = std::min(rows, height);
     }
     image->rows_per_strip = std::max(rows, 1u);
 }
@@ -117,8 +116,10 @@ bool plan_samples(CFILE* c, tif_image* image) {
     image->samples_per_pixel = static_cast<uint16_t>(c->samples);
     for (uint16_t& value : image->bits_per_sample)
         value = static_cast<uint16_t>(c->bits);
+    // Red, green, blue and something else stay that in a copy.
+    bool extra = (image->flags & TIF_COPIED) != 0 && image->photometric == TIF_RGB;
     if (colour) {
-        image->photometric = c->samples == 3 ? TIF_RGB : TIF_CMYK;
+        image->photometric = c->samples == 3 || extra ? TIF_RGB : TIF_CMYK;
     } else if ((image->flags & TIF_HAS_MAP) != 0) {
         image->photometric = TIF_PALETTE;
     } else if (image->photometric > TIF_BLACK_ZERO) {
@@ -299,6 +300,7 @@ int tif_set_format(CFILE* c, int32_t format) {
 static bool plan_strips(CFILE* c, tif_image* image) {
     if (!plan_samples(c, image)) return false;
     plan_tiles(c, image);
+    if (!tif_is_fax(image->compression)) image->fill_order = 1;
     if (!plan_is_possible(c, image)) return false;
     if (!tif_is_tiled(image)) plan_rows(image);
     tif_shape shape = tif_shape_of(image);
@@ -416,8 +418,7 @@ void add_layout(entry_list* list, const tif_image* image) {
 
 void add_coding(entry_list* list, const tif_image* image) {
     add_number(list, TIF_TAG_COMPRESSION, TIF_SHORT, image->compression);
-    bool fax = tif_is_fax(image->compression);
-    if (fax && image->fill_order == 2) add_number(list, TIF_TAG_FILL_ORDER, TIF_SHORT, 2);
+    if (image->fill_order == 2) add_number(list, TIF_TAG_FILL_ORDER, TIF_SHORT, 2);
     bool options = image->compression == TIF_FAX_G3 && image->fax_options != 0;
     if (options) add_number(list, TIF_TAG_FAX_OPTIONS, TIF_LONG, image->fax_options);
     bool differences = tif_is_whole(image->compression) && image->predictor == 2;
@@ -616,14 +617,16 @@ bool begin_file(CFILE* c) {
     return true;
 }
 
-// Gathered rows of a last row of tiles whose tiles are all new. A part of a row that stands in the file is not stored,
-// and that is told: it would take the rest of the row with it.
+// Gathered rows of a last row of tiles. A part of a row whose coded tiles the file has is not stored, and that is told:
+// it would take the rest of the row with it.
 bool flush_tile_row(CFILE* c) {
     const tif_image* image = tif_image_of(c);
     if (!has_flag(c, FLAG_TILED) || c->tile == nullptr || !c->tile->row_dirty) return true;
     auto first = static_cast<uint32_t>(c->tile->first_line) / image->tile_length * image->tiles_across;
     if (image->strip_offsets == nullptr) return true;
-    if (tif_is_stored(image, first)) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "a part of a row of tiles");
+    bool coded = image->compression != TIF_PLAIN;
+    for (uint32_t tile = first; coded && tile < first + image->tiles_across; ++tile)
+        if (tif_is_stored(image, tile)) return fails(c, RZL_MODIFY_COMPRESSED, SOURCE, "a part of a row of tiles");
     return tif_flush_tile_row(c);
 }
 

@@ -1,6 +1,7 @@
 // USGS files: the header records of a file that is opened, and the module.
 #include <cstring>
 
+#include "raster/PNM/pnmmisc.h"
 #include "raster/USGS/usgs.h"
 #include "support/memory.h"
 
@@ -81,6 +82,7 @@ constexpr format_slots SLOTS = {
     .Set_stat = usgs_set_stat,
     .init_std_hdr = init_std_hdr,
     .Wrt_hdr = usgs_write_header,
+    .Seek = rzl_seek_inside,
     .Randomize = rzl_randomize_nothing,
     .Free_specs = usgs_free_specs,
     .Get_Image_Offset = usgs_image_offset,

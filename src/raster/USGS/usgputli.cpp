@@ -78,7 +78,7 @@ int usgs_write_header(CFILE* c) {
 
 int usgs_put_line(CFILE* c, int channels, write_planes buffers) {
     usgs_spec* spec = usgs_spec_of(c);
-    bool known = spec->gap_code == 0 && spec->band_code == USGS_ONE_BAND && channels >= 1;
+    bool known = spec->gap_code == 0 && spec->band_code == USGS_ONE_BAND && channels == 1;
     if (!known) return fails(c, RZL_UNSUPPORTED, SOURCE, "putline");
     if (buffers[0] == nullptr) return fails(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "putline");
     auto width = static_cast<size_t>(c->xsize);

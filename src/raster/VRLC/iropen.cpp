@@ -72,7 +72,7 @@ int32_t orientation_of(uint16_t code) {
 }
 
 bool read_data(CFILE* c, ir_spec* spec, const ir_entry& data) {
-    uint8_t bytes[IR_HEAD + IR_RECORD_BYTES];
+    uint8_t bytes[IR_HEAD + IR_RECORD_BYTES] = {};
     bool bits = spec->subtype == IR_BITS;
     if (!read_at(c, data.offset, bytes, IR_HEAD + (bits ? IR_RECORD_BITS : IR_RECORD_BYTES))) return false;
     spec->big = bytes[0] == 'M';
@@ -157,7 +157,7 @@ int set_format(CFILE* c, ir_spec* spec, int32_t format) {
 
 double density_of(int32_t value) {
     if (value > 0) return std::floor(value * INCHES_A_MICROMETRE + 0.5);
-    return -static_cast<double>(value);
+    return std::fabs(static_cast<double>(value)); // not the negative zero that the file would have of 0
 }
 
 int ir_set_hdr_data(CFILE* c, int32_t field, const void* value) {
