@@ -545,6 +545,11 @@ TEST_F(Writing, CodedDataIsCopied) {
     EXPECT_EQ(refusal(from, rzl_getline(from, line)), RZL_READ_FAILED);
     EXPECT_EQ(rzl_copy_data(from, to), 1);
     EXPECT_EQ(status_of(from), RZL_READ_FAILED) << "no header, no strips";
+    set_fields(to, {{200, 2}});
+    EXPECT_EQ(rzl_write_header(to), 0);
+    set_fields(to, {{402, 7}});
+    EXPECT_EQ(rzl_set_active_overview(to, 0), 0);
+    EXPECT_EQ(refusal(to, rzl_set_active_overview(to, 1)), RZL_NO_SUCH_OVERVIEW) << "of the image that is active";
     rzl_close(from);
     rzl_close(to);
 }
