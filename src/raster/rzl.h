@@ -133,7 +133,9 @@ enum {
     RZL_FIELD_TILE_WIDTH = 100,
     RZL_FIELD_TILES_ACROSS = 101,
     RZL_FIELD_TILES_DOWN = 102,
-    RZL_FIELD_TILE_DIRECTORY = 103, /* int32_t[tiles] */
+    /* int32_t[tiles]: of a native file the bytes of each; with the top bit set it has none, and the rest is its colour
+     */
+    RZL_FIELD_TILE_DIRECTORY = 103,
     RZL_FIELD_TILE_HEIGHT = 104,
     RZL_FIELD_OVERVIEWS = 200,
     RZL_FIELD_OVERVIEW_VALUE = 201,
@@ -529,7 +531,8 @@ RZL_API void rzl_unpack_bits(const uint8_t* in, uint8_t* out, int32_t count, uin
 RZL_API void rzl_set_extended(int on);
 
 /* Room that each plane of a line call needs, in bytes, for the active image and a resampling that is in force; and that
- * the one buffer of an interleaved call needs. 0 for a handle that is not valid. */
+ * the one buffer of an interleaved call needs. Before the header is written, for the fields as they are set. 0 for a
+ * handle that is not valid. */
 RZL_API size_t rzl_line_size(CFILE* cfile);
 RZL_API size_t rzl_interleaved_size(CFILE* cfile);
 

@@ -379,6 +379,13 @@ TEST_F(Coding, RefusedFormatsAndCalls) {
         CFILE* c = file.create(26, 16, 2, false, bits);
         EXPECT_EQ(refusal(c, rzl_putline(c, line.data())), RZL_NOT_STANDARD) << bits;
     }
+    for (int format : {2, 6, 28}) { // there is no line that could be had, and a reason for that
+        native_file file(format, 0, 2, false, bytes(100));
+        CFILE* c = file.open();
+        int32_t size = 64;
+        EXPECT_EQ(refusal(c, rzl_getline_interleaved(c, line.data())), RZL_READ_FAILED);
+        EXPECT_EQ(refusal(c, rzl_get_rle_line(c, line.data(), &size)), RZL_READ_FAILED);
+    }
     native_file file(HEADER + 10000);
     CFILE* c = file.create(2, 16, 4, false);
     const void* two[2] = {line.data(), line.data()};

@@ -84,8 +84,14 @@ TEST_F(Header, RefusedFieldsAndValues) {
     EXPECT_EQ(refusal(c, rzl_write_header(c)), RZL_BAD_FIELD_ID) << "10 is no JPEG width";
     set_fields(c, {{1, 12}, {2, 4}, {508, 60}});
     EXPECT_EQ(field_of(c, 508), 60);
+    for (int32_t field : {405, 406})
+        EXPECT_EQ(refusal(c, set_field_to(c, field, 1)), RZL_JPEG_HARDWARE_2);
     EXPECT_EQ(refusal(c, rzl_write_header(c)), RZL_JPEG_HARDWARE_3);
-    set_fields(c, {{3, 2}});
+    for (auto [field, other, own] : {std::tuple{506, 3, 1}, {507, 4, 8}}) {
+        set_fields(c, {{3, 2}, {field, other}});
+        EXPECT_EQ(refusal(c, rzl_write_header(c)), RZL_BAD_FIELD_VALUE) << "the header can't tell " << field;
+        set_fields(c, {{field, own}});
+    }
     EXPECT_EQ(rzl_write_header(c), 0);
     for (int32_t field : {3, 19, 401}) {
         EXPECT_EQ(set_field_to(c, field, 1), 1) << field;

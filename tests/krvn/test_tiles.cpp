@@ -130,6 +130,11 @@ TEST_F(Tiles, PacketAsItIsWritten) {
         next += bytes;
     }
     EXPECT_EQ(b.size(), PACKET + next);
+    uint32_t sizes[48] = {};
+    CFILE* c = opened(rzl_open_r(p.c_str()));
+    EXPECT_EQ(rzl_get_hdr_data(c, RZL_FIELD_TILE_DIRECTORY, sizes), 0);
+    EXPECT_TRUE(sizes[0] == 128 * 128 && sizes[47] == 104 * 60);
+    rzl_close(c);
     write_file(p, {2, way::planes, false, 32}, 32, 32);
     EXPECT_EQ(u32_at(read_bytes(p), PACKET + 4), 68u) << "an odd count of words is padded";
 }
@@ -280,6 +285,9 @@ TEST_F(Tiles, TilesWithoutData) {
         std::vector<bytes_of_file> planes(4, bytes_of_file(32 * 32 * 4, 0xEE));
         void* all[4] = {planes[0].data(), planes[1].data(), planes[2].data(), planes[3].data()};
         int channels = planes_of(one.format);
+        uint32_t words[4];
+        EXPECT_EQ(rzl_get_hdr_data(c, RZL_FIELD_TILE_DIRECTORY, words), 0);
+        EXPECT_EQ(words[3], 0x80000000 | one.color);
         int32_t told = -1;
         EXPECT_EQ(rzl_gettile(c, channels, all, &told), 0);
         EXPECT_EQ(told, one.told);

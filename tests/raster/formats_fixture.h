@@ -329,7 +329,8 @@ protected:
             [&](bool good) { EXPECT_TRUE(!good || (p.values == whole.values && p.colors == whole.colors)); });
     }
 
-    // Lines in any order are those that are read in theirs, also when all places are known.
+    // Lines in any order are those that are read in theirs, also when all places are known, and however the file is
+    // read.
     static void expect_seeks(const std::string& name) {
         const picture p = read_picture(name);
         CFILE* c = opened(rzl_open_r(name.c_str()));
@@ -339,10 +340,15 @@ protected:
         const size_t step = all.size() / static_cast<size_t>(p.height);
         bytes_of_file planes(width * 3 + 16), line(step);
         std::mt19937 random(5);
-        for (int i = 0; i < std::min(3 * p.height, 60); ++i) {
-            const int y = i == 0 ? p.height - 1 : static_cast<int>(random() % static_cast<unsigned>(p.height));
-            if (i == 30) (void)rzl_randomize(c);
-            ASSERT_EQ(rzl_seek(c, y), 0);
+        const int sought = std::min(3 * p.height, 60);
+        for (int i = 0; i < sought + p.height; ++i) {
+            const bool jumps = i < sought;
+            const int any = i == 0 ? p.height - 1 : static_cast<int>(random() % static_cast<unsigned>(p.height));
+            const int y = jumps ? any : i - sought;
+            if (i == sought / 2) (void)rzl_randomize(c);
+            ASSERT_TRUE(!jumps || rzl_seek(c, y) == 0);
+            ASSERT_TRUE(i != sought || rzl_rewind(c) == 0);
+            ASSERT_TRUE(jumps || y % 3 != 1 || set_field_to(c, RZL_FIELD_MAPPED, y % 2) == 0);
             ASSERT_EQ(colors ? rzl_getline3(c, &planes[0], &planes[width], &planes[width * 2])
                              : rzl_getline(c, planes.data()),
                       0);
@@ -351,6 +357,11 @@ protected:
             ASSERT_TRUE(line == part(all, static_cast<long>(step) * y, step)) << "line " << y;
         }
         EXPECT_TRUE(rzl_rewind(c) == 0 && c->line == 0);
+        // Runs are the file's own lines, which resampled ones are not.
+        int32_t size = 4 * (p.width + 2);
+        std::vector<uint8_t> runs(static_cast<size_t>(size));
+        const bool resampled = rzl_set_squetch(c, 3 * p.width, 1, 0) == 0;
+        EXPECT_TRUE(!resampled || refusal(c, rzl_get_rle_line(c, runs.data(), &size)) != 0);
         rzl_close(c);
     }
 };

@@ -78,6 +78,10 @@ TEST_F(Lines, InterleavedByWayOfPlanes) {
     c->samples = 1;
     c->color_table = static_cast<uint8_t*>(mem_alloc_zeroed(768));
     EXPECT_EQ(refusal(c, rzl_putline_interleaved(c, line)), RZL_UNSUPPORTED);
+    // A file that is only read looks at nothing that is given.
+    c = memory_image(28, 2, 2, MODE_READ);
+    const std::unique_ptr<uint8_t> few(new uint8_t);
+    EXPECT_EQ(refusal(c, rzl_putline_interleaved(c, few.get())), RZL_NEEDS_WRITE);
 }
 
 // ---- tiles

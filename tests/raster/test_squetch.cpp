@@ -263,6 +263,13 @@ TEST_F(Squetch, ArgumentsAndFailures) {
     c->xsize = 40;
     ASSERT_EQ(rzl_rewind(c), 0);
     (void)read_all(c, 20, 20);
+    // Lines that are put are not resampled, and move away from those that are read.
+    EXPECT_EQ(rzl_line_size(c), 20u);
+    c->mode = MODE_UPDATE;
+    EXPECT_EQ(rzl_line_size(c), 40u);
+    ASSERT_EQ(rzl_set_squetch(c, 20, 5, 0), 0);
+    c->line = INT32_MAX;
+    EXPECT_EQ(refusal(c, rzl_getline(c, line.data())), RZL_PAST_END);
     c->xsize = 10;
     ASSERT_EQ(rzl_clear_squetch(c), 0);
     EXPECT_EQ(read_all(c, 10, 1), plain);

@@ -126,6 +126,9 @@ TEST_F(Writing, TilesOneByOne) {
     for (int coding : {1, 5, 32773}) {
         picture p = make_picture(48, 40, 3, 8);
         CFILE* c = new_tiff(file(), p, {{100, 32}, {501, coding}});
+        int32_t words[4] = {1, 1, 1, 1};
+        EXPECT_EQ(rzl_get_hdr_data(c, RZL_FIELD_TILE_DIRECTORY, words), 0);
+        EXPECT_EQ(words[3], 0) << "also before the header";
         EXPECT_EQ(rzl_write_header(c), 0);
         EXPECT_EQ(field_of(c, 101) * field_of(c, 102), 4);
         std::vector<bytes_of_file> planes(3, bytes_of_file(32 * 32));
@@ -533,4 +536,20 @@ TEST_F(Writing, CodedDataIsCopied) {
         EXPECT_EQ(rzl_finish(to), 0u);
         EXPECT_TRUE(read_library(file()) == s.p) << s.p.bits;
     }
+    CFILE* from = opened(rzl_open_wr(path("from.tif").c_str()));
+    CFILE* to = opened(rzl_open_w(file().c_str()));
+    for (CFILE* c : {from, to})
+        set_fields(c, {{500, 1}, {1, 5}, {2, 6}, {507, 32}});
+    EXPECT_EQ(rzl_line_size(to), 20u) << "as it is when the header stands";
+    uint8_t line[20];
+    EXPECT_EQ(refusal(from, rzl_getline(from, line)), RZL_READ_FAILED);
+    EXPECT_EQ(rzl_copy_data(from, to), 1);
+    EXPECT_EQ(status_of(from), RZL_READ_FAILED) << "no header, no strips";
+    set_fields(to, {{200, 2}});
+    EXPECT_EQ(rzl_write_header(to), 0);
+    set_fields(to, {{402, 7}});
+    EXPECT_EQ(rzl_set_active_overview(to, 0), 0);
+    EXPECT_EQ(refusal(to, rzl_set_active_overview(to, 1)), RZL_NO_SUCH_OVERVIEW) << "of the image that is active";
+    rzl_close(from);
+    rzl_close(to);
 }

@@ -186,7 +186,7 @@ int cals_get_rle_line(CFILE* c, int channels, read_planes buffers) {
     rzl_getline_check(c);
     if (c->status != 0) return 0;
     if (channels != 1) return fails(c, RZL_UNSUP_CALS, SOURCE, "runs");
-    return cit_get_runs(c, buffers[0], SOURCE);
+    return cit_get_runs(c, buffers[0], RZL_UNSUP_CALS, SOURCE);
 }
 
 int cals_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* size_word) {

@@ -53,8 +53,8 @@ void cit_file_release(ccitt_record* record);
 int cit_give_runs(CFILE* c, const uint8_t* words, uint8_t* out, const char* source);
 
 // The same for the next line of a bilevel image, which is read by rzl_getline_generic(). After a failure to give its
-// runs the next line is still the same.
-int cit_get_runs(CFILE* c, uint8_t* out, const char* source);
+// runs the next line is still the same. `refusal` is the status while lines are resampled.
+int cit_get_runs(CFILE* c, uint8_t* out, uint32_t refusal, const char* source);
 
 // Turns the caller's runs, `rle_size` bytes of them, into the bits of a line of the handle's width. False with the
 // status: RZL_BAD_FIELD_VALUE for runs that do not add up to the width, or RZL_NO_MEMORY.

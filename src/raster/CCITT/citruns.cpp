@@ -39,7 +39,8 @@ int cit_give_runs(CFILE* c, const uint8_t* words, uint8_t* out, const char* sour
     return c->rle_size;
 }
 
-int cit_get_runs(CFILE* c, uint8_t* out, const char* source) {
+int cit_get_runs(CFILE* c, uint8_t* out, uint32_t refusal, const char* source) {
+    if (has_flag(c, FLAG_SQUETCH)) return fails(c, refusal, source, "No squetch for RLE lines");
     mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc((static_cast<size_t>(c->xsize) + 15) / 16 * 2)));
     if (!words) return fails(c, RZL_NO_MEMORY, source, "runs");
     uint8_t* plane = words.get();

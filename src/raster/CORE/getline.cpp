@@ -1,6 +1,7 @@
 // Reading lines: the public calls, the generic body behind the Getline slot, and interleaved lines for formats that
 // have none of their own.
 #include <algorithm>
+#include <bit>
 
 #include "raster/CORE/lines.h"
 #include "support/checked.h"
@@ -35,7 +36,7 @@ int read_planes_call(CFILE* c, const char* word, read_line_slot format_slots::*s
     read_plane_list planes(channels, buffers);
     if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
     int pixels = read_watched(c, c->slots.*slot, channels, planes.all);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_READ_FAILED, SOURCE));
 }
 
 // The stored coding of a line or strip into a buffer of *size bytes.
@@ -47,7 +48,7 @@ int read_coding_call(CFILE* c, const char* word, read_line_slot format_slots::*s
     uint8_t* plane = static_cast<uint8_t*>(buffer);
     int bytes = (c->slots.*slot)(c, 1, &plane);
     *size = c->rle_size;
-    return handle_leave(c, public_result(c, bytes));
+    return handle_leave(c, public_result(c, bytes, RZL_READ_FAILED, SOURCE));
 }
 
 } // namespace
@@ -56,14 +57,14 @@ int rzl_getline(CFILE* c, void* buffer) {
     if (!handle_enter(c, "rzl_getline")) return 1;
     uint8_t* planes[3] = {static_cast<uint8_t*>(buffer), nullptr, nullptr};
     int pixels = read_watched(c, c->slots.Getline, format_is_color(c->format) ? 3 : 1, planes);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_READ_FAILED, SOURCE));
 }
 
 int rzl_getline3(CFILE* c, void* red, void* green, void* blue) {
     if (!handle_enter(c, "rzl_getline3")) return 1;
     uint8_t* planes[3] = {static_cast<uint8_t*>(red), static_cast<uint8_t*>(green), static_cast<uint8_t*>(blue)};
     int pixels = read_watched(c, c->slots.Getline, 3, planes);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_READ_FAILED, SOURCE));
 }
 
 int rzl_getline_channels(CFILE* c, int channels, void* const* buffers) {
@@ -84,7 +85,7 @@ int rzl_getline_interleaved(CFILE* c, void* buffer) {
         damage_watch watch(c);
         pixels = c->slots.Getinlv(c, static_cast<uint8_t*>(buffer));
     }
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_READ_FAILED, SOURCE));
 }
 
 int rzl_get_rle_line(CFILE* c, void* buffer, int32_t* size) {
@@ -99,8 +100,13 @@ size_t rzl_line_size(CFILE* c) {
     if (!handle_enter(c, "rzl_line_size")) return 0;
     bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;
     int64_t pixels = resampled ? c->squetch->out_xsize : c->xsize;
+    if (is_writable(c)) pixels = std::max<int64_t>(pixels, c->xsize); // lines that are put are not resampled
     // Planes of colours have a byte a pixel, whatever the line is.
-    size_t bytes = std::max(line_bytes(c, pixels), static_cast<size_t>(std::max<int64_t>(pixels, 0)));
+    auto samples = static_cast<size_t>(std::max<int64_t>(pixels, 0));
+    size_t bytes = std::max(line_bytes(c, pixels), samples);
+    // The header may yet make of the bits a deeper data format.
+    auto depth = std::bit_ceil(static_cast<unsigned>(std::max(c->bits, 1) + 7) / 8);
+    if (!has_flag(c, FLAG_HEADER_EXISTS)) bytes = std::max(bytes, samples * depth);
     (void)handle_leave(c, 0);
     return bytes;
 }
@@ -115,6 +121,10 @@ size_t rzl_interleaved_size(CFILE* c) {
 void rzl_getline_check(CFILE* c) {
     if (!is_readable(c)) {
         fail(c, RZL_NEEDS_READ, SOURCE, "getline");
+        return;
+    }
+    if (is_unsettled(c)) {
+        fail(c, RZL_READ_FAILED, SOURCE, "getline");
         return;
     }
     bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr;

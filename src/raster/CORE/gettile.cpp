@@ -22,7 +22,7 @@ int read_tile_call(CFILE* c, const char* word, read_tile_slot format_slots::*slo
     auto told = static_cast<uint32_t>(-1);
     int pixels = (c->slots.*slot)(c, channels, planes.all, uniform != nullptr ? &told : nullptr);
     if (uniform != nullptr) *uniform = static_cast<int32_t>(told);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_READ_FAILED, SOURCE));
 }
 
 bool tile_record_is_sound(CFILE* c, const char* word) {
@@ -165,13 +165,17 @@ int rzl_get_rle_tile(CFILE* c, void* buffer, int32_t* size, int32_t* uniform) {
     int result = c->slots.Getrletile(c, 1, &plane, &told);
     *uniform = static_cast<int32_t>(told);
     *size = c->rle_size;
-    return handle_leave(c, public_result(c, result));
+    return handle_leave(c, public_result(c, result, RZL_READ_FAILED, SOURCE));
 }
 
 void rzl_gettile_check(CFILE* c) {
     if (!tile_record_is_sound(c, "get tiles")) return;
     if (!is_readable(c)) {
         fail(c, RZL_NEEDS_READ, SOURCE, "get tiles");
+        return;
+    }
+    if (is_unsettled(c)) {
+        fail(c, RZL_READ_FAILED, SOURCE, "get tiles");
         return;
     }
     int64_t tiles = int64_t{c->tile->tiles_across} * c->tile->tiles_down;

@@ -1,5 +1,6 @@
 // Header fields: which ones the core answers or changes by itself, what may change when, and what goes on to the
 // module. Also the other calls that tell about a file as a whole.
+#include <algorithm>
 #include <cstring>
 
 #include "raster/CORE/formats.h"
@@ -71,6 +72,20 @@ bool core_value(CFILE* c, int32_t field, int32_t* v) {
     }
 }
 
+// A word for each of the tiles that the fields 101 and 102 tell of: the caller has room for those. A module that knows
+// nothing of a tile leaves its word 0.
+int get_tile_directory(CFILE* c, void* value) {
+    alignas(8) uint8_t across[FIELD_MOST_BYTES] = {};
+    alignas(8) uint8_t down[FIELD_MOST_BYTES] = {};
+    if (get_module_field(c, RZL_FIELD_TILES_ACROSS, across) != 0 ||
+        get_module_field(c, RZL_FIELD_TILES_DOWN, down) != 0)
+        return 1;
+    int64_t tiles = int64_t{std::max(int_of(across), 0)} * std::max(int_of(down), 0);
+    if (tiles > INT32_MAX) return refuse_field(c, RZL_BAD_IMAGE_SIZE, "rzl_get_hdr_data");
+    std::memset(value, 0, static_cast<size_t>(tiles) * sizeof(int32_t));
+    return get_module_field(c, RZL_FIELD_TILE_DIRECTORY, value);
+}
+
 // ---- setting --------------------------------------------------------------------------------------------------------
 
 // Lines buffered for a row of tiles are laid out for the pixel width in force. A row that was only read is read again;
@@ -111,7 +126,7 @@ int set_use_board(CFILE* c, bool on) {
 }
 
 int set_keep_tables(CFILE* c, bool on) {
-    if (on && c->jpeg != nullptr) return (c->jpeg_flags & JPEG_BOARD_OPEN) != 0 ? refuse_board(c) : 1;
+    if (on && c->jpeg != nullptr) return refuse_board(c);
     c->jpeg_flags &= ~JPEG_KEEP_TABLES;
     return 0;
 }
@@ -154,8 +169,11 @@ int set_samples_or_bits(CFILE* c, int32_t v, int32_t limit, int32_t* target) {
 int set_vlt_bits(CFILE* c, const void* value) {
     int32_t bits = int_of(value);
     if (bits < 0 || bits > 16) return refuse_field(c, RZL_BAD_FIELD_VALUE, "rzl_set_hdr_data");
+    uint32_t before = c->vlt_bits;
     c->vlt_bits = static_cast<uint32_t>(bits);
-    return set_module_field(c, RZL_FIELD_VLT_BITS, value);
+    int result = set_module_field(c, RZL_FIELD_VLT_BITS, value);
+    if (result != 0) c->vlt_bits = before;
+    return result;
 }
 
 int set_image_count(CFILE* c, int32_t count) {
@@ -243,6 +261,7 @@ int get_field(CFILE* c, int32_t field, void* value) {
         give_int(value, v);
         return 0;
     }
+    if (field == RZL_FIELD_TILE_DIRECTORY) return get_tile_directory(c, value);
     bool known = field == RZL_FIELD_MATRIX || is_tile_field || is_in(MODULE_GET_FIELDS, field);
     return known ? get_module_field(c, field, value) : refuse_field(c, RZL_BAD_FIELD_ID, "rzl_get_hdr_data");
 }

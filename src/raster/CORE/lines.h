@@ -33,9 +33,16 @@ inline bool planes_are_given(CFILE* c, int channels, const void* buffers, const 
     return false;
 }
 
-// A slot's result as a public one. A slot that refuses gives what its table says and sets the status.
-inline int public_result(const CFILE* c, int pixels) {
-    return pixels > 0 && c->status == 0 ? 0 : 1;
+// A slot's result as a public one. A slot that refuses gives what its table says and sets the status; of an image
+// without pixels there is nothing to refuse, and `failure` is the reason.
+inline int public_result(CFILE* c, int pixels, uint32_t failure, const char* source) {
+    if (pixels <= 0 && c->status == 0) fail(c, failure, source, "no pixels");
+    return c->status == 0 ? 0 : 1;
+}
+
+// A new file that can be read back, and has no header yet: what its lines will be is not settled.
+inline bool is_unsettled(const CFILE* c) {
+    return c->mode == MODE_WRITE_READ && !has_flag(c, FLAG_HEADER_EXISTS | FLAG_RAW);
 }
 
 // What a put does to the line counter, whether or not the slot succeeded.

@@ -252,6 +252,7 @@ int start_mapping(CFILE* c) {
     os_file file = uses_handle_slots(c) ? handle_of_word(c->file) : OS_FILE_NONE;
     int64_t size = file != OS_FILE_NONE ? files_size(file) : -1;
     if (size <= 0) return refuse(c, RZL_NO_MEMORY, SOURCE, "mmap failed");
+    io_settle(c); // what was fetched ahead comes out of the view now
     int64_t position = files_seek(file, 0, FILES_FROM_HERE);
     mapping_record* m = new_mapping(file, size, is_writable(c));
     if (m == nullptr) return refuse(c, RZL_NO_MEMORY, SOURCE, "mmap alloc");
@@ -286,6 +287,7 @@ int rzl_set_mapped(CFILE* c, bool on) {
 void rzl_drop_mapping(CFILE* c) {
     mapping_record* m = c->mapping;
     if (m == nullptr) return;
+    io_settle(c); // what was fetched ahead lies in the view
     bool kept = write_back(m) && !m->write_failed;
     c->file = word_of_handle(m->file);
     c->mapping = nullptr;

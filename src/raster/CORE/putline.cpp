@@ -15,7 +15,7 @@ int write_planes_call(CFILE* c, const char* word, write_line_slot format_slots::
     if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
     int pixels = (c->slots.*slot)(c, channels, planes.all);
     count_put(c);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 
 // Whether the lines of the file differ in size, so that one can't be put in the place of another.
@@ -51,7 +51,7 @@ int rzl_putline(CFILE* c, const void* buffer) {
     const auto* plane = static_cast<const uint8_t*>(buffer);
     int pixels = c->slots.Putline(c, 1, &plane);
     count_put(c);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 
 int rzl_putline3(CFILE* c, const void* red, const void* green, const void* blue) {
@@ -60,7 +60,7 @@ int rzl_putline3(CFILE* c, const void* red, const void* green, const void* blue)
                                 static_cast<const uint8_t*>(blue)};
     int pixels = c->slots.Putline(c, 3, planes);
     count_put(c);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 
 int rzl_putline_channels(CFILE* c, int channels, const void* const* buffers) {
@@ -81,7 +81,7 @@ int rzl_putline_interleaved(CFILE* c, const void* buffer) {
         pixels = c->slots.Putinlv(c, static_cast<const uint8_t*>(buffer));
     }
     count_put(c);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 
 int rzl_put_rle_line(CFILE* c, const void* buffer, int32_t size) {
@@ -92,7 +92,7 @@ int rzl_put_rle_line(CFILE* c, const void* buffer, int32_t size) {
     const auto* coding = static_cast<const uint8_t*>(buffer);
     int pixels = c->slots.Putrleline(c, 1, &coding);
     count_put(c);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 
 int putline_error_check(CFILE* c) {
@@ -124,6 +124,8 @@ int rzl_putline_generic(CFILE* c, int channels, write_planes buffers) {
 // A colour table turns values into colours, not back: where one gives the pixels of an interleaved read, interleaved
 // pixels are refused here rather than stored as something else.
 int rzl_putinlv_default(CFILE* c, const uint8_t* buffer) {
+    // The pixels are taken apart before Putline is asked, and those of a resampled reader's buffer may be fewer.
+    if (!is_writable(c)) return fails(c, RZL_NEEDS_WRITE, SOURCE, "rzl_putline");
     flag_guard planes_given(c, FLAG_INTERLEAVED, false);
     int samples = interleaved_samples(c);
     bool colors = format_is_color(c->format);

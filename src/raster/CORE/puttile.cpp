@@ -25,7 +25,7 @@ int write_tile_call(CFILE* c, const char* word, write_tile_slot format_slots::*s
     if (planes.all == nullptr) return handle_leave(c, refuse(c, RZL_NO_MEMORY, SOURCE, word));
     int pixels = (c->slots.*slot)(c, channels, planes.all, nullptr);
     forget_read_row(c);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 
 // A block of tiles on its way out of the caller's planes.
@@ -212,7 +212,7 @@ int rzl_put_rle_tile(CFILE* c, const void* buffer, int32_t size) {
     const auto* coding = static_cast<const uint8_t*>(buffer);
     int pixels = c->slots.Putrletile(c, 1, &coding, nullptr);
     forget_read_row(c);
-    return handle_leave(c, public_result(c, pixels));
+    return handle_leave(c, public_result(c, pixels, RZL_WRITE_FAILED, SOURCE));
 }
 
 int rzl_puttile_check(CFILE* c) {

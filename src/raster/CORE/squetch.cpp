@@ -116,12 +116,19 @@ uint8_t* resampled(const squetch_record* s, int channel) {
     return s->line_buffers[channel] + s->source_bytes;
 }
 
+// Whether the source line that comes next can be there. Lines that are put, or data that are copied, to a file that can
+// be read back move it away from the output line.
+bool has_source_line(CFILE* c) {
+    if (c->line < 0 || c->line >= c->ysize) return fails(c, RZL_PAST_END, SOURCE, "squetch");
+    return rzl_has_line(c, c->line, SOURCE, "squetch");
+}
+
 // Reads the next source line and resamples it in x. False when it could not be read whole.
 bool squetch_line(CFILE* c, int channels) {
     squetch_record* s = c->squetch;
     flag_guard planes(c, FLAG_INTERLEAVED, false);
     read_line_slot read = has_flag(c, FLAG_TILED) ? c->slots.Getlinefromtile : c->slots.Get_line;
-    if (!rzl_has_line(c, c->line, SOURCE, "squetch")) return false;
+    if (!has_source_line(c)) return false;
     int pixels = read(c, channels, s->line_buffers);
     if (c->status == 0 && pixels < c->xsize) fail(c, RZL_READ_FAILED, SOURCE, "squetch");
     if (c->status != 0) return false;
@@ -139,7 +146,7 @@ bool squetch_line(CFILE* c, int channels) {
 bool skip_lines(CFILE* c, int64_t lines) {
     read_line_slot read = has_flag(c, FLAG_TILED) ? c->slots.Getlinefromtile : c->slots.Get_line;
     for (int64_t i = 0; i < lines; ++i)
-        if (!rzl_has_line(c, c->line, SOURCE, "squetch") || read(c, 0, nullptr) <= 0 || c->status != 0) return false;
+        if (!has_source_line(c) || read(c, 0, nullptr) <= 0 || c->status != 0) return false;
     return true;
 }
 

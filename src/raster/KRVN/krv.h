@@ -201,8 +201,7 @@ pixel_density krv_density(const CFILE* c);
 // ---- colour tables: krvvlt.cpp --------------------------------------------------------------------------------------
 
 // The colour table of the image with that header at `base`, as an owned block in *table; null when it has none or it
-// had to be dropped (then *dropped is set). vlt_entries of the header
-// becomes 256 with a byte table. False: no memory.
+// had to be dropped (then *dropped is set). vlt_entries of the header becomes 256 with a byte table. False: no memory.
 bool krv_read_color_table(CFILE* c, int64_t base, uint8_t* header, uint8_t** table, bool* dropped);
 int krv_get_vlt(CFILE* c, rzl_vlt_entry* entries);
 
@@ -314,6 +313,9 @@ bool krv_note_tile(CFILE* c, int64_t begin, int64_t end); // of the module
 
 // The entry of a tile in the packet, or null where it has none.
 uint8_t* krv_tile_entry(const CFILE* c, int64_t tile);
+
+// Field 103: of each tile its bytes in the file; the top bit and the colour of one without data.
+void krv_give_tile_directory(const CFILE* c, void* words);
 
 int krv_get_tile(CFILE* c, int channels, read_planes buffers, uint32_t* color);
 int krv_get_tile16(CFILE* c, int channels, read_planes buffers, uint32_t* color);

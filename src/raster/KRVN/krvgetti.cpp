@@ -499,6 +499,17 @@ uint8_t* krv_tile_entry(const CFILE* c, int64_t tile) {
     return known ? t->packet + at : nullptr;
 }
 
+void krv_give_tile_directory(const CFILE* c, void* words) {
+    constexpr uint32_t NO_DATA = 0x80000000;
+    int64_t tiles = int64_t{c->tile->tiles_across} * c->tile->tiles_down;
+    for (int64_t i = 0; i < tiles; ++i) {
+        const uint8_t* place = krv_tile_entry(c, i);
+        tile_entry entry = place != nullptr ? load_entry(place) : tile_entry{};
+        uint32_t word = entry.offset > 0 ? entry.size : NO_DATA | entry.color;
+        std::memcpy(static_cast<uint8_t*>(words) + static_cast<size_t>(i) * sizeof word, &word, sizeof word);
+    }
+}
+
 int krv_get_tile_rows(CFILE* c, int channels, read_planes planes, size_t pitch, uint32_t rows) {
     return read_tile(c, channels, planes, pitch, rows, nullptr);
 }

@@ -332,7 +332,9 @@ int krv_get_hdr_data(CFILE* c, int32_t field, void* value) {
     const byte_field* row = find_byte_field(field);
     bool hidden = needs_application_9(field) && load_u16le(header_of(c) + KRV_AT_APPLICATION_TYPE) != KRV_APPLICATION_9;
     if (hidden) return refuse(c, RZL_NO_SUCH_FIELD, SOURCE, "application type");
-    if (row != nullptr) {
+    if (field == RZL_FIELD_TILE_DIRECTORY) {
+        krv_give_tile_directory(c, value);
+    } else if (row != nullptr) {
         get_byte_field(c, *row, value);
     } else {
         give_int(value, get_integer(c, field, int_of(value)));

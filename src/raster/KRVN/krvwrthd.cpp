@@ -113,9 +113,20 @@ void store_image_values(const CFILE* c, header_plan* plan) {
     store_u32le(header + KRV_AT_LINES, static_cast<uint32_t>(spec->ysize));
 }
 
+// A header tells samples and bits by the data type alone: others would be lost with the handle. Only the values of runs
+// may have as many bits as are set.
+bool has_own_layout(const CFILE* c) {
+    int32_t data_type = krv_spec_of(c)->data_type;
+    int32_t samples = 0;
+    int32_t bits = c->bits;
+    if (!format_layout(data_type, &samples, &bits)) return false;
+    return samples == c->samples && (bits == c->bits || data_type == RZL_FORMAT_BYTE_PAIRS);
+}
+
 // Content that no build here can go on to write. The words speak of 8, though 4 is enough.
 int refuse_content(CFILE* c) {
     const krv_spec* spec = krv_spec_of(c);
+    if (!has_own_layout(c)) return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "samples or bits");
     if (!krv_is_tile_size(c, spec->base_tile)) return refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "header");
     if (!format_is_jpeg(spec->data_type)) return 0;
     if (spec->base_tile != 0) return refuse(c, RZL_JPEG_HARDWARE_3, SOURCE, "header");

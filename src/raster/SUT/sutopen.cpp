@@ -101,7 +101,7 @@ int sut_get_rle_line(CFILE* c, int channels, read_planes buffers) {
     rzl_getline_check(c);
     if (c->status != 0) return 0;
     if (!format_is_bilevel(c->format) || channels != 1) return fails(c, RZL_UNSUPPORTED, SOURCE, "Getrleline");
-    return cit_get_runs(c, buffers[0], SOURCE);
+    return cit_get_runs(c, buffers[0], RZL_UNSUPPORTED, SOURCE);
 }
 
 // A catalog that is written has nothing of its own behind which tiles would be appended.

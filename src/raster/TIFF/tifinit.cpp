@@ -90,6 +90,8 @@ tif_image* next_copied(tif_image* image) {
 
 // One image; the target's record is active for the time.
 bool copy_image(CFILE* from, tif_image* source, CFILE* to, tif_image* target) {
+    // A new image without a header has no strips yet.
+    if ((source->flags & TIF_IN_FILE) == 0) return fails(from, RZL_READ_FAILED, SOURCE, "copydata");
     if (!tif_load_arrays(from, source)) return false;
     if (target != tif_image_of(to)) {
         if (tif_finish_image(to) != 0 || !tif_activate(to, target)) return false;

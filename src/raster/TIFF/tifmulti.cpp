@@ -238,8 +238,10 @@ int tif_set_active_overview(CFILE* c, int32_t overview) {
     }
     if (is_writable(c) && tif_finish_image(c) != 0) return 1;
     tif_image* image = has_flag(c, FLAG_MULTI_IMAGE) ? spec->image : spec->first;
-    for (int32_t at = OVERVIEW_BASE; at < overview; ++at)
+    for (int32_t at = OVERVIEW_BASE; at < overview && image != nullptr; ++at)
         image = tif_next_overview(image);
+    // Overviews are counted for the first image; another one, which is active, need not have as many behind it.
+    if (image == nullptr) return refuse(c, RZL_NO_SUCH_OVERVIEW, SOURCE, nullptr);
     // The chain of the file begins with the main image.
     if (image != spec->first && (spec->first->flags & TIF_IN_FILE) == 0) {
         return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "image size");

@@ -137,6 +137,7 @@ int ir_get_rle_line(CFILE* c, int channels, read_planes buffers) {
     rzl_getline_check(c);
     if (c->status != 0) return 0;
     if (ir_spec_of(c)->subtype != IR_BITS || channels != 1) return fails(c, RZL_UNSUP_IR, SOURCE, "IR");
+    if (has_flag(c, FLAG_SQUETCH)) return fails(c, RZL_UNSUP_IR, SOURCE, "No squetch for RLE lines");
     mem_guard<uint8_t> words(static_cast<uint8_t*>(mem_alloc(line_bytes(c, c->xsize))));
     if (!words) return fails(c, RZL_NO_MEMORY, SOURCE, "runs");
     int64_t place = io_tell(c);
