@@ -277,7 +277,7 @@ typedef struct rzl_vlt_entry {
 typedef struct rzl_memfile {
     uint8_t* data;
     int32_t length; /* size of the block; it never grows */
-    uint32_t owned; /* bit 0: closing frees the record with free() */
+    uint32_t owned; /* bit 0: closing frees the record with free(); an open that fails leaves it alone */
     int32_t position;
     int32_t used; /* the size of the file that was written: up to the last byte that a put or the header reached */
     int32_t data_start; /* position when rzl_write_header() finished */

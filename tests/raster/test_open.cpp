@@ -231,8 +231,11 @@ TEST_F(Open, MemoryFilesNeedNoDisk) {
     auto* owned = static_cast<rzl_memfile*>(std::malloc(sizeof(rzl_memfile)));
     *owned = record;
     owned->owned = 1;
+    owned->length = 3; // no file: nothing is closed then, and the record is still there
     // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): the name holds the address
     EXPECT_EQ(rzl_memfile_name(owned, name, sizeof name), 0);
+    EXPECT_EQ(rzl_open_r(name), nullptr);
+    EXPECT_EQ(owned->length, 3);
     rzl_close(rzl_open_w(name));
 }
 

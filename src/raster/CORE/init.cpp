@@ -79,6 +79,8 @@ void free_cfile(CFILE* c) {
 void abandon_cfile(CFILE* c) {
     if (c->status != 0) set_last_status(c->status);
     if (c->module != nullptr) c->slots.Free_specs(c);
+    // A record of a file in memory stays the application's, which was given no handle to close.
+    if (has_flag(c, FLAG_MEMORY)) c->file = nullptr;
     (void)close_cfile_file(c);
     mem_free(c->spec);
     free_cfile_parts(c);
