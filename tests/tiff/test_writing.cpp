@@ -552,4 +552,15 @@ TEST_F(Writing, CodedDataIsCopied) {
     EXPECT_EQ(refusal(to, rzl_set_active_overview(to, 1)), RZL_NO_SUCH_OVERVIEW) << "of the image that is active";
     rzl_close(from);
     rzl_close(to);
+
+    // A colour map on its way to a file that was meant for more bits than a map can have.
+    from = opened(rzl_open_wr(path("from.tif").c_str()));
+    to = opened(rzl_open_w(file().c_str()));
+    set_fields(from, {{500, 1}, {3, 2}, {1, 5}, {2, 6}, {5, 2}, {6, 256}});
+    EXPECT_EQ(rzl_write_header(from), 0);
+    set_fields(to, {{500, 1}, {3, 3}});
+    EXPECT_EQ(rzl_init_header_from(from, to), 0);
+    EXPECT_EQ(field_of(to, 507), 8);
+    rzl_close(from);
+    rzl_close(to);
 }

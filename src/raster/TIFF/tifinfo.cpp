@@ -275,7 +275,8 @@ bool tif_need_map(tif_image* image) {
     if (image->colour_map != nullptr) return true;
     image->colour_map = static_cast<uint16_t*>(mem_alloc_zeroed(TABLE_SIZE * sizeof(uint16_t)));
     if (image->colour_map == nullptr) return false;
-    size_t entries = size_t{1} << tif_bits(image);
+    // Samples of more bits have no map, but it may be made before they are set to fewer.
+    size_t entries = std::min(size_t{1} << tif_bits(image), TIF_MAP_ENTRIES);
     for (size_t plane = 0; plane < 3; ++plane)
         for (size_t i = 0; i < entries; ++i)
             image->colour_map[plane * entries + i] = static_cast<uint16_t>(i * 0xFFFF / (entries - 1));
