@@ -51,6 +51,15 @@ TEST_F(GifWrite, BilevelLines) {
     EXPECT_EQ(pixels_of(p), expected);
     EXPECT_TRUE(p.bits == 8 && p.entries == 256 && p.format == 29);
     EXPECT_EQ(part(read_bytes(path("a.gif")), 13, 9), hex("000000 FFFFFF 020202"));
+    c = new_file(path("a.gif"), 2, 29, 3, 1);
+    set_field_to(c, 507, 1);
+    EXPECT_TRUE(rzl_putline(c, "\1\0\1") == 0 && rzl_finish(c) == 0);
+    EXPECT_EQ(read_picture(path("a.gif")).values, hex("010001")) << "the data format tells what a line is";
+    c = new_file(path("a.gif"), 2, 1, 1, 1);
+    EXPECT_EQ(rzl_write_header(c), 0);
+    EXPECT_EQ(rzl_line_size(c), 2u) << "one pixel is a word, whatever the header made of the data format";
+    EXPECT_TRUE(rzl_putline(c, "\0\x80") == 0 && rzl_finish(c) == 0);
+    EXPECT_EQ(read_picture(path("a.gif")).values, hex("01"));
 }
 
 TEST_F(GifWrite, Colours) {

@@ -104,6 +104,8 @@ size_t rzl_line_size(CFILE* c) {
     // Planes of colours have a byte a pixel, whatever the line is.
     auto samples = static_cast<size_t>(std::max<int64_t>(pixels, 0));
     size_t bytes = std::max(line_bytes(c, pixels), samples);
+    // Lines of bits are put as such though the header has made bytes of the data format.
+    if (is_writable(c) && c->bits == 1) bytes = std::max(bytes, (samples + 15) / 16 * 2);
     // The header may yet make of the bits a deeper data format.
     auto depth = std::bit_ceil(static_cast<unsigned>(std::max(c->bits, 1) + 7) / 8);
     if (!has_flag(c, FLAG_HEADER_EXISTS)) bytes = std::max(bytes, samples * depth);

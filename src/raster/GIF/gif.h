@@ -54,6 +54,7 @@ struct gif_spec {
     int64_t data_size;      // from the first data byte to the end of the file
     int64_t data_offset;    // of the code size byte
     bool must_decode;       // until the image has been decoded
+    bool takes_bits;        // lines that are put are bilevel ones
     gif_output output;
     int32_t vlt_announced; // field 6: entries of the application's table
     uint8_t header[GIF_HEADER_SIZE];

@@ -220,7 +220,7 @@ void gather(const CFILE* c, gif_spec* spec, const uint8_t* line) {
     uint8_t* out = spec->pixels + static_cast<size_t>(c->line) * width;
     if (line == nullptr) {
         std::memset(out, 0, width);
-    } else if (c->bits == 1) {
+    } else if (spec->takes_bits) {
         rzl_unpack_bits(line, out, spec->width, 0, 1);
     } else {
         std::memcpy(out, line, width);
@@ -272,6 +272,8 @@ int gif_write_header(CFILE* c) {
         if (!fits) return refuse(c, RZL_BAD_IMAGE_SIZE, SOURCE, "Wrt_hdr");
         spec->width = c->xsize;
         spec->height = c->ysize;
+        // Whatever field 507 tells: lines are as the data format has them, until the header makes bytes of it.
+        spec->takes_bits = format_is_bilevel(c->format);
         if (!allocate(c, spec)) return 1;
     }
     fill_header(spec);
