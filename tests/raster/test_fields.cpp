@@ -217,6 +217,8 @@ TEST_F(Fields, DefaultSlotsRefuseWithTheirResults) {
     EXPECT_EQ(s.Get_hdr_data(nullptr, 1, nullptr), 1);
     EXPECT_EQ(library_status(), RZL_BAD_CFILE);
     EXPECT_EQ(rzl_get_packet(c, &record), 1) << "a public call does not pass a refusal for success";
+    EXPECT_EQ(refusal(c, rzl_write_header(c)), RZL_UNSUPPORTED);
+    EXPECT_EQ(refusal(c, set_field_to(c, RZL_FIELD_STRIP_LINES, 1)), RZL_UNSUPPORTED);
     EXPECT_EQ(rzl_set_active_overview(c, -1), 0);
     EXPECT_EQ(rzl_finish(c), RZL_UNSUPPORTED);
 }

@@ -376,6 +376,11 @@ void check_handle(const CFILE* c);
 // Copies the status to the library-wide one and gives the lock back. Returns `result`.
 int handle_leave(CFILE* c, int result);
 
+// A slot's result as a public one: a default slot refuses with a status and, some of them, with a result of success.
+inline int slot_result(const CFILE* c, int result) {
+    return result != 0 || c->status != 0 ? 1 : 0;
+}
+
 // ---- handles and slots: init.cpp, dummy.cpp, standard.cpp -----------------------------------------------------------
 
 // Every field to its initial value, a new lock, default slots. False when there is no memory.

@@ -8,11 +8,6 @@ namespace {
 
 constexpr char SOURCE[] = "CORE/images";
 
-// A default slot refuses with a status and, some of them, with a result of success.
-int slot_result(const CFILE* c, int result) {
-    return result != 0 || c->status != 0 ? 1 : 0;
-}
-
 // Takes the locks of both handles, always in the same order, so that two threads that copy in opposite directions can't
 // wait for each other.
 bool enter_both(CFILE* from, CFILE* to, const char* word) {
@@ -45,7 +40,7 @@ int rzl_set_active_overview(CFILE* c, int32_t overview) {
     if (overview == c->active_overview) return handle_leave(c, 0);
     int result = c->slots.setactiveov(c, overview);
     if (result == 0) rzl_restart_squetch(c, 0);
-    return handle_leave(c, result);
+    return handle_leave(c, slot_result(c, result));
 }
 
 int rzl_set_active_image(CFILE* c, int32_t image) {
@@ -53,7 +48,7 @@ int rzl_set_active_image(CFILE* c, int32_t image) {
     int32_t before = c->active_image;
     int result = c->slots.Set_Active_Image(c, image);
     if (c->active_image != before) rzl_restart_squetch(c, 0);
-    return handle_leave(c, result);
+    return handle_leave(c, slot_result(c, result));
 }
 
 int rzl_get_packet(CFILE* c, void* buffer) {

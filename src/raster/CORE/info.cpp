@@ -315,12 +315,13 @@ int rzl_get_hdr_data(CFILE* c, int32_t field, void* value) {
 int rzl_set_hdr_data(CFILE* c, int32_t field, const void* value) {
     if (!handle_enter(c, "rzl_set_hdr_data")) return 1;
     if (value == nullptr) return handle_leave(c, refuse_field(c, RZL_BAD_FIELD_VALUE, "rzl_set_hdr_data"));
-    return handle_leave(c, set_field(c, field, value));
+    int result = set_field(c, field, value);
+    return handle_leave(c, slot_result(c, result));
 }
 
 int rzl_write_header(CFILE* c) {
     if (!handle_enter(c, "rzl_write_header")) return 1;
-    int result = c->slots.Wrt_hdr(c);
+    int result = slot_result(c, c->slots.Wrt_hdr(c));
     if (result == 0) {
         io_settle(c);
         c->format = c->slots.Get_format(c);
@@ -332,7 +333,7 @@ int rzl_write_header(CFILE* c) {
 int rzl_get_stat(CFILE* c, rzl_stat* stat) {
     if (!handle_enter(c, "rzl_get_stat")) return 1;
     int result = stat != nullptr ? c->slots.Get_stat(c, stat) : refuse_field(c, RZL_NO_OUTPUT_BUFFER, "rzl_get_stat");
-    return handle_leave(c, result != 0 || c->status != 0 ? 1 : 0);
+    return handle_leave(c, slot_result(c, result));
 }
 
 int32_t rzl_line_order(CFILE* c) {
@@ -354,7 +355,7 @@ int rzl_set_stat(CFILE* c, const rzl_stat* stat) {
     } else {
         result = c->slots.Set_stat(c, stat);
     }
-    return handle_leave(c, result != 0 || c->status != 0 ? 1 : 0);
+    return handle_leave(c, slot_result(c, result));
 }
 
 int rzl_is_damaged(CFILE* c) {

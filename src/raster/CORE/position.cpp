@@ -54,7 +54,7 @@ int rzl_seek(CFILE* c, int32_t line) {
     if (line < 0) return handle_leave(c, refuse(c, RZL_PAST_END, SOURCE, "rzl_seek"));
     if (resampled && line >= c->squetch->out_ysize)
         return handle_leave(c, refuse(c, RZL_PAST_END, source_of(c), word_of(c)));
-    int result = c->slots.Seek(c, line);
+    int result = slot_result(c, c->slots.Seek(c, line));
     if (result == 0) rzl_restart_squetch(c, line);
     return handle_leave(c, result);
 }
@@ -71,7 +71,7 @@ int rzl_rewind(CFILE* c) {
 
 int rzl_randomize(CFILE* c) {
     if (!handle_enter(c, "rzl_randomize")) return 1;
-    return handle_leave(c, c->slots.Randomize(c));
+    return handle_leave(c, slot_result(c, c->slots.Randomize(c)));
 }
 
 // ---- squetch --------------------------------------------------------------------------------------------------------

@@ -16,5 +16,5 @@ int rzl_get_vlt(CFILE* c, rzl_vlt_entry* entries) {
     if (!handle_enter(c, "rzl_get_vlt")) return 1;
     if (entries == nullptr) return handle_leave(c, refuse(c, RZL_NO_OUTPUT_BUFFER, SOURCE, "rzl_get_vlt"));
     int result = c->slots.Get_vlt(c, entries);
-    return handle_leave(c, result != 0 || c->status != 0 ? 1 : 0);
+    return handle_leave(c, slot_result(c, result));
 }
