@@ -133,8 +133,8 @@ enum {
     RZL_FIELD_TILE_WIDTH = 100,
     RZL_FIELD_TILES_ACROSS = 101,
     RZL_FIELD_TILES_DOWN = 102,
-    /* int32_t[tiles]: of a native file the bytes of each; with the top bit set it has none, and the rest is its colour
-     */
+    /* int32_t[tiles]: of a native file the bytes of each; with the top bit set it has none, and the rest is its colour.
+     * Of a file without tiles one word, 0. */
     RZL_FIELD_TILE_DIRECTORY = 103,
     RZL_FIELD_TILE_HEIGHT = 104,
     RZL_FIELD_OVERVIEWS = 200,
@@ -421,7 +421,8 @@ RZL_API int rzl_set_hdr_data(CFILE* cfile, int32_t field, const void* value);
 RZL_API int rzl_write_header(CFILE* cfile);
 
 /* Give the colour table that rzl_write_header() is to write. It stays the caller's; count and type are fields 6 and 5.
- */
+ * A table whose count was not set has 256 entries, or 2 for a bilevel file. Of a Targa file it begins with slot 0, and
+ * has field 601 more. */
 RZL_API int rzl_put_vlt(CFILE* cfile, const rzl_vlt_entry* entries);
 
 /* Read the file's colour table into `entries`, which has room for as many entries as field 6 tells, and for 256 at
