@@ -150,6 +150,11 @@ TEST_F(Formats, PicturesComeBack) {
                 EXPECT_TRUE(k.table == 0 || p.colors == looked_up(s.read, s.table));
             }
             expect_seeks(path("a"));
+            const picture same = read_file(path("a"), [&](CFILE* c) {
+                EXPECT_EQ(rzl_set_squetch(c, width, height, 0), 0);
+                return read_lines(c);
+            });
+            EXPECT_TRUE(same.values == p.values && (p.colors.empty() || same.colors == p.colors)) << "at its own size";
         }
     }
 }
