@@ -152,6 +152,10 @@ int rzl_take_format(CFILE* c, int32_t format, uint32_t refusal, const char* sour
 int rzl_seek_generic(CFILE* c, int32_t line);
 void rzl_rewind_generic(CFILE* c);
 
+// The same for a tiled file, where the number may be a tile's as well: past the last line and the last tile it is
+// RZL_PAST_END, with the word.
+int rzl_seek_tiled(CFILE* c, int32_t number, const char* word);
+
 // ---- lines that vary in size ----------------------------------------------------------------------------------------
 
 // Starts the record of where lines begin, with `first` as the place of line 0. It has an entry for each line, or, when
