@@ -470,7 +470,7 @@ RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
 RZL_API int rzl_get_rle_line(CFILE* cfile, void* buffer, int32_t* size);
 RZL_API int rzl_get_rle_strip(CFILE* cfile, void* buffer, int32_t* size);
 
-/* Write the next line: the same shapes. */
+/* Write the next line: the same shapes. Of a TIFF file under update, planes that are not given stay as they are. */
 RZL_API int rzl_putline(CFILE* cfile, const void* buffer);
 RZL_API int rzl_putline3(CFILE* cfile, const void* red, const void* green, const void* blue);
 RZL_API int rzl_putline_channels(CFILE* cfile, int channels, const void* const* buffers);
