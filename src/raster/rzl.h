@@ -456,6 +456,13 @@ RZL_API int rzl_getline3(CFILE* cfile, void* red, void* green, void* blue);
 RZL_API int rzl_getline_channels(CFILE* cfile, int channels, void* const* buffers);
 RZL_API int rzl_getline16(CFILE* cfile, uint16_t* buffer);
 
+/* 1 when the four channels of the file are inks: cyan, magenta, yellow and black, 255 being full ink. Else 0: also of
+ * four channels whose meaning the file does not tell. */
+RZL_API int rzl_has_inks(CFILE* cfile);
+
+/* The colours that `count` pixels of inks leave of white, in the place of the first three. */
+RZL_API void rzl_mix_inks(uint8_t* cyan, uint8_t* magenta, uint8_t* yellow, const uint8_t* black, int32_t count);
+
 /* Read the next line as one interleaved buffer of `samples` bytes a pixel: 3 for a file with a colour table, 4 when
  * field 35 is set. */
 RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);

@@ -249,4 +249,13 @@ TEST_F(Rzl, AFourthSampleOfRedGreenBlueIsLeftOut) {
         EXPECT_EQ(run("rzl cat " + std::string(out).substr(0, 5)).out, "\1\2\3\4\5\6") << out;
     }
     EXPECT_EQ(run("rzl convert a.tif b.tif --format 69").status, 1);
+    // Four inks make a colour.
+    CFILE* file = rzl_open_w((directory + "/inks.tif").c_str());
+    ASSERT_NE(file, nullptr);
+    for (auto [field, value] : {std::pair{500, 1}, {3, int32_t{RZL_FORMAT_FOUR}}, {1, 2}, {2, 1}})
+        ASSERT_EQ(rzl_set_hdr_data(file, field, &value), 0);
+    const void* channels[] = {"\0\144", "\0\62", "\377\0", "\0\177"};
+    ASSERT_EQ(rzl_putline_channels(file, 4, channels), 0);
+    ASSERT_EQ(rzl_finish(file), 0u);
+    EXPECT_EQ(run("rzl cat inks.tif").out, std::string("\377\377\0\116\147\200", 6));
 }

@@ -315,8 +315,7 @@ void rzl_spread_bits(CFILE* c, uint8_t* const* buffers, uint8_t* values, int64_t
         for (int64_t i = 0; i < count; ++i)
             values[i] = values[i] != 0 ? 255 : 0;
     for (int i = 0; i < 3; ++i)
-        if (buffers[i] != nullptr && buffers[i] != values)
-            std::memcpy(buffers[i], values, static_cast<size_t>(count));
+        if (buffers[i] != nullptr && buffers[i] != values) std::memcpy(buffers[i], values, static_cast<size_t>(count));
 }
 
 bool bits_have_colors(const CFILE* c) {
