@@ -594,6 +594,9 @@ RZL_API int rzl_standard_takes(int32_t id, int32_t format);
 RZL_API int rzl_standard_has_table(int32_t id);
 RZL_API int32_t rzl_standard_colors(int32_t id);
 
+/* 1 when a new file of the standard takes colours, and a table of them, and shows them as levels of grey; else 0. */
+RZL_API int rzl_standard_is_grey(int32_t id);
+
 /* 1 when pixels of a new file of the standard are stored in a coding whatever the data format is, so that they can't be
  * had plain. */
 RZL_API int rzl_standard_is_coded(int32_t id);

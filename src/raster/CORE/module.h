@@ -44,6 +44,7 @@ constexpr uint32_t MODULE_NO_TABLE = 16; // files have no colour table: values o
 constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: they reach the module
 constexpr uint32_t MODULE_CODED = 64;    // pixels are always stored in a coding, also those of the plain data formats
 constexpr uint32_t MODULE_WIDTH = 256;   // so does field 1, which other modules never see then
+constexpr uint32_t MODULE_GREY = 512;    // colours, those of a table too, are stored as levels of grey
 constexpr uint32_t MODULE_FIELDS = 128;  // all fields that are set reach the module, whether the header exists or not
 
 // The most that a byte of a coding stands for. What a header claims beyond that is not there: claims.cpp.
