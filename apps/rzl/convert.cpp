@@ -84,8 +84,8 @@ int parse(word_list* words, convert_request* request) {
     }
     if (request->in.path == nullptr || request->out == nullptr) return program_usage("convert needs IN and OUT");
     if (request->standard < 0) request->standard = rzl_standard_of_extension(raster_extension(request->out));
-    if (request->standard < 0) request->standard = RZL_STANDARD_KRVN;
-    return EXIT_DONE;
+    if (request->standard >= 0) return EXIT_DONE;
+    return program_usage("the extension of \"%s\" names no standard; give --standard", request->out);
 }
 
 // ---- the target -----------------------------------------------------------------------------------------------------
