@@ -5,6 +5,7 @@
 #include <strings.h>
 
 #include "common/program.h"
+#include "support/log.h"
 #include "support/memory.h"
 
 const char* raster_extension(const char* path) {
@@ -18,6 +19,11 @@ int32_t raster_standard_of_name(const char* name) {
         if (known != nullptr && strcasecmp(known, name) == 0) return id;
     }
     return -1;
+}
+
+void raster_tell_grey(int32_t standard) {
+    if (rzl_standard_is_grey(standard) != 0)
+        log_message(LOG_INFO, "%s files have no colours, only grey levels.", rzl_standard_name(standard));
 }
 
 const char* raster_reason(uint32_t status) {

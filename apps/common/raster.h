@@ -14,6 +14,9 @@ const char* raster_extension(const char* path);
 // The standard of a name as "TIFF", in any case of letters, or -1.
 int32_t raster_standard_of_name(const char* name);
 
+// A note when files of the standard show colours as levels of grey.
+void raster_tell_grey(int32_t standard);
+
 // Reads every line of the active image, from the current one on. False after a message when one is not there, or the
 // file is damaged: this is how a file that was cut is told from a whole one. The lines are read and not passed over,
 // since only their pixels show whether they are there.

@@ -15,6 +15,7 @@ constexpr int CHANNELS = 4;
 // What a line is read into before it is printed.
 struct line_planes {
     const raster_source* source;
+    bool inks; // the four planes are inks
     mem_guard<uint8_t> planes[CHANNELS];
 };
 
@@ -58,7 +59,9 @@ bool read_planes(line_planes* b) {
     case pixel_kind::color: return rzl_getline3(file, p[0].get(), p[1].get(), p[2].get()) == 0;
     case pixel_kind::four: {
         void* buffers[CHANNELS] = {p[0].get(), p[1].get(), p[2].get(), p[3].get()};
-        return rzl_getline_channels(file, CHANNELS, buffers) == 0;
+        if (rzl_getline_channels(file, CHANNELS, buffers) != 0) return false;
+        if (b->inks) rzl_mix_inks(p[0].get(), p[1].get(), p[2].get(), p[3].get(), b->source->width);
+        return true;
     }
     default: return rzl_getline(file, p[0].get()) == 0;
     }
@@ -135,6 +138,7 @@ int command_cat(word_list* words) {
     raster_source source;
     if (!source_open(&request, &source)) return EXIT_FAILED;
     line_planes planes = {&source,
+                          rzl_has_inks(source.file) != 0,
                           {mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr), mem_guard<uint8_t>(nullptr),
                            mem_guard<uint8_t>(nullptr)}};
     int status = EXIT_FAILED;

@@ -84,8 +84,8 @@ int parse(word_list* words, convert_request* request) {
     }
     if (request->in.path == nullptr || request->out == nullptr) return program_usage("convert needs IN and OUT");
     if (request->standard < 0) request->standard = rzl_standard_of_extension(raster_extension(request->out));
-    if (request->standard < 0) request->standard = RZL_STANDARD_KRVN;
-    return EXIT_DONE;
+    if (request->standard >= 0) return EXIT_DONE;
+    return program_usage("the extension of \"%s\" names no standard; give --standard", request->out);
 }
 
 // ---- the target -----------------------------------------------------------------------------------------------------
@@ -496,6 +496,7 @@ int convert(const raster_source* source, convert_request* request) {
     int status = check_target(source, request);
     if (status == EXIT_DONE) status = check_claims(source, request);
     if (status != EXIT_DONE) return status;
+    if (source->kind == pixel_kind::color || source->kind == pixel_kind::mapped) raster_tell_grey(request->standard);
     char fresh[FILES_PATH_SIZE];
     if (!files_replace_begin(request->out, fresh, sizeof fresh)) return program_fail_writing(request->out, "");
     conversion c = {source, request, nullptr, kind_of_format(request->format),   false,

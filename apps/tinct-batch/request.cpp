@@ -101,6 +101,7 @@ int settle_format(const apply_request* request, int32_t standard, output_setting
     imp_normalise(standard, &settings->format, &compressed, &depth, &gray, &colors);
     if (gray != 0 && !request->grey)
         log_message(LOG_INFO, "In 8 bits %s files have no colours, only grey levels.", rzl_standard_name(standard));
+    if (!request->grey) raster_tell_grey(standard);
     if (request->gamma != 1.0 && standard == RZL_STANDARD_KRVN && settings->format == RZL_FORMAT_PLANE_RUNS)
         log_message(LOG_INFO, "A compressed rgb file of 24 bits has the pixels as they stand, without the gamma.");
     settings->flags = (gray != 0 ? OUTPUT_GREY : 0U) | (request->closest ? OUTPUT_CLOSEST : 0U);

@@ -457,6 +457,13 @@ RZL_API int rzl_getline3(CFILE* cfile, void* red, void* green, void* blue);
 RZL_API int rzl_getline_channels(CFILE* cfile, int channels, void* const* buffers);
 RZL_API int rzl_getline16(CFILE* cfile, uint16_t* buffer);
 
+/* 1 when the four channels of the file are inks: cyan, magenta, yellow and black, 255 being full ink. Else 0: also of
+ * four channels whose meaning the file does not tell. */
+RZL_API int rzl_has_inks(CFILE* cfile);
+
+/* The colours that `count` pixels of inks leave of white, in the place of the first three. */
+RZL_API void rzl_mix_inks(uint8_t* cyan, uint8_t* magenta, uint8_t* yellow, const uint8_t* black, int32_t count);
+
 /* Read the next line as one interleaved buffer of `samples` bytes a pixel: 3 for a file with a colour table, 4 when
  * field 35 is set. */
 RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
@@ -471,7 +478,7 @@ RZL_API int rzl_getline_interleaved(CFILE* cfile, void* buffer);
 RZL_API int rzl_get_rle_line(CFILE* cfile, void* buffer, int32_t* size);
 RZL_API int rzl_get_rle_strip(CFILE* cfile, void* buffer, int32_t* size);
 
-/* Write the next line: the same shapes. */
+/* Write the next line: the same shapes. Of a TIFF file under update, planes that are not given stay as they are. */
 RZL_API int rzl_putline(CFILE* cfile, const void* buffer);
 RZL_API int rzl_putline3(CFILE* cfile, const void* red, const void* green, const void* blue);
 RZL_API int rzl_putline_channels(CFILE* cfile, int channels, const void* const* buffers);
@@ -587,6 +594,9 @@ RZL_API int rzl_standard_takes(int32_t id, int32_t format);
  * of a file that has none. */
 RZL_API int rzl_standard_has_table(int32_t id);
 RZL_API int32_t rzl_standard_colors(int32_t id);
+
+/* 1 when a new file of the standard takes colours, and a table of them, and shows them as levels of grey; else 0. */
+RZL_API int rzl_standard_is_grey(int32_t id);
 
 /* 1 when pixels of a new file of the standard are stored in a coding whatever the data format is, so that they can't be
  * had plain. */

@@ -57,16 +57,6 @@ bool has_table(CFILE* file) {
     return (type == RZL_VLT_BYTES || type == RZL_VLT_ENTRIES) && entries > 0 && entries <= MOST_ENTRIES;
 }
 
-// Only TIFF tells what four channels are.
-bool has_inks(CFILE* file) {
-    constexpr int32_t SEPARATED = 5;
-    int32_t standard = -1;
-    int32_t photometric = -1;
-    rzl_get_hdr_data(file, RZL_FIELD_STANDARD, &standard);
-    return standard == RZL_STANDARD_TIFF && rzl_get_hdr_data(file, RZL_FIELD_PHOTOMETRIC, &photometric) == 0 &&
-           photometric == SEPARATED;
-}
-
 bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape* shape) {
     bool good = rzl_get_hdr_data(file, RZL_FIELD_XSIZE, &shape->file_width) == 0 &&
                 rzl_get_hdr_data(file, RZL_FIELD_YSIZE, &shape->file_height) == 0 &&
@@ -74,7 +64,7 @@ bool read_shape(CFILE* file, int32_t max_width, int32_t max_height, raster_shape
     if (!good || shape->file_width < 1 || shape->file_height < 1) return false;
     const int32_t orientation = rzl_line_order(file);
     shape->black_and_white = is_bilevel(shape->format) && !has_table(file);
-    shape->inks = has_inks(file);
+    shape->inks = rzl_has_inks(file) != 0;
     shape->bottom_up = (orientation & ORIENTATION_ROWS) >= ORIENTATION_BOTTOM_UP && orientation > 0;
     shape->right_to_left = orientation > 0 && (orientation & ORIENTATION_RIGHT_TO_LEFT) != 0;
     // 4 and 5 have low bits of 0 and 1, 6 and 7 of 2 and 3. A bottom-up or mirrored file is stored whole.
@@ -141,17 +131,10 @@ bool read_deep_grey(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t*
     return true;
 }
 
-// Of what the black lets through each ink leaves a share; 255 is full ink.
-void mix_ink(uint8_t* plane, const uint8_t* black, int32_t width) {
-    for (int32_t x = 0; x < width; ++x)
-        plane[x] = static_cast<uint8_t>(((255 - plane[x]) * (255 - black[x]) + 127) / 255);
-}
-
 bool read_four(const line_reader* r, uint8_t* red, uint8_t* green, uint8_t* blue) {
     void* buffers[4] = {red, green, blue, r->spare};
     if (rzl_getline_channels(r->file, 4, buffers) != 0) return false;
-    for (uint8_t* plane : {red, green, blue})
-        if (r->shape->inks) mix_ink(plane, r->spare, r->shape->file_width);
+    if (r->shape->inks) rzl_mix_inks(red, green, blue, r->spare, r->shape->file_width);
     return true;
 }
 

@@ -354,6 +354,17 @@ TEST_F(Batch, EveryTypeHasThePicture) {
         EXPECT_EQ(status(apply + wrong), 2) << wrong;
 }
 
+TEST_F(Batch, FilesThatShowColoursAsGreyAreTold) {
+    const std::string apply = "apply still.tnc --set 1=1,0,0 --force -o ";
+    for (const char* options : {"", " --bits 8"}) {
+        const run_result made = batch(apply + "o.ps" + options);
+        EXPECT_EQ(made.status, 0);
+        EXPECT_EQ(made.err, std::string("tinct-batch: ") + rzl_standard_name(RZL_STANDARD_POSTSCRIPT) +
+                                " files have no colours, only grey levels.\n");
+    }
+    EXPECT_EQ(batch(apply + "o.ps --grey").err, "") << "which was asked for";
+}
+
 TEST_F(Batch, DamagedFilesNeverGiveSuccess) {
     std::string tnc = read(directory + "/still.tnc");
     std::string raster = read(directory + "/still.rgb");

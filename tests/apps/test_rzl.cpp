@@ -209,11 +209,19 @@ TEST_F(Rzl, ConvertRefusesWhatItCanNotKeep) {
     write_raster("a.rgb", 8, 8);
     for (const char* refused :
          {"b.rgb --format 2", "b.rgb --format 5", "b.rgb --vlt --format 28", "b.rgb --standard ADRG", "a.rgb",
-          "/dev/null", "no/b.rgb", "c.gif --tile 16", "d.tif --compression 4", // of bilevel pictures only
+          "/dev/null --standard 0", "no/b.rgb", "c.gif --tile 16", "d.tif --compression 4", // of bilevel pictures only
           "d.hrf --standard HRF --compression 1", "d.ppm --compression 99", "d.gif --compression 5",
           "d.bmp --compression 1", "d.rgb --compression 5", "d.jpg --compression 1"})
         EXPECT_EQ(run(std::string("rzl convert a.rgb ") + refused).status, 1) << refused;
     EXPECT_EQ(run("rzl convert a.rgb b.rgb --standard nonsense").status, 2);
+    for (const char* out : {"b.unknown", "b"}) {
+        const run_result refused = run(std::string("rzl convert a.rgb ") + out);
+        EXPECT_TRUE(refused.status == 2 && refused.err.find("names no standard") != std::string::npos) << refused.err;
+    }
+    const run_result grey = run("rzl convert a.rgb a.ps"); // only what is said matters here
+    EXPECT_NE(grey.err.find("no colours, only grey levels"), std::string::npos) << grey.err;
+    EXPECT_EQ(grey.status, 0);
+    std::filesystem::remove(directory + "/a.ps");
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
     EXPECT_EQ(run("rzl convert a.rgb").status, 2);
     EXPECT_EQ(files().size(), 1u);
@@ -249,4 +257,13 @@ TEST_F(Rzl, AFourthSampleOfRedGreenBlueIsLeftOut) {
         EXPECT_EQ(run("rzl cat " + std::string(out).substr(0, 5)).out, "\1\2\3\4\5\6") << out;
     }
     EXPECT_EQ(run("rzl convert a.tif b.tif --format 69").status, 1);
+    // Four inks make a colour.
+    CFILE* file = rzl_open_w((directory + "/inks.tif").c_str());
+    ASSERT_NE(file, nullptr);
+    for (auto [field, value] : {std::pair{500, 1}, {3, int32_t{RZL_FORMAT_FOUR}}, {1, 2}, {2, 1}})
+        ASSERT_EQ(rzl_set_hdr_data(file, field, &value), 0);
+    const void* channels[] = {"\0\144", "\0\62", "\377\0", "\0\177"};
+    ASSERT_EQ(rzl_putline_channels(file, 4, channels), 0);
+    ASSERT_EQ(rzl_finish(file), 0u);
+    EXPECT_EQ(run("rzl cat inks.tif").out, std::string("\377\377\0\116\147\200", 6));
 }

@@ -238,7 +238,7 @@ TEST_F(Sut, CreatingMembers) {
     write("cat", head(32, 32) + "FILES cat 0");
     EXPECT_EQ(refused(rzl_open_w(path("cat").c_str())), RZL_CANNOT_OPEN);
     const std::string rzl = bin_dir() + "/rzl";
-    const run_result result = run_command(directory, rzl + " convert b cat");
+    const run_result result = run_command(directory, rzl + " convert b cat --standard 0");
     EXPECT_TRUE(result.status == 1 && result.err.find("catalog") != std::string::npos) << result.err;
     EXPECT_EQ(read(path("cat")), head(32, 32) + "FILES cat 0");
     unsetenv("RZL_STANDARD");

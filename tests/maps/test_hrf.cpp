@@ -184,6 +184,11 @@ TEST_F(Hrf, FilesOfEveryKindAreRead) {
                                           : 28;
         expect_fields(c, {{1, h.width}, {2, h.height}, {3, format}, {9, 4}, {21, -3}, {501, -1}, {503, 1}});
         expect_fields(c, {{100, offsets ? 0 : h.tile_width}, {104, offsets ? 0 : h.tile_height}, {1000, h.offset_x}});
+        const auto tiles = static_cast<size_t>(field_of(c, 101)) * static_cast<size_t>(field_of(c, 102));
+        std::vector<int32_t> words(tiles + 1, -1);
+        EXPECT_EQ(rzl_get_hdr_data(c, RZL_FIELD_TILE_DIRECTORY, words.data()), 0);
+        EXPECT_TRUE(words[tiles] == -1 || tiles == 0) << "a word for each tile and no more";
+        EXPECT_EQ(std::count(words.begin(), words.begin() + static_cast<long>(tiles), 0), static_cast<long>(tiles));
         expect_fields(c, {{1001, h.offset_y}});
         const picture p = read_lines(c);
         rzl_close(c);

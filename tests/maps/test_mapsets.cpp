@@ -223,6 +223,8 @@ TEST_F(MapSets, AdrgFieldsAndTiles) {
     EXPECT_TRUE(rzl_gettile(c, 3, three, &told) == 0 && told == -1);
     EXPECT_TRUE(planes[0][77] == block_value(1, 0, 77) && planes[2][77] == block_value(1, 2, 77) && planes[1][77] == 9);
     EXPECT_EQ(refusal(c, rzl_gettile(c, 3, three, nullptr)), RZL_PAST_END);
+    EXPECT_EQ(rzl_seek(c, 127), 0) << "the last line; there are two tiles";
+    EXPECT_EQ(refusal(c, rzl_seek(c, 128)), RZL_PAST_END);
     EXPECT_TRUE(rzl_seek(c, 0) == 0 && rzl_gettile(c, 3, three, nullptr) == 0 && planes[0][0] == 0 &&
                 planes[1][0] == 9);
     EXPECT_EQ(rzl_seek(c, 0), 0);
@@ -417,6 +419,7 @@ TEST_F(MapSets, AsrpColorsLegendsAndTiles) {
     }
     three[0] = planes[0].data();
     EXPECT_TRUE(rzl_gettile(c, 3, three, &told) == 0 && told == 0 && planes[0][0] == 9);
+    EXPECT_EQ(refusal(c, rzl_seek(c, 10)), RZL_PAST_END);
     rzl_map_info map = {};
     EXPECT_EQ(rzl_get_hdr_data(c, RZL_FIELD_MAP, &map), 0);
     EXPECT_TRUE(std::string(map.title) == "SHEET012" && map.scale == 250000 && map.corners[2] == 11);

@@ -87,6 +87,7 @@ TEST_F(Mrg, PlanesOfStripsAreLinesAndTiles) {
             ASSERT_EQ(tile[i], expected) << i;
         }
         EXPECT_EQ(refusal(c, rzl_gettile(c, 1, &plane, nullptr)), RZL_PAST_END);
+        EXPECT_EQ(refusal(c, rzl_seek(c, std::max(last + 1, blocks * 32))), RZL_PAST_END);
         rzl_close(c);
         std::filesystem::remove(head);
     }

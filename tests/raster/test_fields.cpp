@@ -80,8 +80,9 @@ TEST_F(Fields, NewFilesTakeTheirLayoutAndValues) {
     EXPECT_EQ(notes.set, (std::vector<int32_t>{14, 1}));
     for (auto [field, value] :
          {std::pair{1, -1}, {2, INT32_MIN}, {506, 0}, {507, 129}, {100, -32}, {104, -1}, {31, 17}}) {
+        const bool tile = field == 100 || field == 104;
         EXPECT_EQ(set_field_to(c, field, value), 1) << field;
-        EXPECT_EQ(status_of(c), RZL_BAD_FIELD_VALUE) << field;
+        EXPECT_EQ(status_of(c), tile ? RZL_BAD_TILE_SIZE : RZL_BAD_FIELD_VALUE) << field;
     }
     EXPECT_EQ(field_of(c, 1), 640);
     for (int32_t field : {20, 36, 101, 103, 400, 700, 702, 730}) {
@@ -124,7 +125,7 @@ TEST_F(Fields, TilesAreSquareUnlessBothSidesAreGiven) {
     EXPECT_EQ(c->tile->width, 64u);
     EXPECT_EQ(c->tile->height, 32u) << "a refused size leaves the old one";
     notes.refuse_field = -1;
-    EXPECT_EQ(refusal(c, set_field_to(c, 100, INT32_MAX)), RZL_BAD_FIELD_VALUE) << "no buffer could hold such a tile";
+    EXPECT_EQ(refusal(c, set_field_to(c, 100, INT32_MAX)), RZL_BAD_TILE_SIZE) << "no buffer could hold such a tile";
 
     EXPECT_EQ(set_field_to(c, 100, 0), 0);
     EXPECT_FALSE(has_flag(c, FLAG_TILED));
@@ -157,6 +158,7 @@ TEST_F(Fields, AnOverviewTakesOnlyItsOwnFields) {
     set_fields(c, {{100, 64}, {104, 32}});
     EXPECT_EQ(c->tile->width, 64u);
     EXPECT_EQ(c->tile->height, 32u);
+    EXPECT_EQ(refusal(c, set_field_to(c, 100, -32)), RZL_BAD_TILE_SIZE);
     EXPECT_EQ(set_field_to(c, 104, 0), 0);
     EXPECT_EQ(c->tile, nullptr);
     rzl_close(c);

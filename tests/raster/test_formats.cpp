@@ -150,11 +150,48 @@ TEST_F(Formats, PicturesComeBack) {
                 EXPECT_TRUE(k.table == 0 || p.colors == looked_up(s.read, s.table));
             }
             expect_seeks(path("a"));
+            const picture same = read_file(path("a"), [&](CFILE* c) {
+                EXPECT_EQ(rzl_set_squetch(c, width, height, 0), 0);
+                return read_lines(c);
+            });
+            EXPECT_TRUE(same.values == p.values && (p.colors.empty() || same.colors == p.colors)) << "at its own size";
         }
     }
 }
 
+namespace {
+
+// Puts the lines of a new file, those of any order from the middle on, and reads them back before it is closed.
+void expect_read_back(const kind& k, CFILE* c, const sample_picture& s) {
+    ASSERT_NE(c, nullptr);
+    const int height = s.height;
+    EXPECT_EQ(rzl_write_header(c), 0);
+    const int first = (k.allows & ORDER) != 0 ? height / 2 : 0;
+    for (int i = 0; i < height; ++i) {
+        const int y = (i + first) % height;
+        EXPECT_EQ(rzl_seek(c, y), 0);
+        ASSERT_EQ(refusal(c, put_next(c, s.put, y)), 0u) << y;
+        if (i != height / 2 || format_is_color(k.format) || k.standard == 11) continue; // a drawing has to be whole
+        // The line that was just put, after which the next one goes on.
+        bytes_of_file line(rzl_line_size(c));
+        EXPECT_TRUE(rzl_seek(c, y) == 0 && rzl_getline(c, line.data()) == 0);
+        const auto step = static_cast<long>(s.put.size()) / height;
+        EXPECT_EQ(part(line, 0, static_cast<size_t>(step)), part(s.put, step * y, static_cast<size_t>(step)));
+    }
+    EXPECT_EQ(rzl_rewind(c), 0);
+    const picture p = read_lines(c);
+    EXPECT_TRUE((format_is_color(k.format) ? p.colors : p.values) == s.read);
+    if ((k.allows & (UPDATED | ORDER)) == UPDATED) {
+        EXPECT_EQ(rzl_seek(c, 0), 0);
+        EXPECT_EQ(refusal(c, put_next(c, s.put, 0)), RZL_MODIFY_COMPRESSED) << "a line comes once";
+    }
+    EXPECT_EQ(rzl_finish(c), 0u);
+}
+
+} // namespace
+
 TEST_F(Formats, NewFilesAreReadBackAndTakeTheirLinesInAnyOrder) {
+    bytes_of_file block(400000);
     for (const kind& k : KINDS) {
         if (!is_built(k.standard)) continue;
         const extended_guard extended((k.allows & TODAY) != 0);
@@ -166,32 +203,19 @@ TEST_F(Formats, NewFilesAreReadBackAndTakeTheirLinesInAnyOrder) {
             if (c != nullptr) rzl_close(c);
             continue;
         }
-        ASSERT_NE(c, nullptr);
-        EXPECT_EQ(rzl_write_header(c), 0);
-        const int first = (k.allows & ORDER) != 0 ? height / 2 : 0;
-        for (int i = 0; i < height; ++i) {
-            const int y = (i + first) % height;
-            EXPECT_EQ(rzl_seek(c, y), 0);
-            ASSERT_EQ(refusal(c, put_next(c, s.put, y)), 0u) << y;
-            if (i != height / 2 || format_is_color(k.format) || k.standard == 11) continue; // a drawing has to be whole
-            // The line that was just put, after which the next one goes on.
-            bytes_of_file line(rzl_line_size(c));
-            EXPECT_TRUE(rzl_seek(c, y) == 0 && rzl_getline(c, line.data()) == 0);
-            const auto step = static_cast<long>(s.put.size()) / height;
-            EXPECT_EQ(part(line, 0, static_cast<size_t>(step)), part(s.put, step * y, static_cast<size_t>(step)));
-        }
-        EXPECT_EQ(rzl_rewind(c), 0);
-        const picture p = read_lines(c);
-        EXPECT_TRUE((format_is_color(k.format) ? p.colors : p.values) == s.read);
-        if ((k.allows & (UPDATED | ORDER)) == UPDATED) {
-            EXPECT_EQ(rzl_seek(c, 0), 0);
-            EXPECT_EQ(refusal(c, put_next(c, s.put, 0)), RZL_MODIFY_COMPRESSED) << "a line comes once";
-        }
-        EXPECT_EQ(rzl_finish(c), 0u);
+        expect_read_back(k, c, s);
         ASSERT_EQ(write_picture(path("a"), k.standard, k.format, width, height, s.put, k.fields, s.table), 0u);
         // Strips of a TIFF file stand in the order in which they were filled.
         EXPECT_TRUE(k.standard == RZL_STANDARD_TIFF || read_bytes(path("a")) == read_bytes(path("b")));
         EXPECT_TRUE(pixels_of(read_picture(path("a"))) == pixels_of(read_picture(path("b"))));
+
+        std::fill(block.begin(), block.end(), 0);
+        rzl_memfile record = {block.data(), static_cast<int32_t>(block.size()), 0, 0, 0, 0};
+        char name[40];
+        ASSERT_EQ(rzl_memfile_name(&record, name, sizeof name), 0);
+        SCOPED_TRACE("in memory");
+        expect_read_back(k, new_file(name, k.standard, k.format, width, height, k.fields, rzl_open_wr, s.table), s);
+        EXPECT_TRUE(part(block, 0, static_cast<size_t>(record.used)) == read_bytes(path("b")));
     }
 }
 

@@ -383,6 +383,15 @@ TEST_F(Directory, ColourMapsAndThreeBuffers) {
             EXPECT_EQ(rgb[plane][x], map[plane * size + value] >> 8 & 0xFF) << bits;
         rzl_close(c);
     }
+    // Grey of more than a byte stands in each plane as in the only one.
+    hand_file deep(false);
+    deep.add_directory(grey_entries(2, 1, 16, 1, deep.add({0x01, 0xA0, 0x02, 0xB0}), 4));
+    CFILE* wide_file = opened(open(deep));
+    bytes_of_file planes[3] = {bytes_of_file(4), bytes_of_file(4), bytes_of_file(4)};
+    EXPECT_EQ(rzl_getline3(wide_file, planes[0].data(), planes[1].data(), planes[2].data()), 0);
+    for (const bytes_of_file& plane : planes)
+        EXPECT_EQ(plane, (bytes_of_file{0x01, 0xA0, 0x02, 0xB0}));
+    rzl_close(wide_file);
     // Grey of less than a byte: one shift, whoever asks and through whatever.
     hand_file f(false);
     uint32_t at = f.add({0x1B, 0x2C});

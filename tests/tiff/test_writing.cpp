@@ -1,5 +1,6 @@
 // TIFF files as they are written and changed: structure, plan of strips, tags and packets, overviews and images, lines
 // in place, runs, copies of coded data.
+#include "raster/sweep.h"
 #include "tiff_fixture.h"
 
 class Writing : public TiffTest {
@@ -397,6 +398,48 @@ TEST_F(Writing, OverviewsAndImages) {
     EXPECT_EQ(rzl_set_active_image(c, 1), 0);
     EXPECT_TRUE(read_active(c) == bits);
     rzl_close(c);
+}
+
+TEST_F(Writing, PlanesThatAreNotGivenStay) {
+    for (auto [bits, planar, tile] : {std::array{8, 1, 0}, {8, 2, 0}, {8, 1, 16}, {8, 2, 16}, {4, 1, 0}, {16, 1, 0}}) {
+        SCOPED_TRACE(testing::Message() << bits << ", " << planar << ", " << tile);
+        const picture p = make_picture(45, 40, 4, bits);
+        picture colours = p; // of which three planes are put
+        std::reverse(colours.values.begin(), colours.values.end());
+        ASSERT_EQ(write_library(file(), p, {{100, tile}, {503, planar}, {505, 5}}), 0u);
+        CFILE* c = opened(rzl_open_rw(file().c_str()));
+        picture wanted = read_active(c);
+        bytes_of_file planes[4] = {bytes_of_file(45), bytes_of_file(45), bytes_of_file(45), bytes_of_file(45)};
+        for (int y : {3, 4, 4, 33, 17}) {
+            for (int x = 0; x < 45; ++x)
+                for (int s = 0; s < 4; ++s)
+                    planes[s][static_cast<size_t>(x)] =
+                        static_cast<uint8_t>(colours.at(x, y, s) << (bits < 8 ? 8 - bits : 0));
+            bytes_of_file line(60);
+            EXPECT_TRUE(rzl_seek(c, y) == 0 && rzl_getline(c, line.data()) == 0 && rzl_seek(c, y) == 0);
+            const void* last[4] = {nullptr, nullptr, nullptr, planes[3].data()};
+            const bool whole = y == 33; // or the last plane alone
+            const uint32_t put =
+                refusal(c, whole ? rzl_putline_channels(c, 4, last)
+                                 : rzl_putline3(c, planes[0].data(), planes[1].data(), planes[2].data()));
+            EXPECT_EQ(put, bits > 8 ? RZL_UNSUP_TIFF : 0);
+            for (int x = 0; x < 45 && bits <= 8; ++x)
+                for (int s = 0; s < 4; ++s)
+                    if ((s == 3) == whole) wanted.at(x, y, s) = colours.at(x, y, s);
+        }
+        EXPECT_EQ(rzl_finish(c), 0u);
+        EXPECT_TRUE(read_library(file()) == wanted);
+    }
+    const auto update = [&] {
+        CFILE* c = rzl_open_rw(file().c_str());
+        if (c == nullptr) return library_status();
+        const bytes_of_file line(45, 9);
+        const uint32_t put = refusal(c, rzl_putline3(c, line.data(), line.data(), line.data()));
+        const uint32_t closed = rzl_finish(c);
+        return put != 0 ? put : closed;
+    };
+    ASSERT_EQ(write_library(file(), make_picture(45, 40, 4, 8)), 0u);
+    sweep(update);
 }
 
 TEST_F(Writing, PlainLinesInPlace) {

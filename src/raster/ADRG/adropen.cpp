@@ -234,6 +234,7 @@ constexpr format_slots SLOTS = {
     .Gettile = adrg_get_tile,
     .Gettilerows = adrg_get_tile_rows,
     .Get_hdr_data = adrg_get_hdr_data,
+    .Seek = [](CFILE* c, int32_t number) { return rzl_seek_tiled(c, number, "cdras_seek"); },
     .Randomize = rzl_randomize_nothing,
     .Free_specs = adrg_free_specs,
 };

@@ -55,6 +55,7 @@ constexpr format_slots SLOTS = {
     .Gettilerows = asrp_get_tile_rows,
     .Get_hdr_data = asrp_get_hdr_data,
     .Get_vlt = asrp_get_vlt,
+    .Seek = [](CFILE* c, int32_t number) { return rzl_seek_tiled(c, number, "RZL_asrp_seek"); },
     .Randomize = rzl_randomize_nothing,
     .Free_specs = asrp_free_specs,
 };

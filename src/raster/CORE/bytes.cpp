@@ -111,6 +111,9 @@ bool io_skip(CFILE* c, int64_t bytes) {
 int64_t io_size(CFILE* c) {
     io_settle(c); // a view may move
     int64_t position = c->io.file_tell(c->file);
+    // A block of memory has room for more than has been written.
+    bool created = c->mode == MODE_WRITE || c->mode == MODE_WRITE_READ;
+    if (created && has_flag(c, FLAG_MEMORY)) return static_cast<const rzl_memfile*>(c->file)->used;
     if (position < 0 || c->io.file_seek(c->file, 0, FILES_FROM_END) != 0) return -1;
     int64_t size = c->io.file_tell(c->file);
     return c->io.file_seek(c->file, position, FILES_FROM_START) == 0 ? size : -1;

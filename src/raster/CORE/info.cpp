@@ -218,6 +218,7 @@ bool allows(const CFILE* c, uint32_t trait) {
 // Size and data format are fixed once the header exists, except in formats that look at them themselves.
 bool is_fixed(const CFILE* c, int32_t field) {
     bool shape = field >= RZL_FIELD_XSIZE && field <= RZL_FIELD_FORMAT;
+    if (field == RZL_FIELD_XSIZE && has_trait(c, MODULE_WIDTH)) return false;
     return has_flag(c, FLAG_HEADER_EXISTS) && (is_layout_field(field) || (shape && !allows(c, MODULE_RESIZES)));
 }
 

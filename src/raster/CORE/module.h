@@ -36,13 +36,15 @@ constexpr size_t PROBE_SIZE = 512;
 
 // Bits of `traits`.
 constexpr uint32_t MODULE_TILES = 1; // fields 100 and 104 make tiles; without it the module is asked, and no tiles made
-constexpr uint32_t MODULE_RESIZES = 2;   // fields 1 to 3 reach the module once the header exists; without it they are
+constexpr uint32_t MODULE_RESIZES = 2;   // fields 2 and 3 reach the module once the header exists; without it they are
                                          // passed over with success
 constexpr uint32_t MODULE_COLORS = 4;    // Get_line gives three planes of a bilevel image as bytes by itself
 constexpr uint32_t MODULE_CUT_TILES = 8; // tiles hold what lies inside of the image, and Gettilerows gives no more
 constexpr uint32_t MODULE_NO_TABLE = 16; // files have no colour table: values of one are not to be put into them
 constexpr uint32_t MODULE_COUNTS = 32;   // fields 101, 102 and 700 can be set: they reach the module
 constexpr uint32_t MODULE_CODED = 64;    // pixels are always stored in a coding, also those of the plain data formats
+constexpr uint32_t MODULE_WIDTH = 256;   // so does field 1, which other modules never see then
+constexpr uint32_t MODULE_GREY = 512;    // colours, those of a table too, are stored as levels of grey
 constexpr uint32_t MODULE_FIELDS = 128;  // all fields that are set reach the module, whether the header exists or not
 
 // The most that a byte of a coding stands for. What a header claims beyond that is not there: claims.cpp.
@@ -150,6 +152,10 @@ int rzl_take_format(CFILE* c, int32_t format, uint32_t refusal, const char* sour
 // reads on from there.
 int rzl_seek_generic(CFILE* c, int32_t line);
 void rzl_rewind_generic(CFILE* c);
+
+// The same for a tiled file, where the number may be a tile's as well: past the last line and the last tile it is
+// RZL_PAST_END, with the word.
+int rzl_seek_tiled(CFILE* c, int32_t number, const char* word);
 
 // ---- lines that vary in size ----------------------------------------------------------------------------------------
 

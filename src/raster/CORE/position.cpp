@@ -109,6 +109,13 @@ int rzl_seek_generic(CFILE* c, int32_t line) {
     return 0;
 }
 
+int rzl_seek_tiled(CFILE* c, int32_t number, const char* word) {
+    int64_t tiles = c->tile != nullptr ? int64_t{c->tile->tiles_across} * c->tile->tiles_down : 0;
+    bool resampled = has_flag(c, FLAG_SQUETCH) && c->squetch != nullptr; // by lines of the output
+    if (!resampled && number >= std::max(tiles, int64_t{c->ysize})) return refuse(c, RZL_PAST_END, source_of(c), word);
+    return rzl_seek_generic(c, number);
+}
+
 void rzl_rewind_generic(CFILE* c) {
     c->line = 0;
     set_flag(c, FLAG_LINE_CARRIES, false);

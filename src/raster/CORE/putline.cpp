@@ -28,7 +28,9 @@ bool lines_vary(const CFILE* c) {
 bool is_at_end(CFILE* c) {
     io_settle(c);
     int64_t position = io_tell(c);
-    if (c->io.file_getc(c->file) < 0) {
+    // A byte of memory can be read wherever the block has one, also where nothing has been written.
+    bool ended = has_flag(c, FLAG_MEMORY) ? position >= io_size(c) : c->io.file_getc(c->file) < 0;
+    if (ended) {
         // A stream that has met its end must be positioned before it is written to.
         if (position >= 0 && io_seek(c, position)) return true;
         return fails(c, RZL_WRITE_FAILED, SOURCE, "seek");

@@ -286,15 +286,36 @@ uint8_t* values_target(int channels, uint8_t* const* buffers, uint8_t* spare) {
     return nullptr;
 }
 
+namespace {
+
 // Three planes of which some are not wanted, the first among them that are, take the stored values.
+void spread_colors(CFILE* c, uint8_t* const* buffers, uint8_t* values, int64_t count) {
+    bool all = buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
+    if (all || values != buffers[0]) rzl_apply_color_table(c, values, buffers[1], buffers[2], count);
+}
+
+} // namespace
+
 void rzl_spread_values(CFILE* c, int channels, uint8_t* const* buffers, uint8_t* values) {
     if (values == nullptr) return;
-    if (channels != 3) {
+    if (channels == 3) {
+        spread_colors(c, buffers, values, c->xsize);
+    } else {
         rzl_widen_samples(c, values, c->xsize);
+    }
+}
+
+void rzl_spread_bits(CFILE* c, uint8_t* const* buffers, uint8_t* values, int64_t count) {
+    if (values == nullptr || count <= 0) return;
+    if (c->color_table != nullptr) {
+        spread_colors(c, buffers, values, count);
         return;
     }
-    bool all = buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
-    if (all || values != buffers[0]) rzl_apply_color_table(c, values, buffers[1], buffers[2], c->xsize);
+    if (!has_flag(c, FLAG_RAW_SAMPLES))
+        for (int64_t i = 0; i < count; ++i)
+            values[i] = values[i] != 0 ? 255 : 0;
+    for (int i = 0; i < 3; ++i)
+        if (buffers[i] != nullptr && buffers[i] != values) std::memcpy(buffers[i], values, static_cast<size_t>(count));
 }
 
 bool bits_have_colors(const CFILE* c) {
@@ -303,11 +324,15 @@ bool bits_have_colors(const CFILE* c) {
 
 // From the last pixel on, so that a byte is written behind all bits that are still to be read; the first word, whose
 // pixels stand in front of none, is taken out before.
-void rzl_apply_color_table_to_bits(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count) {
+void rzl_bits_to_values(uint8_t* line, int64_t count) {
     if (count <= 0) return;
-    uint8_t first[2] = {red[0], red[1]};
+    uint8_t first[2] = {line[0], line[1]};
     for (int64_t i = count - 1; i >= 0; --i)
-        red[i] = bilevel_bit(i < 16 ? first : red, i) ? 1 : 0;
+        line[i] = bilevel_bit(i < 16 ? first : line, i) ? 1 : 0;
+}
+
+void rzl_apply_color_table_to_bits(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count) {
+    rzl_bits_to_values(red, count);
     look_up(c, red, green, blue, count);
 }
 

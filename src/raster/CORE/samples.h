@@ -85,7 +85,14 @@ void rzl_apply_color_table(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue
 uint8_t* values_target(int channels, uint8_t* const* buffers, uint8_t* spare);
 void rzl_spread_values(CFILE* c, int channels, uint8_t* const* buffers, uint8_t* values);
 
-// The same for a bilevel line of `count` pixels in `red`, which becomes bytes where it stands: all three planes have
+// The same for three planes of a bilevel image of `count` pixels, whose values are 0 and 1, a byte each: without a
+// colour table they are black and white, unless stored values are asked for.
+void rzl_spread_bits(CFILE* c, uint8_t* const* buffers, uint8_t* values, int64_t count);
+
+// Bits of a line as values of a byte each where they stand, which has room for `count` bytes.
+void rzl_bits_to_values(uint8_t* line, int64_t count);
+
+// Real colours of a bilevel line of `count` pixels in `red`, which becomes bytes where it stands: all three planes have
 // room for `count` of them. There must be a colour table.
 void rzl_apply_color_table_to_bits(CFILE* c, uint8_t* red, uint8_t* green, uint8_t* blue, int64_t count);
 

@@ -330,6 +330,11 @@ bool make_output(const CFILE* c, int channels, read_planes buffers, output* out)
 // An image of one sample resampled once gives its result to all channels of the call.
 void spread(CFILE* c, int channels, read_planes buffers) {
     bool bilevel = format_is_bilevel(c->format);
+    if (bilevel && channels == 3 && has_trait(c, MODULE_COLORS)) {
+        rzl_bits_to_values(buffers[0], c->squetch->out_xsize);
+        rzl_spread_bits(c, buffers, buffers[0], c->squetch->out_xsize);
+        return;
+    }
     bool all = buffers[0] != nullptr && channels == 3 && buffers[1] != nullptr && buffers[2] != nullptr;
     if (all && bits_have_colors(c)) {
         rzl_apply_color_table_to_bits(c, buffers[0], buffers[1], buffers[2], c->squetch->out_xsize);

@@ -346,6 +346,11 @@ int rzl_standard_has_table(int32_t id) {
     return module != nullptr && (module->traits & MODULE_NO_TABLE) == 0 ? 1 : 0;
 }
 
+int rzl_standard_is_grey(int32_t id) {
+    const format_module* module = creating_module(id);
+    return module != nullptr && (module->traits & MODULE_GREY) != 0 ? 1 : 0;
+}
+
 int rzl_standard_is_coded(int32_t id) {
     const format_module* module = creating_module(id);
     return module != nullptr && (module->traits & MODULE_CODED) != 0 ? 1 : 0;

@@ -26,7 +26,7 @@ uint32_t tiles_over(int32_t pixels, uint32_t tile) {
 }
 
 int store_shape(CFILE* c, int32_t width, int32_t height) {
-    if (!is_possible_tile(width, height)) return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "rzl_set_hdr_data");
+    if (!is_possible_tile(width, height)) return refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "rzl_set_hdr_data");
     if (c->tile == nullptr) c->tile = mem_new<tile_record>();
     if (c->tile == nullptr) {
         fail(c, RZL_NO_MEMORY, SOURCE, "tile record");
@@ -59,7 +59,7 @@ void count_tiles(CFILE* c) {
 
 // A tile is square unless both sides are given.
 int rzl_setup_tiles(CFILE* c, int32_t width, int32_t height) {
-    if (width < 0 || height < 0) return refuse(c, RZL_BAD_FIELD_VALUE, SOURCE, "rzl_set_hdr_data");
+    if (width < 0 || height < 0) return refuse(c, RZL_BAD_TILE_SIZE, SOURCE, "rzl_set_hdr_data");
     if (height == 0) height = width;
     if (width == 0) width = height;
     if (width == 0) {

@@ -223,7 +223,8 @@ void krv_init_spec(CFILE* c) {
     spec->base_tile = 0;
 }
 
-int krv_open(CFILE* c, const char*) {
+int krv_open(CFILE* c, const char* name) {
+    if (name != nullptr && !keep_name(c, name)) return 1; // of which a bad header tells
     krv_init_spec(c);
     uint8_t header[KRV_HEADER_SIZE];
     if (!krv_read_header(c, 0, 1, header)) return refuse(c, RZL_READ_FAILED, SOURCE, "header");

@@ -134,6 +134,7 @@ constexpr format_slots SLOTS = {
     .Gettilerows = mrg_get_tile_rows,
     .Get_hdr_data = mrg_get_hdr_data,
     .Get_vlt = mrg_get_vlt,
+    .Seek = [](CFILE* c, int32_t number) { return rzl_seek_tiled(c, number, "seek"); },
     .Randomize = rzl_randomize_nothing,
     .Free_specs = mrg_free_specs,
 };

@@ -43,7 +43,11 @@ void deliver_values(CFILE* c, const pcx_spec* spec, const uint8_t* row, int chan
     } else {
         unpack_bytes(row, spec->bits, true, width, false, values);
     }
-    rzl_spread_values(c, channels, buffers, values);
+    if (format_is_bilevel(c->format)) {
+        rzl_spread_bits(c, buffers, values, c->xsize);
+    } else {
+        rzl_spread_values(c, channels, buffers, values);
+    }
 }
 
 void deliver_colors(const CFILE* c, const pcx_spec* spec, const uint8_t* row, int channels, read_planes buffers) {

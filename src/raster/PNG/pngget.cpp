@@ -80,15 +80,11 @@ void deliver_values(CFILE* c, const png_spec* spec, const uint8_t* row, int chan
         return;
     }
     take_values(shape, row, values);
-    bool bits = shape->bits == 1 && !shape->indexed && !has_flag(c, FLAG_RAW_SAMPLES);
-    for (size_t i = 0; bits && i < shape->width; ++i)
-        values[i] = values[i] != 0 ? 255 : 0;
-    if (!bits) {
+    if (shape->bits == 1) {
+        rzl_spread_bits(c, buffers, values, shape->width);
+    } else {
         rzl_spread_values(c, channels, buffers, values);
-        return;
     }
-    for (int p = 0; p < channels; ++p)
-        if (buffers[p] != nullptr && buffers[p] != values) std::memcpy(buffers[p], values, shape->width);
 }
 
 } // namespace

@@ -150,5 +150,6 @@ const format_module ps_module = {
     .spec_size = sizeof(ps_spec),
     .formats = FORMATS,
     .limits = LIMITS,
+    .traits = MODULE_GREY,
     .initialise = ps_initialise,
 };

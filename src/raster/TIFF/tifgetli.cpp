@@ -602,18 +602,18 @@ uint8_t* first_buffer(int channels, read_planes buffers) {
     return nullptr;
 }
 
-// The values in the first of three buffers, turned into colours in all of them. (Bits are the core's.)
+// The values in the first of three buffers, in all of them: as colours where they are bytes. (Bits are the core's.)
 void spread_line(CFILE* c, int channels, read_planes buffers) {
     bool three = channels == 3 && buffers[0] != nullptr && buffers[1] != nullptr && buffers[2] != nullptr;
     const tif_image* image = tif_image_of(c);
-    if (!three || tif_bits(image) > 8 || tif_is_bilevel(image)) return;
-    if (c->color_table != nullptr) {
+    if (!three || tif_is_bilevel(image)) return;
+    if (c->color_table != nullptr && tif_bits(image) <= 8) {
         flag_guard colours(c, FLAG_RAW_SAMPLES, false);
         rzl_apply_color_table(c, buffers[0], buffers[1], buffers[2], c->xsize);
         return;
     }
     for (int i = 1; i < 3; ++i)
-        std::memcpy(buffers[i], buffers[0], static_cast<size_t>(c->xsize));
+        std::memcpy(buffers[i], buffers[0], line_bytes(c, c->xsize));
 }
 
 bool get_line(CFILE* c, int channels, read_planes buffers) {

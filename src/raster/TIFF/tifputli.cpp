@@ -482,6 +482,17 @@ bool tiles_are_fixed(const CFILE* c) {
     return tif_is_stored(image, static_cast<uint32_t>(c->line) / image->tile_length * image->tiles_across);
 }
 
+// Whether the file has the strip, or the tiles, of the line, and is not about to get its rows one by one.
+bool stands(const CFILE* c) {
+    const tif_image* image = tif_image_of(c);
+    const bool tiled = tif_is_tiled(image);
+    const uint32_t height = tiled ? image->tile_length : image->rows_per_strip;
+    if (height == 0) return false;
+    const uint32_t segment = static_cast<uint32_t>(c->line) / height * (tiled ? image->tiles_across : 1);
+    const bool fresh = !tiled && tif_is_streaming(c) && tif_spec_of(c)->out.segment == int64_t{segment};
+    return !fresh && tif_is_stored(image, tif_entry_of(image, segment, 0));
+}
+
 // Null: none is.
 const uint8_t* first_given(int channels, write_planes planes) {
     for (int i = 0; planes != nullptr && i < channels; ++i)
@@ -517,6 +528,61 @@ int put_strip_line(CFILE* c, int channels, write_planes planes, size_t step) {
     if (!tif_need_room(c, &out->row, &out->row_room, bytes)) return 0;
     tif_make_rows(c, image, image->image_width, channels, planes, step, out->row);
     return save_rows(c, strip, row, out->row) ? c->xsize : 0;
+}
+
+// All planes of a line, those that the caller gives and those that the file has of it.
+struct whole_line {
+    mem_guard<uint8_t> block{nullptr}; // the pixels that the file has, and behind them its planes that are kept
+    const uint8_t* planes[TIF_MAX_SAMPLES] = {};
+};
+
+// Whether planes of a colour are not given, of a line that the file has already. (Lines that are coded are not put a
+// second time, and what is not given of new ones is zero.)
+bool keeps_planes(const CFILE* c, int channels, write_planes planes) {
+    const tif_image* image = tif_image_of(c);
+    int samples = image->samples_per_pixel;
+    bool colour = samples >= 3 && samples <= TIF_MAX_SAMPLES && image->compression == TIF_PLAIN;
+    if (c->mode != MODE_UPDATE || !colour || first_given(channels, planes) == nullptr) return false;
+    return channels < samples || std::count(planes, planes + samples, nullptr) != 0;
+}
+
+// The row of a strip, or of the tiles from `segment` on, into the kept planes of a line.
+bool read_kept(CFILE* c, uint32_t segment, uint32_t count, uint32_t row, uint8_t* pixels, uint8_t* const* kept) {
+    const tif_image* image = tif_image_of(c);
+    size_t samples = image->samples_per_pixel;
+    size_t width = tif_shape_of(image).width;
+    for (uint32_t i = 0; i < count; ++i) {
+        if (!tif_colour_pixels(c, segment + i, row, pixels, samples)) return false;
+        for (size_t s = 0; s < samples; ++s) {
+            uint8_t* to = kept[s] != nullptr ? kept[s] + i * width : nullptr;
+            split_pixels(pixels + s, width, samples, &to, 1);
+        }
+    }
+    return true;
+}
+
+// Completes the planes of a line that is put over one of the file. False with the status.
+bool keep_planes(CFILE* c, int channels, write_planes planes, whole_line* line) {
+    const tif_image* image = tif_image_of(c);
+    const bool tiled = tif_is_tiled(image);
+    const auto y = static_cast<uint32_t>(c->line);
+    const uint32_t height = tiled ? image->tile_length : image->rows_per_strip;
+    const uint32_t count = tiled ? image->tiles_across : 1;
+    const uint32_t segment = y / height * count;
+    const size_t samples = image->samples_per_pixel;
+    const size_t width = tif_shape_of(image).width;
+    if (tif_bits(image) > 8) return fails(c, RZL_UNSUP_TIFF, SOURCE, "planes that are not given");
+    size_t bytes = 0; // of a plane, and pixels of a segment
+    bool fits = checked_mul(width, size_t{count} + 1, &bytes) && checked_mul(bytes, samples, &bytes);
+    line->block.block = fits ? static_cast<uint8_t*>(mem_alloc(std::max<size_t>(bytes, 1))) : nullptr;
+    if (!line->block) return fails(c, RZL_NO_MEMORY, SOURCE, nullptr);
+    uint8_t* kept[TIF_MAX_SAMPLES] = {};
+    for (size_t s = 0; s < samples; ++s) {
+        const bool given = static_cast<int>(s) < channels && planes[s] != nullptr;
+        if (!given) kept[s] = line->block.get() + width * samples + s * width * count;
+        line->planes[s] = given ? planes[s] : kept[s];
+    }
+    return read_kept(c, segment, count, y % height, line->block.get(), kept);
 }
 
 int put_tiled_line(CFILE* c, int channels, write_planes buffers) {
@@ -574,6 +640,13 @@ int tif_put_line(CFILE* c, int channels, write_planes buffers) {
 
 int tif_putline(CFILE* c, int channels, write_planes buffers) {
     if (!can_put(c)) return 0;
+    whole_line line;
+    if (keeps_planes(c, channels, buffers) && stands(c)) {
+        // Lines that wait for the rest of their tiles may be of this one.
+        if (!tif_settle_lines(c) || !keep_planes(c, channels, buffers, &line)) return 0;
+        channels = tif_image_of(c)->samples_per_pixel;
+        buffers = line.planes;
+    }
     return has_flag(c, FLAG_TILED) ? put_tiled_line(c, channels, buffers) : c->slots.Put_line(c, channels, buffers);
 }
 
