@@ -714,7 +714,7 @@ void call_image(driver* d) {
 
 void call_init_header(driver* d) {
     if (d->other->file == nullptr || !image_is_small(d->other->file)) return;
-    d->at->wanted_entries = std::max(d->at->wanted_entries, entries_of(d->other));
+    note_entries(d->at, 1, entries_of(d->other)); // which the file may take, or not
     (void)rzl_init_header_from(d->other->file, d->at->file);
 }
 
