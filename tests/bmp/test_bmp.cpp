@@ -243,6 +243,12 @@ TEST_F(Bmp, BadInput) {
     expect_cuts_tell(good, b.data_offset(), good.size());
     const bytes_of_file runs = coded(4, {3, 7, 0, 0, 3, 8}, 3, 2).file();
     expect_cuts_tell(runs, 118, runs.size());
+    // Narrow lines by the thousand million: two codes stand for few, and a page of lines may be left out.
+    CFILE* c = open_made(coded(8, hex("01FF 0001"), 13, INT32_MAX).file());
+    ASSERT_NE(c, nullptr);
+    EXPECT_GT(rzl_lines_held(c), 600'000);
+    EXPECT_LT(rzl_lines_held(c), 700'000);
+    rzl_close(c);
 }
 
 TEST_F(Bmp, WritingIsRefused) {
